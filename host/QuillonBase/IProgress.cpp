@@ -1,0 +1,7 @@
+#include "QuillonBase/IProgress.h"
+
+namespace ORVEN {
+
+IProgress::~IProgress() = default;
+
+} // namespace ORVEN

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <typeinfo>
+
+namespace ORVEN {
+
+class CValue;
+
+bool AreTypesEqual(const std::type_info& a, const std::type_info& b);
+
+/// Whether the value object itself is of that class; false for null.
+bool AreTypesEqual(const CValue* value, const std::type_info& type);
+
+} // namespace ORVEN

@@ -1,0 +1,20 @@
+#include "sorblib2core/CValueBool.h"
+
+namespace ORVEN {
+
+CValueBool::CValueBool(bool value)
+    : m_value(value) {}
+
+CValue* CValueBool::Clone(EnTfOwnership /*strategy*/) const { return new CValueBool(*this); }
+
+CValue& CValueBool::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+    CValue::Copy(source, strategy, mergeMeta);
+    m_value = source.Bool();
+    return *this;
+}
+
+bool CValueBool::Equal(const CValue& other) const { return CValue::Equal(other) && m_value == other.Bool(); }
+
+CValue::EnValType CValueBool::GenericType() const { return VAL_BOOL; }
+
+} // namespace ORVEN

@@ -1,0 +1,22 @@
+#include "sorblib2core/CValueDouble.h"
+
+namespace ORVEN {
+
+CValueDouble::CValueDouble(double value)
+    : m_value(value) {}
+
+CValue* CValueDouble::Clone(EnTfOwnership /*strategy*/) const { return new CValueDouble(*this); }
+
+CValue& CValueDouble::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+    CValue::Copy(source, strategy, mergeMeta);
+    m_value = source.Double();
+    return *this;
+}
+
+bool CValueDouble::Equal(const CValue& other) const {
+    return CValue::Equal(other) && m_value == other.Double();
+}
+
+CValue::EnValType CValueDouble::GenericType() const { return VAL_DOUBLE; }
+
+} // namespace ORVEN

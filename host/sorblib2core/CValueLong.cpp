@@ -1,0 +1,20 @@
+#include "sorblib2core/CValueLong.h"
+
+namespace ORVEN {
+
+CValueLong::CValueLong(std::int32_t value)
+    : m_value(value) {}
+
+CValue* CValueLong::Clone(EnTfOwnership /*strategy*/) const { return new CValueLong(*this); }
+
+CValue& CValueLong::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+    CValue::Copy(source, strategy, mergeMeta);
+    m_value = source.Long();
+    return *this;
+}
+
+bool CValueLong::Equal(const CValue& other) const { return CValue::Equal(other) && m_value == other.Long(); }
+
+CValue::EnValType CValueLong::GenericType() const { return VAL_LONG; }
+
+} // namespace ORVEN

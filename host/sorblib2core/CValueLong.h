@@ -1,0 +1,27 @@
+#pragma once
+
+#include "sorblib2core/CValue.h"
+
+namespace ORVEN {
+
+/// An integer of 32 bits on every platform.
+class CValueLong : public CValue {
+public:
+    explicit CValueLong(std::int32_t value);
+
+    using CValue::Double; // a reference to a double cannot be had
+    std::int32_t& Long() override { return m_value; }
+    std::int32_t Long() const override { return m_value; }
+    double Double() const override { return m_value; }
+    CValue* Clone(EnTfOwnership strategy) const override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    bool Equal(const CValue& other) const override;
+    EnValType GenericType() const override;
+
+private:
+    CValueLong(const CValueLong&) = default;
+
+    std::int32_t m_value;
+};
+
+} // namespace ORVEN

@@ -1,0 +1,101 @@
+#pragma once
+
+#include "sorblib2core/CValueContainerBase.h"
+#include "sorblib2core/CValueOwnedPointer.h"
+#include "sorblib2core/CValuePointer.h"
+#include "sorblib2core/IPluginObject.h"
+
+#include <iterator>
+#include <list>
+#include <map>
+
+namespace ORVEN {
+
+/// A map from key to value, ordered by key: the parameter tree, a document, the attributes of an image.
+///
+/// Find, insert and remove take time logarithmic in the number of entries, per step of a path.
+class CValueMap : public CValueContainerBase, public IPluginObject {
+    using Entries = std::map<CValue_Key, std::unique_ptr<CValue>>;
+
+public:
+    /// Walks the direct entries in the order of their keys.
+    class const_iterator {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = const CValue*;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const value_type*;
+        using reference = value_type;
+
+        const_iterator() = default;
+
+        [[nodiscard]] const CValue_Key& Key() const { return m_position->first; }
+        [[nodiscard]] const CValue* Value() const { return _Deref(*this); }
+        const CValue* operator*() const { return _Deref(*this); }
+        const_iterator& operator++() {
+            _IncDec(*this, true);
+            return *this;
+        }
+        friend bool operator==(const const_iterator& a, const const_iterator& b) {
+            return a.m_position == b.m_position;
+        }
+
+    private:
+        friend class CValueMap;
+        explicit const_iterator(Entries::const_iterator position)
+            : m_position(position) {}
+
+        Entries::const_iterator m_position;
+    };
+
+    CValueMap();
+    /// Clones every entry. Raises `CExBadParam` if one of them is an owned pointer: there is one owner only.
+    CValueMap(const CValueMap& other);
+    CValueMap& operator=(const CValueMap&) = delete;
+    ~CValueMap() override;
+
+    const CValueMap* Map() const override { return this; }
+    CValueMap* Map() override { return this; }
+    CValue* Clone(EnTfOwnership strategy) const override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    bool Equal(const CValue& other) const override;
+    bool EqualData(const CValue& other) const override;
+    EnValType GenericType() const override;
+    unsigned Size() const override;
+    CValue_Key Find(const char* text, const CValue_Key& after) const override;
+    CValue_Key Find(const CValue& value, const CValue_Key& after) const override;
+    bool TestInterface(const CString& name) override;
+
+    [[nodiscard]] bool IsEmpty() const;
+    void Clear();
+    /// The keys of the direct entries, ascending.
+    [[nodiscard]] std::list<CValue_Key> Keys() const;
+    /// Whether every direct entry of this map stands in `other` too, with an equal value.
+    [[nodiscard]] bool IsSubset(const CValueMap& other) const;
+
+    [[nodiscard]] const_iterator begin() const;
+    [[nodiscard]] const_iterator end() const;
+
+protected:
+    /// A new empty map of the class that clones are to have.
+    [[nodiscard]] virtual CValueMap* NewObject() const;
+
+    static const CValue* _Deref(const const_iterator& position) { return position.m_position->second.get(); }
+    static void _IncDec(const_iterator& position, bool forward);
+
+    CValue* DirectEntry(std::string_view step) const override;
+    void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value) override;
+    std::unique_ptr<CValue> DetachDirectEntry(std::string_view step) override;
+
+private:
+    template <class Matches>
+    CValue_Key FindIf(const CValue_Key& after, const Matches& matches) const;
+
+    Entries m_entries;
+};
+
+// Made once, in this library: pointers to maps cross the border between host and pack.
+extern template class CValuePointer<CValueMap>;
+extern template class CValueOwnedPointer<CValueMap>;
+
+} // namespace ORVEN

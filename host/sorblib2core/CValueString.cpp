@@ -1,0 +1,31 @@
+#include "sorblib2core/CValueString.h"
+
+namespace ORVEN {
+
+CValueString::CValueString(const char* text, std::size_t length) { CValueString::SetString(text, length); }
+
+CValueString::CValueString(const CString& text)
+    : m_text(text) {}
+
+void CValueString::SetString(const char* text, std::size_t length) {
+    if (text == nullptr)
+        m_text = CString();
+    else
+        m_text = CString(length == CString::NPOS ? std::string(text) : std::string(text, length));
+}
+
+CValue* CValueString::Clone(EnTfOwnership /*strategy*/) const { return new CValueString(*this); }
+
+CValue& CValueString::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+    CValue::Copy(source, strategy, mergeMeta);
+    m_text = source.String();
+    return *this;
+}
+
+bool CValueString::Equal(const CValue& other) const {
+    return CValue::Equal(other) && m_text == other.String();
+}
+
+CValue::EnValType CValueString::GenericType() const { return VAL_STRING; }
+
+} // namespace ORVEN

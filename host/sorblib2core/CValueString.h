@@ -1,0 +1,30 @@
+#pragma once
+
+#include "sorblib2core/CString.h"
+#include "sorblib2core/CValue.h"
+
+namespace ORVEN {
+
+/// A text.
+class CValueString : public CValue {
+public:
+    /// The first `length` bytes of `text`; `CString::NPOS` for all up to the terminator. Null is the empty
+    /// text.
+    CValueString(const char* text, std::size_t length);
+    explicit CValueString(const CString& text);
+
+    const CString& String() const override { return m_text; }
+    CString& String() override { return m_text; }
+    void SetString(const char* text, std::size_t length) override;
+    CValue* Clone(EnTfOwnership strategy) const override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    bool Equal(const CValue& other) const override;
+    EnValType GenericType() const override;
+
+private:
+    CValueString(const CValueString&) = default;
+
+    CString m_text;
+};
+
+} // namespace ORVEN

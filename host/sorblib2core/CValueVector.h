@@ -1,0 +1,46 @@
+#pragma once
+
+#include "sorblib2core/CValueContainerBase.h"
+
+#include <vector>
+
+namespace ORVEN {
+
+/// A row of values, addressed by index from 0. Places can be empty (null). The vector owns what stands in it,
+/// also what was put there through its `std::vector` side.
+class CValueVector : public CValueContainerBase, public std::vector<CValue*> {
+public:
+    CValueVector();
+    /// `count` empty places.
+    explicit CValueVector(std::size_t count);
+    /// Two first elements, owned from now on.
+    CValueVector(CValue* first, CValue* second);
+    CValueVector(const CValueVector&) = delete;
+    CValueVector& operator=(const CValueVector&) = delete;
+    ~CValueVector() override;
+
+    const CValueVector* Vector() const override { return this; }
+    CValueVector* Vector() override { return this; }
+    CValue* Clone(EnTfOwnership strategy) const override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    bool Equal(const CValue& other) const override;
+    bool EqualData(const CValue& other) const override;
+    EnValType GenericType() const override;
+    unsigned Size() const override;
+    CValue_Key Find(const char* text, const CValue_Key& after) const override;
+    CValue_Key Find(const CValue& value, const CValue_Key& after) const override;
+
+    /// Appends the value and owns it from the call on.
+    void PushBack(CValue* value);
+
+protected:
+    CValue* DirectEntry(std::string_view step) const override;
+    void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value) override;
+    std::unique_ptr<CValue> DetachDirectEntry(std::string_view step) override;
+
+private:
+    template <class Matches>
+    CValue_Key FindIf(const CValue_Key& after, const Matches& matches) const;
+};
+
+} // namespace ORVEN

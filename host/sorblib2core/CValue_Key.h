@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace ORVEN {
+
+/// The name of an entry in a container, or the path to an entry further down: "output/documents/add/0".
+///
+/// "/" separates the steps. A step names an entry of a map; a decimal step can also be the index of a vector.
+class CValue_Key {
+public:
+    CValue_Key() = default;
+    /// Implicit, so that keys can be written as literals where a container asks for one. Null is the empty
+    /// key.
+    CValue_Key(const char* path);
+    CValue_Key(const std::string& path);
+    /// The entry of a vector at `index`.
+    CValue_Key(int index);
+
+    [[nodiscard]] const char* ToString() const { return m_path.c_str(); }
+
+    /// The path up to the first "/".
+    [[nodiscard]] std::string_view FirstStep() const;
+    /// The path behind the first "/"; nothing if there is one step only.
+    [[nodiscard]] std::optional<std::string_view> Remainder() const;
+
+    friend bool operator==(const CValue_Key& a, const CValue_Key& b) { return a.m_path == b.m_path; }
+    friend bool operator<(const CValue_Key& a, const CValue_Key& b) { return a.m_path < b.m_path; }
+
+private:
+    std::string m_path;
+};
+
+} // namespace ORVEN

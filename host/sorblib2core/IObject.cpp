@@ -1,0 +1,9 @@
+#include "sorblib2core/IObject.h"
+
+namespace ORVEN {
+
+IObject::~IObject() = default;
+
+void IObject::SetInstance(const char* /*name*/) {}
+
+} // namespace ORVEN

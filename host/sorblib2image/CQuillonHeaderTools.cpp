@@ -1,0 +1,170 @@
+#include "sorblib2image/CQuillonHeaderTools.h"
+
+#include <sorblib2core/CValueDouble.h>
+#include <sorblib2core/CValueLong.h>
+#include <sorblib2core/CValueMap.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/CValueVector.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+namespace ORVEN {
+
+double CQuillonHeaderTools::g_dSpacingDummy = 1.0;
+const std::string CQuillonHeaderTools::c_sMetaMinMax = "MinMax";
+const std::string CQuillonHeaderTools::c_sTagFeatures = "features";
+
+namespace {
+
+const char* const g_spacing = "spacing";
+const char* const g_offset = "offset";
+const char* const g_history = "history";
+const char* const g_meta = "meta";
+const char* const g_maxDistance = "max distance";
+const char* const g_numberOfLabels = "number of labels";
+
+std::optional<double> Number(const CValueMap& map, const char* key) {
+    const CValue* value = map.Entry(key, true);
+    if (value == nullptr ||
+        (value->GenericType() != CValue::VAL_DOUBLE && value->GenericType() != CValue::VAL_LONG))
+        return std::nullopt;
+    return value->Double();
+}
+
+/// The numbers behind "x", "y" and "z" of a map among the attributes, if all three are there.
+std::optional<std::array<double, 3>> Triple(const IImage& image, const char* key) {
+    const CValue* entry = image.Attributes().Entry(key, true);
+    const CValueMap* map = entry != nullptr ? entry->Map() : nullptr;
+    if (map == nullptr)
+        return std::nullopt;
+    const auto x = Number(*map, "x");
+    const auto y = Number(*map, "y");
+    const auto z = Number(*map, "z");
+    if (!x || !y || !z)
+        return std::nullopt;
+    return std::array{*x, *y, *z};
+}
+
+/// The map at the key, made anew if something else or nothing stands there. Keys of the map are not paths:
+/// what is stored in it goes in directly.
+CValueMap& MapAt(IImage& image, const char* key) {
+    CValueMap& attributes = image.Attributes();
+    CValue* entry = attributes.Entry(key, true);
+    if (entry == nullptr || entry->Map() == nullptr) {
+        attributes.SetEntry(key, new CValueMap);
+        entry = attributes.Entry(key, true);
+    }
+    return *entry->Map();
+}
+
+/// A whole number that a size_t can hold exactly and a double can tell.
+std::optional<std::size_t> Count(std::optional<double> number) {
+    constexpr double exactlyTold = 9007199254740992.0; // 2^53
+    if (!number || !(*number >= 0) || *number > exactlyTold || *number != std::floor(*number))
+        return std::nullopt;
+    return static_cast<std::size_t>(*number);
+}
+
+} // namespace
+
+bool CQuillonHeaderTools::GetSpacing(const IImage& image, double& x, double& y, double& z) {
+    const auto spacing = Triple(image, g_spacing);
+    if (!spacing)
+        return false;
+    x = (*spacing)[0];
+    y = (*spacing)[1];
+    z = (*spacing)[2];
+    return true;
+}
+
+void CQuillonHeaderTools::SetSpacing(IImage& image, double x, double y, double z) {
+    auto spacing = std::make_unique<CValueMap>();
+    spacing->SetEntry("x", new CValueDouble(x));
+    spacing->SetEntry("y", new CValueDouble(y));
+    spacing->SetEntry("z", new CValueDouble(z));
+    image.Attributes().SetEntry(g_spacing, spacing.release());
+}
+
+void CQuillonHeaderTools::AddToHistory(IImage& image, const char* text, unsigned /*level*/) {
+    AddToHistory(image, CValueString(text, CString::NPOS));
+}
+
+void CQuillonHeaderTools::AddToHistory(IImage& image, const CValueString& text) {
+    CValueMap& attributes = image.Attributes();
+    CValue* entry = attributes.Entry(g_history, true);
+    if (entry == nullptr || entry->Vector() == nullptr) {
+        attributes.SetEntry(g_history, new CValueVector);
+        entry = attributes.Entry(g_history, true);
+    }
+    entry->Vector()->PushBack(text.Clone(CValue::TF_NONE));
+}
+
+void CQuillonHeaderTools::SetAttributes(IImage& target, const CValueMap& source) {
+    target.Attributes().Copy(source, CValue::TF_NONE, false);
+}
+
+bool CQuillonHeaderTools::GetMetaInfo(const IImage& image, const char* key, CValue& out) {
+    const CValue* meta = image.Attributes().Entry(g_meta, true);
+    const CValue* value = meta != nullptr && meta->Map() != nullptr ? meta->Map()->Entry(key, true) : nullptr;
+    if (value == nullptr || value->GenericType() != out.GenericType())
+        return false;
+    out.Copy(*value, CValue::TF_KEEP, false);
+    return true;
+}
+
+void CQuillonHeaderTools::SetMetaInfo(IImage& image, const char* key, const CValue& value) {
+    MapAt(image, g_meta).SetEntry(key, value.Clone(CValue::TF_NONE));
+}
+
+void CQuillonHeaderTools::SetFeatures(IImage& image, const char* key, const CValue& value) {
+    MapAt(image, c_sTagFeatures.c_str()).SetEntry(key, value.Clone(CValue::TF_NONE));
+}
+
+bool CQuillonHeaderTools::GetMaxDistance(const IImage& image, double& distance) {
+    const auto number = Number(image.Attributes(), g_maxDistance);
+    if (number)
+        distance = *number;
+    return number.has_value();
+}
+
+void CQuillonHeaderTools::SetMaxDistance(IImage& image, double distance) {
+    image.Attributes().SetEntry(g_maxDistance, new CValueDouble(distance));
+}
+
+bool CQuillonHeaderTools::GetNumberOfLabels(const IImage& image, std::size_t& count) {
+    const auto number = Count(Number(image.Attributes(), g_numberOfLabels));
+    if (number)
+        count = *number;
+    return number.has_value();
+}
+
+void CQuillonHeaderTools::SetNumberOfLabels(IImage& image, std::size_t count) {
+    // An integer value has 32 bits; a double tells every larger count of labels exactly.
+    CValue* value = nullptr;
+    if (count <= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
+        value = new CValueLong(static_cast<std::int32_t>(count));
+    else
+        value = new CValueDouble(static_cast<double>(count));
+    image.Attributes().SetEntry(g_numberOfLabels, value);
+}
+
+bool CQuillonHeaderTools::GetOffset(const IImage& image, unsigned long& x, unsigned long& y,
+                                    unsigned long& z) {
+    const auto offset = Triple(image, g_offset);
+    if (!offset)
+        return false;
+    const auto ox = Count((*offset)[0]);
+    const auto oy = Count((*offset)[1]);
+    const auto oz = Count((*offset)[2]);
+    if (!ox || !oy || !oz)
+        return false;
+    x = *ox;
+    y = *oy;
+    z = *oz;
+    return true;
+}
+
+} // namespace ORVEN

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "sorblib2image/IImage.h"
+
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+
+#include <type_traits>
+
+namespace ORVEN {
+
+/// Raises `CException` with "Image type %1 not supported.", in the name of the function that cannot take the
+/// type.
+[[noreturn]] inline void ThrowUnsupportedType(const char* function, const IImage::CType& type) {
+    throw CException(
+        function, CString("Image type %1 not supported.", CString::ENC_UTF8).Arg(type.ToString()), nullptr);
+}
+
+/// Calls `body(std::type_identity<T>())` with the pixel type T of a grey image, so that no type test is left
+/// inside a loop: `DispatchGreyType("Binarize", image.Type(), [&]<class T>(std::type_identity<T>) { ... })`.
+/// Any other type raises, in the name of `function`.
+template <class Body>
+decltype(auto) DispatchGreyType(const char* function, const IImage::CType& type, Body&& body) {
+    if (type == IMAGE_GREY_8)
+        return body(std::type_identity<unsigned char>());
+    if (type == IMAGE_GREY_16)
+        return body(std::type_identity<unsigned short>());
+    if (type == IMAGE_GREY_32)
+        return body(std::type_identity<unsigned int>());
+    if (type == IMAGE_GREY_F)
+        return body(std::type_identity<float>());
+    ThrowUnsupportedType(function, type);
+}
+
+} // namespace ORVEN

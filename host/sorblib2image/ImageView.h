@@ -1,0 +1,80 @@
+#pragma once
+
+#include "sorblib2image/IImage.h"
+
+#include <sorblib2core/CExBadParam.h>
+#include <sorblib2core/CString.h>
+
+#include <memory>
+#include <type_traits>
+
+namespace ORVEN {
+
+namespace Impl {
+
+/// Locks the whole image. The dimensions that an image lacks count as one pixel.
+template <class Access>
+void LockWhole(Access& access, const CSize& size, int mode) {
+    CPos first(0, 0, 0);
+    CPos last(size.x - 1, size.y - 1, size.z - 1);
+    first.SetDim(size.Dim());
+    last.SetDim(size.Dim());
+    access.Lock(first, last, mode);
+}
+
+} // namespace Impl
+
+/// The pixels of a whole image as T, for algorithms that have made sure of the type: `view.Row(y, z)[x]`.
+///
+/// `T` is const for reading. The view holds an access to the image for as long as it lives. Pixels of a row
+/// stand side by side; an image whose pixels do not raises `CExBadParam`, as does one whose pixels are not of
+/// the size of a T. An axis beyond the dimension has extent 1.
+template <class T>
+class CImageView {
+    using Image = std::conditional_t<std::is_const_v<T>, const IImage, IImage>;
+    using Access = std::conditional_t<std::is_const_v<T>, const IImage::IAccess, IImage::IAccess>;
+    using Byte = std::conditional_t<std::is_const_v<T>, const unsigned char, unsigned char>;
+
+public:
+    explicit CImageView(Image& image)
+        : m_access(image.CreateAccess(false)) {
+        const CSize& size = image.Size();
+        nx = size.x;
+        ny = size.Dim() > 1 ? size.y : 1;
+        nz = size.Dim() > 2 ? size.z : 1;
+        Impl::LockWhole(*m_access, size, std::is_const_v<T> ? IImage::LOCK_READ : IImage::LOCK_READ_WRITE);
+        const CPos strides = m_access->Strides();
+        if (image.Type().PixelSize() != sizeof(T) || strides.x != static_cast<std::int64_t>(sizeof(T))) {
+            throw CExBadParam(
+                Impl::Here("ORVEN::CImageView"),
+                CString("Pixels of type %1 do not stand in rows of %2 bytes a pixel.", CString::ENC_UTF8)
+                    .Arg(image.Type().ToString())
+                    .Arg(static_cast<long long>(sizeof(T)), 0));
+        }
+        m_strideY = strides.y;
+        m_strideZ = strides.z;
+        if constexpr (std::is_const_v<T>)
+            m_data = static_cast<Byte*>(m_access->ConstData());
+        else
+            m_data = static_cast<Byte*>(m_access->Data());
+    }
+
+    /// The nx pixels of a row.
+    [[nodiscard]] T* Row(std::int64_t y, std::int64_t z) const {
+        return reinterpret_cast<T*>(m_data + y * m_strideY + z * m_strideZ);
+    }
+
+    [[nodiscard]] std::int64_t PixelCount() const { return nx * ny * nz; }
+
+    std::int64_t nx = 0;
+    std::int64_t ny = 0;
+    std::int64_t nz = 0;
+
+private:
+    std::unique_ptr<Access> m_access;
+    Byte* m_data = nullptr;
+    std::int64_t m_strideY = 0;
+    std::int64_t m_strideZ = 0;
+};
+
+} // namespace ORVEN
