@@ -1,0 +1,29 @@
+#include "SegmSauvola.h"
+
+#include "segmentation/LocalThresholders.h"
+#include "utils/PluginContract.h"
+
+namespace {
+
+constexpr quillon::StLocalThresholdingMethod g_method{
+    .name = "Sauvola",
+    .fastMethod = 1,
+    .tellsTime = true,
+    .unsupported = "nonfast Sauvola implementation supports only image types 8bit and 16bit integer.",
+    .older8 = quillon::RunOlderThresholder<quillon::CSauvolaThresholder<unsigned char>>,
+    .older16 = quillon::RunOlderThresholder<quillon::CSauvolaThresholder<unsigned short>>,
+};
+
+} // namespace
+
+void CSegmSauvolaPlugin::GetPluginSetup(ORVEN::CValueMap& setup) { quillon::contract::DescribePlugin(setup); }
+
+bool CSegmSauvolaPlugin::TestParameters(const ORVEN::CValueMap& tree) {
+    return quillon::AcceptsLocalThresholding(tree);
+}
+
+void CSegmSauvolaPlugin::UpdateParameters(const ORVEN::CValueMap& tree) { m_settings.Update(tree); }
+
+void CSegmSauvolaPlugin::GetData(ORVEN::CValueMap& tree) {
+    quillon::RunLocalThresholding(tree, m_settings, g_method);
+}

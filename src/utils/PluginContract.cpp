@@ -1,0 +1,106 @@
+#include "utils/PluginContract.h"
+
+#include <sorblib2core/AreTypesEqual.h>
+#include <sorblib2core/CValueBool.h>
+#include <sorblib2core/CValueDouble.h>
+#include <sorblib2core/CValueLong.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/UnwrapPointer.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
+
+#include <string>
+#include <utility>
+
+namespace quillon::contract {
+
+using namespace ORVEN;
+
+namespace {
+
+const char* const g_focused = "input/documents/focused";
+
+/// The value at the key if it is exactly of class V, else null.
+template <class V>
+const V* TypedEntry(const CValueMap& values, const char* key) {
+    return values.HasEntry(key, typeid(V)) ? static_cast<const V*>(values.Entry(key, true)) : nullptr;
+}
+
+} // namespace
+
+void DescribePlugin(CValueMap& setup, const char* pluginName) {
+    setup.SetEntry("Version", new CValueString("version 1.0.0", CString::NPOS));
+    if (pluginName != nullptr)
+        setup.SetEntry("PluginName", new CValueString(pluginName, CString::NPOS));
+}
+
+const CImage* FocusedImage(const CValueMap& tree) {
+    const auto* focused = TypedEntry<CValuePointer<CValueMap>>(tree, g_focused);
+    const CValueMap* document = UnwrapPointer<CValueMap>(static_cast<const CValue*>(focused));
+    if (document == nullptr)
+        return nullptr;
+    return UnwrapPointer<CImage>(
+        static_cast<const CValue*>(TypedEntry<CValuePointer<CImage>>(*document, "content")));
+}
+
+void StoreFocusedDocument(const CValueMap& tree, CValueMap*& document, EnFocusTest test) {
+    const bool isThere = test == EnFocusTest::ANY_ENTRY
+                             ? tree.HasEntry(g_focused)
+                             : tree.HasEntry(g_focused, typeid(CValuePointer<CValueMap>));
+    if (isThere)
+        document = UnwrapPointer<CValueMap>(tree.Entry(g_focused, true));
+}
+
+bool ReadParameter(const CValueMap& values, const char* key, bool& member) {
+    const auto* value = TypedEntry<CValueBool>(values, key);
+    if (value != nullptr)
+        member = value->Bool();
+    return value != nullptr;
+}
+
+bool ReadParameter(const CValueMap& values, const char* key, std::int32_t& member) {
+    const auto* value = TypedEntry<CValueLong>(values, key);
+    if (value != nullptr)
+        member = value->Long();
+    return value != nullptr;
+}
+
+bool ReadParameter(const CValueMap& values, const char* key, double& member) {
+    const auto* value = TypedEntry<CValueDouble>(values, key);
+    if (value != nullptr)
+        member = value->Double();
+    return value != nullptr;
+}
+
+bool ReadParameter(const CValueMap& values, const char* key, CString& member) {
+    const auto* value = TypedEntry<CValueString>(values, key);
+    if (value != nullptr)
+        member = value->String();
+    return value != nullptr;
+}
+
+CImage* ContentOf(const CValueMap* document) {
+    return document != nullptr ? UnwrapPointer<CImage>(document->Entry("content", true)) : nullptr;
+}
+
+CString LabelOf(const CValueMap& document, const char* fallback) {
+    return document.EntryString("label", CString(fallback, CString::ENC_UTF8));
+}
+
+void Inherit(CImage& result, const CImage& source, const CString& historyLine) {
+    CQuillonHeaderTools::SetAttributes(result, source.Attributes());
+    CQuillonHeaderTools::AddToHistory(result, CValueString(historyLine));
+}
+
+void HandOver(CValueMap& tree, std::unique_ptr<CImage> image, const CString& label, int index) {
+    auto document = std::make_unique<CValueMap>();
+    document->SetEntry("label", new CValueString(label));
+    auto content = std::make_unique<CValueOwnedPointer<CImage>>(image.get(), 1);
+    (void)image.release();
+    document->SetEntry("content", content.release());
+
+    auto pointer = std::make_unique<CValuePointer<CValueMap>>(document.get(), 1);
+    tree.SetEntry("output/documents/add/" + std::to_string(index), pointer.release());
+    (void)document.release(); // the host takes it out of the tree
+}
+
+} // namespace quillon::contract

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2core/CValueMap.h>
+#include <sorblib2image/CImage.h>
+
+#include <cstdint>
+#include <iostream>
+#include <memory>
+
+/// What all plug-ins do alike with the parameter tree, written once: the walk to the image in focus, the
+/// reading of parameters, the hand-over of a result, its label and its history. A plug-in's own source tells
+/// only what differs.
+///
+/// The tree itself, the order of calls and who owns what are told in `CPluginBase`.
+namespace quillon::contract {
+
+/// Stores the entries that every plug-in tells of itself. The name is left out if it is null: most plug-ins
+/// tell none.
+void DescribePlugin(ORVEN::CValueMap& setup, const char* pluginName = nullptr);
+
+/// The image of the focused document, if every entry on the way there is of the right kind; else null.
+const ORVEN::CImage* FocusedImage(const ORVEN::CValueMap& tree);
+
+/// The usual `TestParameters`: whether the tree holds an image in focus that `accepts(image)`. Whatever is
+/// raised on the way is a no.
+template <class Accepts>
+bool AcceptsFocusedImage(const ORVEN::CValueMap& tree, const Accepts& accepts) {
+    try {
+        const ORVEN::CImage* image = FocusedImage(tree);
+        return image != nullptr && accepts(*image);
+    } catch (...) {
+        return false;
+    }
+}
+
+/// What a plug-in asks of the entry of the focused document before it takes it. A wrong kind of entry raises
+/// `CExBadParam` in the first case and counts as missing in the second.
+enum class EnFocusTest { ANY_ENTRY, POINTER_TO_DOCUMENT };
+
+/// Stores the focused document of the tree; a missing one leaves the old pointer in place.
+void StoreFocusedDocument(const ORVEN::CValueMap& tree, ORVEN::CValueMap*& document, EnFocusTest test);
+
+/// Reads a parameter into a member. A missing entry, and an entry of another kind, leave the member as it is
+/// and answer false. The key is a path from where `values` stands: "parameters/sigma" from the tree, "sigma"
+/// from its map.
+bool ReadParameter(const ORVEN::CValueMap& values, const char* key, bool& member);
+bool ReadParameter(const ORVEN::CValueMap& values, const char* key, std::int32_t& member);
+bool ReadParameter(const ORVEN::CValueMap& values, const char* key, double& member);
+bool ReadParameter(const ORVEN::CValueMap& values, const char* key, ORVEN::CString& member);
+
+/// The image of a document; null for no document and for a document without image.
+ORVEN::CImage* ContentOf(const ORVEN::CValueMap* document);
+
+/// The label of a document, or `fallback` where it has none.
+ORVEN::CString LabelOf(const ORVEN::CValueMap& document, const char* fallback);
+
+/// Gives a result the attributes of the image that it was made from, and its own line of history after
+/// theirs.
+void Inherit(ORVEN::CImage& result, const ORVEN::CImage& source, const ORVEN::CString& historyLine);
+
+/// Puts a new document with image and label into the tree, for the host to take, at place `index` of the new
+/// documents.
+void HandOver(ORVEN::CValueMap& tree, std::unique_ptr<ORVEN::CImage> image, const ORVEN::CString& label,
+              int index = 0);
+
+/// Runs a plug-in's work; a `CException` is written to standard error, in the name given, and goes on.
+template <class Work>
+void ReportExceptions(const char* name, const Work& work) {
+    try {
+        work();
+    } catch (const ORVEN::CException& exception) {
+        std::cerr << name << " caught an ORVEN::CException: " << exception.Message() << std::endl;
+        throw;
+    }
+}
+
+} // namespace quillon::contract

@@ -1,0 +1,95 @@
+#include "support/PackHost.h"
+
+#include <sorblib2core/CString.h>
+#include <sorblib2core/CValueString.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace {
+
+/// The names that this build of the pack serves.
+constexpr std::array g_served{"SegmNiblack", "SegmSauvola"};
+
+/// The names that are known and wait for their plug-in.
+constexpr std::array g_awaited{"Granulometry",     "LocalFiberDirections", "LocalFiberDirectionsDialog",
+                               "Skeleton",         "EuclideanSkeleton",    "ExactMedialAxis",
+                               "ExactBisector",    "MarkSimplePoints",     "LocalEulerNumber",
+                               "VoronoiEdtPlugin", "PartialDerivative",    "PointwiseRelation",
+                               "GaussFilter",      "SphericalMorphology",  "LinearDt",
+                               "FeatureToImage",   "ConvexifyObjects",     "FieldFeaturesGrayValueImage",
+                               "Watershed",        "GranulometryExport",   "LocalFiberDirectionsExport",
+                               "CylinderMask"};
+
+std::string OutputOf(const std::string& command) {
+    std::string output;
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::array<char, 256> buffer{};
+    while (pipe && std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr)
+        output += buffer.data();
+    return output;
+}
+
+TEST(PluginFactory, ServesEveryNameThatHasItsPlugin) {
+    for (const char* name : g_served)
+        EXPECT_NE(test::CreatePlugin(name), nullptr) << name;
+}
+
+TEST(PluginFactory, AnswersNullForNamesWhosePluginDoesNotExistYet) {
+    for (const char* name : g_awaited)
+        EXPECT_EQ(test::CreatePlugin(name), nullptr) << name;
+}
+
+TEST(PluginFactory, ComparesExactlyAndCaseSensitively) {
+    for (const char* name : g_served) {
+        const std::string text(name);
+        EXPECT_EQ(test::CreatePlugin((text + " ").c_str()), nullptr);
+        EXPECT_EQ(test::CreatePlugin((text + "x").c_str()), nullptr);
+        EXPECT_EQ(test::CreatePlugin(text.substr(0, text.size() - 1).c_str()), nullptr);
+        EXPECT_EQ(test::CreatePlugin(text.substr(1).c_str()), nullptr);
+    }
+    EXPECT_EQ(test::CreatePlugin("segmniblack"), nullptr);
+    EXPECT_EQ(test::CreatePlugin("SEGMNIBLACK"), nullptr);
+}
+
+TEST(PluginFactory, DoesNotKnowVoronoiEdtWithoutItsLastWord) {
+    EXPECT_EQ(test::CreatePlugin("VoronoiEdt"), nullptr);
+}
+
+TEST(PluginFactory, DoesNotKnowTheClassLikeNameTopologicalSkeleton) {
+    EXPECT_EQ(test::CreatePlugin("TopologicalSkeleton"), nullptr);
+}
+
+TEST(PluginFactory, AnswersNullForAnEmptyNameAndForNone) {
+    EXPECT_EQ(test::CreatePlugin(""), nullptr);
+    EXPECT_EQ(test::CreatePlugin(nullptr), nullptr);
+}
+
+TEST(PluginFactory, MakesDistinctObjectsOfTheSameName) {
+    const auto first = test::CreatePlugin("SegmNiblack");
+    const auto second = test::CreatePlugin("SegmNiblack");
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(first.get(), second.get());
+}
+
+TEST(PluginFactory, EveryPluginTellsItsVersion) {
+    for (const char* name : g_served) {
+        ORVEN::CValueMap setup;
+        test::CreatePlugin(name)->GetPluginSetup(setup);
+        EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0") << name;
+        EXPECT_FALSE(setup.HasEntry("PluginName")) << name;
+    }
+}
+
+TEST(Pack, ExportsExactlyOneSymbol) {
+    const std::string listing = OutputOf("nm -D --defined-only '" QUILLON_PACK "'");
+    ASSERT_FALSE(listing.empty());
+    EXPECT_EQ(listing.substr(listing.find(' ') + 1), "T CreatePluginInstanceEx\n");
+}
+
+} // namespace
