@@ -47,7 +47,8 @@ public:
     CString& Arg(double number, int width);
 
     friend bool operator==(const CString& a, const CString& b) { return a.m_text == b.m_text; }
-    friend bool operator==(const CString& a, const char* b) { return a.m_text == b; }
+    /// Null is the empty text.
+    friend bool operator==(const CString& a, const char* b) { return a.m_text == (b != nullptr ? b : ""); }
 
 private:
     void ReplaceLowestPlaceholder(const std::string& replacement);

@@ -5,7 +5,11 @@ namespace ORVEN {
 CValueBool::CValueBool(bool value)
     : m_value(value) {}
 
-CValue* CValueBool::Clone(EnTfOwnership /*strategy*/) const { return new CValueBool(*this); }
+CValue* CValueBool::Clone(EnTfOwnership strategy) const {
+    auto clone = std::make_unique<CValueBool>(m_value);
+    clone->CopyMeta(*this, strategy, false);
+    return clone.release();
+}
 
 CValue& CValueBool::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
     CValue::Copy(source, strategy, mergeMeta);

@@ -17,8 +17,6 @@ public:
     EnValType GenericType() const override;
 
 private:
-    CValueBool(const CValueBool&) = default;
-
     bool m_value;
 };
 

@@ -5,7 +5,11 @@ namespace ORVEN {
 CValueDouble::CValueDouble(double value)
     : m_value(value) {}
 
-CValue* CValueDouble::Clone(EnTfOwnership /*strategy*/) const { return new CValueDouble(*this); }
+CValue* CValueDouble::Clone(EnTfOwnership strategy) const {
+    auto clone = std::make_unique<CValueDouble>(m_value);
+    clone->CopyMeta(*this, strategy, false);
+    return clone.release();
+}
 
 CValue& CValueDouble::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
     CValue::Copy(source, strategy, mergeMeta);

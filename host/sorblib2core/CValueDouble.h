@@ -17,8 +17,6 @@ public:
     EnValType GenericType() const override;
 
 private:
-    CValueDouble(const CValueDouble&) = default;
-
     double m_value;
 };
 

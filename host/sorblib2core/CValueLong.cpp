@@ -5,7 +5,11 @@ namespace ORVEN {
 CValueLong::CValueLong(std::int32_t value)
     : m_value(value) {}
 
-CValue* CValueLong::Clone(EnTfOwnership /*strategy*/) const { return new CValueLong(*this); }
+CValue* CValueLong::Clone(EnTfOwnership strategy) const {
+    auto clone = std::make_unique<CValueLong>(m_value);
+    clone->CopyMeta(*this, strategy, false);
+    return clone.release();
+}
 
 CValue& CValueLong::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
     CValue::Copy(source, strategy, mergeMeta);

@@ -19,8 +19,6 @@ public:
     EnValType GenericType() const override;
 
 private:
-    CValueLong(const CValueLong&) = default;
-
     std::int32_t m_value;
 };
 

@@ -14,7 +14,11 @@ void CValueString::SetString(const char* text, std::size_t length) {
         m_text = CString(length == CString::NPOS ? std::string(text) : std::string(text, length));
 }
 
-CValue* CValueString::Clone(EnTfOwnership /*strategy*/) const { return new CValueString(*this); }
+CValue* CValueString::Clone(EnTfOwnership strategy) const {
+    auto clone = std::make_unique<CValueString>(m_text);
+    clone->CopyMeta(*this, strategy, false);
+    return clone.release();
+}
 
 CValue& CValueString::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
     CValue::Copy(source, strategy, mergeMeta);

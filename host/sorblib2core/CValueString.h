@@ -22,8 +22,6 @@ public:
     EnValType GenericType() const override;
 
 private:
-    CValueString(const CValueString&) = default;
-
     CString m_text;
 };
 

@@ -3,6 +3,7 @@
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CString.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -50,11 +51,15 @@ CPos CImage::Strides(const CType& type, const CSize& size, const CSize& border) 
 
 std::int64_t CImage::ByteCount(const CType& type, const CSize& size, const CSize& border) {
     (void)size.PixelCount(); // refuses sizes that no image can have, before the border is added
+    const CSize padded = WithBorder(size, border);
+    // An empty axis counts as one pixel here, so that the strides of an empty image fit into 64 bits too.
+    CSize stepped = padded;
+    for (int axis = 0; axis < padded.Dim(); ++axis)
+        stepped[axis] = std::max<std::int64_t>(1, padded[axis]);
     std::int64_t byteCount = 0;
-    if (__builtin_mul_overflow(WithBorder(size, border).PixelCount(), std::int64_t{type.PixelSize()},
-                               &byteCount))
+    if (__builtin_mul_overflow(stepped.PixelCount(), std::int64_t{type.PixelSize()}, &byteCount))
         throw std::bad_alloc();
-    return byteCount;
+    return padded.PixelCount() == 0 ? 0 : byteCount;
 }
 
 CImage::PixelMemory CImage::Allocate(std::int64_t byteCount) {

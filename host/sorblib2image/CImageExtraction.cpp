@@ -11,7 +11,6 @@ namespace {
 
 void CopyRegion(const char* site, const CImage& source, CImage& target, const CPos& first, const CPos& last) {
     const CSize& size = source.Size();
-    const CSize region = CBox(first, last).Size();
     bool isInside = first.Dim() == size.Dim() && last.Dim() == size.Dim();
     for (int axis = 0; isInside && axis < size.Dim(); ++axis)
         isInside = first[axis] >= 0 && first[axis] <= last[axis] && last[axis] < size[axis];
@@ -23,6 +22,7 @@ void CopyRegion(const char* site, const CImage& source, CImage& target, const CP
                              .Arg(size.ToString()),
                          nullptr);
     }
+    const CSize region = CBox(first, last).Size();
     if (!(target.Size() == region) || !(target.Type() == source.Type())) {
         throw CException(
             site,

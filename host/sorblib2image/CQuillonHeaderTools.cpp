@@ -1,5 +1,6 @@
 #include "sorblib2image/CQuillonHeaderTools.h"
 
+#include <sorblib2core/AreTypesEqual.h>
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueMap.h>
@@ -48,8 +49,12 @@ std::optional<std::array<double, 3>> Triple(const IImage& image, const char* key
     return std::array{*x, *y, *z};
 }
 
-/// The map at the key, made anew if something else or nothing stands there. Keys of the map are not paths:
-/// what is stored in it goes in directly.
+bool IsSameKind(const CValue& a, const CValue& b) {
+    return a.GenericType() == b.GenericType() &&
+           (a.GenericType() != CValue::VAL_POINTER || AreTypesEqual(a.ElementType(), b.ElementType()));
+}
+
+/// The map at the key, made anew if something else or nothing stands there.
 CValueMap& MapAt(IImage& image, const char* key) {
     CValueMap& attributes = image.Attributes();
     CValue* entry = attributes.Entry(key, true);
@@ -109,18 +114,20 @@ void CQuillonHeaderTools::SetAttributes(IImage& target, const CValueMap& source)
 bool CQuillonHeaderTools::GetMetaInfo(const IImage& image, const char* key, CValue& out) {
     const CValue* meta = image.Attributes().Entry(g_meta, true);
     const CValue* value = meta != nullptr && meta->Map() != nullptr ? meta->Map()->Entry(key, true) : nullptr;
-    if (value == nullptr || value->GenericType() != out.GenericType())
+    if (value == nullptr || !IsSameKind(*value, out))
         return false;
     out.Copy(*value, CValue::TF_KEEP, false);
     return true;
 }
 
 void CQuillonHeaderTools::SetMetaInfo(IImage& image, const char* key, const CValue& value) {
-    MapAt(image, g_meta).SetEntry(key, value.Clone(CValue::TF_NONE));
+    std::unique_ptr<CValue> copy(value.Clone(CValue::TF_NONE)); // before anything in the tree gives way to it
+    MapAt(image, g_meta).SetEntry(key, copy.release());
 }
 
 void CQuillonHeaderTools::SetFeatures(IImage& image, const char* key, const CValue& value) {
-    MapAt(image, c_sTagFeatures.c_str()).SetEntry(key, value.Clone(CValue::TF_NONE));
+    std::unique_ptr<CValue> copy(value.Clone(CValue::TF_NONE)); // as above
+    MapAt(image, c_sTagFeatures.c_str()).SetEntry(key, copy.release());
 }
 
 bool CQuillonHeaderTools::GetMaxDistance(const IImage& image, double& distance) {

@@ -13,7 +13,7 @@
 namespace {
 
 /// The names that this build of the pack serves.
-constexpr std::array g_served{"SegmNiblack", "SegmSauvola"};
+constexpr std::array g_served{"SegmNiblack", "SegmSauvola", "Watershed"};
 
 /// The names that are known and wait for their plug-in.
 constexpr std::array g_awaited{"Granulometry",     "LocalFiberDirections", "LocalFiberDirectionsDialog",

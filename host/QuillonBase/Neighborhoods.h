@@ -1,0 +1,114 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+
+/// The neighbourhoods of the pixel grid, as template arguments: a loop over one of them is compiled for its
+/// table and its length.
+///
+/// Entry i of `dx`, `dy` and `dz` together is the offset of neighbour i. A table lists both directions, never
+/// the centre, in raster order: dz slowest, then dy, then dx, each ascending, so that entries i and
+/// count - 1 - i are opposite. The order is part of the contract, because it decides which of two equally
+/// near regions reaches a pixel first. Two-dimensional tables have a `dz` of zeros.
+///
+/// N4 and N6 in three dimensions are the steps along the axes, N8 and N26 the whole block around a pixel. The
+/// others are the edges of a triangulation of the grid and are their own duals: object and background take
+/// the same neighbourhood. N14_1 splits each cube into the six tetrahedra along the monotone paths from
+/// (0,0,0) to (1,1,1) (H. Freudenthal, "Simplizialzerlegungen von beschränkter Flachheit", 1942; H. W. Kuhn,
+/// "Some combinatorial lemmas in topology", 1960), N14_2 is its mirror image in x, N6_1 and N6_2 are what the
+/// two leave in a plane. For the duality see T. Y. Kong, A. Rosenfeld, "Digital topology: introduction and
+/// survey", 1989.
+namespace ORVEN {
+
+namespace Impl {
+
+constexpr bool IsAxisStep(int dx, int dy, int dz) { return dx * dx + dy * dy + dz * dz == 1; }
+
+constexpr bool IsBlockStep(int dx, int dy, int dz) { return dx != 0 || dy != 0 || dz != 0; }
+
+/// No two coordinates of opposite sign: an edge of the split along paths from (0,0,0) to (1,1,1).
+constexpr bool IsMonotoneStep(int dx, int dy, int dz) {
+    return IsBlockStep(dx, dy, dz) && dx * dy >= 0 && dx * dz >= 0 && dy * dz >= 0;
+}
+
+constexpr bool IsMirroredMonotoneStep(int dx, int dy, int dz) { return IsMonotoneStep(-dx, dy, dz); }
+
+using StepTest = bool (*)(int dx, int dy, int dz);
+
+/// What a descriptor is made of. A length that does not fit the test does not compile.
+template <int imageDimension, std::size_t neighborCount, StepTest isNeighbor>
+struct StNeighborhood {
+    static constexpr int dimension = imageDimension;
+    static constexpr std::size_t count = neighborCount;
+
+private:
+    using Table = std::array<std::int64_t, neighborCount>;
+
+    static consteval Table Offsets(std::size_t axis) {
+        constexpr int depth = imageDimension == 3 ? 1 : 0;
+        Table table{};
+        std::size_t found = 0;
+        for (int z = -depth; z <= depth; ++z) {
+            for (int y = -1; y <= 1; ++y) {
+                for (int x = -1; x <= 1; ++x) {
+                    if (isNeighbor(x, y, z))
+                        table.at(found++) = std::array{x, y, z}.at(axis);
+                }
+            }
+        }
+        if (found != neighborCount)
+            throw std::logic_error("The length of the table is wrong.");
+        return table;
+    }
+
+public:
+    static constexpr Table dx = Offsets(0);
+    static constexpr Table dy = Offsets(1);
+    static constexpr Table dz = Offsets(2);
+
+    /// Whether neighbour i of (x, y, z) lies outside an image whose last pixel is (lastX, lastY, lastZ).
+    static constexpr bool LeavesImage(std::size_t i, std::int16_t x, std::int16_t y, std::int16_t z,
+                                      std::int16_t lastX, std::int16_t lastY, std::int16_t lastZ) {
+        return (x < 1 && dx[i] < 0) || (x >= lastX && dx[i] >= 1) || //
+               (y < 1 && dy[i] < 0) || (y >= lastY && dy[i] >= 1) || //
+               (z < 1 && dz[i] < 0) || (z >= lastZ && dz[i] >= 1);
+    }
+};
+
+} // namespace Impl
+
+struct CNeighborhood3dDiffN6 : Impl::StNeighborhood<3, 6, Impl::IsAxisStep> {
+    static constexpr const char* id = "N6";
+};
+
+struct CNeighborhood3dDiffN14_1 : Impl::StNeighborhood<3, 14, Impl::IsMonotoneStep> {
+    static constexpr const char* id = "N14_1";
+};
+
+struct CNeighborhood3dDiffN14_2 : Impl::StNeighborhood<3, 14, Impl::IsMirroredMonotoneStep> {
+    static constexpr const char* id = "N14_2";
+};
+
+struct CNeighborhood3dDiffN26 : Impl::StNeighborhood<3, 26, Impl::IsBlockStep> {
+    static constexpr const char* id = "N26";
+};
+
+struct CNeighborhood2dDiffN4 : Impl::StNeighborhood<2, 4, Impl::IsAxisStep> {
+    static constexpr const char* id = "N4";
+};
+
+struct CNeighborhood2dDiffN6_1 : Impl::StNeighborhood<2, 6, Impl::IsMonotoneStep> {
+    static constexpr const char* id = "N6_1";
+};
+
+struct CNeighborhood2dDiffN6_2 : Impl::StNeighborhood<2, 6, Impl::IsMirroredMonotoneStep> {
+    static constexpr const char* id = "N6_2";
+};
+
+struct CNeighborhood2dDiffN8 : Impl::StNeighborhood<2, 8, Impl::IsBlockStep> {
+    static constexpr const char* id = "N8";
+};
+
+} // namespace ORVEN

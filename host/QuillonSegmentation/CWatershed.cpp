@@ -1,0 +1,7 @@
+#include "QuillonSegmentation/CWatershed.h"
+
+namespace ORVEN {
+
+CWatershed::~CWatershed() = default;
+
+} // namespace ORVEN

@@ -1,0 +1,241 @@
+#include <QuillonBase/CProgressProxy.h>
+#include <QuillonBase/Parallel.h>
+
+#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/Raised.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <functional>
+#include <latch>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace ORVEN;
+using test::CRecordingProgress;
+
+namespace {
+
+/// Sets or removes an environment variable for as long as it lives.
+class CEnvironment {
+public:
+    CEnvironment(const char* name, const char* value)
+        : m_name(name) {
+        if (const char* former = std::getenv(name)) {
+            m_former = former;
+            m_wasSet = true;
+        }
+        if (value != nullptr)
+            setenv(name, value, 1);
+        else
+            unsetenv(name);
+    }
+    ~CEnvironment() {
+        if (m_wasSet)
+            setenv(m_name, m_former.c_str(), 1);
+        else
+            unsetenv(m_name);
+    }
+    CEnvironment(const CEnvironment&) = delete;
+    CEnvironment& operator=(const CEnvironment&) = delete;
+
+private:
+    const char* m_name;
+    std::string m_former;
+    bool m_wasSet = false;
+};
+
+/// Leaves the process with the default number of threads.
+class ParallelForWithThreads : public testing::TestWithParam<int> {
+protected:
+    ParallelForWithThreads() { SetThreadCount(GetParam()); }
+    ~ParallelForWithThreads() override { SetThreadCount(0); }
+
+    CRecordingProgress m_progress;
+};
+
+INSTANTIATE_TEST_SUITE_P(Threads, ParallelForWithThreads, testing::Values(1, 2, 3, 7, 16));
+
+using Item = std::function<void(std::int64_t)>;
+
+} // namespace
+
+TEST_P(ParallelForWithThreads, DoesEachItemOnce) {
+    for (const std::int64_t count : {1, 2, 15, 16, 17, 1000}) {
+        SCOPED_TRACE(count);
+        std::vector<int> timesDone(static_cast<std::size_t>(count));
+        EXPECT_TRUE(ParallelFor(count, m_progress, [&]() -> Item {
+            return [&](std::int64_t item) { ++timesDone[static_cast<std::size_t>(item)]; };
+        }));
+        EXPECT_EQ(timesDone, std::vector<int>(timesDone.size(), 1));
+    }
+}
+
+TEST_P(ParallelForWithThreads, DoesNothingForACountOf0OrLess) {
+    for (const std::int64_t count : {0, -1}) {
+        EXPECT_TRUE(ParallelFor(count, m_progress,
+                                [&]() -> Item { return [](std::int64_t item) { ADD_FAILURE() << item; }; }));
+    }
+    EXPECT_TRUE(m_progress.calls.empty());
+}
+
+TEST_P(ParallelForWithThreads, StepsAddUpAndComeFromTheCallingThread) {
+    EXPECT_TRUE(ParallelFor(1000, m_progress, []() -> Item { return [](std::int64_t) {}; }));
+    EXPECT_EQ(m_progress.steps, 1000U);
+    EXPECT_TRUE(m_progress.isFromOneThread);
+    EXPECT_TRUE(std::all_of(m_progress.calls.begin(), m_progress.calls.end(),
+                            [](const std::string& call) { return call.starts_with("Step"); }));
+}
+
+TEST_P(ParallelForWithThreads, MakesOneWorkerPerThreadThatTakesPart) {
+    std::mutex guard;
+    std::multiset<std::thread::id> makers;
+    EXPECT_TRUE(ParallelFor(1000, m_progress, [&]() -> Item {
+        const auto maker = std::this_thread::get_id();
+        const std::lock_guard lock(guard);
+        makers.insert(maker);
+        return [maker](std::int64_t) { EXPECT_EQ(std::this_thread::get_id(), maker); };
+    }));
+    EXPECT_EQ(makers.size(), static_cast<std::size_t>(GetParam()));
+    for (const auto& maker : makers)
+        EXPECT_EQ(makers.count(maker), 1U);
+}
+
+TEST_P(ParallelForWithThreads, ReallyRunsItemsAtTheSameTime) {
+    // Each item waits until as many have begun as there are threads: with fewer at a time it would never end.
+    std::latch allBegun(GetParam());
+    EXPECT_TRUE(ParallelFor(GetParam(), m_progress,
+                            [&]() -> Item { return [&](std::int64_t) { allBegun.arrive_and_wait(); }; }));
+}
+
+TEST_P(ParallelForWithThreads, TakesNoMoreThreadsThanItems) {
+    std::atomic<int> workers{0};
+    EXPECT_TRUE(ParallelFor(2, m_progress, [&]() -> Item {
+        ++workers;
+        return [](std::int64_t) {};
+    }));
+    EXPECT_LE(workers, 2);
+}
+
+TEST_P(ParallelForWithThreads, BeginsNothingOnceCancelled) {
+    m_progress.Cancel();
+    EXPECT_FALSE(ParallelFor(1000, m_progress,
+                             []() -> Item { return [](std::int64_t item) { ADD_FAILURE() << item; }; }));
+    EXPECT_EQ(m_progress.steps, 0U);
+}
+
+TEST_P(ParallelForWithThreads, StopsSoonAfterACancellationAndStepsForWhatWasDone) {
+    std::atomic<unsigned> done{0};
+    EXPECT_FALSE(ParallelFor(100000, m_progress, [&]() -> Item {
+        return [&](std::int64_t) {
+            if (++done >= 10)
+                m_progress.Cancel();
+        };
+    }));
+    EXPECT_GE(done, 10U);
+    EXPECT_LE(done, 9U + static_cast<unsigned>(GetParam())); // whoever gets that far does no other item
+    EXPECT_EQ(m_progress.steps, done);
+    EXPECT_TRUE(m_progress.isFromOneThread);
+}
+
+TEST_P(ParallelForWithThreads, RaisesTheExceptionOfAnItemAgainAndBeginsNoOther) {
+    std::atomic<int> begun{0};
+    const auto raised = test::Raised<std::runtime_error>([&] {
+        ParallelFor(100000, m_progress, [&]() -> Item {
+            return [&](std::int64_t item) {
+                ++begun;
+                if (item >= 5)
+                    throw std::runtime_error("item 5 or later");
+            };
+        });
+    });
+    EXPECT_STREQ(raised.what(), "item 5 or later");
+    EXPECT_LE(begun, 5 + GetParam()); // every thread ends with its first failure
+}
+
+TEST_P(ParallelForWithThreads, RaisesOneExceptionIfEveryItemRaises) {
+    EXPECT_THROW(
+        ParallelFor(1000, m_progress, []() -> Item { return [](std::int64_t) { throw std::bad_alloc(); }; }),
+        std::bad_alloc);
+}
+
+TEST_P(ParallelForWithThreads, RaisesWhatMakingAWorkerRaises) {
+    EXPECT_THROW(
+        ParallelFor(1000, m_progress, []() -> Item { throw std::runtime_error("no scratch memory"); }),
+        std::runtime_error);
+    EXPECT_EQ(m_progress.steps, 0U);
+}
+
+TEST_P(ParallelForWithThreads, RaisesWhatTheSinkRaises) {
+    class CRaisingProgress : public CRecordingProgress {
+        void Step(unsigned /*amount*/, int /*flag*/) override { throw std::runtime_error("sink"); }
+    } raising;
+    EXPECT_THROW(ParallelFor(100, raising, []() -> Item { return [](std::int64_t) {}; }), std::runtime_error);
+}
+
+TEST_P(ParallelForWithThreads, CanStandInsideAnother) {
+    std::atomic<int> done{0};
+    EXPECT_TRUE(ParallelFor(4, m_progress, [&]() -> Item {
+        return [&](std::int64_t) {
+            CProgressProxy none;
+            EXPECT_TRUE(ParallelFor(5, none, [&]() -> Item { return [&](std::int64_t) { ++done; }; }));
+        };
+    }));
+    EXPECT_EQ(done, 20);
+}
+
+TEST_P(ParallelForWithThreads, EachWorkerKeepsItsScratchMemory) {
+    std::atomic<std::int64_t> sum{0};
+    struct StScratch {
+        explicit StScratch(std::atomic<std::int64_t>& total)
+            : m_total(total) {}
+        StScratch(const StScratch&) = delete;
+        StScratch& operator=(const StScratch&) = delete;
+        ~StScratch() { m_total += partial; }
+        std::int64_t partial = 0;
+        std::atomic<std::int64_t>& m_total;
+    };
+    EXPECT_TRUE(ParallelFor(1000, m_progress, [&]() -> Item {
+        return [scratch = std::make_shared<StScratch>(sum)](std::int64_t item) { scratch->partial += item; };
+    }));
+    EXPECT_EQ(sum, 499500);
+}
+
+TEST(ThreadCount, IsWhatWasSetAndZeroGoesBackToTheDefault) {
+    const CEnvironment environment("OMP_NUM_THREADS", "5");
+    EXPECT_EQ(ThreadCount(), 5);
+    SetThreadCount(3);
+    EXPECT_EQ(ThreadCount(), 3);
+    SetThreadCount(0);
+    EXPECT_EQ(ThreadCount(), 5);
+    SetThreadCount(-2);
+    EXPECT_EQ(ThreadCount(), 5);
+}
+
+TEST(ThreadCount, ReadsTheFirstNumberOfOmpNumThreads) {
+    const CEnvironment environment("OMP_NUM_THREADS", "6,2");
+    EXPECT_EQ(ThreadCount(), 6);
+}
+
+TEST(ThreadCount, LimitsOmpNumThreadsToWhatIsSensible) {
+    const CEnvironment environment("OMP_NUM_THREADS", "100000");
+    EXPECT_EQ(ThreadCount(), 1024);
+}
+
+TEST(ThreadCount, IsOnePerProcessorWithoutAUsableOmpNumThreads) {
+    const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    for (const char* text : {static_cast<const char*>(nullptr), "", "0", "-4", "many", "99999999999"}) {
+        SCOPED_TRACE(text != nullptr ? text : "not set");
+        const CEnvironment environment("OMP_NUM_THREADS", text);
+        EXPECT_EQ(ThreadCount(), processors);
+    }
+}

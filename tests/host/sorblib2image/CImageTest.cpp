@@ -1,0 +1,304 @@
+#include <sorblib2core/CExBadParam.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2core/CValueLong.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/UnwrapPointer.h>
+#include <sorblib2image/CImage.h>
+#include <sorblib2image/CSorbImageFactory.h>
+#include <sorblib2image/ImageView.h>
+
+#include "support/Raised.h"
+#include "support/TestImage.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <new>
+#include <numeric>
+#include <string>
+#include <vector>
+
+using namespace ORVEN;
+using test::ImageOf;
+using test::PixelsOf;
+
+namespace {
+
+const CSize g_noBorder(0, 0, 0);
+constexpr std::int64_t g_greatest = std::numeric_limits<std::int64_t>::max();
+
+using Byte = unsigned char;
+using Bytes = std::vector<Byte>;
+
+CSize SizeOfDim(std::int64_t x, std::int64_t y, std::int64_t z, int dim) {
+    CSize size(x, y, z);
+    size.SetDim(dim);
+    return size;
+}
+
+CPos StridesOf(const CImage& image) {
+    return std::unique_ptr<const IImage::IAccess>(image.CreateAccess(false))->Strides();
+}
+
+/// 0, 1, 2, ... in raster order.
+Bytes Counting(std::int64_t count) {
+    Bytes pixels(static_cast<std::size_t>(count));
+    std::iota(pixels.begin(), pixels.end(), Byte{0});
+    return pixels;
+}
+
+std::unique_ptr<CImage> CountingImage(const CSize& size) {
+    return ImageOf(IMAGE_GREY_8, size, Counting(size.PixelCount()));
+}
+
+/// A size that no image can have, or none that fits into memory.
+struct StAbsurd {
+    const char* name;
+    CSize size;
+    CSize border;
+    bool isBadParam; ///< else out of memory
+};
+
+class AbsurdSize : public testing::TestWithParam<StAbsurd> {
+protected:
+    /// Runs the body, which must raise what the size deserves.
+    template <class Body>
+    static void ExpectRefusal(const Body& body) {
+        if (GetParam().isBadParam)
+            EXPECT_THROW(body(), CExBadParam);
+        else
+            EXPECT_THROW(body(), std::bad_alloc);
+    }
+};
+
+} // namespace
+
+TEST(CImage, IsZeroInEveryDimensionAndType) {
+    for (const CSize& size : {SizeOfDim(5, 0, 0, 1), CSize(5, 4), CSize(5, 4, 3)}) {
+        SCOPED_TRACE(size.ToString());
+        const CImage image(IMAGE_GREY_16, size, g_noBorder);
+        EXPECT_EQ(image.Size(), size);
+        EXPECT_EQ(image.Type(), IMAGE_GREY_16);
+        EXPECT_TRUE(image.Attributes().IsEmpty());
+        EXPECT_EQ(PixelsOf<unsigned short>(image),
+                  std::vector<unsigned short>(static_cast<std::size_t>(size.PixelCount())));
+    }
+}
+
+TEST(CImage, IsZeroWhereItsMemoryIsMapped) {
+    const CImage image(IMAGE_GREY_32, CSize(256, 256, 17), g_noBorder);
+    const auto pixels = PixelsOf<unsigned>(image);
+    EXPECT_EQ(pixels.size(), 256U * 256U * 17U);
+    EXPECT_TRUE(std::all_of(pixels.begin(), pixels.end(), [](unsigned pixel) { return pixel == 0; }));
+}
+
+TEST(CImage, StridesAreByteStepsWithoutGaps) {
+    EXPECT_EQ(StridesOf(CImage(IMAGE_GREY_8, CSize(5, 4, 3), g_noBorder)), CPos(1, 5, 20));
+    EXPECT_EQ(StridesOf(CImage(IMAGE_GREY_F, CSize(5, 4, 3), g_noBorder)), CPos(4, 20, 80));
+    EXPECT_EQ(StridesOf(CImage(IMAGE_COMPLEX_F, CSize(5, 4, 3), g_noBorder)), CPos(8, 40, 160));
+}
+
+TEST(CImage, StridesBeyondTheDimensionAreZero) {
+    const CPos ofTwo = StridesOf(CImage(IMAGE_GREY_16, CSize(5, 4), g_noBorder));
+    EXPECT_EQ(ofTwo, CPos(2, 10));
+    EXPECT_EQ(ofTwo.z, 0);
+    const CPos ofOne = StridesOf(CImage(IMAGE_GREY_16, SizeOfDim(5, 7, 7, 1), g_noBorder));
+    EXPECT_EQ(ofOne.x, 2);
+    EXPECT_EQ(ofOne.y, 0);
+    EXPECT_EQ(ofOne.z, 0);
+}
+
+TEST(CImage, BorderShowsInTheStridesOnly) {
+    CImage image(IMAGE_GREY_16, CSize(5, 4, 3), CSize(1, 2, 3));
+    EXPECT_EQ(StridesOf(image), CPos(2, 14, 112));
+    EXPECT_EQ(image.Size(), CSize(5, 4, 3));
+    const CImageView<unsigned short> view(image);
+    for (std::int64_t z = 0; z < 3; ++z) {
+        for (std::int64_t y = 0; y < 4; ++y)
+            std::fill_n(view.Row(y, z), 5, static_cast<unsigned short>(10 * z + y));
+    }
+    // The border of one pixel on both sides of x lies between the rows, and is still zero.
+    EXPECT_EQ(view.Row(0, 0)[-1], 0);
+    EXPECT_EQ(view.Row(1, 2)[5], 0);
+    EXPECT_EQ(view.Row(1, 2)[6], 0);
+    EXPECT_EQ(view.Row(2, 2) - view.Row(1, 2), 7);
+    EXPECT_EQ(PixelsOf<unsigned short>(image)[59], 23);
+}
+
+TEST(CImage, ExtentsOfZeroMakeAnImageWithoutPixels) {
+    for (const CSize& size : {CSize(0, 0, 0), CSize(0, 4, 3), CSize(5, 0, 3), CSize(5, 4, 0), CSize(0, 4),
+                              CSize(5, 0), SizeOfDim(0, 0, 0, 1)}) {
+        SCOPED_TRACE(size.ToString());
+        const CImage image(IMAGE_GREY_F, size, g_noBorder);
+        EXPECT_EQ(image.Size(), size);
+        const CImageView<const float> view(image);
+        EXPECT_EQ(view.PixelCount(), 0);
+        EXPECT_TRUE(PixelsOf<float>(CImage(image)).empty());
+    }
+}
+
+TEST(CImage, CopyIsDeepAndLeavesTheAttributesBehind) {
+    const auto original = CountingImage(CSize(5, 4, 3));
+    original->Attributes().SetEntry("label", new CValueLong(1));
+    const CImage copy(*original);
+    CImageView<Byte>(*original).Row(0, 0)[0] = 99;
+    EXPECT_EQ(copy.Size(), original->Size());
+    EXPECT_EQ(copy.Type(), original->Type());
+    EXPECT_EQ(PixelsOf<Byte>(copy), Counting(60));
+    EXPECT_TRUE(copy.Attributes().IsEmpty());
+}
+
+TEST(CImage, CopyKeepsTheBorder) {
+    CImage original(IMAGE_GREY_8, CSize(5, 4), CSize(3, 2));
+    CImageView<Byte>(original).Row(3, 0)[4] = 7;
+    const CImage copy(original);
+    EXPECT_EQ(StridesOf(copy), CPos(1, 11));
+    EXPECT_EQ(PixelsOf<Byte>(copy)[19], 7);
+}
+
+TEST(CImage, AttributesAreATreeThatCanBeWritten) {
+    CImage image(IMAGE_GREY_8, CSize(1, 1), g_noBorder);
+    image.Attributes().SetEntry("meta/unit", new CValueString("mm", CString::NPOS));
+    const IImage& constant = image;
+    EXPECT_TRUE(constant.Attributes().HasEntry("meta/unit"));
+}
+
+TEST(CImage, ResizeGivesAZeroImageOfTheNewSize) {
+    const auto image = CountingImage(CSize(5, 4, 3));
+    image->Attributes().SetEntry("label", new CValueLong(1));
+    EXPECT_EQ(&image->Resize(CSize(2, 3), CSize(1, 0)), image.get());
+    EXPECT_EQ(image->Size(), CSize(2, 3));
+    EXPECT_EQ(StridesOf(*image), CPos(1, 4));
+    EXPECT_EQ(PixelsOf<Byte>(*image), Bytes(6));
+    EXPECT_TRUE(image->Attributes().HasEntry("label"));
+    EXPECT_EQ(image->Type(), IMAGE_GREY_8);
+}
+
+TEST(CImage, ResizeGoesBetweenAllocatedAndMappedMemory) {
+    CImage image(IMAGE_GREY_8, CSize(10, 10, 10), g_noBorder);
+    image.Resize(CSize(256, 256, 128), g_noBorder);
+    CImageView<Byte>(image).Row(255, 127)[255] = 1;
+    image.Resize(CSize(2, 2), g_noBorder);
+    EXPECT_EQ(PixelsOf<Byte>(image), Bytes(4));
+}
+
+TEST_P(AbsurdSize, IsRefusedByTheConstructor) {
+    ExpectRefusal([] { (void)CImage(IMAGE_GREY_F, GetParam().size, GetParam().border); });
+}
+
+TEST_P(AbsurdSize, FailsToResizeAndLeavesTheImageAsItWas) {
+    const auto image = CountingImage(CSize(5, 4, 3));
+    image->Attributes().SetEntry("label", new CValueLong(1));
+    ExpectRefusal([&] { image->Resize(GetParam().size, GetParam().border); });
+    EXPECT_EQ(image->Size(), CSize(5, 4, 3));
+    EXPECT_EQ(PixelsOf<Byte>(*image), Counting(60));
+    EXPECT_TRUE(image->Attributes().HasEntry("label"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, AbsurdSize,
+    testing::Values(StAbsurd{"Negative", CSize(5, -1, 3), g_noBorder, true},
+                    StAbsurd{"BothNegative", CSize(-5, -1), g_noBorder, true},
+                    StAbsurd{"PixelsBeyond64Bits", CSize(g_greatest, 2), g_noBorder, true},
+                    StAbsurd{"DimensionZero", SizeOfDim(1, 1, 1, 0), g_noBorder, true},
+                    StAbsurd{"DimensionFour", SizeOfDim(1, 1, 1, 4), g_noBorder, true},
+                    StAbsurd{"NegativeBorder", CSize(5, 4), CSize(0, -1), true},
+                    StAbsurd{"BorderBeyond64Bits", CSize(5, 4), CSize(g_greatest / 2, 0), true},
+                    StAbsurd{"DoubledBorderBeyond64Bits", CSize(5, 4), CSize(0, g_greatest), true},
+                    StAbsurd{"BytesBeyondAddresses", CSize(g_greatest, 1), g_noBorder, false},
+                    StAbsurd{"BytesBeyondMemory", CSize(std::int64_t{1} << 20, 1 << 20, 1 << 20), g_noBorder,
+                             false}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(CImage, EmptyImageWithStridesBeyond64BitsIsRefused) {
+    EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(g_greatest / 2, 0), g_noBorder), std::bad_alloc);
+    EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(0, g_greatest, g_greatest), g_noBorder), CExBadParam);
+}
+
+TEST(CImage, AdoptsPixelsAndAttributes) {
+    auto pixels = std::make_unique<Byte[]>(6);
+    std::iota(pixels.get(), pixels.get() + 6, Byte{0});
+    auto attributes = std::make_unique<CValueMap>();
+    attributes->SetEntry("label", new CValueLong(1));
+    const Byte* address = pixels.get();
+    CImage image(IMAGE_GREY_8, CSize(3, 2), pixels.release(), attributes.release(), nullptr, g_noBorder);
+    EXPECT_EQ(PixelsOf<Byte>(image), Counting(6));
+    EXPECT_EQ(CImageView<const Byte>(image).Row(0, 0), address);
+    EXPECT_TRUE(image.Attributes().HasEntry("label"));
+    EXPECT_EQ(PixelsOf<Byte>(CImage(image)), Counting(6));
+    image.Resize(CSize(2, 2), g_noBorder);
+    EXPECT_EQ(PixelsOf<Byte>(image), Bytes(4));
+}
+
+TEST(CImage, AdoptsPixelsWithTheirBorderAndAnAccess) {
+    auto pixels = std::make_unique<Byte[]>(12);
+    std::iota(pixels.get(), pixels.get() + 12, Byte{0});
+    auto access =
+        std::make_unique<CImage::CAccess>(IMAGE_GREY_8, CSize(2, 1), CPos(1, 4), pixels.get() + 5, true);
+    const CImage image(IMAGE_GREY_8, CSize(2, 1), pixels.release(), nullptr, access.release(), CSize(1, 1));
+    EXPECT_EQ(PixelsOf<Byte>(image), (Bytes{5, 6}));
+    EXPECT_TRUE(image.Attributes().IsEmpty());
+}
+
+TEST(CImage, AdoptingASizeThatNoImageCanHaveRaisesAndFreesAll) {
+    // What is not freed shows as a leak under the address sanitizer.
+    EXPECT_THROW((void)CImage(IMAGE_GREY_8, CSize(-1, 1), new Byte[1], new CValueMap, nullptr, g_noBorder),
+                 CExBadParam);
+}
+
+TEST(CImage, AddressesPixelsBeyond32Bits) {
+    // 5 * 10^9 bytes of address space, of which only a few pages are ever touched.
+    const CSize size(2001, 1801, 1401);
+    CImage image(IMAGE_GREY_8, size, g_noBorder);
+    const CImageView<Byte> view(image);
+    view.Row(0, 0)[0] = 1;
+    view.Row(1800, 1400)[2000] = 2;
+    const std::int64_t lastOffset = &view.Row(1800, 1400)[2000] - view.Row(0, 0);
+    EXPECT_EQ(lastOffset, size.PixelCount() - 1);
+    EXPECT_GT(lastOffset, std::int64_t{1} << 32);
+    // Where 32 bits would have wrapped round to.
+    const std::int64_t wrapped = lastOffset & 0xffffffff;
+    EXPECT_EQ(view.Row(0, 0)[wrapped], 0);
+    EXPECT_EQ(view.Row(0, 0)[0], 1);
+    const std::unique_ptr<const IImage::IAccess> access(image.CreateAccess(false));
+    access->Lock(CPos(2000, 1800, 1400), CPos(2000, 1800, 1400), IImage::LOCK_READ);
+    EXPECT_EQ(*static_cast<const Byte*>(access->ConstData()), 2);
+}
+
+TEST(CSorbImageFactory, IsOne) { EXPECT_EQ(&CSorbImageFactory::Obj(), &CSorbImageFactory::Obj()); }
+
+TEST(CSorbImageFactory, MakesZeroImagesOwnedByTheCaller) {
+    const std::unique_ptr<IImage> image(CSorbImageFactory::Obj().Create(IMAGE_GREY_32, CSize(3, 2)));
+    EXPECT_EQ(image->Type(), IMAGE_GREY_32);
+    EXPECT_EQ(image->Size(), CSize(3, 2));
+    EXPECT_EQ(PixelsOf<unsigned>(*image), std::vector<unsigned>(6));
+    EXPECT_NE(dynamic_cast<CImage*>(image.get()), nullptr);
+    EXPECT_THROW((void)CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(-1, 1)), CExBadParam);
+}
+
+TEST(CValuePointerToCImage, WithANullPointerHasCount0) {
+    const CValuePointer<CImage> value(nullptr, 1);
+    EXPECT_EQ(value.Count(), 0U);
+    EXPECT_EQ(value.ElementType(), typeid(CImage));
+}
+
+TEST(CValuePointerToCImage, OwnedOneFreesTheImage) {
+    // What is not freed shows as a leak under the address sanitizer.
+    const CValueOwnedPointer<CImage> value(new CImage(IMAGE_GREY_8, CSize(3, 2), g_noBorder), 1);
+    EXPECT_TRUE(value.IsOwner());
+    const std::unique_ptr<CValue> heir(value.Clone(CValue::TF_MOVE));
+    EXPECT_FALSE(value.IsOwner());
+    EXPECT_EQ(UnwrapPointer<CImage>(heir.get())->Size(), CSize(3, 2));
+}
+
+TEST(UnwrapPointer, ToCImageOnAPointerToAMapRaisesBadParamWithBothTypeNames) {
+    CValueMap map;
+    CValuePointer<CValueMap> value(&map, 1);
+    const auto raised = test::Raised<CExBadParam>([&] { (void)UnwrapPointer<CImage>(&value); });
+    EXPECT_EQ(std::string(raised.Message()), std::string("Requested type ('") + typeid(CImage).name() +
+                                                 "') does not match actual type ('" +
+                                                 typeid(CValueMap).name() + "')!");
+    EXPECT_STREQ(raised.Location().function, "ORVEN::UnwrapPointer");
+}
