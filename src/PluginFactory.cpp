@@ -2,6 +2,7 @@
 
 #include "SegmNiblack.h"
 #include "SegmSauvola.h"
+#include "Watershed.h"
 
 #include <algorithm>
 #include <array>
@@ -42,7 +43,7 @@ constexpr std::array<StFactoryRow, 24> g_rows{{
     {"FeatureToImage", nullptr},
     {"ConvexifyObjects", nullptr},
     {"FieldFeaturesGrayValueImage", nullptr},
-    {"Watershed", nullptr},
+    {"Watershed", Create<quillon::CWatershedPlugin>},
     {"GranulometryExport", nullptr},
     {"LocalFiberDirectionsExport", nullptr},
     {"CylinderMask", nullptr},

@@ -21,11 +21,12 @@ namespace ORVEN {
 ///     method 0, Niblack:  t = sd k + m
 ///     method 1, Sauvola:  t = ((sd / R - 1) k + 1) m
 ///
-/// R is 127 for 8 bits, 32767 for 16 bits, and half the range of the values present for 32 bits and floats.
-/// For integers t is rounded (t + 0.5, cut to the range of the type, truncated), and sums and variance are
-/// exact. For floats t stays a double; the values are shifted by their mean first, so that a small variation
-/// on a large value survives. Values that are not finite are background and make their whole cube background;
-/// they have no part in R.
+/// R is 127 for 8 bits, 32767 for 16 bits, and half the range of the values present for 32 bits and floats
+/// (1 if that is 0). For integers t is rounded (t + 0.5, cut to the range of the type, truncated), and sums
+/// and variance are exact up to windows of 2^32 pixels. For floats t stays a double; the values are shifted
+/// by their mean before they are squared, so that a small variation on a large value survives, and a variance
+/// that rounding alone can have made counts as 0, so that constant parts are background as they are for
+/// integers. A float that is not finite makes each window that holds it background and has no part in R.
 ///
 /// Time: independent of w. Memory: one plane a thread, 8 to 24 bytes a pixel of it for integers (by the
 /// largest sum that can occur), 32 to 36 for floats. Results are the same for any number of threads.

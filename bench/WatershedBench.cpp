@@ -1,0 +1,188 @@
+#include "segmentation/RunWatershed.h"
+
+#include <QuillonBase/Neighborhoods.h>
+#include <sorblib2image/CImage.h>
+#include <sorblib2image/ImageView.h>
+
+#include <itkImportImageFilter.h>
+#include <itkMorphologicalWatershedFromMarkersImageFilter.h>
+#include <itkMorphologicalWatershedImageFilter.h>
+#include <itkMultiThreaderBase.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// WatershedBench VOLUME SECONDS [--sizes]
+//
+// The watershed beside ITK's on the same pixels in one process, one thread each, both with lines of label 0.
+// VOLUME is a file of 256^3 bytes, x fastest; float images are its values with a small ramp added, so that
+// nearly all differ. Our figure is the quickest of three runs, ITK's is one run, as it takes minutes. The
+// times for a crop of 128^3 go to the file SECONDS, for the comparison with scikit-image. With --sizes our
+// time alone, from 128^3 to 512^3, of which the larger volumes are the smaller ones mirrored.
+
+using namespace ORVEN;
+
+namespace {
+
+constexpr std::int64_t g_edge = 256;
+
+double Seconds(const std::function<void()>& work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double QuickestOf3(const std::function<void()>& work) {
+    return std::min({Seconds(work), Seconds(work), Seconds(work)});
+}
+
+/// An edge x edge x edge image of the volume; beyond 256 the volume goes on mirrored.
+template <class T>
+std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<unsigned char>& volume,
+                                  std::int64_t edge) {
+    auto image = std::make_unique<CImage>(type, CSize(edge, edge, edge), CSize(0, 0, 0));
+    const CImageView<T> view(*image);
+    const auto mirrored = [](std::int64_t i) {
+        return i / g_edge % 2 == 0 ? i % g_edge : g_edge - 1 - i % g_edge;
+    };
+    for (std::int64_t z = 0; z < edge; ++z) {
+        for (std::int64_t y = 0; y < edge; ++y) {
+            for (std::int64_t x = 0; x < edge; ++x) {
+                const auto value = volume[static_cast<std::size_t>(
+                    (mirrored(z) * g_edge + mirrored(y)) * g_edge + mirrored(x))];
+                view.Row(y, z)[x] = static_cast<T>(value);
+                if constexpr (std::is_same_v<T, float>)
+                    view.Row(y, z)[x] +=
+                        1e-5F * static_cast<float>((x * 7919 + y * 104729 + z * 1299709) % 65521);
+            }
+        }
+    }
+    return image;
+}
+
+/// A seed in the middle of each cube of 16 x 16 x 16 pixels, with a label of its own.
+std::unique_ptr<CImage> MakeSeeds(std::int64_t edge) {
+    auto seeds = std::make_unique<CImage>(IMAGE_GREY_32, CSize(edge, edge, edge), CSize(0, 0, 0));
+    const CImageView<unsigned int> view(*seeds);
+    unsigned int label = 0;
+    for (std::int64_t z = 8; z < edge; z += 16) {
+        for (std::int64_t y = 8; y < edge; y += 16) {
+            for (std::int64_t x = 8; x < edge; x += 16)
+                view.Row(y, z)[x] = ++label;
+        }
+    }
+    return seeds;
+}
+
+template <class N>
+double OurSeconds(const CImage& image, const CImage* seeds) {
+    CImage labels(IMAGE_GREY_32, image.Size(), CSize(0, 0, 0));
+    return QuickestOf3([&] { quillon::RunWatershed<N>({labels, image, seeds, WATERSHED_NORMAL, 0}); });
+}
+
+/// The pixels of one of our images as an image of ITK's, without a copy.
+template <class T>
+auto Imported(const CImage& image) {
+    using Import = itk::ImportImageFilter<T, 3>;
+    const CImageView<const T> view(image);
+    auto filter = Import::New();
+    typename Import::SizeType size;
+    size[0] = static_cast<itk::SizeValueType>(view.nx);
+    size[1] = static_cast<itk::SizeValueType>(view.ny);
+    size[2] = static_cast<itk::SizeValueType>(view.nz);
+    filter->SetRegion(typename Import::RegionType(size));
+    filter->SetImportPointer(const_cast<T*>(view.Row(0, 0)),
+                             static_cast<itk::SizeValueType>(view.PixelCount()), false);
+    filter->Update();
+    return filter;
+}
+
+template <class T>
+double ItkSeconds(const CImage& image, const CImage* seeds, bool isFullyConnected) {
+    using Image = itk::Image<T, 3>;
+    using Labels = itk::Image<unsigned int, 3>;
+    const auto input = Imported<T>(image);
+    if (seeds != nullptr) {
+        const auto markers = Imported<unsigned int>(*seeds);
+        auto filter = itk::MorphologicalWatershedFromMarkersImageFilter<Image, Labels>::New();
+        filter->SetInput1(input->GetOutput());
+        filter->SetInput2(markers->GetOutput());
+        filter->SetMarkWatershedLine(true);
+        filter->SetFullyConnected(isFullyConnected);
+        return Seconds([&] { filter->Update(); });
+    }
+    auto filter = itk::MorphologicalWatershedImageFilter<Image, Labels>::New();
+    filter->SetInput(input->GetOutput());
+    filter->SetLevel(0);
+    filter->SetMarkWatershedLine(true);
+    filter->SetFullyConnected(isFullyConnected);
+    return Seconds([&] { filter->Update(); });
+}
+
+template <class T, class N>
+void Compare(const std::string& name, const CImage& image, const CImage* seeds) {
+    const double ours = OurSeconds<N>(image, seeds);
+    const double peer = ItkSeconds<T>(image, seeds, N::count == 26);
+    const auto pixels = static_cast<double>(image.Size().PixelCount());
+    std::printf("%-24s%9.3f%10.1f%9.2f%8.1f\n", name.c_str(), ours, ours / pixels * 1e9, peer, peer / ours);
+    std::fflush(stdout);
+}
+
+template <class T>
+void CompareType(const std::string& typeName, const IImage::CType& type,
+                 const std::vector<unsigned char>& volume) {
+    const auto image = MakeImage<T>(type, volume, g_edge);
+    const auto seeds = MakeSeeds(g_edge);
+    Compare<T, CNeighborhood3dDiffN6>("N6, " + typeName, *image, nullptr);
+    Compare<T, CNeighborhood3dDiffN26>("N26, " + typeName, *image, nullptr);
+    Compare<T, CNeighborhood3dDiffN6>("N6 markers, " + typeName, *image, seeds.get());
+    Compare<T, CNeighborhood3dDiffN26>("N26 markers, " + typeName, *image, seeds.get());
+}
+
+void CompareSizes(const std::vector<unsigned char>& volume) {
+    std::printf("%-24s%9s%10s\n", "size, 8 bit, N26", "ours s", "ns/voxel");
+    for (const std::int64_t edge : {128, 256, 512}) {
+        const auto image = MakeImage<unsigned char>(IMAGE_GREY_8, volume, edge);
+        const double ours = OurSeconds<CNeighborhood3dDiffN26>(*image, nullptr);
+        const auto name = std::to_string(edge) + "^3";
+        std::printf("%-24s%9.3f%10.1f\n", name.c_str(), ours,
+                    ours / static_cast<double>(edge * edge * edge) * 1e9);
+        std::fflush(stdout);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::vector<unsigned char> volume(static_cast<std::size_t>(g_edge * g_edge * g_edge));
+    std::ifstream file(argc > 2 ? argv[1] : "", std::ios::binary);
+    if (!file.read(reinterpret_cast<char*>(volume.data()), static_cast<std::streamsize>(volume.size()))) {
+        std::cerr << "WatershedBench VOLUME SECONDS [--sizes], VOLUME being a file of 256^3 bytes\n";
+        return 1;
+    }
+    std::cout.rdbuf(nullptr); // what traversals write there is no concern of a benchmark
+    itk::MultiThreaderBase::SetGlobalDefaultNumberOfThreads(1);
+    if (argc > 3 && std::string_view(argv[3]) == "--sizes") {
+        CompareSizes(volume);
+        return 0;
+    }
+    {
+        const auto crop = MakeImage<unsigned char>(IMAGE_GREY_8, volume, 128);
+        std::ofstream seconds(argv[2]);
+        seconds << "N6 " << OurSeconds<CNeighborhood3dDiffN6>(*crop, nullptr) << "\nN26 "
+                << OurSeconds<CNeighborhood3dDiffN26>(*crop, nullptr) << "\n";
+    }
+    std::printf("%-24s%9s%10s%9s%8s\n", "256^3, one thread", "ours s", "ns/voxel", "ITK s", "ratio");
+    CompareType<unsigned char>("8 bit", IMAGE_GREY_8, volume);
+    CompareType<float>("float", IMAGE_GREY_F, volume);
+}

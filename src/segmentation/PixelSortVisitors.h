@@ -1,0 +1,178 @@
+#pragma once
+
+#include "segmentation/RefineLevels.h"
+#include "utils/visitors/Analyzers.h"
+#include "utils/visitors/OrderedKey.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// The visitors of the pixel sort, see PixelSort.h. T is the pixel type of the image to sort, L that of an
+/// image of seeds, whose pixels with a label other than 0 are left out, and Dim the dimension.
+namespace ORVEN::visitors {
+
+/// Where a pixel is counted: up to 16 bits in the bin of its value, beyond in that of the leading half of its
+/// key.
+template <class T>
+std::size_t BinOf(T pixel) {
+    if constexpr (sizeof(T) <= sizeof(std::uint16_t))
+        return pixel;
+    else
+        return OrderedKey(pixel) >> 16;
+}
+
+/// Counts the pixels of 32 bits by the leading half of their keys.
+template <class T>
+struct CAnalyzerHistogramOfLeadingHalves : StVisitor<const T> {
+    explicit CAnalyzerHistogramOfLeadingHalves(std::vector<std::size_t>& counts)
+        : bins(counts) {}
+
+    void preprocess() { bins.assign(std::size_t{1} << 16, 0); }
+    void operator()(T pixel) { ++bins[BinOf(pixel)]; }
+
+    std::vector<std::size_t>& bins;
+};
+
+/// What the counting pass learns about the seeds.
+template <class L>
+struct StSeedCount {
+    /// Whether the pixel takes part in the sort.
+    bool Count(L seed) {
+        if (seed == 0) {
+            ++unlabeledPixelCount;
+            return true;
+        }
+        ++seededPixelCount;
+        highestLabel = std::max(highestLabel, seed);
+        return false;
+    }
+
+    std::uint64_t unlabeledPixelCount = 0;
+    std::uint64_t seededPixelCount = 0;
+    L highestLabel = 0;
+};
+
+template <class T, class L>
+struct CAnalyzerHistogramOnlyInUnlabeledRegions : StVisitor<const T, const L> {
+    CAnalyzerHistogramOnlyInUnlabeledRegions(std::size_t numberOfBins, std::vector<std::size_t>& counts)
+        : binCount(numberOfBins)
+        , bins(counts) {}
+
+    void preprocess() {
+        bins.assign(binCount, 0);
+        seeds = {};
+    }
+
+    void operator()(T pixel, L seed) {
+        if (seeds.Count(seed))
+            ++bins[BinOf(pixel)];
+    }
+
+    std::size_t binCount;
+    std::vector<std::size_t>& bins;
+    StSeedCount<L> seeds;
+};
+
+/// The same for values beyond 16 bits, by the leading half of their keys.
+template <class T, class L>
+struct CAnalyzerCountValuesOnlyInUnlabeledRegions : CAnalyzerHistogramOnlyInUnlabeledRegions<T, L> {
+    using CAnalyzerHistogramOnlyInUnlabeledRegions<T, L>::CAnalyzerHistogramOnlyInUnlabeledRegions;
+};
+
+/// Deals the pixels out to their bins. Each bin has a place that its next pixel goes to, so that the pixels
+/// of a bin keep the order they come in. A level is a bin, whether it has pixels or not.
+template <class T, int Dim>
+struct CDistributivePixelSortByHistogram : StVisitor<const T> {
+    CDistributivePixelSortByHistogram(std::size_t numberOfPixels,
+                                      const std::vector<std::size_t>& countsOfBins, StSortedPixels target)
+        : pixelCount(numberOfPixels)
+        , counts(countsOfBins)
+        , sorted(target) {}
+
+    void preprocess() {
+        sorted.x.assign(pixelCount, 0);
+        sorted.y.assign(pixelCount, 0);
+        sorted.z.assign(pixelCount, 0);
+        sorted.levelStarts.assign(1, 0);
+        sorted.levelStarts.reserve(counts.size() + 1);
+        nextPlaces.clear();
+        for (const std::size_t count : counts) {
+            nextPlaces.push_back(sorted.levelStarts.back());
+            sorted.levelStarts.push_back(sorted.levelStarts.back() + count);
+        }
+    }
+
+    void operator()(T pixel, std::int64_t x, std::int64_t y, std::int64_t z) { Place(BinOf(pixel), x, y, z); }
+
+    std::size_t pixelCount;
+    const std::vector<std::size_t>& counts;
+    StSortedPixels sorted;
+    std::vector<std::uint64_t> nextPlaces; ///< by bin
+
+protected:
+    std::uint64_t Place(std::size_t bin, std::int64_t x, std::int64_t y, std::int64_t z) {
+        const std::uint64_t place = nextPlaces[bin]++;
+        if constexpr (Dim > 2)
+            sorted.z[place] = static_cast<std::uint16_t>(z); // in a plane all z are 0, as the list is filled
+        sorted.y[place] = static_cast<std::uint16_t>(y);
+        sorted.x[place] = static_cast<std::uint16_t>(x);
+        return place;
+    }
+};
+
+/// A level is a value that occurs. The pixels are dealt out by the leading halves of their keys, and each bin
+/// is sorted by the trailing halves in the end.
+template <class T, int Dim>
+struct CDistributivePixelSortByValueCount : CDistributivePixelSortByHistogram<T, Dim> {
+    using Base = CDistributivePixelSortByHistogram<T, Dim>;
+    using Base::Base;
+
+    void preprocess() {
+        Base::preprocess();
+        trailingHalves.assign(this->pixelCount, 0);
+    }
+
+    void operator()(T pixel, std::int64_t x, std::int64_t y, std::int64_t z) {
+        trailingHalves[this->Place(BinOf(pixel), x, y, z)] = static_cast<std::uint16_t>(OrderedKey(pixel));
+    }
+
+    void postprocess() {
+        // A cancelled pass has not filled the bins, and nobody will look at the levels.
+        if (std::equal(this->nextPlaces.begin(), this->nextPlaces.end(),
+                       this->sorted.levelStarts.begin() + 1))
+            RefineLevels(this->sorted, trailingHalves);
+        trailingHalves = {};
+    }
+
+    std::vector<std::uint16_t> trailingHalves; ///< by place
+};
+
+/// A sorter that passes over the pixels with a seed.
+template <class Sorter, class T, class L>
+struct CSortOnlyInUnlabeledRegions : Sorter {
+    using Pixels = typename StVisitor<const T, const L>::Pixels;
+    using Sorter::Sorter;
+
+    void operator()(T pixel, L seed, std::int64_t x, std::int64_t y, std::int64_t z) {
+        if (seed == 0)
+            Sorter::operator()(pixel, x, y, z);
+    }
+};
+
+template <class T, class L, int Dim>
+struct CDistributivePixelSortByHistogramOnlyInUnlabeledRegions
+    : CSortOnlyInUnlabeledRegions<CDistributivePixelSortByHistogram<T, Dim>, T, L> {
+    using CSortOnlyInUnlabeledRegions<CDistributivePixelSortByHistogram<T, Dim>, T,
+                                      L>::CSortOnlyInUnlabeledRegions;
+};
+
+template <class T, class L, int Dim>
+struct CDistributivePixelSortByValueCountOnlyInUnlabeledRegions
+    : CSortOnlyInUnlabeledRegions<CDistributivePixelSortByValueCount<T, Dim>, T, L> {
+    using CSortOnlyInUnlabeledRegions<CDistributivePixelSortByValueCount<T, Dim>, T,
+                                      L>::CSortOnlyInUnlabeledRegions;
+};
+
+} // namespace ORVEN::visitors

@@ -1,0 +1,322 @@
+#pragma once
+
+#include "segmentation/CFloodStates.h"
+#include "segmentation/CPixelQueue.h"
+#include "segmentation/PixelSort.h"
+#include "segmentation/WatershedChecks.h"
+#include "segmentation/WatershedCriteria.h"
+#include "segmentation/WatershedLabels.h"
+
+#include <QuillonBase/IProgress.h>
+#include <QuillonBase/Neighborhoods.h>
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ORVEN {
+
+/// The watershed transform by immersion: turns a grey image into a 32-bit label image, in which regions are
+/// numbered from 1 and the lines between them are pixels of label 0.
+///
+/// The pixels are flooded level by level, from low to high. On a level the regions there are first spread
+/// breadth-first through the pixels of the level, which divides plateaus by geodesic distance; what they do
+/// not reach is a new minimum and starts a new region, if criterion C takes it. With an image of seeds the
+/// regions are the seeds alone. A pixel that meets two regions becomes a line, for good; one that has met
+/// only a line takes the first region it meets. The order of the neighbourhood's table decides which of two
+/// equally near regions comes first. Levels and the order within a level are those of
+/// `GetHistogramAndPixelSort`.
+///
+/// N is one of the neighbourhoods of Neighborhoods.h, T the pixel type of the input, C one of
+/// WatershedCriteria.h.
+///
+/// Time: linear in pixels times neighbours, beside the sort; a criterion that refuses large flat basins can
+/// cost their square. Memory beside the images: 6 bytes a pixel for the sort, a quarter byte for states, and
+/// the queue, as a rule small. One thread.
+///
+/// Source: L. Vincent, P. Soille, *Watersheds in digital spaces: an efficient algorithm based on immersion
+/// simulations*, IEEE PAMI 13(6), 1991. In the paper distances are kept in an image of their own; here the
+/// order of the queue and a flag on pixels that have met only a line do that work.
+template <class N>
+class CWatershedTemplate {
+public:
+    /// Floods `input` into `output`, an image of 32-bit labels of the same size. `seeds` can be null,
+    /// `parameters` is the record of C. Returns the number of regions, which with seeds is the highest seed,
+    /// and 0 if the run was cancelled. Raises what `CheckWatershedImages` raises, before anything is changed.
+    template <class T, class C>
+    std::uint32_t DoWatershed(IImage& output, const IImage& input, const IImage* seeds,
+                              typename C::StParameters* parameters, IProgress& progress) {
+        CheckWatershedImages(Site(), N::dimension, output, input, seeds, m_size);
+        StLevels levels;
+        if (progress.IsCancelled())
+            return 0;
+        InitWatershedLabels(output, seeds);
+        if (progress.IsCancelled())
+            return 0;
+        std::uint32_t highestSeed = 0;
+        if (seeds != nullptr) {
+            levels.count = GetHistogramAndPixelSort<T, N::dimension>(
+                levels.x, levels.y, levels.z, levels.starts, input, *seeds, highestSeed);
+        } else {
+            levels.count =
+                GetHistogramAndPixelSort<T, N::dimension>(levels.x, levels.y, levels.z, levels.starts, input);
+        }
+        if (progress.IsCancelled())
+            return 0;
+
+        const std::unique_ptr<IImage::IAccess> access(output.CreateAccess(false));
+        Impl::LockWhole(*access, output.Size(), IImage::LOCK_READ_WRITE);
+        C criterion(*access, parameters);
+        TakeLabels(*access, output.Size(), seeds != nullptr);
+        if (!Flood(levels, criterion, seeds == nullptr, progress))
+            return 0;
+        access->Unlock();
+        return seeds != nullptr ? highestSeed : m_currentLabel;
+    }
+
+private:
+    using States = CFloodStates<N>;
+
+    /// The pixels in the order of the flood.
+    struct StLevels {
+        std::uint32_t count = 0;
+        std::vector<std::uint16_t> x;
+        std::vector<std::uint16_t> y;
+        std::vector<std::uint16_t> z;
+        std::vector<std::uint64_t> starts;
+
+        [[nodiscard]] StPixelPosition Pixel(std::uint64_t place) const {
+            return {x[place], y[place], z[place]};
+        }
+    };
+
+    /// The name under which the engine raises; contract wording.
+    static const char* Site() {
+        static const std::string site = "ORVEN::CWatershedTemplate<struct ORVEN::CNeighborhood" +
+                                        std::to_string(N::dimension) + "dDiff" + N::id + ">::DoWatershed";
+        return site.c_str();
+    }
+
+    void TakeLabels(IImage::IAccess& access, const CSize& size, bool isSeeded) {
+        const CPos strides = access.Strides();
+        m_labels = static_cast<unsigned char*>(access.Data());
+        m_strideX = strides.x;
+        m_strideY = strides.y;
+        m_strideZ = N::dimension == 3 ? strides.z : 0;
+        m_size = {static_cast<std::int16_t>(size.x), static_cast<std::int16_t>(size.y),
+                  static_cast<std::int16_t>(N::dimension == 3 ? size.z : 1)};
+        for (std::size_t slot = 0; slot < States::slotCount; ++slot) {
+            const auto& offset = States::offsets[slot];
+            m_steps[slot] = offset.dx * m_strideX + offset.dy * m_strideY + offset.dz * m_strideZ;
+        }
+        m_states.Clear(size);
+        if (isSeeded)
+            TakeSeeds();
+        m_currentLabel = 0;
+        m_currentLevel = 0;
+        m_queue.Clear();
+    }
+
+    /// Seeds are final from the start. A seed of the value `LabelMask` is taken for an open pixel.
+    void TakeSeeds() {
+        for (std::int16_t z = 0; z < m_size[2]; ++z) {
+            for (std::int16_t y = 0; y < m_size[1]; ++y) {
+                for (std::int16_t x = 0; x < m_size[0]; ++x) {
+                    const StPixelPosition pixel{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
+                                                static_cast<std::uint16_t>(z)};
+                    const std::uint32_t label = Label(pixel);
+                    if (IsFinalLabel(label))
+                        m_states.SetFinal(pixel);
+                    else if (label == LabelMask)
+                        m_states.SetOpen(pixel);
+                }
+            }
+        }
+    }
+
+    /// All levels; false if the run was cancelled.
+    template <class C>
+    bool Flood(const StLevels& levels, C& criterion, bool makesRegions, IProgress& progress) {
+        for (std::uint32_t level = 0; level < levels.count; ++level) {
+            if (progress.IsCancelled())
+                return false;
+            m_currentLevel = level;
+            const std::uint64_t first = levels.starts[level];
+            const std::uint64_t end = levels.starts[level + 1];
+            Mark(levels, first, end);
+            Spread();
+            if (makesRegions)
+                MakeRegions(levels, first, end, criterion);
+            else
+                MaskOpen(levels, first, end);
+        }
+        return !progress.IsCancelled();
+    }
+
+    /// Opens the pixels of a level; those beside a region or a line go into the queue. What is in the queue
+    /// or open for the time of a level only is no concern of the label image.
+    void Mark(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
+        for (std::uint64_t place = first; place < end; ++place) {
+            const StPixelPosition pixel = levels.Pixel(place);
+            if (m_states.HasFinalNeighbor(pixel))
+                m_queue.PushBack(pixel);
+            else
+                m_states.SetOpen(pixel);
+        }
+    }
+
+    /// Grows the regions there are through the open pixels, breadth-first.
+    void Spread() {
+        while (!m_queue.IsEmpty()) {
+            Prefetch(m_queue.Ahead(prefetchDistance));
+            ProcessQueuedPixel(m_queue.PopFront());
+        }
+    }
+
+    /// What is still open on the level are new minima.
+    template <class C>
+    void MakeRegions(const StLevels& levels, std::uint64_t first, std::uint64_t end, C& criterion) {
+        for (std::uint64_t place = first; place < end; ++place) {
+            const StPixelPosition pixel = levels.Pixel(place);
+            if (!m_states.IsOpen(pixel))
+                continue;
+            ++m_currentLabel;
+            TakeIntoRegion(pixel);
+            if (!FloodNewRegion(criterion))
+                --m_currentLabel;
+        }
+    }
+
+    /// What is still open on the level waits for a later one, and the label image says so.
+    void MaskOpen(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
+        for (std::uint64_t place = first; place < end; ++place) {
+            const StPixelPosition pixel = levels.Pixel(place);
+            if (m_states.IsOpen(pixel))
+                Label(pixel) = LabelMask;
+        }
+    }
+
+    /// Decides the label of a pixel from those of its neighbours, and queues the open ones among these.
+    ///
+    /// By contract the table is walked with a flag for "line, but only because a line was met". That comes to
+    /// this: one region met and no other gives its number; two regions give a line; no region and a line give
+    /// a line. The order of the table matters for the queue alone.
+    void ProcessQueuedPixel(StPixelPosition pixel) {
+        const typename States::Neighbors around = m_states.Around(pixel);
+        unsigned char* const centre = Address(pixel);
+        std::uint32_t region = LabelWatershed;
+        for (auto finals = around & States::finalBits; finals != 0; finals &= finals - 1) {
+            const std::uint32_t label = LabelAt(centre, States::FirstSlot(finals));
+            if (label == region || label == LabelWatershed)
+                continue;
+            if (region != LabelWatershed) {
+                region = LabelWatershed;
+                break;
+            }
+            region = label;
+        }
+        *reinterpret_cast<std::uint32_t*>(centre) = region;
+        m_states.SetFinal(pixel);
+        for (auto open = around & States::openBits; open != 0; open &= open - 1) {
+            const StPixelPosition neighbor = Neighbor(pixel, States::FirstSlot(open));
+            m_states.SetNone(neighbor);
+            m_queue.PushBack(neighbor);
+        }
+    }
+
+    /// Gives a pixel the current label and queues it.
+    void TakeIntoRegion(StPixelPosition pixel) {
+        Label(pixel) = m_currentLabel;
+        m_states.SetFinal(pixel);
+        m_queue.PushBack(pixel);
+    }
+
+    /// Takes the open neighbours of a pixel into the region, in the order of the table, and shows them to
+    /// `onFound`.
+    template <class OnFound>
+    void TakeOpenNeighbors(StPixelPosition pixel, const OnFound& onFound) {
+        for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1) {
+            const StPixelPosition neighbor = Neighbor(pixel, States::FirstSlot(open));
+            TakeIntoRegion(neighbor);
+            onFound(neighbor);
+        }
+    }
+
+    /// Floods the open pixels connected with the one in the queue by the current label. False if the
+    /// criterion refuses the region; its pixels are open again then.
+    template <class C>
+    bool FloodNewRegion(C& criterion) {
+        if constexpr (C::takesEveryMinimum) {
+            while (!m_queue.IsEmpty())
+                TakeOpenNeighbors(m_queue.PopFront(), [](StPixelPosition) {});
+            return true;
+        } else {
+            criterion.Reset(m_currentLevel);
+            const StPixelPosition first = m_queue.PopFront();
+            criterion.AddFirst(first);
+            bool isTaken = !criterion.RefusesAtOnce();
+            if (isTaken) {
+                m_queue.PushBack(first);
+                criterion.Reset(m_currentLevel); // what was added so far does not count
+                while (!m_queue.IsEmpty()) {
+                    const StPixelPosition pixel = m_queue.PopFront();
+                    criterion.Add(pixel);
+                    TakeOpenNeighbors(pixel, [&criterion](StPixelPosition found) { criterion.Add(found); });
+                }
+                isTaken = criterion.Holds();
+            }
+            if (!isTaken)
+                criterion.Undo([this](StPixelPosition pixel) { m_states.SetOpen(pixel); });
+            return isTaken;
+        }
+    }
+
+    static StPixelPosition Neighbor(StPixelPosition pixel, std::size_t slot) {
+        const auto& offset = States::offsets[slot];
+        return {static_cast<std::uint16_t>(pixel.x + offset.dx),
+                static_cast<std::uint16_t>(pixel.y + offset.dy),
+                static_cast<std::uint16_t>(pixel.z + offset.dz)};
+    }
+
+    [[nodiscard]] unsigned char* Address(StPixelPosition pixel) const {
+        return m_labels + pixel.x * m_strideX + pixel.y * m_strideY + pixel.z * m_strideZ;
+    }
+
+    [[nodiscard]] std::uint32_t& Label(StPixelPosition pixel) const {
+        return *reinterpret_cast<std::uint32_t*>(Address(pixel));
+    }
+
+    /// The label of a neighbour of the pixel at `centre`.
+    [[nodiscard]] std::uint32_t LabelAt(const unsigned char* centre, std::size_t slot) const {
+        return *reinterpret_cast<const std::uint32_t*>(centre + m_steps[slot]);
+    }
+
+    /// Asks for the labels around a pixel that will be decided soon. A row is in one line of memory, as a
+    /// rule.
+    void Prefetch(StPixelPosition pixel) const {
+        const auto centre = reinterpret_cast<std::uintptr_t>(Address(pixel));
+        for (std::size_t slot = 1; slot < States::slotCount; slot += 3)
+            __builtin_prefetch(
+                reinterpret_cast<const void*>(centre + static_cast<std::uintptr_t>(m_steps[slot])));
+    }
+
+    static constexpr std::size_t prefetchDistance = 8;
+
+    unsigned char* m_labels = nullptr;
+    std::int64_t m_strideX = 0;
+    std::int64_t m_strideY = 0;
+    std::int64_t m_strideZ = 0;
+    std::array<std::int16_t, 3> m_size{};
+    std::array<std::int64_t, States::slotCount> m_steps{}; // from a pixel to its neighbours, in bytes
+    std::uint32_t m_currentLabel = 0;                      // the region made last
+    std::uint32_t m_currentLevel = 0;
+    States m_states;
+    CPixelQueue m_queue;
+};
+
+} // namespace ORVEN

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <tuple>
+
+namespace ORVEN::visitors {
+
+/// Base of the visitors: small structs that a traversal calls at each pixel of one image, or at each pair of
+/// pixels of two images (`Impl::VisitorHelper`).
+///
+/// `Pixel` lists the pixel type of each image: `const T` for an image that is read, `T` for one that is
+/// written too. A visitor adds
+///
+///     void operator()(T& first, U second);        // the pixels, by reference where it writes
+///
+/// followed by `std::int64_t x, y, z` if it is run by `VisitorHelper<2>`. It may hide `preprocess`, which
+/// runs once before the first pixel, may raise, and makes a used visitor ready again, and `postprocess`,
+/// which runs once after the last pixel, also after a cancellation. Results are read from the visitor's
+/// fields.
+template <class... Pixel>
+struct StVisitor {
+    using Pixels = std::tuple<Pixel...>;
+
+    void preprocess() {}
+    void postprocess() {}
+};
+
+/// What a traversal asks of a visitor to `imageCount` images.
+template <class Visitor, std::size_t imageCount>
+concept VisitorOf = std::tuple_size_v<typename Visitor::Pixels>
+== imageCount&& requires(Visitor& visitor) {
+    visitor.preprocess();
+    visitor.postprocess();
+};
+
+/// The pixel type of image i, const if the visitor only reads it.
+template <class Visitor, std::size_t i>
+using PixelOf = std::tuple_element_t<i, typename Visitor::Pixels>;
+
+} // namespace ORVEN::visitors
