@@ -32,8 +32,8 @@ private:
     EnExitStatus m_status;
 };
 
-// Each adds its command to the program. The command runs as the callback of its subcommand and raises `CCommandError`
-// to end with another status than done.
+// Each adds its command to the program. The command runs as the callback of its subcommand and raises
+// `CCommandError` to end with another status than done.
 void AddListCommand(CLI::App& program);
 void AddDescribeCommand(CLI::App& program);
 void AddRunCommand(CLI::App& program);

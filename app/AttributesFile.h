@@ -1,0 +1,35 @@
+#pragma once
+
+#include <sorblib2image/CImage.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace app {
+
+/// What an image carries besides its pixels, as a file tells it.
+struct StImageFacts {
+    std::optional<ORVEN::IImage::CType> type;
+    std::optional<ORVEN::CSize> size;
+    std::unique_ptr<ORVEN::CValueMap> attributes; ///< null where the file tells none
+};
+
+/// What a side file's name has behind the image's: "vol.tif.attributes.json".
+inline const std::string g_attributesEnding = ".attributes.json";
+
+/// The pixel type of that name, such as "IMAGE_GREY_8", that files can hold.
+std::optional<ORVEN::IImage::CType> PixelTypeOfName(const std::string& name);
+
+/// The attributes as one line of plain ASCII. See ValueJson.h for how values are told.
+std::string AttributesText(const ORVEN::CValueMap& attributes);
+/// The other way round. Raises `CCommandError` that names `path` for a text that is none.
+std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& path, const std::string& text);
+
+/// The text of the side file of an image.
+std::string SideFileText(const ORVEN::CImage& image);
+/// What the side file of the image file says; nothing if there is none. Raises `CCommandError` that names the
+/// side file if it is damaged.
+StImageFacts ReadSideFile(const std::string& imagePath);
+
+} // namespace app

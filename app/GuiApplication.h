@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QApplication>
+
+namespace app {
+
+/// The Qt application that a pack's dialogs need: on the offscreen platform for batch runs, where no display
+/// is needed, or with real windows. Costs about a millisecond; one at a time.
+///
+/// The locale for numbers stays "C", which Qt would set to the user's: files and history lines are the same
+/// everywhere.
+class CGuiApplication {
+public:
+    /// Raises `CCommandError` of status usage if real windows are asked for and there is no display.
+    explicit CGuiApplication(bool withWindows);
+
+private:
+    // Qt keeps references to these.
+    int m_argumentCount = 1;
+    char m_programName[8] = "quillon";
+    char* m_arguments[2] = {m_programName, nullptr};
+    QApplication m_application;
+};
+
+} // namespace app

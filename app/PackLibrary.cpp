@@ -1,0 +1,37 @@
+#include "PackLibrary.h"
+
+#include "Commands.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+
+namespace app {
+
+CPackLibrary::CPackLibrary(const std::string& path)
+    // A bare name would be looked for in the system's folders.
+    : m_library(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL))
+    , m_create(nullptr) {
+    if (m_library == nullptr)
+        throw CCommandError(STATUS_FILE, std::string("cannot load the pack: ") + dlerror());
+    m_create = reinterpret_cast<CreateFunction>(dlsym(m_library, "CreatePluginInstanceEx"));
+    if (m_create == nullptr) {
+        dlclose(m_library);
+        throw CCommandError(STATUS_FILE, "'" + path + "' is no pack: it has no CreatePluginInstanceEx");
+    }
+}
+
+CPackLibrary::~CPackLibrary() { dlclose(m_library); }
+
+std::string CPackLibrary::DefaultPath() {
+    const auto program = std::filesystem::read_symlink("/proc/self/exe");
+    return (program.parent_path().parent_path() / "lib" / "libQuillonPack.so").string();
+}
+
+std::unique_ptr<ORVEN::CPluginBase> CPackLibrary::Create(const std::string& name) const {
+    // The factory hands out the most derived class, which derives from CPluginBase alone: one address for
+    // both.
+    return std::unique_ptr<ORVEN::CPluginBase>(static_cast<ORVEN::CPluginBase*>(m_create(name.c_str())));
+}
+
+} // namespace app

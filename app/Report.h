@@ -1,0 +1,31 @@
+#pragma once
+
+#include "BatchDialogs.h"
+#include "PluginCall.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace app {
+
+/// All that is known of a run in the end, for the summary and for --report.
+struct StRunRecord {
+    std::string plugin;
+    std::string image; ///< the file
+    StPluginOutcome outcome;
+    std::vector<std::string> files; ///< where each document was written; empty for one that was not
+    std::string measuredFile; ///< where the input was written with its new attributes; empty if it was not
+    std::vector<StMessageBox> boxes;
+    std::string standardOutput; ///< of the pack
+    std::string standardError;
+    bool isCancelled = false;
+    std::optional<std::string> dialogProblem;
+    bool isFileUnused = false;              ///< a file was given for a file dialog, and none opened
+    std::vector<std::string> unusedAnswers; ///< object names that no dialog had
+};
+
+/// The run as JSON for scripts.
+std::string ReportText(const StRunRecord& record);
+
+} // namespace app

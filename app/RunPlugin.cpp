@@ -1,0 +1,186 @@
+#include "RunPlugin.h"
+
+#include "AtomicFile.h"
+#include "Catalogue.h"
+#include "Commands.h"
+#include "GuiApplication.h"
+#include "ImageFile.h"
+#include "ImageWords.h"
+#include "InterruptGuard.h"
+#include "OutputCapture.h"
+#include "PackLibrary.h"
+#include "ProgressBar.h"
+#include "Report.h"
+#include "RunInputs.h"
+#include "RunSummary.h"
+
+#include <QuillonBase/CProgressProxy.h>
+#include <QuillonBase/Parallel.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace app {
+
+using namespace ORVEN;
+
+namespace {
+
+/// Algorithms report to the sink while this lives.
+class CHostSinkGuard {
+public:
+    explicit CHostSinkGuard(IProgress* sink)
+        : m_previous(CProgressProxy::SetHostSink(sink)) {}
+    CHostSinkGuard(const CHostSinkGuard&) = delete;
+    CHostSinkGuard& operator=(const CHostSinkGuard&) = delete;
+    ~CHostSinkGuard() { CProgressProxy::SetHostSink(m_previous); }
+
+private:
+    IProgress* m_previous;
+};
+
+const StCatalogueEntry* FindPlugin(const std::string& name, const CPackLibrary& pack) {
+    const CCatalogue& catalogue = CCatalogue::Embedded();
+    const StCatalogueEntry* entry = catalogue.Find(name);
+    if (!pack.Provides(name)) {
+        throw CCommandError(STATUS_USAGE, entry != nullptr ? "the pack does not provide '" + name + "'"
+                                                           : UnknownPluginMessage(name, catalogue));
+    }
+    return entry;
+}
+
+/// Runs the plug-in with dialogs answered, output kept and progress shown.
+StRunRecord Execute(const StRunOptions& options, const CPackLibrary& pack, StRunInputs& inputs) {
+    StRunRecord record;
+    record.plugin = options.plugin;
+    record.image = options.image;
+    const CGuiApplication application(options.showsWindows);
+    std::optional<CBatchDialogs> dialogs;
+    if (!options.showsWindows)
+        dialogs.emplace(inputs.answers);
+    COutputCapture capture;
+    const int terminal = capture.RealStandardError();
+    {
+        const CInterruptGuard interrupts;
+        CProgressBar bar(!options.isQuiet && isatty(terminal) != 0 ? terminal : -1);
+        const CHostSinkGuard sink(&bar);
+        const std::unique_ptr<CPluginBase> plugin = pack.Create(options.plugin);
+        const std::unique_ptr<CValueMap> settings = inputs.settings.Take();
+        record.outcome = CallPlugin(*plugin, {options.plugin, inputs.document.get(), inputs.parameters.Take(),
+                                              settings.get(), options.runsRefused});
+        record.isCancelled = bar.IsCancelled();
+    }
+    capture.Stop();
+    record.standardOutput = capture.StandardOutput();
+    record.standardError = capture.StandardError();
+    if (dialogs) {
+        record.boxes = dialogs->Boxes();
+        record.unusedAnswers = dialogs->UnusedAnswers();
+        record.isFileUnused = options.file && !dialogs->HasSeenFileDialog();
+        if (!dialogs->Problem().empty())
+            record.dialogProblem = dialogs->Problem();
+    }
+    record.files.resize(record.outcome.documents.size());
+    return record;
+}
+
+/// Whether the plug-in did its work, and what it delivered is to be kept.
+bool HasResults(const StRunRecord& record, const StRunOptions& options) {
+    return !record.isCancelled && !record.outcome.failure && !record.dialogProblem &&
+           (record.outcome.isAccepted.value_or(false) || options.runsRefused);
+}
+
+void WriteDocuments(const std::vector<std::string>& files, StRunRecord& record) {
+    const auto& documents = record.outcome.documents;
+    for (std::size_t i = 0; i < documents.size() && i < files.size(); ++i) {
+        const CImage* image = ImageOf(*documents[i]);
+        if (image == nullptr)
+            continue;
+        WriteImage(*image, files[i]);
+        record.files[i] = files[i];
+    }
+}
+
+/// Why the image was refused: what it is, and what the plug-in takes.
+std::string RefusalMessage(const StRunOptions& options, const StCatalogueEntry* entry, const CImage& image) {
+    std::string message = options.plugin + " does not take " + options.image + " (" +
+                          WordOfPixelType(image.Type()) + ", " + SizeInWords(image.Size()) + ")";
+    if (entry == nullptr)
+        return message + ", and the catalogue does not know why";
+    return message + "; it takes " + AcceptedInWords(entry->images);
+}
+
+/// How the program is to end, if not with "done".
+std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions& options,
+                                   const StCatalogueEntry* entry, const CImage& image) {
+    const StPluginOutcome& outcome = record.outcome;
+    if (record.isCancelled)
+        return CCommandError(STATUS_CANCELLED, "cancelled; nothing was written");
+    if (record.dialogProblem)
+        return CCommandError(STATUS_USAGE, *record.dialogProblem);
+    if (outcome.failure) {
+        const std::string& source = outcome.failure->source;
+        return CCommandError(STATUS_PLUGIN_RAISED,
+                             (source.empty() ? options.plugin : source) + ": " + outcome.failure->message);
+    }
+    if (!outcome.isAccepted.value_or(false) && !options.runsRefused)
+        return CCommandError(STATUS_IMAGE_REFUSED, RefusalMessage(options, entry, image));
+    if (!record.unusedAnswers.empty())
+        return CCommandError(STATUS_USAGE, "no dialog had an input named '" + record.unusedAnswers.front() +
+                                               "', so the plug-in ran without that answer");
+    return std::nullopt;
+}
+
+/// Does the work; of several failures the first is the one that the program ends with.
+template <class Work>
+void KeepFirstError(std::optional<CCommandError>& first, const Work& work) {
+    try {
+        work();
+    } catch (const CCommandError& error) {
+        if (!first)
+            first = error;
+    }
+}
+
+} // namespace
+
+void RunPlugin(const StRunOptions& options) {
+    SetThreadCount(options.threads);
+    const CPackLibrary pack(options.pack.value_or(CPackLibrary::DefaultPath()));
+    const StCatalogueEntry* entry = FindPlugin(options.plugin, pack);
+    StRunInputs inputs = PrepareInputs(options, entry);
+    const CImage& image = *inputs.image;
+    const CValueMap attributesBefore(image.Attributes());
+
+    StRunRecord record = Execute(options, pack, inputs);
+    std::optional<CCommandError> end;
+    const bool hasResults = HasResults(record, options);
+    if (hasResults) {
+        KeepFirstError(end, [&] { WriteDocuments(options.outputs, record); });
+        const bool isMeasurement =
+            record.outcome.documents.empty() &&
+            (entry == nullptr || entry->documentsOut == 0 || !image.Attributes().Equal(attributesBefore));
+        if (isMeasurement && !options.outputs.empty()) {
+            KeepFirstError(end, [&] {
+                WriteImage(image, options.outputs.front());
+                record.measuredFile = options.outputs.front();
+            });
+        }
+    }
+    if (end)
+        record.outcome.failure = StFailure{"quillon", end->what()};
+    else
+        end = EndOf(record, options, entry, image);
+    if (options.packLog)
+        KeepFirstError(
+            end, [&] { WriteTextFile(*options.packLog, record.standardOutput + record.standardError); });
+    if (options.report)
+        KeepFirstError(end, [&] { WriteTextFile(*options.report, ReportText(record)); });
+    if (hasResults && !options.isQuiet)
+        std::fputs(RunSummary(record, options.outputs).c_str(), stdout);
+    if (end)
+        throw CCommandError(*end);
+}
+
+} // namespace app

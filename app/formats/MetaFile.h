@@ -1,0 +1,26 @@
+#pragma once
+
+#include "StImageHeader.h"
+
+#include <string>
+#include <string_view>
+
+// MetaImage files, .mha with the pixels behind the text header and .mhd with the pixels in a file of their
+// own.
+
+namespace app {
+
+/// Whether these first bytes of a file begin the text header of a MetaImage.
+bool IsMetaHeader(std::string_view beginning);
+
+/// Reads and checks the header. The pixels stand in the file itself, or in one other file that the header
+/// names relative to itself; lists and patterns of files, and pixels written as text, are refused.
+///
+/// Spacing: "ElementSpacing", else "ElementSize". Raises `CCommandError` if header and data do not fit.
+StImageHeader ReadMetaHeader(const std::string& path);
+
+/// Writes header and samples, raw; for a name that ends in .mhd the samples go to the same name with .raw.
+/// Copies nothing.
+void WriteMeta(const std::string& path, const StImageHeader& header, std::string_view samples);
+
+} // namespace app
