@@ -87,7 +87,7 @@ StImageFacts ReadSideFile(const std::string& imagePath) {
     std::ifstream stream(path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(stream), {}};
     const json file = json::parse(text, nullptr, false);
-    if (!stream || !file.is_object())
+    if (!file.is_object())
         ThrowUnreadable(path, "it is damaged");
     if (const auto type = file.find(g_type); type != file.end()) {
         facts.type = type->is_string() ? PixelTypeOfName(type->get<std::string>()) : std::nullopt;

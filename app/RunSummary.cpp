@@ -2,7 +2,13 @@
 
 #include "ImageWords.h"
 
+#include <sorblib2core/CStringTools.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 
 namespace app {
@@ -18,12 +24,42 @@ std::string Duration(double seconds) {
     return text.data();
 }
 
+/// The share of object pixels.
+double ForegroundFraction(const ORVEN::CImage& image) {
+    const ORVEN::CImageView<const unsigned char> view(image);
+    std::int64_t count = 0;
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y)
+            count += view.nx - std::count(view.Row(y, z), view.Row(y, z) + view.nx, 0);
+    }
+    return static_cast<double>(count) / static_cast<double>(std::max<std::int64_t>(view.PixelCount(), 1));
+}
+
+/// What a person asks of an image first: type and size, spacing if it is known, how much is object, how many
+/// labels.
+std::string Description(const ORVEN::CImage& image) {
+    std::string text = WordOfPixelType(image.Type()) + ", " + SizeInWords(image.Size());
+    std::array<double, 3> spacing{};
+    if (ORVEN::CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2])) {
+        text += ", spacing";
+        for (int axis = 0; axis < image.Size().Dim(); ++axis)
+            text += ORVEN::CStringTools::Printf(axis > 0 ? " x %g" : " %g",
+                                                spacing.at(static_cast<std::size_t>(axis)));
+    }
+    if (image.Type().IsBinary())
+        text += ORVEN::CStringTools::Printf(", foreground %.1f %%", 100 * ForegroundFraction(image));
+    std::size_t labelCount = 0;
+    if (ORVEN::CQuillonHeaderTools::GetNumberOfLabels(image, labelCount) && labelCount > 0)
+        text += ", " + std::to_string(labelCount - 1) + " labels beside 0";
+    return text;
+}
+
 std::string DocumentLine(const ORVEN::CValueMap& document, const std::string& file) {
     std::string line = "  result";
     if (const std::string label = LabelOf(document); !label.empty())
         line += " '" + label + "'";
     if (const ORVEN::CImage* image = ImageOf(document))
-        line += ", " + WordOfPixelType(image->Type()) + ", " + SizeInWords(image->Size());
+        line += ", " + Description(*image);
     return line + (file.empty() ? ", not written\n" : ", written to " + file + "\n");
 }
 

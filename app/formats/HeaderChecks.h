@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-// What every header goes through before a library reads pixels by it: a damaged or hostile file must not make
-// us allocate what it announces.
+// What every header goes through before pixels are read by it: a damaged or hostile file must not make us
+// allocate what it announces.
 
 namespace app {
 

@@ -3,6 +3,7 @@
 #include "HeaderChecks.h"
 #include "OutputFile.h"
 
+#include <algorithm>
 #include <bit>
 #include <filesystem>
 #include <fstream>
@@ -56,17 +57,18 @@ std::vector<Number> Numbers(const std::string& path, const StMetaText& text, con
     return std::move(*numbers);
 }
 
-EnSampleType SampleOf(const std::string& path, const std::string& word) {
-    static const std::map<std::string, EnSampleType> samples = {
-        {"MET_CHAR", SAMPLE_INT8},         {"MET_UCHAR", SAMPLE_UINT8},  {"MET_SHORT", SAMPLE_INT16},
-        {"MET_USHORT", SAMPLE_UINT16},     {"MET_INT", SAMPLE_INT32},    {"MET_UINT", SAMPLE_UINT32},
-        {"MET_LONG", SAMPLE_INT32},        {"MET_ULONG", SAMPLE_UINT32}, {"MET_LONG_LONG", SAMPLE_INT64},
-        {"MET_ULONG_LONG", SAMPLE_UINT64}, {"MET_FLOAT", SAMPLE_FLOAT},  {"MET_DOUBLE", SAMPLE_DOUBLE},
-    };
-    const auto sample = samples.find(word);
-    if (sample == samples.end())
-        ThrowUnreadable(path, "pixels of type '" + word + "' cannot be read");
-    return sample->second;
+/// The name of each sample type, in the order of the enumeration.
+constexpr std::array<std::string_view, 10> g_typeNames = {
+    "MET_CHAR", "MET_UCHAR",     "MET_SHORT",      "MET_USHORT", "MET_INT",
+    "MET_UINT", "MET_LONG_LONG", "MET_ULONG_LONG", "MET_FLOAT",  "MET_DOUBLE"};
+
+EnSampleType SampleOf(const std::string& path, const std::string& name) {
+    // A "long" of this format has 32 bits.
+    const std::string_view known = name == "MET_LONG" ? "MET_INT" : name == "MET_ULONG" ? "MET_UINT" : name;
+    const auto* const found = std::find(g_typeNames.begin(), g_typeNames.end(), known);
+    if (found == g_typeNames.end())
+        ThrowUnreadable(path, "pixels of type '" + name + "' cannot be read");
+    return static_cast<EnSampleType>(found - g_typeNames.begin());
 }
 
 /// The only number of a field that can be missing.
@@ -124,12 +126,6 @@ StPixelData DataOf(const std::string& path, const StMetaText& text, std::int64_t
     return data;
 }
 
-const char* TypeOf(EnSampleType sample) {
-    constexpr std::array types = {"MET_CHAR", "MET_UCHAR",     "MET_SHORT",      "MET_USHORT", "MET_INT",
-                                  "MET_UINT", "MET_LONG_LONG", "MET_ULONG_LONG", "MET_FLOAT",  "MET_DOUBLE"};
-    return types[sample];
-}
-
 std::string HeaderText(const StImageHeader& header, const std::string& dataFile) {
     const auto axes = static_cast<std::size_t>(header.size.Dim());
     std::string text = "ObjectType = Image\nNDims = " + std::to_string(axes) + "\nBinaryData = True\n";
@@ -145,7 +141,7 @@ std::string HeaderText(const StImageHeader& header, const std::string& dataFile)
     text.append("DimSize =");
     for (std::size_t axis = 0; axis < axes; ++axis)
         text.append(" ").append(std::to_string(header.size[static_cast<std::int64_t>(axis)]));
-    text.append("\nElementType = ").append(TypeOf(header.sample));
+    text.append("\nElementType = ").append(g_typeNames[header.sample]);
     return text.append("\nElementDataFile = ").append(dataFile).append("\n");
 }
 

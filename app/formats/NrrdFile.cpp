@@ -88,53 +88,28 @@ const std::string& Required(const std::string& path, const StNrrdText& text, con
     return *value;
 }
 
-EnSampleType SampleOf(const std::string& path, const std::string& word) {
-    static const std::map<std::string, EnSampleType> samples = {
-        {"signed char", SAMPLE_INT8},
-        {"int8", SAMPLE_INT8},
-        {"int8_t", SAMPLE_INT8},
-        {"uchar", SAMPLE_UINT8},
-        {"unsigned char", SAMPLE_UINT8},
-        {"uint8", SAMPLE_UINT8},
-        {"uint8_t", SAMPLE_UINT8},
-        {"short", SAMPLE_INT16},
-        {"short int", SAMPLE_INT16},
-        {"signed short", SAMPLE_INT16},
-        {"signed short int", SAMPLE_INT16},
-        {"int16", SAMPLE_INT16},
-        {"int16_t", SAMPLE_INT16},
-        {"ushort", SAMPLE_UINT16},
-        {"unsigned short", SAMPLE_UINT16},
-        {"unsigned short int", SAMPLE_UINT16},
-        {"uint16", SAMPLE_UINT16},
-        {"uint16_t", SAMPLE_UINT16},
-        {"int", SAMPLE_INT32},
-        {"signed int", SAMPLE_INT32},
-        {"int32", SAMPLE_INT32},
-        {"int32_t", SAMPLE_INT32},
-        {"uint", SAMPLE_UINT32},
-        {"unsigned int", SAMPLE_UINT32},
-        {"uint32", SAMPLE_UINT32},
-        {"uint32_t", SAMPLE_UINT32},
-        {"longlong", SAMPLE_INT64},
-        {"long long", SAMPLE_INT64},
-        {"long long int", SAMPLE_INT64},
-        {"signed long long", SAMPLE_INT64},
-        {"signed long long int", SAMPLE_INT64},
-        {"int64", SAMPLE_INT64},
-        {"int64_t", SAMPLE_INT64},
-        {"ulonglong", SAMPLE_UINT64},
-        {"unsigned long long", SAMPLE_UINT64},
-        {"unsigned long long int", SAMPLE_UINT64},
-        {"uint64", SAMPLE_UINT64},
-        {"uint64_t", SAMPLE_UINT64},
-        {"float", SAMPLE_FLOAT},
-        {"double", SAMPLE_DOUBLE},
-    };
-    const auto sample = samples.find(word);
-    if (sample == samples.end())
-        ThrowUnreadable(path, "pixels of type '" + word + "' cannot be read");
-    return sample->second;
+/// The names of each sample type, in the order of the enumeration; the first is the one that we write.
+const std::array<std::vector<std::string>, 10> g_typeNames = {{
+    {"int8", "int8_t", "signed char"},
+    {"uint8", "uint8_t", "uchar", "unsigned char"},
+    {"int16", "int16_t", "short", "short int", "signed short", "signed short int"},
+    {"uint16", "uint16_t", "ushort", "unsigned short", "unsigned short int"},
+    {"int32", "int32_t", "int", "signed int"},
+    {"uint32", "uint32_t", "uint", "unsigned int"},
+    {"int64", "int64_t", "longlong", "long long", "long long int", "signed long long",
+     "signed long long int"},
+    {"uint64", "uint64_t", "ulonglong", "unsigned long long", "unsigned long long int"},
+    {"float"},
+    {"double"},
+}};
+
+EnSampleType SampleOf(const std::string& path, const std::string& name) {
+    for (std::size_t sample = 0; sample < g_typeNames.size(); ++sample) {
+        const auto& names = g_typeNames[sample];
+        if (std::find(names.begin(), names.end(), name) != names.end())
+            return static_cast<EnSampleType>(sample);
+    }
+    ThrowUnreadable(path, "pixels of type '" + name + "' cannot be read");
 }
 
 /// Whether the samples along an axis of that kind belong to one pixel.
@@ -256,16 +231,10 @@ std::string Escaped(std::string_view text) {
     return result;
 }
 
-const char* TypeOf(EnSampleType sample) {
-    constexpr std::array types = {"int8",   "uint8", "int16",  "uint16", "int32",
-                                  "uint32", "int64", "uint64", "float",  "double"};
-    return types[sample];
-}
-
 std::string HeaderText(const StImageHeader& header, EnPacking packing) {
     const auto axes = static_cast<std::size_t>(header.size.Dim());
     std::string text = "NRRD0004\ntype: ";
-    text.append(TypeOf(header.sample))
+    text.append(g_typeNames[header.sample].front())
         .append("\ndimension: ")
         .append(std::to_string(axes))
         .append("\nsizes:");

@@ -5,7 +5,7 @@
 
 #include <tiffio.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -36,6 +36,9 @@ public:
         TIFFOpenOptionsFree(options);
     }
 
+    CTiff(const CTiff&) = delete; // libtiff knows its address
+    CTiff& operator=(const CTiff&) = delete;
+
     [[nodiscard]] TIFF* Get() const { return m_tiff.get(); }
     /// The first complaint, or that the file is damaged.
     [[nodiscard]] std::string Error() const { return m_error.empty() ? "it is damaged" : m_error; }
@@ -59,6 +62,7 @@ private:
             std::array<char, 300> text{};
             std::vsnprintf(text.data(), text.size(), format, arguments);
             error = text.data();
+            std::replace(error.begin(), error.end(), '\n', ' ');
         }
         return 1; // no further handler
     }
@@ -411,6 +415,9 @@ StImageHeader ReadTiffHeader(const std::string& path) {
     header.samplesPerPixel = page.samplesPerPixel;
     header.spacing = SpacingOf(*tiff);
     RequireKnownColours(path, *tiff, page);
+    std::vector<std::int64_t> extents = {page.width, page.height};
+    const std::int64_t bytesPerPixel = header.samplesPerPixel * SampleSize(header.sample);
+    (void)CheckedSize(path, extents, bytesPerPixel); // from here on a page's bytes can be counted
     std::int64_t pages = 0;
     do {
         ++pages;
@@ -422,10 +429,9 @@ StImageHeader ReadTiffHeader(const std::string& path) {
         RequirePageData(path, *tiff, page, fileSize);
     } while (NextPage(path, *tiff));
 
-    std::vector<std::int64_t> extents = {page.width, page.height};
     if (pages > 1)
         extents.push_back(pages);
-    header.size = CheckedSize(path, std::move(extents), header.samplesPerPixel * SampleSize(header.sample));
+    header.size = CheckedSize(path, std::move(extents), bytesPerPixel);
     return header;
 }
 

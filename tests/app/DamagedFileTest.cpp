@@ -185,6 +185,26 @@ TEST(DamagedFile, RefusesPagesOfUnequalSize) {
                      "its pages differ: page 1 is 9 x 8 of 8 bits, page 2 is 8 x 8 of 8 bits");
 }
 
+TEST(DamagedFile, RefusesPagesThatNoFileCanHold) {
+    const CTestFolder folder;
+    WriteImage(*RandomImage(IMAGE_GREY_8, CSize(9, 8, 2), 1), folder / "a.tif");
+    std::string contents = ReadText(folder / "a.tif");
+    // Width, height and samples a pixel of the first page: tag, kind of number, how many, number.
+    const auto set = [&](char tag, char kind, std::uint32_t number) {
+        const auto place = contents.find(std::string({tag, '\x01', '\x03', '\0', '\x01', '\0', '\0', '\0'}));
+        ASSERT_NE(place, std::string::npos);
+        contents[place + 2] = kind;
+        std::memcpy(contents.data() + place + 8, &number, 4);
+    };
+    set(0, 4, 0xffffffff);
+    set(1, 4, 0xffffffff);
+    Store(folder / "a.tif", contents);
+    EXPECT_FALSE(ReadAnything(folder / "a.tif"));
+    set(0x15, 3, 0xffff);
+    Store(folder / "a.tif", contents);
+    ExpectUnreadable(folder / "a.tif", "cannot read");
+}
+
 TEST(DamagedFile, SurvivesRandomBytesInTheFirst512) {
     for (const StFormat& format : g_formats) {
         const CTestFolder folder;

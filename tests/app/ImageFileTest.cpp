@@ -36,7 +36,8 @@ const std::array<std::string, 7> g_volumeNames = {"v.nrrd",   "v.mha", "v.mhd", 
 /// Attributes of every kind and with every character that has broken a file format before.
 void GiveAttributes(CImage& image) {
     CQuillonHeaderTools::SetSpacing(image, 0.1, 1.0 / 3.0, 2.5e-7);
-    CQuillonHeaderTools::AddToHistory(image, "GauÃŸ \"filter\"\\n(\xc3\xa4, 1.5)\r\n:= # second line", 0);
+    CQuillonHeaderTools::AddToHistory(image, "Gau\xc3\x9f \"filter\"\\n(\xc3\xa4, 1.5)\r\n:= # second line",
+                                      0);
     CQuillonHeaderTools::AddToHistory(image, "", 0);
     CQuillonHeaderTools::AddToHistory(image, "byte \xff", 0);
     CQuillonHeaderTools::SetNumberOfLabels(image, 4294967296);
