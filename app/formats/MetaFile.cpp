@@ -63,8 +63,9 @@ constexpr std::array<std::string_view, 10> g_typeNames = {
     "MET_UINT", "MET_LONG_LONG", "MET_ULONG_LONG", "MET_FLOAT",  "MET_DOUBLE"};
 
 EnSampleType SampleOf(const std::string& path, const std::string& name) {
-    // A "long" of this format has 32 bits.
-    const std::string_view known = name == "MET_LONG" ? "MET_INT" : name == "MET_ULONG" ? "MET_UINT" : name;
+    std::string_view known = name;
+    if (name == "MET_LONG" || name == "MET_ULONG")
+        known = name == "MET_LONG" ? "MET_INT" : "MET_UINT"; // a "long" of this format has 32 bits
     const auto* const found = std::find(g_typeNames.begin(), g_typeNames.end(), known);
     if (found == g_typeNames.end())
         ThrowUnreadable(path, "pixels of type '" + name + "' cannot be read");

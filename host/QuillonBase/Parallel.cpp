@@ -20,12 +20,13 @@ namespace {
 
 std::atomic<int> g_threadCount{0};
 
+constexpr int g_sensibleThreadCount = 1024;
+
 int DefaultThreadCount() {
-    constexpr int sensible = 1024;
     if (const char* text = std::getenv("OMP_NUM_THREADS")) {
         int count = 0;
         if (std::from_chars(text, text + std::strlen(text), count).ec == std::errc() && count > 0)
-            return std::min(count, sensible);
+            return std::min(count, g_sensibleThreadCount);
     }
     return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
@@ -37,7 +38,7 @@ int ThreadCount() {
     return count > 0 ? count : DefaultThreadCount();
 }
 
-void SetThreadCount(int count) { g_threadCount = std::max(0, count); }
+void SetThreadCount(int count) { g_threadCount = std::clamp(count, 0, g_sensibleThreadCount); }
 
 bool ParallelFor(std::int64_t count, IProgress& progress,
                  const std::function<std::function<void(std::int64_t item)>()>& makeWorker) {

@@ -11,7 +11,7 @@ namespace ORVEN {
 /// processor.
 [[nodiscard]] int ThreadCount();
 
-/// 0 goes back to the default.
+/// 0 goes back to the default; there are never more than 1024.
 void SetThreadCount(int count);
 
 /// Does the items 0 to count - 1 of a job, several at once, in any order.

@@ -42,6 +42,21 @@ const CValueContainerBase* CValueContainerBase::Holder(const CValue_Key& key,
     return holder;
 }
 
+CValue* CValueContainerBase::DirectEntry(std::string_view step) const {
+    return Map() != nullptr ? Map()->DirectEntry(step) : Vector()->DirectEntry(step);
+}
+
+void CValueContainerBase::SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value) {
+    if (CValueMap* map = Map())
+        map->SetDirectEntry(step, std::move(value));
+    else
+        Vector()->SetDirectEntry(step, std::move(value));
+}
+
+std::unique_ptr<CValue> CValueContainerBase::DetachDirectEntry(std::string_view step) {
+    return Map() != nullptr ? Map()->DetachDirectEntry(step) : Vector()->DetachDirectEntry(step);
+}
+
 CValue* CValueContainerBase::Entry(const CValue_Key& key, bool /*followLinks*/) const {
     std::string_view step;
     const CValueContainerBase* holder = Holder(key, step);

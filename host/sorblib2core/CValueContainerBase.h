@@ -48,15 +48,15 @@ public:
     /// The text entry at the key, else `fallback` itself: do not pass a temporary and keep the answer.
     const CString& EntryString(const CValue_Key& key, const CString& fallback) const;
 
-protected:
-    // One step of a path: the container's own part of the work.
-    virtual CValue* DirectEntry(std::string_view step) const = 0;
-    virtual void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value) = 0;
-    virtual std::unique_ptr<CValue> DetachDirectEntry(std::string_view step) = 0;
-
 private:
     /// The container that holds the last step of the path, and that step; null if the way there ends early.
     const CValueContainerBase* Holder(const CValue_Key& key, std::string_view& lastStep) const;
+
+    // One step of a path. There are maps and vectors and nothing else, and no virtual operation may come
+    // between those of this class and theirs.
+    [[nodiscard]] CValue* DirectEntry(std::string_view step) const;
+    void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value);
+    std::unique_ptr<CValue> DetachDirectEntry(std::string_view step);
 };
 
 } // namespace ORVEN

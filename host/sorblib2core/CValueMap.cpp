@@ -22,7 +22,11 @@ CValueMap::~CValueMap() = default;
 
 CValueMap* CValueMap::NewObject() const { return new CValueMap; }
 
-void CValueMap::_IncDec(const_iterator& position, bool forward) {
+const CValue* CValueMap::_Deref(const const_iterator& position) const {
+    return position.m_position->second.get();
+}
+
+void CValueMap::_IncDec(const_iterator& position, bool forward) const {
     if (forward)
         ++position.m_position;
     else
@@ -102,9 +106,9 @@ bool CValueMap::IsSubset(const CValueMap& other) const {
     });
 }
 
-CValueMap::const_iterator CValueMap::begin() const { return const_iterator(m_entries.begin()); }
+CValueMap::const_iterator CValueMap::begin() const { return {*this, m_entries.begin()}; }
 
-CValueMap::const_iterator CValueMap::end() const { return const_iterator(m_entries.end()); }
+CValueMap::const_iterator CValueMap::end() const { return {*this, m_entries.end()}; }
 
 CValue* CValueMap::DirectEntry(std::string_view step) const {
     const auto entry = m_entries.find(CValue_Key(std::string(step)));

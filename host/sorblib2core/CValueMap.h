@@ -30,10 +30,10 @@ public:
         const_iterator() = default;
 
         [[nodiscard]] const CValue_Key& Key() const { return m_position->first; }
-        [[nodiscard]] const CValue* Value() const { return _Deref(*this); }
-        const CValue* operator*() const { return _Deref(*this); }
+        [[nodiscard]] const CValue* Value() const { return m_map->_Deref(*this); }
+        const CValue* operator*() const { return Value(); }
         const_iterator& operator++() {
-            _IncDec(*this, true);
+            m_map->_IncDec(*this, true);
             return *this;
         }
         friend bool operator==(const const_iterator& a, const const_iterator& b) {
@@ -42,9 +42,11 @@ public:
 
     private:
         friend class CValueMap;
-        explicit const_iterator(Entries::const_iterator position)
-            : m_position(position) {}
+        const_iterator(const CValueMap& map, Entries::const_iterator position)
+            : m_map(&map)
+            , m_position(position) {}
 
+        const CValueMap* m_map = nullptr;
         Entries::const_iterator m_position;
     };
 
@@ -64,30 +66,36 @@ public:
     unsigned Size() const override;
     CValue_Key Find(const char* text, const CValue_Key& after) const override;
     CValue_Key Find(const CValue& value, const CValue_Key& after) const override;
-    bool TestInterface(const CString& name) override;
 
-    [[nodiscard]] bool IsEmpty() const;
-    void Clear();
+    [[nodiscard]] virtual bool IsEmpty() const;
+    virtual void Clear();
     /// The keys of the direct entries, ascending.
-    [[nodiscard]] std::list<CValue_Key> Keys() const;
+    [[nodiscard]] virtual std::list<CValue_Key> Keys() const;
     /// Whether every direct entry of this map stands in `other` too, with an equal value.
-    [[nodiscard]] bool IsSubset(const CValueMap& other) const;
+    [[nodiscard]] virtual bool IsSubset(const CValueMap& other) const;
 
-    [[nodiscard]] const_iterator begin() const;
-    [[nodiscard]] const_iterator end() const;
+    [[nodiscard]] virtual const_iterator begin() const;
+    [[nodiscard]] virtual const_iterator end() const;
 
 protected:
     /// A new empty map of the class that clones are to have.
     [[nodiscard]] virtual CValueMap* NewObject() const;
 
-    static const CValue* _Deref(const const_iterator& position) { return position.m_position->second.get(); }
-    static void _IncDec(const_iterator& position, bool forward);
+    /// The steps of the iterator.
+    virtual const CValue* _Deref(const const_iterator& position) const;
+    virtual void _IncDec(const_iterator& position, bool forward) const;
 
-    CValue* DirectEntry(std::string_view step) const override;
-    void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value) override;
-    std::unique_ptr<CValue> DetachDirectEntry(std::string_view step) override;
+public:
+    // Behind the others, as it takes a place of its own in the order of this class.
+    bool TestInterface(const CString& name) override;
 
 private:
+    friend class CValueContainerBase;
+
+    [[nodiscard]] CValue* DirectEntry(std::string_view step) const;
+    void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value);
+    std::unique_ptr<CValue> DetachDirectEntry(std::string_view step);
+
     template <class Matches>
     CValue_Key FindIf(const CValue_Key& after, const Matches& matches) const;
 

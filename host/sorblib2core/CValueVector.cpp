@@ -36,8 +36,8 @@ CValueVector::CValueVector(std::size_t count)
 
 CValueVector::CValueVector(CValue* first, CValue* second) {
     std::unique_ptr<CValue> ownedSecond(second);
-    PushBack(first);
-    PushBack(ownedSecond.release());
+    CValueVector::PushBack(first);
+    CValueVector::PushBack(ownedSecond.release());
 }
 
 CValueVector::~CValueVector() {

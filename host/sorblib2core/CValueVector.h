@@ -31,14 +31,15 @@ public:
     CValue_Key Find(const CValue& value, const CValue_Key& after) const override;
 
     /// Appends the value and owns it from the call on.
-    void PushBack(CValue* value);
-
-protected:
-    CValue* DirectEntry(std::string_view step) const override;
-    void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value) override;
-    std::unique_ptr<CValue> DetachDirectEntry(std::string_view step) override;
+    virtual void PushBack(CValue* value);
 
 private:
+    friend class CValueContainerBase;
+
+    [[nodiscard]] CValue* DirectEntry(std::string_view step) const;
+    void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value);
+    std::unique_ptr<CValue> DetachDirectEntry(std::string_view step);
+
     template <class Matches>
     CValue_Key FindIf(const CValue_Key& after, const Matches& matches) const;
 };

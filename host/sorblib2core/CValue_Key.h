@@ -1,8 +1,6 @@
 #pragma once
 
-#include <optional>
 #include <string>
-#include <string_view>
 
 namespace ORVEN {
 
@@ -20,11 +18,6 @@ public:
     CValue_Key(int index);
 
     [[nodiscard]] const char* ToString() const { return m_path.c_str(); }
-
-    /// The path up to the first "/".
-    [[nodiscard]] std::string_view FirstStep() const;
-    /// The path behind the first "/"; nothing if there is one step only.
-    [[nodiscard]] std::optional<std::string_view> Remainder() const;
 
     friend bool operator==(const CValue_Key& a, const CValue_Key& b) { return a.m_path == b.m_path; }
     friend bool operator<(const CValue_Key& a, const CValue_Key& b) { return a.m_path < b.m_path; }

@@ -35,12 +35,3 @@ TEST(CValue_Key, OrdersByStdLess) {
     EXPECT_TRUE(less("a", "ab"));
     EXPECT_EQ(CValue_Key("7"), CValue_Key(7));
 }
-
-TEST(CValue_Key, SplitsAtTheFirstSlash) {
-    const CValue_Key path("output/documents/add");
-    EXPECT_EQ(path.FirstStep(), "output");
-    EXPECT_EQ(path.Remainder(), "documents/add");
-    EXPECT_EQ(CValue_Key("label").FirstStep(), "label");
-    EXPECT_EQ(CValue_Key("label").Remainder(), std::nullopt);
-    EXPECT_EQ(CValue_Key("label/").Remainder(), "");
-}

@@ -4,6 +4,7 @@
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2core/CValueMap.h>
+#include <sorblib2core/CValueVector.h>
 
 #include "support/VirtualSlot.h"
 
@@ -59,6 +60,16 @@ TEST(VirtualOrder, OfCValueContainerBase) {
     EXPECT_EQ((VirtualSlot<CValue_Key(const char*, const CValue_Key&) const>(&Container::Find)), 40);
     EXPECT_EQ((VirtualSlot<CValue_Key(const CValue&, const CValue_Key&) const>(&Container::Find)), 41);
     EXPECT_THROW((void)VirtualSlot<CString&(const CValue_Key&)>(&Container::EntryString), std::logic_error);
+}
+
+TEST(VirtualOrder, OfCValueMapAndCValueVectorGoesOnBehindTheContainer) {
+    EXPECT_EQ(VirtualSlot(&CValueMap::IsEmpty), 42);
+    EXPECT_EQ(VirtualSlot(&CValueMap::Clear), 43);
+    EXPECT_EQ(VirtualSlot(&CValueMap::Keys), 44);
+    EXPECT_EQ(VirtualSlot(&CValueMap::IsSubset), 45);
+    EXPECT_EQ(VirtualSlot(&CValueMap::begin), 46);
+    EXPECT_EQ(VirtualSlot(&CValueMap::end), 47);
+    EXPECT_EQ(VirtualSlot(&CValueVector::PushBack), 42);
 }
 
 TEST(VirtualOrder, OfCValuePointer) {
