@@ -16,14 +16,14 @@ namespace {
 constexpr std::array g_served{"SegmNiblack", "SegmSauvola", "Watershed"};
 
 /// The names that are known and wait for their plug-in.
-constexpr std::array g_awaited{"Granulometry",     "LocalFiberDirections", "LocalFiberDirectionsDialog",
-                               "Skeleton",         "EuclideanSkeleton",    "ExactMedialAxis",
-                               "ExactBisector",    "MarkSimplePoints",     "LocalEulerNumber",
-                               "VoronoiEdtPlugin", "PartialDerivative",    "PointwiseRelation",
-                               "GaussFilter",      "SphericalMorphology",  "LinearDt",
-                               "FeatureToImage",   "ConvexifyObjects",     "FieldFeaturesGrayValueImage",
-                               "Watershed",        "GranulometryExport",   "LocalFiberDirectionsExport",
-                               "CylinderMask"};
+constexpr std::array g_awaited{
+    "Granulometry",       "LocalFiberDirections",       "LocalFiberDirectionsDialog",
+    "Skeleton",           "EuclideanSkeleton",          "ExactMedialAxis",
+    "ExactBisector",      "MarkSimplePoints",           "LocalEulerNumber",
+    "VoronoiEdtPlugin",   "PartialDerivative",          "PointwiseRelation",
+    "GaussFilter",        "SphericalMorphology",        "LinearDt",
+    "FeatureToImage",     "ConvexifyObjects",           "FieldFeaturesGrayValueImage",
+    "GranulometryExport", "LocalFiberDirectionsExport", "CylinderMask"};
 
 std::string OutputOf(const std::string& command) {
     std::string output;
