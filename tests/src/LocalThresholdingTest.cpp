@@ -315,7 +315,7 @@ TEST(OlderThresholders, AConstantWindowGives0WithNiblack) {
     }
 }
 
-TEST(OlderThresholders, ACannotTakeSquaresAbove46340In16Bit) {
+TEST(OlderThresholders, CannotTakeValuesAbove46340In16Bit) {
     const auto exact = test::ImageOf(IMAGE_GREY_16, CSize(4, 4), Words(16, 46340));
     EXPECT_EQ(Binarized<Niblack16>(*exact, 1, -0.2F), Bytes(16, 0));
     const auto wraps = test::ImageOf(IMAGE_GREY_16, CSize(4, 4), Words(16, 46341));
