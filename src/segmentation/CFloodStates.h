@@ -73,6 +73,12 @@ public:
     static constexpr Neighbors openBits = 0x5555555555555555U;
     static constexpr Neighbors finalBits = 0xAAAAAAAAAAAAAAAAU;
 
+    /// The states of the three slots of a row, a number below `rowStateCount`.
+    static std::size_t Row(Neighbors neighbors, std::size_t row) {
+        return neighbors >> (6 * row) & (rowStateCount - 1);
+    }
+    static constexpr std::size_t rowStateCount = 64;
+
     /// The slot of the first neighbour in a set that is not empty.
     static std::size_t FirstSlot(Neighbors neighbors) {
         return static_cast<std::size_t>(std::countr_zero(neighbors)) / 2;
@@ -91,6 +97,11 @@ public:
 
     void SetFinal(StPixelPosition pixel) { Set(pixel, 2); }
     void SetOpen(StPixelPosition pixel) { Set(pixel, 1); }
+    /// Opens a pixel that is neither final nor open, without branching on the condition.
+    void SetOpenIf(bool condition, StPixelPosition pixel) {
+        char8_t& byte = m_states[Byte(pixel)];
+        byte = static_cast<char8_t>(byte | (condition ? 1U : 0U) << Shift(pixel));
+    }
     /// Neither final nor open.
     void SetNone(StPixelPosition pixel) { Set(pixel, 0); }
 
@@ -99,7 +110,7 @@ public:
     }
 
     [[nodiscard]] bool HasFinalNeighbor(StPixelPosition pixel) const {
-        const unsigned char* const row = Row(pixel);
+        const char8_t* const row = LeftOf(pixel);
         std::uint32_t any = 0;
         for (std::size_t i = 0; i < rowCount; ++i)
             any |= Load(row + m_rowSteps[i]) >> LeftShift(pixel) & rows[i].mask;
@@ -108,7 +119,7 @@ public:
 
     /// The states of all neighbours.
     [[nodiscard]] Neighbors Around(StPixelPosition pixel) const {
-        const unsigned char* const row = Row(pixel);
+        const char8_t* const row = LeftOf(pixel);
         Neighbors neighbors = 0;
 #pragma GCC unroll 9
         for (std::size_t i = 0; i < rowCount; ++i)
@@ -125,12 +136,12 @@ private:
     static unsigned Shift(StPixelPosition pixel) { return 2 * ((pixel.x + 1U) % 4); }
 
     /// Where the left neighbour stands, which is where a load of a row begins.
-    [[nodiscard]] const unsigned char* Row(StPixelPosition pixel) const {
+    [[nodiscard]] const char8_t* LeftOf(StPixelPosition pixel) const {
         return m_states.data() + pixel.x / 4 + (pixel.y + 1) * m_rowBytes + (pixel.z + 1) * m_planeBytes;
     }
     static unsigned LeftShift(StPixelPosition pixel) { return 2 * (pixel.x % 4U); }
 
-    static std::uint32_t Load(const unsigned char* bytes) {
+    static std::uint32_t Load(const char8_t* bytes) {
         std::uint32_t word = 0;
         std::memcpy(&word, bytes, sizeof word);
         if constexpr (std::endian::native == std::endian::big)
@@ -139,14 +150,15 @@ private:
     }
 
     void Set(StPixelPosition pixel, unsigned state) {
-        unsigned char& byte = m_states[Byte(pixel)];
-        byte = static_cast<unsigned char>((byte & ~(3U << Shift(pixel))) | state << Shift(pixel));
+        char8_t& byte = m_states[Byte(pixel)];
+        byte = static_cast<char8_t>((byte & ~(3U << Shift(pixel))) | state << Shift(pixel));
     }
 
     std::int64_t m_rowBytes = 0;
     std::int64_t m_planeBytes = 0;
     std::array<std::int64_t, rowCount> m_rowSteps{};
-    std::vector<unsigned char> m_states;
+    // char8_t, which aliases nothing: a store leaves the other members in their registers.
+    std::vector<char8_t> m_states;
 };
 
 } // namespace ORVEN

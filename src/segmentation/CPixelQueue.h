@@ -20,6 +20,14 @@ public:
         m_ring[m_end++ & m_mask] = pixel;
     }
 
+    /// Does not branch on the condition.
+    void PushBackIf(bool condition, StPixelPosition pixel) {
+        if (Size() == m_ring.size())
+            Grow();
+        m_ring[m_end & m_mask] = pixel;
+        m_end += condition ? 1 : 0;
+    }
+
     StPixelPosition PopFront() { return m_ring[m_first++ & m_mask]; }
 
     /// The pixel `steps` behind the first; the first for a queue that has not so many.

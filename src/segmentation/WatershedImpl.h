@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <string>
@@ -114,6 +115,13 @@ private:
             const auto& offset = States::offsets[slot];
             m_steps[slot] = offset.dx * m_strideX + offset.dy * m_strideY + offset.dz * m_strideZ;
         }
+        // Labels are read by rows only where those of a row stand side by side.
+        const bool areLabelsPacked = m_strideX == sizeof(std::uint32_t);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const int behind = axis == 0 ? 3 : 2;
+            m_insideCount[axis] =
+                static_cast<std::uint16_t>(areLabelsPacked ? std::max(0, m_size[axis] - behind) : 0);
+        }
         m_states.Clear(size);
         if (isSeeded)
             TakeSeeds();
@@ -141,33 +149,40 @@ private:
 
     /// All levels; false if the run was cancelled.
     template <class C>
-    bool Flood(const StLevels& levels, C& criterion, bool makesRegions, IProgress& progress) {
+    bool Flood(StLevels& levels, C& criterion, bool makesRegions, IProgress& progress) {
         for (std::uint32_t level = 0; level < levels.count; ++level) {
             if (progress.IsCancelled())
                 return false;
             m_currentLevel = level;
             const std::uint64_t first = levels.starts[level];
-            const std::uint64_t end = levels.starts[level + 1];
-            Mark(levels, first, end);
+            const std::uint64_t openEnd = Mark(levels, first, levels.starts[level + 1]);
             Spread();
             if (makesRegions)
-                MakeRegions(levels, first, end, criterion);
+                MakeRegions(levels, first, openEnd, criterion);
             else
-                MaskOpen(levels, first, end);
+                MaskOpen(levels, first, openEnd);
         }
         return !progress.IsCancelled();
     }
 
-    /// Opens the pixels of a level; those beside a region or a line go into the queue. What is in the queue
-    /// or open for the time of a level only is no concern of the label image.
-    void Mark(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
+    /// Opens the pixels of a level, but for those beside a region or a line, which go into the queue. What is
+    /// in the queue or open for the time of a level only is no concern of the label image.
+    ///
+    /// The opened pixels move to the front of the level, as they alone are asked for once more. Returns their
+    /// end. Whether a pixel is opened is anybody's guess, so that nothing here branches on it.
+    std::uint64_t Mark(StLevels& levels, std::uint64_t first, std::uint64_t end) {
+        std::uint64_t openEnd = first;
         for (std::uint64_t place = first; place < end; ++place) {
             const StPixelPosition pixel = levels.Pixel(place);
-            if (m_states.HasFinalNeighbor(pixel))
-                m_queue.PushBack(pixel);
-            else
-                m_states.SetOpen(pixel);
+            const bool isOpen = !m_states.HasFinalNeighbor(pixel);
+            m_queue.PushBackIf(!isOpen, pixel);
+            m_states.SetOpenIf(isOpen, pixel);
+            levels.x[openEnd] = pixel.x;
+            levels.y[openEnd] = pixel.y;
+            levels.z[openEnd] = pixel.z;
+            openEnd += isOpen ? 1 : 0;
         }
+        return openEnd;
     }
 
     /// Grows the regions there are through the open pixels, breadth-first.
@@ -178,7 +193,7 @@ private:
         }
     }
 
-    /// What is still open on the level are new minima.
+    /// What is still open of the opened pixels of a level are new minima.
     template <class C>
     void MakeRegions(const StLevels& levels, std::uint64_t first, std::uint64_t end, C& criterion) {
         for (std::uint64_t place = first; place < end; ++place) {
@@ -192,7 +207,7 @@ private:
         }
     }
 
-    /// What is still open on the level waits for a later one, and the label image says so.
+    /// What is still open of them waits for a later level, and the label image says so.
     void MaskOpen(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
         for (std::uint64_t place = first; place < end; ++place) {
             const StPixelPosition pixel = levels.Pixel(place);
@@ -209,24 +224,59 @@ private:
     void ProcessQueuedPixel(StPixelPosition pixel) {
         const typename States::Neighbors around = m_states.Around(pixel);
         unsigned char* const centre = Address(pixel);
-        std::uint32_t region = LabelWatershed;
-        for (auto finals = around & States::finalBits; finals != 0; finals &= finals - 1) {
-            const std::uint32_t label = LabelAt(centre, States::FirstSlot(finals));
-            if (label == region || label == LabelWatershed)
-                continue;
-            if (region != LabelWatershed) {
-                region = LabelWatershed;
-                break;
-            }
-            region = label;
-        }
-        *reinterpret_cast<std::uint32_t*>(centre) = region;
+        *reinterpret_cast<std::uint32_t*>(centre) =
+            HasLabelsAround(pixel) ? OnlyRegionAmong(centre, around) : OnlyRegionAtBorder(centre, around);
         m_states.SetFinal(pixel);
         for (auto open = around & States::openBits; open != 0; open &= open - 1) {
             const StPixelPosition neighbor = Neighbor(pixel, States::FirstSlot(open));
             m_states.SetNone(neighbor);
             m_queue.PushBack(neighbor);
         }
+    }
+
+    /// Whether the image has labels from the left neighbour to the second right one in all rows around a
+    /// pixel, which is what `OnlyRegionAmong` reads.
+    [[nodiscard]] bool HasLabelsAround(StPixelPosition pixel) const {
+        const auto isWithin = [](std::uint16_t position, std::uint16_t count) {
+            return static_cast<std::uint16_t>(position - 1) < count;
+        };
+        return isWithin(pixel.x, m_insideCount[0]) && isWithin(pixel.y, m_insideCount[1]) &&
+               (N::dimension == 2 || isWithin(pixel.z, m_insideCount[2]));
+    }
+
+    /// The only region among the final neighbours of the pixel at `centre`; the label of a line if there are
+    /// two, or none. All labels of a row are read at once, as which of them are final is anybody's guess.
+    [[nodiscard]] std::uint32_t OnlyRegionAmong(const unsigned char* centre,
+                                                typename States::Neighbors around) const {
+        // Numbers of regions are equal if what any of them has set is what all of them have set.
+        FourLabels any{};
+        FourLabels all = ~any;
+#pragma GCC unroll 9
+        for (std::size_t row = 0; row < States::slotCount / 3; ++row) {
+            FourLabels labels;
+            std::memcpy(&labels, centre + m_steps[3 * row], sizeof labels);
+            labels &= finalMasks[States::Row(around, row)];
+            any |= labels;
+            all &= labels | static_cast<FourLabels>(labels == LabelWatershed);
+        }
+        const std::uint32_t anyBits = any[0] | any[1] | any[2];
+        const std::uint32_t allBits = all[0] & all[1] & all[2];
+        return anyBits == allBits ? anyBits : LabelWatershed;
+    }
+
+    /// The same, neighbour by neighbour.
+    [[nodiscard]] std::uint32_t OnlyRegionAtBorder(const unsigned char* centre,
+                                                   typename States::Neighbors around) const {
+        std::uint32_t region = LabelWatershed;
+        for (auto finals = around & States::finalBits; finals != 0; finals &= finals - 1) {
+            const std::uint32_t label = LabelAt(centre, States::FirstSlot(finals));
+            if (label == region || label == LabelWatershed)
+                continue;
+            if (region != LabelWatershed)
+                return LabelWatershed;
+            region = label;
+        }
+        return region;
     }
 
     /// Gives a pixel the current label and queues it.
@@ -307,11 +357,28 @@ private:
 
     static constexpr std::size_t prefetchDistance = 8;
 
+    /// A row of three labels and the one after it.
+    using FourLabels = std::uint32_t __attribute__((vector_size(4 * sizeof(std::uint32_t))));
+
+    /// By the states of a row: all bits of the labels that are final.
+    static constexpr std::array<FourLabels, States::rowStateCount> finalMasks = [] {
+        std::array<FourLabels, States::rowStateCount> masks{};
+        for (std::uint32_t states = 0; states < States::rowStateCount; ++states) {
+            const auto mask = [states](std::size_t slot) {
+                const bool isFinal = (states >> (2 * slot) & 2U) != 0;
+                return isFinal ? ~std::uint32_t{0} : std::uint32_t{0};
+            };
+            masks[states] = FourLabels{mask(0), mask(1), mask(2), 0};
+        }
+        return masks;
+    }();
+
     unsigned char* m_labels = nullptr;
     std::int64_t m_strideX = 0;
     std::int64_t m_strideY = 0;
     std::int64_t m_strideZ = 0;
     std::array<std::int16_t, 3> m_size{};
+    std::array<std::uint16_t, 3> m_insideCount{};          // from 1 on, the positions that `HasLabelsAround`
     std::array<std::int64_t, States::slotCount> m_steps{}; // from a pixel to its neighbours, in bytes
     std::uint32_t m_currentLabel = 0;                      // the region made last
     std::uint32_t m_currentLevel = 0;
