@@ -2,6 +2,8 @@
 
 #include "Commands.h"
 
+#include <QWidget>
+
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -42,6 +44,12 @@ CGuiApplication::CGuiApplication(bool withWindows)
     : m_application(Prepare(withWindows, m_argumentCount), m_arguments) {
     qInstallMessageHandler(withWindows ? nullptr : OnMessageOffscreen);
     std::setlocale(LC_NUMERIC, "C");
+}
+
+CGuiApplication::~CGuiApplication() {
+    QWidgetList windows = QApplication::topLevelWidgets();
+    windows.removeIf([](const QWidget* window) { return window->parent() != nullptr; }); // go with it
+    qDeleteAll(windows);
 }
 
 } // namespace app

@@ -9,10 +9,15 @@ namespace app {
 ///
 /// The locale for numbers stays "C", which Qt would set to the user's: files and history lines are the same
 /// everywhere.
+///
+/// Dialogs that plug-ins leave behind are deleted with it: it has to end before their pack is unloaded.
 class CGuiApplication {
 public:
     /// Raises `CCommandError` of status usage if real windows are asked for and there is no display.
     explicit CGuiApplication(bool withWindows);
+    CGuiApplication(const CGuiApplication&) = delete;
+    CGuiApplication& operator=(const CGuiApplication&) = delete;
+    ~CGuiApplication();
 
 private:
     // Qt keeps references to these.

@@ -58,6 +58,7 @@ void CParameterMap::ReadFile(const std::string& path) {
     if (value == nullptr || value->Map() == nullptr)
         throw CCommandError(STATUS_FILE, "'" + path + "' holds no JSON object with parameters");
     m_map.reset(new CValueMap(*value->Map()));
+    FillImagesOfGroups();
 }
 
 EnValueKind CParameterMap::KindOf(const StAssignment& assignment) const {
@@ -101,6 +102,12 @@ void CParameterMap::FillDefaults() {
         if (parameter.isAlwaysSent && !m_map->HasEntry(parameter.key))
             Store(parameter.key, DefaultOf(parameter));
     }
+    FillImagesOfGroups();
+}
+
+void CParameterMap::FillImagesOfGroups() {
+    if (m_known == nullptr)
+        return;
     for (const StCatalogueParameter& parameter : *m_known) {
         const std::string group = GroupOf(parameter.key);
         if (parameter.kind == KIND_IMAGE && !group.empty() && m_map->HasEntry(group) &&

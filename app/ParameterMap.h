@@ -22,8 +22,8 @@ public:
     /// that the catalogue does not know.
     CParameterMap(std::string what, const std::vector<StCatalogueParameter>* known);
 
-    /// Starts from the map in a JSON file, as it stands: the map itself, or a report, which holds one. Raises
-    /// `CCommandError` of status file.
+    /// Starts from the map in a JSON file, as it stands: the map itself, or a report, which holds one. A file
+    /// holds no images: null ones are added where their group is sent. Raises `CCommandError` of status file.
     void ReadFile(const std::string& path);
     /// Sets one value, in place of an earlier one. Raises `CCommandError` of status usage for a text that is
     /// not of the kind, and for an unknown key without a kind, naming the nearest one.
@@ -40,6 +40,7 @@ public:
 private:
     [[nodiscard]] EnValueKind KindOf(const StAssignment& assignment) const;
     void Store(const std::string& key, std::unique_ptr<ORVEN::CValue> value);
+    void FillImagesOfGroups();
 
     std::string m_what;
     const std::vector<StCatalogueParameter>* m_known;

@@ -1,7 +1,24 @@
 #include "PluginFactory.h"
 
+#include "FieldFeaturesGrayValueImage.h"
+#include "CylinderMask.h"
+#include "EuclideanSkeleton.h"
+#include "ExactBisector.h"
+#include "ExactMedialAxis.h"
+#include "LocalEulerNumber.h"
+#include "LocalFiberDirections.h"
+#include "LocalFiberDirectionsDialog.h"
+#include "LinearDistanceTransformation.h"
+#include "MarkSimplePoints.h"
+#include "GaussFilter.h"
+#include "LocalFiberDirectionsExport.h"
+#include "PartialDerivative.h"
+#include "PointwiseRelation.h"
 #include "SegmNiblack.h"
 #include "SegmSauvola.h"
+#include "SphericalMorphology.h"
+#include "TopologicalSkeleton.h"
+#include "VoronoiEdt.h"
 #include "Watershed.h"
 
 #include <algorithm>
@@ -26,27 +43,27 @@ constexpr std::array<StFactoryRow, 24> g_rows{{
     {"SegmNiblack", Create<CSegmNiblackPlugin>},
     {"SegmSauvola", Create<CSegmSauvolaPlugin>},
     {"Granulometry", nullptr},
-    {"LocalFiberDirections", nullptr},
-    {"LocalFiberDirectionsDialog", nullptr},
-    {"Skeleton", nullptr},
-    {"EuclideanSkeleton", nullptr},
-    {"ExactMedialAxis", nullptr},
-    {"ExactBisector", nullptr},
-    {"MarkSimplePoints", nullptr},
-    {"LocalEulerNumber", nullptr},
-    {"VoronoiEdtPlugin", nullptr},
-    {"PartialDerivative", nullptr},
-    {"PointwiseRelation", nullptr},
-    {"GaussFilter", nullptr},
-    {"SphericalMorphology", nullptr},
-    {"LinearDt", nullptr},
+    {"LocalFiberDirections", Create<CLocalFiberDirectionsPlugin>},
+    {"LocalFiberDirectionsDialog", Create<quillon::CLocalFiberDirectionsDialogPlugin>},
+    {"Skeleton", Create<quillon::CTopologicalSkeletonPlugin>},
+    {"EuclideanSkeleton", Create<quillon::CEuclideanSkeletonPlugin>},
+    {"ExactMedialAxis", Create<quillon::CExactMedialAxisPlugin>},
+    {"ExactBisector", Create<quillon::CExactBisectorPlugin>},
+    {"MarkSimplePoints", Create<quillon::CMarkSimplePointsPlugin>},
+    {"LocalEulerNumber", Create<quillon::CLocalEulerNumberPlugin>},
+    {"VoronoiEdtPlugin", Create<CVoronoiEdtPlugin>},
+    {"PartialDerivative", Create<quillon::CPartialDerivativePlugin>},
+    {"PointwiseRelation", Create<quillon::CPointwiseRelationPlugin>},
+    {"GaussFilter", Create<quillon::CGaussFilterPlugin>},
+    {"SphericalMorphology", Create<quillon::CSphericalMorphologyPlugin>},
+    {"LinearDt", Create<CLinearDistanceTransformationPlugin>},
     {"FeatureToImage", nullptr},
     {"ConvexifyObjects", nullptr},
-    {"FieldFeaturesGrayValueImage", nullptr},
+    {"FieldFeaturesGrayValueImage", Create<quillon::CFieldFeaturesGrayValueImagePlugin>},
     {"Watershed", Create<quillon::CWatershedPlugin>},
     {"GranulometryExport", nullptr},
-    {"LocalFiberDirectionsExport", nullptr},
-    {"CylinderMask", nullptr},
+    {"LocalFiberDirectionsExport", Create<quillon::CLocalFiberDirectionsExportPlugin>},
+    {"CylinderMask", Create<CCylinderMaskPlugin>},
 }};
 
 } // namespace

@@ -4,6 +4,16 @@
 
 namespace ORVEN {
 
+namespace {
+
+/// Tells by its class that the factory made it: nothing has to be looked up, locked or kept for that.
+class CFactoryImage final : public CImage {
+public:
+    using CImage::CImage;
+};
+
+} // namespace
+
 CSorbImageFactory& CSorbImageFactory::Obj() {
     static CSorbImageFactory factory;
     return factory;
@@ -12,7 +22,11 @@ CSorbImageFactory& CSorbImageFactory::Obj() {
 CSorbImageFactory::~CSorbImageFactory() = default;
 
 IImage* CSorbImageFactory::Create(const IImage::CType& type, const CSize& size) {
-    return new CImage(type, size, CSize(0, 0, 0));
+    return new CFactoryImage(type, size, CSize(0, 0, 0));
+}
+
+std::unique_ptr<const IImage> CSorbImageFactory::TakeOver(const IImage& image) noexcept {
+    return std::unique_ptr<const IImage>(dynamic_cast<const CFactoryImage*>(&image));
 }
 
 } // namespace ORVEN

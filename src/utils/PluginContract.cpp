@@ -5,6 +5,7 @@
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueString.h>
+#include <sorblib2core/CValueVector.h>
 #include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
@@ -101,6 +102,14 @@ void HandOver(CValueMap& tree, std::unique_ptr<CImage> image, const CString& lab
     auto pointer = std::make_unique<CValuePointer<CValueMap>>(document.get(), 1);
     tree.SetEntry("output/documents/add/" + std::to_string(index), pointer.release());
     (void)document.release(); // the host takes it out of the tree
+}
+
+void RequestView(CValueMap& tree, CValueMap& document) {
+    tree.SetEntry("output/views/create", new CValueVector);
+    auto view = std::make_unique<CValueMap>();
+    view->SetEntry("type", new CValueString("ImageAttributesView", CString::NPOS));
+    view->SetEntry("document", new CValuePointer<CValueMap>(&document, 1));
+    tree.SetEntry("output/views/create/0", view.release());
 }
 
 } // namespace quillon::contract

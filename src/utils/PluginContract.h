@@ -65,6 +65,10 @@ void Inherit(ORVEN::CImage& result, const ORVEN::CImage& source, const ORVEN::CS
 void HandOver(ORVEN::CValueMap& tree, std::unique_ptr<ORVEN::CImage> image, const ORVEN::CString& label,
               int index = 0);
 
+/// Asks the host to show the attributes of a document, where a plug-in leaves its result in the header of an
+/// image. The document stays the host's.
+void RequestView(ORVEN::CValueMap& tree, ORVEN::CValueMap& document);
+
 /// Runs a plug-in's work; a `CException` is written to standard error, in the name given, and goes on.
 template <class Work>
 void ReportExceptions(const char* name, const Work& work) {

@@ -16,6 +16,7 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
@@ -343,6 +344,15 @@ TEST_F(BatchDialogs, TellAFileThatTheFileDialogDoesNotTake) {
     const CBatchDialogs dialogs(answers);
     EXPECT_TRUE(QFileDialog::getOpenFileName(nullptr, "Open").isEmpty());
     EXPECT_EQ(dialogs.Problem(), "the dialog 'Open' does not take the file '" + *answers.file + "'");
+}
+
+TEST(GuiApplication, DeletesTheDialogsThatWereLeftBehind) {
+    auto application = std::make_unique<CGuiApplication>(false);
+    const QPointer<QDialog> left = new QDialog;
+    const QPointer<QDialog> inner = new QDialog(left);
+    application.reset();
+    EXPECT_TRUE(left.isNull());
+    EXPECT_TRUE(inner.isNull());
 }
 
 TEST_F(BatchDialogs, LetGoWhenTheyEnd) {

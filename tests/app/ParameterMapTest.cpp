@@ -174,6 +174,16 @@ TEST(ParameterMap, SendsANullImageWhereItsGroupIsSent) {
     EXPECT_EQ(ORVEN::UnwrapPointer<ORVEN::CImage>(mask), nullptr);
 }
 
+TEST(ParameterMap, SendsANullImageWhereAFileSendsItsGroup) {
+    const test::CTestFolder folder;
+    std::ofstream(folder / "p.json") << R"({"advanced": {"otsu": 1.5}})";
+    CParameterMap map = MapOf({});
+    map.ReadFile(folder / "p.json");
+    const ORVEN::CValue* mask = map.Map().Entry("advanced/mask", true);
+    ASSERT_TRUE(ORVEN::AreTypesEqual(mask, typeid(ORVEN::CValuePointer<ORVEN::CImage>)));
+    EXPECT_EQ(ORVEN::UnwrapPointer<ORVEN::CImage>(mask), nullptr);
+}
+
 TEST(ParameterMap, ReadsImagesFromFiles) {
     const test::CTestFolder folder;
     WriteImage(*test::ImageOf<std::uint8_t>(ORVEN::IMAGE_GREY_8, {3, 2}, {1, 2, 3, 4, 5, 6}),

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -29,18 +30,23 @@ struct StRun {
     nlohmann::json report;
 };
 
-StRun RunOnFile(const std::string& plugin, const std::string& file,
+StRun RunOnPath(const std::string& plugin, const std::string& path, const std::string& output,
                 const std::vector<std::string>& parameters) {
     const test::CTestFolder folder;
-    const std::string output = folder / "out.nrrd";
     const std::string report = folder / "report.json";
-    std::vector<std::string> arguments{"run", plugin, DataFile(file), "-o", output, "--report", report};
+    std::vector<std::string> arguments{"run", plugin, path, "-o", output, "--report", report};
     for (const std::string& parameter : parameters)
         arguments.insert(arguments.end(), {"-p", parameter});
     const test::StEnd end = test::Quillon(arguments);
     EXPECT_EQ(end.status, 0) << end.err;
     EXPECT_EQ(end.err, "");
     return {app::ReadImage(output), nlohmann::json::parse(test::ReadText(report))};
+}
+
+StRun RunOnFile(const std::string& plugin, const std::string& file,
+                const std::vector<std::string>& parameters) {
+    const test::CTestFolder folder;
+    return RunOnPath(plugin, DataFile(file), folder / "out.nrrd", parameters);
 }
 
 std::vector<std::string> HistoryOf(const CImage& image) {
@@ -59,7 +65,8 @@ double ForegroundOf(const CImage& image) {
 TEST(RealImages, ThePackServesWhatTheListShows) {
     const test::StEnd end = test::Quillon({"list"});
     ASSERT_EQ(end.status, 0);
-    for (const char* name : {"SegmNiblack", "SegmSauvola", "Watershed"})
+    for (const char* name :
+         {"LocalEulerNumber", "MarkSimplePoints", "SegmNiblack", "SegmSauvola", "Watershed"})
         EXPECT_NE(end.out.find(name), std::string::npos) << name;
     EXPECT_EQ(end.out.find("not in this pack"), std::string::npos) << end.out;
 }
@@ -149,6 +156,420 @@ TEST(RealImages, WatershedFromMarkersKeepsTheirLabels) {
     for (std::size_t i = 0; i < before.size(); ++i)
         changed += before[i] != 0 && before[i] != after[i] ? 1 : 0;
     EXPECT_EQ(changed, 0);
+}
+
+TEST(RealImages, GaussFilterSmoothsAScanAndKeepsItsMean) {
+    const StRun run = RunOnFile("GaussFilter", "cement_pores_128.nrrd", {"sigma=2"});
+    EXPECT_EQ(run.image->Type(), IMAGE_GREY_F);
+    EXPECT_EQ(HistoryOf(*run.image), std::vector<std::string>{"gaussian(sigma=2)"});
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+    EXPECT_TRUE(CQuillonHeaderTools::GetSpacing(*run.image, x, y, z)); // the file has none
+    EXPECT_EQ(z, 1.0);
+    const auto before = test::PixelsOf<unsigned char>(*app::ReadImage(DataFile("cement_pores_128.nrrd")));
+    const auto after = test::PixelsOf<float>(*run.image);
+    const auto roughness = [](const auto& pixels) {
+        double sum = 0.0;
+        for (std::size_t i = 1; i < pixels.size(); ++i)
+            sum += std::abs(static_cast<double>(pixels[i]) - static_cast<double>(pixels[i - 1]));
+        return sum;
+    };
+    const auto mean = [](const auto& pixels) {
+        double sum = 0.0;
+        for (const auto pixel : pixels)
+            sum += static_cast<double>(pixel);
+        return sum / static_cast<double>(pixels.size());
+    };
+    EXPECT_NEAR(mean(after), mean(before), 0.5); // pixels of the border count for more than others
+    EXPECT_LT(roughness(after), roughness(before) / 2.0);
+}
+
+TEST(RealImages, PartialDerivativeOfASliceIsTheHalfDifferenceOfItsNeighbours) {
+    const StRun run = RunOnFile("PartialDerivative", "fibres_polymer_crop_f32.tif",
+                                {"orderx=1", "ordery=0", "orderz=0"});
+    EXPECT_EQ(HistoryOf(*run.image), std::vector<std::string>{"partderiv(1,0,0)"});
+    const auto slice = app::ReadImage(DataFile("fibres_polymer_crop_f32.tif"));
+    ASSERT_EQ(run.image->Size(), slice->Size());
+    const CImageView<const float> before(*slice);
+    const CImageView<const float> after(*run.image);
+    for (std::int64_t y = 0; y < after.ny; ++y) {
+        for (std::int64_t x = 1; x + 1 < after.nx; ++x)
+            ASSERT_FLOAT_EQ(after.Row(y, 0)[x], (before.Row(y, 0)[x + 1] - before.Row(y, 0)[x - 1]) / 2.0F);
+    }
+}
+
+/// The solid of the cement, in a file of a folder of its own.
+class CementSolid : public testing::Test {
+protected:
+    CementSolid()
+        : m_solid(RunOnPath("SegmNiblack", DataFile("cement_pores_128.nrrd"), Path(),
+                            {"windowsize=20", "coefficient=-0.8"})
+                      .image) {}
+
+    [[nodiscard]] std::string Path() const { return m_folder / "solid.nrrd"; }
+
+    [[nodiscard]] StRun Run(const std::string& plugin, const std::vector<std::string>& parameters) const {
+        return RunOnPath(plugin, Path(), m_folder / "out.nrrd", parameters);
+    }
+
+    test::CTestFolder m_folder;
+    std::unique_ptr<CImage> m_solid;
+};
+
+TEST(RealImages, CylinderMaskCutsACoreOutOfAScan) {
+    const StRun run = RunOnFile("CylinderMask", "cement_pores_128.nrrd",
+                                {"axis=Y", "s=60", "t=64", "radius=50", "crop=true"});
+    EXPECT_EQ(HistoryOf(*run.image),
+              std::vector<std::string>{"cylinderMask(axis=Y, s=60, t=64, radius=50, cropped)"});
+    ASSERT_EQ(run.image->Size(), CSize(101, 128, 101));
+    const auto scan = app::ReadImage(DataFile("cement_pores_128.nrrd"));
+    const CImageView<const unsigned char> before(*scan);
+    const CImageView<const unsigned char> after(*run.image);
+    for (std::int64_t z = 0; z < after.nz; ++z) {
+        for (std::int64_t y = 0; y < after.ny; ++y) {
+            for (std::int64_t x = 0; x < after.nx; ++x) {
+                const bool isInside = (x - 50) * (x - 50) + (z - 50) * (z - 50) <= 2500;
+                ASSERT_EQ(after.Row(y, z)[x], isInside ? before.Row(y, z + 14)[x + 10] : 0);
+            }
+        }
+    }
+}
+
+TEST_F(CementSolid, VoronoiEdtMeasuresDistancesThatAgreeWithTheirNeighbours) {
+    const StRun run = Run("VoronoiEdtPlugin", {"ComputeOn=foreground"});
+    EXPECT_EQ(run.image->Type(), IMAGE_GREY_F);
+    EXPECT_EQ(HistoryOf(*run.image).back(), "EdtVoronoi(exact,fg,NET,on cylindrical mask)");
+    const CImageView<const unsigned char> solid(*m_solid);
+    const CImageView<const float> distance(*run.image);
+    float greatest = 0;
+    float steepest = 0;
+    for (std::int64_t z = 0; z < distance.nz; ++z) {
+        for (std::int64_t y = 0; y < distance.ny; ++y) {
+            for (std::int64_t x = 0; x < distance.nx; ++x) {
+                const float here = distance.Row(y, z)[x];
+                ASSERT_EQ(here >= 1.0F, solid.Row(y, z)[x] == 1);
+                greatest = std::max(greatest, here);
+                if (x > 0)
+                    steepest = std::max(steepest, std::abs(here - distance.Row(y, z)[x - 1]));
+                if (z > 0)
+                    steepest = std::max(steepest, std::abs(here - distance.Row(y, z - 1)[x]));
+            }
+        }
+    }
+    EXPECT_GT(greatest, 5.0F);
+    EXPECT_LE(steepest, 1.00001F);
+}
+
+TEST_F(CementSolid, VoronoiEdtKeepsToTheCylinderThatCylinderMaskLeftInTheFile) {
+    const std::string core = m_folder / "core.nrrd";
+    const StRun cut = RunOnPath("CylinderMask", Path(), core, {"axis=Z", "s=60.5", "t=64", "radius=40"});
+    const auto measure = [&](const std::string& usesCylinder) {
+        return RunOnPath("VoronoiEdtPlugin", core, m_folder / "out.nrrd",
+                         {"ComputeOn=background", usesCylinder});
+    };
+    const StRun kept = measure("use cylindrical mask=true");
+    const StRun whole = measure("use cylindrical mask=false");
+    EXPECT_EQ(
+        HistoryOf(*whole.image),
+        (std::vector<std::string>{"Niblack(w=20,c=-0.8)", "cylinderMask(axis=Z, s=60.5, t=64, radius=40)",
+                                  "EdtVoronoi(exact,bg,NET)"}));
+    const CImageView<const float> inside(*kept.image);
+    const CImageView<const float> everywhere(*whole.image);
+    std::int64_t outsideCount = 0;
+    for (std::int64_t z = 0; z < inside.nz; ++z) {
+        for (std::int64_t y = 0; y < inside.ny; ++y) {
+            for (std::int64_t x = 0; x < inside.nx; ++x) {
+                const double fromAxis = static_cast<double>(x) - 60.5;
+                const bool isInside = fromAxis * fromAxis + static_cast<double>((y - 64) * (y - 64)) <= 1600;
+                // What is outside was background already, so that distances inside are the same.
+                ASSERT_EQ(inside.Row(y, z)[x], isInside ? everywhere.Row(y, z)[x] : 0);
+                outsideCount += !isInside && everywhere.Row(y, z)[x] > 0 ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(outsideCount, 1000000);
+}
+
+TEST_F(CementSolid, LinearDtIsNeverBelowTheEuclideanDistance) {
+    const auto distances = test::PixelsOf<float>(*Run("VoronoiEdtPlugin", {"ComputeOn=foreground"}).image);
+    std::vector<float> least(distances.size(), 1000.0F);
+    for (const std::string direction : {"x", "y", "z"}) {
+        const StRun run = Run("LinearDt", {"direction=" + direction, "compute on foreground=true"});
+        EXPECT_EQ(HistoryOf(*run.image).back(), "LinearDt(" + direction + ",exact,fg,NET)");
+        const auto linear = test::PixelsOf<float>(*run.image);
+        for (std::size_t i = 0; i < least.size(); ++i) {
+            // 0 in the solid is a line without a pore.
+            if (linear[i] > 0 || distances[i] == 0)
+                least[i] = std::min(least[i], linear[i]);
+        }
+    }
+    std::int64_t equal = 0;
+    for (std::size_t i = 0; i < least.size(); ++i) {
+        ASSERT_GE(least[i], distances[i]);
+        equal += least[i] == distances[i] ? 1 : 0;
+    }
+    EXPECT_GT(equal, 500000); // the nearest pore of many a pixel lies along an axis
+}
+
+TEST_F(CementSolid, SphericalMorphologyOpensAndClosesInOrder) {
+    const auto pixelsAfter = [&](const std::string& operation) {
+        const StRun run = Run("SphericalMorphology", {"operation=" + operation, "radius=2"});
+        EXPECT_EQ(run.image->Type(), IMAGE_BINARY_FG);
+        EXPECT_EQ(HistoryOf(*run.image).back(), "morph(spherical,op=" + operation + ",r=2)");
+        return test::PixelsOf<unsigned char>(*run.image);
+    };
+    const auto eroded = pixelsAfter("erosion");
+    const auto opened = pixelsAfter("opening");
+    const auto solid = test::PixelsOf<unsigned char>(*m_solid);
+    const auto closed = pixelsAfter("closing");
+    const auto dilated = pixelsAfter("dilation");
+    std::int64_t removed = 0;
+    std::int64_t filled = 0;
+    for (std::size_t i = 0; i < solid.size(); ++i) {
+        ASSERT_LE(eroded[i], opened[i]);
+        ASSERT_LE(opened[i], solid[i]);
+        ASSERT_LE(solid[i], closed[i]);
+        ASSERT_LE(closed[i], dilated[i]);
+        removed += solid[i] - opened[i];
+        filled += closed[i] - solid[i];
+    }
+    EXPECT_GT(removed, 10000);
+    EXPECT_GT(filled, 10000);
+}
+
+/// Counts of foreground around a pixel and itself, which has all 27 inside the image.
+int CountForeground(const CImageView<const unsigned char>& pixels, std::int64_t x, std::int64_t y,
+                    std::int64_t z) {
+    int count = 0;
+    for (std::int64_t step = 0; step < 27; ++step)
+        count += pixels.Row(y + step / 3 % 3 - 1, z + step / 9 - 1)[x + step % 3 - 1] != 0 ? 1 : 0;
+    return count;
+}
+
+TEST_F(CementSolid, MarkSimplePointsMarksMostOfTheSurfaceAndNothingElse) {
+    const StRun run = Run("MarkSimplePoints", {"Neighborhood=N26"});
+    ASSERT_EQ(run.image->Type(), IMAGE_GREY_8);
+    EXPECT_EQ(HistoryOf(*run.image), (std::vector<std::string>{"Niblack(w=20,c=-0.8)", "simplepoints(N26)"}));
+    std::size_t labelCount = 0;
+    ASSERT_TRUE(CQuillonHeaderTools::GetNumberOfLabels(*run.image, labelCount));
+    EXPECT_EQ(labelCount, 255U);
+    const CImageView<const unsigned char> solid(*m_solid);
+    const CImageView<const unsigned char> marks(*run.image);
+    std::int64_t surface = 0;
+    std::int64_t marked = 0;
+    for (std::int64_t z = 1; z < 127; ++z) {
+        for (std::int64_t y = 1; y < 127; ++y) {
+            for (std::int64_t x = 1; x < 127; ++x) {
+                const int pixel = solid.Row(y, z)[x];
+                const int mark = marks.Row(y, z)[x];
+                // With N26 for the solid, pores are those that touch it with a face.
+                const bool isInside = solid.Row(y, z)[x - 1] == 1 && solid.Row(y, z)[x + 1] == 1 &&
+                                      solid.Row(y - 1, z)[x] == 1 && solid.Row(y + 1, z)[x] == 1 &&
+                                      solid.Row(y, z - 1)[x] == 1 && solid.Row(y, z + 1)[x] == 1;
+                const bool isSurface = pixel == 1 && !isInside;
+                ASSERT_TRUE(mark == pixel || (mark == 255 && isSurface));
+                surface += isSurface ? 1 : 0;
+                marked += mark == 255 ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(marked, surface * 2 / 3);
+    EXPECT_LT(marked, surface);
+}
+
+TEST_F(CementSolid, LocalEulerNumberIs1InTheSolidAnd0InThePores) {
+    const StRun run = Run("LocalEulerNumber", {"Neighborhood=N6"});
+    ASSERT_EQ(run.image->Type(), IMAGE_GREY_F);
+    EXPECT_EQ(HistoryOf(*run.image),
+              (std::vector<std::string>{"Niblack(w=20,c=-0.8)", "localeulernumber(N6)"}));
+    const CImageView<const unsigned char> solid(*m_solid);
+    const CImageView<const float> figures(*run.image);
+    for (std::int64_t z = 1; z < 127; ++z) {
+        for (std::int64_t y = 1; y < 127; ++y) {
+            for (std::int64_t x = 1; x < 127; ++x) {
+                const int count = CountForeground(solid, x, y, z);
+                if (count == 0 || count == 27) {
+                    ASSERT_EQ(figures.Row(y, z)[x], count == 27 ? 1.0F : 0.0F);
+                }
+            }
+        }
+    }
+    const auto pixels = test::PixelsOf<float>(*run.image);
+    const auto [least, greatest] = std::ranges::minmax(pixels);
+    EXPECT_LT(least, 0.0F);
+    EXPECT_GT(greatest, 1.0F);
+    CValueVector recorded;
+    ASSERT_TRUE(
+        CQuillonHeaderTools::GetMetaInfo(*run.image, CQuillonHeaderTools::c_sMetaMinMax.c_str(), recorded));
+    ASSERT_EQ(recorded.Size(), 2U);
+    EXPECT_EQ(recorded[0]->Double(), double{least});
+    EXPECT_EQ(recorded[1]->Double(), double{greatest});
+}
+
+/// Runs the dialog of the fibre directions on a scan of 1.366 x 1.366 x 2.5 mm and tells the report.
+nlohmann::json RunFiberDirectionsDialog(const std::vector<std::string>& options) {
+    const test::CTestFolder folder;
+    std::vector<std::string> arguments{"run", "LocalFiberDirectionsDialog", DataFile("lung_ct_crop_u16.mha"),
+                                       "--report", folder / "report.json"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const test::StEnd end = test::Quillon(arguments);
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_EQ(end.err, "");
+    return nlohmann::json::parse(test::ReadText(folder / "report.json"));
+}
+
+TEST(RealImages, LocalFiberDirectionsDialogIsAnsweredByTheNamesOfItsInputs) {
+    const nlohmann::json report = RunFiberDirectionsDialog(
+        {"--answer", "radius_edit=3.5", "--answer", "select_size_group=true", "--answer", "sizex_edit=20",
+         "--answer", "advanced_box=true", "--answer", "output_box=true", "--answer", "offset_edit=1.5"});
+    EXPECT_EQ(report["parameters"],
+              (nlohmann::json{
+                  {"fiber_radius", 3.5},
+                  {"use_subfields", true},
+                  {"subfield_x", 15},
+                  {"subfield_y", 15},
+                  {"subfield_z", 8},
+                  {"advanced", {{"output_directions", true}, {"otsu_factor", 1.5}, {"use_otsu", true}}}}));
+    EXPECT_TRUE(report["documents"].empty());
+    EXPECT_TRUE(report["boxes"].empty());
+    EXPECT_EQ(report["stderr"], "");
+}
+
+TEST(RealImages, LocalFiberDirectionsDialogChangesNothingWhenItIsCancelled) {
+    const nlohmann::json report =
+        RunFiberDirectionsDialog({"-p", "fiber_radius:double=2", "--cancel-dialogs"});
+    EXPECT_EQ(report["parameters"], (nlohmann::json{{"fiber_radius", 2.0}}));
+}
+
+/// A skeleton of bone, which must lie in the bone and be thin.
+StRun BoneSkeleton(const std::string& plugin, const std::vector<std::string>& parameters) {
+    const test::CTestFolder folder;
+    const std::string mask = folder / "bone.nrrd";
+    EXPECT_EQ(test::Quillon({"convert", DataFile("bone_trabecular_crop_bin.nrrd"), mask, "--as", "binary"}).status,
+              0);
+    StRun run = RunOnPath(plugin, mask, folder / "out.nrrd", parameters);
+    EXPECT_EQ(run.image->Type(), IMAGE_BINARY_FG);
+    EXPECT_EQ(run.image->Size(), CSize(128, 96, 36));
+    const auto bone = test::PixelsOf<unsigned char>(*app::ReadImage(mask));
+    const auto skeleton = test::PixelsOf<unsigned char>(*run.image);
+    std::int64_t outside = 0;
+    for (std::size_t i = 0; i < bone.size(); ++i)
+        outside += skeleton[i] != 0 && bone[i] == 0 ? 1 : 0;
+    EXPECT_EQ(outside, 0);
+    EXPECT_GT(ForegroundOf(*run.image), 0.002);
+    EXPECT_LT(ForegroundOf(*run.image), 0.014); // a tenth of the bone
+    return run;
+}
+
+TEST(RealImages, SkeletonLeavesTheLinesOfBone) {
+    const StRun run = BoneSkeleton("Skeleton", {"minRadius=2", "minAngle=2.9"});
+    EXPECT_EQ(HistoryOf(*run.image), std::vector<std::string>{"skeleton(topol,N26,r=2.9,a=2)"});
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+    ASSERT_TRUE(CQuillonHeaderTools::GetSpacing(*run.image, x, y, z));
+    EXPECT_EQ(z, 0.0195);
+}
+
+TEST(RealImages, EuclideanSkeletonLeavesTheLinesOfBone) {
+    const StRun run = BoneSkeleton("EuclideanSkeleton", {"minRadius=4"});
+    EXPECT_EQ(HistoryOf(*run.image), std::vector<std::string>{"skeleton(euclidean,N26,r=0,a=4)"});
+}
+
+/// The mask of bone, and one plug-in run on it.
+struct StBoneRun {
+    explicit StBoneRun(const std::string& plugin, const std::vector<std::string>& parameters = {}) {
+        const std::string mask = folder / "bone.nrrd";
+        EXPECT_EQ(
+            test::Quillon({"convert", DataFile("bone_trabecular_crop_bin.nrrd"), mask, "--as", "binary"}).status,
+            0);
+        bone = app::ReadImage(mask);
+        run = RunOnPath(plugin, mask, folder / "out.nrrd", parameters);
+    }
+
+    const test::CTestFolder folder;
+    std::unique_ptr<CImage> bone;
+    StRun run;
+};
+
+TEST(RealImages, TheBallsOfTheExactMedialAxisGiveBoneBack) {
+    const StBoneRun bone("ExactMedialAxis");
+    EXPECT_EQ(HistoryOf(*bone.run.image), std::vector<std::string>{"medialaxis(exact,r=0)"});
+    EXPECT_GT(ForegroundOf(*bone.run.image), 0.01);
+    EXPECT_LT(ForegroundOf(*bone.run.image), 0.05);
+
+    const CImageView<const unsigned char> object(*bone.bone);
+    const CImageView<const unsigned char> axis(*bone.run.image);
+    CImage painted(IMAGE_BINARY_FG, bone.bone->Size(), CSize(0, 0, 0));
+    const CImageView<unsigned char> balls(painted);
+    const auto isObject = [&object](std::int64_t x, std::int64_t y, std::int64_t z) {
+        return x >= 0 && x < object.nx && y >= 0 && y < object.ny && z >= 0 && z < object.nz &&
+               object.Row(y, z)[x] != 0;
+    };
+    // All vectors by length: the first to the background ends the ball, those before are in it.
+    struct StStep {
+        std::int64_t square, x, y, z;
+    };
+    std::vector<StStep> steps;
+    constexpr std::int64_t reach = 12;
+    for (std::int64_t z = -reach; z <= reach; ++z) {
+        for (std::int64_t y = -reach; y <= reach; ++y) {
+            for (std::int64_t x = -reach; x <= reach; ++x)
+                steps.push_back({x * x + y * y + z * z, x, y, z});
+        }
+    }
+    std::ranges::sort(steps, {}, &StStep::square);
+    for (std::int64_t z = 0; z < axis.nz; ++z) {
+        for (std::int64_t y = 0; y < axis.ny; ++y) {
+            for (std::int64_t x = 0; x < axis.nx; ++x) {
+                if (axis.Row(y, z)[x] == 0)
+                    continue;
+                const auto end = std::ranges::find_if(steps, [&](const StStep& step) {
+                    return !isObject(x + step.x, y + step.y, z + step.z);
+                });
+                ASSERT_LT(end->square, reach * reach);
+                for (auto step = steps.begin(); step->square < end->square; ++step)
+                    balls.Row(y + step->y, z + step->z)[x + step->x] = 1;
+            }
+        }
+    }
+    EXPECT_EQ(test::PixelsOf<unsigned char>(painted), test::PixelsOf<unsigned char>(*bone.bone));
+}
+
+TEST(RealImages, ExactMedialAxisFromARadiusOnIsAPartOfIt) {
+    const StBoneRun all("ExactMedialAxis");
+    const StBoneRun thick("ExactMedialAxis", {"minRadius=4"});
+    EXPECT_EQ(HistoryOf(*thick.run.image), std::vector<std::string>{"medialaxis(exact,r=4)"});
+    const auto allPixels = test::PixelsOf<unsigned char>(*all.run.image);
+    const auto thickPixels = test::PixelsOf<unsigned char>(*thick.run.image);
+    EXPECT_TRUE(std::ranges::equal(thickPixels, allPixels, std::ranges::less_equal()));
+    EXPECT_GT(ForegroundOf(*thick.run.image), 0.0005);
+    EXPECT_LT(ForegroundOf(*thick.run.image), ForegroundOf(*all.run.image) / 4);
+}
+
+TEST(RealImages, ExactBisectorIsLargerOnTheAxisOfBoneThanElsewhere) {
+    const StBoneRun bisector("ExactBisector");
+    const StBoneRun axis("ExactMedialAxis");
+    EXPECT_EQ(HistoryOf(*bisector.run.image), std::vector<std::string>{"Bisector(exact,r=0,a=0)"});
+    EXPECT_EQ(bisector.run.image->Type(), IMAGE_GREY_F);
+    const auto object = test::PixelsOf<unsigned char>(*bisector.bone);
+    const auto angles = test::PixelsOf<float>(*bisector.run.image);
+    const auto marks = test::PixelsOf<unsigned char>(*axis.run.image);
+    double onAxis = 0.0;
+    double elsewhere = 0.0;
+    std::int64_t axisCount = 0;
+    std::int64_t otherCount = 0;
+    for (std::size_t i = 0; i < angles.size(); ++i) {
+        ASSERT_GE(angles[i], 0.0F);
+        ASSERT_LE(angles[i], 3.1415927F);
+        ASSERT_TRUE(object[i] != 0 || angles[i] == 0.0F);
+        (marks[i] != 0 ? onAxis : elsewhere) += angles[i];
+        axisCount += marks[i];
+        otherCount += object[i] != 0 && marks[i] == 0 ? 1 : 0;
+    }
+    // Bars of a few pixels are hardly farther from their walls elsewhere.
+    EXPECT_GT(onAxis / static_cast<double>(axisCount), elsewhere / static_cast<double>(otherCount) + 0.4);
 }
 
 } // namespace

@@ -5,25 +5,39 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace {
 
 /// The names that this build of the pack serves.
-constexpr std::array g_served{"SegmNiblack", "SegmSauvola", "Watershed"};
+constexpr std::array g_served{"LocalFiberDirections", "LocalFiberDirectionsDialog", "LocalFiberDirectionsExport", "PointwiseRelation", "FieldFeaturesGrayValueImage", "GaussFilter", "PartialDerivative", "SegmNiblack", "SegmSauvola", "Watershed", "LocalEulerNumber",
+                              "MarkSimplePoints", "Skeleton", "EuclideanSkeleton", "ExactMedialAxis", "ExactBisector",
+                              "CylinderMask", "LinearDt", "SphericalMorphology", "VoronoiEdtPlugin"};
 
 /// The names that are known and wait for their plug-in.
 constexpr std::array g_awaited{
-    "Granulometry",       "LocalFiberDirections",       "LocalFiberDirectionsDialog",
-    "Skeleton",           "EuclideanSkeleton",          "ExactMedialAxis",
-    "ExactBisector",      "MarkSimplePoints",           "LocalEulerNumber",
-    "VoronoiEdtPlugin",   "PartialDerivative",          "PointwiseRelation",
-    "GaussFilter",        "SphericalMorphology",        "LinearDt",
-    "FeatureToImage",     "ConvexifyObjects",           "FieldFeaturesGrayValueImage",
-    "GranulometryExport", "LocalFiberDirectionsExport", "CylinderMask"};
+    "Granulometry",
+    "FeatureToImage",     "ConvexifyObjects",           "GranulometryExport", };
+
+struct StNamed {
+    std::string_view factoryName;
+    std::string_view pluginName;
+};
+
+/// The plug-ins that tell a name among their setup.
+constexpr std::array g_named{
+    StNamed{"Skeleton", "CTopologicalSkeletonPlugin"},
+    StNamed{"EuclideanSkeleton", "CEuclideanSkeletonPlugin"},
+    StNamed{"ExactMedialAxis", "CExactMedialAxisPlugin"},
+    StNamed{"ExactBisector", "CExactBisectorPlugin"},
+    StNamed{"MarkSimplePoints", "CMarkSimplePointsPlugin"},
+    StNamed{"LocalEulerNumber", "CLocalEulerNumberPlugin"},
+    StNamed{"FieldFeaturesGrayValueImage", "FieldFeaturesGrayValueImagePlugin"}};
 
 std::string OutputOf(const std::string& command) {
     std::string output;
@@ -77,12 +91,16 @@ TEST(PluginFactory, MakesDistinctObjectsOfTheSameName) {
     EXPECT_NE(first.get(), second.get());
 }
 
-TEST(PluginFactory, EveryPluginTellsItsVersion) {
+TEST(PluginFactory, EveryPluginTellsItsVersionAndSevenANameToo) {
     for (const char* name : g_served) {
         ORVEN::CValueMap setup;
         test::CreatePlugin(name)->GetPluginSetup(setup);
         EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0") << name;
-        EXPECT_FALSE(setup.HasEntry("PluginName")) << name;
+        const auto named = std::ranges::find(g_named, std::string_view(name), &StNamed::factoryName);
+        EXPECT_EQ(setup.HasEntry("PluginName"), named != g_named.end()) << name;
+        if (named != g_named.end()) {
+            EXPECT_EQ(setup.EntryString("PluginName").Std(), named->pluginName);
+        }
     }
 }
 

@@ -58,7 +58,7 @@ std::vector<std::unique_ptr<CValueMap>> TakeDocuments(CValueMap& tree) {
         for (CValue* value : *added->Vector())
             documents.emplace_back(UnwrapPointer<CValueMap>(value));
     }
-    tree.RemoveEntry("output");
+    tree.RemoveEntry("output/documents");
     return documents;
 }
 

@@ -18,6 +18,7 @@
 #include <new>
 #include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace ORVEN;
@@ -276,6 +277,35 @@ TEST(CSorbImageFactory, MakesZeroImagesOwnedByTheCaller) {
     EXPECT_EQ(PixelsOf<unsigned>(*image), std::vector<unsigned>(6));
     EXPECT_NE(dynamic_cast<CImage*>(image.get()), nullptr);
     EXPECT_THROW((void)CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(-1, 1)), CExBadParam);
+}
+
+TEST(CSorbImageFactory, TakesOverTheImagesThatItMade) {
+    const IImage* const made = CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2));
+    const std::unique_ptr<const IImage> owned = CSorbImageFactory::TakeOver(*made);
+    EXPECT_EQ(owned.get(), made); // and freed by it alone, which the address sanitizer sees
+}
+
+TEST(CSorbImageFactory, LeavesAllOtherImagesAlone) {
+    const CImage image(IMAGE_GREY_8, CSize(3, 2), g_noBorder);
+    EXPECT_EQ(CSorbImageFactory::TakeOver(image), nullptr);
+    const std::unique_ptr<IImage> made(CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2)));
+    const CImage copy(static_cast<const CImage&>(*made));
+    EXPECT_EQ(CSorbImageFactory::TakeOver(copy), nullptr);
+}
+
+TEST(CSorbImageFactory, KnowsItsOwnFromEveryThread) {
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([] {
+            for (int round = 0; round < 1000; ++round) {
+                const IImage* const made = CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2));
+                // Memory that held a factory's image often holds another's next.
+                ASSERT_NE(CSorbImageFactory::TakeOver(*made), nullptr);
+                const auto other = std::make_unique<CImage>(IMAGE_GREY_8, CSize(3, 2), g_noBorder);
+                ASSERT_EQ(CSorbImageFactory::TakeOver(*other), nullptr);
+            }
+        });
+    }
 }
 
 TEST(CValuePointerToCImage, WithANullPointerHasCount0) {

@@ -1,0 +1,72 @@
+"""Fibre directions beside the structure tensor, as one writes it in SciPy and NumPy.
+
+fiber_directions_peer.py volume IMAGE.nrrd VOLUME EDGE     writes the volume of the benchmark: EDGE^3 bytes, x fastest, a
+                                                           real image and its mirror images
+fiber_directions_peer.py compare VOLUME EDGE SECONDS       runs the structure tensor on it and prints both, SECONDS being
+                                                           what FiberDirectionsBench wrote
+"""
+
+import sys
+import time
+
+import numpy
+
+from local_threshold_peer import read_nrrd
+
+
+def write_volume(image_path, volume_path, edge):
+    image = read_nrrd(image_path)
+    padding = [(0, max(0, int(edge) - extent)) for extent in image.shape]
+    cube = numpy.pad(image, padding, mode="symmetric")[: int(edge), : int(edge), : int(edge)]
+    cube.tofile(volume_path)
+
+
+def otsu(volume):
+    counts = numpy.bincount(volume.ravel(), minlength=256).astype(float)
+    values = numpy.arange(256)
+    lower = counts.cumsum()[:-1]
+    upper = counts.sum() - lower
+    with numpy.errstate(invalid="ignore", divide="ignore"):
+        means = (counts * values).cumsum()[:-1] / lower, (counts * values)[::-1].cumsum()[::-1][1:] / upper
+        variance = lower * upper * (means[0] - means[1]) ** 2
+    return numpy.nanargmax(variance)
+
+
+def structure_tensor_directions(volume, radius):
+    """The unit vector at each foreground pixel along which the structure tensor is least, z first."""
+    from scipy.ndimage import gaussian_filter
+
+    image = volume.astype(numpy.float32)
+    gradients = [gaussian_filter(image, 1.25, order=order, mode="nearest") for order in numpy.eye(3, dtype=int)]
+    tensor = numpy.empty(volume.shape + (3, 3), numpy.float32)
+    for i in range(3):
+        for j in range(i, 3):
+            tensor[..., i, j] = gaussian_filter(gradients[i] * gradients[j], radius, mode="nearest")
+            tensor[..., j, i] = tensor[..., i, j]
+    _, vectors = numpy.linalg.eigh(tensor[volume > 1.25 * otsu(volume)])
+    return vectors[..., 0]
+
+
+def compare(volume_path, edge, seconds_path):
+    import scipy
+
+    volume = numpy.fromfile(volume_path, numpy.uint8).reshape(3 * (int(edge),))
+    print(f"{volume.shape[0]}^3 voxels, 8 bit, one thread; SciPy {scipy.__version__}, NumPy {numpy.__version__}")
+    print(f"{'radius':8}{'ours s':>9}{'peer s':>9}{'ratio':>8}{'between the main directions, degrees':>40}")
+    with open(seconds_path, encoding="utf-8") as file:
+        for line in file:
+            radius, ours, *direction, _ = map(float, line.split())
+            begin = time.perf_counter()
+            vectors = structure_tensor_directions(volume, radius)
+            tensor = numpy.einsum("ni,nj->ij", vectors, vectors, dtype=float) / len(vectors)
+            peer = time.perf_counter() - begin
+            main = numpy.linalg.eigh(tensor)[1][:, 2][::-1]
+            angle = numpy.degrees(numpy.arccos(min(1.0, abs(main @ direction))))
+            print(f"{radius:<8g}{ours:9.3f}{peer:9.2f}{peer / ours:8.0f}{angle:40.2f}", flush=True)
+
+
+if __name__ == "__main__":
+    commands = {"volume": write_volume, "compare": compare}
+    if len(sys.argv) < 5 or sys.argv[1] not in commands:
+        sys.exit(__doc__)
+    commands[sys.argv[1]](*sys.argv[2:])

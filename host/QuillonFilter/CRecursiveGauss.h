@@ -1,0 +1,67 @@
+#pragma once
+
+#include "QuillonFilter/LineBlocks.h"
+#include "QuillonFilter/StGaussRecursion.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+namespace ORVEN::Impl {
+
+/// The recursive Gaussian as a filter of `FilterLines`, in place: forward, and then backward over the result.
+class CRecursiveGauss {
+public:
+    explicit CRecursiveGauss(double sigma)
+        : m_coefficients(sigma) {}
+
+    const double* operator()(const StLineBlock& block, std::int64_t lanes) const {
+        double* const first = block.values;
+        double* const last = first + (block.length - 1) * c_lanes;
+        for (std::int64_t row = 1; row <= 3; ++row)
+            std::copy_n(first, lanes, first - row * c_lanes);
+        std::array<double, c_lanes> lastPixels;
+        std::copy_n(last, lanes, lastPixels.data());
+        Recur<1>(first, block.length, lanes);
+        TurnRound(last, lastPixels.data(), lanes);
+        Recur<-1>(last - c_lanes, block.length - 1, lanes);
+        return block.values;
+    }
+
+private:
+    /// Runs over `count` rows from `row` on. The last term is the one that is waited for: it is added last.
+    template <std::int64_t direction>
+    void Recur(double* row, std::int64_t count, std::int64_t lanes) const {
+        const double gain = m_coefficients.gain;
+        const double a1 = m_coefficients.a1;
+        const double a2 = m_coefficients.a2;
+        const double a3 = m_coefficients.a3;
+        constexpr std::int64_t step = direction * c_lanes;
+        for (std::int64_t i = 0; i < count; ++i, row += step) {
+#pragma GCC ivdep
+            for (std::int64_t lane = 0; lane < lanes; ++lane) {
+                double* const value = row + lane;
+                *value = gain * *value + a3 * value[-3 * step] + a2 * value[-2 * step] + a1 * value[-step];
+            }
+        }
+    }
+
+    /// From the last results of the forward run to the first three of the backward run.
+    void TurnRound(double* last, const double* lastPixels, std::int64_t lanes) const {
+        const auto& m = m_coefficients.end;
+#pragma GCC ivdep
+        for (std::int64_t lane = 0; lane < lanes; ++lane) {
+            const double beyond = lastPixels[lane];
+            const double t0 = last[lane] - beyond;
+            const double t1 = last[lane - c_lanes] - beyond;
+            const double t2 = last[lane - 2 * c_lanes] - beyond;
+            last[lane] = beyond + (m[0][0] * t0 + m[0][1] * t1 + m[0][2] * t2);
+            last[lane + c_lanes] = beyond + (m[1][0] * t0 + m[1][1] * t1 + m[1][2] * t2);
+            last[lane + 2 * c_lanes] = beyond + (m[2][0] * t0 + m[2][1] * t1 + m[2][2] * t2);
+        }
+    }
+
+    StGaussRecursion m_coefficients;
+};
+
+} // namespace ORVEN::Impl

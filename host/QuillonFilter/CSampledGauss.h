@@ -1,0 +1,51 @@
+#pragma once
+
+#include "QuillonFilter/LineBlocks.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+
+namespace ORVEN::Impl {
+
+/// A sampled Gaussian of at most 11 pixels as a filter of `FilterLines`, by direct convolution.
+class CSampledGauss {
+public:
+    explicit CSampledGauss(double sigma) {
+        // Divided before it is squared: the square of a very small sigma is 0.
+        const auto sample = [sigma](double k) { return std::exp(-0.5 * (k / sigma) * (k / sigma)); };
+        double sum = 1.0;
+        for (std::size_t k = 1; k < m_weights.size(); ++k)
+            sum += 2.0 * sample(static_cast<double>(k));
+        m_weights[0] = 1.0 / sum;
+        for (std::size_t k = 1; k < m_weights.size(); ++k)
+            m_weights[k] = sample(static_cast<double>(k)) / sum;
+    }
+
+    const double* operator()(const StLineBlock& block, std::int64_t lanes) const {
+        double* const values = block.values;
+        double* const last = values + (block.length - 1) * c_lanes;
+        for (std::int64_t row = 1; row <= c_margin; ++row) {
+            std::copy_n(values, lanes, values - row * c_lanes);
+            std::copy_n(last, lanes, last + row * c_lanes);
+        }
+        for (std::int64_t i = 0; i < block.length * c_lanes; i += c_lanes) {
+#pragma GCC ivdep
+            for (std::int64_t lane = 0; lane < lanes; ++lane) {
+                const double* const value = values + i + lane;
+                double sum = m_weights[0] * *value;
+                for (std::int64_t k = 1; k <= c_margin; ++k)
+                    sum +=
+                        m_weights[static_cast<std::size_t>(k)] * (value[-k * c_lanes] + value[k * c_lanes]);
+                block.results[i + lane] = sum;
+            }
+        }
+        return block.results;
+    }
+
+private:
+    std::array<double, c_margin + 1> m_weights{}; ///< of the pixel itself, then outwards
+};
+
+} // namespace ORVEN::Impl

@@ -1,0 +1,339 @@
+#pragma once
+
+#include "QuillonFilter/VectorDispatch.h"
+
+#include <QuillonBase/Parallel.h>
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <type_traits>
+
+#ifdef __SSE2__
+#include <xmmintrin.h>
+#endif
+
+// Separable filters over an image, axis after axis, in double precision.
+//
+// A filter that runs along a line cannot be vectorised along it. So lines are taken up in blocks of c_lanes,
+// side by side: x lines transposed, lines along y and z as they stand, and a filter's innermost loop runs
+// over the lanes. Each lane is computed alone, so that a result does not depend on how lines fall into
+// blocks. A plane is filtered along x and then along y while it is in the cache; the lines along z are a
+// second walk.
+
+namespace ORVEN::Impl {
+
+/// Lines of a full block. Wide enough to hide the latency of a recursion, and to make the walk along z read
+/// runs of four cache lines; a block of lines of 1024 pixels still fits into the second cache.
+inline constexpr std::int64_t c_lanes = 64;
+
+/// Rows before and after the lines of a block, for filters to put there what they take for beyond the border.
+inline constexpr std::int64_t c_margin = 5;
+
+/// Lines side by side: pixel i of line l is `values[i * c_lanes + l]`.
+struct StLineBlock {
+    std::int64_t length; ///< pixels of a line
+    double* values;      ///< row 0; c_margin rows before it and after the last are there, without content
+    double* results;     ///< as `values`, without content, for filters that do not work in place
+};
+
+/// The memory of a block. What no filter writes to is never touched.
+class CBlockMemory {
+public:
+    explicit CBlockMemory(std::int64_t length)
+        : m_length(length)
+        , m_memory(std::make_unique_for_overwrite<double[]>(static_cast<std::size_t>(2 * Cells() + c_lanes)))
+        , m_size(static_cast<std::size_t>(2 * Cells() + c_lanes) * sizeof(double)) {}
+
+    [[nodiscard]] StLineBlock Block(std::int64_t length) const {
+        void* aligned = m_memory.get();
+        std::size_t size = m_size;
+        auto* const first = static_cast<double*>(std::align(64, sizeof(double), aligned, size));
+        return {length, first + c_margin * c_lanes, first + Cells() + c_margin * c_lanes};
+    }
+
+private:
+    [[nodiscard]] std::int64_t Cells() const { return (m_length + 2 * c_margin) * c_lanes; }
+
+    std::int64_t m_length;
+    std::unique_ptr<double[]> m_memory;
+    std::size_t m_size;
+};
+
+/// While it lives, numbers too small for a normal floating-point number count as 0 on this thread. A decay
+/// into a background of zeros runs into them, and they would cost a hundred times as much as others.
+class CFlushTinyNumbers {
+public:
+    CFlushTinyNumbers(const CFlushTinyNumbers&) = delete;
+    CFlushTinyNumbers& operator=(const CFlushTinyNumbers&) = delete;
+#ifdef __SSE2__
+    CFlushTinyNumbers()
+        : m_before(_mm_getcsr()) {
+        constexpr unsigned flushResults = 0x8000;
+        constexpr unsigned flushOperands = 0x0040;
+        _mm_setcsr(m_before | flushResults | flushOperands);
+    }
+    ~CFlushTinyNumbers() { _mm_setcsr(m_before); }
+
+private:
+    unsigned m_before;
+#else
+    CFlushTinyNumbers() = default;
+    ~CFlushTinyNumbers() = default;
+#endif
+};
+
+/// Four rows of four pixels, to be transposed.
+class CTile {
+public:
+    template <class T>
+    void LoadRow(int row, const T* pixels) {
+        using Pixels [[gnu::vector_size(4 * sizeof(T))]] = T;
+        Pixels loaded;
+        std::memcpy(&loaded, pixels, sizeof loaded);
+        m_rows[row] = __builtin_convertvector(loaded, Floats);
+    }
+    void LoadRow(int row, const double* values) {
+        Doubles loaded;
+        std::memcpy(&loaded, values, sizeof loaded);
+        m_rows[row] = __builtin_convertvector(loaded, Floats);
+    }
+    void StoreRow(int row, float* pixels) const { std::memcpy(pixels, &m_rows[row], sizeof m_rows[row]); }
+    void StoreRow(int row, double* values) const {
+        const Doubles stored = __builtin_convertvector(m_rows[row], Doubles);
+        std::memcpy(values, &stored, sizeof stored);
+    }
+
+    void Transpose() {
+        const Floats a = __builtin_shufflevector(m_rows[0], m_rows[1], 0, 4, 1, 5);
+        const Floats b = __builtin_shufflevector(m_rows[0], m_rows[1], 2, 6, 3, 7);
+        const Floats c = __builtin_shufflevector(m_rows[2], m_rows[3], 0, 4, 1, 5);
+        const Floats d = __builtin_shufflevector(m_rows[2], m_rows[3], 2, 6, 3, 7);
+        m_rows[0] = __builtin_shufflevector(a, c, 0, 1, 4, 5);
+        m_rows[1] = __builtin_shufflevector(a, c, 2, 3, 6, 7);
+        m_rows[2] = __builtin_shufflevector(b, d, 0, 1, 4, 5);
+        m_rows[3] = __builtin_shufflevector(b, d, 2, 3, 6, 7);
+    }
+
+    static constexpr std::int64_t edge = 4;
+
+private:
+    using Floats [[gnu::vector_size(16)]] = float;
+    using Doubles [[gnu::vector_size(32)]] = double;
+
+    Floats m_rows[edge];
+};
+
+/// Rows y, y + 1 ... of plane z, x running along the lines of the block.
+template <class T>
+void GatherRows(const CImageView<const T>& view, std::int64_t y, std::int64_t z, std::int64_t lanes,
+                double* values) {
+    const auto copy = [&](std::int64_t lane, std::int64_t begin) {
+        const T* const row = view.Row(y + lane, z);
+        for (std::int64_t x = begin; x < view.nx; ++x)
+            values[x * c_lanes + lane] = static_cast<double>(row[x]);
+    };
+    // A tile holds floats, which integers of 32 bits do not fit.
+    const std::int64_t tiledLanes = std::is_same_v<T, unsigned int> ? 0 : lanes - lanes % CTile::edge;
+    const std::int64_t tiledX = view.nx - view.nx % CTile::edge;
+    for (std::int64_t lane = 0; lane < tiledLanes; lane += CTile::edge) {
+        for (std::int64_t x = 0; x < tiledX; x += CTile::edge) {
+            CTile tile;
+            for (int i = 0; i < CTile::edge; ++i)
+                tile.LoadRow(i, view.Row(y + lane + i, z) + x);
+            tile.Transpose();
+            for (int i = 0; i < CTile::edge; ++i)
+                tile.StoreRow(i, values + (x + i) * c_lanes + lane);
+        }
+        for (int i = 0; i < CTile::edge; ++i)
+            copy(lane + i, tiledX);
+    }
+    for (std::int64_t lane = tiledLanes; lane < lanes; ++lane)
+        copy(lane, 0);
+}
+
+/// The way back of `GatherRows`, rounded to floats.
+inline void ScatterRows(const double* values, const CImageView<float>& view, std::int64_t y, std::int64_t z,
+                        std::int64_t lanes) {
+    const auto copy = [&](std::int64_t lane, std::int64_t begin) {
+        float* const row = view.Row(y + lane, z);
+        for (std::int64_t x = begin; x < view.nx; ++x)
+            row[x] = static_cast<float>(values[x * c_lanes + lane]);
+    };
+    const std::int64_t tiledLanes = lanes - lanes % CTile::edge;
+    const std::int64_t tiledX = view.nx - view.nx % CTile::edge;
+    for (std::int64_t lane = 0; lane < tiledLanes; lane += CTile::edge) {
+        for (std::int64_t x = 0; x < tiledX; x += CTile::edge) {
+            CTile tile;
+            for (int i = 0; i < CTile::edge; ++i)
+                tile.LoadRow(i, values + (x + i) * c_lanes + lane);
+            tile.Transpose();
+            for (int i = 0; i < CTile::edge; ++i)
+                tile.StoreRow(i, view.Row(y + lane + i, z) + x);
+        }
+        for (int i = 0; i < CTile::edge; ++i)
+            copy(lane + i, tiledX);
+    }
+    for (std::int64_t lane = tiledLanes; lane < lanes; ++lane)
+        copy(lane, 0);
+}
+
+/// Calls `body` with the number of lines in a block. All is inlined into either call, so that loops over the
+/// lanes of a full block, as nearly all are, have a fixed length.
+template <class Body>
+void WithLaneCount(std::int64_t lanes, const Body& body) {
+    if (lanes == c_lanes)
+        body(c_lanes);
+    else
+        body(lanes);
+}
+
+/// One call of `FilterLines`.
+template <class Source, class Filter>
+class CLineWalk {
+public:
+    using Filters = std::array<const Filter*, 3>;
+
+    CLineWalk(const CImageView<const Source>& source, const CImageView<float>& result, const Filters& filters,
+              EnVectors vectors)
+        : m_source(source)
+        , m_result(result)
+        , m_filters(filters)
+        , m_vectors(vectors) {}
+
+    /// Steps that `Run` takes.
+    [[nodiscard]] std::int64_t StepCount() const {
+        if (IsFlat())
+            return BlockCount(m_result.ny) + (m_filters[1] != nullptr ? BlockCount(m_result.nx) : 0);
+        return m_result.nz + (m_filters[2] != nullptr ? m_result.ny : 0);
+    }
+
+    bool Run(IProgress& progress) const {
+        return IsFlat() ? FilterPlaneInBlocks(progress) : FilterVolume(progress);
+    }
+
+private:
+    [[nodiscard]] bool IsFlat() const { return m_result.nz == 1; }
+    static std::int64_t BlockCount(std::int64_t lines) { return (lines + c_lanes - 1) / c_lanes; }
+
+    /// A single plane is cut into blocks, which can be shared out to threads.
+    bool FilterPlaneInBlocks(IProgress& progress) const {
+        return ForEach(BlockCount(m_result.ny), progress,
+                       [this](std::int64_t block, const CBlockMemory& memory) {
+                           FilterRows(block * c_lanes, 0, memory);
+                       }) &&
+               (m_filters[1] == nullptr || ForEach(BlockCount(m_result.nx), progress,
+                                                   [this](std::int64_t block, const CBlockMemory& memory) {
+                                                       FilterColumns(block * c_lanes, 0, memory);
+                                                   }));
+    }
+
+    bool FilterVolume(IProgress& progress) const {
+        const auto filterPlane = [this](std::int64_t z, const CBlockMemory& memory) {
+            for (std::int64_t y = 0; y < m_result.ny; y += c_lanes)
+                FilterRows(y, z, memory);
+            for (std::int64_t x = 0; m_filters[1] != nullptr && x < m_result.nx; x += c_lanes)
+                FilterColumns(x, z, memory);
+        };
+        const auto filterDepths = [this](std::int64_t y, const CBlockMemory& memory) {
+            for (std::int64_t x = 0; x < m_result.nx; x += c_lanes)
+                FilterDepths(x, y, memory);
+        };
+        return ForEach(m_result.nz, progress, filterPlane) &&
+               (m_filters[2] == nullptr || ForEach(m_result.ny, progress, filterDepths));
+    }
+
+    template <class Work>
+    bool ForEach(std::int64_t count, IProgress& progress, const Work& work) const {
+        return ParallelFor(count, progress, [&] {
+            const std::int64_t longest = std::max({m_result.nx, m_result.ny, m_result.nz});
+            return [&, memory = std::make_shared<CBlockMemory>(longest)](std::int64_t item) {
+                const CFlushTinyNumbers flush;
+                RunFor(m_vectors, [&] { work(item, *memory); });
+            };
+        });
+    }
+
+    /// Lines along x, up to c_lanes of them, from row y of plane z on, from the source to the result.
+    void FilterRows(std::int64_t y, std::int64_t z, const CBlockMemory& memory) const {
+        const std::int64_t rows = std::min(c_lanes, m_result.ny - y);
+        if (m_filters[0] == nullptr)
+            return CopyRows(y, z, rows);
+        const StLineBlock block = memory.Block(m_result.nx);
+        GatherRows(m_source, y, z, rows, block.values);
+        WithLaneCount(rows, [&](std::int64_t lanes) {
+            ScatterRows((*m_filters[0])(block, lanes), m_result, y, z, lanes);
+        });
+    }
+
+    void CopyRows(std::int64_t y, std::int64_t z, std::int64_t rows) const {
+        for (std::int64_t row = y; row < y + rows; ++row) {
+            const Source* const from = m_source.Row(row, z);
+            float* const to = m_result.Row(row, z);
+            for (std::int64_t x = 0; x < m_result.nx; ++x)
+                to[x] = static_cast<float>(from[x]);
+        }
+    }
+
+    /// Lines along y, up to c_lanes of them, from x in plane z on.
+    void FilterColumns(std::int64_t x, std::int64_t z, const CBlockMemory& memory) const {
+        FilterInPlace(*m_filters[1], memory.Block(m_result.ny), m_result.nx - x,
+                      [&](std::int64_t y) { return m_result.Row(y, z) + x; });
+    }
+
+    /// Lines along z, up to c_lanes of them, from x in row y on.
+    void FilterDepths(std::int64_t x, std::int64_t y, const CBlockMemory& memory) const {
+        FilterInPlace(*m_filters[2], memory.Block(m_result.nz), m_result.nx - x,
+                      [&](std::int64_t z) { return m_result.Row(y, z) + x; });
+    }
+
+    /// Lines whose neighbours stand side by side: `rowAt(i)` is where the pixels i of all lines are.
+    template <class RowAt>
+    static void FilterInPlace(const Filter& filter, const StLineBlock& block, std::int64_t lines,
+                              const RowAt& rowAt) {
+        WithLaneCount(std::min(lines, c_lanes), [&](std::int64_t lanes) {
+            for (std::int64_t i = 0; i < block.length; ++i) {
+                const float* const row = rowAt(i);
+                for (std::int64_t lane = 0; lane < lanes; ++lane)
+                    block.values[i * c_lanes + lane] = static_cast<double>(row[lane]);
+            }
+            const double* const results = filter(block, lanes);
+            for (std::int64_t i = 0; i < block.length; ++i) {
+                float* const row = rowAt(i);
+                for (std::int64_t lane = 0; lane < lanes; ++lane)
+                    row[lane] = static_cast<float>(results[i * c_lanes + lane]);
+            }
+        });
+    }
+
+    const CImageView<const Source>& m_source;
+    const CImageView<float>& m_result;
+    const Filters m_filters;
+    const EnVectors m_vectors;
+};
+
+/// Filters the source along x, then y, then z into the result, rounding to float after each axis. An axis
+/// whose filter is null is left as it is. Source and result have one size, are not empty, and can be one
+/// image.
+///
+/// `filter(block, lanes)` filters `lanes` lines, at most c_lanes, and returns where the results stand:
+/// `block.values` or `block.results`. It is called on several threads at once.
+///
+/// Progress steps and the question for a cancel come a plane, a row of planes or, in 2-d, a block; returns
+/// false if cancelled. Memory: 8 c_lanes bytes a pixel of the longest line, twice that for filters that do
+/// not work in place, a thread.
+template <class Source, class Filter>
+bool FilterLines(const CImageView<const Source>& source, const CImageView<float>& result,
+                 const std::array<const Filter*, 3>& filters, IProgress& progress, const char* phase,
+                 EnVectors vectors = BestVectors()) {
+    const CLineWalk<Source, Filter> walk(source, result, filters, vectors);
+    progress.Start(static_cast<unsigned>(walk.StepCount()), phase);
+    const bool isDone = walk.Run(progress);
+    progress.Finish();
+    return isDone;
+}
+
+} // namespace ORVEN::Impl

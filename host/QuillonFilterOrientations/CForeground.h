@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QuillonBase/IProgress.h>
+#include <sorblib2image/ImageView.h>
+
+#include <cstdint>
+#include <optional>
+#include <variant>
+#include <vector>
+
+namespace ORVEN::Impl {
+
+/// Which pixels of an image are fibre.
+class CForeground {
+public:
+    /// Pixels of an 8-bit image above `factor` times Otsu's threshold, which is the smallest grey value T
+    /// for which the variance between the values up to T and those above is greatest, in the histogram of
+    /// the whole image. A constant image has no foreground, as of a threshold of 255. Nothing if cancelled.
+    static std::optional<CForeground> ByOtsu(const IImage& image, double factor, IProgress& progress);
+
+    /// Pixels that are not 0 in a mask: a binary or grey image of the same size.
+    explicit CForeground(const IImage& mask);
+
+    /// Appends the foreground of row (y, z) from x = `begin` to before `end`.
+    void Collect(std::int64_t y, std::int64_t z, std::int64_t begin, std::int64_t end,
+                 std::vector<std::int64_t>& xs) const;
+
+    /// The grey value that pixels have to be above; with a mask 0.
+    [[nodiscard]] double Threshold() const { return m_threshold; }
+
+private:
+    using Bytes = CImageView<const unsigned char>;
+    using View = std::variant<Bytes, CImageView<const unsigned short>, CImageView<const unsigned int>,
+                              CImageView<const float>>;
+
+    CForeground(const IImage& image, double threshold);
+    static View ViewOf(const IImage& mask);
+
+    View m_view;
+    double m_threshold = 0.0;
+    unsigned m_least = 1; ///< the smallest whole grey value that is foreground
+};
+
+} // namespace ORVEN::Impl

@@ -1,0 +1,101 @@
+#include "QuillonFilterOrientations/CHessianOrientations.h"
+
+#include "QuillonFilterOrientations/CForeground.h"
+#include "QuillonFilterOrientations/CHessianRows.h"
+#include "QuillonFilterOrientations/Ridges.h"
+#include "QuillonFilterOrientations/StFiberScale.h"
+
+#include <QuillonBase/Parallel.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace ORVEN {
+
+using namespace Impl;
+
+namespace {
+
+using Receiver = std::function<void(const StDirectionRow&)>;
+
+/// Rows of a plane that one thread does on end. A single plane is cut into several such bands.
+constexpr std::int64_t c_bandHeight = 128;
+
+/// What one thread works with.
+class CBandWorker {
+public:
+    CBandWorker(const CImageView<const unsigned char>& image, const CForeground& foreground,
+                const StFiberScale& scale, std::span<const StDerivativeTaps> taps, Receiver receiver)
+        : m_foreground(foreground)
+        , m_scale(scale)
+        , m_rows(image, taps, BestVectors())
+        , m_receiver(std::move(receiver)) {}
+
+    void Visit(std::int64_t z, std::int64_t firstY, std::int64_t endY) {
+        m_rows.StartPlane(z);
+        for (std::int64_t y = firstY; y < endY; ++y) {
+            m_xs.clear();
+            m_foreground.Collect(y, z, m_scale.area.first[0], m_scale.area.end[0], m_xs);
+            if (!m_xs.empty())
+                VisitRow(y, z);
+        }
+    }
+
+private:
+    void VisitRow(std::int64_t y, std::int64_t z) {
+        const std::size_t count = m_xs.size();
+        m_rows.Find(y, m_xs, m_matrices);
+        FindRidges(m_scale.dimension, count, m_matrices, BestVectors(), m_ridges);
+        const auto values = [&](const std::vector<double>& all) { return std::span(all.data(), count); };
+        const auto& [x, yy, zz] = m_ridges.direction;
+        m_receiver({y, z, m_xs, values(m_ridges.isRidge), {values(x), values(yy), values(zz)}});
+    }
+
+    const CForeground& m_foreground;
+    const StFiberScale& m_scale;
+    CHessianRows m_rows;
+    Receiver m_receiver;
+    std::vector<std::int64_t> m_xs;
+    SymmetricMatrices m_matrices;
+    StRidges m_ridges;
+};
+
+} // namespace
+
+const double CHessianOrientations::m_fDefaultOtsuFactor = 1.25;
+
+CHessianOrientations::CHessianOrientations(const char* name, const IObject* parent)
+    : CAlgorithm(name, parent) {}
+
+CHessianOrientations::~CHessianOrientations() = default;
+
+bool CHessianOrientations::Visit(const IImage& image, const CForeground& foreground,
+                                 const std::function<Receiver()>& makeReceiver) {
+    const CImageView<const unsigned char> view(image);
+    const StFiberScale scale(image, m_fFiberRadius);
+    const StPixelBox& area = scale.area;
+    if (area.IsEmpty())
+        return true;
+    std::vector<StDerivativeTaps> taps;
+    const std::array lengths{view.nx, view.ny, view.nz};
+    for (std::size_t axis = 0; axis < scale.dimension; ++axis)
+        taps.emplace_back(scale.sigmaPixels[axis], lengths[axis]);
+
+    const std::int64_t bandHeight = scale.dimension == 3 ? area.Extent(1) : c_bandHeight;
+    const std::int64_t bandCount = (area.Extent(1) + bandHeight - 1) / bandHeight;
+    const std::int64_t itemCount = bandCount * area.Extent(2);
+    Progress().Start(static_cast<unsigned>(itemCount), "Finding fibre directions");
+    const bool isDone = ParallelFor(itemCount, Progress(), [&] {
+        const auto worker = std::make_shared<CBandWorker>(view, foreground, scale, taps, makeReceiver());
+        return [&, worker](std::int64_t item) {
+            const std::int64_t firstY = area.first[1] + item % bandCount * bandHeight;
+            worker->Visit(area.first[2] + item / bandCount, firstY,
+                          std::min(firstY + bandHeight, area.end[1]));
+        };
+    });
+    Progress().Finish();
+    return isDone;
+}
+
+} // namespace ORVEN

@@ -1,0 +1,327 @@
+#include "QuillonFilterOrientations/CSubfieldFiberDirections.h"
+
+#include "QuillonFilterOrientations/CDirectionSums.h"
+#include "QuillonFilterOrientations/CForeground.h"
+#include "QuillonFilterOrientations/CHessianOrientations.h"
+#include "QuillonFilterOrientations/FiberFigures.h"
+#include "QuillonFilterOrientations/StAxisAngles.h"
+#include "QuillonFilterOrientations/StFiberScale.h"
+
+#include <sorblib2core/CExBadParam.h>
+#include <sorblib2core/CStringTools.h>
+#include <sorblib2core/CValueDouble.h>
+#include <sorblib2core/CValueLong.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/CValueVector.h>
+#include <sorblib2image/CImage.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/GreyTypeDispatch.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ORVEN {
+
+using namespace Impl;
+
+const char* const CSubfieldFiberDirections::sFiberDirectionsId = "FiberDirections";
+const char* const CSubfieldFiberDirections::sFieldFiberDirectionsId = "FieldFiberDirections";
+const char* const CSubfieldFiberDirections::sSubfieldFiberDirectionsId = "SubfieldFiberDirections";
+const char* const CSubfieldFiberDirections::sSubfieldProfiles = "SubfieldProfiles";
+
+namespace {
+
+const char* const g_site = "CSubfieldFiberDirections";
+constexpr std::array g_profileKeys{"x-Direction", "y-Direction", "z-Direction"};
+
+/// What a map of directions has where there is none.
+constexpr float c_noAngle = -1.0F;
+
+[[noreturn]] void ThrowUnsupportedDimension(int dimension) {
+    throw CException(
+        g_site, CString("Image dimension %1 not supported.", CString::ENC_UTF8).Arg(dimension, 0), nullptr);
+}
+
+/// Decimal digits of the largest index, but at least so many: keys then sort as their numbers do.
+int DigitsOf(std::int64_t count, int least) {
+    return std::max(least, static_cast<int>(std::to_string(std::max<std::int64_t>(count - 1, 0)).size()));
+}
+
+/// The entries of a part of the field.
+class CPartEntries {
+public:
+    CPartEntries(const StDirectionSum& field, std::size_t dimension)
+        : m_dimension(dimension)
+        , m_fieldDirection(StFiberFigures(field, dimension).mainDirection) {}
+
+    [[nodiscard]] std::unique_ptr<CValueMap> Of(const StDirectionSum& sum, const StPixelBox& box) const {
+        auto map = MapOfRegion(sum, box, m_dimension);
+        const Direction direction = StFiberFigures(sum, m_dimension).mainDirection;
+        map->SetEntry("Difference to global direction",
+                      new CValueDouble(AngleBetween(direction, m_fieldDirection)));
+        return map;
+    }
+
+private:
+    std::size_t m_dimension;
+    Direction m_fieldDirection;
+};
+
+// A row of a table has its leaves in the order of their keys, and the table has the columns of the field. Of
+// "Number of subfields" and "Slice position" a slice has both and a subfield neither: whoever writes the
+// table gives the subfields a "Slice position", and "Number pf subfields" for the other.
+
+std::unique_ptr<CValueMap> MapOfSubfields(const CDirectionSums& sums, const StPixelBox& area,
+                                          const std::array<std::int64_t, 3>& size,
+                                          const CPartEntries& entries) {
+    auto map = std::make_unique<CValueMap>();
+    const auto& counts = sums.SubfieldCounts();
+    std::array<int, 3> digits{};
+    std::transform(counts.begin(), counts.end(), digits.begin(),
+                   [](std::int64_t count) { return DigitsOf(count, 3); });
+    std::array<std::int64_t, 3> index{};
+    for (index[2] = 0; index[2] < counts[2]; ++index[2]) {
+        for (index[1] = 0; index[1] < counts[1]; ++index[1]) {
+            for (index[0] = 0; index[0] < counts[0]; ++index[0]) {
+                StPixelBox box;
+                for (std::size_t axis = 0; axis < 3; ++axis) {
+                    box.first[axis] = area.first[axis] + index[axis] * size[axis];
+                    box.end[axis] = box.first[axis] + size[axis];
+                }
+                const std::string name = CStringTools::Printf(
+                    "Subfield z%0*lld y%0*lld x%0*lld", digits[2], static_cast<long long>(index[2]),
+                    digits[1], static_cast<long long>(index[1]), digits[0], static_cast<long long>(index[0]));
+                map->SetEntry(name, entries.Of(sums.Subfield(index), box).release());
+            }
+        }
+    }
+    return map;
+}
+
+std::unique_ptr<CValueMap> MapOfProfile(const CDirectionSums& sums, const StPixelBox& area, std::size_t axis,
+                                        const CPartEntries& entries) {
+    auto map = std::make_unique<CValueMap>();
+    const int digits = DigitsOf(area.end[axis], 4);
+    for (std::int64_t position = area.first[axis]; position < area.end[axis]; ++position) {
+        StPixelBox box = area;
+        box.first[axis] = position;
+        box.end[axis] = position + 1;
+        auto slice = entries.Of(sums.Slice(axis, position), box);
+        slice->SetEntry("Slice position", new CValueLong(static_cast<std::int32_t>(position)));
+        slice->SetEntry("Number of subfields", new CValueString("n/a", CString::NPOS));
+        map->SetEntry(CStringTools::Printf("Slice %0*lld", digits, static_cast<long long>(position)),
+                      slice.release());
+    }
+    return map;
+}
+
+std::unique_ptr<CImage> MapWithoutDirections(const CSize& size) {
+    auto map = std::make_unique<CImage>(IMAGE_GREY_F, size, CSize(0, 0, 0));
+    const CImageView<float> view(*map);
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y)
+            std::fill_n(view.Row(y, z), view.nx, c_noAngle);
+    }
+    return map;
+}
+
+void RecordMinMax(CImage& map) {
+    const CImageView<const float> view(map);
+    float least = c_noAngle;
+    float greatest = c_noAngle;
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y) {
+            const float* const row = view.Row(y, z);
+            const auto [low, high] = std::minmax_element(row, row + view.nx);
+            least = z == 0 && y == 0 ? *low : std::min(least, *low);
+            greatest = z == 0 && y == 0 ? *high : std::max(greatest, *high);
+        }
+    }
+    CQuillonHeaderTools::SetMetaInfo(map, CQuillonHeaderTools::c_sMetaMinMax.c_str(),
+                                     CValueVector(new CValueDouble(least), new CValueDouble(greatest)));
+}
+
+/// The maps of theta and, if there is one, of phi take the angles of a row.
+void WriteAngles(const StDirectionRow& row, const CImageView<float>& theta, const CImageView<float>* phi) {
+    const std::size_t dimension = phi != nullptr ? 3 : 2;
+    for (std::size_t i = 0; i < row.x.size(); ++i) {
+        if (row.isEvaluated[i] == 0.0)
+            continue;
+        const StAxisAngles<float> angles({row.direction[0][i], row.direction[1][i], row.direction[2][i]},
+                                         dimension);
+        theta.Row(row.y, row.z)[row.x[i]] = angles.theta;
+        if (phi != nullptr)
+            phi->Row(row.y, row.z)[row.x[i]] = angles.phi;
+    }
+}
+
+} // namespace
+
+/// What a measurement leaves for the maps of directions.
+struct CSubfieldFiberDirections::StMeasurement {
+    using MakeReceiver = std::function<std::function<void(const StDirectionRow&)>()>;
+
+    bool Visit(const CAlgorithm& caller, double fiberRadius, const MakeReceiver& makeReceiver) const {
+        CHessianOrientations orientations(nullptr, &caller);
+        orientations.SetProgress(CProgressProxy(&caller.Progress()));
+        orientations.m_fFiberRadius = fiberRadius;
+        return orientations.Visit(image, foreground, makeReceiver);
+    }
+
+    const IImage& image;
+    StFiberScale scale;
+    CForeground foreground;
+};
+
+CSubfieldFiberDirections::CSubfieldFiberDirections(double fiberRadius, double otsuFactor,
+                                                   std::int64_t subfieldX, std::int64_t subfieldY,
+                                                   std::int64_t subfieldZ)
+    : CAlgorithm(nullptr, nullptr)
+    , m_fiberRadius(fiberRadius)
+    , m_otsuFactor(otsuFactor)
+    , m_subfieldSize{subfieldX, subfieldY, subfieldZ} {}
+
+CSubfieldFiberDirections::~CSubfieldFiberDirections() = default;
+
+CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history, IImage* mask,
+                                             bool isFieldOnly) {
+    RequireMeasurable(image, mask);
+    const StFiberScale scale(image, m_fiberRadius);
+    if (scale.area.IsEmpty())
+        throw CException(g_site, "Image is too small for this fiber radius.", nullptr);
+    m_measurement.reset();
+    auto foreground = mask != nullptr ? std::optional(CForeground(*mask))
+                                      : CForeground::ByOtsu(image, m_otsuFactor, Progress());
+    if (!foreground)
+        return nullptr;
+    const double threshold = foreground->Threshold();
+    auto measurement =
+        std::make_unique<const StMeasurement>(StMeasurement{image, scale, std::move(*foreground)});
+
+    const std::array<std::int64_t, 3> subfieldSize =
+        isFieldOnly ? std::array<std::int64_t, 3>{} : SubfieldSize(scale.dimension);
+    const bool hasSubfields = subfieldSize[0] > 0;
+    CDirectionSums sums(scale.area, subfieldSize);
+    if (!measurement->Visit(*this, m_fiberRadius, [&] { return sums.MakeAdder(); }))
+        return nullptr;
+    m_measurement = std::move(measurement);
+
+    const StDirectionSum field = sums.Field();
+    const CPartEntries entries(field, scale.dimension);
+    auto result = std::make_unique<CValueMap>();
+    result->SetEntry(sFieldFiberDirectionsId, MapOfRegion(field, scale.area, scale.dimension).release());
+    if (hasSubfields) {
+        auto subfields = MapOfSubfields(sums, scale.area, subfieldSize, entries);
+        const double length = static_cast<double>(subfieldSize[0]) * scale.spacing[0];
+        subfields->SetEntry("Subfield size", new CValueDouble(length));
+        subfields->SetEntry("Subfield step", new CValueDouble(length));
+        result->SetEntry(sSubfieldFiberDirectionsId, subfields.release());
+    }
+    if (!isFieldOnly) {
+        auto profiles = std::make_unique<CValueMap>();
+        for (std::size_t axis = 0; axis < scale.dimension; ++axis)
+            profiles->SetEntry(g_profileKeys[axis], MapOfProfile(sums, scale.area, axis, entries).release());
+        result->SetEntry(sSubfieldProfiles, profiles.release());
+    }
+    result->SetEntry("Fiber radius", new CValueDouble(m_fiberRadius));
+    if (mask != nullptr) {
+        result->SetEntry("Otsu factor", new CValueString("mask image", CString::NPOS));
+    } else {
+        result->SetEntry("Otsu factor", new CValueDouble(m_otsuFactor));
+        result->SetEntry("Otsu threshold", new CValueDouble(threshold));
+    }
+    result->SetEntry("Border", new CValueLong(static_cast<std::int32_t>(scale.border)));
+    result->SetEntry("Sigma", new CValueDouble(scale.sigma));
+
+    history += CStringTools::Printf("radius=%g,", m_fiberRadius);
+    history += mask != nullptr ? "mask," : CStringTools::Printf("otsu=%g,", m_otsuFactor);
+    if (hasSubfields) {
+        const auto& [x, y, z] = m_subfieldSize;
+        history += CStringTools::Printf("subfield=(%lld,%lld,%lld),", static_cast<long long>(x),
+                                        static_cast<long long>(y), static_cast<long long>(z));
+    }
+    return result.release();
+}
+
+void CSubfieldFiberDirections::GetDirections(const IImage*& theta) {
+    const StMeasurement& measurement = Measured(2);
+    auto map = MapWithoutDirections(measurement.image.Size());
+    {
+        const CImageView<float> view(*map);
+        measurement.Visit(*this, m_fiberRadius, [&] {
+            return [&](const StDirectionRow& row) { WriteAngles(row, view, nullptr); };
+        });
+    }
+    RecordMinMax(*map);
+    theta = map.release();
+}
+
+void CSubfieldFiberDirections::GetDirections(const IImage*& theta, const IImage*& phi) {
+    const StMeasurement& measurement = Measured(3);
+    auto thetaMap = MapWithoutDirections(measurement.image.Size());
+    auto phiMap = MapWithoutDirections(measurement.image.Size());
+    {
+        const CImageView<float> thetaView(*thetaMap);
+        const CImageView<float> phiView(*phiMap);
+        measurement.Visit(*this, m_fiberRadius, [&] {
+            return [&](const StDirectionRow& row) { WriteAngles(row, thetaView, &phiView); };
+        });
+    }
+    RecordMinMax(*thetaMap);
+    RecordMinMax(*phiMap);
+    theta = thetaMap.release();
+    phi = phiMap.release();
+}
+
+void CSubfieldFiberDirections::RepackMeasuredFeaturesForQuillon(CValueMap& tree, const char* viewPlugin,
+                                                                const CValue* extra, const char* label,
+                                                                CValueMap* document) {
+    const bool hasView = viewPlugin != nullptr && *viewPlugin != '\0';
+    auto view = std::make_unique<CValueMap>();
+    view->SetEntry("type", new CValueString(hasView ? viewPlugin : "ImageAttributesView", CString::NPOS));
+    view->SetEntry("document", new CValuePointer<CValueMap>(document, 1));
+    if (label != nullptr)
+        view->SetEntry("label", new CValueString(label, CString::NPOS));
+    if (extra != nullptr)
+        view->SetEntry("extra", extra->Clone(CValue::TF_KEEP));
+    auto views = std::make_unique<CValueVector>();
+    views->PushBack(view.release());
+    tree.SetEntry("output/views/create", views.release());
+}
+
+void CSubfieldFiberDirections::RequireMeasurable(const IImage& image, const IImage* mask) const {
+    if (!(image.Type() == IMAGE_GREY_8))
+        ThrowUnsupportedType(g_site, image.Type());
+    const CSize& size = image.Size();
+    if (size.Dim() != 2 && size.Dim() != 3)
+        ThrowUnsupportedDimension(size.Dim());
+    if (!(m_fiberRadius > 0.0) || !std::isfinite(m_fiberRadius)) {
+        throw CExBadParam(
+            Here("ORVEN::CSubfieldFiberDirections::Compute"),
+            CString("Fiber radius %1 is not positive and finite.", CString::ENC_UTF8).Arg(m_fiberRadius, 0));
+    }
+    if (mask != nullptr && !(mask->Size() == size)) {
+        throw CExBadParam(
+            Here("ORVEN::CSubfieldFiberDirections::Compute"),
+            CString("Mask image of size %1 does not fit the image of size %2.", CString::ENC_UTF8)
+                .Arg(mask->Size().ToString())
+                .Arg(size.ToString()));
+    }
+}
+
+/// All 0 for no subfields.
+std::array<std::int64_t, 3> CSubfieldFiberDirections::SubfieldSize(std::size_t dimension) const {
+    const std::array<std::int64_t, 3> size{m_subfieldSize[0], m_subfieldSize[1],
+                                           dimension == 3 ? m_subfieldSize[2] : 1};
+    return *std::min_element(size.begin(), size.end()) > 0 ? size : std::array<std::int64_t, 3>{};
+}
+
+const CSubfieldFiberDirections::StMeasurement& CSubfieldFiberDirections::Measured(int dimension) const {
+    if (m_measurement == nullptr)
+        throw CException(g_site, "The directions have not been computed.", nullptr);
+    if (m_measurement->image.Size().Dim() != dimension)
+        ThrowUnsupportedDimension(m_measurement->image.Size().Dim());
+    return *m_measurement;
+}
+
+} // namespace ORVEN

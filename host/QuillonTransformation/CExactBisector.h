@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QuillonBase/CAlgorithm.h>
+#include <sorblib2image/IImage.h>
+
+#include <string>
+
+namespace ORVEN {
+
+/// Computes the exact bisector function of a binary object: the angle under which each pixel sees its nearest
+/// background. See `ComputeBisector` for images, errors and cost.
+class CExactBisector : public CAlgorithm {
+public:
+    CExactBisector(const char* name, const IObject* parent);
+
+    /// Fills `output` with the angles in radians at the pixels of `object`, from its map of squared distances
+    /// to the background; angles below the given one are 0. `table` is the path of a look-up table; if it is
+    /// empty that of `Lut` is taken.
+    void ExactBisector(IProgress& progress, const IImage& squaredDistance, const IImage& object,
+                       IImage& output, float angle, const std::string& table);
+
+    /// The path of the look-up table for the whole process; empty for none. It must not be changed while a
+    /// bisector is computed.
+    static std::string& Lut();
+};
+
+} // namespace ORVEN

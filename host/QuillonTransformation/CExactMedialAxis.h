@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QuillonBase/CAlgorithm.h>
+#include <sorblib2image/IImage.h>
+
+#include <cstdint>
+#include <string>
+
+namespace ORVEN {
+
+/// Marks the exact medial axis of a binary object: the centres of its maximal balls. See `MarkMedialAxis` for
+/// images, errors and cost.
+class CExactMedialAxis : public CAlgorithm {
+public:
+    CExactMedialAxis(const char* name, const IObject* parent);
+
+    /// Marks the centres whose ball has at least the squared radius, from a map of squared distances to the
+    /// background. `table` is the path of a look-up table; if it is empty that of `Lut` is taken.
+    void ExactMedialAxis(IProgress& progress, const IImage& squaredDistance, IImage& output,
+                         std::uint64_t squaredRadius, const std::string& table);
+
+    /// The path of the look-up table for the whole process; empty for the one that is built in. It must not
+    /// be changed while a medial axis is computed.
+    static std::string& Lut();
+};
+
+} // namespace ORVEN

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+namespace ORVEN {
+
+/// What a pixel of a distance map without any seed in reach holds.
+template <class T>
+inline constexpr T c_noSeed = std::numeric_limits<T>::max();
+
+/// A squared distance as a map stores it: rounded to float, or cut off for unsigned int. What is too large
+/// becomes the largest value that is not `c_noSeed`.
+template <class T>
+T StoredDistance(double squaredDistance) {
+    if constexpr (std::is_floating_point_v<T>)
+        return static_cast<T>(std::min(squaredDistance, 0x1.fffffcp127));
+    else
+        return static_cast<T>(std::min(squaredDistance, static_cast<double>(c_noSeed<T> - 1)));
+}
+
+/// The squared distance transform of one line: the lower envelope of parabolas.
+///
+/// Each site, a place i with a value g(i), gives the parabola g(i) + w (x - i)^2; a place x takes the least
+/// of them, w being the square of the pixel length. Where two are equal the smaller site wins, which shows in
+/// nothing but the rounding. Time: linear in the length, whatever the values are. No allocation once a line
+/// of that length has been seen.
+///
+/// Results are computed in doubles and rounded once. With whole values and a whole w they are exact before
+/// they are stored, as long as they are below 2^53.
+///
+/// T. Hirata, A unified linear-time algorithm for computing distance maps, 1996; A. Meijster, J. Roerdink,
+/// W. Hesselink, A general algorithm for computing distance transforms in linear time, 2000.
+class CLowerEnvelope {
+public:
+    /// Transforms `length` values, each `stride` bytes from the one before, in place. `c_noSeed<T>` and NaN
+    /// are places without a site. `outsideIsSeed` puts sites of value 0 just outside both ends. Without any
+    /// site the line stays as it is, and also with a w that is not finite.
+    template <class T>
+    void Transform(T* first, std::int64_t length, std::int64_t stride, double w, bool outsideIsSeed);
+
+private:
+    struct StSite {
+        double value;
+        std::int64_t place;
+        std::int64_t firstRuled;
+    };
+
+    template <class T>
+    static T* Place(T* first, std::int64_t stride, std::int64_t place) {
+        return reinterpret_cast<T*>(reinterpret_cast<unsigned char*>(first) + place * stride);
+    }
+
+    void Begin(std::int64_t length);
+    void AddSite(std::int64_t place, double value, double w);
+
+    std::vector<StSite> m_sites;
+    std::int64_t m_length = 0;
+    std::size_t m_siteCount = 0;
+};
+
+template <class T>
+void CLowerEnvelope::Transform(T* first, std::int64_t length, std::int64_t stride, double w,
+                               bool outsideIsSeed) {
+    if (!std::isfinite(w))
+        return;
+    Begin(length);
+    if (outsideIsSeed)
+        AddSite(-1, 0.0, w);
+    for (std::int64_t place = 0; place < length; ++place) {
+        const T value = *Place(first, stride, place);
+        if (value < c_noSeed<T>)
+            AddSite(place, static_cast<double>(value), w);
+    }
+    if (outsideIsSeed)
+        AddSite(length, 0.0, w);
+    for (std::size_t site = 0; site < m_siteCount; ++site) {
+        const auto [value, sitePlace, begin] = m_sites[site];
+        const std::int64_t end = site + 1 < m_siteCount ? m_sites[site + 1].firstRuled : length;
+        for (std::int64_t place = begin; place < end; ++place) {
+            const auto distance = static_cast<double>(place - sitePlace);
+            *Place(first, stride, place) = StoredDistance<T>(value + w * (distance * distance));
+        }
+    }
+}
+
+} // namespace ORVEN

@@ -1,0 +1,135 @@
+#include "QuillonTransformation/CSkeletonCouprierZour.h"
+
+#include "QuillonTransformation/BisectorKernel.h"
+#include "QuillonTransformation/CSquaredDistanceView.h"
+#include "QuillonTransformation/MedialAxisKernel.h"
+#include "QuillonTransformation/OrderedThinning.h"
+#include "QuillonTransformation/SquaredDistances.h"
+
+#include <QuillonBase/Parallel.h>
+#include <sorblib2image/CImage.h>
+#include <sorblib2image/CSorbImageFactory.h>
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace ORVEN {
+
+namespace {
+
+const char* const g_constrainedSet = "CSkeletonCouprierZour::ConstrainedSet";
+
+/// No squared distance comes near the square of what the radius is cut to.
+std::int64_t Squared(std::int64_t radius) {
+    constexpr std::int64_t limit = std::int64_t{1} << 31;
+    const std::int64_t cut = std::clamp(radius, -limit, limit);
+    return cut * cut;
+}
+
+void Clear(IImage& image) {
+    const CImageView<unsigned char> view(image);
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y)
+            std::fill_n(view.Row(y, z), view.nx, static_cast<unsigned char>(0));
+    }
+}
+
+} // namespace
+
+CSkeletonCouprierZour::CSkeletonCouprierZour(const char* name, const IObject* parent)
+    : CAlgorithm(name, parent) {}
+
+void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage& output,
+                                                    const std::string& neighborhood, std::int64_t radius,
+                                                    float angle, CProgressProxy& progress,
+                                                    bool /*reserved*/) {
+    RequireSkeletonNeighborhood(neighborhood); // before the long part
+    const CSize& size = input.Size();
+    const CSize none(0, 0, 0);
+    CImage squaredDistance(IMAGE_GREY_32, size, none);
+    CImage kept(IMAGE_BINARY_FG, size, none);
+    const auto findKept = [&] {
+        SquaredEdt(input, squaredDistance, progress);
+        if (progress.IsCancelled())
+            return;
+        CImage medialAxis(IMAGE_BINARY_FG, size, none);
+        MedialAxis(squaredDistance, medialAxis, Squared(radius), progress, false);
+        if (progress.IsCancelled())
+            return;
+        CImage bisector(IMAGE_GREY_F, size, none);
+        Bisector(squaredDistance, medialAxis, bisector, progress, false);
+        if (!progress.IsCancelled())
+            ConstrainedSet(medialAxis, squaredDistance, bisector, kept, radius, angle, progress);
+    };
+    findKept();
+    if (progress.IsCancelled())
+        Clear(output);
+    else
+        EuclideanSkeleton(input, squaredDistance, kept, output, neighborhood, progress);
+}
+
+void CSkeletonCouprierZour::SquaredEdt(const IImage& input, IImage& output, CProgressProxy& progress) {
+    SquaredDistancesToBackground(input, output, progress);
+}
+
+void CSkeletonCouprierZour::MedialAxis(const IImage& squaredDistance, IImage& output,
+                                       std::int64_t squaredRadius, CProgressProxy& progress,
+                                       bool /*reserved*/) {
+    MarkMedialAxis(squaredDistance, output, squaredRadius, MaLut(), progress);
+}
+
+void CSkeletonCouprierZour::Bisector(const IImage& squaredDistance, const IImage& medialAxis, IImage& output,
+                                     CProgressProxy& progress, bool /*reserved*/) {
+    ComputeBisector(squaredDistance, medialAxis, output, 0.0F, BsLut(), progress);
+}
+
+void CSkeletonCouprierZour::ConstrainedSet(const IImage& medialAxis, const IImage& squaredDistance,
+                                           const IImage& bisector, IImage& output, std::int64_t radius,
+                                           float angle, CProgressProxy& progress) {
+    const auto takenOver = CSorbImageFactory::TakeOver(bisector);
+    RequireFitting(g_constrainedSet, squaredDistance, IMAGE_GREY_32, squaredDistance);
+    RequireFitting(g_constrainedSet, medialAxis, IMAGE_BINARY_FG, squaredDistance);
+    RequireFitting(g_constrainedSet, bisector, IMAGE_GREY_F, squaredDistance);
+    RequireFitting(g_constrainedSet, output, IMAGE_BINARY_FG, squaredDistance);
+    const CImageView<const unsigned char> axis(medialAxis);
+    const CImageView<const std::uint32_t> distances(squaredDistance);
+    const CImageView<const float> angles(bisector);
+    const CImageView<unsigned char> kept(output);
+    const std::int64_t squaredRadius = Squared(radius);
+
+    const auto keep = [&](std::int64_t z) {
+        for (std::int64_t y = 0; y < kept.ny; ++y) {
+            const unsigned char* const axisRow = axis.Row(y, z);
+            const std::uint32_t* const distanceRow = distances.Row(y, z);
+            const float* const angleRow = angles.Row(y, z);
+            unsigned char* const row = kept.Row(y, z);
+            for (std::int64_t x = 0; x < kept.nx; ++x) {
+                row[x] = axisRow[x] != 0 && distanceRow[x] >= squaredRadius && angleRow[x] >= angle ? 1 : 0;
+            }
+        }
+    };
+    Clear(output);
+    progress.Start(static_cast<unsigned>(kept.nz), "constraint set");
+    ParallelFor(kept.nz, progress, [&keep] { return keep; });
+    progress.Finish();
+}
+
+void CSkeletonCouprierZour::EuclideanSkeleton(const IImage& input, const IImage& squaredDistance,
+                                              const IImage& medialAxis, IImage& output,
+                                              const std::string& neighborhood, CProgressProxy& progress) {
+    const auto takenOver = CSorbImageFactory::TakeOver(medialAxis);
+    ThinByDistance(input, squaredDistance, medialAxis, output, neighborhood, progress);
+}
+
+std::string& CSkeletonCouprierZour::MaLut() {
+    static std::string path;
+    return path;
+}
+
+std::string& CSkeletonCouprierZour::BsLut() {
+    static std::string path;
+    return path;
+}
+
+} // namespace ORVEN

@@ -1,0 +1,324 @@
+#include "QuillonTransformation/CSphericalMorphology.h"
+
+#include "QuillonTransformation/DistanceTransform.h"
+#include "QuillonTransformation/SeparablePasses.h"
+#include "QuillonTransformation/ShortDistances.h"
+
+#include <sorblib2core/CExBadParam.h>
+#include <sorblib2image/CImage.h>
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <type_traits>
+
+// Whether a pixel is near the seeds, that is within the ball of one of them, needs less than its distance. Up
+// to radius 126 all of it happens in the bytes of the result. They hold distances along x at first. In three
+// dimensions the squared distances in the plane follow, cut off where they exceed the ball, as what the ball
+// leaves over for z. Along the last axis each place reaches as far as its rest allows, and two sweeps that
+// count down what the places before have left answer whether a pixel is reached, at a cost that has nothing
+// to do with the radius. Larger balls are cut out of a distance map.
+
+namespace ORVEN {
+
+namespace {
+
+constexpr const char* c_site = "ORVEN::CSphericalMorphology";
+
+/// Squared distances between pixels are all below: larger balls are as good as this one.
+constexpr double c_largestSquare = 0x1p34;
+
+std::int64_t SquaredRadius(float radius) {
+    if (!(radius >= 0.0F))
+        throw CExBadParam(Impl::Here(c_site), "Radius must not be negative.");
+    const double r = radius;
+    return static_cast<std::int64_t>(std::min(r * r, c_largestSquare));
+}
+
+/// The pixels to be found: those within the ball of a seed.
+struct StSearch {
+    EnSeeds seeds;
+    bool outsideIsSeed;  ///< the pixels beyond the border are seeds too
+    std::int64_t square; ///< of the radius
+    bool findsObject;    ///< whether what is found becomes object, else background
+};
+
+StSearch Dilation(std::int64_t square) { return {EnSeeds::NonZeros, false, square, true}; }
+
+/// An erosion removes what is near the background.
+StSearch Erosion(std::int64_t square, bool outsideIsBackground) {
+    return {EnSeeds::Zeros, outsideIsBackground, square, false};
+}
+
+/// How many places a ball covers along an axis, from its centre on, where `rest` of its squared radius is
+/// left; 0 for a negative rest. That is the root of rest + 1, rounded up: roots that are not whole are at
+/// least 1 / 256 above a whole number here.
+unsigned char Reach(int rest) {
+    const float root = std::sqrt(static_cast<float>(std::max(rest + 1, 0)));
+    return static_cast<unsigned char>(static_cast<int>(root + 0.998F));
+}
+
+/// One call with a ball that is small enough.
+struct StTask {
+    StTask(const StSearch& what, const IImage& sourceImage, IImage& resultImage)
+        : search(what)
+        , square(static_cast<int>(what.square))
+        , radius(Reach(square) - 1)
+        , source(sourceImage)
+        , result(resultImage)
+        , dimension(resultImage.Size().Dim()) {}
+
+    [[nodiscard]] static bool Takes(std::int64_t square) { return square + 1 < c_farSquare; }
+
+    [[nodiscard]] unsigned char Pixel(bool isNear) const { return isNear == search.findsObject ? 1 : 0; }
+
+    StSearch search;
+    int square;
+    int radius;
+    CImageView<const unsigned char> source;
+    CImageView<unsigned char> result;
+    int dimension;
+};
+
+/// Does the rows: writes distances, or what is left for the last axis if that is the next, or the answer if x
+/// is the last.
+class CRows {
+public:
+    explicit CRows(const StTask& task)
+        : m_task(task)
+        , m_row(task.result.nx, task.search.outsideIsSeed) {}
+
+    void operator()(std::int64_t y, std::int64_t z) {
+        m_row.Measure(m_task.source.Row(y, z), m_task.search.seeds, m_task.radius);
+        switch (m_task.dimension) {
+        case 1:
+            return Write(y, z, [&](int distance) { return m_task.Pixel(distance <= m_task.radius); });
+        case 2:
+            return Write(
+                y, z, [square = m_task.square](int distance) { return Reach(square - distance * distance); });
+        default:
+            return Write(y, z, [](unsigned char distance) { return distance; });
+        }
+    }
+
+private:
+    template <class Convert>
+    void Write(std::int64_t y, std::int64_t z, const Convert& convert) const {
+        const unsigned char* const distances = m_row.Distances();
+        unsigned char* const __restrict row = m_task.result.Row(y, z);
+        const std::int64_t length = m_task.result.nx;
+        for (std::int64_t x = 0; x < length; ++x)
+            row[x] = convert(distances[x]);
+    }
+
+    const StTask& m_task;
+    CShortRow m_row;
+};
+
+/// Does the lines along y and z.
+class CLines {
+public:
+    CLines(const StTask& task, int axis)
+        : m_task(task)
+        , m_axis(axis)
+        , m_length(axis == 1 ? task.result.ny : task.result.nz)
+        , m_shortLines(m_length, task.search.outsideIsSeed) {}
+
+    void operator()(std::int64_t other, std::int64_t x, std::int64_t endX) {
+        if (m_axis + 1 == m_task.dimension)
+            return Sweep(other, x, endX - x);
+        for (; x + c_lanes <= endX; x += c_lanes)
+            Minimize(other, x, std::integral_constant<std::int64_t, c_lanes>());
+        if (x < endX)
+            Minimize(other, x, endX - x);
+    }
+
+private:
+    static constexpr std::int64_t c_lanes = CShortLines::c_lanes;
+
+    [[nodiscard]] unsigned char* Row(std::int64_t other, std::int64_t place) const {
+        return m_axis == 1 ? m_task.result.Row(place, other) : m_task.result.Row(other, place);
+    }
+
+    /// From distances along x to what is left for z.
+    template <class Count>
+    void Minimize(std::int64_t other, std::int64_t x, Count count) {
+        const int square = m_task.square;
+        for (std::int64_t place = 0; place < m_length; ++place) {
+            const unsigned char* const row = Row(other, place) + x;
+            std::int16_t* const values = m_shortLines.Values(place);
+            for (std::int64_t lane = 0; lane < count; ++lane)
+                values[lane] = static_cast<std::int16_t>(std::min(row[lane] * row[lane], square + 1));
+            std::fill(values + count, values + c_lanes, std::int16_t{0});
+        }
+        m_shortLines.Minimize();
+        for (std::int64_t place = 0; place < m_length; ++place) {
+            unsigned char* const __restrict row = Row(other, place) + x;
+            const std::int16_t* const results = m_shortLines.Results(place);
+            for (std::int64_t lane = 0; lane < count; ++lane)
+                row[lane] = Reach(square - results[lane]);
+        }
+    }
+
+    /// Counts down what each place is reached by, in both directions, and tells whether it is.
+    void Sweep(std::int64_t other, std::int64_t x, std::int64_t count) {
+        std::array<unsigned char, CSeparablePasses::c_linesPerItem> reaches{};
+        const auto pass = [&](unsigned char* row, const auto& convert) {
+            for (std::int64_t lane = 0; lane < count; ++lane) {
+                auto& reach = reaches[static_cast<std::size_t>(lane)];
+                const auto left = static_cast<unsigned char>(std::max<int>(reach, 1) - 1);
+                reach = std::max(left, row[lane]);
+                row[lane] = convert(reach);
+            }
+        };
+        const unsigned char atEnds = m_task.search.outsideIsSeed ? Reach(m_task.square) : 0;
+        reaches.fill(atEnds);
+        for (std::int64_t place = 0; place < m_length; ++place)
+            pass(Row(other, place) + x, [](unsigned char reach) { return reach; });
+        reaches.fill(atEnds);
+        const bool findsObject = m_task.search.findsObject;
+        for (std::int64_t place = m_length - 1; place >= 0; --place) {
+            pass(Row(other, place) + x, [findsObject](unsigned char reach) {
+                return static_cast<unsigned char>((reach > 0) == findsObject ? 1 : 0);
+            });
+        }
+    }
+
+    const StTask& m_task;
+    int m_axis;
+    std::int64_t m_length;
+    CShortLines m_shortLines;
+};
+
+void Fill(IImage& image, unsigned char pixel) {
+    const CImageView<unsigned char> view(image);
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y)
+            std::fill_n(view.Row(y, z), view.nx, pixel);
+    }
+}
+
+bool HasSeed(const StSearch& search, const IImage& source) {
+    const CImageView<const unsigned char> view(source);
+    const auto isSeed = [&](unsigned char pixel) { return (pixel == 0) == (search.seeds == EnSeeds::Zeros); };
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y) {
+            if (std::any_of(view.Row(y, z), view.Row(y, z) + view.nx, isSeed))
+                return true;
+        }
+    }
+    return search.outsideIsSeed;
+}
+
+/// The way for large balls.
+bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& result, IProgress& progress) {
+    if (!HasSeed(search, source)) {
+        Fill(result, search.findsObject ? 0 : 1);
+        return true;
+    }
+    CImage squares(IMAGE_GREY_32, source.Size(), CSize(0, 0, 0));
+    StDistanceTransform transform;
+    transform.seeds = search.seeds;
+    transform.outsideIsSeed = search.outsideIsSeed;
+    if (!TransformDistances(transform, source, squares, progress))
+        return false;
+    const CImageView<const unsigned> from(squares);
+    const CImageView<unsigned char> to(result);
+    const auto limit = static_cast<unsigned>(std::min<std::int64_t>(search.square, UINT32_MAX));
+    for (std::int64_t z = 0; z < to.nz; ++z) {
+        for (std::int64_t y = 0; y < to.ny; ++y) {
+            std::transform(from.Row(y, z), from.Row(y, z) + from.nx, to.Row(y, z), [&](unsigned square) {
+                return static_cast<unsigned char>((square <= limit) == search.findsObject ? 1 : 0);
+            });
+        }
+    }
+    return true;
+}
+
+/// Returns false, with a result of zeros, if cancelled.
+bool Find(const StSearch& search, const IImage& source, IImage& result, IProgress& progress) {
+    CheckDistanceImages(c_site, source, result, IMAGE_BINARY_FG);
+    bool isDone = true;
+    if (StTask::Takes(search.square)) {
+        const StTask task(search, source, result);
+        const CImageView<unsigned char>& view = task.result;
+        const CSeparablePasses passes({view.nx, view.ny, view.nz, task.dimension}, progress);
+        isDone = view.PixelCount() == 0 || passes.Run(
+                                               "Spherical morphology", [&] { return CRows(task); },
+                                               [&](int axis) { return CLines(task, axis); });
+    } else {
+        isDone = FindInDistanceMap(search, source, result, progress);
+    }
+    if (!isDone)
+        Fill(result, 0);
+    return isDone;
+}
+
+/// Copies all of the smaller of two images. It lies in the larger one with `margin` pixels around it.
+void CopyBox(const IImage& source, const CPos& sourceMargin, IImage& target, const CPos& targetMargin) {
+    const CImageView<const unsigned char> from(source);
+    const CImageView<unsigned char> to(target);
+    const auto rowOf = [](const auto& view, const CPos& margin, std::int64_t y, std::int64_t z) {
+        return view.Row(y + margin.y, z + margin.z) + margin.x;
+    };
+    for (std::int64_t z = 0; z < std::min(from.nz, to.nz); ++z) {
+        for (std::int64_t y = 0; y < std::min(from.ny, to.ny); ++y) {
+            std::copy_n(rowOf(from, sourceMargin, y, z), std::min(from.nx, to.nx),
+                        rowOf(to, targetMargin, y, z));
+        }
+    }
+}
+
+} // namespace
+
+CSphericalMorphology::CSphericalMorphology(const char* name, const IObject* parent)
+    : CAlgorithm(name, parent) {}
+
+void CSphericalMorphology::Erode(IImage& result, IImage& source, float radius) {
+    Find(Erosion(SquaredRadius(radius), true), source, result, Progress());
+}
+
+void CSphericalMorphology::Dilate(IImage& result, IImage& source, float radius) {
+    Find(Dilation(SquaredRadius(radius)), source, result, Progress());
+}
+
+void CSphericalMorphology::Opening(IImage& result, IImage& source, float radius) {
+    const std::int64_t square = SquaredRadius(radius);
+    if (Find(Erosion(square, true), source, result, Progress()))
+        Find(Dilation(square), result, result, Progress());
+}
+
+void CSphericalMorphology::Closing(IImage& result, IImage& source, float radius) {
+    const std::int64_t square = SquaredRadius(radius);
+    CheckDistanceImages(c_site, source, result, IMAGE_BINARY_FG);
+    if (source.Size().PixelCount() == 0)
+        return;
+    // The dilation reaches beyond the border, and what it leaves free there takes part in the erosion.
+    const auto reach = static_cast<std::int64_t>(std::sqrt(static_cast<double>(square)));
+    CSize size = source.Size();
+    CPos margin(0, 0, 0);
+    for (int axis = 0; axis < size.Dim(); ++axis) {
+        margin[axis] = reach;
+        size[axis] += 2 * reach;
+    }
+    CheckDistanceExtents(c_site, size);
+    CImage image(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
+    CopyBox(source, CPos(0, 0, 0), image, margin);
+    if (Find(Dilation(square), image, image, Progress()) &&
+        Find(Erosion(square, false), image, image, Progress()))
+        CopyBox(image, margin, result, CPos(0, 0, 0));
+    else
+        Fill(result, 0);
+}
+
+void CSphericalMorphology::ReflectedErosion(IImage& result, IImage& source, float radius) {
+    Find(Erosion(SquaredRadius(radius), false), source, result, Progress());
+}
+
+void CSphericalMorphology::ReflectedDilation(IImage& result, IImage& source, float radius) {
+    Dilate(result, source, radius);
+}
+
+} // namespace ORVEN

@@ -1,0 +1,20 @@
+#pragma once
+
+namespace ORVEN {
+
+/// Three numbers, one an axis.
+template <class T>
+class CTriple {
+public:
+    CTriple() = default;
+    CTriple(T px, T py, T pz)
+        : x(px)
+        , y(py)
+        , z(pz) {}
+
+    T x{};
+    T y{};
+    T z{};
+};
+
+} // namespace ORVEN

@@ -1,0 +1,140 @@
+#pragma once
+
+#include <QuillonBase/Parallel.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+
+/// The order of work of a transform of a whole image that takes one axis after the other, in place.
+namespace ORVEN {
+
+/// The extents of an image, 1 beyond the dimension.
+struct StPassExtents {
+    std::int64_t nx;
+    std::int64_t ny;
+    std::int64_t nz;
+    int dimension;
+};
+
+namespace Impl {
+
+#ifdef __x86_64__
+template <class Work>
+[[gnu::target("avx2"), gnu::flatten]] void RunWithAvx2(Work& work, std::int64_t item) {
+    work(item);
+}
+
+template <class Work>
+[[gnu::target("avx512f,avx512bw,avx512dq,avx512vl"), gnu::flatten]] void RunWithAvx512(Work& work,
+                                                                                       std::int64_t item) {
+    work(item);
+}
+#endif
+
+/// Runs `work(item)` in the widest vectors that the processor has. What it calls is compiled once for each
+/// width, as far as its source is in sight. The steps and their order are the same in each, and contraction
+/// is off, so that the results are too.
+template <class Work>
+[[gnu::flatten]] void RunOnThisProcessor(Work& work, std::int64_t item) {
+#ifdef __x86_64__
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        return RunWithAvx512(work, item);
+    if (__builtin_cpu_supports("avx2"))
+        return RunWithAvx2(work, item);
+#endif
+    work(item);
+}
+
+/// `makeWork` makes what does an item, with scratch memory of its own.
+template <class MakeWork>
+bool ForEachItem(std::int64_t count, IProgress& progress, const MakeWork& makeWork) {
+    return ParallelFor(count, progress, [&makeWork] {
+        // Shared, as a std::function must be able to be copied.
+        const auto work = std::make_shared<decltype(makeWork())>(makeWork());
+        return [work](std::int64_t item) { RunOnThisProcessor(*work, item); };
+    });
+}
+
+} // namespace Impl
+
+/// Does the rows along x, then the lines along y, then those along z, as far as the image has these axes.
+///
+/// `makeRows()` makes what does a row, `rows(y, z)`. `makeLines(axis)` makes what does the lines along axis 1
+/// or 2 from x to below endX, `lines(other, x, endX)`, the other coordinate being that of the axis that is
+/// left. There are at most `c_linesPerItem` of them unless axis is 1. Both are made once a thread and stage.
+///
+/// Rows and lines along y are done a plane at a time, so that the lines find the rows in the cache; where
+/// there are too few planes to be dealt out to the threads, all rows come first. One step of progress is a
+/// plane, or a block of rows or lines. Returns false if cancelled.
+class CSeparablePasses {
+public:
+    static constexpr std::int64_t c_linesPerItem = 256;
+
+    CSeparablePasses(const StPassExtents& extents, IProgress& progress)
+        : m_extents(extents)
+        , m_progress(progress)
+        , m_rowBlocks((extents.ny + c_rowsPerItem - 1) / c_rowsPerItem)
+        , m_lineBlocks((extents.nx + c_linesPerItem - 1) / c_linesPerItem) {}
+
+    template <class MakeRows, class MakeLines>
+    bool Run(const char* text, const MakeRows& makeRows, const MakeLines& makeLines) const {
+        const auto [nx, ny, nz, dimension] = m_extents;
+        const bool hasManyPlanes = nz >= c_manyPlanes;
+        const bool hasLinesY = dimension > 1 && !hasManyPlanes;
+        const bool hasLinesZ = dimension > 2;
+        const std::int64_t steps = (hasManyPlanes ? nz : nz * m_rowBlocks) +
+                                   (hasLinesY ? nz * m_lineBlocks : 0) + (hasLinesZ ? ny * m_lineBlocks : 0);
+        m_progress.Start(static_cast<unsigned>(steps), text);
+        const bool isDone = (hasManyPlanes ? RunPlanes(makeRows, makeLines) : RunRows(makeRows)) &&
+                            (!hasLinesY || RunLines(1, nz, makeLines)) &&
+                            (!hasLinesZ || RunLines(2, ny, makeLines));
+        m_progress.Finish();
+        return isDone;
+    }
+
+private:
+    static constexpr std::int64_t c_rowsPerItem = 64;
+    static constexpr std::int64_t c_manyPlanes = 16;
+
+    template <class MakeRows, class MakeLines>
+    bool RunPlanes(const MakeRows& makeRows, const MakeLines& makeLines) const {
+        return Impl::ForEachItem(m_extents.nz, m_progress, [&] {
+            return [extents = m_extents, rows = makeRows(), lines = makeLines(1)](std::int64_t z) mutable {
+                for (std::int64_t y = 0; y < extents.ny; ++y)
+                    rows(y, z);
+                lines(z, 0, extents.nx);
+            };
+        });
+    }
+
+    template <class MakeRows>
+    bool RunRows(const MakeRows& makeRows) const {
+        return Impl::ForEachItem(m_extents.nz * m_rowBlocks, m_progress, [&] {
+            return [this, rows = makeRows()](std::int64_t item) mutable {
+                const std::int64_t first = item % m_rowBlocks * c_rowsPerItem;
+                const std::int64_t end = std::min(first + c_rowsPerItem, m_extents.ny);
+                for (std::int64_t y = first; y < end; ++y)
+                    rows(y, item / m_rowBlocks);
+            };
+        });
+    }
+
+    template <class MakeLines>
+    bool RunLines(int axis, std::int64_t otherExtent, const MakeLines& makeLines) const {
+        return Impl::ForEachItem(otherExtent * m_lineBlocks, m_progress, [&] {
+            return [this, lines = makeLines(axis)](std::int64_t item) mutable {
+                const std::int64_t x = item % m_lineBlocks * c_linesPerItem;
+                lines(item / m_lineBlocks, x, std::min(x + c_linesPerItem, m_extents.nx));
+            };
+        });
+    }
+
+    StPassExtents m_extents;
+    IProgress& m_progress;
+    std::int64_t m_rowBlocks;
+    std::int64_t m_lineBlocks;
+};
+
+} // namespace ORVEN

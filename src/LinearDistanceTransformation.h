@@ -1,0 +1,21 @@
+#pragma once
+
+#include <sorblib2core/CPluginBase.h>
+#include <sorblib2core/CValueMap.h>
+
+/// "LinearDt": the distance of each pixel to the nearest pixel of the other phase along one axis. See
+/// `CLinearDistanceTransformation`.
+class CLinearDistanceTransformationPlugin : public ORVEN::CPluginBase {
+public:
+    void GetPluginSetup(ORVEN::CValueMap& setup) override;
+    bool TestParameters(const ORVEN::CValueMap& tree) override;
+    void UpdateParameters(const ORVEN::CValueMap& tree) override;
+    void GetData(ORVEN::CValueMap& tree) override;
+
+private:
+    ORVEN::CValueMap* m_focusedDocument = nullptr;
+    char m_direction = 'x';
+    bool m_onForeground = false;
+    bool m_embeddedEdge = false;
+    bool m_exactValues = true; ///< else squared ones
+};

@@ -1,0 +1,66 @@
+#include "LocalEulerNumber.h"
+
+#include "topology/Adjacency.h"
+#include "utils/PluginContract.h"
+
+#include <QuillonTransformation/CLocalEulerNumbers.h>
+#include <sorblib2core/CValueDouble.h>
+#include <sorblib2core/CValueVector.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace quillon {
+
+using namespace ORVEN;
+
+namespace {
+
+struct StMinMax {
+    float minimum = std::numeric_limits<float>::max();
+    // Meant: the smallest positive number, which only a figure of 1 or more exceeds, is the maximum of an
+    // image without any such.
+    float maximum = std::numeric_limits<float>::min();
+};
+
+template <class N>
+StMinMax CalculateLocalEuler(const CImage& image, CImage& result) {
+    const auto range = CLocalEulerNumbers(StAdjacency<N>::eulerCode).Calculate(result, image);
+    StMinMax minMax;
+    minMax.minimum = std::min(minMax.minimum, static_cast<float>(range.least));
+    minMax.maximum = std::max(minMax.maximum, static_cast<float>(range.greatest));
+    return minMax;
+}
+
+void RecordMinMax(CImage& image, const StMinMax& minMax) {
+    const CValueVector values(new CValueDouble(minMax.minimum), new CValueDouble(minMax.maximum));
+    CQuillonHeaderTools::SetMetaInfo(image, CQuillonHeaderTools::c_sMetaMinMax.c_str(), values);
+}
+
+} // namespace
+
+void CLocalEulerNumberPlugin::GetPluginSetup(CValueMap& setup) {
+    contract::DescribePlugin(setup, "CLocalEulerNumberPlugin");
+}
+
+bool CLocalEulerNumberPlugin::TestParameters(const CValueMap& tree) { return StLocalTopology::Accepts(tree); }
+
+void CLocalEulerNumberPlugin::UpdateParameters(const CValueMap& tree) { m_settings.Update(tree); }
+
+void CLocalEulerNumberPlugin::GetData(CValueMap& tree) {
+    const CImage* image = m_settings.BinaryImage();
+    if (image == nullptr)
+        return;
+    auto result = std::make_unique<CImage>(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
+    StMinMax minMax;
+    WithNeighborhood("CLocalEulerNumberPlugin", m_settings.neighborhood, [&]<class N>(std::type_identity<N>) {
+        minMax = CalculateLocalEuler<N>(*image, *result);
+    });
+    contract::Inherit(*result, *image, m_settings.HistoryLine("localeulernumber(%1)"));
+    RecordMinMax(*result, minMax);
+    contract::HandOver(tree, std::move(result),
+                       contract::LabelOf(*m_settings.focusedDocument, "LocalEulerNumber"));
+}
+
+} // namespace quillon

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <sorblib2core/CPluginBase.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2image/CSize.h>
+
+#include <string>
+
+namespace quillon {
+
+/// "LocalFiberDirectionsExport": writes the fibre directions that "LocalFiberDirections" has left in an image
+/// to a table of text, one row for the field, for each subfield and for each slice.
+class CLocalFiberDirectionsExportPlugin : public ORVEN::CPluginBase {
+public:
+    void GetPluginSetup(ORVEN::CValueMap& setup) override;
+    bool TestParameters(const ORVEN::CValueMap& tree) override;
+    void UpdateParameters(const ORVEN::CValueMap& tree) override;
+    void GetData(ORVEN::CValueMap& tree) override;
+
+private:
+    void Save(const std::string& path) const;
+    [[nodiscard]] std::string CommentLine(const ORVEN::CValueMap* subfields) const;
+
+    ORVEN::CValueMap* m_focusedDocument = nullptr;
+    ORVEN::CString m_label;
+    const ORVEN::CValueMap* m_features = nullptr; // of the image in focus
+    bool m_exportsField = true;
+    bool m_exportsSubfields = false;
+    bool m_exportsProfiles = false;
+    ORVEN::CSize m_imageSize;
+};
+
+} // namespace quillon

@@ -1,0 +1,39 @@
+#include "MarkSimplePoints.h"
+
+#include "topology/Adjacency.h"
+#include "topology/SimplePointScan.h"
+#include "utils/PluginContract.h"
+#include "utils/PointOperations.h"
+#include "utils/visitors/PointOperationCopy.h"
+
+#include <sorblib2image/CQuillonHeaderTools.h>
+
+namespace quillon {
+
+using namespace ORVEN;
+
+void CMarkSimplePointsPlugin::GetPluginSetup(CValueMap& setup) {
+    contract::DescribePlugin(setup, "CMarkSimplePointsPlugin");
+}
+
+bool CMarkSimplePointsPlugin::TestParameters(const CValueMap& tree) { return StLocalTopology::Accepts(tree); }
+
+void CMarkSimplePointsPlugin::UpdateParameters(const CValueMap& tree) { m_settings.Update(tree); }
+
+void CMarkSimplePointsPlugin::GetData(CValueMap& tree) {
+    const CImage* image = m_settings.BinaryImage();
+    if (image == nullptr)
+        return;
+    auto result = std::make_unique<CImage>(IMAGE_GREY_8, image->Size(), CSize(0, 0, 0));
+    // A cancelled copy leaves the rest 0, where nothing is marked then.
+    visitors::CCopy<unsigned char> copy;
+    CPointOperations(nullptr, nullptr).Visit(copy, *result, *image);
+    WithNeighborhood("CMarkSimplePointsPlugin", m_settings.neighborhood,
+                     [&]<class N>(std::type_identity<N>) { MarkSimplePoints<N>(*image, *result); });
+    contract::Inherit(*result, *image, m_settings.HistoryLine("simplepoints(%1)"));
+    CQuillonHeaderTools::SetNumberOfLabels(*result, 255);
+    contract::HandOver(tree, std::move(result),
+                       contract::LabelOf(*m_settings.focusedDocument, "MarkSimplePoints"));
+}
+
+} // namespace quillon

@@ -1,0 +1,57 @@
+#include "PointwiseRelation.h"
+
+#include "measurement/CompareImages.h"
+#include "utils/PluginContract.h"
+#include "utils/Windows.h"
+
+#include <sorblib2core/UnwrapPointer.h>
+
+#include <QMessageBox>
+#include <QString>
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace quillon {
+
+using namespace ORVEN;
+
+void CPointwiseRelationPlugin::GetPluginSetup(CValueMap& setup) { contract::DescribePlugin(setup); }
+
+void CPointwiseRelationPlugin::Configure(void*, CValueMap&) { m_secondImage = nullptr; }
+
+void CPointwiseRelationPlugin::Reset() {
+    m_focusedDocument = nullptr;
+    m_secondImage = nullptr;
+}
+
+bool CPointwiseRelationPlugin::TestParameters(const CValueMap& tree) {
+    return contract::AcceptsFocusedImage(tree, [](const CImage& image) {
+        // Complex images pass here, and the comparison refuses them with a reason.
+        const std::array types{IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16,
+                               IMAGE_GREY_32,   IMAGE_GREY_F, IMAGE_COMPLEX_F};
+        return std::find(types.begin(), types.end(), image.Type()) != types.end();
+    });
+}
+
+void CPointwiseRelationPlugin::UpdateParameters(const CValueMap& tree) {
+    contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_ENTRY);
+    if (tree.HasEntry("parameters/Image2"))
+        m_secondImage = UnwrapPointer<CImage>(tree.Entry("parameters/Image2", true));
+}
+
+void CPointwiseRelationPlugin::GetData(CValueMap&) {
+    const CImage* image = contract::ContentOf(m_focusedDocument);
+    if (image == nullptr || m_secondImage == nullptr)
+        return;
+    RequireWindows("PointwiseRelation");
+    std::string message;
+    {
+        const CWaitCursor cursor;
+        message = CompareImages(*image, *m_secondImage);
+    }
+    QMessageBox::information(nullptr, "PointwiseRelation", QString::fromStdString(message));
+}
+
+} // namespace quillon

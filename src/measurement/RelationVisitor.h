@@ -1,0 +1,91 @@
+#pragma once
+
+#include "utils/visitors/Visitor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+namespace ORVEN::visitors {
+
+/// Counts in which relation the pixels of two images stand. Pixels are compared as floats if one is a float,
+/// so that a large integer loses digits, and as integers else; differences are exact, of doubles.
+///
+/// Two NaN are equal, and neither lower or equal nor greater or equal; one NaN is in no relation to a number.
+template <class A, class B>
+struct COperationAnalyzeRelation : StVisitor<const A, const B> {
+    void preprocess() { *this = {}; }
+
+    void operator()(A a, B b) {
+        ++pixelCount;
+        const bool isNanA = std::is_floating_point_v<A> && std::isnan(static_cast<float>(a));
+        const bool isNanB = std::is_floating_point_v<B> && std::isnan(static_cast<float>(b));
+        nanInA += isNanA ? 1 : 0;
+        nanInB += isNanB ? 1 : 0;
+        if (isNanA && isNanB)
+            ++equal;
+        else if (isNanA || isNanB)
+            ++nanMismatch;
+        else
+            CountNumbers(a, b);
+    }
+
+    void postprocess() {
+        isLower = lower == pixelCount;
+        isLowerOrEqual = lowerOrEqual == pixelCount;
+        isEqual = equal == pixelCount;
+        isGreaterOrEqual = greaterOrEqual == pixelCount;
+        isGreater = greater == pixelCount;
+        hasNoRelation = !isLower && !isLowerOrEqual && !isEqual && !isGreaterOrEqual && !isGreater;
+        if (isEqual)
+            minimumDifference = 0.0;
+    }
+
+    std::uint32_t pixelCount = 0;
+    std::uint32_t greater = 0;
+    std::uint32_t equal = 0;
+    std::uint32_t lower = 0;
+    std::uint32_t lowerOrEqual = 0;
+    std::uint32_t greaterOrEqual = 0;
+    std::uint32_t nanMismatch = 0;
+    std::uint32_t nanInA = 0;
+    std::uint32_t nanInB = 0;
+    double minimumDifference = std::numeric_limits<double>::max(); ///< among unequal pixels
+    double maximumDifference = 0.0;
+    bool isGreater = false;
+    bool isEqual = false;
+    bool isLower = false;
+    bool isLowerOrEqual = false;
+    bool isGreaterOrEqual = false;
+    bool hasNoRelation = false;
+
+private:
+    using Common =
+        std::conditional_t<std::is_floating_point_v<A> || std::is_floating_point_v<B>, float, unsigned int>;
+
+    void CountNumbers(A a, B b) {
+        const auto first = static_cast<Common>(a);
+        const auto second = static_cast<Common>(b);
+        if (first == second) {
+            ++equal;
+            ++lowerOrEqual;
+            ++greaterOrEqual;
+            return;
+        }
+        if (first > second) {
+            ++greater;
+            ++greaterOrEqual;
+        } else {
+            ++lower;
+            ++lowerOrEqual;
+        }
+        const double sign = first > second ? 1.0 : -1.0;
+        const double difference = sign * (static_cast<double>(a) - static_cast<double>(b));
+        maximumDifference = std::max(maximumDifference, difference);
+        minimumDifference = std::min(minimumDifference, difference);
+    }
+};
+
+} // namespace ORVEN::visitors

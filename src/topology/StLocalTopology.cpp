@@ -1,0 +1,28 @@
+#include "topology/StLocalTopology.h"
+
+#include "utils/PluginContract.h"
+
+namespace quillon {
+
+using namespace ORVEN;
+
+bool StLocalTopology::Accepts(const CValueMap& tree) {
+    return contract::AcceptsFocusedImage(
+        tree, [](const CImage& image) { return image.Type() == IMAGE_BINARY_FG && image.Size().Dim() == 3; });
+}
+
+void StLocalTopology::Update(const CValueMap& tree) {
+    contract::StoreFocusedDocument(tree, focusedDocument, contract::EnFocusTest::ANY_ENTRY);
+    contract::ReadParameter(tree, "parameters/Neighborhood", neighborhood);
+}
+
+const CImage* StLocalTopology::BinaryImage() const {
+    const CImage* image = contract::ContentOf(focusedDocument);
+    return image != nullptr && image->Type() == IMAGE_BINARY_FG ? image : nullptr;
+}
+
+CString StLocalTopology::HistoryLine(const char* text) const {
+    return CString(text, CString::ENC_UTF8).Arg(neighborhood);
+}
+
+} // namespace quillon
