@@ -1,5 +1,6 @@
 #include "PluginFactory.h"
 
+#include "FeatureMapToFeatureImage.h"
 #include "FieldFeaturesGrayValueImage.h"
 #include "CylinderMask.h"
 #include "EuclideanSkeleton.h"
@@ -57,7 +58,7 @@ constexpr std::array<StFactoryRow, 24> g_rows{{
     {"GaussFilter", Create<quillon::CGaussFilterPlugin>},
     {"SphericalMorphology", Create<quillon::CSphericalMorphologyPlugin>},
     {"LinearDt", Create<CLinearDistanceTransformationPlugin>},
-    {"FeatureToImage", nullptr},
+    {"FeatureToImage", Create<CFeatureMapToFeatureImagePlugin>},
     {"ConvexifyObjects", nullptr},
     {"FieldFeaturesGrayValueImage", Create<quillon::CFieldFeaturesGrayValueImagePlugin>},
     {"Watershed", Create<quillon::CWatershedPlugin>},

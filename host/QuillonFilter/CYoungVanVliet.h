@@ -22,7 +22,8 @@ namespace ORVEN {
 /// result can leave the range of the input by about 1 % of it. Arithmetic is double, and rounded to float
 /// once an axis; numbers below 1.2e-38 count as 0. A pixel that is not finite spoils the lines through it.
 ///
-/// Time: independent of sigma, linear in pixels. Memory: 512 bytes a pixel of the longest line and thread.
+/// Time: independent of sigma, linear in pixels. Memory: 512 bytes a pixel of the longest line and thread,
+/// twice that below 0.7.
 /// Results are the same for any number of threads.
 ///
 /// I. T. Young, L. J. van Vliet, Recursive implementation of the Gaussian filter, 1995, with the poles of L.

@@ -1,10 +1,10 @@
 #include "QuillonIo/CCsvHeader.h"
 
 #include "QuillonIo/CCsvOStream.h"
-#include "QuillonIo/ForEachLeaf.h"
 
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueString.h>
+#include <sorblib2core/ForEachLeaf.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 

@@ -1,8 +1,7 @@
 #include "QuillonIo/CCsvOStream.h"
 
-#include "QuillonIo/ForEachLeaf.h"
-
 #include <sorblib2core/CString.h>
+#include <sorblib2core/ForEachLeaf.h>
 
 #include <array>
 #include <charconv>

@@ -15,7 +15,7 @@ class CValue;
 /// Texts stand between quote characters, with those inside doubled. Numbers are written in the shortest form
 /// that reads back to the same number, whatever the locale, an integral double below 2^53 without exponent;
 /// truth values are "true" and "false"; a pointer is an empty field. A container stands for its leaves, see
-/// ForEachLeaf.h; without any it writes nothing. The other writers of this library write fields alike.
+/// `ForEachLeaf`; without any it writes nothing. The other writers of this library write fields alike.
 ///
 /// Source of the format: Y. Shafranovich, *Common format and MIME type for CSV files*, RFC 4180, 2005.
 class CCsvOStream {

@@ -1,6 +1,6 @@
 #include "QuillonIo/CCsvOStreamValueMapLineariser.h"
 
-#include "QuillonIo/ForEachLeaf.h"
+#include <sorblib2core/ForEachLeaf.h>
 
 namespace ORVEN {
 

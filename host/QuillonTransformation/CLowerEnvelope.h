@@ -30,8 +30,9 @@ T StoredDistance(double squaredDistance) {
 /// nothing but the rounding. Time: linear in the length, whatever the values are. No allocation once a line
 /// of that length has been seen.
 ///
-/// Results are computed in doubles and rounded once. With whole values and a whole w they are exact before
-/// they are stored, as long as they are below 2^53.
+/// Results are computed in doubles and rounded once: each is the least of the parabolas' values as doubles
+/// have them, whichever way that is found, unless values are so large that doubles cannot tell neighbouring
+/// places (2^50 w). With whole values and a whole w they are exact up to 2^53.
 ///
 /// T. Hirata, A unified linear-time algorithm for computing distance maps, 1996; A. Meijster, J. Roerdink,
 /// W. Hesselink, A general algorithm for computing distance transforms in linear time, 2000.

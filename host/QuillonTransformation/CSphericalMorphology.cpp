@@ -70,7 +70,9 @@ struct StTask {
         , result(resultImage)
         , dimension(resultImage.Size().Dim()) {}
 
-    [[nodiscard]] static bool Takes(std::int64_t square) { return square + 1 < c_farSquare; }
+    [[nodiscard]] static bool Takes(std::int64_t square) {
+        return square + 1 < c_farDistance * c_farDistance;
+    }
 
     [[nodiscard]] unsigned char Pixel(bool isNear) const { return isNear == search.findsObject ? 1 : 0; }
 
@@ -124,7 +126,7 @@ public:
         : m_task(task)
         , m_axis(axis)
         , m_length(axis == 1 ? task.result.ny : task.result.nz)
-        , m_shortLines(m_length, task.search.outsideIsSeed) {}
+        , m_shortLines(m_length, task.search.outsideIsSeed, 1) {}
 
     void operator()(std::int64_t other, std::int64_t x, std::int64_t endX) {
         if (m_axis + 1 == m_task.dimension)
@@ -136,7 +138,7 @@ public:
     }
 
 private:
-    static constexpr std::int64_t c_lanes = CShortLines::c_lanes;
+    static constexpr std::int64_t c_lanes = c_shortLanes;
 
     [[nodiscard]] unsigned char* Row(std::int64_t other, std::int64_t place) const {
         return m_axis == 1 ? m_task.result.Row(place, other) : m_task.result.Row(other, place);
@@ -189,7 +191,7 @@ private:
     const StTask& m_task;
     int m_axis;
     std::int64_t m_length;
-    CShortLines m_shortLines;
+    CShortLines<std::int16_t> m_shortLines;
 };
 
 void Fill(IImage& image, unsigned char pixel) {

@@ -21,17 +21,17 @@
 // follow. Along y and z the work is done for 32 neighbouring lines at once, of which each pixel row is two
 // cache lines of the map.
 //
-// There are two ways to transform such a group of lines. With pixels of length 1, and where no result is as
-// far as 127 pixels from a seed, all of it is done in 16-bit integers by trying the neighbours one after the
-// other. Elsewhere each line goes through the lower envelope, whose time does not depend on the distances.
-// Both are exact below 2^24 and the map is rounded in the same way above, so that nobody can tell which was
-// taken.
+// There are two ways to transform such a group of lines. Where no result is farther than 127 pixels from a
+// seed, all of it is done by trying the neighbours one after the other, in 16-bit integers as long as pixels
+// have length 1 and in doubles otherwise. Elsewhere each line goes through the lower envelope, whose time
+// does not depend on the distances. Both find the least of the same doubles, or of whole numbers that are
+// exact in either, so that the map does not tell which was taken.
 
 namespace ORVEN {
 
 namespace {
 
-constexpr std::int64_t c_lanes = CShortLines::c_lanes;
+constexpr std::int64_t c_lanes = c_shortLanes;
 
 /// What is left to do when squared distances are there. Returns the extrema of a map of floats.
 class CFinisher {
@@ -59,6 +59,10 @@ public:
     }
 
     void Finish(unsigned* row, std::int64_t count) const {
+        if (m_isSquared && m_factor == 1.0) {
+            std::replace(row, row + count, c_noSeed<unsigned>, 0U);
+            return;
+        }
         for (std::int64_t x = 0; x < count; ++x) {
             const double product = row[x] == c_noSeed<unsigned> ? 0.0 : m_factor * row[x];
             const auto squared = StoredDistance<unsigned>(product);
@@ -168,9 +172,13 @@ public:
         , m_axis(axis)
         , m_length(axis == 1 ? task.map.ny : task.map.nz)
         , m_weight(task.transform.weights[static_cast<std::size_t>(axis)])
-        , m_isWhole(task.HoldsWholeNumbers(axis))
-        , m_shortLines(m_length, task.transform.outsideIsSeed)
-        , m_lines(static_cast<std::size_t>(m_length * c_lanes)) {}
+        , m_lines(static_cast<std::size_t>(m_length * c_lanes)) {
+        const bool outsideIsSeed = task.transform.outsideIsSeed;
+        if (m_weight == 1.0 && task.HoldsWholeNumbers(axis))
+            m_shortIntegers.emplace(m_length, outsideIsSeed, std::int16_t{1});
+        else if (std::isfinite(m_weight))
+            m_shortDoubles.emplace(m_length, outsideIsSeed, m_weight);
+    }
 
     void operator()(std::int64_t other, std::int64_t x, std::int64_t endX) {
         m_task.FinishIfLast(m_axis, [&](const auto& finish) {
@@ -189,26 +197,41 @@ private:
 
     template <class Count, class Finish>
     void TransformLines(std::int64_t other, std::int64_t x, Count count, const Finish& finish) {
-        if (!m_isWhole || m_weight != 1.0 || !TransformShort(other, x, count, finish))
+        const auto isShort = [&](auto& shortLines) {
+            return shortLines && TransformShort(*shortLines, other, x, count, finish);
+        };
+        if (!isShort(m_shortIntegers) && !isShort(m_shortDoubles))
             TransformByEnvelope(other, x, count, finish);
     }
 
-    template <class Count, class Finish>
-    bool TransformShort(std::int64_t other, std::int64_t x, Count count, const Finish& finish) {
+    [[nodiscard]] static std::int16_t Value(T value, std::int16_t tooFar) {
+        return static_cast<std::int16_t>(std::min(value, static_cast<T>(tooFar)));
+    }
+    [[nodiscard]] static double Value(T value, double tooFar) {
+        return value == c_noSeed<T> ? tooFar : static_cast<double>(value);
+    }
+
+    [[nodiscard]] static T Result(std::int16_t result) { return static_cast<T>(result); }
+    [[nodiscard]] static T Result(double result) { return StoredDistance<T>(result); }
+
+    template <class Number, class Count, class Finish>
+    bool TransformShort(CShortLines<Number>& shortLines, std::int64_t other, std::int64_t x, Count count,
+                        const Finish& finish) const {
+        const Number tooFar = shortLines.TooFar();
         for (std::int64_t place = 0; place < m_length; ++place) {
             const T* const row = Row(other, place) + x;
-            std::int16_t* const values = m_shortLines.Values(place);
+            Number* const values = shortLines.Values(place);
             for (std::int64_t lane = 0; lane < count; ++lane)
-                values[lane] = static_cast<std::int16_t>(std::min<T>(row[lane], c_farSquare));
-            std::fill(values + count, values + c_lanes, std::int16_t{0});
+                values[lane] = Value(row[lane], tooFar);
+            std::fill(values + count, values + c_lanes, Number{0});
         }
-        if (!m_shortLines.Minimize())
+        if (!shortLines.Minimize())
             return false;
         for (std::int64_t place = 0; place < m_length; ++place) {
             T* const row = Row(other, place) + x;
-            const std::int16_t* const results = m_shortLines.Results(place);
+            const Number* const results = shortLines.Results(place);
             for (std::int64_t lane = 0; lane < count; ++lane)
-                row[lane] = static_cast<T>(results[lane]);
+                row[lane] = Result(results[lane]);
             finish(row, count);
         }
         return true;
@@ -233,8 +256,8 @@ private:
     int m_axis;
     std::int64_t m_length;
     double m_weight;
-    bool m_isWhole;
-    CShortLines m_shortLines;
+    std::optional<CShortLines<std::int16_t>> m_shortIntegers;
+    std::optional<CShortLines<double>> m_shortDoubles;
     CLowerEnvelope m_envelope;
     std::vector<T> m_lines; ///< row by row, as in the map
 };

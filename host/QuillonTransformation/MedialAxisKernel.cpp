@@ -40,6 +40,10 @@ struct StTask {
 /// A vector w to a nearest background pixel, as its sorted image and the way there: component k of the sorted
 /// image of -w is found along axis `axes[k]`, with the sign `signs[k]`.
 struct StDirection {
+    std::array<std::int16_t, 3> lengths{};
+    std::array<std::size_t, 3> axes{0, 1, 2};
+    std::array<std::int32_t, 3> signs{1, 1, 1};
+
     StDirection() = default;
     StDirection(std::int32_t x, std::int32_t y, std::int32_t z) {
         const std::array<std::int32_t, 3> w{x, y, z};
@@ -80,11 +84,6 @@ private:
             return ForEachSign<k + 1>(v, spare - loss, image, body);
         }
     }
-
-public:
-    std::array<std::int16_t, 3> lengths{};
-    std::array<std::size_t, 3> axes{0, 1, 2};
-    std::array<std::int32_t, 3> signs{1, 1, 1};
 };
 
 class CPlaneWorker {

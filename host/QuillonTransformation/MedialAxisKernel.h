@@ -28,8 +28,8 @@ namespace ORVEN {
 /// is 0.
 ///
 /// Time: linear in the number of pixels; a pixel on the axis takes a step for each vector of the list whose
-/// ball fits the image (31 for balls of radius 16, 314 for 64). Memory: a table that depends on the greatest
-/// distance alone, below 0.1 MB for balls of radius 24 and 42 MB at 128.
+/// ball fits the image (31 for balls of radius 20, 314 for 64). Memory: a table that depends on the greatest
+/// distance alone, 0.2 MB for balls of radius 32 and 42 MB for 128.
 ///
 /// E. Remy, E. Thiel, Look-up tables for medial axis on squared Euclidean distance transform, 2003, and Exact
 /// medial axis with Euclidean distance, 2005.

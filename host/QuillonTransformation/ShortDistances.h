@@ -5,20 +5,24 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <type_traits>
 #include <vector>
 
-/// Squared distances below 127 pixels, in narrow integers and many lines at once. Everything is inline: it is
+/// Distances below 127 pixels, many at once. Everything is inline: it is
 /// compiled for the vectors of the processor that it runs on, see `SeparablePasses.h`.
 namespace ORVEN {
 
 /// Distances from here on are not told from one another: "so far or farther".
 inline constexpr int c_farDistance = 127;
-inline constexpr std::int16_t c_farSquare = c_farDistance * c_farDistance;
 
-/// Rows of narrow integers begin with one, so that wide vectors do not straddle two.
-template <class T>
-struct alignas(64) StCacheLine {
-    T items[64 / sizeof(T)];
+/// Neighbouring lines that are worked on at once.
+inline constexpr std::int64_t c_shortLanes = 32;
+
+/// A place of each of these lines. Rows begin with a cache line, so that wide vectors do not straddle two.
+template <class Number>
+struct alignas(64) StLanes {
+    Number items[c_shortLanes];
 };
 
 /// Distances along a row to the nearest seed of the row.
@@ -50,15 +54,19 @@ public:
     [[nodiscard]] const unsigned char* Distances() const { return m_now[1].items; }
 
 private:
+    struct alignas(64) StCacheLine {
+        unsigned char items[64];
+    };
+
     /// The places, with a cache line before and one or more after them.
-    using Row = std::vector<StCacheLine<unsigned char>>;
+    using Row = std::vector<StCacheLine>;
 
     /// The longest step, which must not lead out of the row.
-    static constexpr std::int64_t c_margin = sizeof(Row::value_type);
+    static constexpr std::int64_t c_margin = sizeof(StCacheLine);
 
     static Row Empty(std::int64_t length, bool outsideIsSeed) {
         Row row(static_cast<std::size_t>(length / c_margin + 3));
-        for (auto& line : row)
+        for (StCacheLine& line : row)
             std::fill_n(line.items, c_margin, static_cast<unsigned char>(c_farDistance));
         if (outsideIsSeed) {
             Places(row)[-1] = 0;
@@ -89,97 +97,118 @@ private:
     Row m_next;
 };
 
-/// Squared distances along one axis, for `c_lanes` neighbouring lines at once.
+/// Squared distances along one axis, for `c_shortLanes` neighbouring lines at once, as 16-bit integers in
+/// pixels or as doubles in any unit.
 ///
-/// Each place takes the least of what the places k away have, plus k^2, for one k after the other. As soon as
-/// k^2 is no less than all values of a block, none of them can become less: the work goes with the distances
-/// that there are.
+/// Each place takes the least of what the places k away have, plus the square of that way, for one k after
+/// the other. As soon as the square is no less than all values of a block, none of them can become less: the
+/// work goes with the distances that there are.
+template <class Number>
 class CShortLines {
 public:
-    static constexpr std::int64_t c_lanes = sizeof(StCacheLine<std::int16_t>) / sizeof(std::int16_t);
-
-    /// With `outsideIsSeed` there are seeds just beyond both ends.
-    CShortLines(std::int64_t length, bool outsideIsSeed)
+    /// With `outsideIsSeed` there are seeds just beyond both ends. The weight is the square of the pixel
+    /// length, 1 for integers.
+    CShortLines(std::int64_t length, bool outsideIsSeed, Number weight)
         : m_length(length)
         , m_reach(std::min<std::int64_t>(length, c_farDistance - 1))
+        , m_weight(weight)
         , m_values(static_cast<std::size_t>(length + 2 * Margin()))
         , m_results(static_cast<std::size_t>(length)) {
-        for (Lanes& place : m_values)
-            std::fill_n(place.items, c_lanes, c_farSquare);
+        for (auto& place : m_values)
+            std::fill_n(place.items, c_shortLanes, TooFar());
         if (outsideIsSeed) {
-            std::fill_n(Values(-1), c_lanes, std::int16_t{0});
-            std::fill_n(Values(length), c_lanes, std::int16_t{0});
+            std::fill_n(Values(-1), c_shortLanes, Number{0});
+            std::fill_n(Values(length), c_shortLanes, Number{0});
         }
     }
 
-    /// The values at a place of all lines, 0 to `c_farSquare`, to be filled in.
-    [[nodiscard]] std::int16_t* Values(std::int64_t place) {
+    /// Stands for all values that are not below.
+    [[nodiscard]] Number TooFar() const {
+        if constexpr (std::is_integral_v<Number>)
+            return c_farDistance * c_farDistance + 1;
+        else
+            return std::numeric_limits<Number>::infinity();
+    }
+
+    /// The values at a place of all lines, to be filled in.
+    [[nodiscard]] Number* Values(std::int64_t place) {
         return m_values[static_cast<std::size_t>(Margin() + place)].items;
     }
 
-    /// Fills in the results and returns whether all of them are below `c_farSquare`. If not it stops early.
+    /// Fills in the results and returns whether none is farther than `c_farDistance` pixels. Otherwise it
+    /// stops early.
     bool Minimize() {
         for (std::int64_t place = 0; place < m_length; place += c_blockLength) {
-            if (MinimizeBlock(place, std::min(c_blockLength, m_length - place)) >= c_farSquare)
+            if (!MinimizeBlock(place, std::min(c_blockLength, m_length - place)))
                 return false;
         }
         return true;
     }
 
-    [[nodiscard]] const std::int16_t* Results(std::int64_t place) const {
+    [[nodiscard]] const Number* Results(std::int64_t place) const {
         return m_results[static_cast<std::size_t>(place)].items;
     }
 
 private:
-    using Lanes = StCacheLine<std::int16_t>;
+    /// As wide as the numbers, so that a comparison stays in its place in a vector.
+    using Mask = std::conditional_t<std::is_integral_v<Number>, Number, std::int64_t>;
 
     static constexpr std::int64_t c_blockLength = 8;
 
     /// Places beyond the ends that are looked at: steps go by two and may take one too many.
     [[nodiscard]] std::int64_t Margin() const { return m_reach + 1; }
 
-    /// Returns the greatest result.
-    std::int16_t MinimizeBlock(std::int64_t place, std::int64_t count) {
-        const std::int16_t* const values = Values(place);
-        std::int16_t* const results = m_results[static_cast<std::size_t>(place)].items;
-        const std::int64_t size = count * c_lanes;
-        std::int16_t greatest = 0;
-        for (std::int64_t i = 0; i < size; ++i)
-            greatest = std::max(greatest, values[i]);
-        if (greatest <= 1) {
-            std::copy_n(values, size, results);
-            return greatest;
-        }
-        greatest = LookAside(values, values, results, size, 1);
-        for (std::int64_t k = 3; k <= m_reach && k * k < greatest; k += 2)
-            greatest = LookAside(values, results, results, size, k);
-        return greatest;
+    [[nodiscard]] Number Square(std::int64_t distance) const {
+        return static_cast<Number>(m_weight * static_cast<Number>(distance * distance));
     }
 
-    /// Takes what is k and k + 1 places away into account. Returns the greatest result.
-    static std::int16_t LookAside(const std::int16_t* values, const std::int16_t* soFar,
-                                  std::int16_t* results, std::int64_t size, std::int64_t k) {
-        const std::int64_t near = k * c_lanes;
-        const std::int64_t far = near + c_lanes;
-        const auto nearSquare = static_cast<std::int16_t>(k * k);
-        const auto farSquare = static_cast<std::int16_t>((k + 1) * (k + 1));
-        std::int16_t greatest = 0;
+    bool MinimizeBlock(std::int64_t place, std::int64_t count) {
+        const Number* const values = Values(place);
+        Number* const results = m_results[static_cast<std::size_t>(place)].items;
+        const std::int64_t size = count * c_shortLanes;
+        if (!IsAnyAbove(values, size, m_weight)) {
+            std::copy_n(values, size, results);
+            return true;
+        }
+        bool canBeLess = LookAside(values, values, results, size, 1);
+        for (std::int64_t k = 3; canBeLess && k <= m_reach; k += 2)
+            canBeLess = LookAside(values, results, results, size, k);
+        return !canBeLess || !IsAnyAbove(results, size, Square(c_farDistance));
+    }
+
+    static bool IsAnyAbove(const Number* values, std::int64_t size, Number limit) {
+        Mask isAbove = 0;
+        for (std::int64_t i = 0; i < size; ++i)
+            isAbove |= values[i] > limit ? -1 : 0;
+        return isAbove != 0;
+    }
+
+    /// Takes what is k and k + 1 places away into account. Returns whether any result is more than what
+    /// k + 2 places add.
+    bool LookAside(const Number* values, const Number* soFar, Number* results, std::int64_t size,
+                   std::int64_t k) const {
+        const std::int64_t near = k * c_shortLanes;
+        const std::int64_t far = near + c_shortLanes;
+        const Number nearSquare = Square(k);
+        const Number farSquare = Square(k + 1);
+        const Number nextSquare = Square(k + 2);
+        Mask isAbove = 0;
 #pragma GCC ivdep // the results may be what there was so far, at the same place
         for (std::int64_t i = 0; i < size; ++i) {
             const auto nearest =
-                static_cast<std::int16_t>(std::min(values[i - near], values[i + near]) + nearSquare);
-            const auto next =
-                static_cast<std::int16_t>(std::min(values[i - far], values[i + far]) + farSquare);
+                static_cast<Number>(std::min(values[i - near], values[i + near]) + nearSquare);
+            const auto next = static_cast<Number>(std::min(values[i - far], values[i + far]) + farSquare);
             results[i] = std::min(soFar[i], std::min(nearest, next));
-            greatest = std::max(greatest, results[i]);
+            isAbove |= results[i] > nextSquare ? -1 : 0;
         }
-        return greatest;
+        return isAbove != 0;
     }
 
     std::int64_t m_length;
     std::int64_t m_reach;
-    std::vector<Lanes> m_values;
-    std::vector<Lanes> m_results;
+    Number m_weight;
+    std::vector<StLanes<Number>> m_values;
+    std::vector<StLanes<Number>> m_results;
 };
 
 } // namespace ORVEN

@@ -436,6 +436,19 @@ TEST(RealImages, LocalFiberDirectionsDialogIsAnsweredByTheNamesOfItsInputs) {
     EXPECT_EQ(report["stderr"], "");
 }
 
+TEST(RealImages, LocalFiberDirectionsTakesTheReportOfItsDialog) {
+    const test::CTestFolder folder;
+    const std::string scan = DataFile("cement_pores_128.nrrd");
+    const test::StEnd asked = test::Quillon({"run", "LocalFiberDirectionsDialog", scan, "--answer",
+                                             "radius_edit=3", "--answer", "advanced_box=true", "--answer",
+                                             "output_box=true", "--report", folder / "asked.json"});
+    ASSERT_EQ(asked.status, 0) << asked.err;
+    const test::StEnd measured = test::Quillon({"run", "LocalFiberDirections", scan, "--parameters",
+                                                folder / "asked.json", "-o", folder / "theta.nrrd"});
+    ASSERT_EQ(measured.status, 0) << measured.err;
+    EXPECT_EQ(app::ReadImage(folder / "theta.nrrd")->Size(), CSize(128, 128, 128));
+}
+
 TEST(RealImages, LocalFiberDirectionsDialogChangesNothingWhenItIsCancelled) {
     const nlohmann::json report =
         RunFiberDirectionsDialog({"-p", "fiber_radius:double=2", "--cancel-dialogs"});

@@ -158,7 +158,6 @@ TEST_F(PartialDerivativePlugin, ANegativeOrderRaises) {
 }
 
 // --- spacing
-// --------------------------------------------------------------------------------------------------------
 
 TEST_F(PartialDerivativePlugin, AnImageWithoutSpacingCountsAsIsotropic) {
     test::CPackHost volume(RandomFloats(g_volume));
@@ -198,7 +197,6 @@ TEST_F(PartialDerivativePlugin, OtherSpacingsIn2dRaiseTheTextOf2dAndZPlaysNoPart
 }
 
 // --- what GetData takes although TestParameters does not
-// ------------------------------------------------------------
 
 TEST_F(PartialDerivativePlugin, AnImageOf8BitsIsRefusedByTestParametersAndDerivedByGetData) {
     test::CPackHost host(test::ImageOf<unsigned char>(IMAGE_GREY_8, CSize(3, 2), {0, 10, 20, 90, 60, 0}));
@@ -225,7 +223,6 @@ TEST_F(PartialDerivativePlugin, ATypeThatCannotBeCopiedRaisesInTheNameOfCopy) {
 }
 
 // --- the result
-// -----------------------------------------------------------------------------------------------------
 
 TEST_F(PartialDerivativePlugin, TheLeastAndGreatestValueAreOnRecord) {
     test::CPackHost host(RandomFloats(g_volume));

@@ -15,14 +15,14 @@
 namespace {
 
 /// The names that this build of the pack serves.
-constexpr std::array g_served{"LocalFiberDirections", "LocalFiberDirectionsDialog", "LocalFiberDirectionsExport", "PointwiseRelation", "FieldFeaturesGrayValueImage", "GaussFilter", "PartialDerivative", "SegmNiblack", "SegmSauvola", "Watershed", "LocalEulerNumber",
+constexpr std::array g_served{"LocalFiberDirections", "LocalFiberDirectionsDialog", "LocalFiberDirectionsExport", "FeatureToImage", "PointwiseRelation", "FieldFeaturesGrayValueImage", "GaussFilter", "PartialDerivative", "SegmNiblack", "SegmSauvola", "Watershed", "LocalEulerNumber",
                               "MarkSimplePoints", "Skeleton", "EuclideanSkeleton", "ExactMedialAxis", "ExactBisector",
                               "CylinderMask", "LinearDt", "SphericalMorphology", "VoronoiEdtPlugin"};
 
 /// The names that are known and wait for their plug-in.
 constexpr std::array g_awaited{
     "Granulometry",
-    "FeatureToImage",     "ConvexifyObjects",           "GranulometryExport", };
+    "ConvexifyObjects",           "GranulometryExport", };
 
 struct StNamed {
     std::string_view factoryName;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <sorblib2core/CValueMap.h>
-#include <sorblib2core/CValueVector.h>
+#include "sorblib2core/CValueMap.h"
+#include "sorblib2core/CValueVector.h"
 
 #include <string>
 
