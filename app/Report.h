@@ -16,6 +16,8 @@ struct StRunRecord {
     StPluginOutcome outcome;
     std::vector<std::string> files; ///< where each document was written; empty for one that was not
     std::string measuredFile; ///< where the input was written with its new attributes; empty if it was not
+    bool hasMeasured = false; ///< whether the input has other attributes than before
+    std::string pickedFile;   ///< what a file dialog was answered with
     std::vector<StMessageBox> boxes;
     std::string standardOutput; ///< of the pack
     std::string standardError;

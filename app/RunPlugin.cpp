@@ -78,6 +78,8 @@ StRunRecord Execute(const StRunOptions& options, const CPackLibrary& pack, StRun
         record.boxes = dialogs->Boxes();
         record.unusedAnswers = dialogs->UnusedAnswers();
         record.isFileUnused = options.file && !dialogs->HasSeenFileDialog();
+        if (options.file && dialogs->HasSeenFileDialog())
+            record.pickedFile = *options.file;
         if (!dialogs->Problem().empty())
             record.dialogProblem = dialogs->Problem();
     }
@@ -158,9 +160,9 @@ void RunPlugin(const StRunOptions& options) {
     const bool hasResults = HasResults(record, options);
     if (hasResults) {
         KeepFirstError(end, [&] { WriteDocuments(options.outputs, record); });
-        const bool isMeasurement =
-            record.outcome.documents.empty() &&
-            (entry == nullptr || entry->documentsOut == 0 || !image.Attributes().Equal(attributesBefore));
+        record.hasMeasured = !image.Attributes().Equal(attributesBefore);
+        const bool isMeasurement = record.outcome.documents.empty() &&
+                                   (entry == nullptr || entry->documentsOut == 0 || record.hasMeasured);
         if (isMeasurement && !options.outputs.empty()) {
             KeepFirstError(end, [&] {
                 WriteImage(image, options.outputs.front());

@@ -72,10 +72,16 @@ std::string BoxLines(const StMessageBox& box) {
 
 std::string Closing(const StRunRecord& record, std::span<const std::string> outputs) {
     const std::size_t documents = record.outcome.documents.size();
-    if (outputs.empty())
-        return documents > 0
-                   ? "Nothing was written: give -o FILE to keep the result.\n"
-                   : "Nothing was written: give -o FILE to keep the image with what was measured.\n";
+    if (outputs.empty()) {
+        if (documents > 0)
+            return "Nothing was written: give -o FILE to keep the result.\n";
+        if (record.hasMeasured)
+            return "Nothing was written: give -o FILE to keep the image with what was measured.\n";
+        // What a plug-in has shown in a box, or put into a file itself, is all there is to keep.
+        return record.boxes.empty() && record.pickedFile.empty()
+                   ? "Nothing was written: give --report FILE to keep the parameters as they are now.\n"
+                   : "";
+    }
     const std::size_t filled = !record.measuredFile.empty() ? 1 : documents;
     std::string lines;
     for (std::size_t i = filled; i < outputs.size(); ++i)
@@ -97,6 +103,8 @@ std::string RunSummary(const StRunRecord& record, std::span<const std::string> o
         text += DocumentLine(*outcome.documents[i], record.files[i]);
     if (!record.measuredFile.empty())
         text += "  the image with its new attributes, written to " + record.measuredFile + "\n";
+    if (!record.pickedFile.empty())
+        text += "  " + record.pickedFile + " was picked in a file dialog\n";
     for (const StMessageBox& box : record.boxes)
         text += BoxLines(box);
     if (record.isFileUnused)

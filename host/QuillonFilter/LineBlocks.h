@@ -1,8 +1,7 @@
 #pragma once
 
-#include "QuillonFilter/VectorDispatch.h"
-
 #include <QuillonBase/Parallel.h>
+#include <QuillonBase/VectorDispatch.h>
 #include <sorblib2image/ImageView.h>
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "QuillonSegmentation/CFastLocalThresholding.h"
 
 #include <QuillonBase/Parallel.h>
+#include <QuillonBase/VectorDispatch.h>
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
 
@@ -535,40 +536,12 @@ void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t 
     }
 }
 
-#ifdef __x86_64__
-// The same code for wider vectors. Nothing in it allows the compiler to change the order of operations, and
-// contraction is off, so that the results are the same.
-template <class T, class Thresholds>
-[[gnu::target("avx2"), gnu::flatten]] void ThresholdChunkAvx2(const StTask<T>& task, Thresholds& thresholds,
-                                                              std::int64_t chunk) {
-    ThresholdChunk(task, thresholds, chunk);
-}
-
-template <class T, class Thresholds>
-[[gnu::target("avx512f,avx512bw,avx512dq,avx512vl"), gnu::flatten]] void
-ThresholdChunkAvx512(const StTask<T>& task, Thresholds& thresholds, std::int64_t chunk) {
-    ThresholdChunk(task, thresholds, chunk);
-}
-#endif
-
-template <class T, class Thresholds>
-void ThresholdChunkOnThisProcessor(const StTask<T>& task, Thresholds& thresholds, std::int64_t chunk) {
-#ifdef __x86_64__
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
-        return ThresholdChunkAvx512(task, thresholds, chunk);
-    if (__builtin_cpu_supports("avx2"))
-        return ThresholdChunkAvx2(task, thresholds, chunk);
-#endif
-    ThresholdChunk(task, thresholds, chunk);
-}
-
 template <class Thresholds, class T>
 void ThresholdImage(const StTask<T>& task) {
     ParallelFor(task.ChunkCount(), task.progress, [&task] {
         const auto thresholds = std::make_shared<Thresholds>(task);
         return [&task, thresholds](std::int64_t chunk) {
-            ThresholdChunkOnThisProcessor(task, *thresholds, chunk);
+            Impl::RunFor(Impl::BestVectors(), [&] { ThresholdChunk(task, *thresholds, chunk); });
         };
     });
 }

@@ -228,3 +228,21 @@ TEST_F(PluginCall, IsSummarisedInPlainWords) {
               "  result 'a', grey16, 4 x 3 x 2, written to a.nrrd\n"
               "Nothing was written to b.nrrd: the plug-in delivered one result.\n");
 }
+
+TEST_F(PluginCall, ItsSummaryTellsHowToKeepWhatThereIs) {
+    StRunRecord record;
+    record.plugin = "Noting";
+    record.image = "four.png";
+    const std::string first = "Noting on four.png: done in 0 ms\n";
+    EXPECT_EQ(RunSummary(record, {}),
+              first + "Nothing was written: give --report FILE to keep the parameters as they are now.\n");
+    record.hasMeasured = true;
+    EXPECT_EQ(RunSummary(record, {}),
+              first + "Nothing was written: give -o FILE to keep the image with what was measured.\n");
+    record.hasMeasured = false;
+    record.pickedFile = "table.csv";
+    EXPECT_EQ(RunSummary(record, {}), first + "  table.csv was picked in a file dialog\n");
+    record.pickedFile.clear();
+    record.boxes = {{"information", "Result", "text"}};
+    EXPECT_EQ(RunSummary(record, {}), first + "  Result: text\n");
+}

@@ -14,7 +14,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -436,6 +438,47 @@ TEST(RealImages, LocalFiberDirectionsDialogIsAnsweredByTheNamesOfItsInputs) {
     EXPECT_EQ(report["stderr"], "");
 }
 
+/// A number of the field among the fibre directions that an image carries.
+double FieldNumber(const CImage& image, const std::string& key) {
+    const CValue* const number =
+        image.Attributes().Entry("features/FiberDirections/FieldFiberDirections/" + key, true);
+    return number->Double();
+}
+
+TEST(RealImages, LocalFiberDirectionsMeasuresTheFibresOfAScan) {
+    const StRun run = RunOnFile("LocalFiberDirections", "fibres_polymer_crop.nrrd",
+                                {"fiber_radius=2.5", "use_subfields=true", "subfield_x=30", "subfield_y=30",
+                                 "subfield_z=30"});
+    EXPECT_TRUE(run.report["documents"].empty());
+    EXPECT_EQ(run.report["views"][0]["type"], "ImageAttributesView");
+    const auto scan = app::ReadImage(DataFile("fibres_polymer_crop.nrrd"));
+    EXPECT_EQ(test::PixelsOf<unsigned char>(*run.image), test::PixelsOf<unsigned char>(*scan));
+    // As one sees it: most of them run along y, hardly one along z.
+    EXPECT_GT(FieldNumber(*run.image, "Main direction/y"), 0.98);
+    EXPECT_GT(FieldNumber(*run.image, "Orientation tensor/yy"), 0.6);
+    EXPECT_LT(FieldNumber(*run.image, "Orientation tensor/zz"), 0.15);
+    EXPECT_NEAR(FieldNumber(*run.image, "Volume fraction"), 0.073, 0.01);
+    EXPECT_GT(FieldNumber(*run.image, "Evaluated pixels"), 10000.0);
+    const CValue* const subfields =
+        run.image->Attributes().Entry("features/FiberDirections/SubfieldFiberDirections", true);
+    EXPECT_EQ(subfields->Map()->Size(), 9U + 2U);
+}
+
+TEST(RealImages, LocalFiberDirectionsMapsTheDirectionOfEachPixel) {
+    const StRun run = RunOnFile("LocalFiberDirections", "fibres_polymer_crop.nrrd",
+                                {"fiber_radius=2.5", "advanced/output_directions=true",
+                                 "advanced/otsu_factor=1.0", "advanced/use_otsu=true"});
+    ASSERT_EQ(run.report["documents"].size(), 2U);
+    EXPECT_EQ(run.report["documents"][0]["label"], "fibres_polymer_crop.nrrd - Theta");
+    EXPECT_EQ(run.report["documents"][1]["label"], "fibres_polymer_crop.nrrd - Phi");
+    EXPECT_EQ(run.image->Type(), IMAGE_GREY_F);
+    EXPECT_EQ(HistoryOf(*run.image),
+              std::vector<std::string>{"FiberDirections(radius=2.5,otsu=1,angle=theta)"});
+    const auto angles = test::PixelsOf<float>(*run.image);
+    const auto known = std::count_if(angles.begin(), angles.end(), [](float angle) { return angle >= 0.0F; });
+    EXPECT_EQ(static_cast<double>(known), FieldNumber(*run.image, "Evaluated pixels"));
+}
+
 TEST(RealImages, LocalFiberDirectionsTakesTheReportOfItsDialog) {
     const test::CTestFolder folder;
     const std::string scan = DataFile("cement_pores_128.nrrd");
@@ -583,6 +626,69 @@ TEST(RealImages, ExactBisectorIsLargerOnTheAxisOfBoneThanElsewhere) {
     }
     // Bars of a few pixels are hardly farther from their walls elsewhere.
     EXPECT_GT(onAxis / static_cast<double>(axisCount), elsewhere / static_cast<double>(otherCount) + 0.4);
+}
+
+TEST(RealImages, FieldFeaturesBecomeAnImageToLookThemUpIn) {
+    const test::CTestFolder folder;
+    const std::string measured = folder / "measured.nrrd";
+    const StRun measurement =
+        RunOnPath("FieldFeaturesGrayValueImage", DataFile("cement_pores_128.nrrd"), measured, {});
+    const CValue* features =
+        measurement.image->Attributes().Entry("features/FieldFeaturesOverGrayvalue", true);
+    ASSERT_NE(features, nullptr);
+    EXPECT_EQ(features->Map()->Size(), 256U);
+    EXPECT_EQ(measurement.report["views"][0]["type"], "ImageAttributesView");
+
+    const StRun run = RunOnPath("FeatureToImage", measured, folder / "out.nrrd", {});
+    EXPECT_EQ(run.image->Size(), CSize(256, 8));
+    EXPECT_EQ(HistoryOf(*run.image),
+              std::vector<std::string>{"features2image(\"FieldFeaturesOverGrayvalue\")"});
+    // The last row is the share of the volume that is brighter. The values of the scan are 16 to 148.
+    const CImageView<const float> rows(*run.image);
+    const float* const brighter = rows.Row(7, 0);
+    EXPECT_EQ(brighter[15], 1.0F);
+    EXPECT_EQ(brighter[148], 0.0F);
+    EXPECT_TRUE(std::is_sorted(brighter, brighter + 256, std::greater<float>()));
+    EXPECT_GT(brighter[60], 0.5F);
+}
+
+TEST_F(CementSolid, PointwiseRelationTellsThatAnOpeningTakesAwayOnly) {
+    const std::string opened = m_folder / "opened.nrrd";
+    (void)RunOnPath("SphericalMorphology", Path(), opened, {"operation=opening", "radius=2"});
+    const test::StEnd end = test::Quillon({"run", "PointwiseRelation", opened, "-p", "Image2=" + Path()});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_NE(end.out.find(" - image a is pointwise lower/equal then image b\n"), std::string::npos)
+        << end.out;
+    EXPECT_NE(end.out.find(" - same image sizes (128,128,128)\n"), std::string::npos);
+    EXPECT_EQ(end.out.find("Nothing was written"), std::string::npos) << "there is nothing to write";
+}
+
+TEST(RealImages, LocalFiberDirectionsExportWritesATableThatLinesUp) {
+    const test::CTestFolder folder;
+    const std::string measured = folder / "measured.nrrd";
+    (void)RunOnPath(
+        "LocalFiberDirections", DataFile("fibres_polymer_crop.nrrd"), measured,
+        {"fiber_radius=3", "use_subfields=true", "subfield_x=30", "subfield_y=30", "subfield_z=30"});
+    const std::string table = folder / "directions.csv";
+    const test::StEnd end =
+        test::Quillon({"run", "LocalFiberDirectionsExport", measured, "-p", "export_subfields=true", "-p",
+                       "export_profiles=true", "--file", table});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_NE(end.out.find(table + " was picked in a file dialog\n"), std::string::npos) << end.out;
+
+    std::istringstream lines(test::ReadText(table));
+    std::string line;
+    ASSERT_TRUE(std::getline(lines, line));
+    EXPECT_EQ(line, "# Subfield size: 30, Subfield step: 30, Fiber radius: 3, Otsu factor: 1.25, Border: 3, "
+                    "Image size: (96,96,36)");
+    ASSERT_TRUE(std::getline(lines, line));
+    const auto columns = std::count(line.begin(), line.end(), ';');
+    EXPECT_EQ(line.rfind("\"ID\";\"Anisotropy index\";", 0), 0U) << line;
+    int rowCount = 0;
+    for (; std::getline(lines, line); ++rowCount)
+        EXPECT_EQ(std::count(line.begin(), line.end(), ';'), columns) << line;
+    // The field, 3 x 3 x 1 subfields, and the slices at least 3 pixels away from the border.
+    EXPECT_EQ(rowCount, 1 + 9 + 90 + 90 + 30);
 }
 
 } // namespace

@@ -1,0 +1,225 @@
+#include "QuillonGranulometry/CGranulometry.h"
+
+#include "QuillonGranulometry/IsMaximalBall.h"
+#include "QuillonGranulometry/PaintBalls.h"
+#include "QuillonGranulometry/StBalls.h"
+
+#include <QuillonBase/Parallel.h>
+#include <QuillonTransformation/DistanceTransform.h>
+#include <QuillonTransformation/MedialAxisKernel.h>
+#include <sorblib2core/CExBadParam.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2image/CImage.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+
+namespace ORVEN {
+
+namespace {
+
+const char* const c_function = "CGranulometry::DoSphereGranulometryBinned";
+
+void RequireType(const IImage& image, const IImage::CType& type) {
+    if (!(image.Type() == type))
+        throw CException(
+            Impl::Here(c_function),
+            CString("Image type %1 not supported.", CString::ENC_UTF8).Arg(image.Type().ToString()));
+}
+
+void RequireImages(const IImage& input, const IImage& output) {
+    RequireType(input, IMAGE_BINARY_FG);
+    RequireType(output, IMAGE_GREY_F);
+    if (!(input.Size() == output.Size())) {
+        throw CExBadParam(Impl::Here(c_function), CString("Image sizes differ: %1 vs %2.", CString::ENC_UTF8)
+                                                      .Arg(input.Size().ToString())
+                                                      .Arg(output.Size().ToString()));
+    }
+    CheckDistanceExtents(c_function, input.Size());
+}
+
+/// The diameters of balls, as they are told.
+class CDiameters {
+public:
+    CDiameters(const IImage& image, double stepWidth)
+        : m_stepWidth(std::isfinite(stepWidth) && stepWidth > 0.0 ? stepWidth : 0.0) {
+        double x = 1.0;
+        double y = 1.0;
+        double z = 1.0;
+        CQuillonHeaderTools::GetSpacing(image, x, y, z);
+        m_spacing = std::isfinite(x) && x > 0.0 ? x : 1.0;
+    }
+
+    [[nodiscard]] float Of(std::int32_t squaredDistance) const {
+        const double diameter = 2.0 * std::sqrt(static_cast<double>(squaredDistance)) * m_spacing;
+        if (m_stepWidth == 0.0)
+            return static_cast<float>(diameter);
+        // A diameter of a whole number of steps is not to lose one by rounding.
+        constexpr double tolerance = 1e-9;
+        return static_cast<float>(std::floor(diameter / m_stepWidth + tolerance) * m_stepWidth);
+    }
+
+private:
+    double m_spacing;
+    double m_stepWidth;
+};
+
+std::int32_t GreatestDistance(const IImage& squaredDistances) {
+    const CImageView<const std::uint32_t> view(squaredDistances);
+    std::uint32_t greatest = 0;
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y) {
+            const std::uint32_t* const row = view.Row(y, z);
+            for (std::int64_t x = 0; x < view.nx; ++x)
+                greatest = std::max(greatest, row[x]);
+        }
+    }
+    constexpr std::uint32_t limit = 1U << 30;
+    if (greatest > limit) {
+        throw CExBadParam(Impl::Here(c_function),
+                          CString("Squared distances of an image of size %1 are too large.", CString::ENC_UTF8)
+                              .Arg(squaredDistances.Size().ToString()));
+    }
+    return static_cast<std::int32_t>(greatest);
+}
+
+/// Calls `body(y, z)` for all rows, several layers at once. False if cancelled.
+template <class T, class Body>
+bool ForEachRow(const CLayerView<T>& view, IProgress& progress, const char* phase, const Body& body) {
+    const std::int64_t thickness = view.LayersPerItem();
+    const std::int64_t itemCount = (view.nz + thickness - 1) / thickness;
+    progress.Start(static_cast<unsigned>(itemCount), phase);
+    const bool isDone = ParallelFor(itemCount, progress, [&] {
+        return [&](std::int64_t item) {
+            const std::int64_t endZ = std::min((item + 1) * thickness, view.nz);
+            for (std::int64_t z = item * thickness; z < endZ; ++z) {
+                for (std::int64_t y = 0; y < view.ny; ++y)
+                    body(y, z);
+            }
+        };
+    });
+    progress.Finish();
+    return isDone;
+}
+
+/// Replaces squared distances by diameters.
+bool WriteDiameters(const CLayerView<float>& output, const CDiameters& diameters, IProgress& progress) {
+    return ForEachRow(output, progress, "diameters", [&](std::int64_t y, std::int64_t z) {
+        float* const row = output.Row(y, z);
+        float pixel = PixelOf(0);
+        float diameter = 0.0F;
+        for (std::int64_t x = 0; x < output.nx; ++x) {
+            if (row[x] != pixel) {
+                pixel = row[x];
+                diameter = diameters.Of(SquaredDistanceOf(pixel));
+            }
+            row[x] = diameter;
+        }
+    });
+}
+
+/// Writes the squared distances of the pixels that `isKept(x, y, z)`, and counts them; writes 0 elsewhere.
+template <class IsKept>
+bool Keep(const CLayerView<const std::int32_t>& distances, const CLayerView<float>& output,
+          SquaredSizes& sizes, IProgress& progress, const IsKept& isKept) {
+    std::mutex guard;
+    return ForEachRow(output, progress, "maximal balls", [&](std::int64_t y, std::int64_t z) {
+        const std::int32_t* const distanceRow = distances.Row(y, z);
+        float* const row = output.Row(y, z);
+        SquaredSizes kept;
+        for (std::int64_t x = 0; x < output.nx; ++x) {
+            const std::int32_t distance = isKept(x, y, z) ? distanceRow[x] : 0;
+            row[x] = PixelOf(distance);
+            if (distance != 0)
+                ++kept[distance];
+        }
+        const std::lock_guard lock(guard);
+        for (const auto& [squaredDistance, count] : kept)
+            sizes[squaredDistance] += count;
+    });
+}
+
+void Clear(const CLayerView<float>& output) {
+    for (std::int64_t z = 0; z < output.nz; ++z) {
+        for (std::int64_t y = 0; y < output.ny; ++y)
+            std::fill_n(output.Row(y, z), output.nx, 0.0F);
+    }
+}
+
+/// One call.
+struct StMeasurement {
+    const IImage& input;
+    const CLayerView<float>& output;
+    bool isFiltered;
+    bool isOnForeground;
+    bool isLimitedByOutside;
+    IProgress& progress;
+
+    /// Writes squared distances, and counts them. False if cancelled.
+    [[nodiscard]] bool Measure(SquaredSizes& sizes) const {
+        CImage squaredDistances(IMAGE_GREY_32, input.Size(), CSize(0, 0, 0));
+        StDistanceTransform transform;
+        transform.seeds = isOnForeground ? EnSeeds::Zeros : EnSeeds::NonZeros;
+        transform.outsideIsSeed = isLimitedByOutside;
+        if (!TransformDistances(transform, input, squaredDistances, progress))
+            return false;
+        const std::int32_t greatest = GreatestDistance(squaredDistances);
+        if (greatest == 0) {
+            Clear(output);
+            return true;
+        }
+        const CLayerView<const std::int32_t> distances(squaredDistances);
+        if (isFiltered && isLimitedByOutside && input.Size().Dim() == 3) {
+            // Volumes of objects with background all around have a faster way to the same balls.
+            CImage medialAxis(IMAGE_BINARY_FG, input.Size(), CSize(0, 0, 0));
+            MarkMedialAxis(squaredDistances, medialAxis, 0, {}, progress);
+            const CLayerView<const unsigned char> marks(medialAxis);
+            return !progress.IsCancelled() &&
+                   Keep(distances, output, sizes, progress,
+                        [&marks](std::int64_t x, std::int64_t y, std::int64_t z) {
+                            return marks.Row(y, z)[x] != 0;
+                        });
+        }
+
+        StBalls balls{input.Size().Dim(), distances, greatest, CBitRows(output.nx, output.ny * output.nz)};
+        if (!FindCandidates(balls, progress))
+            return false;
+        if (!isFiltered)
+            return PaintBalls(balls, output, sizes, progress);
+        SquaredSizes openingSizes;
+        return PaintBalls(balls, output, openingSizes, progress) &&
+               Keep(distances, output, sizes, progress,
+                    [&](std::int64_t x, std::int64_t y, std::int64_t z) {
+                        return balls.candidates.Has(output.RowNumber(y, z), x) &&
+                               IsMaximalBall(balls, x, y, z, SquaredDistanceOf(output.Row(y, z)[x]));
+                    });
+    }
+};
+
+} // namespace
+
+CGranulometry::CGranulometry(const char* name, const IObject* parent)
+    : CAlgorithm(name, parent) {}
+
+void CGranulometry::DoSphereGranulometryBinned(const IImage& input, IImage& output,
+                                               std::map<float, std::uint64_t>& histogram, double stepWidth,
+                                               bool filtered, bool onForeground, int mode) {
+    RequireImages(input, output);
+    histogram.clear();
+    const CLayerView<float> pixels(output);
+    const bool isLimitedByOutside = (mode & 1) == 0;
+    const StMeasurement measurement{input, pixels, filtered, onForeground, isLimitedByOutside, Progress()};
+    const CDiameters diameters(input, stepWidth);
+    SquaredSizes sizes;
+    if (!measurement.Measure(sizes) || !WriteDiameters(pixels, diameters, Progress()))
+        return Clear(pixels);
+    for (const auto& [squaredDistance, count] : sizes) {
+        const float diameter = diameters.Of(squaredDistance);
+        if (diameter != 0.0F)
+            histogram[diameter] += count;
+    }
+}
+
+} // namespace ORVEN

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace ORVEN {
+
+/// The rows of an image in layers, which are what threads share out: the planes of a 3-d image, and the
+/// single rows of a flat one. A flat image is seen as one of a single row along y, so that the same code
+/// serves all dimensions.
+template <class T>
+class CLayerView {
+public:
+    template <class Image>
+    explicit CLayerView(Image& image)
+        : m_view(image)
+        , m_isFlat(image.Size().Dim() < 3)
+        , nx(m_view.nx)
+        , ny(m_isFlat ? 1 : m_view.ny)
+        , nz(m_isFlat ? m_view.ny : m_view.nz) {}
+
+    [[nodiscard]] T* Row(std::int64_t y, std::int64_t z) const {
+        return m_isFlat ? m_view.Row(z, 0) : m_view.Row(y, z);
+    }
+    /// The place of a row among all of them.
+    [[nodiscard]] std::int64_t RowNumber(std::int64_t y, std::int64_t z) const { return z * ny + y; }
+    [[nodiscard]] bool HasRow(std::int64_t y, std::int64_t z) const {
+        return y >= 0 && y < ny && z >= 0 && z < nz;
+    }
+    /// How many layers are worth the while of a thread.
+    [[nodiscard]] std::int64_t LayersPerItem() const {
+        constexpr std::int64_t pixels = 1 << 16;
+        return std::max<std::int64_t>(1, pixels / std::max<std::int64_t>(1, nx * ny));
+    }
+
+private:
+    CImageView<T> m_view;
+    bool m_isFlat;
+
+public:
+    std::int64_t nx;
+    std::int64_t ny;
+    std::int64_t nz;
+};
+
+} // namespace ORVEN

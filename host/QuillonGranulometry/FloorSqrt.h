@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+
+namespace ORVEN {
+
+/// The integer part of a square root, for numbers from 0 to 2^52, where that of a double is exact.
+inline std::int64_t FloorSqrt(std::int64_t number) {
+    return static_cast<std::int64_t>(std::sqrt(static_cast<double>(number)));
+}
+
+} // namespace ORVEN
