@@ -40,5 +40,6 @@ void AddRunCommand(CLI::App& program);
 void AddInfoCommand(CLI::App& program);
 void AddConvertCommand(CLI::App& program);
 void AddPreviewCommand(CLI::App& program);
+void AddPlotCommand(CLI::App& program);
 
 } // namespace app

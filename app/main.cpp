@@ -71,5 +71,6 @@ int main(int argumentCount, char** arguments) {
     AddInfoCommand(program);
     AddConvertCommand(program);
     AddPreviewCommand(program);
+    AddPlotCommand(program);
     return Run(program, argumentCount, arguments);
 }

@@ -2,6 +2,7 @@
 
 #include "FeatureMapToFeatureImage.h"
 #include "FieldFeaturesGrayValueImage.h"
+#include "ConvexifyObjects.h"
 #include "CylinderMask.h"
 #include "EuclideanSkeleton.h"
 #include "ExactBisector.h"
@@ -12,6 +13,8 @@
 #include "LinearDistanceTransformation.h"
 #include "MarkSimplePoints.h"
 #include "GaussFilter.h"
+#include "Granulometry.h"
+#include "GranulometryExport.h"
 #include "LocalFiberDirectionsExport.h"
 #include "PartialDerivative.h"
 #include "PointwiseRelation.h"
@@ -43,7 +46,7 @@ void* Create() {
 constexpr std::array<StFactoryRow, 24> g_rows{{
     {"SegmNiblack", Create<CSegmNiblackPlugin>},
     {"SegmSauvola", Create<CSegmSauvolaPlugin>},
-    {"Granulometry", nullptr},
+    {"Granulometry", Create<quillon::CGranulometryPlugin>},
     {"LocalFiberDirections", Create<CLocalFiberDirectionsPlugin>},
     {"LocalFiberDirectionsDialog", Create<quillon::CLocalFiberDirectionsDialogPlugin>},
     {"Skeleton", Create<quillon::CTopologicalSkeletonPlugin>},
@@ -59,10 +62,10 @@ constexpr std::array<StFactoryRow, 24> g_rows{{
     {"SphericalMorphology", Create<quillon::CSphericalMorphologyPlugin>},
     {"LinearDt", Create<CLinearDistanceTransformationPlugin>},
     {"FeatureToImage", Create<CFeatureMapToFeatureImagePlugin>},
-    {"ConvexifyObjects", nullptr},
+    {"ConvexifyObjects", Create<CConvexifyObjectsPlugin>},
     {"FieldFeaturesGrayValueImage", Create<quillon::CFieldFeaturesGrayValueImagePlugin>},
     {"Watershed", Create<quillon::CWatershedPlugin>},
-    {"GranulometryExport", nullptr},
+    {"GranulometryExport", Create<quillon::CGranulometryExportPlugin>},
     {"LocalFiberDirectionsExport", Create<quillon::CLocalFiberDirectionsExportPlugin>},
     {"CylinderMask", Create<CCylinderMaskPlugin>},
 }};

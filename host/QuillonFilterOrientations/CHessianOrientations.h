@@ -36,12 +36,12 @@ struct StDirectionRow {
 /// Only pixels at least the radius, rounded to pixels of x, away from all borders are visited.
 ///
 /// Time: 15 (2r + 1) multiplications and additions a pixel of rows that hold foreground, r = 4 sigma in
-/// pixels, and one eigenvector a foreground pixel. Memory: 3 (2r + 1) rows of doubles a thread and the
-/// coordinates of the foreground of a plane; nothing grows with the volume. Results are the same for any
-/// number of threads and on any processor.
+/// pixels, and one eigenvector a foreground pixel. Memory: 3 (2r + 1) rows of doubles a thread and what is
+/// known of the foreground of a row; nothing grows with the volume. Results are the same for any number of
+/// threads and on any processor.
 ///
-/// A. F. Frangi et al., Multiscale vessel enhancement filtering, 1998; which eigenvalues make a ridge is
-/// theirs, measured here on crowds of fibres where scales above radius / 2 mix neighbours up.
+/// A. F. Frangi et al., Multiscale vessel enhancement filtering, 1998: which eigenvalues make a ridge. The
+/// scale is chosen for crowds, where a wider Gaussian mixes fibres that touch.
 class CHessianOrientations : public CAlgorithm {
 public:
     CHessianOrientations(const char* name, const IObject* parent);

@@ -50,15 +50,15 @@ int DigitsOf(std::int64_t count, int least) {
 /// The entries of a part of the field.
 class CPartEntries {
 public:
-    CPartEntries(const StDirectionSum& field, std::size_t dimension)
+    CPartEntries(const StFiberFigures& field, std::size_t dimension)
         : m_dimension(dimension)
-        , m_fieldDirection(StFiberFigures(field, dimension).mainDirection) {}
+        , m_fieldDirection(field.mainDirection) {}
 
     [[nodiscard]] std::unique_ptr<CValueMap> Of(const StDirectionSum& sum, const StPixelBox& box) const {
-        auto map = MapOfRegion(sum, box, m_dimension);
-        const Direction direction = StFiberFigures(sum, m_dimension).mainDirection;
+        const StFiberFigures figures(sum, m_dimension);
+        auto map = MapOfRegion(figures, sum, box, m_dimension);
         map->SetEntry("Difference to global direction",
-                      new CValueDouble(AngleBetween(direction, m_fieldDirection)));
+                      new CValueDouble(AngleBetween(figures.mainDirection, m_fieldDirection)));
         return map;
     }
 
@@ -127,14 +127,14 @@ std::unique_ptr<CImage> MapWithoutDirections(const CSize& size) {
 
 void RecordMinMax(CImage& map) {
     const CImageView<const float> view(map);
-    float least = c_noAngle;
-    float greatest = c_noAngle;
+    float least = *view.Row(0, 0);
+    float greatest = least;
     for (std::int64_t z = 0; z < view.nz; ++z) {
         for (std::int64_t y = 0; y < view.ny; ++y) {
             const float* const row = view.Row(y, z);
             const auto [low, high] = std::minmax_element(row, row + view.nx);
-            least = z == 0 && y == 0 ? *low : std::min(least, *low);
-            greatest = z == 0 && y == 0 ? *high : std::max(greatest, *high);
+            least = std::min(least, *low);
+            greatest = std::max(greatest, *high);
         }
     }
     CQuillonHeaderTools::SetMetaInfo(map, CQuillonHeaderTools::c_sMetaMinMax.c_str(),
@@ -206,10 +206,12 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
         return nullptr;
     m_measurement = std::move(measurement);
 
-    const StDirectionSum field = sums.Field();
+    const StDirectionSum fieldSum = sums.Field();
+    const StFiberFigures field(fieldSum, scale.dimension);
     const CPartEntries entries(field, scale.dimension);
     auto result = std::make_unique<CValueMap>();
-    result->SetEntry(sFieldFiberDirectionsId, MapOfRegion(field, scale.area, scale.dimension).release());
+    result->SetEntry(sFieldFiberDirectionsId,
+                     MapOfRegion(field, fieldSum, scale.area, scale.dimension).release());
     if (hasSubfields) {
         auto subfields = MapOfSubfields(sums, scale.area, subfieldSize, entries);
         const double length = static_cast<double>(subfieldSize[0]) * scale.spacing[0];

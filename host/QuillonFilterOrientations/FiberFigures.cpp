@@ -45,9 +45,8 @@ StFiberFigures::StFiberFigures(const StDirectionSum& sum, std::size_t dimension)
     anisotropy = std::min(1.0, 1.0 - eigenvalues[dimension - 1] / eigenvalues[0]);
 }
 
-std::unique_ptr<CValueMap> MapOfRegion(const StDirectionSum& sum, const StPixelBox& box,
-                                       std::size_t dimension) {
-    const StFiberFigures figures(sum, dimension);
+std::unique_ptr<CValueMap> MapOfRegion(const StFiberFigures& figures, const StDirectionSum& sum,
+                                       const StPixelBox& box, std::size_t dimension) {
     auto map = std::make_unique<CValueMap>();
     SetDouble(*map, "Anisotropy index", figures.anisotropy);
     SetDouble(*map, "Evaluated pixels", static_cast<double>(sum.evaluatedCount));

@@ -23,8 +23,8 @@ struct StFiberFigures {
 
 /// The entries of a region: figures, box and counts. The same leaves in the same order for each region of an
 /// image, so that rows of a table line up.
-std::unique_ptr<CValueMap> MapOfRegion(const StDirectionSum& sum, const StPixelBox& box,
-                                       std::size_t dimension);
+std::unique_ptr<CValueMap> MapOfRegion(const StFiberFigures& figures, const StDirectionSum& sum,
+                                       const StPixelBox& box, std::size_t dimension);
 
 /// The angle between two axes in [0, pi / 2]; 0 if either is no direction.
 double AngleBetween(const Direction& a, const Direction& b);

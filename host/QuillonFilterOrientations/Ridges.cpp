@@ -172,14 +172,13 @@ template <class Numbers>
     const Numbers one = none + 1.0;
     const Numbers doubtful = none + c_doubtful;
     const Numbers curvature = middle * greatest;
-    Numbers state = largest < 0.0 ? one : none;
-    state = curvature < -c_leastCurvature ? state : none;
+    Numbers state = curvature < -c_leastCurvature ? one : none;
     state = squareLength > 0.0 ? state : doubtful;
     state = residual <= c_tolerance ? state : doubtful;
     state = Magnitude(middle) - Magnitude(least) >= c_tolerance ? state : doubtful;
     // Doubt is worth the solver only near a ridge: where grey values are flat, nothing is exact.
-    state = largest < c_tolerance ? state : none;
     state = curvature < -0.5 * c_leastCurvature ? state : none;
+    state = largest < 0.0 ? state : none;
     const auto isKnown = state == one;
     return {state,
             {isKnown ? direction.x : none, isKnown ? direction.y : none, isKnown ? direction.z : none}};

@@ -16,6 +16,9 @@ public:
 
     void Set(std::int64_t row, std::int64_t x) { Row(row)[x / c_bits] |= std::uint64_t{1} << x % c_bits; }
 
+    void Clear(std::int64_t row, std::int64_t x) {
+        Row(row)[x / c_bits] &= ~(std::uint64_t{1} << x % c_bits);
+    }
     [[nodiscard]] bool Has(std::int64_t row, std::int64_t x) const {
         return (m_words[static_cast<std::size_t>(row * m_wordsPerRow + x / c_bits)] >> x % c_bits & 1) != 0;
     }

@@ -78,9 +78,10 @@ std::int32_t GreatestDistance(const IImage& squaredDistances) {
     }
     constexpr std::uint32_t limit = 1U << 30;
     if (greatest > limit) {
-        throw CExBadParam(Impl::Here(c_function),
-                          CString("Squared distances of an image of size %1 are too large.", CString::ENC_UTF8)
-                              .Arg(squaredDistances.Size().ToString()));
+        throw CExBadParam(
+            Impl::Here(c_function),
+            CString("Squared distances of an image of size %1 are too large.", CString::ENC_UTF8)
+                .Arg(squaredDistances.Size().ToString()));
     }
     return static_cast<std::int32_t>(greatest);
 }
@@ -176,11 +177,10 @@ struct StMeasurement {
             CImage medialAxis(IMAGE_BINARY_FG, input.Size(), CSize(0, 0, 0));
             MarkMedialAxis(squaredDistances, medialAxis, 0, {}, progress);
             const CLayerView<const unsigned char> marks(medialAxis);
-            return !progress.IsCancelled() &&
-                   Keep(distances, output, sizes, progress,
-                        [&marks](std::int64_t x, std::int64_t y, std::int64_t z) {
-                            return marks.Row(y, z)[x] != 0;
-                        });
+            return !progress.IsCancelled() && Keep(distances, output, sizes, progress,
+                                                   [&marks](std::int64_t x, std::int64_t y, std::int64_t z) {
+                                                       return marks.Row(y, z)[x] != 0;
+                                                   });
         }
 
         StBalls balls{input.Size().Dim(), distances, greatest, CBitRows(output.nx, output.ny * output.nz)};
@@ -190,11 +190,10 @@ struct StMeasurement {
             return PaintBalls(balls, output, sizes, progress);
         SquaredSizes openingSizes;
         return PaintBalls(balls, output, openingSizes, progress) &&
-               Keep(distances, output, sizes, progress,
-                    [&](std::int64_t x, std::int64_t y, std::int64_t z) {
-                        return balls.candidates.Has(output.RowNumber(y, z), x) &&
-                               IsMaximalBall(balls, x, y, z, SquaredDistanceOf(output.Row(y, z)[x]));
-                    });
+               Keep(distances, output, sizes, progress, [&](std::int64_t x, std::int64_t y, std::int64_t z) {
+                   return balls.candidates.Has(output.RowNumber(y, z), x) &&
+                          IsMaximalBall(balls, x, y, z, SquaredDistanceOf(output.Row(y, z)[x]));
+               });
     }
 };
 

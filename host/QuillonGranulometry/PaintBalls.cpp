@@ -66,6 +66,7 @@ public:
         , m_firstZ(firstZ)
         , m_endZ(endZ)
         , m_unpainted(output.nx, (endZ - firstZ) * output.ny)
+        , m_openRows(output.ny, endZ - firstZ)
         , m_unpaintedCounts(static_cast<std::size_t>((endZ - firstZ) * output.ny), 0)
         , m_shape(output.ny - 1, output.nz - 1) {
         for (std::int64_t z = firstZ; z < endZ; ++z) {
@@ -106,6 +107,8 @@ private:
             }
         }
         std::fill_n(m_output.Row(y, z), m_output.nx, PixelOf(0));
+        if (count > 0)
+            m_openRows.Set(z - m_firstZ, y);
         m_unpaintedCounts[static_cast<std::size_t>(row)] = count;
         m_unpaintedCount += count;
     }
@@ -118,13 +121,12 @@ private:
             const std::int64_t gap = std::max({m_firstZ - z, z - (m_endZ - 1), std::int64_t{0}});
             for (std::int64_t y = 0; y < m_output.ny; ++y) {
                 const std::int32_t* const distances = m_balls.distances.Row(y, z);
-                m_balls.candidates.ForEach(
-                    m_output.RowNumber(y, z), 0, m_output.nx - 1, [&](std::int64_t x) {
-                        if (distances[x] > gap * gap) {
-                            balls.push_back({distances[x], static_cast<std::uint16_t>(x),
-                                             static_cast<std::uint16_t>(y), static_cast<std::uint16_t>(z)});
-                        }
-                    });
+                m_balls.candidates.ForEach(m_output.RowNumber(y, z), 0, m_output.nx - 1, [&](std::int64_t x) {
+                    if (distances[x] > gap * gap) {
+                        balls.push_back({distances[x], static_cast<std::uint16_t>(x),
+                                         static_cast<std::uint16_t>(y), static_cast<std::uint16_t>(z)});
+                    }
+                });
             }
         }
         return balls;
@@ -140,18 +142,19 @@ private:
             const std::span<const std::int32_t> widths = m_shape.WidthsAt(std::abs(z - ball.z));
             const std::int64_t reachY = static_cast<std::int64_t>(widths.size()) - 1;
             const std::int64_t lastY = std::min(ball.y + reachY, m_output.ny - 1);
-            for (std::int64_t y = std::max<std::int64_t>(ball.y - reachY, 0); y <= lastY; ++y) {
-                std::int64_t& unpainted = m_unpaintedCounts[static_cast<std::size_t>(RowInSlab(y, z))];
-                if (unpainted == 0)
-                    continue;
+            const std::int64_t firstY = std::max<std::int64_t>(ball.y - reachY, 0);
+            m_openRows.ForEach(z - m_firstZ, firstY, lastY, [&](std::int64_t y) {
                 const std::int64_t width = widths[static_cast<std::size_t>(std::abs(y - ball.y))];
                 float* const pixels = m_output.Row(y, z);
                 const std::int64_t count = m_unpainted.TakeAll(
                     RowInSlab(y, z), std::max<std::int64_t>(ball.x - width, 0),
                     std::min(ball.x + width, m_output.nx - 1), [&](std::int64_t x) { pixels[x] = pixel; });
-                unpainted -= count;
                 painted += count;
-            }
+                std::int64_t& unpainted = m_unpaintedCounts[static_cast<std::size_t>(RowInSlab(y, z))];
+                unpainted -= count;
+                if (unpainted == 0)
+                    m_openRows.Clear(z - m_firstZ, y);
+            });
         }
         m_unpaintedCount -= painted;
         return painted;
@@ -171,6 +174,7 @@ private:
     std::int64_t m_firstZ;
     std::int64_t m_endZ;
     CBitRows m_unpainted;
+    CBitRows m_openRows;                         ///< by layer: the rows with a pixel still to be painted
     std::vector<std::int64_t> m_unpaintedCounts; ///< by row
     std::int64_t m_unpaintedCount = 0;
     CBallShape m_shape;
@@ -180,8 +184,8 @@ private:
 
 bool PaintBalls(const StBalls& balls, const CLayerView<float>& output, SquaredSizes& sizes,
                 IProgress& progress) {
-    // A slab looks through the layers around it, as far as the largest ball reaches. Thinner ones would mostly
-    // do that.
+    // A slab looks through the layers around it, as far as the largest ball reaches. Thinner ones would
+    // mostly do that.
     constexpr std::int64_t leastThickness = 16;
     const std::int64_t thickness =
         std::max({leastThickness, output.LayersPerItem(), FloorSqrt(balls.greatestDistance)});

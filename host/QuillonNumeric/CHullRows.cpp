@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
-#include <optional>
 
 namespace ORVEN {
 
@@ -67,32 +66,34 @@ void WriteEnds(CHullRows::StRun* runs, std::int64_t count, std::int32_t CHullRow
 /// on with z.
 class CTriangleSide {
 public:
-    /// `firstZ` is the line to start with. Sides along y bound none of the lines of the triangle.
+    /// `firstZ` is the line to start with.
     CTriangleSide(const StLatticePoint& from, const StLatticePoint& to, std::int64_t firstZ)
-        : m_isUpper(to.z > from.z) {
-        if (to.z == from.z)
-            return;
-        const std::int64_t sign = m_isUpper ? 1 : -1;
-        const std::int64_t divisor = sign * (to.z - from.z);
-        const std::int64_t step = sign * (to.y - from.y);
-        const std::int64_t numerator = from.y * divisor + (firstZ - from.z) * step;
-        m_bound.emplace(numerator + (m_isUpper ? 0 : ToCeiling(divisor)), step, divisor);
-    }
+        : m_isUpper(to.z >= from.z)
+        , m_bound(BoundFrom(from, to, firstZ)) {}
 
     /// Narrows the line, and goes on to the next.
     void Narrow(std::int64_t& first, std::int64_t& last) {
-        if (!m_bound)
-            return;
         if (m_isUpper)
-            last = std::min(last, m_bound->Value());
+            last = std::min(last, m_bound.Value());
         else
-            first = std::max(first, m_bound->Value());
-        m_bound->Advance();
+            first = std::max(first, m_bound.Value());
+        m_bound.Advance();
     }
 
 private:
+    static CFloorSteps BoundFrom(const StLatticePoint& from, const StLatticePoint& to, std::int64_t firstZ) {
+        if (to.z == from.z) // the other sides bound that line
+            return {std::numeric_limits<std::int64_t>::max(), 0, 1};
+        const bool isUpper = to.z > from.z;
+        const std::int64_t sign = isUpper ? 1 : -1;
+        const std::int64_t divisor = sign * (to.z - from.z);
+        const std::int64_t step = sign * (to.y - from.y);
+        const std::int64_t numerator = from.y * divisor + (firstZ - from.z) * step;
+        return {numerator + (isUpper ? 0 : ToCeiling(divisor)), step, divisor};
+    }
+
     bool m_isUpper;
-    std::optional<CFloorSteps> m_bound;
+    CFloorSteps m_bound;
 };
 
 } // namespace

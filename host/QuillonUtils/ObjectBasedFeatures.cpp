@@ -106,12 +106,12 @@ std::vector<std::string> RowsOf(const StIndexedEntries& indexed, const std::stri
     return names.empty() ? std::vector(known.begin(), known.end()) : names;
 }
 
-CSize SizeOf(Index columns, std::size_t rows, const std::string& feature) {
+CSize SizeOf(Index greatestIndex, std::size_t rows, const std::string& feature) {
     constexpr Index mostPixels = Index{1} << 31;
     const auto rowCount = static_cast<Index>(rows);
-    if (rowCount > mostPixels / columns)
+    if (greatestIndex >= mostPixels / rowCount)
         Raise("The features of '%1' do not fit an image.", feature);
-    return {columns, rowCount};
+    return {greatestIndex + 1, rowCount};
 }
 
 void SetRange(CImage& image) {
@@ -146,7 +146,7 @@ void ConvertObjectBasedFeaturesIntoFeatureImage(const std::string& feature, cons
                                                 const std::vector<std::string>& names) {
     const StIndexedEntries indexed(map, kind);
     const std::vector<std::string> rows = RowsOf(indexed, feature, kind, names);
-    out.Resize(SizeOf(indexed.greatestIndex + 1, rows.size(), feature), CSize(0, 0, 0));
+    out.Resize(SizeOf(indexed.greatestIndex, rows.size(), feature), CSize(0, 0, 0));
     {
         const CImageView<float> pixels(out);
         std::map<std::string, float*> rowOf;

@@ -15,6 +15,7 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -158,6 +159,30 @@ TEST(RealImages, WatershedFromMarkersKeepsTheirLabels) {
     for (std::size_t i = 0; i < before.size(); ++i)
         changed += before[i] != 0 && before[i] != after[i] ? 1 : 0;
     EXPECT_EQ(changed, 0);
+}
+
+TEST(RealImages, ConvexifyObjectsGrowsNucleiIntoBackgroundOnly) {
+    const StRun run =
+        RunOnFile("ConvexifyObjects", "nuclei_platynereis_labels_u16.nrrd", {"method=OverwriteOnlyBackground"});
+    EXPECT_EQ(run.image->Type(), IMAGE_GREY_16);
+    EXPECT_EQ(HistoryOf(*run.image), std::vector<std::string>{"ConvexifyObjects<37>(OverwriteOnlyBackground)"});
+    EXPECT_EQ(run.report["stderr"], ""); // every nucleus has a hull
+    std::size_t labelCount = 0;
+    ASSERT_TRUE(CQuillonHeaderTools::GetNumberOfLabels(*run.image, labelCount));
+    EXPECT_EQ(labelCount, 37U); // 36 nuclei, though the highest label is 37
+    const auto nuclei = app::ReadImage(DataFile("nuclei_platynereis_labels_u16.nrrd"));
+    const auto before = test::PixelsOf<unsigned short>(*nuclei);
+    const auto after = test::PixelsOf<unsigned short>(*run.image);
+    std::int64_t objectPixels = 0;
+    std::int64_t added = 0;
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        if (before[i] != 0)
+            ASSERT_EQ(after[i], before[i]);
+        objectPixels += before[i] != 0 ? 1 : 0;
+        added += after[i] != before[i] ? 1 : 0;
+    }
+    EXPECT_GT(added, objectPixels / 50);
+    EXPECT_LT(added, objectPixels / 2); // nuclei are nearly convex
 }
 
 TEST(RealImages, GaussFilterSmoothsAScanAndKeepsItsMean) {
@@ -661,6 +686,73 @@ TEST_F(CementSolid, PointwiseRelationTellsThatAnOpeningTakesAwayOnly) {
         << end.out;
     EXPECT_NE(end.out.find(" - same image sizes (128,128,128)\n"), std::string::npos);
     EXPECT_EQ(end.out.find("Nothing was written"), std::string::npos) << "there is nothing to write";
+}
+
+TEST_F(CementSolid, GranulometryGivesEveryPoreItsSizes) {
+    const StRun run = Run("Granulometry", {"onForeground=false", "returnImage=true"});
+    ASSERT_EQ(run.image->Type(), IMAGE_GREY_F);
+    EXPECT_EQ(run.report["documents"][0]["label"], "solid.nrrd");
+    EXPECT_EQ(HistoryOf(*run.image), std::vector<std::string>{"granulometry(spherical,bg)"});
+    const auto solid = test::PixelsOf<unsigned char>(*m_solid);
+    const auto sizes = test::PixelsOf<float>(*run.image);
+    std::map<float, std::int64_t> counts;
+    for (std::size_t i = 0; i < sizes.size(); ++i) {
+        ASSERT_EQ(sizes[i] > 0.0F, solid[i] == 0);
+        if (sizes[i] > 0.0F)
+            ++counts[sizes[i]];
+    }
+    EXPECT_EQ(counts.begin()->first, 2.0F);
+    EXPECT_GT(counts.rbegin()->first, 10.0F);
+    EXPECT_LT(counts.rbegin()->first, 80.0F);
+
+    const CValueMap& data = *run.image->Attributes().Entry("features/Granulometry/data", true)->Map();
+    ASSERT_EQ(data.Size(), counts.size());
+    for (auto entry = data.begin(); entry != data.end(); ++entry) {
+        const float diameter = std::stof(entry.Key().ToString());
+        const auto nearest = counts.lower_bound(diameter - 1e-4F); // keys have seven digits
+        ASSERT_NE(nearest, counts.end());
+        EXPECT_NEAR(nearest->first, diameter, 1e-4F);
+        EXPECT_EQ(entry.Value()->Long(), nearest->second);
+    }
+}
+
+TEST_F(CementSolid, GranulometryExportWritesATableThatAddsUp) {
+    const std::string measured = m_folder / "measured.nrrd";
+    const StRun measurement =
+        RunOnPath("Granulometry", Path(), measured,
+                  {"onForeground=false", "experimental=true", "dobinning=true", "stepwidth=1.5"});
+    EXPECT_TRUE(measurement.report["documents"].empty());
+    EXPECT_EQ(measurement.report["views"][0]["type"], "ImageAttributesView");
+    const std::string table = m_folder / "sizes.csv";
+    const test::StEnd end = test::Quillon({"run", "GranulometryExport", measured, "--file", table});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_EQ(end.err, "");
+
+    std::vector<std::string> head;
+    std::vector<std::string> rows;
+    std::istringstream lines(test::ReadText(table));
+    for (std::string line; std::getline(lines, line);)
+        (line.starts_with('#') ? head : rows).push_back(line);
+    const auto hasHeadLine = [&head](const std::string& line) { return std::ranges::count(head, line) == 1; };
+    EXPECT_TRUE(hasHeadLine("# \"type\";\"IMAGE_BINARY_FG\""));
+    EXPECT_TRUE(hasHeadLine("# \"features/Granulometry/stepwidth\";1.5"));
+    EXPECT_TRUE(hasHeadLine("# \"on foreground\";\"background\""));
+    EXPECT_TRUE(hasHeadLine("# \"filename\";\"" + table + "\""));
+    ASSERT_GT(rows.size(), 5U);
+    EXPECT_EQ(rows[0], "\"diameter\";\"count\"");
+    std::int64_t sum = 0;
+    for (std::size_t row = 1; row < rows.size(); ++row) {
+        const std::size_t separator = rows[row].find(';');
+        ASSERT_NE(separator, std::string::npos);
+        std::size_t used = 0;
+        const double diameter = std::stod(rows[row], &used);
+        EXPECT_EQ(used, separator) << rows[row];
+        EXPECT_EQ(std::fmod(diameter, 1.5), 0.0) << rows[row];
+        sum += std::stoll(rows[row].substr(separator + 1), &used);
+        EXPECT_EQ(separator + 1 + used, rows[row].size()) << rows[row];
+    }
+    const auto solid = test::PixelsOf<unsigned char>(*m_solid);
+    EXPECT_EQ(sum, std::ranges::count(solid, 0));
 }
 
 TEST(RealImages, LocalFiberDirectionsExportWritesATableThatLinesUp) {

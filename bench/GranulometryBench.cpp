@@ -1,0 +1,86 @@
+#include <QuillonBase/Parallel.h>
+#include <QuillonGranulometry/CGranulometry.h>
+#include <sorblib2image/CImage.h>
+#include <sorblib2image/ImageView.h>
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <string>
+#include <thread>
+
+// GranulometryBench VOLUME SIZES SECONDS
+//
+// The opening sizes of a binary volume, a file of n^3 bytes, x fastest, and its maximal balls. Each figure is
+// the quickest of three runs. The sizes go to the file SIZES as floats, the time for them on one thread to
+// the file SECONDS, for the comparison with the peer.
+
+using namespace ORVEN;
+
+namespace {
+
+double Seconds(const std::function<void()>& work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double QuickestOf3(const std::function<void()>& work) {
+    return std::min({Seconds(work), Seconds(work), Seconds(work)});
+}
+
+CImage ReadVolume(const std::string& path) {
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    const auto edge = static_cast<std::int64_t>(std::cbrt(static_cast<double>(file.tellg())) + 0.5);
+    CImage image(IMAGE_BINARY_FG, CSize(edge, edge, edge), CSize(0, 0, 0));
+    file.seekg(0);
+    file.read(reinterpret_cast<char*>(CImageView<unsigned char>(image).Row(0, 0)), edge * edge * edge);
+    return image;
+}
+
+/// Bytes of the process at their greatest.
+double PeakBytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return 1024.0 * static_cast<double>(usage.ru_maxrss);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 4) {
+        std::cerr << "usage: GranulometryBench VOLUME SIZES SECONDS\n";
+        return 2;
+    }
+    const CImage image = ReadVolume(argv[1]);
+    CImage sizes(IMAGE_GREY_F, image.Size(), CSize(0, 0, 0));
+    const CImageView<const float> pixels(sizes);
+    std::map<float, std::uint64_t> histogram;
+    const auto measure = [&](bool isFiltered) {
+        CGranulometry(nullptr, nullptr)
+            .DoSphereGranulometryBinned(image, sizes, histogram, -1.0, isFiltered, true, 2);
+    };
+    std::printf("%lld^3%20s%20s\n", static_cast<long long>(image.Size().x), "opening sizes s",
+                "maximal balls s");
+    for (const int threadCount : {1, static_cast<int>(std::thread::hardware_concurrency())}) {
+        SetThreadCount(threadCount);
+        const double balls = QuickestOf3([&] { measure(true); });
+        const double openings = QuickestOf3([&] { measure(false); });
+        std::printf("%d thread(s)%14.3f%20.3f\n", threadCount, openings, balls);
+        if (threadCount == 1)
+            std::ofstream(argv[3]) << openings << '\n';
+    }
+    std::ofstream(argv[2], std::ios::binary)
+        .write(reinterpret_cast<const char*>(pixels.Row(0, 0)),
+               pixels.PixelCount() * static_cast<std::int64_t>(sizeof(float)));
+    std::printf("memory at its peak, image and sizes included: %.1f bytes a pixel\n",
+                PeakBytes() / static_cast<double>(pixels.PixelCount()));
+}

@@ -1,0 +1,93 @@
+#include "BooleanModel.h"
+
+#include <QuillonBase/Parallel.h>
+#include <QuillonTransformation/CSphericalMorphology.h>
+
+#include <itkBinaryBallStructuringElement.h>
+#include <itkBinaryErodeImageFilter.h>
+#include <itkImportImageFilter.h>
+#include <itkMultiThreaderBase.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+// MorphologyBench EDGE PEEREDGE
+//
+// Morphology with balls on a Boolean model of spheres, EDGE^3 voxels, one thread and two; the quickest of
+// five runs. Then erosion beside ITK's with a ball, one thread each, on a model of PEEREDGE^3 voxels, as
+// ITK's time grows with the ball: one run of it.
+
+using namespace ORVEN;
+
+namespace {
+
+using Operation = void (CSphericalMorphology::*)(IImage& result, IImage& source, float radius);
+
+double OurSeconds(Operation operation, CImage& image, float radius, int threadCount) {
+    SetThreadCount(threadCount);
+    CImage result(IMAGE_BINARY_FG, image.Size(), CSize(0, 0, 0));
+    CSphericalMorphology algorithm(nullptr, nullptr);
+    return bench::Quickest(5, [&] { (algorithm.*operation)(result, image, radius); });
+}
+
+double ItkSeconds(const CImage& image, unsigned long radius) {
+    using Import = itk::ImportImageFilter<unsigned char, 3>;
+    using Image = Import::OutputImageType;
+    using Ball = itk::BinaryBallStructuringElement<unsigned char, 3>;
+    const CImageView<const unsigned char> view(image);
+    const auto input = Import::New();
+    Import::SizeType size;
+    size[0] = static_cast<itk::SizeValueType>(view.nx);
+    size[1] = static_cast<itk::SizeValueType>(view.ny);
+    size[2] = static_cast<itk::SizeValueType>(view.nz);
+    input->SetRegion(Import::RegionType(size));
+    input->SetImportPointer(const_cast<unsigned char*>(view.Row(0, 0)),
+                            static_cast<itk::SizeValueType>(view.PixelCount()), false);
+    input->Update();
+    Ball ball;
+    ball.SetRadius(radius);
+    ball.CreateStructuringElement();
+    const auto filter = itk::BinaryErodeImageFilter<Image, Image, Ball>::New();
+    filter->SetInput(input->GetOutput());
+    filter->SetKernel(ball);
+    filter->SetErodeValue(1);
+    filter->SetBoundaryToForeground(false);
+    return bench::Seconds([&] { filter->Update(); });
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::int64_t edge = argc == 3 ? std::atoll(argv[1]) : 0;
+    const std::int64_t peerEdge = argc == 3 ? std::atoll(argv[2]) : 0;
+    if (edge < 1 || peerEdge < 1) {
+        std::fputs("MorphologyBench EDGE PEEREDGE\n", stderr);
+        return 1;
+    }
+    itk::MultiThreaderBase::SetGlobalDefaultNumberOfThreads(1);
+    const auto image = bench::BooleanModel(edge, 6, 20);
+    const auto voxels = static_cast<double>(image->Size().PixelCount());
+    const std::string heading = std::to_string(edge) + "^3, ours";
+    std::printf("%-20s%8s%9s%10s%11s%9s\n", heading.c_str(), "radius", "s", "ns/voxel", "2 threads",
+                "closing");
+    for (const float radius : {1.0F, 5.0F, 10.0F, 20.0F, 50.0F}) {
+        const double one = OurSeconds(&CSphericalMorphology::Erode, *image, radius, 1);
+        const double two = OurSeconds(&CSphericalMorphology::Erode, *image, radius, 2);
+        const double closing = OurSeconds(&CSphericalMorphology::Closing, *image, radius, 1);
+        std::printf("%-20s%8g%9.4f%10.2f%10.2fx%9.4f\n", "erosion", static_cast<double>(radius), one,
+                    one / voxels * 1e9, one / two, closing);
+        std::fflush(stdout);
+    }
+    const auto peerImage = bench::BooleanModel(peerEdge, 6, 20);
+    const std::string peerHeading = std::to_string(peerEdge) + "^3, one thread";
+    std::printf("%-20s%8s%9s%10s%9s\n", peerHeading.c_str(), "radius", "ours s", "ITK s", "ratio");
+    for (const int radius : {1, 5, 20}) {
+        const double ours =
+            OurSeconds(&CSphericalMorphology::Erode, *peerImage, static_cast<float>(radius), 1);
+        const double peer = ItkSeconds(*peerImage, static_cast<unsigned long>(radius));
+        std::printf("%-20s%8d%9.4f%10.2f%9.0f\n", "erosion", radius, ours, peer, peer / ours);
+        std::fflush(stdout);
+    }
+}

@@ -1,0 +1,144 @@
+#include "Granulometry.h"
+
+#include "utils/IsotropicPixels.h"
+#include "utils/PluginContract.h"
+
+#include <QuillonGranulometry/CGranulometry.h>
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CStringTools.h>
+#include <sorblib2core/CValueBool.h>
+#include <sorblib2core/CValueDouble.h>
+#include <sorblib2core/CValueLong.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace quillon {
+
+using namespace ORVEN;
+
+namespace {
+
+const char* const g_name = "CGranulometryPlugin";
+
+/// Numbers of pixels by diameter.
+using Histogram = std::map<float, std::uint64_t>;
+
+/// The format of diameters as keys. By contract its width goes by the largest; it hardly shows, as the text
+/// is longer.
+std::string KeyFormat(float largestDiameter) {
+    const int width = 8 + static_cast<int>(std::log10(largestDiameter));
+    return CStringTools::Printf("%s%%0%ule", "", static_cast<unsigned>(std::max(width, 0)));
+}
+
+std::string KeyText(const std::string& format, float diameter) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    return CStringTools::Printf(format.c_str(), static_cast<double>(diameter));
+#pragma GCC diagnostic pop
+}
+
+struct StNumericOrder {
+    bool operator()(const std::string& a, const std::string& b) const {
+        return std::strtof(a.c_str(), nullptr) < std::strtof(b.c_str(), nullptr);
+    }
+};
+
+/// Diameters that are equal once they are written share an entry.
+std::unique_ptr<CValueMap> DataOf(const Histogram& histogram) {
+    const std::string format = KeyFormat(histogram.rbegin()->first);
+    std::map<std::string, std::uint64_t, StNumericOrder> counts;
+    for (const auto& [diameter, count] : histogram)
+        counts[KeyText(format, diameter)] += count;
+    auto data = std::make_unique<CValueMap>();
+    for (const auto& [text, count] : counts) {
+        const std::string key = text.substr(0, text.find_first_of(" \t\n\v\f\r"));
+        data->SetEntry(key, new CValueLong(static_cast<std::int32_t>(count)));
+    }
+    return data;
+}
+
+} // namespace
+
+const std::string& GranulometryKey() {
+    static const std::string key = CQuillonHeaderTools::c_sTagFeatures + "/Granulometry";
+    return key;
+}
+
+void CGranulometryPlugin::GetPluginSetup(CValueMap& setup) { contract::DescribePlugin(setup); }
+
+bool CGranulometryPlugin::TestParameters(const CValueMap& tree) {
+    return contract::AcceptsFocusedImage(tree, [](const CImage& image) {
+        const int dimension = image.Size().Dim();
+        return image.Type() == IMAGE_BINARY_FG && (dimension == 2 || dimension == 3);
+    });
+}
+
+void CGranulometryPlugin::UpdateParameters(const CValueMap& tree) {
+    contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_ENTRY);
+    if (!tree.HasEntry("parameters"))
+        return;
+    contract::ReadParameter(tree, "parameters/featureViewPlugin", m_viewPlugin);
+    contract::ReadParameter(tree, "parameters/onForeground", m_isOnForeground);
+    contract::ReadParameter(tree, "parameters/returnImage", m_returnsImage);
+    // Unlike the others these do not outlast a call without them.
+    m_stepWidth = -1.0;
+    m_isFiltered = false;
+    bool isExperimental = false;
+    contract::ReadParameter(tree, "parameters/experimental", isExperimental);
+    if (!isExperimental)
+        return;
+    bool isBinned = false;
+    contract::ReadParameter(tree, "parameters/dobinning", isBinned);
+    if (isBinned)
+        contract::ReadParameter(tree, "parameters/stepwidth", m_stepWidth);
+    contract::ReadParameter(tree, "parameters/medialaxispoint-filtered", m_isFiltered);
+}
+
+void CGranulometryPlugin::GetData(CValueMap& tree) {
+    CImage* image = contract::ContentOf(m_focusedDocument);
+    if (image == nullptr || !(image->Type() == IMAGE_BINARY_FG))
+        return;
+    RequireIsotropicPixels(*image, g_name);
+    auto output = std::make_unique<CImage>(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
+    Histogram histogram;
+    CGranulometry(nullptr, nullptr)
+        .DoSphereGranulometryBinned(*image, *output, histogram, m_stepWidth, m_isFiltered, m_isOnForeground,
+                                    m_isOnForeground ? 2 : 0);
+    if (histogram.empty())
+        throw CException(g_name, "Image is empty or structur is too thin.", nullptr); // contract wording
+
+    auto result = std::make_unique<CValueMap>();
+    result->SetEntry("data", DataOf(histogram).release());
+    result->SetEntry("on foreground", new CValueBool(m_isOnForeground));
+    if (m_stepWidth > 0.0)
+        result->SetEntry("stepwidth", new CValueDouble(m_stepWidth));
+    if (m_isFiltered)
+        result->SetEntry("medialaxispoint-filtered", new CValueBool(true));
+
+    if (!m_returnsImage) {
+        image->Attributes().SetEntry(GranulometryKey(), result.release());
+        contract::RequestView(tree, *m_focusedDocument);
+        return;
+    }
+    output->Attributes().SetEntry(GranulometryKey(), result.release());
+    const CString stepWidth = m_stepWidth > 0.0
+                                  ? CString(",stepwidth=%1", CString::ENC_UTF8).Arg(m_stepWidth, 0)
+                                  : CString("", CString::ENC_UTF8);
+    CQuillonHeaderTools::AddToHistory(*output,
+                                      CString("granulometry(spherical,%1%2%3)", CString::ENC_UTF8)
+                                          .Arg(m_isOnForeground ? "fg" : "bg")
+                                          .Arg(stepWidth)
+                                          .Arg(m_isFiltered ? ",medialaxispoint-filtered" : ""),
+                                      0);
+    // The sizes are no copy of the image: of its attributes they take none.
+    contract::HandOver(tree, std::move(output), contract::LabelOf(*m_focusedDocument, "Granulometry"));
+}
+
+} // namespace quillon

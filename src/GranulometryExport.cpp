@@ -1,0 +1,95 @@
+#include "GranulometryExport.h"
+
+#include "Granulometry.h"
+#include "utils/PluginContract.h"
+#include "utils/Windows.h"
+
+#include <QuillonIo/CCsvHeader.h>
+#include <QuillonIo/CCsvOStreamColumnTable.h>
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/UnwrapPointer.h>
+
+#include <QMessageBox>
+
+#include <fstream>
+#include <iostream>
+
+namespace quillon {
+
+using namespace ORVEN;
+
+namespace {
+
+// The name of the plug-in that measures, by contract.
+const char* const g_errorSource = "CGranulometryPlugin";
+constexpr char g_separator = ';';
+constexpr char g_quote = '"';
+
+} // namespace
+
+void CGranulometryExportPlugin::GetPluginSetup(CValueMap& setup) { contract::DescribePlugin(setup); }
+
+bool CGranulometryExportPlugin::TestParameters(const CValueMap& tree) {
+    return contract::AcceptsFocusedImage(
+        tree, [](const CImage& image) { return image.Attributes().HasEntry(GranulometryKey()); });
+}
+
+void CGranulometryExportPlugin::UpdateParameters(const CValueMap& tree) {
+    if (!tree.HasEntry("input"))
+        return;
+    m_focusedDocument = UnwrapPointer<CValueMap>(tree.Entry("input/documents/focused", true));
+    if (m_focusedDocument == nullptr)
+        return;
+    m_label = contract::LabelOf(*m_focusedDocument, "");
+    const CImage* image = contract::ContentOf(m_focusedDocument);
+    // An image that has not been measured leaves the last one in place, by contract.
+    if (image == nullptr || !image->Attributes().HasEntry(GranulometryKey(), typeid(CValueMap)))
+        return;
+    m_image = image;
+    m_result = std::make_unique<const CValueMap>(*image->Attributes().Entry(GranulometryKey(), true)->Map());
+}
+
+void CGranulometryExportPlugin::GetData(CValueMap&) {
+    if (m_result == nullptr)
+        return;
+    RequireWindows("CGranulometryExportPlugin");
+    const std::string path = AskForCsvFile(m_label.Std(), "_granulometry.csv");
+    if (path.empty())
+        return;
+    try {
+        Save(path);
+    } catch (const CException& exception) {
+        std::cerr << exception.Message() << std::endl;
+        QMessageBox::critical(nullptr, "Save Error", "Could not save csv file.");
+    }
+}
+
+void CGranulometryExportPlugin::Save(const std::string& path) const {
+    const CWaitCursor cursor;
+    std::ofstream file(path);
+    if (!file)
+        throw CException(g_errorSource, "Can't open file for writing.", nullptr);
+
+    bool isOnForeground = false;
+    contract::ReadParameter(*m_result, "on foreground", isOnForeground);
+    CValueMap parameters;
+    parameters.SetEntry("on foreground",
+                        new CValueString(isOnForeground ? "foreground" : "background", CString::NPOS));
+    parameters.SetEntry("filename", new CValueString(path.c_str(), path.size()));
+    CCsvHeader header(file, g_separator, g_quote);
+    header.AddVersionInformation();
+    header.AddImageAttributes(*m_image);
+    header.AddMap("parameters", parameters);
+    header.Finish();
+
+    const CValue* data = m_result->Entry("data", true);
+    CCsvOStreamColumnTable table(file, g_separator, g_quote);
+    table << CCsvOStreamColumnTable::BindValueMap{data != nullptr ? data->Map() : nullptr, "diameter",
+                                                  "count", true, true}
+          << std::endl;
+    if (!file)
+        throw CException(g_errorSource, "Can't write to file.", nullptr);
+}
+
+} // namespace quillon
