@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 using ORVEN::CImage;
 using ORVEN::CQuillonHeaderTools;
@@ -160,11 +161,22 @@ std::uint64_t LabelOf(Pixel pixel) {
         return pixel;
 }
 
+Colour ColourOfAngle(double angle) {
+    if (!(angle >= 0.0) || !std::isfinite(angle))
+        return {0, 0, 0};
+    return ColourOfHue(std::fmod(angle / std::numbers::pi, 1.0), 0.8, 1.0);
+}
+
 template <class Pixel>
 std::vector<Colour> ColoursOf(const CImage& image, const std::vector<Pixel>& pixels,
                               EnPictureColours colours) {
     std::vector<Colour> result(pixels.size());
     std::size_t labelCount = 0;
+    if (colours == COLOURS_ANGLES) {
+        std::transform(pixels.begin(), pixels.end(), result.begin(),
+                       [](Pixel pixel) { return ColourOfAngle(static_cast<double>(pixel)); });
+        return result;
+    }
     if (colours == COLOURS_LABELS || CQuillonHeaderTools::GetNumberOfLabels(image, labelCount)) {
         std::transform(pixels.begin(), pixels.end(), result.begin(),
                        [](Pixel pixel) { return ColourOfLabel(LabelOf(pixel)); });

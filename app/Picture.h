@@ -18,6 +18,7 @@ struct StPicture {
 enum EnPictureColours {
     COLOURS_AUTOMATIC, ///< labels for an image that tells its number of labels, else grey
     COLOURS_LABELS,
+    COLOURS_ANGLES, ///< a hue for each angle of a direction map
 };
 
 struct StPictureOptions {
@@ -35,7 +36,9 @@ std::int64_t PlaneCount(const ORVEN::CImage& image, int axis);
 ///
 /// Grey: black is the value that 0.5 % of the plane's finite pixels do not reach, white that which 0.5 %
 /// exceed (least and greatest value if these are equal); not a number is black. Binary: black and white.
-/// Labels: 0 is black, and each number has its colour, neighbouring numbers clearly different ones.
+/// Labels: 0 is black, and each number has its colour, neighbouring numbers clearly different ones. Angles,
+/// in radians: the hue goes once round from 0 to pi, where a direction comes back to itself; below 0, which
+/// stands for no direction, is black.
 ///
 /// Pixels of unequal spacing get their true proportions by repeating rows or columns, and small planes are
 /// enlarged by a whole factor until the short side has 256 pixels, within 8192 on the long one.

@@ -20,6 +20,7 @@ struct StPreviewOptions {
     std::optional<std::int64_t> slice;
     bool isProjection = false;
     bool showsLabels = false;
+    bool showsAngles = false;
 };
 
 void RequireExistingPlane(const StPreviewOptions& options, const ORVEN::CImage& image, int axis) {
@@ -56,7 +57,9 @@ void Preview(const StPreviewOptions& options) {
     RequireExistingPlane(options, *image, picture.axis);
     picture.slice = options.slice;
     picture.isProjection = options.isProjection;
-    picture.colours = options.showsLabels ? COLOURS_LABELS : COLOURS_AUTOMATIC;
+    picture.colours = options.showsAngles   ? COLOURS_ANGLES
+                      : options.showsLabels ? COLOURS_LABELS
+                                            : COLOURS_AUTOMATIC;
     WritePicture(MakePicture(*image, picture), options.output);
 }
 
@@ -79,8 +82,11 @@ void AddPreviewCommand(CLI::App& program) {
     command
         ->add_flag("--mip", options->isProjection, "The greatest value along the axis instead of one plane")
         ->excludes(slice);
-    command->add_flag("--labels", options->showsLabels,
-                      "A colour for each number; by itself for an image that tells its number of labels");
+    CLI::Option* const labels =
+        command->add_flag("--labels", options->showsLabels,
+                          "A colour for each number; by itself for an image that tells its number of labels");
+    command->add_flag("--angles", options->showsAngles, "A hue for each angle of a direction map, in radians")
+        ->excludes(labels);
     command->footer("Example: quillon preview volume.nrrd -o volume.png --axis x --slice 12");
     command->callback([options] { Preview(*options); });
 }

@@ -18,6 +18,7 @@ struct StRunRecord {
     std::string measuredFile; ///< where the input was written with its new attributes; empty if it was not
     bool hasMeasured = false; ///< whether the input has other attributes than before
     std::string pickedFile;   ///< what a file dialog was answered with
+    bool isReported = false;  ///< whether the report goes to a file
     std::vector<StMessageBox> boxes;
     std::string standardOutput; ///< of the pack
     std::string standardError;

@@ -58,7 +58,7 @@ def compare(volume_path, hulls_path, seconds_path):
     difference = numpy.count_nonzero(centres != hulls)
 
     print(f"{len(regions)} objects, {numpy.count_nonzero(volume)} pixels, {numpy.count_nonzero(hulls)} with their hulls")
-    print(f"pixels that differ from hulls of pixel centres by Qhull {scipy.__version__}: {difference}")
+    print(f"pixels that differ from hulls of pixel centres by Qhull in SciPy {scipy.__version__}: {difference}")
     print(f"{'256^3, one thread':26}{'ours s':>9}{'peer s':>9}{'ratio':>8}   scikit-image {skimage.__version__}")
     for name, title in (("hulls", "measure and paint hulls"), ("plugin", "whole plug-in")):
         print(f"{title:26}{ours[name]:9.4f}{peer:9.2f}{peer / ours[name]:8.1f}")

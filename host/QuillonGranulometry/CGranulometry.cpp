@@ -109,12 +109,12 @@ bool ForEachRow(const CLayerView<T>& view, IProgress& progress, const char* phas
 bool WriteDiameters(const CLayerView<float>& output, const CDiameters& diameters, IProgress& progress) {
     return ForEachRow(output, progress, "diameters", [&](std::int64_t y, std::int64_t z) {
         float* const row = output.Row(y, z);
-        float pixel = PixelOf(0);
+        std::int32_t squaredDistance = 0;
         float diameter = 0.0F;
         for (std::int64_t x = 0; x < output.nx; ++x) {
-            if (row[x] != pixel) {
-                pixel = row[x];
-                diameter = diameters.Of(SquaredDistanceOf(pixel));
+            if (SquaredDistanceOf(row[x]) != squaredDistance) {
+                squaredDistance = SquaredDistanceOf(row[x]);
+                diameter = diameters.Of(squaredDistance);
             }
             row[x] = diameter;
         }

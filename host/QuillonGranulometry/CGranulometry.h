@@ -37,8 +37,8 @@ public:
     ///
     /// Time: linear in the pixels for distances and output; balls that the nearest neighbours' do not contain
     /// are painted, the largest first, at a step for each of their pi D rows. Memory beside input and output:
-    /// 4.25 bytes a pixel. Filtered, beyond D = 128^2 in a 3-d image, balls can be counted that are contained
-    /// in another, see `MarkMedialAxis`.
+    /// about 5 bytes a pixel. Filtered, beyond D = 128^2 in a 3-d image, balls can be counted that are
+    /// contained in another, see `MarkMedialAxis`.
     ///
     /// G. Matheron, Random Sets and Integral Geometry, 1975. T. Hildebrand, P. Rueegsegger, A new method for
     /// the model-independent assessment of thickness in three-dimensional images, 1997; in place of their

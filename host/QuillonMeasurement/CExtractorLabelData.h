@@ -19,7 +19,8 @@ namespace ORVEN {
 /// the pass. A cancelled run measures the planes up to there.
 class CExtractorLabelData : public CAlgorithm {
 public:
-    /// No image of 1024^3 pixels holds more objects that are worth it, and 4 GiB are enough for a table.
+    /// Higher labels are sooner marks than numbers of objects, and their table would exceed 7 GiB. In an
+    /// image of 1024^3 pixels, so many objects would have 16 pixels each.
     static constexpr std::uint32_t c_greatestLabel = (1U << 26) - 1;
 
     using CAlgorithm::CAlgorithm;

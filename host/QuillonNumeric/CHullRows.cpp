@@ -1,6 +1,7 @@
 #include "QuillonNumeric/CHullRows.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <limits>
 

@@ -186,6 +186,27 @@ TEST(Picture, ShowsAnImageThatTellsItsLabelsInColours) {
     EXPECT_NE(colour[0], colour[1]);
 }
 
+TEST(Picture, ShowsAnglesInHuesThatCloseAtPi) {
+    const float pi = 3.14159265F;
+    const auto image = ImageOf<float>(IMAGE_GREY_F, CSize(8, 1),
+                                      {0.0F, 1e-4F, pi / 3, 2 * pi / 3, pi - 1e-4F, -1.0F, NAN, INFINITY});
+    StPictureOptions options;
+    options.colours = COLOURS_ANGLES;
+    const StPicture picture = MakePicture(*image, options);
+    std::vector<Colour> colours;
+    for (int x = 0; x < 8; ++x)
+        colours.push_back(At(picture, (x + 0.5) / 8, 0.5));
+    const Colour black{0, 0, 0};
+    EXPECT_EQ(colours[0], (Colour{255, 51, 51})) << "red";
+    EXPECT_EQ(colours[2], (Colour{51, 255, 51})) << "green";
+    EXPECT_EQ(colours[3], (Colour{51, 51, 255})) << "blue";
+    EXPECT_LT(Distance(colours[0], colours[1]), 3);
+    EXPECT_LT(Distance(colours[0], colours[4]), 3) << "a direction comes back to itself";
+    EXPECT_EQ(colours[5], black) << "no direction";
+    EXPECT_EQ(colours[6], black);
+    EXPECT_EQ(colours[7], black);
+}
+
 TEST(Picture, GivesPixelsOfUnequalSpacingTheirProportions) {
     CImage image(IMAGE_GREY_8, CSize(100, 80, 40), CSize(0, 0, 0));
     CQuillonHeaderTools::SetSpacing(image, 0.5, 1.0, 1.25);

@@ -236,6 +236,8 @@ TEST_F(PluginCall, ItsSummaryTellsHowToKeepWhatThereIs) {
     const std::string first = "Noting on four.png: done in 0 ms\n";
     EXPECT_EQ(RunSummary(record, {}),
               first + "Nothing was written: give --report FILE to keep the parameters as they are now.\n");
+    record.isReported = true;
+    EXPECT_EQ(RunSummary(record, {}), first);
     record.hasMeasured = true;
     EXPECT_EQ(RunSummary(record, {}),
               first + "Nothing was written: give -o FILE to keep the image with what was measured.\n");

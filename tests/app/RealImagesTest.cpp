@@ -176,8 +176,9 @@ TEST(RealImages, ConvexifyObjectsGrowsNucleiIntoBackgroundOnly) {
     std::int64_t objectPixels = 0;
     std::int64_t added = 0;
     for (std::size_t i = 0; i < before.size(); ++i) {
-        if (before[i] != 0)
+        if (before[i] != 0) {
             ASSERT_EQ(after[i], before[i]);
+        }
         objectPixels += before[i] != 0 ? 1 : 0;
         added += after[i] != before[i] ? 1 : 0;
     }

@@ -5,16 +5,15 @@
 #include <QuillonNumeric/CConvexHullComputer.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CValueBool.h>
-#include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
-#include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <random>

@@ -147,7 +147,7 @@ TEST_F(GranulometryExport, WritesHeaderAndTable) {
                       "# \"type\";\"IMAGE_BINARY_FG\"\n"
                       "# \"size x\";20\n"
                       "# \"size y\";12\n"
-                      "# \"size z\";1\n"
+                      "# \"size z\";0\n"
                       "# \"features/Granulometry/on foreground\";true\n"
                       "# \"history/0\";\"Niblack(w=20,c=-0.8)\"\n"
                       "# \"parameters\"\n"

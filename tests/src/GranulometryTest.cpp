@@ -17,6 +17,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -336,16 +337,17 @@ TEST_F(Granulometry, AStructureBelowOneStepIsTooThin) {
     EXPECT_FALSE(host.Tree().HasEntry("output"));
 }
 
-TEST_F(Granulometry, KeysOfDiametersBelow1KeepAllTheirDigits) {
+TEST_F(Granulometry, TheWidthOfKeysGoesByTheLargestDiameterAndNeverCutsThem) {
     const std::map<double, Counts> cases{
         {0.1, {{"2.000000e-01", 20}, {"6.000000e-01", 100}}},
         {0.001, {{"2.000000e-03", 20}, {"6.000000e-03", 100}}},
         // From 1e-9 down the width would be negative.
         {1e-9, {{"2.000000e-09", 20}, {"6.000000e-09", 100}}},
         {1e-12, {{"2.000000e-12", 20}, {"6.000000e-12", 100}}},
-        {1e5, {{"2.000000e+05", 20}, {"6.000000e+05", 100}}},
+        {1e3, {{"2.000000e+03", 20}, {"6.000000e+03", 100}}},
         // From 1e5 on the width is larger than the text.
-        {1e7, {{"002.000000e+07", 20}, {"006.000000e+07", 100}}},
+        {1e5, {{"02.000000e+05", 20}, {"06.000000e+05", 100}}},
+        {1e7, {{"0002.000000e+07", 20}, {"0006.000000e+07", 100}}},
     };
     for (const auto& [spacing, counts] : cases) {
         auto image = LineAndBar();
@@ -356,15 +358,21 @@ TEST_F(Granulometry, KeysOfDiametersBelow1KeepAllTheirDigits) {
 }
 
 TEST_F(Granulometry, DiametersThatReadAlikeShareAnEntry) {
-    // Seven digits do not tell these two steps apart; their pixels add up.
-    auto image = LineAndBar();
-    CQuillonHeaderTools::SetSpacing(*image, 1e6, 1e6, 1e6);
+    // Two discs of squared radii 800^2 and 800^2 + 1, of which seven digits do not tell the diameters apart.
+    auto image = Shape(CSize(1610, 3220), [](std::int64_t x, std::int64_t y) {
+        const std::int64_t fromMiddle = y < 1610 ? y - 805 : y - 2415;
+        return (x - 805) * (x - 805) + fromMiddle * fromMiddle < (y < 1610 ? 640000 : 640001);
+    });
+    const auto pixels = test::PixelsOf<unsigned char>(*image);
+    const auto foreground = static_cast<std::int32_t>(std::ranges::count(pixels, 1));
+    const double spacing = 1.0000006 / 1600.0;
+    CQuillonHeaderTools::SetSpacing(*image, spacing, spacing, spacing);
     test::CPackHost host(std::move(image));
-    host.Set("experimental", new CValueBool(true))
-        .Set("dobinning", new CValueBool(true))
-        .Set("stepwidth", new CValueDouble(1999999.9));
-    const CValueMap& result = Measure(host);
-    EXPECT_EQ(CountsOf(result), (Counts{{"02.000000e+06", 20}, {"06.000000e+06", 100}}));
+    host.Set("returnImage", new CValueBool(true));
+    (void)Run(host);
+    const auto sizes = test::PixelsOf<float>(host.Result());
+    EXPECT_EQ(std::set<float>(sizes.begin(), sizes.end()).size(), 3U) << "two diameters and 0";
+    EXPECT_EQ(CountsOf(*ResultOf(host.Result())), (Counts{{"1.000001e+00", foreground}}));
 }
 
 TEST_F(Granulometry, AnEarlierResultOnTheImageIsReplaced) {

@@ -352,6 +352,47 @@ TEST(CEdtVoronoi, RoundsTheSpacingOfAMapOfIntegers) {
     EXPECT_EQ(test::PixelsOf<unsigned>(map), (Integers{0, 1, 4, 4294967294U, 4294967294U, 4294967294U}));
 }
 
+// A map is made by quicker ways where they do; one line alone goes through the lower envelope.
+TEST(CEdtVoronoi, GivesToTheBitWhatLineAfterLineGives) {
+    for (unsigned seed = 0; seed < 120; ++seed) {
+        std::mt19937 random(seed);
+        const auto binary = test::RandomBinary(random, test::RandomSize(random, 33));
+        const CSize& size = binary->Size();
+        std::uniform_real_distribution<double> length(0.2, 3.0);
+        const Spacing spacing =
+            seed % 4 == 0 ? Spacing{1, 1, 1} : Spacing{length(random), length(random), length(random)};
+        CQuillonHeaderTools::SetSpacing(*binary, spacing[0], spacing[1], spacing[2]);
+        const bool embedded = random() % 2 == 0;
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + size.ToString());
+
+        Floats pixels;
+        for (const unsigned char pixel : test::PixelsOf<unsigned char>(*binary))
+            pixels.push_back(pixel == 0 ? 0.0F : c_none);
+        const auto map = test::ImageOf(IMAGE_GREY_F, size, pixels);
+        CLines lines;
+        const CLines::COpenImage open(lines, *map);
+        // An image of one axis is a map of cubes: squares first, the unit last.
+        const float factor = size.Dim() == 1 ? static_cast<float>(spacing[0] * spacing[0]) : 1.0F;
+        for (int axis = 0; axis < size.Dim(); ++axis) {
+            CSize starts = size;
+            starts[axis] = 1;
+            for (std::int64_t z = 0; z < (size.Dim() > 2 ? starts.z : 1); ++z) {
+                for (std::int64_t y = 0; y < (size.Dim() > 1 ? starts.y : 1); ++y) {
+                    for (std::int64_t x = 0; x < starts.x; ++x) {
+                        const auto k = static_cast<std::size_t>(axis);
+                        lines.VoronoiEdt(*map, k, size.Dim() == 1 ? 1.0 : spacing[k], CPos(x, y, z),
+                                         embedded);
+                    }
+                }
+            }
+        }
+        Floats expected = test::PixelsOf<float>(*map);
+        for (float& value : expected)
+            value = value == c_none ? 0.0F : factor * value;
+        ASSERT_EQ(Map<float>(*binary, {true, true, true, embedded}), expected);
+    }
+}
+
 // Where seeds are few, most groups of lines hold distances that the narrow integers cannot.
 TEST(CEdtVoronoi, EqualsEverySeedTriedWhereSeedsAreFarApart) {
     constexpr std::array<std::array<std::int64_t, 3>, 6> sizes{
