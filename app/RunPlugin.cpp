@@ -160,6 +160,7 @@ void RunPlugin(const StRunOptions& options) {
     const bool hasResults = HasResults(record, options);
     if (hasResults) {
         KeepFirstError(end, [&] { WriteDocuments(options.outputs, record); });
+        record.showedWindows = options.showsWindows;
         record.isReported = options.report.has_value();
         record.hasMeasured = !image.Attributes().Equal(attributesBefore);
         const bool isMeasurement = record.outcome.documents.empty() &&

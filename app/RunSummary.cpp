@@ -78,7 +78,8 @@ std::string Closing(const StRunRecord& record, std::span<const std::string> outp
         if (record.hasMeasured)
             return "Nothing was written: give -o FILE to keep the image with what was measured.\n";
         // What a plug-in has shown in a box, or put into a file itself, is all there is to keep.
-        return record.boxes.empty() && record.pickedFile.empty() && !record.isReported
+        const bool isKept = record.showedWindows || record.isReported || !record.pickedFile.empty();
+        return record.boxes.empty() && !isKept
                    ? "Nothing was written: give --report FILE to keep the parameters as they are now.\n"
                    : "";
     }

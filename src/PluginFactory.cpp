@@ -1,21 +1,21 @@
 #include "PluginFactory.h"
 
-#include "FeatureMapToFeatureImage.h"
-#include "FieldFeaturesGrayValueImage.h"
 #include "ConvexifyObjects.h"
 #include "CylinderMask.h"
 #include "EuclideanSkeleton.h"
 #include "ExactBisector.h"
 #include "ExactMedialAxis.h"
-#include "LocalEulerNumber.h"
-#include "LocalFiberDirections.h"
-#include "LocalFiberDirectionsDialog.h"
-#include "LinearDistanceTransformation.h"
-#include "MarkSimplePoints.h"
+#include "FeatureMapToFeatureImage.h"
+#include "FieldFeaturesGrayValueImage.h"
 #include "GaussFilter.h"
 #include "Granulometry.h"
 #include "GranulometryExport.h"
+#include "LinearDistanceTransformation.h"
+#include "LocalEulerNumber.h"
+#include "LocalFiberDirections.h"
+#include "LocalFiberDirectionsDialog.h"
 #include "LocalFiberDirectionsExport.h"
+#include "MarkSimplePoints.h"
 #include "PartialDerivative.h"
 #include "PointwiseRelation.h"
 #include "SegmNiblack.h"
@@ -33,7 +33,7 @@ namespace {
 
 struct StFactoryRow {
     std::string_view name;
-    void* (*create)(); // null: not in this build of the pack
+    void* (*create)();
 };
 
 template <class Plugin>
@@ -79,5 +79,5 @@ void* CreatePluginInstanceEx(const char* name) {
     const auto row = std::find_if(g_rows.begin(), g_rows.end(), [wanted](const StFactoryRow& candidate) {
         return candidate.name == wanted;
     });
-    return row != g_rows.end() && row->create != nullptr ? row->create() : nullptr;
+    return row != g_rows.end() ? row->create() : nullptr;
 }

@@ -145,7 +145,8 @@ void CEdtVoronoi::VoronoiEdt(IImage& distance, unsigned long axis, double spacin
     }
     const auto k = static_cast<std::int64_t>(axis);
     const auto transform = [&]<class T>(T* line) {
-        m_envelope.Transform(line, size[k] - start[k], image.strides[k], spacing * spacing, embeddedEdge);
+        m_envelope.Transform(line, size[k] - start[k], image.strides[k], StoredWeight<T>(spacing * spacing),
+                             embeddedEdge);
     };
     if (distance.Type() == IMAGE_GREY_F)
         transform(reinterpret_cast<float*>(first));

@@ -24,8 +24,8 @@ namespace ORVEN {
 /// Squared distances up to 2^24 pixels are exact; beyond that each axis adds a rounding of floats. With equal
 /// spacing s along all axes the squares are whole numbers times float(s * s).
 ///
-/// Time: linear in the number of pixels. Memory: a few lines a thread. The result is the same for any number
-/// of threads. Each extent is below 65535.
+/// Time: linear in the number of pixels. Memory: some hundred lines a thread. The result is the same for any
+/// number of threads. Each extent is below 65535.
 ///
 /// The transform works axis by axis: T. Hirata, A unified linear-time algorithm for computing distance maps,
 /// 1996; A. Meijster, J. Roerdink, W. Hesselink, A general algorithm for computing distance transforms in
@@ -70,7 +70,8 @@ protected:
     /// Transforms the line of `distance` that starts at `start` and runs along `axis`, in place: from 0 at
     /// the seeds and the greatest value of the pixel type (3.4028235e38, 0xFFFFFFFF) elsewhere into squared
     /// distances to the nearest seed. Any other values are squared distances that were found along other
-    /// axes. `spacing` is the pixel length along the line. A line without a seed stays as it is.
+    /// axes. `spacing` is the pixel length along the line; integers take its square rounded. A line without a
+    /// seed stays as it is.
     ///
     /// Time: linear in the length of the line, no allocation for an image that a `COpenImage` keeps open. Not
     /// to be called from several threads for one object. Raises `CException` for other pixel types and

@@ -23,6 +23,16 @@ T StoredDistance(double squaredDistance) {
         return static_cast<T>(std::min(squaredDistance, static_cast<double>(c_noSeed<T> - 1)));
 }
 
+/// The square of a pixel length as a map counts in it: integers take it rounded, and no larger than takes
+/// every distance but 0 out of their range.
+template <class T>
+double StoredWeight(double squaredLength) {
+    if constexpr (std::is_floating_point_v<T>)
+        return squaredLength;
+    else
+        return std::min(std::round(squaredLength), 0x1p32);
+}
+
 /// The squared distance transform of one line: the lower envelope of parabolas.
 ///
 /// Each site, a place i with a value g(i), gives the parabola g(i) + w (x - i)^2; a place x takes the least

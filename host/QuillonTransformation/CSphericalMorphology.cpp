@@ -203,6 +203,8 @@ void Fill(IImage& image, unsigned char pixel) {
 }
 
 bool HasSeed(const StSearch& search, const IImage& source) {
+    if (search.outsideIsSeed)
+        return true;
     const CImageView<const unsigned char> view(source);
     const auto isSeed = [&](unsigned char pixel) { return (pixel == 0) == (search.seeds == EnSeeds::Zeros); };
     for (std::int64_t z = 0; z < view.nz; ++z) {
@@ -211,7 +213,7 @@ bool HasSeed(const StSearch& search, const IImage& source) {
                 return true;
         }
     }
-    return search.outsideIsSeed;
+    return false;
 }
 
 /// The way for large balls.
@@ -228,6 +230,7 @@ bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& res
         return false;
     const CImageView<const unsigned> from(squares);
     const CImageView<unsigned char> to(result);
+    // Squares saturate in images only that are longer than 65535 pixels across.
     const auto limit = static_cast<unsigned>(std::min<std::int64_t>(search.square, UINT32_MAX));
     for (std::int64_t z = 0; z < to.nz; ++z) {
         for (std::int64_t y = 0; y < to.ny; ++y) {
@@ -258,7 +261,7 @@ bool Find(const StSearch& search, const IImage& source, IImage& result, IProgres
     return isDone;
 }
 
-/// Copies all of the smaller of two images. It lies in the larger one with `margin` pixels around it.
+/// Copies all of the smaller of two images, which lies in the larger one with that margin around it.
 void CopyBox(const IImage& source, const CPos& sourceMargin, IImage& target, const CPos& targetMargin) {
     const CImageView<const unsigned char> from(source);
     const CImageView<unsigned char> to(target);

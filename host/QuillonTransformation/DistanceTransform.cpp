@@ -81,9 +81,6 @@ private:
     std::int32_t m_maximum = 0;
 };
 
-/// A square that takes every distance but 0 out of the range of 32 bits.
-constexpr double c_largestWeight = 0x1p32;
-
 /// One call: the images, and what is to be done.
 template <class T>
 struct StTask {
@@ -92,11 +89,9 @@ struct StTask {
         , binary(binaryImage)
         , map(mapImage)
         , dimension(mapImage.Size().Dim()) {
-        if constexpr (std::is_integral_v<T>) {
-            for (double& weight : transform.weights)
-                weight = std::min(std::round(weight), c_largestWeight);
-            transform.factor = std::min(std::round(transform.factor), c_largestWeight);
-        }
+        for (double& weight : transform.weights)
+            weight = StoredWeight<T>(weight);
+        transform.factor = StoredWeight<T>(transform.factor);
     }
 
     /// Whether what the axes before this one have left are whole numbers.

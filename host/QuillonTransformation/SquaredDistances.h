@@ -15,7 +15,7 @@ namespace ORVEN {
 /// Raises `CException` for types and sizes that do not fit and for an extent of 65535 or more. A cancelled
 /// run leaves early, with 0 wherever it was not done.
 ///
-/// Time: linear in the number of pixels. Memory: a few lines a thread. Method and sources as for
+/// Time: linear in the number of pixels. Memory: some dozen lines a thread. Method and sources as for
 /// `CEdtVoronoi`.
 void SquaredDistancesToBackground(const IImage& binary, IImage& squared, IProgress& progress);
 

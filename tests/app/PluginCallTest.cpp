@@ -238,6 +238,9 @@ TEST_F(PluginCall, ItsSummaryTellsHowToKeepWhatThereIs) {
               first + "Nothing was written: give --report FILE to keep the parameters as they are now.\n");
     record.isReported = true;
     EXPECT_EQ(RunSummary(record, {}), first);
+    record.isReported = false;
+    record.showedWindows = true;
+    EXPECT_EQ(RunSummary(record, {}), first);
     record.hasMeasured = true;
     EXPECT_EQ(RunSummary(record, {}),
               first + "Nothing was written: give -o FILE to keep the image with what was measured.\n");

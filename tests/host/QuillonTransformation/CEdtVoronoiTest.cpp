@@ -114,6 +114,8 @@ TEST(VoronoiEdt, MeasuresALine) {
     EXPECT_EQ(lines.Transformed<float>({c_none, c_none, 0}, 1.5, false), (Floats{9, 2.25F, 0}));
     EXPECT_EQ(lines.Transformed<unsigned>({0, c_noneInteger, c_noneInteger}, 3.0, false),
               (Integers{0, 9, 36}));
+    EXPECT_EQ(lines.Transformed<unsigned>({0, c_noneInteger, c_noneInteger}, 1.6, false),
+              (Integers{0, 3, 12}));
 }
 
 TEST(VoronoiEdt, LeavesALineWithoutASeedAsItIs) {
