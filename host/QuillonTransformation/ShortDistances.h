@@ -10,8 +10,8 @@
 #include <type_traits>
 #include <vector>
 
-/// Distances below 127 pixels, many at once. Everything is inline: it is
-/// compiled for the vectors of the processor that it runs on, see `SeparablePasses.h`.
+/// Distances below 127 pixels, many at once. Everything is inline: it is compiled for the vectors of the
+/// processor that it runs on, see `SeparablePasses.h`.
 namespace ORVEN {
 
 /// Distances from here on are not told from one another: "so far or farther".
