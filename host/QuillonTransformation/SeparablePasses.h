@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QuillonBase/Parallel.h>
+#include <QuillonBase/VectorDispatch.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -19,41 +20,13 @@ struct StPassExtents {
 
 namespace Impl {
 
-#ifdef __x86_64__
-template <class Work>
-[[gnu::target("avx2"), gnu::flatten]] void RunWithAvx2(Work& work, std::int64_t item) {
-    work(item);
-}
-
-template <class Work>
-[[gnu::target("avx512f,avx512bw,avx512dq,avx512vl"), gnu::flatten]] void RunWithAvx512(Work& work,
-                                                                                       std::int64_t item) {
-    work(item);
-}
-#endif
-
-/// Runs `work(item)` in the widest vectors that the processor has. What it calls is compiled once for each
-/// width, as far as its source is in sight. The steps and their order are the same in each, and contraction
-/// is off, so that the results are too.
-template <class Work>
-[[gnu::flatten]] void RunOnThisProcessor(Work& work, std::int64_t item) {
-#ifdef __x86_64__
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
-        return RunWithAvx512(work, item);
-    if (__builtin_cpu_supports("avx2"))
-        return RunWithAvx2(work, item);
-#endif
-    work(item);
-}
-
 /// `makeWork` makes what does an item, with scratch memory of its own.
 template <class MakeWork>
 bool ForEachItem(std::int64_t count, IProgress& progress, const MakeWork& makeWork) {
     return ParallelFor(count, progress, [&makeWork] {
         // Shared, as a std::function must be able to be copied.
         const auto work = std::make_shared<decltype(makeWork())>(makeWork());
-        return [work](std::int64_t item) { RunOnThisProcessor(*work, item); };
+        return [work](std::int64_t item) { RunFor(BestVectors(), [&] { (*work)(item); }); };
     });
 }
 
