@@ -39,7 +39,6 @@ void CConvexifyObjectsPlugin::GetData(CValueMap& tree) {
         *result, *image,
         CString("ConvexifyObjects<" + CStringTools::toString(count) + ">(" + m_method.Std() + ")"));
     CQuillonHeaderTools::SetNumberOfLabels(*result, count);
-    // What other new documents stood there goes, by contract.
-    tree.SetEntry("output/documents", new CValueMap);
+    contract::ClearDocuments(tree);
     contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, ""));
 }

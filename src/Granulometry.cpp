@@ -138,6 +138,7 @@ void CGranulometryPlugin::GetData(CValueMap& tree) {
                                           .Arg(m_isFiltered ? ",medialaxispoint-filtered" : ""),
                                       0);
     // The sizes are no copy of the image: of its attributes they take none.
+    contract::ClearDocuments(tree);
     contract::HandOver(tree, std::move(output), contract::LabelOf(*m_focusedDocument, "Granulometry"));
 }
 

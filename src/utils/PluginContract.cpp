@@ -104,6 +104,8 @@ void HandOver(CValueMap& tree, std::unique_ptr<CImage> image, const CString& lab
     (void)document.release(); // the host takes it out of the tree
 }
 
+void ClearDocuments(CValueMap& tree) { tree.SetEntry("output/documents", new CValueMap); }
+
 void RequestView(CValueMap& tree, CValueMap& document) {
     tree.SetEntry("output/views/create", new CValueVector);
     auto view = std::make_unique<CValueMap>();

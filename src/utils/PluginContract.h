@@ -65,6 +65,10 @@ void Inherit(ORVEN::CImage& result, const ORVEN::CImage& source, const ORVEN::CS
 void HandOver(ORVEN::CValueMap& tree, std::unique_ptr<ORVEN::CImage> image, const ORVEN::CString& label,
               int index = 0);
 
+/// Takes away what an earlier run has left among the new documents. Some plug-ins begin the list anew, others
+/// put theirs among those that are there; either is contract.
+void ClearDocuments(ORVEN::CValueMap& tree);
+
 /// Asks the host to show the attributes of a document, where a plug-in leaves its result in the header of an
 /// image. The document stays the host's.
 void RequestView(ORVEN::CValueMap& tree, ORVEN::CValueMap& document);

@@ -204,6 +204,47 @@ TEST(PluginContractFailure, ACExceptionIsWrittenToStandardErrorAndGoesOn) {
               "AnyPlugin caught an ORVEN::CException: what happened\n");
 }
 
+/// Runs a plug-in of the pack on a small image over what an earlier run has left in the tree, and tells
+/// whether an entry of that is still there.
+bool KeepsEarlierOutput(const char* plugin, const IImage::CType& type, const char* entry) {
+    auto image = std::make_unique<CImage>(type, CSize(4, 4, 4), CSize(0, 0, 0));
+    if (type == IMAGE_BINARY_FG) {
+        const CImageView<unsigned char> pixels(*image);
+        pixels.Row(1, 1)[1] = pixels.Row(1, 1)[2] = pixels.Row(2, 1)[1] = pixels.Row(1, 2)[1] = 1;
+    }
+    test::CPackHost host(std::move(image));
+    host.Set("returnImage", new CValueBool(true));
+    host.Tree().SetEntry("output/other", new CValueMap);
+    host.Tree().SetEntry("output/documents/other", new CValueMap);
+    const auto object = test::CreatePlugin(plugin);
+    testing::internal::CaptureStdout(); // what traversals tell
+    object->UpdateParameters(host.Tree());
+    object->GetData(host.Tree());
+    (void)testing::internal::GetCapturedStdout();
+    const bool isKept = host.Tree().HasEntry(entry);
+    EXPECT_EQ(test::TakeDocuments(host.Tree()).size(), 1U) << plugin;
+    return isKept;
+}
+
+TEST(PluginContractHandOver, SomePluginsBeginTheNewDocumentsAnew) {
+    EXPECT_FALSE(KeepsEarlierOutput("GaussFilter", IMAGE_GREY_8, "output/documents/other"));
+    EXPECT_FALSE(KeepsEarlierOutput("PartialDerivative", IMAGE_GREY_F, "output/documents/other"));
+    EXPECT_FALSE(KeepsEarlierOutput("SphericalMorphology", IMAGE_BINARY_FG, "output/documents/other"));
+    EXPECT_FALSE(KeepsEarlierOutput("Granulometry", IMAGE_BINARY_FG, "output/documents/other"));
+    EXPECT_FALSE(KeepsEarlierOutput("ConvexifyObjects", IMAGE_BINARY_FG, "output/documents/other"));
+    EXPECT_TRUE(KeepsEarlierOutput("GaussFilter", IMAGE_GREY_8, "output/other"));
+}
+
+TEST(PluginContractHandOver, LinearDtBeginsTheWholeOutputAnew) {
+    EXPECT_FALSE(KeepsEarlierOutput("LinearDt", IMAGE_BINARY_FG, "output/other"));
+}
+
+TEST(PluginContractHandOver, OthersPutTheirDocumentAmongThoseThatAreThere) {
+    EXPECT_TRUE(KeepsEarlierOutput("VoronoiEdtPlugin", IMAGE_BINARY_FG, "output/documents/other"));
+    EXPECT_TRUE(KeepsEarlierOutput("CylinderMask", IMAGE_GREY_8, "output/documents/other"));
+    EXPECT_TRUE(KeepsEarlierOutput("ExactMedialAxis", IMAGE_BINARY_FG, "output/documents/other"));
+}
+
 TEST(PluginContractFailure, OtherExceptionsPassUnseen) {
     testing::internal::CaptureStderr();
     EXPECT_THROW(contract::ReportExceptions("AnyPlugin", [] { throw std::bad_alloc(); }), std::bad_alloc);
