@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <atomic>
 #include <charconv>
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace ORVEN {
@@ -40,62 +43,148 @@ int ThreadCount() {
 
 void SetThreadCount(int count) { g_threadCount = std::clamp(count, 0, g_sensibleThreadCount); }
 
-bool ParallelFor(std::int64_t count, IProgress& progress,
-                 const std::function<std::function<void(std::int64_t item)>()>& makeWorker) {
-    std::atomic<std::int64_t> next{0};
-    std::atomic<std::int64_t> done{0};
-    std::atomic<bool> stop{false};
-    std::atomic<bool> cancelled{false};
-    std::mutex failureGuard;
-    std::exception_ptr failure;
+namespace Impl {
 
-    const auto work = [&](bool reportsProgress) {
-        std::int64_t reported = 0;
+/// What the threads of one job share.
+class CSharedWork {
+public:
+    CSharedWork(std::int64_t count, IProgress& progress)
+        : m_count(count)
+        , m_progress(progress) {}
+
+    /// Does one thread's part. An exception ends the job and is kept.
+    void TakePart(const std::function<void(CWorkerTurn&)>& work, bool isCaller) {
         try {
-            const auto worker = makeWorker();
-            while (!stop) {
-                if (progress.IsCancelled()) {
-                    cancelled = true;
-                    break;
-                }
-                const std::int64_t item = next++;
-                if (item >= count)
-                    break;
-                worker(item);
-                const std::int64_t doneNow = ++done;
-                if (reportsProgress) {
-                    progress.Step(static_cast<unsigned>(doneNow - reported), 0);
-                    reported = doneNow;
-                }
-            }
+            CWorkerTurn turn(*this, isCaller);
+            work(turn);
         } catch (...) {
-            const std::lock_guard lock(failureGuard);
-            if (!failure)
-                failure = std::current_exception();
-            stop = true;
+            Fail();
         }
-        if (cancelled)
-            stop = true;
-        return reported;
-    };
+    }
 
-    std::int64_t reported = 0;
+    /// Counts a helper thread as started; called before it starts.
+    void AddHelper() {
+        const std::lock_guard lock(m_guard);
+        ++m_helpersAtWork;
+    }
+
+    void RemoveHelper() {
+        {
+            const std::lock_guard lock(m_guard);
+            --m_helpersAtWork;
+        }
+        m_helperLeft.notify_one();
+    }
+
+    /// The calling thread waits for the helpers and keeps on serving the sink meanwhile.
+    void AwaitHelpers() {
+        std::unique_lock lock(m_guard);
+        while (!m_helperLeft.wait_for(lock, c_pollInterval, [this] { return m_helpersAtWork == 0; })) {
+            lock.unlock();
+            try {
+                ReportSteps();
+                (void)AskSink();
+            } catch (...) {
+                Fail();
+            }
+            lock.lock();
+        }
+    }
+
+    /// After the last thread has left: raises what was raised, and reports what is left to report.
+    bool Finish() {
+        if (m_failure)
+            std::rethrow_exception(m_failure);
+        ReportSteps();
+        return !m_isCancelled;
+    }
+
+    bool Claim(std::int64_t& item) {
+        item = m_next.fetch_add(1);
+        return item < m_count;
+    }
+    void CountItem() { ++m_done; }
+    [[nodiscard]] bool HasEnded() const { return m_hasEnded; }
+
+    /// Only on the calling thread.
+    bool AskSink() {
+        if (!m_isCancelled && m_progress.IsCancelled()) {
+            m_isCancelled = true;
+            m_hasEnded = true;
+        }
+        return m_isCancelled;
+    }
+
+    /// Only on the calling thread.
+    void ReportSteps() {
+        const std::int64_t done = m_done;
+        if (done > m_reported)
+            m_progress.Step(static_cast<unsigned>(done - std::exchange(m_reported, done)), 0);
+    }
+
+private:
+    static constexpr std::chrono::milliseconds c_pollInterval{5};
+
+    void Fail() {
+        const std::lock_guard lock(m_guard);
+        if (!m_failure)
+            m_failure = std::current_exception();
+        m_hasEnded = true;
+    }
+
+    const std::int64_t m_count;
+    IProgress& m_progress;
+    std::int64_t m_reported = 0;
+    bool m_isCancelled = false; // used by the calling thread alone
+    std::atomic<std::int64_t> m_next{0};
+    std::atomic<std::int64_t> m_done{0};
+    std::atomic<bool> m_hasEnded{false}; // cancelled or failed
+    std::mutex m_guard;
+    std::condition_variable m_helperLeft;
+    std::int64_t m_helpersAtWork = 0;
+    std::exception_ptr m_failure;
+};
+
+bool RunOnThreads(std::int64_t count, IProgress& progress, const std::function<void(CWorkerTurn&)>& work) {
+    CSharedWork shared(count, progress);
+    if (shared.AskSink())
+        return false;
     {
         std::vector<std::jthread> helpers;
         const std::int64_t threads = std::min<std::int64_t>(ThreadCount(), count);
         // Fewer threads than asked for, if the system gives no more, do the same work.
-        try {
-            for (std::int64_t i = 1; i < threads; ++i)
-                helpers.emplace_back([&work] { work(false); });
-        } catch (const std::system_error&) {
+        for (std::int64_t i = 1; i < threads; ++i) {
+            shared.AddHelper();
+            try {
+                helpers.emplace_back([&shared, &work] {
+                    shared.TakePart(work, false);
+                    shared.RemoveHelper();
+                });
+            } catch (const std::exception&) {
+                shared.RemoveHelper();
+                break;
+            }
         }
-        reported = work(true);
+        shared.TakePart(work, true);
+        shared.AwaitHelpers();
     }
-    if (failure)
-        std::rethrow_exception(failure);
-    if (done > reported)
-        progress.Step(static_cast<unsigned>(done - reported), 0);
-    return !cancelled;
+    return shared.Finish();
+}
+
+} // namespace Impl
+
+bool CWorkerTurn::IsCancelled() { return (m_isCaller && m_work.AskSink()) || m_work.HasEnded(); }
+
+bool CWorkerTurn::Take(std::int64_t& item) {
+    if (m_hasItem)
+        m_work.CountItem();
+    m_hasItem = false;
+    if (m_isCaller) {
+        m_work.ReportSteps();
+        (void)m_work.AskSink();
+    }
+    m_hasItem = !m_work.HasEnded() && m_work.Claim(item);
+    return m_hasItem;
 }
 
 } // namespace ORVEN

@@ -141,18 +141,76 @@ TEST_P(ParallelForWithThreads, BeginsNothingOnceCancelled) {
     EXPECT_EQ(m_progress.steps, 0U);
 }
 
-TEST_P(ParallelForWithThreads, StopsSoonAfterACancellationAndStepsForWhatWasDone) {
+TEST_P(ParallelForWithThreads, EndsByACancellationAndStepsForWhatWasDone) {
+    const auto caller = std::this_thread::get_id();
     std::atomic<unsigned> done{0};
-    EXPECT_FALSE(ParallelFor(100000, m_progress, [&]() -> Item {
+    std::atomic<unsigned> doneByCaller{0};
+    // Too many items to get through: the job ends by the cancellation or not at all.
+    EXPECT_FALSE(ParallelFor(std::numeric_limits<std::int64_t>::max() / 2, m_progress, [&]() -> Item {
         return [&](std::int64_t) {
-            if (++done >= 10)
+            ++done;
+            if (std::this_thread::get_id() == caller && ++doneByCaller == 10)
                 m_progress.Cancel();
         };
     }));
-    EXPECT_GE(done, 10U);
-    EXPECT_LE(done, 9U + static_cast<unsigned>(GetParam())); // whoever gets that far does no other item
+    EXPECT_EQ(doneByCaller, 10U);
     EXPECT_EQ(m_progress.steps, done);
     EXPECT_TRUE(m_progress.isFromOneThread);
+}
+
+TEST_P(ParallelForWithThreads, ALongItemLearnsOfACancellationOnEveryThread) {
+    std::latch allBegun(GetParam());
+    EXPECT_FALSE(ParallelFor(GetParam(), m_progress, [&](CWorkerTurn& turn) {
+        return [&](std::int64_t) {
+            allBegun.arrive_and_wait();
+            m_progress.Cancel();
+            while (!turn.IsCancelled())
+                std::this_thread::yield();
+        };
+    }));
+    EXPECT_TRUE(m_progress.isFromOneThread);
+}
+
+TEST_P(ParallelForWithThreads, AsksWhileItWaitsForTheOtherThreads) {
+    SetThreadCount(1 + GetParam());
+    const auto caller = std::this_thread::get_id();
+    std::latch helperHasAnItem(1);
+    EXPECT_FALSE(ParallelFor(2, m_progress, [&](CWorkerTurn& turn) {
+        return [&](std::int64_t) {
+            if (std::this_thread::get_id() == caller)
+                return helperHasAnItem.wait();
+            helperHasAnItem.count_down();
+            // The caller has nothing left to do, or is about to: only a waiting caller can tell.
+            m_progress.Cancel();
+            while (!turn.IsCancelled())
+                std::this_thread::yield();
+        };
+    }));
+    EXPECT_TRUE(m_progress.isFromOneThread);
+}
+
+TEST_P(ParallelForWithThreads, AFailureEndsLongItemsOfOtherThreads) {
+    CProgressProxy none;
+    std::latch allBegun(GetParam());
+    EXPECT_THROW(ParallelFor(GetParam(), none,
+                             [&](CWorkerTurn& turn) {
+                                 return [&](std::int64_t item) {
+                                     allBegun.arrive_and_wait();
+                                     if (item == GetParam() - 1)
+                                         throw std::runtime_error("the last item");
+                                     while (!turn.IsCancelled())
+                                         std::this_thread::yield();
+                                 };
+                             }),
+                 std::runtime_error);
+}
+
+TEST_P(ParallelForWithThreads, TakesWorkersThatCannotBeCopied) {
+    std::atomic<std::int64_t> sum{0};
+    EXPECT_TRUE(ParallelFor(1000, m_progress, [&] {
+        return [&sum, one = std::make_unique<std::int64_t>(1)](std::int64_t) { sum += *one; };
+    }));
+    EXPECT_EQ(sum, 1000);
 }
 
 TEST_P(ParallelForWithThreads, RaisesTheExceptionOfAnItemAgainAndEndsTheJob) {
