@@ -8,7 +8,8 @@ bool CFile::Exists(const char* path) {
     if (path == nullptr)
         return false;
     std::error_code unreachable;
-    return std::filesystem::exists(path, unreachable);
+    const std::filesystem::file_status status = std::filesystem::status(path, unreachable);
+    return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
 }
 
 } // namespace ORVEN

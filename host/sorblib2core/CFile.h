@@ -5,8 +5,8 @@ namespace ORVEN {
 /// Questions about files of the host's file system.
 class CFile {
 public:
-    /// Whether something of that name is there. A null path, and a path that cannot be asked about, answer
-    /// false.
+    /// Whether a file of that name exists, of any kind but a directory. Returns false for a null path and for
+    /// one that cannot be examined.
     static bool Exists(const char* path);
 };
 

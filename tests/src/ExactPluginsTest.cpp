@@ -291,6 +291,17 @@ TEST_P(ExactPlugins, KeepTheEarlierPathWhereTheFileIsMissingAndLookAtTheOtherAft
     std::filesystem::remove(there);
 }
 
+TEST_P(ExactPlugins, TakeNoDirectoryForALookUpTable) {
+    CValueMap settings;
+    settings.SetEntry("malut", Text(testing::TempDir()));
+    settings.SetEntry("bslut", Text(testing::TempDir()));
+    m_plugin->Configure(nullptr, settings);
+    EXPECT_EQ(CExactMedialAxis::Lut(), "");
+    EXPECT_EQ(CExactBisector::Lut(), "");
+    test::CPackHost host(test::Ball(9).Image());
+    EXPECT_NO_THROW(Run(host));
+}
+
 TEST_P(ExactPlugins, ReadPathsFromTheTopLevelAsTextsOnly) {
     const std::string there = FileThatExists("there.lut");
     CValueMap settings;

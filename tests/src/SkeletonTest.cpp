@@ -294,6 +294,18 @@ TEST_P(SkeletonPlugins, KeepTheEarlierPathWhereTheFileIsMissingAndLookAtTheOther
     std::filesystem::remove(there);
 }
 
+TEST_P(SkeletonPlugins, TakeNoDirectoryForALookUpTable) {
+    CValueMap settings;
+    settings.SetEntry("malut", Text(testing::TempDir()));
+    settings.SetEntry("bslut", Text(testing::TempDir()));
+    m_plugin->Configure(nullptr, settings);
+    EXPECT_EQ(CSkeletonCouprierZour::MaLut(), "");
+    EXPECT_EQ(CSkeletonCouprierZour::BsLut(), "");
+    test::CPackHost host(test::Ball(9).Image());
+    SetNeighborhood(host, "N26");
+    EXPECT_NO_THROW(Run(host));
+}
+
 TEST_P(SkeletonPlugins, ReadPathsFromTheTopLevelAsTextsOnly) {
     const std::string there = FileThatExists("there.lut");
     CValueMap settings;

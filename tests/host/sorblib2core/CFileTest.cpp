@@ -21,7 +21,11 @@ TEST(CFile, ExistsFromCreationToRemoval) {
     EXPECT_FALSE(CFile::Exists(path.c_str()));
 }
 
-TEST(CFile, DirectoryExistsToo) { EXPECT_TRUE(CFile::Exists(testing::TempDir().c_str())); }
+TEST(CFile, ADirectoryIsNoFile) {
+    EXPECT_FALSE(CFile::Exists(testing::TempDir().c_str()));
+    EXPECT_FALSE(CFile::Exists("."));
+    EXPECT_TRUE(CFile::Exists("/dev/null")) << "other kinds of files are files";
+}
 
 TEST(CFile, WhatCannotBeAskedAboutDoesNotExist) {
     EXPECT_FALSE(CFile::Exists(nullptr));
