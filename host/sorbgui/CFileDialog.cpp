@@ -1,13 +1,34 @@
 #include "sorbgui/CFileDialog.h"
 
+#include <QChildEvent>
 #include <QFile>
 #include <QFileDialog>
+#include <QMessageBox>
 
 namespace ORVEN {
 
+namespace {
+
+/// The toolkit's dialog, with boxes that show a file name letter by letter even if it looks like markup.
+class CPlainFileDialog : public QFileDialog {
+public:
+    using QFileDialog::QFileDialog;
+
+protected:
+    void childEvent(QChildEvent* event) override {
+        // A box is polished before it is first shown; when it is added it is no box yet.
+        auto* box = event->polished() ? qobject_cast<QMessageBox*>(event->child()) : nullptr;
+        if (box != nullptr)
+            box->setTextFormat(Qt::PlainText);
+        QFileDialog::childEvent(event);
+    }
+};
+
+} // namespace
+
 CFileDialog::CFileDialog(const std::string& name, const std::string& filter, EnSaveMode mode,
                          QWidget* parent) {
-    QFileDialog dialog(parent, QString(), QString(), QString::fromStdString(filter));
+    CPlainFileDialog dialog(parent, QString(), QString(), QString::fromStdString(filter));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
     dialog.setOption(QFileDialog::DontConfirmOverwrite, mode == SAVE_REPLACE);

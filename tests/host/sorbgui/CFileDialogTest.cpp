@@ -71,6 +71,22 @@ TEST_F(FileDialog, AsksBeforeItReplacesAFile) {
     EXPECT_FALSE(dialog.WasFileSelected());
 }
 
+TEST_F(FileDialog, TheQuestionShowsANameThatLooksLikeMarkupAsItStands) {
+    const char* const name = "<b>old.csv";
+    std::ofstream(Path(name)) << "old";
+    AnswerNextDialog([this, name](QDialog& dialog) {
+        AnswerNextDialog([name](QDialog& question) {
+            auto& box = dynamic_cast<QMessageBox&>(question);
+            EXPECT_TRUE(box.text().startsWith(name)) << box.text().toStdString();
+            EXPECT_EQ(box.textFormat(), Qt::PlainText);
+            box.button(QMessageBox::Yes)->click();
+        });
+        Type(dialog, Path(name));
+    });
+    const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
+    EXPECT_EQ(dialog.FilePath(), Path(name));
+}
+
 TEST_F(FileDialog, ReplacesWithoutAskingInThatMode) {
     std::ofstream(Path("old.csv")) << "old";
     AnswerNextDialog([this](QDialog& dialog) { Type(dialog, Path("old.csv")); });
