@@ -24,10 +24,10 @@ struct StConfigurationsHistograms {
 /// So a block is entered where its configuration changes, and a running sum along the grey values turns
 /// changes into counts.
 ///
-/// The image is of 16 or 8 bits or binary, which counts as 8 bits; its pixels stand one behind the other, x
-/// fastest. Any other type raises `CException`. An image of one layer has no block. Time: pixels, 8 pixel
-/// values sorted for each, and 256 times the grey values. Memory: 8 bytes times 256 times the grey values,
-/// 512 KiB or 128 MiB.
+/// The image is of 16 or 8 bits or binary, which counts as 8 bits; any other type raises `CException`. The
+/// pixels of a row stand side by side; rows and planes may lie anywhere, as in an image with a border. An
+/// image of one layer has no block. Time: pixels, 8 pixel values sorted for each, and 256 times the grey
+/// values. Memory: 8 bytes times 256 times the grey values, 512 KiB or 128 MiB.
 StConfigurationsHistograms ConfigurationsHistograms(const ORVEN::CImage& image);
 
 } // namespace quillon

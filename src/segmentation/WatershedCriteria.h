@@ -197,6 +197,7 @@ public:
 
     void Add(StPixelPosition pixel) {
         Append(pixel);
+        // The one is added in 32 bits too, before the number is widened: it is part of what wraps around.
         m_parameters->sum += m_parameters->level - Label(pixel) + 1;
     }
 

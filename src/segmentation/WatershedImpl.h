@@ -49,6 +49,10 @@ public:
     /// Floods `input` into `output`, an image of 32-bit labels of the same size. `seeds` can be null,
     /// `parameters` is the record of C. Returns the number of regions, which with seeds is the highest seed,
     /// and 0 if the run was cancelled. Raises what `CheckWatershedImages` raises, before anything is changed.
+    ///
+    /// `progress` is asked between the steps and at each level. Filling the labels and the sort report to the
+    /// host's sink, as traversals do, and ask that one. A caller who wants one sink for all of it passes the
+    /// host's.
     template <class T, class C>
     std::uint32_t DoWatershed(IImage& output, const IImage& input, const IImage* seeds,
                               typename C::StParameters* parameters, IProgress& progress) {
