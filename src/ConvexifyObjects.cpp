@@ -39,6 +39,6 @@ void CConvexifyObjectsPlugin::GetData(CValueMap& tree) {
         *result, *image,
         CString("ConvexifyObjects<" + CStringTools::toString(count) + ">(" + m_method.Std() + ")"));
     CQuillonHeaderTools::SetNumberOfLabels(*result, count);
-    contract::ClearDocuments(tree);
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, ""));
+    contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, ""));
 }

@@ -142,6 +142,7 @@ void CCylinderMaskPlugin::MaskFocusedImage(CValueMap& tree) {
     if (CQuillonHeaderTools::GetMaxDistance(*image, distance))
         CQuillonHeaderTools::SetMaxDistance(*result, distance);
     if (image->Type() == IMAGE_GREY_F)
-        StoreMinMax(*result);
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, ""));
+        StoreMinMax(*result); // of what is left, not of the input
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, ""));
 }

@@ -80,7 +80,7 @@ void CEuclideanSkeletonPlugin::GetData(CValueMap& tree) {
                                 m_parameters.neighborhood.Std(), progress);
 
     contract::Inherit(*result, *image, m_parameters.HistoryLine("skeleton(euclidean,%1,r=%2,a=%3)"));
-    contract::HandOver(tree, std::move(result), label);
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result), label);
 }
 
 } // namespace quillon

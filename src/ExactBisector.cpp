@@ -66,7 +66,8 @@ void CExactBisectorPlugin::GetData(CValueMap& tree) {
                           .Arg(m_minRadius, 0)
                           .Arg(static_cast<double>(m_minAngle), 0));
     TellRange(*result);
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, "ExactBisector"));
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, "ExactBisector"));
 }
 
 } // namespace quillon

@@ -42,7 +42,8 @@ void CExactMedialAxisPlugin::GetData(CValueMap& tree) {
         });
     contract::Inherit(*result, *image,
                       CString("medialaxis(exact,r=%1)", CString::ENC_UTF8).Arg(m_minRadius, 0));
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, "ExactMedialAxis"));
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, "ExactMedialAxis"));
 }
 
 } // namespace quillon

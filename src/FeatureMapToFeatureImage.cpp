@@ -158,5 +158,6 @@ void CFeatureMapToFeatureImagePlugin::MakeFeatureImage(CValueMap& tree) const {
     ConvertObjectBasedFeaturesIntoFeatureImage(name, map, kind->second, *result, {});
     const std::string history = "features2image(\"" + name + "\")";
     CQuillonHeaderTools::AddToHistory(*result, CValueString(history.c_str(), history.size()));
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, ""));
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, ""));
 }

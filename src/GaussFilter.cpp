@@ -51,8 +51,8 @@ void CGaussFilterPlugin::GetData(CValueMap& tree) {
     CQuillonHeaderTools::GetSpacing(*image, x, y, z);
     CQuillonHeaderTools::SetSpacing(*result, x, y, z);
     StoreMinMax(*result);
-    contract::ClearDocuments(tree);
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, "unnamed"));
+    contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, "unnamed"));
 }
 
 } // namespace quillon

@@ -138,8 +138,8 @@ void CGranulometryPlugin::GetData(CValueMap& tree) {
                                           .Arg(m_isFiltered ? ",medialaxispoint-filtered" : ""),
                                       0);
     // The sizes are no copy of the image: of its attributes they take none.
-    contract::ClearDocuments(tree);
-    contract::HandOver(tree, std::move(output), contract::LabelOf(*m_focusedDocument, "Granulometry"));
+    contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(output),
+                       contract::LabelOf(*m_focusedDocument, "Granulometry"));
 }
 
 } // namespace quillon

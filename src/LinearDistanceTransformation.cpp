@@ -58,7 +58,7 @@ void CLinearDistanceTransformationPlugin::GetData(CValueMap& tree) {
         CLinearDistanceTransformation(nullptr, nullptr)
             .CalculateDistanceMap(*result, *image, m_direction, m_onForeground, !m_exactValues,
                                   m_embeddedEdge);
-        tree.SetEntry("output", new CValueMap); // begun anew, by contract
-        contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, "Voronoi EDT"));
+        contract::HandOver(tree, contract::EnHandOver::NEW_OUTPUT, std::move(result),
+                           contract::LabelOf(*m_focusedDocument, "Voronoi EDT"));
     });
 }

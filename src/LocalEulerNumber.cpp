@@ -59,7 +59,7 @@ void CLocalEulerNumberPlugin::GetData(CValueMap& tree) {
     });
     contract::Inherit(*result, *image, m_settings.HistoryLine("localeulernumber(%1)"));
     RecordMinMax(*result, minMax);
-    contract::HandOver(tree, std::move(result),
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
                        contract::LabelOf(*m_settings.focusedDocument, "LocalEulerNumber"));
 }
 

@@ -143,13 +143,16 @@ void CLocalFiberDirectionsPlugin::GetData(CValueMap& tree) {
         directions.GetDirections(theta);
     auto thetaMap = TakeMap(theta);
     auto phiMap = TakeMap(phi);
+    // A label that is no text counts as an empty one: only a missing label leaves out the dash.
     const bool hasLabel = m_focusedDocument->HasEntry("label");
     const std::string label = hasLabel ? contract::LabelOf(*m_focusedDocument, "").Std() + " - " : "";
-    tree.SetEntry("output/documents/add", new CValueVector);
-    CompleteMap(*thetaMap, *image, history + "angle=theta)");
-    contract::HandOver(tree, std::move(thetaMap), CString(label + "Theta"), 0);
-    if (phiMap != nullptr) {
+    // Both are complete before the first is handed over: a failure leaves nothing in the tree.
+    if (phiMap != nullptr)
         CompleteMap(*phiMap, *image, history + "angle=phi)");
-        contract::HandOver(tree, std::move(phiMap), CString(label + "Phi"), 1);
+    CompleteMap(*thetaMap, *image, history + "angle=theta)");
+    contract::HandOver(tree, contract::EnHandOver::NEW_LIST, std::move(thetaMap), CString(label + "Theta"));
+    if (phiMap != nullptr) {
+        contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(phiMap), CString(label + "Phi"),
+                           1);
     }
 }

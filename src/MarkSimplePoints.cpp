@@ -32,7 +32,7 @@ void CMarkSimplePointsPlugin::GetData(CValueMap& tree) {
                      [&]<class N>(std::type_identity<N>) { MarkSimplePoints<N>(*image, *result); });
     contract::Inherit(*result, *image, m_settings.HistoryLine("simplepoints(%1)"));
     CQuillonHeaderTools::SetNumberOfLabels(*result, 255);
-    contract::HandOver(tree, std::move(result),
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
                        contract::LabelOf(*m_settings.focusedDocument, "MarkSimplePoints"));
 }
 

@@ -56,8 +56,8 @@ void CPartialDerivativePlugin::GetData(CValueMap& tree) {
         CString("partderiv(%1,%2,%3)", CString::ENC_UTF8).Arg(m_orderX, 0).Arg(m_orderY, 0).Arg(m_orderZ, 0));
     if (image->Type() == IMAGE_GREY_F)
         StoreMinMax(*result);
-    contract::ClearDocuments(tree);
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, "unnamed"));
+    contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, "unnamed"));
 }
 
 } // namespace quillon

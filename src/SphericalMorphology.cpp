@@ -72,8 +72,8 @@ void CSphericalMorphologyPlugin::GetData(CValueMap& tree) {
     contract::Inherit(
         *result, *image,
         CString("morph(spherical,op=%1,r=%2)", CString::ENC_UTF8).Arg(m_operation).Arg(m_radius, 0));
-    contract::ClearDocuments(tree);
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, "unnamed"));
+    contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, "unnamed"));
 }
 
 } // namespace quillon

@@ -34,7 +34,7 @@ void CTopologicalSkeletonPlugin::GetData(CValueMap& tree) {
     algorithm.RunSkeletonCouprierZour(*image, *result, m_parameters.neighborhood.Std(),
                                       m_parameters.minRadius, m_parameters.minAngle, progress, false);
     contract::Inherit(*result, *image, m_parameters.HistoryLine("skeleton(topol,%1,r=%2,a=%3)"));
-    contract::HandOver(tree, std::move(result),
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
                        contract::LabelOf(*m_parameters.focusedDocument, "TopologicalSkeleton"));
 }
 

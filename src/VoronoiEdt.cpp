@@ -62,12 +62,15 @@ void CVoronoiEdtPlugin::GetData(CValueMap& tree) {
         } else {
             calculate(*image);
         }
+        // This also replaces the greatest distance on record, which the transform has just set, by that of
+        // the input or by none. The linear transform inherits first and keeps its own.
         contract::Inherit(
             *result, *image,
             CString(CStringTools::Printf("EdtVoronoi(%s,%s,%s%s)", m_exactValues ? "exact" : "squared",
                                          m_onForeground ? "fg" : "bg", isEmbedded ? "EMB" : "NET",
                                          m_usesCylinder ? ",on cylindrical mask" : "")));
         StoreMinMax(*result);
-        contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, "EdtVoronoi"));
+        contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
+                           contract::LabelOf(*m_focusedDocument, "EdtVoronoi"));
     });
 }

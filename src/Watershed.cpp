@@ -65,7 +65,9 @@ const StNeighborhoodRow& FindRow(int dimension, std::string_view word) {
     throw CException(g_site, "Neighborhood not supported", nullptr);
 }
 
-/// The labels in another type; what is above `greatest`, sentinels included, becomes `greatest`.
+/// The labels in another type; what is above `greatest`, sentinels included, becomes `greatest`. The cast
+/// asks the host's sink like any traversal: if a cancelled flood left it cancelled, the result stays 0
+/// everywhere and shows none of the labels.
 template <class T>
 std::unique_ptr<CImage> Narrowed(const CImage& labels, const IImage::CType& type, T greatest) {
     auto result = std::make_unique<CImage>(type, labels.Size(), CSize(0, 0, 0));
@@ -155,7 +157,8 @@ void CWatershedPlugin::GetData(CValueMap& tree) {
                                 std::to_string(outcome.regionCount) + ">";
     contract::Inherit(*result, *image, CString(history));
     CQuillonHeaderTools::SetNumberOfLabels(*result, std::size_t{outcome.regionCount} + 1);
-    contract::HandOver(tree, std::move(result), contract::LabelOf(*m_focusedDocument, ""));
+    contract::HandOver(tree, contract::EnHandOver::NEW_OUTPUT, std::move(result),
+                       contract::LabelOf(*m_focusedDocument, ""));
 }
 
 } // namespace quillon

@@ -93,7 +93,7 @@ void RunLocalThresholding(CValueMap& tree, const StLocalThresholding& settings,
         const std::string history = CStringTools::Printf("%s(w=%d,c=%g)", method.name, settings.windowSize,
                                                          static_cast<double>(settings.coefficient));
         contract::Inherit(*result, *image, CString(history));
-        contract::HandOver(tree, std::move(result),
+        contract::HandOver(tree, contract::EnHandOver::NEW_OUTPUT, std::move(result),
                            contract::LabelOf(*settings.focusedDocument, method.name));
     });
 }

@@ -26,6 +26,35 @@ const V* TypedEntry(const CValueMap& values, const char* key) {
     return values.HasEntry(key, typeid(V)) ? static_cast<const V*>(values.Entry(key, true)) : nullptr;
 }
 
+/// Whether the tree says which document is in focus, if only that there is none.
+bool IsFocusGiven(const CValueMap& tree, EnFocusTest test) {
+    switch (test) {
+    case EnFocusTest::ANY_ENTRY:
+        return tree.HasEntry(g_focused);
+    case EnFocusTest::POINTER_TO_DOCUMENT:
+        return tree.HasEntry(g_focused, typeid(CValuePointer<CValueMap>));
+    case EnFocusTest::ANY_INPUT:
+        return tree.HasEntry("input");
+    }
+    return false;
+}
+
+void ReplaceEarlierOutput(CValueMap& tree, EnHandOver way) {
+    switch (way) {
+    case EnHandOver::NEW_OUTPUT:
+        tree.SetEntry("output", new CValueMap);
+        break;
+    case EnHandOver::NEW_DOCUMENTS:
+        tree.SetEntry("output/documents", new CValueMap);
+        break;
+    case EnHandOver::NEW_LIST:
+        tree.SetEntry("output/documents/add", new CValueVector);
+        break;
+    case EnHandOver::INTO_LIST:
+        break;
+    }
+}
+
 } // namespace
 
 void DescribePlugin(CValueMap& setup, const char* pluginName) {
@@ -44,10 +73,7 @@ const CImage* FocusedImage(const CValueMap& tree) {
 }
 
 void StoreFocusedDocument(const CValueMap& tree, CValueMap*& document, EnFocusTest test) {
-    const bool isThere = test == EnFocusTest::ANY_ENTRY
-                             ? tree.HasEntry(g_focused)
-                             : tree.HasEntry(g_focused, typeid(CValuePointer<CValueMap>));
-    if (isThere)
+    if (IsFocusGiven(tree, test))
         document = UnwrapPointer<CValueMap>(tree.Entry(g_focused, true));
 }
 
@@ -92,7 +118,8 @@ void Inherit(CImage& result, const CImage& source, const CString& historyLine) {
     CQuillonHeaderTools::AddToHistory(result, CValueString(historyLine));
 }
 
-void HandOver(CValueMap& tree, std::unique_ptr<CImage> image, const CString& label, int index) {
+void HandOver(CValueMap& tree, EnHandOver way, std::unique_ptr<CImage> image, const CString& label,
+              int index) {
     auto document = std::make_unique<CValueMap>();
     document->SetEntry("label", new CValueString(label));
     auto content = std::make_unique<CValueOwnedPointer<CImage>>(image.get(), 1);
@@ -100,11 +127,10 @@ void HandOver(CValueMap& tree, std::unique_ptr<CImage> image, const CString& lab
     document->SetEntry("content", content.release());
 
     auto pointer = std::make_unique<CValuePointer<CValueMap>>(document.get(), 1);
+    ReplaceEarlierOutput(tree, way);
     tree.SetEntry("output/documents/add/" + std::to_string(index), pointer.release());
     (void)document.release(); // the host takes it out of the tree
 }
-
-void ClearDocuments(CValueMap& tree) { tree.SetEntry("output/documents", new CValueMap); }
 
 void RequestView(CValueMap& tree, CValueMap& document) {
     tree.SetEntry("output/views/create", new CValueVector);

@@ -35,11 +35,15 @@ bool AcceptsFocusedImage(const ORVEN::CValueMap& tree, const Accepts& accepts) {
     }
 }
 
-/// What a plug-in asks of the entry of the focused document before it takes it. A wrong kind of entry raises
-/// `CExBadParam` in the first case and counts as missing in the second.
-enum class EnFocusTest { ANY_ENTRY, POINTER_TO_DOCUMENT };
+/// What a plug-in asks of the tree before it takes the focused document. An entry of the wrong kind raises
+/// `CExBadParam`, unless it was asked to be a pointer to a document.
+enum class EnFocusTest {
+    ANY_ENTRY,           ///< a missing entry leaves the old pointer in place
+    POINTER_TO_DOCUMENT, ///< so does an entry of another kind
+    ANY_INPUT ///< only a tree without "input" leaves it; an "input" without a focused document clears it
+};
 
-/// Stores the focused document of the tree; a missing one leaves the old pointer in place.
+/// Stores the focused document of the tree.
 void StoreFocusedDocument(const ORVEN::CValueMap& tree, ORVEN::CValueMap*& document, EnFocusTest test);
 
 /// Reads a parameter into a member. A missing entry, and an entry of another kind, leave the member as it is
@@ -60,14 +64,21 @@ ORVEN::CString LabelOf(const ORVEN::CValueMap& document, const char* fallback);
 /// theirs.
 void Inherit(ORVEN::CImage& result, const ORVEN::CImage& source, const ORVEN::CString& historyLine);
 
-/// Puts a new document with image and label into the tree, for the host to take, at place `index` of the new
-/// documents.
-void HandOver(ORVEN::CValueMap& tree, std::unique_ptr<ORVEN::CImage> image, const ORVEN::CString& label,
-              int index = 0);
+/// How much of what stands in the tree a plug-in replaces when it hands over a document. Each plug-in has its
+/// own way, which hosts rely on. An entry on the way that is replaced may be of any kind; one that stays and
+/// is no container raises `CExBadParam`, and the tree stays as it was.
+enum class EnHandOver {
+    NEW_OUTPUT,    ///< all of "output"
+    NEW_DOCUMENTS, ///< "output/documents"; view requests stay
+    NEW_LIST,      ///< "output/documents/add" only
+    INTO_LIST      ///< nothing but an earlier document at the same place
+};
 
-/// Takes away what an earlier run has left among the new documents. Some plug-ins begin the list anew, others
-/// put theirs among those that are there; either is contract.
-void ClearDocuments(ORVEN::CValueMap& tree);
+/// Puts a new document with image and label into the tree, at place `index` of "output/documents/add". The
+/// document owns the image. The tree only points to the document: the host takes it out and owns it from then
+/// on.
+void HandOver(ORVEN::CValueMap& tree, EnHandOver way, std::unique_ptr<ORVEN::CImage> image,
+              const ORVEN::CString& label, int index = 0);
 
 /// Asks the host to show the attributes of a document, where a plug-in leaves its result in the header of an
 /// image. The document stays the host's.

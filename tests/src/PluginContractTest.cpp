@@ -96,6 +96,19 @@ TEST(PluginContractFocus, AMissingDocumentLeavesTheOldPointer) {
     EXPECT_EQ(document, &old);
 }
 
+TEST(PluginContractFocus, AnInputWithoutDocumentClearsThePointerOnlyWhereTheInputCounts) {
+    CValueMap old;
+    CValueMap* document = &old;
+    contract::StoreFocusedDocument(CValueMap(), document, contract::EnFocusTest::ANY_INPUT);
+    CValueMap tree;
+    tree.SetEntry("input", new CValueMap);
+    contract::StoreFocusedDocument(tree, document, contract::EnFocusTest::ANY_ENTRY);
+    contract::StoreFocusedDocument(tree, document, contract::EnFocusTest::POINTER_TO_DOCUMENT);
+    EXPECT_EQ(document, &old);
+    contract::StoreFocusedDocument(tree, document, contract::EnFocusTest::ANY_INPUT);
+    EXPECT_EQ(document, nullptr);
+}
+
 TEST(PluginContractParameters, ReadEachKindByPath) {
     CValueMap tree;
     tree.SetEntry("parameters/flag", new CValueBool(true));
@@ -139,7 +152,8 @@ TEST(PluginContractParameters, AMissingOneAndOneOfTheWrongTypeKeepTheOldValue) {
 
 TEST(PluginContractHandOver, PutsADocumentThatOwnsItsImageIntoTheTree) {
     CValueMap tree;
-    contract::HandOver(tree, SmallImage(), CString("result", CString::ENC_UTF8));
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, SmallImage(),
+                       CString("result", CString::ENC_UTF8));
     EXPECT_TRUE(tree.HasEntry("output", CValue::VAL_MAP));
     EXPECT_TRUE(tree.HasEntry("output/documents", CValue::VAL_MAP));
     EXPECT_TRUE(tree.HasEntry("output/documents/add", CValue::VAL_VECTOR));
@@ -153,8 +167,10 @@ TEST(PluginContractHandOver, PutsADocumentThatOwnsItsImageIntoTheTree) {
 
 TEST(PluginContractHandOver, SeveralDocumentsStandSideBySide) {
     CValueMap tree;
-    contract::HandOver(tree, SmallImage(), CString("a", CString::ENC_UTF8), 0);
-    contract::HandOver(tree, SmallImage(), CString("b", CString::ENC_UTF8), 1);
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, SmallImage(), CString("a", CString::ENC_UTF8),
+                       0);
+    contract::HandOver(tree, contract::EnHandOver::INTO_LIST, SmallImage(), CString("b", CString::ENC_UTF8),
+                       1);
     const auto documents = test::TakeDocuments(tree);
     ASSERT_EQ(documents.size(), 2U);
     EXPECT_EQ(documents[1]->EntryString("label").Std(), "b");
@@ -164,8 +180,37 @@ TEST(PluginContractHandOver, ATreeThatCannotTakeTheDocumentLosesNothing) {
     CValueMap tree;
     tree.SetEntry("output", Text("in the way"));
     // The sanitizer run tells whether image and document were freed.
-    EXPECT_THROW(contract::HandOver(tree, SmallImage(), CString()), CExBadParam);
+    EXPECT_THROW(contract::HandOver(tree, contract::EnHandOver::INTO_LIST, SmallImage(), CString()),
+                 CExBadParam);
     EXPECT_EQ(tree.EntryString("output").Std(), "in the way");
+}
+
+/// What is left of the earlier output of a tree after a hand-over.
+struct StKept {
+    bool output, documents, list;
+    bool operator==(const StKept&) const = default;
+};
+
+StKept KeptAfter(contract::EnHandOver way) {
+    CValueMap tree;
+    for (const char* key : {"output/other", "output/documents/other"})
+        tree.SetEntry(key, new CValueMap);
+    auto stale = std::make_unique<CValueMap>();
+    tree.SetEntry("output/documents/add/1", new CValuePointer<CValueMap>(stale.get(), 1));
+    contract::HandOver(tree, way, SmallImage(), CString());
+    const StKept kept{tree.HasEntry("output/other"), tree.HasEntry("output/documents/other"),
+                      tree.HasEntry("output/documents/add/1")};
+    if (kept.list)
+        (void)stale.release(); // taken with the other
+    EXPECT_EQ(test::TakeDocuments(tree).size(), kept.list ? 2U : 1U);
+    return kept;
+}
+
+TEST(PluginContractHandOver, ReplacesAsMuchOfTheEarlierOutputAsItIsTold) {
+    EXPECT_EQ(KeptAfter(contract::EnHandOver::NEW_OUTPUT), (StKept{false, false, false}));
+    EXPECT_EQ(KeptAfter(contract::EnHandOver::NEW_DOCUMENTS), (StKept{true, false, false}));
+    EXPECT_EQ(KeptAfter(contract::EnHandOver::NEW_LIST), (StKept{true, true, false}));
+    EXPECT_EQ(KeptAfter(contract::EnHandOver::INTO_LIST), (StKept{true, true, true}));
 }
 
 TEST(PluginContractResult, InheritsAttributesAndAddsItsLineToTheHistory) {
@@ -202,47 +247,6 @@ TEST(PluginContractFailure, ACExceptionIsWrittenToStandardErrorAndGoesOn) {
         CException);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "AnyPlugin caught an ORVEN::CException: what happened\n");
-}
-
-/// Runs a plug-in of the pack on a small image over what an earlier run has left in the tree, and tells
-/// whether an entry of that is still there.
-bool KeepsEarlierOutput(const char* plugin, const IImage::CType& type, const char* entry) {
-    auto image = std::make_unique<CImage>(type, CSize(4, 4, 4), CSize(0, 0, 0));
-    if (type == IMAGE_BINARY_FG) {
-        const CImageView<unsigned char> pixels(*image);
-        pixels.Row(1, 1)[1] = pixels.Row(1, 1)[2] = pixels.Row(2, 1)[1] = pixels.Row(1, 2)[1] = 1;
-    }
-    test::CPackHost host(std::move(image));
-    host.Set("returnImage", new CValueBool(true));
-    host.Tree().SetEntry("output/other", new CValueMap);
-    host.Tree().SetEntry("output/documents/other", new CValueMap);
-    const auto object = test::CreatePlugin(plugin);
-    testing::internal::CaptureStdout(); // what traversals tell
-    object->UpdateParameters(host.Tree());
-    object->GetData(host.Tree());
-    (void)testing::internal::GetCapturedStdout();
-    const bool isKept = host.Tree().HasEntry(entry);
-    EXPECT_EQ(test::TakeDocuments(host.Tree()).size(), 1U) << plugin;
-    return isKept;
-}
-
-TEST(PluginContractHandOver, SomePluginsBeginTheNewDocumentsAnew) {
-    EXPECT_FALSE(KeepsEarlierOutput("GaussFilter", IMAGE_GREY_8, "output/documents/other"));
-    EXPECT_FALSE(KeepsEarlierOutput("PartialDerivative", IMAGE_GREY_F, "output/documents/other"));
-    EXPECT_FALSE(KeepsEarlierOutput("SphericalMorphology", IMAGE_BINARY_FG, "output/documents/other"));
-    EXPECT_FALSE(KeepsEarlierOutput("Granulometry", IMAGE_BINARY_FG, "output/documents/other"));
-    EXPECT_FALSE(KeepsEarlierOutput("ConvexifyObjects", IMAGE_BINARY_FG, "output/documents/other"));
-    EXPECT_TRUE(KeepsEarlierOutput("GaussFilter", IMAGE_GREY_8, "output/other"));
-}
-
-TEST(PluginContractHandOver, LinearDtBeginsTheWholeOutputAnew) {
-    EXPECT_FALSE(KeepsEarlierOutput("LinearDt", IMAGE_BINARY_FG, "output/other"));
-}
-
-TEST(PluginContractHandOver, OthersPutTheirDocumentAmongThoseThatAreThere) {
-    EXPECT_TRUE(KeepsEarlierOutput("VoronoiEdtPlugin", IMAGE_BINARY_FG, "output/documents/other"));
-    EXPECT_TRUE(KeepsEarlierOutput("CylinderMask", IMAGE_GREY_8, "output/documents/other"));
-    EXPECT_TRUE(KeepsEarlierOutput("ExactMedialAxis", IMAGE_BINARY_FG, "output/documents/other"));
 }
 
 TEST(PluginContractFailure, OtherExceptionsPassUnseen) {
