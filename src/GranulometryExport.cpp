@@ -8,9 +8,8 @@
 #include <QuillonIo/CCsvOStreamColumnTable.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CValueString.h>
-#include <sorblib2core/UnwrapPointer.h>
 
-#include <QMessageBox>
+#include <QString>
 
 #include <fstream>
 #include <iostream>
@@ -21,6 +20,7 @@ using namespace ORVEN;
 
 namespace {
 
+const char* const g_name = "CGranulometryExportPlugin";
 // The name of the plug-in that measures, by contract.
 const char* const g_errorSource = "CGranulometryPlugin";
 constexpr char g_separator = ';';
@@ -38,10 +38,8 @@ bool CGranulometryExportPlugin::TestParameters(const CValueMap& tree) {
 void CGranulometryExportPlugin::UpdateParameters(const CValueMap& tree) {
     if (!tree.HasEntry("input"))
         return;
-    m_focusedDocument = UnwrapPointer<CValueMap>(tree.Entry("input/documents/focused", true));
-    if (m_focusedDocument == nullptr)
-        return;
-    m_label = contract::LabelOf(*m_focusedDocument, "");
+    contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_INPUT);
+    m_label = m_focusedDocument != nullptr ? contract::LabelOf(*m_focusedDocument, "") : CString();
     const CImage* image = contract::ContentOf(m_focusedDocument);
     // An image that has not been measured leaves the last one in place, by contract.
     if (image == nullptr || !image->Attributes().HasEntry(GranulometryKey(), typeid(CValueMap)))
@@ -53,7 +51,7 @@ void CGranulometryExportPlugin::UpdateParameters(const CValueMap& tree) {
 void CGranulometryExportPlugin::GetData(CValueMap&) {
     if (m_result == nullptr)
         return;
-    RequireWindows("CGranulometryExportPlugin");
+    RequireWindows(g_name);
     const std::string path = AskForCsvFile(m_label.Std(), "_granulometry.csv");
     if (path.empty())
         return;
@@ -61,7 +59,7 @@ void CGranulometryExportPlugin::GetData(CValueMap&) {
         Save(path);
     } catch (const CException& exception) {
         std::cerr << exception.Message() << std::endl;
-        QMessageBox::critical(nullptr, "Save Error", "Could not save csv file.");
+        ShowBox(g_name, EnBox::CRITICAL, nullptr, "Save Error", "Could not save csv file.");
     }
 }
 

@@ -19,8 +19,8 @@
 #include <QApplication>
 #include <QFile>
 #include <QMainWindow>
-#include <QMessageBox>
 #include <QStatusBar>
+#include <QString>
 
 #include <array>
 #include <fstream>
@@ -169,7 +169,7 @@ void ReportError(const std::string& text) { std::cerr << g_name << " Export Erro
 
 void Warn(const char* text) {
     ReportError(text);
-    QMessageBox::warning(MainWidget(), "Export Error", QString::fromUtf8(text));
+    ShowBox(g_name, EnBox::WARNING, MainWidget(), "Export Error", QString::fromUtf8(text));
 }
 
 } // namespace
@@ -183,9 +183,11 @@ bool CLocalFiberDirectionsExportPlugin::TestParameters(const CValueMap& tree) {
 }
 
 void CLocalFiberDirectionsExportPlugin::UpdateParameters(const CValueMap& tree) {
-    contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_ENTRY);
-    if (tree.HasEntry("input") && m_focusedDocument != nullptr)
-        m_label = contract::LabelOf(*m_focusedDocument, "");
+    contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_INPUT);
+    if (tree.HasEntry("input"))
+        m_label = m_focusedDocument != nullptr ? contract::LabelOf(*m_focusedDocument, "") : CString();
+    // Nothing in focus, or no image there, is no reason to forget the last measurement and the choice of
+    // rows: it can still be exported, under a name without a label.
     const CImage* image = contract::ContentOf(m_focusedDocument);
     if (image == nullptr)
         return;
@@ -215,7 +217,7 @@ void CLocalFiberDirectionsExportPlugin::GetData(CValueMap&) {
         const QString text = QString("Could not save csv file '%1'.").arg(QFile::decodeName(path.c_str())) +
                              "\n" + QString::fromUtf8(exception.Message());
         ReportError(text.toStdString());
-        QMessageBox::critical(MainWidget(), "Export Error", text);
+        ShowBox(g_name, EnBox::CRITICAL, MainWidget(), "Export Error", text);
     }
 }
 

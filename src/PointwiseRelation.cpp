@@ -6,7 +6,6 @@
 
 #include <sorblib2core/UnwrapPointer.h>
 
-#include <QMessageBox>
 #include <QString>
 
 #include <algorithm>
@@ -36,7 +35,7 @@ bool CPointwiseRelationPlugin::TestParameters(const CValueMap& tree) {
 }
 
 void CPointwiseRelationPlugin::UpdateParameters(const CValueMap& tree) {
-    contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_ENTRY);
+    contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_INPUT);
     if (tree.HasEntry("parameters/Image2"))
         m_secondImage = UnwrapPointer<CImage>(tree.Entry("parameters/Image2", true));
 }
@@ -45,13 +44,14 @@ void CPointwiseRelationPlugin::GetData(CValueMap&) {
     const CImage* image = contract::ContentOf(m_focusedDocument);
     if (image == nullptr || m_secondImage == nullptr)
         return;
-    RequireWindows("PointwiseRelation");
     std::string message;
     {
         const CWaitCursor cursor;
         message = CompareImages(*image, *m_secondImage);
     }
-    QMessageBox::information(nullptr, "PointwiseRelation", QString::fromStdString(message));
+    // Only here a window is needed: what the comparison refuses is refused in its own words.
+    ShowBox("PointwiseRelation", EnBox::INFORMATION, nullptr, "PointwiseRelation",
+            QString::fromStdString(message));
 }
 
 } // namespace quillon

@@ -2,6 +2,9 @@
 
 #include <string>
 
+class QString;
+class QWidget;
+
 /// What plug-ins with windows of their own share.
 namespace quillon {
 
@@ -9,13 +12,23 @@ namespace quillon {
 /// toolkit itself would end the program.
 void RequireWindows(const char* source);
 
-/// Shows the wait cursor for as long as it lives.
+/// The icon of a message box.
+enum class EnBox { INFORMATION, WARNING, CRITICAL };
+
+/// Shows a message in a modal box with one button until somebody closes it. The text is shown letter by
+/// letter: paths and labels in it may look like markup. Raises what `RequireWindows` raises.
+void ShowBox(const char* source, EnBox kind, QWidget* parent, const char* caption, const QString& text);
+
+/// Shows the wait cursor for as long as it lives; without windows it does nothing.
 class CWaitCursor {
 public:
     CWaitCursor();
     CWaitCursor(const CWaitCursor&) = delete;
     CWaitCursor& operator=(const CWaitCursor&) = delete;
     ~CWaitCursor();
+
+private:
+    bool m_isShown;
 };
 
 /// Asks for the file that a table is to be saved to, and suggests one named like the document that was

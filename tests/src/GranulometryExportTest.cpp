@@ -85,6 +85,7 @@ protected:
             m_box = std::string(box.icon() == QMessageBox::Critical ? "critical" : "other") + "|" +
                     box.windowTitle().toStdString() + "|" + box.text().toStdString() + "|" +
                     (box.parentWidget() == nullptr ? "no parent" : "parent");
+            EXPECT_EQ(box.textFormat(), Qt::PlainText);
             m_cursorAtBox = QApplication::overrideCursor() != nullptr;
             box.accept();
         });
@@ -256,6 +257,45 @@ TEST_F(GranulometryExport, AnotherImageWithoutResultLeavesTheMeasuredOneInPlace)
     Run(other);
     EXPECT_EQ(m_suggestion, "other_granulometry.csv");
     EXPECT_NE(Text().find("# \"size x\";20\n"), std::string::npos);
+}
+
+TEST_F(GranulometryExport, AnInputWithoutADocumentInFocusForgetsTheLabelAndKeepsTheResult) {
+    test::CPackHost host(MeasuredImage(), "scan");
+    m_plugin->UpdateParameters(host.Tree());
+    host.Tree().SetEntry("input", new CValueMap);
+    PickFile(Path());
+    Run(host);
+    EXPECT_EQ(m_suggestion, "_granulometry.csv");
+    EXPECT_EQ(Lines().back(), "6.000000e+00;100");
+}
+
+/// A text that notes the cursor of the application when it is read.
+class CWatchingText : public CValueString {
+public:
+    CWatchingText()
+        : CValueString("watching", CString::NPOS) {}
+
+    const CString& String() const override {
+        const QCursor* cursor = QApplication::overrideCursor();
+        ++readCount;
+        waitCount += cursor != nullptr && cursor->shape() == Qt::WaitCursor ? 1 : 0;
+        return CValueString::String();
+    }
+
+    static inline int readCount = 0;
+    static inline int waitCount = 0;
+};
+
+TEST_F(GranulometryExport, ShowsTheWaitCursorWhileItSaves) {
+    auto image = MeasuredImage();
+    image->Attributes().SetEntry("note", new CWatchingText);
+    test::CPackHost host(std::move(image));
+    PickFile(Path());
+    Run(host);
+    EXPECT_NE(Text().find("watching"), std::string::npos);
+    EXPECT_GT(CWatchingText::readCount, 0);
+    EXPECT_EQ(CWatchingText::waitCount, CWatchingText::readCount);
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
 TEST_F(GranulometryExport, AResultOfAnotherKindIsNoResult) {

@@ -18,6 +18,7 @@
 #include <QMessageBox>
 #include <QStatusBar>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <filesystem>
 #include <fstream>
@@ -98,6 +99,7 @@ protected:
     void ReadNextBox() {
         AnswerNextDialog([this](QDialog& dialog) {
             auto& box = dynamic_cast<QMessageBox&>(dialog);
+            m_isBoxPlain = box.textFormat() == Qt::PlainText;
             m_box = std::string(box.icon() == QMessageBox::Critical ? "critical" : "warning") + "|" +
                     box.windowTitle().toStdString() + "|" + box.text().toStdString();
             box.accept();
@@ -143,6 +145,7 @@ protected:
     QTemporaryDir m_folder;
     std::string m_suggestion;
     std::string m_box;
+    bool m_isBoxPlain = false;
     std::string m_output;
     std::string m_error;
 };
@@ -361,13 +364,97 @@ TEST_F(LocalFiberDirectionsExport, AFullDiskIsReported) {
               "critical|Export Error|Could not save csv file '/dev/full'.\nCan't write to file '/dev/full'.");
 }
 
-TEST_F(LocalFiberDirectionsExport, TellsTheStatusBarOfTheMainWindow) {
-    QMainWindow window;
-    SetMainWidget(&window);
+/// A main window that notes what its status bar shows, and under which cursor.
+class CWatchedWindow {
+public:
+    CWatchedWindow() {
+        SetMainWidget(&m_window);
+        QObject::connect(m_window.statusBar(), &QStatusBar::messageChanged, [this](const QString& text) {
+            messages.push_back(text.toStdString());
+            const QCursor* cursor = QApplication::overrideCursor();
+            waits = waits && cursor != nullptr && cursor->shape() == Qt::WaitCursor;
+            durations.push_back(Duration());
+        });
+    }
+    CWatchedWindow(const CWatchedWindow&) = delete;
+    CWatchedWindow& operator=(const CWatchedWindow&) = delete;
+    ~CWatchedWindow() { SetMainWidget(nullptr); }
+
+    /// In milliseconds, how long the message on show is to stay; 0 for one that stays until the next.
+    [[nodiscard]] int Duration() const {
+        const auto* timer = m_window.statusBar()->findChild<QTimer*>();
+        return timer != nullptr && timer->isActive() ? timer->interval() : 0;
+    }
+
+    std::vector<std::string> messages;
+    std::vector<int> durations;
+    bool waits = true;
+
+private:
+    QMainWindow m_window;
+};
+
+TEST_F(LocalFiberDirectionsExport, TellsTheStatusBarHowTheFileIsGettingOn) {
+    const CWatchedWindow window;
     test::CPackHost host(MeasuredImage());
     (void)Export(host, true, false, false);
-    EXPECT_EQ(window.statusBar()->currentMessage().toStdString() + "\n", m_output);
-    SetMainWidget(nullptr);
+    const std::string saving = "LocalFiberDirectionsExportPlugin( field ): Saving '" + Path() + "' ... ";
+    EXPECT_EQ(window.messages, (std::vector<std::string>{saving, saving + "ok"}));
+    EXPECT_EQ(window.durations.front(), 0) << "the first message stays as long as it takes";
+    EXPECT_EQ(window.Duration(), 5000);
+}
+
+TEST_F(LocalFiberDirectionsExport, ShowsTheWaitCursorWhileItSaves) {
+    const CWatchedWindow window;
+    test::CPackHost host(MeasuredImage());
+    (void)Export(host, true, false, false);
+    ASSERT_EQ(window.messages.size(), 2U);
+    EXPECT_TRUE(window.waits);
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(LocalFiberDirectionsExport, ABoxShowsAPathThatLooksLikeMarkupAsItStands) {
+    test::CPackHost host(MeasuredImage());
+    const std::string folder = Path("<b>bold<");
+    std::filesystem::create_directory(folder);
+    AnswerNextDialog([this, folder](QDialog& dialog) {
+        ReadNextBox();
+        dialog.findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(folder + "/b>.csv"));
+        dialog.accept();
+        std::filesystem::remove(folder);
+    });
+    Run(host);
+    EXPECT_NE(m_box.find("'" + folder + "/b>.csv'"), std::string::npos) << m_box;
+    EXPECT_TRUE(m_isBoxPlain);
+}
+
+TEST_F(LocalFiberDirectionsExport, WarningsArePlainTextToo) {
+    test::CPackHost host(MeasuredImage());
+    host.Set("export_field", new CValueBool(false));
+    ReadNextBox();
+    Run(host);
+    EXPECT_TRUE(m_isBoxPlain);
+}
+
+TEST_F(LocalFiberDirectionsExport, AnInputWithoutADocumentInFocusForgetsTheLabelAndKeepsTheMeasurement) {
+    test::CPackHost host(MeasuredImage(), "scan");
+    m_plugin->UpdateParameters(host.Tree());
+    m_plugin->UpdateParameters(CValueMap());
+    const auto suggested = [&] {
+        PickFile(Path());
+        m_suggestion = "nothing is exported";
+        m_plugin->GetData(host.Tree());
+        std::filesystem::remove(Path());
+        return m_suggestion;
+    };
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(suggested(), "scan_fiberdirections.csv") << "a tree without input says nothing about the focus";
+    host.Tree().SetEntry("input", new CValueMap);
+    m_plugin->UpdateParameters(host.Tree());
+    EXPECT_EQ(suggested(), "_fiberdirections.csv");
+    (void)testing::internal::GetCapturedStderr();
+    (void)testing::internal::GetCapturedStdout();
 }
 
 TEST_F(LocalFiberDirectionsExport, ADocumentWithoutImageKeepsWhatWasReadBefore) {

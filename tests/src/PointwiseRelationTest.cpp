@@ -44,17 +44,25 @@ protected:
     }
 
     std::string Run(test::CPackHost& host) {
+        m_plugin->UpdateParameters(host.Tree());
+        return RunAsItIs(host);
+    }
+
+    /// The same with what the plug-in has been told before.
+    std::string RunAsItIs(test::CPackHost& host) {
         std::string text;
         AnswerNextDialog([&text](QDialog& dialog) {
             const auto& box = dynamic_cast<QMessageBox&>(dialog);
             EXPECT_EQ(box.windowTitle(), "PointwiseRelation");
             EXPECT_EQ(box.icon(), QMessageBox::Information);
             EXPECT_EQ(QApplication::overrideCursor(), nullptr) << "nothing is waited for any more";
+            EXPECT_EQ(box.textFormat(), Qt::PlainText);
+            EXPECT_EQ(box.standardButtons(), QMessageBox::Ok);
             text = box.text().toStdString();
             dialog.accept();
         });
         const test::CapturedOutput silence;
-        host.Run(*m_plugin);
+        m_plugin->GetData(host.Tree());
         return text;
     }
 
@@ -260,6 +268,53 @@ TEST_F(PointwiseRelation, ConfigureForgetsTheSecondImageAndResetBoth) {
     m_plugin->Reset();
     m_plugin->GetData(host.Tree());
     EXPECT_NE(Run(host), "") << "both come back with the tree";
+}
+
+TEST_F(PointwiseRelation, AnInputWithoutADocumentInFocusForgetsTheFirstImage) {
+    test::CPackHost host(Bytes({1, 2}));
+    const CImage other(IMAGE_GREY_8, CSize(2, 1), CSize(0, 0));
+    host.Set("Image2", new CValuePointer<CImage>(const_cast<CImage*>(&other), 1));
+    m_plugin->UpdateParameters(host.Tree());
+    m_plugin->UpdateParameters(CValueMap());
+    EXPECT_NE(RunAsItIs(host), "") << "a tree without input says nothing about the focus";
+    host.Tree().SetEntry("input", new CValueMap);
+    m_plugin->UpdateParameters(host.Tree());
+    EXPECT_EQ(RunAsItIs(host), "");
+}
+
+/// Notes the cursor of the application whenever it is asked about cancellation.
+class CursorProgress : public test::HostProgress {
+public:
+    bool IsCancelled() override {
+        const QCursor* cursor = QApplication::overrideCursor();
+        waits = waits && cursor != nullptr && cursor->shape() == Qt::WaitCursor;
+        return HostProgress::IsCancelled();
+    }
+
+    bool waits = true;
+};
+
+TEST_F(PointwiseRelation, ShowsTheWaitCursorWhileItCompares) {
+    CursorProgress progress;
+    EXPECT_NE(Compare(Bytes({1, 2}), *Bytes({1, 2})), "");
+    EXPECT_GT(progress.questions, 0);
+    EXPECT_TRUE(progress.waits);
+}
+
+TEST_F(PointwiseRelation, ACancelledComparisonShowsTheCountsSoFar) {
+    const CSize size(4, 8);
+    Image a = test::ImageOf(IMAGE_GREY_8, size, std::vector<unsigned char>(32, 2));
+    const Image b = test::ImageOf(IMAGE_GREY_8, size, std::vector<unsigned char>(32, 1));
+    test::HostProgress progress;
+    progress.cancelAt = 3;
+    const std::string text = Compare(std::move(a), *b);
+    ASSERT_TRUE(progress.wasCancelled);
+    const std::int64_t seen = progress.steps;
+    EXPECT_GT(seen, 0);
+    EXPECT_LT(seen, 32);
+    EXPECT_NE(text.find("# a >  b : " + std::to_string(seen) + "\n"), std::string::npos) << text;
+    EXPECT_EQ(VerdictOf(text), " - image a is pointwise greater then image b\n")
+        << "the verdict is that of the pixels seen";
 }
 
 TEST_F(PointwiseRelation, WritesNothingToTheTree) {
