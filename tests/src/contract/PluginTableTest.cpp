@@ -1,0 +1,85 @@
+// Whether the table is right about the plug-ins, as the tests built on it rely on it.
+
+#include "src/contract/PluginTable.h"
+#include "support/QtTest.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using namespace ORVEN;
+using test::EnWindow;
+using test::StPluginRow;
+
+class PluginTable : public testing::TestWithParam<const StPluginRow*> {
+protected:
+    const StPluginRow& m_row = *GetParam();
+};
+
+TEST_P(PluginTable, TakesTheTypesDimensionsAndExtentsOfItsRowAndNoOther) {
+    constexpr std::array types{IMAGE_GREY_8,    IMAGE_GREY_16,   IMAGE_GREY_32,  IMAGE_GREY_F,
+                               IMAGE_COMPLEX_F, IMAGE_BINARY_FG, IMAGE_BINARY_BG};
+    for (const auto& type : types) {
+        for (const std::int64_t extent : {0, 1, 2, 6}) {
+            for (const int dimension : {1, 2, 3}) {
+                const CSize size =
+                    test::SizeOf(std::vector<std::int64_t>(static_cast<std::size_t>(dimension), extent));
+                const bool isExpected = std::ranges::find(m_row.types, type) != m_row.types.end() &&
+                                        std::ranges::count(m_row.dimensions, dimension) != 0 &&
+                                        extent >= m_row.minimumExtent;
+                test::CPluginRun run(m_row, type, size);
+                EXPECT_EQ(run.Accepts(), isExpected) << type.ToString() << " " << size.ToString();
+            }
+        }
+    }
+}
+
+TEST_P(PluginTable, TheNormalRunDeliversMeasuresAndShowsWhatItsRowSays) {
+    test::CPluginRun run(m_row);
+    ASSERT_TRUE(run.Accepts());
+    run.Run();
+    EXPECT_EQ(run.Host().DocumentCount(), m_row.documentCount);
+    EXPECT_EQ(run.Windows().empty(), m_row.window == EnWindow::NONE);
+    EXPECT_EQ(run.ExportedFile().empty(), m_row.window != EnWindow::FILE);
+    if (m_row.measurement != nullptr) {
+        EXPECT_TRUE(run.Host().Image().Attributes().HasEntry(m_row.measurement));
+    }
+}
+
+TEST_P(PluginTable, TheNormalRunWorksWithAllAttributesToo) {
+    test::CPluginRun run(m_row);
+    m_row.addAttributes(run.Host().Image().Attributes());
+    ASSERT_TRUE(run.Accepts());
+    run.Run();
+    EXPECT_EQ(run.Host().DocumentCount(), m_row.documentCount);
+}
+
+class PluginTableOfReaders : public PluginTable {};
+
+TEST_P(PluginTableOfReaders, DoNothingWithoutTheirRequiredAttributes) {
+    test::CPluginRun run(m_row);
+    run.Host().Image().Attributes().Clear();
+    EXPECT_FALSE(run.Accepts());
+    run.Run();
+    EXPECT_EQ(run.Host().DocumentCount(), 0U);
+    EXPECT_TRUE(run.Windows().empty());
+}
+
+using Row = testing::TestParamInfo<const StPluginRow*>;
+INSTANTIATE_TEST_SUITE_P(Pack, PluginTable, testing::ValuesIn(test::PluginRows()), test::PluginRowName<Row>);
+INSTANTIATE_TEST_SUITE_P(Pack, PluginTableOfReaders,
+                         testing::ValuesIn(test::PluginRowsWhere([](const StPluginRow& row) {
+                             return row.addRequiredAttributes != nullptr;
+                         })),
+                         test::PluginRowName<Row>);
+
+TEST(PluginTableRows, AreTheTwentyFourOfThePackInOrder) {
+    EXPECT_EQ(test::PluginRows().size(), 24U);
+    EXPECT_TRUE(std::ranges::is_sorted(test::PluginRows(), {},
+                                       [](const StPluginRow* row) { return std::string(row->name); }));
+}
+
+} // namespace
