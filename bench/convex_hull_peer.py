@@ -1,8 +1,8 @@
-"""Convex hulls of labelled objects beside scikit-image, and beside Qhull for the pixels.
+"""Compares convex hulls of labelled objects with scikit-image (time) and Qhull (pixels).
 
-convex_hull_peer.py volume VOLUME                    writes 300 hollow, notched ellipsoids as labels of 16 bits, 256^3, x fastest
-convex_hull_peer.py compare VOLUME HULLS SECONDS     HULLS and SECONDS are what ConvexHullBench wrote: the result, and a case and
-                                                     our time a line
+convex_hull_peer.py volume VOLUME                    writes 300 hollow, notched ellipsoids as 16-bit labels, 256^3, x fastest
+convex_hull_peer.py compare VOLUME HULLS SECONDS     HULLS and SECONDS are written by ConvexHullBench: the result, and one line with
+                                                     case and time for each measurement
 """
 
 import sys
@@ -15,7 +15,7 @@ OBJECTS = 300
 
 
 def objects():
-    """Ellipsoids in random directions that overlap a little, each with a hole and a notch."""
+    """Randomly oriented, slightly overlapping ellipsoids, each with a hole and a notch."""
     random = numpy.random.default_rng(7)
     volume = numpy.zeros((EDGE, EDGE, EDGE), numpy.uint16)
     for label in range(1, OBJECTS + 1):
@@ -51,14 +51,14 @@ def compare(volume_path, hulls_path, seconds_path):
         result[region.slice][region.image_convex] = region.label
     peer = time.perf_counter() - begin
 
-    # The peer's hulls are those of pixels as cubes. Hulls of pixel centres, as ours are, from the same library:
+    # The peer treats pixels as cubes. Recompute its hulls from pixel centres, as ours are, with the same library.
     centres = volume.copy()
     for region in regions:
         centres[region.slice][convex_hull_image(region.image, offset_coordinates=False)] = region.label
     difference = numpy.count_nonzero(centres != hulls)
 
-    print(f"{len(regions)} objects, {numpy.count_nonzero(volume)} pixels, {numpy.count_nonzero(hulls)} with their hulls")
-    print(f"pixels that differ from hulls of pixel centres by Qhull in SciPy {scipy.__version__}: {difference}")
+    print(f"{len(regions)} objects, {numpy.count_nonzero(volume)} pixels, {numpy.count_nonzero(hulls)} including their hulls")
+    print(f"pixels that differ from Qhull hulls of pixel centres, SciPy {scipy.__version__}: {difference}")
     print(f"{'256^3, one thread':26}{'ours s':>9}{'peer s':>9}{'ratio':>8}   scikit-image {skimage.__version__}")
     for name, title in (("hulls", "measure and paint hulls"), ("plugin", "whole plug-in")):
         print(f"{title:26}{ours[name]:9.4f}{peer:9.2f}{peer / ours[name]:8.1f}")

@@ -1,7 +1,7 @@
-"""The distance map beside SciPy's, on the first Boolean model of DistanceBench.
+"""Compares the distance map with SciPy's on the first Boolean model of DistanceBench.
 
-distance_peer.py VOLUME SECONDS  VOLUME is a file of n^3 bytes, x fastest; SECONDS is what DistanceBench wrote: a case and
-                                 our time a line. SciPy needs 60 bytes a voxel or so.
+distance_peer.py VOLUME SECONDS  VOLUME is a file of n^3 bytes, x fastest; SECONDS is written by DistanceBench: one line
+                                 with case and time for each measurement. SciPy needs about 60 bytes per voxel.
 """
 
 import sys

@@ -1,9 +1,9 @@
-"""Fibre directions beside the structure tensor, as one writes it in SciPy and NumPy.
+"""Compares fibre directions with the structure tensor, written in SciPy and NumPy.
 
-fiber_directions_peer.py volume IMAGE.nrrd VOLUME EDGE     writes the volume of the benchmark: EDGE^3 bytes, x fastest, a
-                                                           real image and its mirror images
-fiber_directions_peer.py compare VOLUME EDGE SECONDS       runs the structure tensor on it and prints both, SECONDS being
-                                                           what FiberDirectionsBench wrote
+fiber_directions_peer.py volume IMAGE.nrrd VOLUME EDGE     writes the benchmark volume, EDGE^3 bytes, x fastest: a real
+                                                           image and its mirror images
+fiber_directions_peer.py compare VOLUME EDGE SECONDS       runs the structure tensor on it and prints both; SECONDS is
+                                                           written by FiberDirectionsBench
 """
 
 import sys
@@ -33,7 +33,7 @@ def otsu(volume):
 
 
 def structure_tensor_directions(volume, radius):
-    """The unit vector at each foreground pixel along which the structure tensor is least, z first."""
+    """For each foreground pixel, the unit eigenvector of the smallest eigenvalue of the structure tensor, z first."""
     from scipy.ndimage import gaussian_filter
 
     image = volume.astype(numpy.float32)

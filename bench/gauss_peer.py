@@ -1,7 +1,7 @@
-"""The Gaussian filter and a derivative beside those of SciPy and NumPy.
+"""Compares the Gaussian filter and a derivative with SciPy and NumPy.
 
-gauss_peer.py VOLUME SECONDS  VOLUME is a file of 256^3 bytes, x fastest; SECONDS is what GaussBench wrote: a case and our
-                              time a line
+gauss_peer.py VOLUME SECONDS  VOLUME is a file of 256^3 bytes, x fastest; SECONDS is written by GaussBench: one line with
+                              case and time for each measurement
 """
 
 import sys
@@ -13,7 +13,7 @@ from scipy.ndimage import gaussian_filter
 
 
 def seconds(work, rounds=3):
-    """The quickest of some rounds."""
+    """The fastest of several rounds."""
     best = float("inf")
     for _ in range(rounds):
         begin = time.perf_counter()

@@ -1,8 +1,8 @@
-"""Opening sizes beside the usual way in Python: a foreground opened with balls of 25 growing radii, each opening a
-threshold of a distance transform of SciPy's and a second transform from what is left.
+"""Compares opening sizes with the usual method in Python: openings of the foreground with balls of 25 increasing
+radii. Each opening thresholds SciPy's distance transform and transforms the remaining pixels a second time.
 
-granulometry_peer.py VOLUME SIZES SECONDS  VOLUME holds bytes of 0 and 1, n^3 of them; SIZES and SECONDS are what
-                                           GranulometryBench wrote: diameters as floats, and our time
+granulometry_peer.py VOLUME SIZES SECONDS  VOLUME contains n^3 bytes, 0 or 1; SIZES and SECONDS are written by
+                                           GranulometryBench: diameters as floats, and our time
 """
 
 import sys
@@ -14,7 +14,7 @@ from scipy.ndimage import distance_transform_edt
 
 
 def opening_sizes(structure, radius_count=25):
-    """The greatest of the radii with a ball inside the structure that holds the pixel, times 2."""
+    """Twice the largest of the radii whose ball fits into the structure and contains the pixel."""
     padded = numpy.pad(structure, 1)
     distances = distance_transform_edt(padded)
     sizes = numpy.zeros(padded.shape, numpy.float32)
@@ -36,11 +36,11 @@ def compare(volume_path, sizes_path, seconds_path):
     their_seconds = time.perf_counter() - begin
     print(f"{f'{edge}^3, one thread':24}{'ours s':>9}{'SciPy s':>11}{'ratio':>8}   SciPy {scipy.__version__}, 25 radii")
     print(f"{'opening sizes':24}{our_seconds:9.3f}{their_seconds:11.2f}{their_seconds / our_seconds:8.1f}")
-    # Ours are of all radii, so that theirs, of 25, are below by up to a step.
+    # Ours covers all radii, so the peer, with 25 radii, is lower by up to one step.
     step = 2 * (theirs.max() / 2 - 1) / 24
     difference = (ours - theirs)[structure]
-    print(f"ours are above by {difference.mean():.2f} pixels in the mean, of steps of {step:.2f}; "
-          f"{(difference < -1e-4).sum()} pixels are below")
+    print(f"ours is larger by {difference.mean():.2f} pixels on average, with steps of {step:.2f}; "
+          f"{(difference < -1e-4).sum()} pixels are smaller")
 
 
 if __name__ == "__main__":

@@ -1,9 +1,9 @@
-"""Local thresholds beside those of scikit-image.
+"""Compares local thresholds with scikit-image.
 
-local_threshold_peer.py volume IMAGE.nrrd VOLUME  writes the volume of the benchmark: 256^3 bytes, x fastest,
-                                                  a real image of 128^3 and its mirror images
-local_threshold_peer.py compare VOLUME OURS.json  runs scikit-image on it and prints both, OURS.json being what
-                                                  LocalThresholdBench --benchmark_out wrote
+local_threshold_peer.py volume IMAGE.nrrd VOLUME  writes the benchmark volume, 256^3 bytes, x fastest: a real
+                                                  image of 128^3 and its mirror images
+local_threshold_peer.py compare VOLUME OURS.json  runs scikit-image on it and prints both; OURS.json is written
+                                                  by LocalThresholdBench --benchmark_out
 """
 
 import gzip
@@ -30,7 +30,7 @@ def write_volume(image_path, volume_path):
 
 
 def seconds(threshold, volume, rounds=3):
-    """The quickest of some rounds, thresholding and comparing."""
+    """The fastest of several rounds of computing the threshold and comparing."""
     best = float("inf")
     for _ in range(rounds):
         begin = time.perf_counter()

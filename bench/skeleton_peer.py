@@ -1,9 +1,9 @@
-"""Skeletons beside scikit-image's.
+"""Compares skeletons with scikit-image.
 
-skeleton_peer.py volume VOLUME           writes the volume of the benchmark, bytes of 0 and 1, x fastest: a foam of
-                                         256^3, half of it solid, walls of some 10 pixels
-skeleton_peer.py compare VOLUME SECONDS  runs scikit-image on it and prints both; SECONDS is what SkeletonBench wrote:
-                                         a neighbourhood and our time a line
+skeleton_peer.py volume VOLUME           writes the benchmark volume, bytes of 0 and 1, x fastest: a foam of
+                                         256^3, half of it solid, with walls of about 10 pixels
+skeleton_peer.py compare VOLUME SECONDS  runs scikit-image on it and prints both; SECONDS is written by SkeletonBench:
+                                         one line with neighbourhood and time for each measurement
 """
 
 import sys
@@ -13,7 +13,7 @@ import numpy
 
 
 def write_volume(volume_path, edge=256, sigma=6):
-    """Smoothed noise, cut at its median; periodic, as the smoothing is a product of spectra."""
+    """Smoothed noise, thresholded at its median; periodic, because it is smoothed in the Fourier domain."""
     noise = numpy.random.default_rng(1).standard_normal((edge,) * 3)
     frequencies = numpy.fft.fftfreq(edge)
     damping = numpy.exp(-2 * (numpy.pi * sigma * frequencies) ** 2)

@@ -1,7 +1,7 @@
-"""The watershed beside scikit-image's, on a crop of 128^3 of the volume of the benchmark.
+"""Compares the watershed with scikit-image's on a 128^3 crop of the benchmark volume.
 
-watershed_peer.py VOLUME SECONDS  VOLUME is a file of 256^3 bytes, x fastest; SECONDS is what WatershedBench wrote: a
-                                  neighbourhood and our time a line
+watershed_peer.py VOLUME SECONDS  VOLUME is a file of 256^3 bytes, x fastest; SECONDS is written by WatershedBench: one
+                                  line with neighbourhood and time for each measurement
 """
 
 import sys
