@@ -11,18 +11,18 @@
 #include <memory>
 #include <random>
 
-/// The images that the benchmarks of distances and morphology work on, and their clock.
+/// Images and clock for the distance and morphology benchmarks.
 namespace bench {
 
-/// A Boolean model of spheres with radii from `least` to `greatest`: balls at random places that may overlap,
-/// as many as fill half of the volume. The same on every machine.
+/// A Boolean model of spheres with radii from `least` to `greatest`: balls at random positions that may
+/// overlap, enough to fill half of the volume. Identical on every machine.
 inline std::unique_ptr<ORVEN::CImage> BooleanModel(std::int64_t edge, std::int64_t least,
                                                    std::int64_t greatest) {
     using namespace ORVEN;
     auto image = std::make_unique<CImage>(IMAGE_BINARY_FG, CSize(edge, edge, edge), CSize(0, 0, 0));
     const CImageView<unsigned char> view(*image);
     std::mt19937 random(1);
-    // Half of the places are free of all balls when their volumes together are ln 2 of the whole.
+    // Half of the volume stays free when the volumes of the balls add up to ln 2 of the whole.
     double missing = std::log(2.0) * static_cast<double>(image->Size().PixelCount());
     while (missing > 0.0) {
         const auto draw = [&] { return static_cast<std::int64_t>(random()) % edge; };
@@ -53,7 +53,7 @@ inline double Seconds(const std::function<void()>& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-/// The quickest of some rounds. The first one, in which memory is touched for the first time, does not count.
+/// Time of the fastest round. A first, uncounted round touches the memory for the first time.
 inline double Quickest(int rounds, const std::function<void()>& work) {
     work();
     double best = Seconds(work);

@@ -19,9 +19,9 @@
 
 // ConvexHullBench VOLUME HULLS SECONDS
 //
-// Convex hulls of all objects of a label image, on one thread, the quickest of five runs each. VOLUME is a
-// file of 256^3 labels of 16 bits, x fastest. The result goes to the file HULLS and our times to SECONDS, for
-// the comparison with scikit-image.
+// Convex hulls of all objects of a label image on one thread; each figure is the fastest of five runs.
+// VOLUME is a file of 256^3 16-bit labels, x fastest. The result is written to HULLS and our times to
+// SECONDS, for the comparison with scikit-image.
 
 using namespace ORVEN;
 
@@ -47,7 +47,7 @@ char* BytesOf(CImage& image) { return reinterpret_cast<char*>(CImageView<unsigne
 
 std::streamsize ByteCount() { return 2 * g_size.PixelCount(); }
 
-/// The steps of the work, each timed over all objects.
+/// Steps of the work, each timed over all objects.
 struct StSteps {
     double measure = 0.0;
     double load = 0.0;
@@ -107,7 +107,7 @@ StSteps QuickestSteps(const CImage& image, CImage& result) {
     return quickest;
 }
 
-/// A ball that fills the image: the largest hull there is at this size.
+/// A ball that fills the image: the largest hull that is possible at this size.
 std::unique_ptr<CImage> Ball() {
     auto image = NewImage();
     const CImageView<unsigned short> view(*image);
@@ -134,7 +134,7 @@ int main(int argc, char** argv) {
     const auto image = NewImage();
     std::ifstream file(argc > 3 ? argv[1] : "", std::ios::binary);
     if (!file.read(BytesOf(*image), ByteCount())) {
-        std::cerr << "ConvexHullBench VOLUME HULLS SECONDS, VOLUME being a file of 256^3 labels of 16 bits\n";
+        std::cerr << "ConvexHullBench VOLUME HULLS SECONDS; VOLUME is a file of 256^3 16-bit labels\n";
         return 1;
     }
     const auto result = NewImage();

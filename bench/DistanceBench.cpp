@@ -18,10 +18,10 @@
 
 // DistanceBench EDGE VOLUME SECONDS
 //
-// The distance map of Boolean models of spheres, EDGE^3 voxels, beside ITK's in the same process, one thread
-// each, and beside a plain copy of such a map, which is what memory allows. Our figure is the quickest of
-// five runs, ITK's is one run. The first model goes to the file VOLUME, a byte a voxel, and our times to the
-// file SECONDS, a case and a time a line, for the comparison with SciPy.
+// Distance maps of Boolean models of spheres with EDGE^3 voxels, compared with ITK in the same process, one
+// thread each, and with a plain copy of such a map, which is the limit set by memory. Our figure is the
+// fastest of five runs, ITK's is a single run. The first model is written to VOLUME, one byte per voxel, and
+// our times to SECONDS, one line with case and time for each measurement, for the comparison with SciPy.
 
 using namespace ORVEN;
 

@@ -18,9 +18,10 @@
 
 // FiberDirectionsBench VOLUME EDGE SECONDS
 //
-// Fibre directions of a volume of EDGE^3 bytes, x fastest, the quickest of three runs each: with profiles,
-// with subfields of 50 pixels, with the maps of directions. SECONDS takes the radius, the time of a
-// measurement on one thread and the main direction, for the comparison with another way to get it.
+// Fibre directions of a volume of EDGE^3 bytes, x fastest; each figure is the fastest of three runs: with
+// profiles, with subfields of 50 pixels, and with direction maps. SECONDS receives the radius, the time of a
+// measurement on one thread, the main direction and the largest eigenvalue, for the comparison with another
+// method.
 
 using namespace ORVEN;
 

@@ -16,10 +16,10 @@
 
 // FieldFeaturesBench VOLUME
 //
-// The block configurations of all 256 thresholds in one pass, beside the plain way: binarise the volume,
-// count the configurations, once a threshold. VOLUME is a file of 256^3 bytes, x fastest; a volume of noise,
-// where no two pixels of a block are equal as a rule, is the worst case. Quickest of five runs each, one
-// thread.
+// Block configurations of all 256 thresholds in one pass, compared with the plain method, which binarises
+// the volume and counts the configurations once per threshold. VOLUME is a file of 256^3 bytes, x fastest. A
+// volume of noise, where the pixels of a block almost always differ, is the worst case. One thread; each
+// figure is the fastest of five runs.
 
 using namespace ORVEN;
 
@@ -40,7 +40,7 @@ double QuickestOf5(const std::function<void()>& work) {
 
 using Counts = std::array<std::uint64_t, 256>;
 
-/// One plain pass. The code of a block slides along x, so that a step reads four pixels, not eight.
+/// One plain pass. A block's code slides along x, so a step reads four pixels instead of eight.
 Counts CountAt(const CImage& image, unsigned char threshold, std::vector<unsigned char>& binary) {
     const CImageView<const unsigned char> pixels(image);
     const auto edge = static_cast<std::size_t>(g_edge);

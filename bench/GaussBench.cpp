@@ -23,11 +23,11 @@
 
 // GaussBench VOLUME SECONDS
 //
-// The Gaussian filter and partial derivatives beside ITK's on the same pixels in one process, one thread each
-// unless said, the quickest of five runs each. VOLUME is a file of 256^3 bytes, x fastest. GB/s are those of
-// the memory that has to be moved at least: the image read and written once for the walk along x and y and
-// once for the walk along z; the last column says how many plain copies of the image would take as long. Our
-// times go to the file SECONDS, for the comparison with SciPy.
+// Gaussian filter and partial derivatives, compared with ITK on the same pixels in one process, one thread
+// each unless stated otherwise; each figure is the fastest of five runs. VOLUME is a file of 256^3 bytes, x
+// fastest. GB/s counts the minimum memory traffic: the image is read and written once for the walk along x
+// and y and once for the walk along z. The last column is the time in units of a plain copy of the image.
+// Our times are written to SECONDS, for the comparison with SciPy.
 
 using namespace ORVEN;
 
@@ -80,7 +80,7 @@ double GaussSeconds(const CImage& image, CImage& result, double sigma, int threa
     return seconds;
 }
 
-/// The pixels of a float image of ours as an image of ITK's, without a copy.
+/// Wraps the pixels of one of our float images as an ITK image, without copying.
 auto Imported(const CImage& image) {
     using Import = itk::ImportImageFilter<float, 3>;
     const CImageView<const float> view(image);
@@ -121,7 +121,8 @@ double ItkDerivativeSeconds(const CImage& image, unsigned axis, unsigned order) 
     return ItkSeconds(*filter);
 }
 
-/// A line of the table. `moves` is how often the image is read and written at least; no peer is 0.
+/// Prints a table row. `moves` is how often the image is read and written at least; a peer time of 0 means no
+/// peer.
 void Print(const std::string& name, double seconds, double peerSeconds, int moves, double copySeconds) {
     const auto pixels = static_cast<double>(g_size.PixelCount());
     std::printf("%-26s%9.4f%10.2f%7.1f%8.1f", name.c_str(), seconds, seconds / pixels * 1e9,
@@ -163,7 +164,7 @@ void CompareDerivatives(const std::vector<unsigned char>& volume, std::ostream& 
     const auto image = MakeImage<float>(IMAGE_GREY_F, volume);
     const auto result = NewImage(IMAGE_GREY_F);
     const double copy = CopySeconds(*image, *result);
-    // In place: each run derives the result of the one before, which takes the same time.
+    // In place: each run differentiates the result of the previous one, which takes the same time.
     const auto ours = [&](int x, int y, int z) {
         return QuickestOf5([&] { CPartialDerivatives(nullptr, nullptr).Derivative(*result, x, y, z); });
     };
@@ -182,7 +183,7 @@ int main(int argc, char** argv) {
     std::vector<unsigned char> volume(static_cast<std::size_t>(g_size.PixelCount()));
     std::ifstream file(argc > 2 ? argv[1] : "", std::ios::binary);
     if (!file.read(reinterpret_cast<char*>(volume.data()), static_cast<std::streamsize>(volume.size()))) {
-        std::cerr << "GaussBench VOLUME SECONDS, VOLUME being a file of 256^3 bytes\n";
+        std::cerr << "GaussBench VOLUME SECONDS; VOLUME is a file of 256^3 bytes\n";
         return 1;
     }
     std::ofstream seconds(argv[2]);

@@ -19,9 +19,9 @@
 
 // GranulometryBench VOLUME SIZES SECONDS
 //
-// The opening sizes of a binary volume, a file of n^3 bytes, x fastest, and its maximal balls. Each figure is
-// the quickest of three runs. The sizes go to the file SIZES as floats, the time for them on one thread to
-// the file SECONDS, for the comparison with the peer.
+// Opening sizes and maximal balls of a binary volume, a file of n^3 bytes, x fastest. Each figure is the
+// fastest of three runs. The sizes are written to SIZES as floats, and their time on one thread to SECONDS,
+// for the comparison with the peer.
 
 using namespace ORVEN;
 
@@ -46,7 +46,7 @@ CImage ReadVolume(const std::string& path) {
     return image;
 }
 
-/// Bytes of the process at their greatest.
+/// Peak memory of the process in bytes.
 double PeakBytes() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
@@ -81,6 +81,6 @@ int main(int argc, char** argv) {
     std::ofstream(argv[2], std::ios::binary)
         .write(reinterpret_cast<const char*>(pixels.Row(0, 0)),
                pixels.PixelCount() * static_cast<std::int64_t>(sizeof(float)));
-    std::printf("memory at its peak, image and sizes included: %.1f bytes a pixel\n",
+    std::printf("peak memory, including image and sizes: %.1f bytes per pixel\n",
                 PeakBytes() / static_cast<double>(pixels.PixelCount()));
 }

@@ -15,8 +15,8 @@
 #include <type_traits>
 #include <vector>
 
-// Cost of local thresholds on the volume that QUILLON_BENCH_VOLUME names: 256^3 bytes, x fastest, as
-// script/bench writes it. Other pixel types take its values, spread over their range.
+// Cost of local thresholds on the volume named by QUILLON_BENCH_VOLUME: 256^3 bytes, x fastest, written by
+// script/bench. Other pixel types use its values, spread over their range.
 
 using namespace ORVEN;
 
@@ -51,7 +51,7 @@ std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<u
     return image;
 }
 
-/// Memory of image and output is touched before the first round and used again in each.
+/// The memory of image and output is touched before the first round and reused in every round.
 void Binarize(benchmark::State& state, const IImage& input, int method, int w, int threadCount) {
     CImage output(IMAGE_BINARY_FG, g_size, CSize(0, 0, 0));
     CFastLocalThresholding algorithm(nullptr, nullptr);

@@ -14,9 +14,9 @@
 #include <memory>
 #include <random>
 
-// Medial axis and bisector of objects of 256^3 pixels, on one thread: time for each pixel of the image.
-// The foam is what bubbles of radius 10 to 24 leave, half of the volume; the block is all of it, with balls
-// up to radius 128 and the longest lists.
+// Medial axis and bisector of objects of 256^3 pixels on one thread: time per pixel of the image. The foam
+// is what remains when bubbles of radius 10 to 24 are cut out, half of the volume. The block fills the whole
+// volume, with balls up to radius 128 and the longest vector lists.
 
 using namespace ORVEN;
 
@@ -39,7 +39,7 @@ std::unique_ptr<CImage> Block() {
     return image;
 }
 
-/// Clears a ball. Returns how many pixels that took.
+/// Clears a ball and returns the number of pixels it cleared.
 std::int64_t Blow(const CImageView<unsigned char>& view, const std::array<std::int64_t, 3>& centre,
                   std::int64_t radius) {
     std::int64_t cleared = 0;
@@ -73,7 +73,7 @@ std::unique_ptr<CImage> Foam() {
     return image;
 }
 
-/// An object with all that medial axis and bisector start from.
+/// An object with the inputs of the medial axis and the bisector.
 struct StSubject {
     explicit StSubject(std::unique_ptr<CImage> binary)
         : object(std::move(binary)) {
@@ -88,7 +88,7 @@ struct StSubject {
     std::unique_ptr<CImage> axis = NewImage(IMAGE_BINARY_FG);
 };
 
-/// Runs `compute` in a loop and tells the time a pixel.
+/// Runs `compute` in a loop and reports the time per pixel.
 template <class Compute>
 void Measure(benchmark::State& state, const Compute& compute) {
     CProgressProxy progress;

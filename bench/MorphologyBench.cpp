@@ -15,9 +15,9 @@
 
 // MorphologyBench EDGE PEEREDGE
 //
-// Morphology with balls on a Boolean model of spheres, EDGE^3 voxels, one thread and two; the quickest of
-// five runs. Then erosion beside ITK's with a ball, one thread each, on a model of PEEREDGE^3 voxels, as
-// ITK's time grows with the ball: one run of it.
+// Morphology with balls on a Boolean model of spheres with EDGE^3 voxels, on one and two threads; each
+// figure is the fastest of five runs. Then erosion with a ball, compared with ITK, one thread each, on a
+// model of PEEREDGE^3 voxels. ITK is run once, because its time grows with the ball.
 
 using namespace ORVEN;
 

@@ -12,8 +12,8 @@
 #include <random>
 #include <type_traits>
 
-// Cost of a typed traversal: nanoseconds a pixel on 256^3 pixels, the virtual step of the progress included.
-// The random images have 256 different values (few) or nearly as many as pixels (many).
+// Cost of a typed traversal: nanoseconds per pixel on 256^3 pixels, including the virtual progress step. The
+// random images have 256 different values (few) or almost as many as pixels (many).
 
 using namespace ORVEN;
 
@@ -21,7 +21,7 @@ namespace {
 
 const CSize g_size(256, 256, 256);
 
-/// Drops the debugging lines while it lives.
+/// Discards debugging output during its lifetime.
 class SilentOutput {
 public:
     SilentOutput()
@@ -64,7 +64,7 @@ std::unique_ptr<CImage> RandomImage(unsigned valueCount) {
     return image;
 }
 
-/// Runs `traverse` in a loop and tells the time a pixel.
+/// Runs `traverse` in a loop and reports the time per pixel.
 template <class Traverse>
 void Measure(benchmark::State& state, const Traverse& traverse) {
     const SilentOutput silence;

@@ -19,9 +19,10 @@
 
 // SkeletonBench VOLUME SECONDS
 //
-// The stages of "EuclideanSkeleton" one by one, and "Skeleton" in one call, on a binary volume: a file of n^3
-// bytes, x fastest. Each figure is the quickest of three runs. The sum of the stages on one thread goes to
-// the file SECONDS, a neighbourhood and a time a line, for the comparison with scikit-image.
+// The stages of "EuclideanSkeleton" one by one, and "Skeleton" in one call, on a binary volume, a file of
+// n^3 bytes, x fastest. Each figure is the fastest of three runs. The sum of the stages on one thread is
+// written to SECONDS, one line with neighbourhood and time for each neighbourhood, for the comparison with
+// scikit-image.
 
 using namespace ORVEN;
 
@@ -48,14 +49,14 @@ CImage ReadVolume(const std::string& path) {
     return image;
 }
 
-/// Bytes of the process at their greatest.
+/// Peak memory of the process in bytes.
 double PeakBytes() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return 1024.0 * static_cast<double>(usage.ru_maxrss);
 }
 
-/// Times of the stages; the last is that of the thinning. Returns their sum.
+/// Prints the times of the stages, thinning last, and returns their sum.
 double RunStages(const CImage& image, CImage& result, const std::string& id) {
     const CSize none(0, 0, 0);
     CImage squaredDistance(IMAGE_GREY_32, image.Size(), none);
@@ -110,5 +111,5 @@ int main(int argc, char** argv) {
                 seconds << id << ' ' << sum << '\n';
         }
     }
-    std::printf("memory at its peak, input and result included: %.1f bytes a pixel\n", PeakBytes() / pixels);
+    std::printf("peak memory, including input and result: %.1f bytes per pixel\n", PeakBytes() / pixels);
 }

@@ -22,11 +22,12 @@
 #include <random>
 #include <string>
 
-// Cost of simple points and of local Euler numbers on 256^3 pixels, half of them foreground: noise, and the
-// smooth bubbles and walls of a foam. Nanoseconds a pixel, and in brackets how many times a plain traversal
-// that copies the image, which is timed in turn with them. `scan` is the work on images that are there,
-// `plug-in` the whole of `GetData`: making a result, its copy of the input, the hand-over. Each figure is the
-// least of several runs. At the end the definitions, pixel by pixel, on a corner of the noise.
+// Cost of simple points and local Euler numbers on 256^3 pixels, half of them foreground: noise, and a foam
+// of smooth bubbles and walls. Figures are nanoseconds per pixel and, in brackets, the multiple of a plain
+// traversal that copies the image and is timed in alternation with them. `scan` is the work on existing
+// images; `plug-in` is the whole of `GetData`, including making the result, copying the input and the
+// hand-over. Each figure is the smallest of several runs. The definitions themselves are timed last, pixel
+// by pixel on a corner of the noise.
 
 using namespace ORVEN;
 
@@ -59,7 +60,7 @@ std::unique_ptr<CImage> Noise(std::int64_t edge) {
     return Binary(edge, [&](auto...) { return random() % 2 != 0; });
 }
 
-/// A gyroid: channels some 15 pixels wide between smooth walls.
+/// A gyroid: channels about 15 pixels wide between smooth walls.
 std::unique_ptr<CImage> Foam() {
     return Binary(g_edge, [](auto... position) {
         const auto [x, y, z] = std::array{0.2 * static_cast<double>(position)...};
@@ -155,7 +156,7 @@ void MeasureAll(const char* name, CImage& image) {
 
 int main() {
     std::cout.rdbuf(nullptr); // the debugging lines of the traversals
-    std::printf("ns a pixel       plain    simple points: scan, plug-in     Euler numbers: scan, plug-in\n");
+    std::printf("ns per pixel     plain    simple points: scan, plug-in     Euler numbers: scan, plug-in\n");
     MeasureAll("noise", *Noise(g_edge));
     MeasureAll("foam", *Foam());
     const auto corner = Noise(64);

@@ -24,11 +24,12 @@
 
 // WatershedBench VOLUME SECONDS [--sizes]
 //
-// The watershed beside ITK's on the same pixels in one process, one thread each, both with lines of label 0.
-// VOLUME is a file of 256^3 bytes, x fastest; float images are its values with a small ramp added, so that
-// nearly all differ. Our figure is the quickest of three runs, ITK's is one run, as it takes minutes. The
-// times for a crop of 128^3 go to the file SECONDS, for the comparison with scikit-image. With --sizes our
-// time alone, from 128^3 to 512^3, of which the larger volumes are the smaller ones mirrored.
+// Watershed, compared with ITK on the same pixels in one process, one thread each, both with lines of label
+// 0. VOLUME is a file of 256^3 bytes, x fastest; float images are its values with a small ramp added, so
+// that almost all values differ. Our figure is the fastest of three runs, ITK's is a single run, because it
+// takes minutes. The times for a crop of 128^3 are written to SECONDS, for the comparison with scikit-image.
+// With --sizes only our own time is measured, from 128^3 to 512^3; the larger volumes are mirrored copies of
+// the smaller ones.
 
 using namespace ORVEN;
 
@@ -46,7 +47,7 @@ double QuickestOf3(const std::function<void()>& work) {
     return std::min({Seconds(work), Seconds(work), Seconds(work)});
 }
 
-/// An edge x edge x edge image of the volume; beyond 256 the volume goes on mirrored.
+/// An edge x edge x edge image of the volume; beyond 256 the volume continues mirrored.
 template <class T>
 std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<unsigned char>& volume,
                                   std::int64_t edge) {
@@ -70,7 +71,7 @@ std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<u
     return image;
 }
 
-/// A seed in the middle of each cube of 16 x 16 x 16 pixels, with a label of its own.
+/// A seed in the middle of each cube of 16 x 16 x 16 pixels, each with its own label.
 std::unique_ptr<CImage> MakeSeeds(std::int64_t edge) {
     auto seeds = std::make_unique<CImage>(IMAGE_GREY_32, CSize(edge, edge, edge), CSize(0, 0, 0));
     const CImageView<unsigned int> view(*seeds);
@@ -90,7 +91,7 @@ double OurSeconds(const CImage& image, const CImage* seeds) {
     return QuickestOf3([&] { quillon::RunWatershed<N>({labels, image, seeds, WATERSHED_NORMAL, 0}); });
 }
 
-/// The pixels of one of our images as an image of ITK's, without a copy.
+/// Wraps the pixels of one of our images as an ITK image, without copying.
 template <class T>
 auto Imported(const CImage& image) {
     using Import = itk::ImportImageFilter<T, 3>;
@@ -167,10 +168,10 @@ int main(int argc, char** argv) {
     std::vector<unsigned char> volume(static_cast<std::size_t>(g_edge * g_edge * g_edge));
     std::ifstream file(argc > 2 ? argv[1] : "", std::ios::binary);
     if (!file.read(reinterpret_cast<char*>(volume.data()), static_cast<std::streamsize>(volume.size()))) {
-        std::cerr << "WatershedBench VOLUME SECONDS [--sizes], VOLUME being a file of 256^3 bytes\n";
+        std::cerr << "WatershedBench VOLUME SECONDS [--sizes]; VOLUME is a file of 256^3 bytes\n";
         return 1;
     }
-    std::cout.rdbuf(nullptr); // what traversals write there is no concern of a benchmark
+    std::cout.rdbuf(nullptr); // a benchmark does not need the debugging output of the traversals
     itk::MultiThreaderBase::SetGlobalDefaultNumberOfThreads(1);
     if (argc > 3 && std::string_view(argv[3]) == "--sizes") {
         CompareSizes(volume);
