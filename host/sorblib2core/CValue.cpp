@@ -4,6 +4,7 @@
 #include "sorblib2core/CExBadType.h"
 #include "sorblib2core/CString.h"
 #include "sorblib2core/CValueMap.h"
+#include "sorblib2core/CValueVector.h"
 
 namespace ORVEN {
 
@@ -83,15 +84,54 @@ const void* CValue::VoidPointer() const { return nullptr; }
 void* CValue::VoidPointer() { return nullptr; }
 
 CValue& CValue::CopyMeta(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
-    if (&source == this)
-        return *this;
-    if (!mergeMeta)
-        m_meta.reset();
-    if (source.m_meta && !source.m_meta->IsEmpty()) {
-        for (auto entry = source.m_meta->begin(); entry != source.m_meta->end(); ++entry)
-            Meta().SetEntry(entry.Key(), entry.Value()->Clone(strategy));
+    if (&source != this) {
+        auto fresh = ClonedMeta(source, strategy);
+        TakeMeta(fresh, mergeMeta);
     }
     return *this;
+}
+
+std::unique_ptr<CValueMap> CValue::ClonedMeta(const CValue& source, EnTfOwnership strategy) {
+    std::unique_ptr<CValueMap> clones;
+    if (source.m_meta && !source.m_meta->IsEmpty()) {
+        clones = std::make_unique<CValueMap>();
+        clones->Copy(*source.m_meta, strategy, false);
+    }
+    return clones;
+}
+
+void CValue::TakeMeta(std::unique_ptr<CValueMap>& fresh, bool mergeMeta) noexcept {
+    if (!mergeMeta || !m_meta)
+        m_meta.swap(fresh);
+    else if (fresh)
+        m_meta->TakeEntries(*fresh);
+}
+
+void CValue::GiveBack(CValue& clone, const CValue& original) noexcept {
+    if (clone.GenericType() != original.GenericType())
+        return;
+    if (const CValuePointerBase* pointer = original.Pointer()) {
+        // The meta entries of a pointer are always cloned without ownership.
+        if (clone.Pointer()->IsOwner()) {
+            pointer->SetOwner(true);
+            clone.Pointer()->SetOwner(false);
+        }
+        return;
+    }
+    if (clone.m_meta && original.m_meta)
+        GiveBack(*clone.m_meta, *original.m_meta);
+    if (const CValueMap* map = original.Map()) {
+        auto from = map->begin();
+        for (auto to = clone.Map()->begin(); to != clone.Map()->end(); ++to, ++from) {
+            if (*to != nullptr)
+                GiveBack(const_cast<CValue&>(**to), **from);
+        }
+    } else if (const CValueVector* vector = original.Vector()) {
+        for (std::size_t i = 0; i < clone.Vector()->size(); ++i) {
+            if ((*clone.Vector())[i] != nullptr)
+                GiveBack(*(*clone.Vector())[i], *(*vector)[i]);
+        }
+    }
 }
 
 void CValue::RequireSameKind(const CValue& source, const char* function) const {

@@ -61,7 +61,8 @@ public:
     /// A new value of the same kind, with the same meta entries; the caller owns it.
     virtual CValue* Clone(EnTfOwnership strategy) const = 0;
     /// Takes over what `source` holds, which must be of the same kind (else `CExBadType`), and its meta
-    /// entries: in their place, or among them if `mergeMeta` is set.
+    /// entries: in place of its own, or among them if `mergeMeta` is set. On failure both values stay as they
+    /// were, meta entries and owners included.
     virtual CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta);
     /// Copies with `TF_MOVE`.
     virtual CValue& Move(CValue& source);
@@ -88,7 +89,8 @@ public:
     virtual const void* VoidPointer() const;
     virtual void* VoidPointer();
 
-    /// Takes over the meta entries of `source`, in place of its own or among them.
+    /// Takes over the meta entries of `source`, in place of its own or among them. On failure both stay as
+    /// they were.
     CValue& CopyMeta(const CValue& source, EnTfOwnership strategy, bool mergeMeta);
 
 protected:
@@ -96,6 +98,17 @@ protected:
 
     /// Raises `CExBadType` unless `source` has the same generic type and element type as this value.
     void RequireSameKind(const CValue& source, const char* function) const;
+
+    /// Meta entries for `TakeMeta`, cloned from those of `source`; null if it has none.
+    [[nodiscard]] static std::unique_ptr<CValueMap> ClonedMeta(const CValue& source, EnTfOwnership strategy);
+    /// Takes prepared meta entries over, in place of its own or among them. Those that give way are left in
+    /// `fresh`, for the caller to destroy when nothing is needed of them any more.
+    void TakeMeta(std::unique_ptr<CValueMap>& fresh, bool mergeMeta) noexcept;
+
+    /// Undoes a clone with `TF_MOVE`: `original` owns again what `clone` has taken over, also below them. A
+    /// container that was cloned in part has the first entries of the original only, and null for an entry
+    /// that failed.
+    static void GiveBack(CValue& clone, const CValue& original) noexcept;
 
 private:
     std::unique_ptr<CValueMap> m_meta; // made on first use: most values have none

@@ -15,7 +15,7 @@ CValueMap::CValueMap(const CValueMap& other)
     : CValueContainerBase(other)
     , IPluginObject(other) {
     for (const auto& [key, value] : other.m_entries)
-        m_entries.emplace(key, value->Clone(TF_NONE));
+        m_entries[key].reset(value->Clone(TF_NONE));
 }
 
 CValueMap::~CValueMap() = default;
@@ -42,12 +42,26 @@ CValue* CValueMap::Clone(EnTfOwnership strategy) const {
 CValue& CValueMap::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
     if (&source == this)
         return *this;
-    CValueContainerBase::Copy(source, strategy, mergeMeta);
-    Entries copies;
-    for (const auto& [key, value] : source.Map()->m_entries)
-        copies.emplace(key, value->Clone(strategy));
-    m_entries.swap(copies);
+    RequireSameKind(source, "ORVEN::CValue::Copy");
+    CValueMap staged;
+    std::unique_ptr<CValueMap> meta;
+    try {
+        for (const auto& [key, value] : source.Map()->m_entries)
+            staged.m_entries[key].reset(value->Clone(strategy)); // the place first: a clone must not get lost
+        meta = ClonedMeta(source, strategy);
+    } catch (...) {
+        GiveBack(staged, source);
+        throw;
+    }
+    // The source can stand among what gives way, which is destroyed last.
+    m_entries.swap(staged.m_entries);
+    TakeMeta(meta, mergeMeta);
     return *this;
+}
+
+void CValueMap::TakeEntries(CValueMap& fresh) noexcept {
+    fresh.m_entries.merge(m_entries);
+    m_entries.swap(fresh.m_entries);
 }
 
 bool CValueMap::Equal(const CValue& other) const {

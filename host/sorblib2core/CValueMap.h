@@ -90,7 +90,11 @@ public:
     bool TestInterface(const CString& name) override;
 
 private:
+    friend class CValue;
     friend class CValueContainerBase;
+
+    /// Moves all entries of `fresh` in here. Entries that give way to them are in `fresh` afterwards.
+    void TakeEntries(CValueMap& fresh) noexcept;
 
     [[nodiscard]] CValue* DirectEntry(std::string_view step) const;
     void SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value);

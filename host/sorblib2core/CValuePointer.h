@@ -51,18 +51,27 @@ public:
             throw CExBadParam(Impl::Here("ORVEN::CValuePointer::Copy"),
                               "Owned pointers can only be copied with a valid ownership transfer strategy!");
         }
+        T* const pointer = other.m_pointer;
+        const std::size_t count = other.Count();
+        const bool isOwnedBySource = other.IsOwner();
+        if (strategy == TF_MOVE)
+            other.SetOwner(false);
+        try {
+            CopyMeta(source, strategy, mergeMeta); // after which the source may be gone, if it stood in here
+        } catch (...) {
+            other.SetOwner(isOwnedBySource);
+            throw;
+        }
         // Freed last: the source can stand inside what this value owned.
         CValuePointer former(m_pointer, Count());
-        former.SetOwner(IsOwner() && m_pointer != other.m_pointer);
-        if (strategy == TF_MOVE) {
-            other.SetOwner(false);
+        former.SetOwner(IsOwner() && m_pointer != pointer);
+        if (strategy == TF_MOVE)
             SetOwner(true);
-        } else if (m_pointer != other.m_pointer) {
+        else if (m_pointer != pointer)
             SetOwner(false);
-        }
-        m_pointer = other.m_pointer;
-        SetCount(other.Count());
-        return CopyMeta(source, strategy, mergeMeta);
+        m_pointer = pointer;
+        SetCount(count);
+        return *this;
     }
 
     bool Equal(const CValue& other) const override {

@@ -38,6 +38,8 @@ protected:
     void SetOwner(bool isOwner) const { m_isOwner = isOwner; }
 
 private:
+    friend class CValue; // which gives ownership back when a clone fails half way
+
     const std::type_info* m_valueType;
     std::size_t m_count;
     unsigned short m_elementSize;

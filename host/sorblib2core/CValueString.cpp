@@ -1,5 +1,7 @@
 #include "sorblib2core/CValueString.h"
 
+#include <utility>
+
 namespace ORVEN {
 
 CValueString::CValueString(const char* text, std::size_t length) { CValueString::SetString(text, length); }
@@ -21,8 +23,10 @@ CValue* CValueString::Clone(EnTfOwnership strategy) const {
 }
 
 CValue& CValueString::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
-    CValue::Copy(source, strategy, mergeMeta);
-    m_text = source.String();
+    RequireSameKind(source, "ORVEN::CValue::Copy");
+    CString text = source.String();
+    CopyMeta(source, strategy, mergeMeta);
+    m_text = std::move(text);
     return *this;
 }
 

@@ -2,6 +2,7 @@
 
 #include "sorblib2core/CExBadParam.h"
 #include "sorblib2core/CString.h"
+#include "sorblib2core/CValueMap.h"
 
 #include <algorithm>
 #include <charconv>
@@ -54,11 +55,23 @@ CValue* CValueVector::Clone(EnTfOwnership strategy) const {
 CValue& CValueVector::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
     if (&source == this)
         return *this;
-    CValueContainerBase::Copy(source, strategy, mergeMeta);
-    CValueVector copies;
-    for (const CValue* value : *source.Vector())
-        copies.PushBack(value != nullptr ? value->Clone(strategy) : nullptr);
-    swap(copies);
+    RequireSameKind(source, "ORVEN::CValue::Copy");
+    CValueVector staged;
+    std::unique_ptr<CValueMap> meta;
+    try {
+        for (const CValue* value : *source.Vector()) {
+            staged.push_back(nullptr); // the place first: a clone must not get lost
+            if (value != nullptr)
+                staged.back() = value->Clone(strategy);
+        }
+        meta = ClonedMeta(source, strategy);
+    } catch (...) {
+        GiveBack(staged, source);
+        throw;
+    }
+    // The source can stand among what gives way, which is destroyed last.
+    swap(staged);
+    TakeMeta(meta, mergeMeta);
     return *this;
 }
 

@@ -73,20 +73,19 @@ CImage::PixelMemory CImage::Allocate(std::int64_t byteCount) {
         if (mapped == MAP_FAILED)
             throw std::bad_alloc();
         madvise(mapped, size, MADV_HUGEPAGE);
-        return {static_cast<unsigned char*>(mapped), {size}};
+        return {static_cast<unsigned char*>(mapped), {StFreePixels::MAPPED, size}};
     }
 #endif
-    return {new unsigned char[size](), {0}};
+    return {new unsigned char[size](), {StFreePixels::NEW, size}};
 }
 
 void CImage::StFreePixels::operator()(unsigned char* memory) const {
 #ifdef __linux__
-    if (mappedBytes > 0) {
-        munmap(memory, mappedBytes);
-        return;
-    }
+    if (source == MAPPED)
+        munmap(memory, byteCount);
 #endif
-    delete[] memory;
+    if (source == NEW)
+        delete[] memory;
 }
 
 CImage::CImage(const CType& type, const CSize& size, const CSize& border)
@@ -95,7 +94,8 @@ CImage::CImage(const CType& type, const CSize& size, const CSize& border)
     , m_border(border)
     , m_byteCount(ByteCount(type, size, border))
     , m_memory(Allocate(m_byteCount))
-    , m_attributes(std::make_unique<CValueMap>()) {}
+    , m_ownAttributes(std::make_unique<CValueMap>())
+    , m_attributes(m_ownAttributes.get()) {}
 
 CImage::CImage(const CImage& other)
     : CImage(other.m_type, other.m_size, other.m_border) {
@@ -103,18 +103,14 @@ CImage::CImage(const CImage& other)
 }
 
 CImage::CImage(const CType& type, const CSize& size, unsigned char* data, CValueMap* attributes,
-               CAccess* access, const CSize& border)
+               CAccess* /*access*/, const CSize& border)
     : m_type(type)
     , m_size(size)
     , m_border(border)
-    , m_byteCount(0)
-    , m_memory(data, {0})
-    , m_attributes(attributes)
-    , m_access(access) {
-    m_byteCount = ByteCount(type, size, border); // may raise: everything handed over is owned by now
-    if (!m_attributes)
-        m_attributes = std::make_unique<CValueMap>();
-}
+    , m_byteCount(ByteCount(type, size, border))
+    , m_memory(data, {StFreePixels::VIEW, 0})
+    , m_ownAttributes(attributes == nullptr ? std::make_unique<CValueMap>() : nullptr)
+    , m_attributes(attributes == nullptr ? m_ownAttributes.get() : attributes) {}
 
 CImage::~CImage() = default;
 

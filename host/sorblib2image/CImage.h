@@ -24,9 +24,10 @@ public:
     /// A deep copy of type, size and pixels. Attributes stay behind; `CQuillonHeaderTools::SetAttributes`
     /// brings them.
     CImage(const CImage& other);
-    /// Takes over memory from `new unsigned char[]` that holds the pixels, border included, an attribute tree
-    /// and an access made for this memory; the last two can be null. All three are owned by the image from
-    /// then on.
+    /// A view: an image over pixels that exist already, border included, without a copy. Pixels, attribute
+    /// tree and access stay the caller's, who keeps them alive as long as the image. Both of the last two can
+    /// be null: the image then has an attribute tree of its own, empty at first, and it makes its accesses
+    /// itself in any case. After `Resize` the pixels are the image's own. On failure nothing is freed.
     CImage(const CType& type, const CSize& size, unsigned char* data, CValueMap* attributes, CAccess* access,
            const CSize& border);
     ~CImage() override;
@@ -43,9 +44,11 @@ public:
     virtual CImage& Resize(const CSize& size, const CSize& border);
 
 private:
-    /// Frees what `Allocate` made, or what `new unsigned char[]` made if nothing was mapped.
+    /// Frees what `Allocate` made, and leaves the pixels of a view alone.
     struct StFreePixels {
-        std::size_t mappedBytes;
+        enum EnSource { VIEW, NEW, MAPPED };
+        EnSource source;
+        std::size_t byteCount;
         void operator()(unsigned char* memory) const;
     };
     using PixelMemory = std::unique_ptr<unsigned char, StFreePixels>;
@@ -61,8 +64,8 @@ private:
     CSize m_border;
     std::int64_t m_byteCount;
     PixelMemory m_memory;
-    std::unique_ptr<CValueMap> m_attributes;
-    std::unique_ptr<CAccess> m_access; // kept for its owner only
+    std::unique_ptr<CValueMap> m_ownAttributes; // null where the caller's are used
+    CValueMap* m_attributes;
 };
 
 /// The access that a `CImage` hands out.

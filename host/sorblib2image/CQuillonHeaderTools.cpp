@@ -108,7 +108,7 @@ void CQuillonHeaderTools::AddToHistory(IImage& image, const CValueString& text) 
 }
 
 void CQuillonHeaderTools::SetAttributes(IImage& target, const CValueMap& source) {
-    target.Attributes().Copy(source, CValue::TF_NONE, false);
+    target.Attributes().Copy(source, CValue::TF_KEEP, false);
 }
 
 bool CQuillonHeaderTools::GetMetaInfo(const IImage& image, const char* key, CValue& out) {

@@ -28,7 +28,9 @@ public:
     static void AddToHistory(IImage& image, const char* text, unsigned level);
     static void AddToHistory(IImage& image, const CValueString& text);
 
-    /// Gives the image all attributes of `source`, and none but those.
+    /// Gives the image copies of all attributes of `source`, and no others. An owned pointer among them, at
+    /// any depth, stays with its owner: the copy is a plain pointer to the same object, valid as long as that
+    /// owner keeps it. On failure the image keeps the attributes that it had.
     static void SetAttributes(IImage& target, const CValueMap& source);
 
     /// A named value about the image, copied into `out`, which must be of the kind that is stored.

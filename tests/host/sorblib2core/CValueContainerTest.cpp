@@ -14,6 +14,7 @@
 
 #include <limits>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,6 +44,13 @@ std::vector<std::string> KeysOf(const CValueMap& map) {
 }
 
 using Keys = std::vector<std::string>;
+
+/// A value that memory never suffices to clone.
+class CUnclonable : public CCountedValue {
+public:
+    using CCountedValue::CCountedValue;
+    CValue* Clone(EnTfOwnership /*strategy*/) const override { throw std::bad_alloc(); }
+};
 
 /// What maps and vectors have in common. Both specimens hold the texts "a", "b", "a" under the keys 0 to 2.
 class AnyContainer : public testing::TestWithParam<bool> {
@@ -257,6 +265,51 @@ TEST_P(AnyContainer, CloneFollowsTheStrategyForOwnedPointers) {
     EXPECT_FALSE(m_container->Entry(1, true)->Pointer()->IsOwner());
     const auto& heir = *static_cast<const CValueContainerBase*>(clone.get());
     EXPECT_TRUE(heir.Entry(1, true)->Pointer()->IsOwner());
+}
+
+TEST_P(AnyContainer, CopyThatFailsLeavesTheTargetUnchangedMetaEntriesIncluded) {
+    m_container->Meta().SetEntry("unit", String("mm"));
+    m_container->Meta().SetEntry("own", String("stays"));
+    const std::unique_ptr<CValue> before(m_container->Clone(CValue::TF_NONE));
+    for (const bool isInMeta : {false, true}) {
+        SCOPED_TRACE(isInMeta ? "an owned pointer among the meta entries" : "an owned pointer inside");
+        const std::unique_ptr<CValue> source(m_container->Clone(CValue::TF_NONE));
+        source->Meta().SetEntry("unit", String("inch"));
+        auto& changed = static_cast<CValueContainerBase&>(*source);
+        changed.SetEntry(1, String("changed"));
+        auto& holder = isInMeta ? static_cast<CValueContainerBase&>(source->Meta()) : changed;
+        holder.SetEntry(2, new CValueOwnedPointer<CValueMap>(new CValueMap, 1));
+        for (const bool merge : {false, true}) {
+            EXPECT_THROW(m_container->Copy(*source, CValue::TF_NONE, merge), CExBadParam);
+            EXPECT_TRUE(m_container->Equal(*before));
+            EXPECT_TRUE(m_container->Meta().Equal(before->Meta()));
+        }
+    }
+}
+
+TEST_P(AnyContainer, CopyThatFailsLeavesTheOwnersOfTheSourceInPlace) {
+    // An owner directly inside, one further down, and one among meta entries, before a value that fails.
+    int alive = 0;
+    const auto owner = [] { return new CValueOwnedPointer<CValueMap>(new CValueMap, 1); };
+    const std::unique_ptr<CValue> source(m_container->Clone(CValue::TF_NONE));
+    auto& entries = static_cast<CValueContainerBase&>(*source);
+    entries.SetEntry(0, owner());
+    auto nested = std::make_unique<CValueMap>();
+    nested->SetEntry("vector/0", owner());
+    nested->Meta().SetEntry("owner", owner());
+    entries.SetEntry(1, nested.release());
+    entries.SetEntry(2, new CUnclonable(alive));
+    for (int run = 0; run < 2; ++run) {
+        EXPECT_THROW(m_container->Copy(*source, CValue::TF_MOVE, false), std::bad_alloc);
+        EXPECT_TRUE(entries.Entry(0, true)->Pointer()->IsOwner());
+        EXPECT_TRUE(entries.Entry("1/vector/0", true)->Pointer()->IsOwner());
+        EXPECT_TRUE(entries.Entry(1, true)->Meta().Entry("owner", true)->Pointer()->IsOwner());
+        EXPECT_EQ(m_container->Entry(2, true)->String(), "a");
+    }
+    entries.RemoveEntry(2);
+    m_container->Copy(*source, CValue::TF_MOVE, false);
+    EXPECT_FALSE(entries.Entry("1/vector/0", true)->Pointer()->IsOwner());
+    EXPECT_TRUE(m_container->Entry("1/vector/0", true)->Pointer()->IsOwner());
 }
 
 TEST(CValueMap, SetEntryOutputDocumentsAdd0OnAnEmptyMapLeavesHasEntryOutputDocumentsAddTrue) {

@@ -13,6 +13,7 @@
 
 #include <array>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -43,6 +44,12 @@ protected:
 };
 
 bool IsOwner(const Value& value) { return value->Pointer()->IsOwner(); }
+
+/// A value that memory never suffices to clone.
+class CUnclonable : public CValue {
+public:
+    CValue* Clone(EnTfOwnership /*strategy*/) const override { throw std::bad_alloc(); }
+};
 
 void SetUnit(CValue& value) { value.Meta().SetEntry("unit", new CValueString("mm", CString::NPOS)); }
 
@@ -203,6 +210,22 @@ TEST_F(CValuePointerTest, CopyFromAnOwnerWithStrategy0Raises) {
                  "Owned pointers can only be copied with a valid ownership transfer strategy!");
     EXPECT_EQ(value.Void(), &pointee);
     EXPECT_TRUE(source.IsOwner());
+}
+
+TEST_F(CValuePointerTest, CopyThatFailsOnTheMetaEntriesChangesNeitherPointerNorOwners) {
+    for (const bool merge : {false, true}) {
+        Owned value(new StCounted, 1);
+        const void* const pointee = value.Void();
+        SetUnit(value);
+        Owned source(new StCounted, 1);
+        source.Meta().SetEntry("value", new CUnclonable);
+        EXPECT_THROW(value.Copy(source, CValue::TF_MOVE, merge), std::bad_alloc);
+        EXPECT_EQ(value.Void(), pointee);
+        EXPECT_TRUE(value.IsOwner());
+        EXPECT_TRUE(source.IsOwner());
+        EXPECT_EQ(value.Meta().EntryString("unit"), "mm");
+        EXPECT_EQ(StCounted::alive, 2);
+    }
 }
 
 TEST_F(CValuePointerTest, CopyFreesTheOldPointee) {

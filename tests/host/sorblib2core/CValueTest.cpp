@@ -295,6 +295,22 @@ TEST_P(AnyValue, OwnedPointersAmongTheMetaEntriesFollowTheStrategyOfClone) {
     EXPECT_TRUE(OwnsMetaPointee(*heir));
 }
 
+TEST_P(AnyValue, CopyThatFailsOnTheMetaEntriesChangesNothing) {
+    const Value source = MakeOther();
+    SetUnit(*source, "unit", "inch");
+    SetMetaOwner(*source);
+    const Value value = Make();
+    SetUnit(*value, "unit", "mm");
+    for (const bool merge : {false, true}) {
+        EXPECT_THROW(value->Copy(*source, CValue::TF_NONE, merge), CExBadParam);
+        EXPECT_TRUE(value->Equal(*Make()));
+        EXPECT_THROW(value->CopyMeta(*source, CValue::TF_NONE, merge), CExBadParam);
+        EXPECT_EQ(value->Meta().Size(), 1U);
+        EXPECT_EQ(value->Meta().EntryString("unit"), "mm");
+        EXPECT_TRUE(OwnsMetaPointee(*source));
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Kinds, AnyValue, testing::ValuesIn(Kinds()),
                          [](const auto& test) { return std::string(test.param.name); });
 

@@ -218,35 +218,60 @@ TEST(CImage, EmptyImageWithStridesBeyond64BitsIsRefused) {
     EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(0, g_greatest, g_greatest), g_noBorder), CExBadParam);
 }
 
-TEST(CImage, AdoptsPixelsAndAttributes) {
-    auto pixels = std::make_unique<Byte[]>(6);
-    std::iota(pixels.get(), pixels.get() + 6, Byte{0});
-    auto attributes = std::make_unique<CValueMap>();
-    attributes->SetEntry("label", new CValueLong(1));
-    const Byte* address = pixels.get();
-    CImage image(IMAGE_GREY_8, CSize(3, 2), pixels.release(), attributes.release(), nullptr, g_noBorder);
-    EXPECT_EQ(PixelsOf<Byte>(image), Counting(6));
-    EXPECT_EQ(CImageView<const Byte>(image).Row(0, 0), address);
-    EXPECT_TRUE(image.Attributes().HasEntry("label"));
-    EXPECT_EQ(PixelsOf<Byte>(CImage(image)), Counting(6));
-    image.Resize(CSize(2, 2), g_noBorder);
-    EXPECT_EQ(PixelsOf<Byte>(image), Bytes(4));
+TEST(CImage, ViewReadsAndWritesPixelsThatStayTheCallers) {
+    Bytes pixels = Counting(6);
+    {
+        CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
+        EXPECT_EQ(PixelsOf<Byte>(view), Counting(6));
+        EXPECT_EQ(CImageView<const Byte>(view).Row(0, 0), pixels.data());
+        EXPECT_TRUE(view.Attributes().IsEmpty());
+        view.Attributes().SetEntry("label", new CValueLong(1));
+        CImageView<Byte>(view).Row(1, 0)[2] = 99;
+    }
+    EXPECT_EQ(pixels, (Bytes{0, 1, 2, 3, 4, 99}));
 }
 
-TEST(CImage, AdoptsPixelsWithTheirBorderAndAnAccess) {
-    auto pixels = std::make_unique<Byte[]>(12);
-    std::iota(pixels.get(), pixels.get() + 12, Byte{0});
-    auto access =
-        std::make_unique<CImage::CAccess>(IMAGE_GREY_8, CSize(2, 1), CPos(1, 4), pixels.get() + 5, true);
-    const CImage image(IMAGE_GREY_8, CSize(2, 1), pixels.release(), nullptr, access.release(), CSize(1, 1));
-    EXPECT_EQ(PixelsOf<Byte>(image), (Bytes{5, 6}));
-    EXPECT_TRUE(image.Attributes().IsEmpty());
+TEST(CImage, ViewLeavesAttributesAndAccessToTheCaller) {
+    Bytes pixels = Counting(12);
+    CValueMap attributes;
+    attributes.SetEntry("label", new CValueLong(1));
+    CImage::CAccess access(IMAGE_GREY_8, CSize(2, 1), CPos(1, 4), pixels.data() + 5, true);
+    {
+        CImage view(IMAGE_GREY_8, CSize(2, 1), pixels.data(), &attributes, &access, CSize(1, 1));
+        EXPECT_EQ(&view.Attributes(), &attributes);
+        view.Attributes().SetEntry("seen", new CValueLong(2));
+        EXPECT_EQ(PixelsOf<Byte>(view), (Bytes{5, 6}));
+    }
+    EXPECT_EQ(attributes.Size(), 2U);
+    EXPECT_EQ(pixels, Counting(12));
+    access.Lock(CPos(0, 0), CPos(1, 0), IImage::LOCK_READ);
+    EXPECT_EQ(*static_cast<const Byte*>(access.ConstData()), 5);
 }
 
-TEST(CImage, AdoptingASizeThatNoImageCanHaveRaisesAndFreesAll) {
-    // What is not freed shows as a leak under the address sanitizer.
-    EXPECT_THROW((void)CImage(IMAGE_GREY_8, CSize(-1, 1), new Byte[1], new CValueMap, nullptr, g_noBorder),
+TEST(CImage, CopyOfAViewIsDeep) {
+    Bytes pixels = Counting(6);
+    const CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
+    const CImage copy(view);
+    pixels.assign(6, 0);
+    EXPECT_EQ(PixelsOf<Byte>(copy), Counting(6));
+}
+
+TEST(CImage, ResizeGivesAViewPixelsOfItsOwn) {
+    Bytes pixels = Counting(6);
+    CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
+    view.Resize(CSize(2, 2), g_noBorder);
+    CImageView<Byte>(view).Row(0, 0)[0] = 7;
+    EXPECT_EQ(PixelsOf<Byte>(view), (Bytes{7, 0, 0, 0}));
+    EXPECT_EQ(pixels, Counting(6));
+}
+
+TEST(CImage, ViewOfASizeThatNoImageCanHaveRaisesAndFreesNothing) {
+    Byte pixel = 5;
+    CValueMap attributes;
+    EXPECT_THROW((void)CImage(IMAGE_GREY_8, CSize(-1, 1), &pixel, &attributes, nullptr, g_noBorder),
                  CExBadParam);
+    EXPECT_TRUE(attributes.IsEmpty());
+    EXPECT_EQ(pixel, 5);
 }
 
 TEST(CImage, AddressesPixelsBeyond32Bits) {

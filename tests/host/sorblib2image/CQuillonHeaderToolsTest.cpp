@@ -190,6 +190,32 @@ TEST_F(CQuillonHeaderToolsTest, SetAttributesReplacesAllThatWasThere) {
     EXPECT_EQ(source.Attributes().Entry("history", true)->Vector()->Size(), 1U);
 }
 
+TEST_F(CQuillonHeaderToolsTest, SetAttributesCopiesOwnedPointersAsPlainOnesAndLeavesThemWithTheirOwner) {
+    CImage source(IMAGE_GREY_F, CSize(1, 1), CSize(0, 0));
+    const auto owned = [] {
+        return new CValueOwnedPointer<CImage>(new CImage(IMAGE_GREY_8, CSize(1, 1), CSize(0, 0)), 1);
+    };
+    const std::vector<std::string> keys{"mask", "features/mask", "list/1"};
+    for (const std::string& key : keys)
+        source.Attributes().SetEntry(key.c_str(), owned());
+    source.Attributes().SetEntry("unit", String("mm"));
+    source.Attributes().Entry("unit", true)->Meta().SetEntry("mask", owned());
+    Tools::SetAttributes(m_image, source.Attributes());
+    const auto expectPlainCopy = [](const CValue& original, const CValue& copy) {
+        EXPECT_EQ(copy.VoidPointer(), original.VoidPointer());
+        EXPECT_TRUE(original.Pointer()->IsOwner());
+        EXPECT_FALSE(copy.Pointer()->IsOwner());
+    };
+    for (const std::string& key : keys) {
+        SCOPED_TRACE(key);
+        expectPlainCopy(*source.Attributes().Entry(key.c_str(), true),
+                        *Attributes().Entry(key.c_str(), true));
+    }
+    EXPECT_EQ(Attributes().EntryString("unit"), "mm");
+    expectPlainCopy(*source.Attributes().Entry("unit", true)->Meta().Entry("mask", true),
+                    *Attributes().Entry("unit", true)->Meta().Entry("mask", true));
+}
+
 TEST_F(CQuillonHeaderToolsTest, SetAttributesFromTheImagesOwnAttributesChangesNothing) {
     Tools::SetSpacing(m_image, 1, 2, 3);
     const CValueMap before(Attributes());
