@@ -30,7 +30,7 @@ void CConvexifyObjectsPlugin::UpdateParameters(const CValueMap& tree) {
 }
 
 void CConvexifyObjectsPlugin::GetData(CValueMap& tree) {
-    const CImage* image = contract::ContentOf(m_focusedDocument);
+    CImage* image = contract::ContentOf(m_focusedDocument);
     if (image == nullptr)
         return;
     auto result = std::make_unique<CImage>(image->Type(), image->Size(), CSize(0, 0, 0));

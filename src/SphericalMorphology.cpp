@@ -1,6 +1,7 @@
 #include "SphericalMorphology.h"
 
 #include "utils/IsotropicPixels.h"
+#include "utils/PixelView.h"
 #include "utils/PluginContract.h"
 
 #include <QuillonTransformation/CSphericalMorphology.h>
@@ -65,10 +66,11 @@ void CSphericalMorphologyPlugin::GetData(CValueMap& tree) {
     if (image == nullptr)
         return;
     RequireIsotropicPixels(*image, g_site);
+    CImage view = PixelViewOf(*image); // the operations take a source that they could change
     auto result = std::make_unique<CImage>(image->Type(), image->Size(), CSize(0, 0, 0));
     const Operation operation = OperationOfName(m_operation);
     CSphericalMorphology morphology(nullptr, nullptr);
-    (morphology.*operation)(*result, *image, static_cast<float>(m_radius));
+    (morphology.*operation)(*result, view, static_cast<float>(m_radius));
     contract::Inherit(
         *result, *image,
         CString("morph(spherical,op=%1,r=%2)", CString::ENC_UTF8).Arg(m_operation).Arg(m_radius, 0));

@@ -1,6 +1,7 @@
 #include "measurement/ConvexifyLabels.h"
 
 #include "utils/ImageTypeDispatch.h"
+#include "utils/PixelView.h"
 #include "utils/PointOperations.h"
 #include "utils/visitors/PointOperationCopy.h"
 
@@ -61,20 +62,34 @@ void RedoLabelIfWasNotBackground(const CImage& input, CImage& result) {
     });
 }
 
+/// Gives a view of the input the attributes and the spacing that its labels are measured with.
+void CopyHeader(const CImage& input, CImage& view) {
+    CQuillonHeaderTools::SetAttributes(view, input.Attributes());
+    double x = 1.0;
+    double y = 1.0;
+    double z = 1.0;
+    CQuillonHeaderTools::GetSpacing(input, x, y, z);
+    CQuillonHeaderTools::SetSpacing(view, x, y, z);
+}
+
 /// Loads the label data in the header, or measures the image without them. Returns the highest label to
 /// visit.
-std::size_t GetLabelData(const CImage& image, StLabelingData& data) {
+std::size_t GetLabelData(CImage& input, StLabelingData& data) {
+    CImage view = PixelViewOf(input); // so that nothing is written to the header of the input
+    CopyHeader(input, view);
     static const std::string key =
         CQuillonHeaderTools::c_sTagFeatures + "/" + CExtractorLabelData::KeyToLabelData();
-    const CValueMap& attributes = image.Attributes();
+    const CValueMap& attributes = input.Attributes();
     if (attributes.HasEntry(key, CValue::VAL_MAP)) {
         data.Set(*attributes.Entry(key, true)->Map());
         std::size_t labelCount = 0;
-        CQuillonHeaderTools::GetNumberOfLabels(image, labelCount);
+        CQuillonHeaderTools::GetNumberOfLabels(input, labelCount);
+        CQuillonHeaderTools::SetNumberOfLabels(view, labelCount);
         return labelCount + 1; // one more than the header names, by contract
     }
-    const std::uint32_t highestLabel = GetMaximum(image);
-    CExtractorLabelData(nullptr, nullptr).Extract(image, data);
+    const std::uint32_t highestLabel = GetMaximum(input);
+    CQuillonHeaderTools::SetNumberOfLabels(view, std::size_t{highestLabel} + 1);
+    CExtractorLabelData(nullptr, nullptr).Extract(view, data);
     return highestLabel;
 }
 
@@ -122,7 +137,7 @@ void ConvexifyLabel(const CImage& input, CImage& result, std::size_t label, CCon
 
 } // namespace
 
-std::size_t ConvexifyLabels(const CImage& input, CImage& result, const CString& method) {
+std::size_t ConvexifyLabels(CImage& input, CImage& result, const CString& method) {
     Copy(input, result);
     StLabelingData data;
     const std::size_t highestLabel = GetLabelData(input, data);

@@ -18,11 +18,12 @@ namespace quillon {
 /// measured otherwise. The header's number of labels then says how far they are of interest; labels that the
 /// data do not tell of count as absent.
 ///
-/// `input` and `result` have the same type, IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16 or IMAGE_GREY_32,
-/// and the same size, in 2 or 3 dimensions; another type raises `CException`.
+/// `input` is not changed; it is not const because the labels are measured on a view of its pixels, which
+/// needs attributes of its own. `input` and `result` have the same type, IMAGE_BINARY_FG, IMAGE_GREY_8,
+/// IMAGE_GREY_16 or IMAGE_GREY_32, and the same size, in 2 or 3 dimensions; another type raises `CException`.
 ///
 /// Returns the number of objects + 1 for the background; those without a hull count too. Time: some passes
 /// over the image, and for each object that of its box (see `CConvexHullComputer`).
-std::size_t ConvexifyLabels(const ORVEN::CImage& input, ORVEN::CImage& result, const ORVEN::CString& method);
+std::size_t ConvexifyLabels(ORVEN::CImage& input, ORVEN::CImage& result, const ORVEN::CString& method);
 
 } // namespace quillon
