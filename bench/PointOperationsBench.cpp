@@ -97,7 +97,7 @@ void Histogram(benchmark::State& state) {
     Measure(state, [&] { CPointOperations(nullptr, nullptr).Visit(histogram, *image); });
 }
 
-void CountValues(benchmark::State& state) {
+void CountValues(benchmark::State& state) { // with many values one run would take a minute
     const auto image = RandomImage<float>(static_cast<unsigned>(state.range(0)));
     visitors::CAnalyzerCountValues<float, std::size_t> values;
     Measure(state, [&] { CPointOperations(nullptr, nullptr).Visit(values, *image); });
@@ -121,7 +121,7 @@ BENCHMARK(Copy<float>)->Unit(benchmark::kMillisecond);
 BENCHMARK(MinMax<unsigned char>)->Unit(benchmark::kMillisecond);
 BENCHMARK(MinMax<float>)->Unit(benchmark::kMillisecond);
 BENCHMARK(Histogram)->Unit(benchmark::kMillisecond);
-BENCHMARK(CountValues)->Arg(few)->Arg(many)->Unit(benchmark::kMillisecond);
+BENCHMARK(CountValues)->Arg(few)->Unit(benchmark::kMillisecond);
 BENCHMARK(PixelSort<unsigned char>)->Arg(few)->Unit(benchmark::kMillisecond);
 BENCHMARK(PixelSort<float>)->Arg(few)->Arg(many)->Unit(benchmark::kMillisecond);
 

@@ -67,14 +67,6 @@ public:
     static constexpr Table dx = Offsets(0);
     static constexpr Table dy = Offsets(1);
     static constexpr Table dz = Offsets(2);
-
-    /// Whether neighbour i of (x, y, z) lies outside an image whose last pixel is (lastX, lastY, lastZ).
-    static constexpr bool LeavesImage(std::size_t i, std::int16_t x, std::int16_t y, std::int16_t z,
-                                      std::int16_t lastX, std::int16_t lastY, std::int16_t lastZ) {
-        return (x < 1 && dx[i] < 0) || (x >= lastX && dx[i] >= 1) || //
-               (y < 1 && dy[i] < 0) || (y >= lastY && dy[i] >= 1) || //
-               (z < 1 && dz[i] < 0) || (z >= lastZ && dz[i] >= 1);
-    }
 };
 
 } // namespace Impl

@@ -23,9 +23,12 @@ std::size_t BinOf(T pixel) {
         return OrderedKey(pixel) >> 16;
 }
 
-/// Counts the pixels of 32 bits by the leading half of their keys.
+/// Counts the pixels of 32 bits by the leading half of their keys. With the trailing halves, which the sorter
+/// takes, that gives the levels of a count by value in linear time.
 template <class T>
 struct CAnalyzerHistogramOfLeadingHalves : StVisitor<const T> {
+    using StandsFor = CAnalyzerCountValues<T, std::size_t>;
+
     explicit CAnalyzerHistogramOfLeadingHalves(std::vector<std::size_t>& counts)
         : bins(counts) {}
 

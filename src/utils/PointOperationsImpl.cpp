@@ -186,13 +186,15 @@ void ThrowUnsupportedDimension(const char* function, const StImageRecord& record
                                          .Arg(int{record.dimension}, 0));
 }
 
-// What `VisitorHelper` stands on: each kind of image with each kind of pixel. A visitor that writes sees
-// pixels and image without const, one that reads sees a const image.
+// The whole family, const or not. `VisitorHelper` needs some of them only: a visitor that writes sees pixels
+// and image without const, one that reads sees a const image.
 #define QUILLON_INSTANTIATE(Pixel)                                                                           \
     template class CImageDataExtractor<CImage, Pixel>;                                                       \
+    template class CImageDataExtractor<CImage, const Pixel>;                                                 \
     template class CImageDataExtractor<const CImage, Pixel>;                                                 \
     template class CImageDataExtractor<const CImage, const Pixel>;                                           \
     template class CImageDataExtractor<IImage, Pixel>;                                                       \
+    template class CImageDataExtractor<IImage, const Pixel>;                                                 \
     template class CImageDataExtractor<const IImage, Pixel>;                                                 \
     template class CImageDataExtractor<const IImage, const Pixel>
 

@@ -203,7 +203,8 @@ private:
 
     template <class ImageClass, class Pixel, class Visitor>
     static void WriteDebugLine(const char* accessName) {
-        Impl::WriteDebugLine(accessName, CLockedPixels<Pixel>::mode, typeid(Visitor), typeid(ImageClass),
+        Impl::WriteDebugLine(accessName, CLockedPixels<Pixel>::mode,
+                             typeid(typename visitors::StNamedVisitor<Visitor>::Type), typeid(ImageClass),
                              typeid(Pixel));
     }
 

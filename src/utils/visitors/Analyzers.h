@@ -1,10 +1,11 @@
 #pragma once
 
-#include "utils/visitors/CValueTable.h"
+#include "utils/visitors/OrderedKey.h"
 #include "utils/visitors/Visitor.h"
 
 #include <cstddef>
 #include <limits>
+#include <map>
 #include <vector>
 
 namespace ORVEN::visitors {
@@ -50,14 +51,19 @@ struct CAnalyzerHistogram : StVisitor<const T> {
     std::vector<Count>* bins;
 };
 
-/// Counts the pixels of each value that occurs. For the order of the values and for NaN see `CValueTable`.
+/// Counts the pixels of each value that occurs. Both zeros of a float are one value, and so are all NaN, the
+/// greatest.
+///
+/// Takes a walk down the map for each pixel, and a node for each value. For an image of floats, which can
+/// have nearly as many values as pixels, that is a minute a volume: the pixel sort, which needs the order of
+/// the values and not the map, has `CAnalyzerHistogramOfLeadingHalves` stand for it.
 template <class T, class Count>
 struct CAnalyzerCountValues : StVisitor<const T> {
-    void preprocess() { counts.Clear(); }
+    void preprocess() { counts.clear(); }
 
     void operator()(T pixel) { ++counts[pixel]; }
 
-    CValueTable<T, Count> counts;
+    std::map<T, Count, StLessByOrderedKey> counts;
 };
 
 } // namespace ORVEN::visitors

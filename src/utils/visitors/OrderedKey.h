@@ -23,4 +23,12 @@ std::uint32_t OrderedKey(T value) {
     }
 }
 
+/// The order of the values for containers: less-than, and total for floats.
+struct StLessByOrderedKey {
+    template <class T>
+    bool operator()(T a, T b) const {
+        return OrderedKey(a) < OrderedKey(b);
+    }
+};
+
 } // namespace ORVEN::visitors

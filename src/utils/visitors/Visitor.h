@@ -33,6 +33,19 @@ concept VisitorOf = std::tuple_size_v<typename Visitor::Pixels>
     visitor.postprocess();
 };
 
+/// The visitor that a traversal names in its debugging lines: the visitor itself, or the one that it declares
+/// as `StandsFor`, whose work it does in another way.
+template <class Visitor>
+struct StNamedVisitor {
+    using Type = Visitor;
+};
+
+template <class Visitor>
+requires requires { typename Visitor::StandsFor; }
+struct StNamedVisitor<Visitor> {
+    using Type = typename Visitor::StandsFor;
+};
+
 /// The pixel type of image i, const if the visitor only reads it.
 template <class Visitor, std::size_t i>
 using PixelOf = std::tuple_element_t<i, typename Visitor::Pixels>;

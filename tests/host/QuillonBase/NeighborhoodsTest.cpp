@@ -25,17 +25,6 @@ Offsets OffsetsOf() {
     return offsets;
 }
 
-/// The neighbours that stay in an image, from a pixel on.
-template <class N>
-Offsets Kept(const std::array<std::int16_t, 3>& at, const std::array<std::int16_t, 3>& last) {
-    Offsets kept;
-    for (std::size_t i = 0; i < N::count; ++i) {
-        if (!N::LeavesImage(i, at[0], at[1], at[2], last[0], last[1], last[2]))
-            kept.push_back({N::dx[i], N::dy[i], N::dz[i]});
-    }
-    return kept;
-}
-
 /// Degrees of the link's vertices: for each neighbour the number of neighbours that are adjacent to it too.
 template <class N>
 std::vector<int> LinkDegrees() {
@@ -109,40 +98,6 @@ TYPED_TEST(AnyNeighborhood, StandsInRasterOrder) {
     EXPECT_TRUE(std::ranges::is_sorted(offsets, [](const Offset& a, const Offset& b) {
         return std::tuple(a[2], a[1], a[0]) < std::tuple(b[2], b[1], b[0]);
     }));
-}
-
-TYPED_TEST(AnyNeighborhood, SkipsBothDirectionsOfAnAxisOfSizeOne) {
-    const Offsets offsets = OffsetsOf<TypeParam>();
-    for (std::size_t axis = 0; axis < TypeParam::dimension; ++axis) {
-        std::array<std::int16_t, 3> at{5, 5, 5};
-        std::array<std::int16_t, 3> last{9, 9, 9};
-        at.at(axis) = 0;
-        last.at(axis) = 0;
-        Offsets expected;
-        std::ranges::copy_if(offsets, std::back_inserter(expected),
-                             [&](const Offset& offset) { return offset.at(axis) == 0; });
-        EXPECT_EQ(Kept<TypeParam>(at, last), expected);
-    }
-}
-
-TYPED_TEST(AnyNeighborhood, KeepsExactlyTheNeighborsInsideTheImage) {
-    constexpr std::int16_t lastZ = TypeParam::dimension == 3 ? 2 : 0;
-    for (std::int16_t z = 0; z <= lastZ; ++z) {
-        for (std::int16_t y = 0; y <= 2; ++y) {
-            for (std::int16_t x = 0; x <= 3; ++x) {
-                Offsets expected;
-                for (const Offset& offset : OffsetsOf<TypeParam>()) {
-                    const bool isInside = x + offset[0] >= 0 && x + offset[0] <= 3 && y + offset[1] >= 0 &&
-                                          y + offset[1] <= 2 && z + offset[2] >= 0 && z + offset[2] <= lastZ;
-                    if (isInside)
-                        expected.push_back(offset);
-                }
-                EXPECT_EQ(Kept<TypeParam>({x, y, z}, {3, 2, lastZ}), expected);
-                // In a plane the last z has no effect.
-                EXPECT_TRUE(TypeParam::dimension == 3 || Kept<TypeParam>({x, y, z}, {3, 2, 2}) == expected);
-            }
-        }
-    }
 }
 
 TEST(Neighborhoods, HaveTheirIdsDimensionsAndLengths) {
@@ -237,27 +192,7 @@ TEST(Neighborhoods, LinksOfTheTessellationsAreTriangulatedSpheres) {
     EXPECT_EQ(LinkTriangles<CNeighborhood3dDiffN14_2>(), 24);
 }
 
-TEST(Neighborhoods, CornerOfAVolumeKeepsThreeFacesAndSevenOfTheBlock) {
-    for (const std::int16_t x : {std::int16_t{0}, std::int16_t{4}}) {
-        for (const std::int16_t y : {std::int16_t{0}, std::int16_t{5}}) {
-            for (const std::int16_t z : {std::int16_t{0}, std::int16_t{6}}) {
-                EXPECT_EQ(Kept<CNeighborhood3dDiffN6>({x, y, z}, {4, 5, 6}).size(), 3U);
-                EXPECT_EQ(Kept<CNeighborhood3dDiffN26>({x, y, z}, {4, 5, 6}).size(), 7U);
-            }
-        }
-    }
-}
-
-TEST(Neighborhoods, CornersOfTheTessellationsDiffer) {
-    EXPECT_EQ(Kept<CNeighborhood3dDiffN14_1>({0, 0, 0}, {4, 5, 6}).size(), 7U);
-    EXPECT_EQ(Kept<CNeighborhood3dDiffN14_1>({4, 5, 6}, {4, 5, 6}).size(), 7U);
-    EXPECT_EQ(Kept<CNeighborhood3dDiffN14_1>({0, 0, 6}, {4, 5, 6}).size(), 4U);
-    EXPECT_EQ(Kept<CNeighborhood3dDiffN14_2>({0, 0, 0}, {4, 5, 6}).size(), 4U);
-    EXPECT_EQ(Kept<CNeighborhood3dDiffN14_2>({4, 0, 0}, {4, 5, 6}).size(), 7U);
-}
-
 TEST(Neighborhoods, AreTablesOfTheCompiler) {
     static_assert(CNeighborhood3dDiffN26::dx[0] == -1);
-    static_assert(CNeighborhood2dDiffN8::LeavesImage(0, 0, 0, 0, 4, 4, 2));
     SUCCEED();
 }

@@ -368,6 +368,61 @@ TEST(PixelSort, RunsACountingAndASortingVisitor) {
     EXPECT_EQ(host.steps, 8);
 }
 
+namespace {
+
+template <class T>
+void ExpectTheCountOfValuesIsNamed(const IImage::CType& type) {
+    const CImage image(type, CSize(2, 2), CSize(0, 0));
+    const CapturedOutput output;
+    SortedPixels<T, 2>(image);
+    const std::string pixel = typeid(T).name();
+    const std::string begin = "DEBUG************* access is readonly visitor=N5ORVEN8visitors";
+    const std::string end = " image=N5ORVEN6IImageE pixeltype=" + pixel + "\n";
+    // CAnalyzerCountValues<T, size_t>, then the sorter of T in two dimensions.
+    EXPECT_EQ(output.Text(), begin + "20CAnalyzerCountValuesI" + pixel + "mEE" + end + begin +
+                                 "34CDistributivePixelSortByValueCountI" + pixel + "Li2EEE" + end);
+}
+
+} // namespace
+
+TEST(PixelSort, NamesTheCountOfValuesFor32BitsAndForFloats) {
+    ExpectTheCountOfValuesIsNamed<unsigned int>(IMAGE_GREY_32);
+    ExpectTheCountOfValuesIsNamed<float>(IMAGE_GREY_F);
+}
+
+namespace {
+
+template <class T>
+void ExpectTheLevelsOfTheCountOfValues(const CImage& image) {
+    const CapturedOutput silence;
+    visitors::CAnalyzerCountValues<T, std::size_t> values;
+    EXPECT_TRUE(test::Traverse(values, image));
+    std::vector<std::uint64_t> levelStarts{0};
+    for (const auto& [value, count] : values.counts)
+        levelStarts.push_back(levelStarts.back() + count);
+    const Sorted sorted = SortedPixels<T, 3>(image);
+    EXPECT_EQ(sorted.levels, values.counts.size());
+    EXPECT_EQ(sorted.levelStarts, levelStarts);
+}
+
+} // namespace
+
+TEST(PixelSort, LevelsAreTheEntriesOfTheCountOfValues) {
+    for (unsigned seed = 1; seed <= 10; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const double greatest = seed % 2 == 0 ? 20.0 : 4e9;
+        const CSize size(17, 13, 15);
+        ExpectTheLevelsOfTheCountOfValues<unsigned int>(
+            *test::RandomImage<unsigned int>(IMAGE_GREY_32, size, random, 0, greatest));
+        const auto floats = test::RandomImage<float>(IMAGE_GREY_F, size, random, -greatest, greatest);
+        const CImageView<float> view(*floats);
+        for (const float special : {notANumber, -notANumber, infinity, -infinity, 0.0F, -0.0F})
+            view.Row(random() % 13, random() % 15)[random() % 17] = special;
+        ExpectTheLevelsOfTheCountOfValues<float>(*floats);
+    }
+}
+
 TEST(PixelSort, RunsVisitorsOfImageAndSeedsSideBySide) {
     const CImage image(IMAGE_GREY_F, CSize(2, 2, 2), CSize(0, 0, 0));
     const CImage seeds(IMAGE_GREY_8, CSize(2, 2, 2), CSize(0, 0, 0));

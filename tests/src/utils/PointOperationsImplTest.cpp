@@ -137,6 +137,45 @@ TEST(CImageDataExtractor, FourDimensionalImageRaisesInInitSizeBeforeAnyOtherChec
     EXPECT_TRUE(progress.totals.empty());
 }
 
+namespace {
+
+/// Checks an image, and raises, with the record of one image class and one pixel type.
+template <class ImageClass, class PixelType>
+void ExpectRecord(const IImage::CType& type, const std::string& imageClass, const std::string& pixel) {
+    using Record = Impl::CImageDataExtractor<ImageClass, PixelType>;
+    const CImage image(type, CSize(5, 4), CSize(0, 0));
+    const Record record = Record::Checked(image, "image", IImage::LOCK_READ);
+    EXPECT_EQ(record.sizeY, 4);
+    EXPECT_EQ(*record.pixelTypeInfo, typeid(PixelType));
+    EXPECT_NO_THROW(record.CheckImagesAgainst(record));
+    const auto raised = Raised<CException>([] { Record::InitSize(SizeOf(0, 1, 1, 1)); });
+    EXPECT_EQ(std::string(raised.Location().function),
+              "ORVEN::Impl::CImageDataExtractor<" + imageClass + "," + pixel + ">::InitSize");
+}
+
+template <class PixelType>
+void ExpectRecordsOfEveryImageClass(const IImage::CType& type, const std::string& pixel) {
+    ExpectRecord<CImage, PixelType>(type, "class ORVEN::CImage", pixel);
+    ExpectRecord<const CImage, PixelType>(type, "class ORVEN::CImage const", pixel);
+    ExpectRecord<IImage, PixelType>(type, "class ORVEN::IImage", pixel);
+    ExpectRecord<const IImage, PixelType>(type, "class ORVEN::IImage const", pixel);
+}
+
+template <class PixelType>
+void ExpectConstAndOther(const IImage::CType& type, const std::string& pixel) {
+    ExpectRecordsOfEveryImageClass<PixelType>(type, pixel);
+    ExpectRecordsOfEveryImageClass<const PixelType>(type, pixel + " const");
+}
+
+} // namespace
+
+TEST(CImageDataExtractor, ExistsForEveryImageClassAndPixelTypeConstOrNot) {
+    ExpectConstAndOther<unsigned char>(IMAGE_GREY_8, "unsigned char");
+    ExpectConstAndOther<unsigned short>(IMAGE_GREY_16, "unsigned short");
+    ExpectConstAndOther<unsigned int>(IMAGE_GREY_32, "unsigned int");
+    ExpectConstAndOther<float>(IMAGE_GREY_F, "float");
+}
+
 TEST(CImageDataExtractor, InitSizeCopiesAsManyExtentsAsThereAreDimensions) {
     using Extents = std::array<std::int64_t, 3>;
     EXPECT_EQ(ByteRecord::InitSize(SizeOf(1, 4, 5, 6)), (Extents{4, 0, 0}));

@@ -9,6 +9,7 @@
 #include <limits>
 #include <map>
 #include <random>
+#include <type_traits>
 
 using namespace ORVEN;
 using test::Traverse;
@@ -110,6 +111,16 @@ TEST(CAnalyzerHistogram, CountsShorts) {
     EXPECT_EQ(bins[256], 1U);
 }
 
+TEST(CAnalyzerCountValues, HoldsAnOrderedMapFromValueToCount) {
+    const auto image = Line<unsigned int>(IMAGE_GREY_32, {7, 0xFFFFFFFF, 7, 0, 7});
+    visitors::CAnalyzerCountValues<unsigned int, std::size_t> values;
+    static_assert(
+        std::is_same_v<decltype(values.counts)::value_type, std::map<unsigned int, std::size_t>::value_type>);
+    EXPECT_TRUE(Traverse(values, *image));
+    EXPECT_EQ(Entries(values.counts.begin(), values.counts.end()),
+              (Entries{{0, 1}, {7, 3}, {0xFFFFFFFF, 1}}));
+}
+
 TEST(CAnalyzerCountValues, AgreesWithAnOrderedMap) {
     for (unsigned seed = 1; seed <= 30; ++seed) {
         SCOPED_TRACE(seed);
@@ -123,8 +134,8 @@ TEST(CAnalyzerCountValues, AgreesWithAnOrderedMap) {
         visitors::CAnalyzerCountValues<unsigned int, std::size_t> values;
         for (int run = 0; run < 2; ++run) {
             EXPECT_TRUE(Traverse(values, *image));
-            EXPECT_EQ(values.counts.Size(), expected.size());
-            EXPECT_EQ(values.counts.Ascending(), Entries(expected.begin(), expected.end()));
+            EXPECT_EQ(Entries(values.counts.begin(), values.counts.end()),
+                      Entries(expected.begin(), expected.end()));
         }
     }
 }
@@ -134,7 +145,7 @@ TEST(CAnalyzerCountValues, BothZerosAreOneValueAndAllNaNAreTheLast) {
         Line<float>(IMAGE_GREY_F, {notANumber, 0.0F, -0.0F, infinity, -notANumber, -0.0F, -1.0F});
     visitors::CAnalyzerCountValues<float, std::size_t> values;
     EXPECT_TRUE(Traverse(values, *image));
-    const auto entries = values.counts.Ascending();
+    const std::vector<std::pair<float, std::size_t>> entries(values.counts.begin(), values.counts.end());
     ASSERT_EQ(entries.size(), 4U);
     EXPECT_EQ(entries[0], std::pair(-1.0F, std::size_t{1}));
     EXPECT_EQ(entries[1], std::pair(0.0F, std::size_t{3}));
