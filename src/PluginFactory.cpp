@@ -25,6 +25,8 @@
 #include "VoronoiEdt.h"
 #include "Watershed.h"
 
+#include <QuillonSpectral/CRegisterFftwClient.h>
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -69,6 +71,10 @@ constexpr std::array<StFactoryRow, 24> g_rows{{
     {"LocalFiberDirectionsExport", Create<quillon::CLocalFiberDirectionsExportPlugin>},
     {"CylinderMask", Create<CCylinderMaskPlugin>},
 }};
+
+// From the loading of the pack to its unloading. No plug-in transforms itself; the host libraries that they
+// call may.
+const ORVEN::CRegisterFftwClient g_fftwClient;
 
 } // namespace
 
