@@ -158,12 +158,13 @@ StConfigurationsHistograms Count(const CImage& image) {
     histograms.counts.assign((std::size_t{histograms.greatestGreyValue} + 1) * g_configurationCount, 0);
 
     const CImageView<const T> pixels(image);
+    const std::int64_t blocksOfRow = std::max<std::int64_t>(pixels.nx - 1, 0); // rows can be empty
     CChangeCounter<T> counter(histograms.counts.data());
     for (std::int64_t z = 0; z + 1 < pixels.nz; ++z) {
         for (std::int64_t y = 0; y + 1 < pixels.ny; ++y) {
             counter.CountRow(
                 {pixels.Row(y, z), pixels.Row(y + 1, z), pixels.Row(y, z + 1), pixels.Row(y + 1, z + 1)},
-                pixels.nx - 1);
+                blocksOfRow);
         }
     }
     counter.Finish();

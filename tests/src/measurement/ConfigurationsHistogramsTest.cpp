@@ -97,8 +97,9 @@ TEST(ConfigurationsHistograms, ABinaryImageHas256RowsOfWhichOnlyTheFirstSeesItsF
         EXPECT_EQ(RowOf(histograms, greyValue)[0], 512U) << greyValue;
 }
 
-TEST(ConfigurationsHistograms, AnImageOfOneLayerHasNoBlock) {
-    for (const CSize& size : {CSize(1, 5, 5), CSize(5, 1, 5), CSize(5, 5, 1), CSize(5, 5)}) {
+TEST(ConfigurationsHistograms, AnImageOfOneLayerOrNoneHasNoBlock) {
+    for (const CSize& size : {CSize(1, 5, 5), CSize(5, 1, 5), CSize(5, 5, 1), CSize(5, 5), CSize(0, 5, 5),
+                              CSize(5, 0, 5), CSize(5, 5, 0)}) {
         const CImage image(IMAGE_GREY_8, size, CSize(0, 0, 0));
         for (const std::uint64_t count : ConfigurationsHistograms(image).counts)
             ASSERT_EQ(count, 0U);
