@@ -45,11 +45,11 @@ void CGranulometryExportPlugin::UpdateParameters(const CValueMap& tree) {
     if (image == nullptr || !image->Attributes().HasEntry(GranulometryKey(), typeid(CValueMap)))
         return;
     m_image = image;
-    m_result = std::make_unique<const CValueMap>(*image->Attributes().Entry(GranulometryKey(), true)->Map());
+    m_result = image->Attributes().Entry(GranulometryKey(), true)->Map();
 }
 
 void CGranulometryExportPlugin::GetData(CValueMap&) {
-    if (m_result == nullptr)
+    if (!contract::HoldsMap(m_image, GranulometryKey(), m_result))
         return;
     RequireWindows(g_name);
     const std::string path = AskForCsvFile(m_label.Std(), "_granulometry.csv");

@@ -4,7 +4,6 @@
 #include <sorblib2core/CString.h>
 #include <sorblib2image/CImage.h>
 
-#include <memory>
 #include <string>
 
 namespace quillon {
@@ -23,9 +22,9 @@ private:
 
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     ORVEN::CString m_label;
-    // Of the last image in focus that had been measured. The result is a copy: it can be replaced in the
-    // image at any time.
-    std::unique_ptr<const ORVEN::CValueMap> m_result;
+    // Of the last image in focus that had been measured. The image owns the result and can have another one
+    // by the time of the export.
+    const ORVEN::CValueMap* m_result = nullptr;
     const ORVEN::CImage* m_image = nullptr;
 };
 

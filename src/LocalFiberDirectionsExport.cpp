@@ -58,6 +58,19 @@ const CValueMap* MapAt(const CValueMap* map, const char* key) {
     return entry != nullptr ? entry->Map() : nullptr;
 }
 
+/// The measurement of the field. `TestParameters` has seen an entry for it, but a file can hold anything
+/// there.
+const CValueMap& Field(const CValueMap& features) {
+    const CValueMap* field = MapAt(&features, CSubfieldFiberDirections::sFieldFiberDirectionsId);
+    if (field == nullptr) {
+        throw CException(g_name,
+                         CString("The entry '%1' is not a map.", CString::ENC_UTF8)
+                             .Arg(CSubfieldFiberDirections::sFieldFiberDirectionsId),
+                         nullptr);
+    }
+    return *field;
+}
+
 std::unique_ptr<CValueMap> CloneOf(const CValueMap& map) {
     return std::unique_ptr<CValueMap>(static_cast<CValueMap*>(map.Clone(CValue::TF_NONE)));
 }
@@ -194,6 +207,7 @@ void CLocalFiberDirectionsExportPlugin::UpdateParameters(const CValueMap& tree) 
     m_features = image->Attributes().HasEntry(FieldKey())
                      ? image->Attributes().Entry(MeasurementKey(), true)->Map()
                      : nullptr;
+    m_image = image;
     m_imageSize = image->Size();
     contract::ReadParameter(tree, "parameters/export_field", m_exportsField);
     contract::ReadParameter(tree, "parameters/export_subfields", m_exportsSubfields);
@@ -201,7 +215,7 @@ void CLocalFiberDirectionsExportPlugin::UpdateParameters(const CValueMap& tree) 
 }
 
 void CLocalFiberDirectionsExportPlugin::GetData(CValueMap&) {
-    if (m_features == nullptr)
+    if (!contract::HoldsMap(m_image, MeasurementKey(), m_features))
         return;
     RequireWindows(g_name);
     if (!m_exportsField && !m_exportsSubfields && !m_exportsProfiles) {
@@ -229,20 +243,13 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
                                   (m_exportsSubfields ? " subfields" : "") +
                                   (m_exportsProfiles ? "profiles" : "") + " )",
                               path);
-    std::ofstream file(path);
-    if (!file) {
-        const CString text = CString("Can't open file '%1' for writing.", CString::ENC_UTF8).Arg(path);
-        ReportError(text.Std());
-        throw CException(g_name, text, nullptr);
-    }
-
-    const CValueMap* field = MapAt(m_features, CSubfieldFiberDirections::sFieldFiberDirectionsId);
+    // All of it is made before the file is opened: entries of another kind raise, and a table that was to be
+    // replaced stays.
     const CValueMap* subfields = MapAt(m_features, CSubfieldFiberDirections::sSubfieldFiberDirectionsId);
     const CValueMap* profiles = MapAt(m_features, CSubfieldFiberDirections::sSubfieldProfiles);
     std::stringstream head;
     head << CommentLine(m_exportsSubfields ? subfields : nullptr) << std::endl;
-    // `TestParameters` has seen the field.
-    std::unique_ptr<CValueMap> fieldRow = FieldRow(*field, subfields);
+    std::unique_ptr<CValueMap> fieldRow = FieldRow(Field(*m_features), subfields);
     CCsvOStreamValueMapLineariser(*fieldRow, head, g_idTitle, g_separator, g_quote);
     fieldRow->RemoveEntry(g_idTitle); // its place is that of the row's key
 
@@ -257,6 +264,12 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     if (m_exportsProfiles && AddProfileRows(rows, profiles))
         isAnySelected = true;
 
+    std::ofstream file(path);
+    if (!file) {
+        const CString text = CString("Can't open file '%1' for writing.", CString::ENC_UTF8).Arg(path);
+        ReportError(text.Std());
+        throw CException(g_name, text, nullptr);
+    }
     if (!isAnySelected) {
         // The cursor is restored here, for the box, and once more at the end, by contract.
         QApplication::restoreOverrideCursor();

@@ -2,7 +2,7 @@
 
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CString.h>
-#include <sorblib2image/CSize.h>
+#include <sorblib2image/CImage.h>
 
 #include <string>
 
@@ -23,7 +23,9 @@ private:
 
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     ORVEN::CString m_label;
-    const ORVEN::CValueMap* m_features = nullptr; // of the image in focus
+    // Of the image in focus, which owns the features and can have others by the time of the export.
+    const ORVEN::CImage* m_image = nullptr;
+    const ORVEN::CValueMap* m_features = nullptr;
     bool m_exportsField = true;
     bool m_exportsSubfields = false;
     bool m_exportsProfiles = false;

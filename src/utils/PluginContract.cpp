@@ -113,6 +113,12 @@ CString LabelOf(const CValueMap& document, const char* fallback) {
     return document.EntryString("label", CString(fallback, CString::ENC_UTF8));
 }
 
+bool HoldsMap(const CImage* image, const std::string& path, const CValueMap* map) {
+    const CValue* entry =
+        map != nullptr && image != nullptr ? image->Attributes().Entry(path, true) : nullptr;
+    return entry != nullptr && entry->Map() == map;
+}
+
 void Inherit(CImage& result, const CImage& source, const CString& historyLine) {
     CQuillonHeaderTools::SetAttributes(result, source.Attributes());
     CQuillonHeaderTools::AddToHistory(result, CValueString(historyLine));

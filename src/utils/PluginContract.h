@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <string>
 
 /// What all plug-ins do alike with the parameter tree, written once: the walk to the image in focus, the
 /// reading of parameters, the hand-over of a result, its label and its history. A plug-in's own source tells
@@ -59,6 +60,11 @@ ORVEN::CImage* ContentOf(const ORVEN::CValueMap* document);
 
 /// The label of a document, or `fallback` where it has none.
 ORVEN::CString LabelOf(const ORVEN::CValueMap& document, const char* fallback);
+
+/// Whether the image still holds that very map at a path of its attributes. An export keeps a pointer to a
+/// measurement from one call to the next, and a new measurement in between frees the old one. False for no
+/// map.
+bool HoldsMap(const ORVEN::CImage* image, const std::string& path, const ORVEN::CValueMap* map);
 
 /// Gives a result the attributes of the image that it was made from, and its own line of history after
 /// theirs.

@@ -78,6 +78,13 @@ protected:
             m_error.erase(at, remark.size());
     }
 
+    void ExpectNoDialog() {
+        AnswerNextDialog([](QDialog& dialog) {
+            ADD_FAILURE() << "there is nothing to export";
+            dialog.reject();
+        });
+    }
+
     /// Keeps the next message box and closes it.
     void ReadNextBox() {
         AnswerNextDialog([this](QDialog& dialog) {
@@ -234,19 +241,45 @@ TEST_F(GranulometryExport, ReturnsSilentlyWithoutAResult) {
     EXPECT_EQ(m_output + m_error, "");
 }
 
-TEST_F(GranulometryExport, AnImageThatLosesItsResultKeepsTheOldOneUntilANewOneComes) {
+TEST_F(GranulometryExport, ExportsNothingFromAnImageThatHasLostItsResult) {
     test::CPackHost host(MeasuredImage());
     m_plugin->UpdateParameters(host.Tree());
     host.Image().Attributes().RemoveEntry(g_result);
-    PickFile(Path());
+    ExpectNoDialog();
     Run(host);
-    EXPECT_EQ(Lines().back(), "6.000000e+00;100");
+    EXPECT_EQ(m_output + m_error, "");
+    EXPECT_FALSE(std::filesystem::exists(Path()));
+}
 
-    std::filesystem::remove(Path());
+TEST_F(GranulometryExport, AnImageThatHasLostItsResultExportsTheNextOne) {
+    test::CPackHost host(MeasuredImage());
+    m_plugin->UpdateParameters(host.Tree());
+    host.Image().Attributes().RemoveEntry(g_result);
     host.Image().Attributes().SetEntry(g_result + "/data/8.000000e+00", new CValueLong(3));
     PickFile(Path());
     Run(host);
     EXPECT_EQ(Lines().back(), "8.000000e+00;3");
+}
+
+TEST_F(GranulometryExport, ExportsNothingOnceANewMeasurementHasReplacedTheOneThatWasUpdatedFrom) {
+    test::CPackHost host(MeasuredImage());
+    m_plugin->UpdateParameters(host.Tree());
+    // Made first, so that it cannot come to lie where the old one was.
+    auto* replacement = new CValueMap(*host.Image().Attributes().Entry(g_result, true)->Map());
+    host.Image().Attributes().SetEntry(g_result, replacement);
+    ExpectNoDialog();
+    GetData(host.Tree());
+    EXPECT_EQ(m_output + m_error, "");
+    EXPECT_FALSE(std::filesystem::exists(Path()));
+}
+
+TEST_F(GranulometryExport, ExportsTheResultAsItStandsInTheImage) {
+    test::CPackHost host(MeasuredImage());
+    m_plugin->UpdateParameters(host.Tree());
+    host.Image().Attributes().SetEntry(g_result + "/data/6.000000e+00", new CValueLong(101));
+    PickFile(Path());
+    GetData(host.Tree());
+    EXPECT_EQ(Lines().back(), "6.000000e+00;101");
 }
 
 TEST_F(GranulometryExport, AnotherImageWithoutResultLeavesTheMeasuredOneInPlace) {

@@ -170,6 +170,55 @@ TEST_F(LocalFiberDirectionsExport, ReturnsSilentlyWithoutAMeasurement) {
     EXPECT_EQ(m_output + m_error, "");
 }
 
+TEST_F(LocalFiberDirectionsExport, ExportsNothingOnceANewMeasurementHasReplacedTheOneThatWasUpdatedFrom) {
+    test::CPackHost host(MeasuredImage());
+    CValueMap& attributes = host.Image().Attributes();
+    const auto getData = [&] {
+        testing::internal::CaptureStdout();
+        AnswerNextDialog([](QDialog& dialog) {
+            ADD_FAILURE() << "there is nothing to export";
+            dialog.reject();
+        });
+        m_plugin->GetData(host.Tree());
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    };
+    m_plugin->UpdateParameters(host.Tree());
+    // Made first, so that it cannot come to lie where the old one was.
+    auto* replacement = new CValueMap(*attributes.Entry("features/FiberDirections", true)->Map());
+    attributes.SetEntry("features/FiberDirections", replacement);
+    getData();
+
+    m_plugin->UpdateParameters(host.Tree());
+    attributes.RemoveEntry("features/FiberDirections");
+    getData();
+}
+
+TEST_F(LocalFiberDirectionsExport, AFieldThatIsNoMapIsReportedAndTheOldTableStays) {
+    auto image = MeasuredImage();
+    image->Attributes().SetEntry(g_measurement + "FieldFiberDirections", Text("directions"));
+    test::CPackHost host(std::move(image));
+    EXPECT_TRUE(m_plugin->TestParameters(host.Tree())) << "any entry will do there";
+    std::ofstream(Path()) << "old table";
+    AnswerNextDialog([this](QDialog& dialog) {
+        AnswerNextDialog([this](QDialog& question) {
+            ReadNextBox();
+            dynamic_cast<QMessageBox&>(question).button(QMessageBox::Yes)->click();
+        });
+        dialog.findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(Path()));
+        dialog.accept();
+    });
+    Run(host);
+    const std::string text =
+        "Could not save csv file '" + Path() + "'.\nThe entry 'FieldFiberDirections' is not a map.";
+    EXPECT_EQ(m_box, "critical|Export Error|" + text);
+    EXPECT_EQ(m_error, "LocalFiberDirectionsExportPlugin Export Error: " + text + "\n");
+    EXPECT_EQ(m_output, "LocalFiberDirectionsExportPlugin( field ): Saving '" + Path() + "' ... failed\n");
+    std::string kept;
+    std::getline(std::ifstream(Path()), kept);
+    EXPECT_EQ(kept, "old table");
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
 TEST_F(LocalFiberDirectionsExport, WritesCommentTitlesAndTheRowOfTheField) {
     test::CPackHost host(MeasuredImage());
     const auto lines = Export(host, true, false, false);

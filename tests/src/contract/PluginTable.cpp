@@ -85,10 +85,8 @@ void AddGranulometry(CValueMap& attributes) {
 
 CValueMap* NewFiberRow() {
     auto* row = new CValueMap;
-    for (const char* component : {"xx", "yy", "zz"})
-        row->SetEntry(std::string("Orientation tensor/") + component, new CValueDouble(0.25));
-    for (const char* bound : {"x0", "x1", "y0", "y1", "z0", "z1"})
-        row->SetEntry(std::string("Evaluated area/") + bound, new CValueLong(4));
+    row->SetEntry("Orientation tensor/xx", new CValueDouble(0.25));
+    row->SetEntry("Evaluated area/x0", new CValueLong(4));
     return row;
 }
 
@@ -281,7 +279,8 @@ std::vector<StPluginRow> MakeTable() {
          .types = any,
          .dimensions = all,
          .documentCount = 1,
-         .addRequiredAttributes = AddGreyValueFeatures,
+         .window = EnWindow::FORM,
+         .addRequiredAttributes = Together<AddGreyValueFeatures, AddObjectFeatures>,
          .addAttributes = Together<AddHistory, AddGreyValueFeatures, AddObjectFeatures, AddMinMax>},
         {.name = "FieldFeaturesGrayValueImage",
          .types = {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_BINARY_FG},
@@ -521,7 +520,7 @@ template <class Call>
 void CPluginRun::Watched(const Call& call) {
     const CapturedOutput silence;
     const CCapturedErrors noComplaints;
-    if (m_row.window == EnWindow::NONE && m_row.addRequiredAttributes == nullptr) {
+    if (m_row.window == EnWindow::NONE) {
         m_windows.clear();
         call();
         return;

@@ -1,0 +1,134 @@
+// Image attributes come from files, and a file can hold anything under a name that a plug-in reads.
+
+#include "src/contract/PluginTable.h"
+#include "support/QtTest.h"
+
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2core/CValueBool.h>
+#include <sorblib2core/CValueDouble.h>
+#include <sorblib2core/CValueLong.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/CValueVector.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace ORVEN;
+using test::StPluginRow;
+
+/// One value of each kind. Of the kind that the plug-in expects it is one that says nothing.
+struct StKind {
+    const char* name;
+    CValue* (*create)();
+};
+
+constexpr std::array<StKind, 7> g_kinds{{
+    {"bool", []() -> CValue* { return new CValueBool(true); }},
+    {"long", []() -> CValue* { return new CValueLong(7); }},
+    {"double", []() -> CValue* { return new CValueDouble(7.5); }},
+    {"string", []() -> CValue* { return new CValueString("text", CString::NPOS); }},
+    {"pointer", []() -> CValue* { return new CValuePointer<CImage>(nullptr, 1); }},
+    {"map", []() -> CValue* { return new CValueMap; }},
+    {"vector", []() -> CValue* { return new CValueVector; }},
+}};
+
+/// The paths of all entries below a value, containers included.
+void CollectPaths(const CValue& value, const std::string& path, std::vector<std::string>& paths) {
+    const auto visit = [&](const std::string& step, const CValue* entry) {
+        const std::string entryPath = path.empty() ? step : path + "/" + step;
+        paths.push_back(entryPath);
+        if (entry != nullptr)
+            CollectPaths(*entry, entryPath, paths);
+    };
+    if (const CValueMap* map = value.Map()) {
+        for (auto entry = map->begin(); entry != map->end(); ++entry)
+            visit(entry.Key().ToString(), entry.Value());
+    } else if (const CValueVector* vector = value.Vector()) {
+        for (std::size_t place = 0; place < vector->size(); ++place)
+            visit(std::to_string(place), (*vector)[place]);
+    }
+}
+
+class WrongAttributes : public testing::TestWithParam<const StPluginRow*> {
+protected:
+    [[nodiscard]] CValueMap& Attributes() { return m_run.Host().Image().Attributes(); }
+
+    void Reset() {
+        Attributes().Clear();
+        m_row.addAttributes(Attributes());
+    }
+
+    /// Calls `check` for each entry that the plug-in reads and each kind, with the attributes reset. `spoil`
+    /// puts the value of that kind into the place of the entry.
+    void ForEachWrongEntry(const std::function<void(const std::function<void()>& spoil)>& check) {
+        Reset();
+        std::vector<std::string> paths;
+        CollectPaths(Attributes(), {}, paths);
+        for (const std::string& path : paths) {
+            for (const StKind& kind : g_kinds) {
+                SCOPED_TRACE(path + " is a " + kind.name);
+                Reset();
+                check([&] { Attributes().SetEntry(path, kind.create()); });
+            }
+        }
+    }
+
+    /// Does nothing worse than to raise one clear error. A plug-in that does not measure leaves the
+    /// attributes as they are.
+    template <class Call>
+    void ReturnsOrRaises(const Call& call) {
+        const CValueMap before(Attributes());
+        try {
+            call();
+        } catch (const CException& refusal) {
+            EXPECT_STRNE(refusal.Message(), "");
+        }
+        if (m_row.measurement == nullptr) {
+            EXPECT_TRUE(Attributes().Equal(before));
+        }
+    }
+
+    void WorksAgain() {
+        Reset();
+        EXPECT_TRUE(m_run.Accepts());
+        m_run.Run();
+        EXPECT_EQ(m_run.Host().DocumentCount(), m_row.documentCount);
+        EXPECT_EQ(m_run.Windows().empty(), m_row.window == test::EnWindow::NONE);
+    }
+
+    const StPluginRow& m_row = *GetParam();
+    test::CPluginRun m_run{m_row};
+};
+
+TEST_P(WrongAttributes, AreRefusedOrPassedOver) {
+    ForEachWrongEntry([&](const std::function<void()>& spoil) {
+        spoil();
+        EXPECT_NO_THROW(m_run.Accepts());
+        ReturnsOrRaises([&] { m_run.Run(); });
+    });
+    WorksAgain();
+}
+
+TEST_P(WrongAttributes, ThatComeAfterTheUpdateAreRefusedOrPassedOver) {
+    ForEachWrongEntry([&](const std::function<void()>& spoil) {
+        m_run.Update();
+        spoil();
+        ReturnsOrRaises([&] { m_run.GetData(); });
+        test::TakeDocuments(m_run.Host().Tree());
+    });
+    WorksAgain();
+}
+
+using Row = testing::TestParamInfo<const StPluginRow*>;
+INSTANTIATE_TEST_SUITE_P(Pack, WrongAttributes, testing::ValuesIn(test::PluginRows()),
+                         test::PluginRowName<Row>);
+
+} // namespace
