@@ -31,9 +31,10 @@ const char* const g_name = "CGranulometryPlugin";
 using Histogram = std::map<float, std::uint64_t>;
 
 /// The format of diameters as keys. By contract its width goes by the largest; it hardly shows, as the text
-/// is longer.
+/// is longer. A pixel length near the limits of a float makes the largest infinite. That has no width, and
+/// must have none: "inf" would be padded with blanks, which end a key.
 std::string KeyFormat(float largestDiameter) {
-    const int width = 8 + static_cast<int>(std::log10(largestDiameter));
+    const int width = std::isfinite(largestDiameter) ? 8 + static_cast<int>(std::log10(largestDiameter)) : 0;
     return CStringTools::Printf("%s%%0%ule", "", static_cast<unsigned>(std::max(width, 0)));
 }
 
