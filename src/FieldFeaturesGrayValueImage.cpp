@@ -83,7 +83,7 @@ void CFieldFeaturesGrayValueImagePlugin::UpdateParameters(const CValueMap& tree)
 }
 
 void CFieldFeaturesGrayValueImagePlugin::GetData(CValueMap& tree) {
-    CImage* image = contract::ContentOf(m_focusedDocument);
+    CImage* image = contract::ImageContentOf(m_focusedDocument);
     if (image == nullptr || !IsMeasurable(image->Type()))
         return;
     CQuillonHeaderTools::SetFeatures(*image, "FieldFeaturesOverGrayvalue", *Measure(*image));

@@ -2,15 +2,11 @@
 
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonTransformation/CSkeletonCouprierZour.h>
-#include <sorblib2core/CValueMap.h>
 #include <sorblib2image/CImage.h>
 
 #include <memory>
 
 namespace quillon {
-
-/// The image of a document if it is binary, else null.
-[[nodiscard]] const ORVEN::CImage* BinaryImageOf(const ORVEN::CValueMap* document);
 
 /// Runs the two stages of the exact plug-ins: squared distances of the object first, then the algorithm of
 /// class `Algorithm`, as `run(algorithm, progress, squaredDistance, result)`. Cancellation is left to them:

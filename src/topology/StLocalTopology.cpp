@@ -16,8 +16,10 @@ void StLocalTopology::Update(const CValueMap& tree) {
     contract::ReadParameter(tree, "parameters/Neighborhood", neighborhood);
 }
 
-const CImage* StLocalTopology::BinaryImage() const {
-    const CImage* image = contract::ContentOf(focusedDocument);
+const CImage* StLocalTopology::BinaryImage() const { return BinaryImageOf(focusedDocument); }
+
+const CImage* BinaryImageOf(const CValueMap* document) {
+    const CImage* image = contract::ImageContentOf(document);
     return image != nullptr && image->Type() == IMAGE_BINARY_FG ? image : nullptr;
 }
 

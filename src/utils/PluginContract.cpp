@@ -109,6 +109,13 @@ CImage* ContentOf(const CValueMap* document) {
     return document != nullptr ? UnwrapPointer<CImage>(document->Entry("content", true)) : nullptr;
 }
 
+CImage* ImageContentOf(const CValueMap* document) {
+    const CValue* content = document != nullptr ? document->Entry("content", true) : nullptr;
+    const bool isImage = content != nullptr && content->GenericType() == CValue::VAL_POINTER &&
+                         AreTypesEqual(content->ElementType(), typeid(CImage));
+    return isImage ? ContentOf(document) : nullptr;
+}
+
 CString LabelOf(const CValueMap& document, const char* fallback) {
     return document.EntryString("label", CString(fallback, CString::ENC_UTF8));
 }

@@ -55,8 +55,12 @@ bool ReadParameter(const ORVEN::CValueMap& values, const char* key, std::int32_t
 bool ReadParameter(const ORVEN::CValueMap& values, const char* key, double& member);
 bool ReadParameter(const ORVEN::CValueMap& values, const char* key, ORVEN::CString& member);
 
-/// The image of a document; null for no document and for a document without image.
+/// The image of a document; null for no document and for a document without image. Content of another kind
+/// raises `CExBadParam`.
 ORVEN::CImage* ContentOf(const ORVEN::CValueMap* document);
+
+/// The same for plug-ins to which content of another kind is no image.
+ORVEN::CImage* ImageContentOf(const ORVEN::CValueMap* document);
 
 /// The label of a document, or `fallback` where it has none.
 ORVEN::CString LabelOf(const ORVEN::CValueMap& document, const char* fallback);
