@@ -14,8 +14,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -24,13 +27,13 @@ namespace {
 using namespace ORVEN;
 using test::StPluginRow;
 
-/// One value of each kind. Of the kind that the plug-in expects it is one that says nothing.
-struct StKind {
+struct StSpoiledValue {
     const char* name;
     CValue* (*create)();
 };
 
-constexpr std::array<StKind, 7> g_kinds{{
+/// One value of each kind. Of the kind that the plug-in expects it is one that says nothing.
+constexpr std::array<StSpoiledValue, 7> g_kinds{{
     {"bool", []() -> CValue* { return new CValueBool(true); }},
     {"long", []() -> CValue* { return new CValueLong(7); }},
     {"double", []() -> CValue* { return new CValueDouble(7.5); }},
@@ -38,6 +41,15 @@ constexpr std::array<StKind, 7> g_kinds{{
     {"pointer", []() -> CValue* { return new CValuePointer<CImage>(nullptr, 1); }},
     {"map", []() -> CValue* { return new CValueMap; }},
     {"vector", []() -> CValue* { return new CValueVector; }},
+}};
+
+/// Numbers that no measurement gives.
+constexpr std::array<StSpoiledValue, 5> g_extremes{{
+    {"least", []() -> CValue* { return new CValueLong(std::numeric_limits<std::int32_t>::min()); }},
+    {"greatest", []() -> CValue* { return new CValueLong(std::numeric_limits<std::int32_t>::max()); }},
+    {"below all", []() -> CValue* { return new CValueDouble(-1e300); }},
+    {"infinity", []() -> CValue* { return new CValueDouble(std::numeric_limits<double>::infinity()); }},
+    {"NaN", []() -> CValue* { return new CValueDouble(std::numeric_limits<double>::quiet_NaN()); }},
 }};
 
 /// The paths of all entries below a value, containers included.
@@ -66,19 +78,30 @@ protected:
         m_row.addAttributes(Attributes());
     }
 
-    /// Calls `check` for each entry that the plug-in reads and each kind, with the attributes reset. `spoil`
-    /// puts the value of that kind into the place of the entry.
-    void ForEachWrongEntry(const std::function<void(const std::function<void()>& spoil)>& check) {
+    /// Calls `check` for each entry that the plug-in reads and each value, with the attributes reset. `spoil`
+    /// puts the value into the place of the entry.
+    void ForEachWrongEntry(std::span<const StSpoiledValue> values,
+                           const std::function<void(const std::function<void()>& spoil)>& check) {
         Reset();
         std::vector<std::string> paths;
         CollectPaths(Attributes(), {}, paths);
         for (const std::string& path : paths) {
-            for (const StKind& kind : g_kinds) {
-                SCOPED_TRACE(path + " is a " + kind.name);
+            for (const StSpoiledValue& value : values) {
+                SCOPED_TRACE(path + ": " + value.name);
                 Reset();
-                check([&] { Attributes().SetEntry(path, kind.create()); });
+                check([&] { Attributes().SetEntry(path, value.create()); });
             }
         }
+    }
+
+    /// The spoiled attributes are there from the start.
+    void CheckEveryStep(std::span<const StSpoiledValue> values) {
+        ForEachWrongEntry(values, [&](const std::function<void()>& spoil) {
+            spoil();
+            EXPECT_NO_THROW(m_run.Accepts());
+            ReturnsOrRaises([&] { m_run.Run(); });
+        });
+        WorksAgain();
     }
 
     /// Does nothing worse than to raise one clear error. A plug-in that does not measure leaves the
@@ -91,7 +114,8 @@ protected:
         } catch (const CException& refusal) {
             EXPECT_STRNE(refusal.Message(), "");
         }
-        if (m_row.measurement == nullptr) {
+        const bool isComparable = before.Equal(before); // NaN is not
+        if (m_row.measurement == nullptr && isComparable) {
             EXPECT_TRUE(Attributes().Equal(before));
         }
     }
@@ -108,17 +132,12 @@ protected:
     test::CPluginRun m_run{m_row};
 };
 
-TEST_P(WrongAttributes, AreRefusedOrPassedOver) {
-    ForEachWrongEntry([&](const std::function<void()>& spoil) {
-        spoil();
-        EXPECT_NO_THROW(m_run.Accepts());
-        ReturnsOrRaises([&] { m_run.Run(); });
-    });
-    WorksAgain();
-}
+TEST_P(WrongAttributes, AreRefusedOrPassedOver) { CheckEveryStep(g_kinds); }
+
+TEST_P(WrongAttributes, WithExtremeNumbersAreRefusedOrPassedOver) { CheckEveryStep(g_extremes); }
 
 TEST_P(WrongAttributes, ThatComeAfterTheUpdateAreRefusedOrPassedOver) {
-    ForEachWrongEntry([&](const std::function<void()>& spoil) {
+    ForEachWrongEntry(g_kinds, [&](const std::function<void()>& spoil) {
         m_run.Update();
         spoil();
         ReturnsOrRaises([&] { m_run.GetData(); });
