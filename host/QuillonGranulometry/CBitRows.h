@@ -1,9 +1,10 @@
 #pragma once
 
+#include <QuillonBase/CZeroedArray.h>
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace ORVEN {
 
@@ -12,7 +13,7 @@ class CBitRows {
 public:
     CBitRows(std::int64_t rowLength, std::int64_t rowCount)
         : m_wordsPerRow((rowLength + c_bits - 1) / c_bits)
-        , m_words(static_cast<std::size_t>(m_wordsPerRow * rowCount), 0) {}
+        , m_words(static_cast<std::size_t>(m_wordsPerRow * rowCount)) {}
 
     void Set(std::int64_t row, std::int64_t x) { Row(row)[x / c_bits] |= std::uint64_t{1} << x % c_bits; }
 
@@ -21,6 +22,15 @@ public:
     }
     [[nodiscard]] bool Has(std::int64_t row, std::int64_t x) const {
         return (m_words[static_cast<std::size_t>(row * m_wordsPerRow + x / c_bits)] >> x % c_bits & 1) != 0;
+    }
+
+    /// How many bits of a row are set.
+    [[nodiscard]] std::int64_t CountOf(std::int64_t row) const {
+        const std::uint64_t* const words = m_words.data() + row * m_wordsPerRow;
+        std::int64_t count = 0;
+        for (std::int64_t word = 0; word < m_wordsPerRow; ++word)
+            count += std::popcount(words[word]);
+        return count;
     }
 
     /// Calls `body(x)` for the set bits of a row from `first` to `last` inclusive.
@@ -72,7 +82,7 @@ private:
     }
 
     std::int64_t m_wordsPerRow;
-    std::vector<std::uint64_t> m_words;
+    CZeroedArray<std::uint64_t> m_words;
 };
 
 } // namespace ORVEN

@@ -4,7 +4,7 @@
 #include "QuillonGranulometry/PaintBalls.h"
 #include "QuillonGranulometry/StBalls.h"
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 #include <QuillonTransformation/DistanceTransform.h>
 #include <QuillonTransformation/MedialAxisKernel.h>
 #include <sorblib2core/CExBadParam.h>
@@ -66,16 +66,17 @@ private:
     double m_stepWidth;
 };
 
-std::int32_t GreatestDistance(const IImage& squaredDistances) {
+/// Of no use if cancelled.
+std::int32_t GreatestDistance(const IImage& squaredDistances, CWorkPace& pace) {
     const CImageView<const std::uint32_t> view(squaredDistances);
     std::uint32_t greatest = 0;
-    for (std::int64_t z = 0; z < view.nz; ++z) {
-        for (std::int64_t y = 0; y < view.ny; ++y) {
-            const std::uint32_t* const row = view.Row(y, z);
-            for (std::int64_t x = 0; x < view.nx; ++x)
-                greatest = std::max(greatest, row[x]);
-        }
-    }
+    ForEachRow(view, 1, pace, [&](std::int64_t y, std::int64_t z) {
+        const std::uint32_t* const row = view.Row(y, z);
+        std::uint32_t greatestOfRow = 0;
+        for (std::int64_t x = 0; x < view.nx; ++x)
+            greatestOfRow = std::max(greatestOfRow, row[x]);
+        greatest = std::max(greatest, greatestOfRow);
+    });
     constexpr std::uint32_t limit = 1U << 30;
     if (greatest > limit) {
         throw CExBadParam(
@@ -86,19 +87,15 @@ std::int32_t GreatestDistance(const IImage& squaredDistances) {
     return static_cast<std::int32_t>(greatest);
 }
 
-/// Calls `body(y, z)` for all rows, several layers at once. False if cancelled.
+/// Calls `body(firstZ, endZ, pace)` for groups of layers, several at once. False if cancelled.
 template <class T, class Body>
-bool ForEachRow(const CLayerView<T>& view, IProgress& progress, const char* phase, const Body& body) {
+bool ForEachGroup(const CLayerView<T>& view, IProgress& progress, const char* phase, const Body& body) {
     const std::int64_t thickness = view.LayersPerItem();
     const std::int64_t itemCount = (view.nz + thickness - 1) / thickness;
     progress.Start(static_cast<unsigned>(itemCount), phase);
-    const bool isDone = ParallelFor(itemCount, progress, [&] {
-        return [&](std::int64_t item) {
-            const std::int64_t endZ = std::min((item + 1) * thickness, view.nz);
-            for (std::int64_t z = item * thickness; z < endZ; ++z) {
-                for (std::int64_t y = 0; y < view.ny; ++y)
-                    body(y, z);
-            }
+    const bool isDone = ParallelFor(itemCount, progress, [&](CWorkerTurn& turn) {
+        return [&, pace = CWorkPace(turn)](std::int64_t item) mutable {
+            body(item * thickness, std::min((item + 1) * thickness, view.nz), pace);
         };
     });
     progress.Finish();
@@ -107,7 +104,7 @@ bool ForEachRow(const CLayerView<T>& view, IProgress& progress, const char* phas
 
 /// Replaces squared distances by diameters.
 bool WriteDiameters(const CLayerView<float>& output, const CDiameters& diameters, IProgress& progress) {
-    return ForEachRow(output, progress, "diameters", [&](std::int64_t y, std::int64_t z) {
+    const auto write = [&](std::int64_t y, std::int64_t z) {
         float* const row = output.Row(y, z);
         std::int32_t squaredDistance = 0;
         float diameter = 0.0F;
@@ -118,28 +115,38 @@ bool WriteDiameters(const CLayerView<float>& output, const CDiameters& diameters
             }
             row[x] = diameter;
         }
-    });
+    };
+    return ForEachGroup(output, progress, "diameters",
+                        [&](std::int64_t firstZ, std::int64_t endZ, CWorkPace& pace) {
+                            output.ForEachRow(firstZ, endZ, 8, pace, write);
+                        });
 }
 
-/// Writes the squared distances of the pixels that `isKept(x, y, z)`, and counts them; writes 0 elsewhere.
+/// Writes the squared distances of the pixels that `isKept(x, y, z, pace)`, and counts them; writes 0
+/// elsewhere.
 template <class IsKept>
 bool Keep(const CLayerView<const std::int32_t>& distances, const CLayerView<float>& output,
           SquaredSizes& sizes, IProgress& progress, const IsKept& isKept) {
     std::mutex guard;
-    return ForEachRow(output, progress, "maximal balls", [&](std::int64_t y, std::int64_t z) {
-        const std::int32_t* const distanceRow = distances.Row(y, z);
-        float* const row = output.Row(y, z);
+    const auto keepGroup = [&](std::int64_t firstZ, std::int64_t endZ, CWorkPace& pace) {
         SquaredSizes kept;
-        for (std::int64_t x = 0; x < output.nx; ++x) {
-            const std::int32_t distance = isKept(x, y, z) ? distanceRow[x] : 0;
-            row[x] = PixelOf(distance);
-            if (distance != 0)
-                ++kept[distance];
-        }
+        output.ForEachRow(firstZ, endZ, 4, pace, [&](std::int64_t y, std::int64_t z) {
+            const std::int32_t* const distanceRow = distances.Row(y, z);
+            float* const row = output.Row(y, z);
+            for (std::int64_t x = 0; x < output.nx && !pace.IsCancelled(); ++x) {
+                const std::int32_t distance = isKept(x, y, z, pace) ? distanceRow[x] : 0;
+                row[x] = PixelOf(distance);
+                if (distance != 0) {
+                    ++kept[distance];
+                    (void)pace.Add(64);
+                }
+            }
+        });
         const std::lock_guard lock(guard);
         for (const auto& [squaredDistance, count] : kept)
             sizes[squaredDistance] += count;
-    });
+    };
+    return ForEachGroup(output, progress, "maximal balls", keepGroup);
 }
 
 void Clear(const CLayerView<float>& output) {
@@ -166,21 +173,23 @@ struct StMeasurement {
         transform.outsideIsSeed = isLimitedByOutside;
         if (!TransformDistances(transform, input, squaredDistances, progress))
             return false;
-        const std::int32_t greatest = GreatestDistance(squaredDistances);
-        if (greatest == 0) {
-            Clear(output);
-            return true;
-        }
+        CWorkPace paceOfSearch(progress);
+        const std::int32_t greatest = GreatestDistance(squaredDistances, paceOfSearch);
+        if (paceOfSearch.IsCancelled())
+            return false;
         const CLayerView<const std::int32_t> distances(squaredDistances);
+        if (greatest == 0)
+            return Keep(distances, output, sizes, progress, [](auto...) { return false; });
         if (isFiltered && isLimitedByOutside && input.Size().Dim() == 3) {
             // Volumes of objects with background all around have a faster way to the same balls.
             CImage medialAxis(IMAGE_BINARY_FG, input.Size(), CSize(0, 0, 0));
             MarkMedialAxis(squaredDistances, medialAxis, 0, {}, progress);
             const CLayerView<const unsigned char> marks(medialAxis);
-            return !progress.IsCancelled() && Keep(distances, output, sizes, progress,
-                                                   [&marks](std::int64_t x, std::int64_t y, std::int64_t z) {
-                                                       return marks.Row(y, z)[x] != 0;
-                                                   });
+            return !progress.IsCancelled() &&
+                   Keep(distances, output, sizes, progress,
+                        [&marks](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& /*pace*/) {
+                            return marks.Row(y, z)[x] != 0;
+                        });
         }
 
         StBalls balls{input.Size().Dim(), distances, greatest, CBitRows(output.nx, output.ny * output.nz)};
@@ -190,10 +199,11 @@ struct StMeasurement {
             return PaintBalls(balls, output, sizes, progress);
         SquaredSizes openingSizes;
         return PaintBalls(balls, output, openingSizes, progress) &&
-               Keep(distances, output, sizes, progress, [&](std::int64_t x, std::int64_t y, std::int64_t z) {
-                   return balls.candidates.Has(output.RowNumber(y, z), x) &&
-                          IsMaximalBall(balls, x, y, z, SquaredDistanceOf(output.Row(y, z)[x]));
-               });
+               Keep(distances, output, sizes, progress,
+                    [&](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& pace) {
+                        return balls.candidates.Has(output.RowNumber(y, z), x) &&
+                               IsMaximalBall(balls, x, y, z, SquaredDistanceOf(output.Row(y, z)[x]), pace);
+                    });
     }
 };
 
@@ -214,10 +224,15 @@ void CGranulometry::DoSphereGranulometryBinned(const IImage& input, IImage& outp
     SquaredSizes sizes;
     if (!measurement.Measure(sizes) || !WriteDiameters(pixels, diameters, Progress()))
         return Clear(pixels);
+    CWorkPace pace(Progress());
     for (const auto& [squaredDistance, count] : sizes) {
         const float diameter = diameters.Of(squaredDistance);
         if (diameter != 0.0F)
             histogram[diameter] += count;
+        if (pace.Add(64)) {
+            histogram.clear();
+            return Clear(pixels);
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/ImageView.h>
 
 #include <algorithm>
@@ -33,6 +34,22 @@ public:
     [[nodiscard]] std::int64_t LayersPerItem() const {
         constexpr std::int64_t pixels = 1 << 16;
         return std::max<std::int64_t>(1, pixels / std::max<std::int64_t>(1, nx * ny));
+    }
+
+    /// Calls `body(y, z)` for the rows of some layers and asks in between; a pixel is `unitsEach` of work.
+    /// Returns false if cancelled.
+    template <class Body>
+    bool ForEachRow(std::int64_t firstZ, std::int64_t endZ, std::int64_t unitsEach, CWorkPace& pace,
+                    const Body& body) const {
+        constexpr std::int64_t unitsOfRow = 16;
+        for (std::int64_t z = firstZ; z < endZ; ++z) {
+            for (std::int64_t y = 0; y < ny; ++y) {
+                body(y, z);
+                if (pace.Add(nx * unitsEach + unitsOfRow))
+                    return false;
+            }
+        }
+        return !pace.IsCancelled();
     }
 
 private:

@@ -12,7 +12,7 @@ constexpr std::int32_t c_greatestTabled = 1 << 20;
 
 } // namespace
 
-CNearLimits::CNearLimits(int dimension, std::int32_t greatest) {
+CNearLimits::CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace) {
     const std::int32_t reach = std::min(greatest, c_greatestTabled);
     // First, at place R: the maximum of |u|^2 + 2 u v over the u of squared length R - 1.
     m_limits.resize(static_cast<std::size_t>(reach) + 1, {0, 0, 0});
@@ -27,6 +27,8 @@ CNearLimits::CNearLimits(int dimension, std::int32_t greatest) {
                 limits[1] = std::max(limits[1], length + 2 * (a + b));
                 limits[2] = std::max(limits[2], length + 2 * (a + b + c));
             }
+            if (pace.Add(4 * (std::int64_t{greatestC} + 1)))
+                return;
         }
     }
     std::array<std::int32_t, 3> maxima{0, 0, 0};

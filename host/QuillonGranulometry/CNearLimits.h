@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QuillonBase/CWorkPace.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -15,8 +17,9 @@ namespace ORVEN {
 /// that no neighbour is believed that does not contain it.
 class CNearLimits {
 public:
-    /// For images of that dimension and squared distances up to `greatest`. 12 bytes for each.
-    CNearLimits(int dimension, std::int32_t greatest);
+    /// For images of that dimension and squared distances up to `greatest`. 12 bytes for each. Without use
+    /// once the pace is cancelled.
+    CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace);
 
     /// For the neighbours at one, two and three steps along as many axes.
     [[nodiscard]] std::array<std::int32_t, 3> At(std::int32_t distance) const {

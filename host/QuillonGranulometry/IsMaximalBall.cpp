@@ -16,15 +16,18 @@ using Vector = std::array<std::int64_t, 3>;
 /// Whether a ball at a vector v, sorted to descending lengths, contains the pixels u with |u|^2 < `inner`:
 /// whether |u + v|^2 < `outer` for all of them. Of all images of u the sorted one is the farthest, and of all
 /// along its longest side the last.
-bool Contains(int dimension, const Vector& v, std::int64_t inner, std::int64_t outer) {
+bool Contains(int dimension, const Vector& v, std::int64_t inner, std::int64_t outer, CWorkPace& pace) {
     for (std::int64_t c = 0; 3 * c * c < inner && (c == 0 || dimension > 2); ++c) {
-        for (std::int64_t b = c; c * c + 2 * b * b < inner && (b == 0 || dimension > 1); ++b) {
+        std::int64_t b = c;
+        for (; c * c + 2 * b * b < inner && (b == 0 || dimension > 1); ++b) {
             const std::int64_t a = FloorSqrt(inner - 1 - b * b - c * c);
             const std::int64_t square =
                 (v[0] + a) * (v[0] + a) + (v[1] + b) * (v[1] + b) + (v[2] + c) * (v[2] + c);
             if (square >= outer)
                 return false;
         }
+        if (pace.Add(4 * (b - c)))
+            return false;
     }
     return true;
 }
@@ -32,7 +35,7 @@ bool Contains(int dimension, const Vector& v, std::int64_t inner, std::int64_t o
 } // namespace
 
 bool IsMaximalBall(const StBalls& balls, std::int64_t x, std::int64_t y, std::int64_t z,
-                   std::int32_t openingSize) {
+                   std::int32_t openingSize, CWorkPace& pace) {
     const CLayerView<const std::int32_t>& distances = balls.distances;
     const std::int32_t distance = distances.Row(y, z)[x];
     if (distance == openingSize)
@@ -52,8 +55,10 @@ bool IsMaximalBall(const StBalls& balls, std::int64_t x, std::int64_t y, std::in
                         return;
                     Vector v{std::abs(otherX - x), std::abs(otherY - y), std::abs(otherZ - z)};
                     std::ranges::sort(v, std::ranges::greater());
-                    isMaximal = !Contains(balls.dimension, v, distance, row[otherX]);
+                    isMaximal = !Contains(balls.dimension, v, distance, row[otherX], pace);
                 });
+            if (pace.Add(8 + reach / 2))
+                return false;
         }
     }
     return isMaximal;

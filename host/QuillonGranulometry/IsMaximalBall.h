@@ -12,8 +12,8 @@ namespace ORVEN {
 /// A ball that contains another contains its centre too, so that its squared distance is at most the opening
 /// size there; and a largest one of them is a candidate itself. Time: a step for each candidate within the
 /// difference of the two radii, and for those that are not ruled out at once one for each eighth of the
-/// ball's rows.
+/// ball's rows. Without use once the pace is cancelled.
 [[nodiscard]] bool IsMaximalBall(const StBalls& balls, std::int64_t x, std::int64_t y, std::int64_t z,
-                                 std::int32_t openingSize);
+                                 std::int32_t openingSize, CWorkPace& pace);
 
 } // namespace ORVEN

@@ -2,13 +2,14 @@
 
 #include "QuillonGranulometry/FloorSqrt.h"
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace ORVEN {
@@ -22,6 +23,59 @@ struct StBall {
     std::uint16_t z;
 };
 
+/// A list of balls of limited length.
+class CBallList {
+public:
+    explicit CBallList(std::int64_t greatestSize)
+        : m_capacity(static_cast<std::size_t>(greatestSize))
+        , m_balls(std::make_unique_for_overwrite<StBall[]>(m_capacity)) {}
+
+    void Append(const StBall& ball) { m_balls[m_size++] = ball; }
+    [[nodiscard]] std::span<const StBall> Balls() const { return {m_balls.get(), m_size}; }
+
+    /// The largest first; the place of a ball among equal ones does not show. Returns false if cancelled.
+    bool Sort(std::int32_t greatest, CWorkPace& pace) {
+        constexpr std::size_t few = 1 << 14;
+        if (m_size <= few) {
+            std::ranges::sort(m_balls.get(), m_balls.get() + m_size, std::ranges::greater(),
+                              &StBall::squaredRadius);
+            return !pace.Add(static_cast<std::int64_t>(m_size) * 64);
+        }
+        // By one group of bits after the other, which can be left at any time.
+        auto sorted = std::make_unique_for_overwrite<StBall[]>(m_capacity);
+        for (int shift = 0; greatest >> shift > 0; shift += c_digitBits) {
+            const auto digitOf = [greatest, shift](const StBall& ball) {
+                return static_cast<std::size_t>(greatest - ball.squaredRadius) >> shift & (c_digitCount - 1);
+            };
+            std::array<std::size_t, c_digitCount> places{};
+            const auto forEach = [&](const auto& body) {
+                return ForEachPiece(static_cast<std::int64_t>(m_size), c_unitsPerBall, pace,
+                                    [&](std::int64_t first, std::int64_t end) {
+                                        std::for_each(m_balls.get() + first, m_balls.get() + end, body);
+                                    });
+            };
+            if (!forEach([&](const StBall& ball) { ++places[digitOf(ball)]; }))
+                return false;
+            std::size_t place = 0;
+            for (std::size_t& next : places)
+                next = std::exchange(place, place + next);
+            if (!forEach([&](const StBall& ball) { sorted[places[digitOf(ball)]++] = ball; }))
+                return false;
+            m_balls.swap(sorted);
+        }
+        return true;
+    }
+
+private:
+    static constexpr int c_digitBits = 11;
+    static constexpr std::size_t c_digitCount = std::size_t{1} << c_digitBits;
+    static constexpr std::int64_t c_unitsPerBall = 8;
+
+    std::size_t m_capacity;
+    std::size_t m_size = 0;
+    std::unique_ptr<StBall[]> m_balls;
+};
+
 /// Half the widths of the rows of a ball, its middle left out, at offsets from 0 on along y and z.
 class CBallShape {
 public:
@@ -29,8 +83,8 @@ public:
         : m_greatestY(greatestY)
         , m_greatestZ(greatestZ) {}
 
-    /// Rows farther away than the greatest offsets are left out.
-    void Set(std::int64_t squaredRadius) {
+    /// Rows farther away than the greatest offsets are left out. Incomplete if cancelled.
+    void Set(std::int64_t squaredRadius, CWorkPace& pace) {
         m_squaredRadius = squaredRadius;
         m_widths.clear();
         m_begins.assign(1, 0);
@@ -38,6 +92,8 @@ public:
             for (std::int64_t y = 0; y <= m_greatestY && z * z + y * y < squaredRadius; ++y)
                 m_widths.push_back(static_cast<std::int32_t>(FloorSqrt(squaredRadius - 1 - z * z - y * y)));
             m_begins.push_back(m_widths.size());
+            if (pace.Add(8 * static_cast<std::int64_t>(m_widths.size() - m_begins[m_begins.size() - 2])))
+                return;
         }
     }
 
@@ -60,34 +116,35 @@ private:
 /// One slab: which of its pixels are still to be painted, and the painting.
 class CSlab {
 public:
-    CSlab(const StBalls& balls, const CLayerView<float>& output, std::int64_t firstZ, std::int64_t endZ)
+    CSlab(const StBalls& balls, const CLayerView<float>& output, std::int64_t firstZ, std::int64_t endZ,
+          CWorkPace& pace)
         : m_balls(balls)
         , m_output(output)
+        , m_pace(pace)
         , m_firstZ(firstZ)
         , m_endZ(endZ)
         , m_unpainted(output.nx, (endZ - firstZ) * output.ny)
         , m_openRows(output.ny, endZ - firstZ)
         , m_unpaintedCounts(static_cast<std::size_t>((endZ - firstZ) * output.ny), 0)
         , m_shape(output.ny - 1, output.nz - 1) {
-        for (std::int64_t z = firstZ; z < endZ; ++z) {
-            for (std::int64_t y = 0; y < output.ny; ++y)
-                PrepareRow(y, z);
-        }
+        output.ForEachRow(firstZ, endZ, 4, pace,
+                          [this](std::int64_t y, std::int64_t z) { PrepareRow(y, z); });
     }
 
+    /// Of no use if cancelled.
     [[nodiscard]] SquaredSizes Paint() {
-        std::vector<StBall> order = BallsThatReach();
-        // The place of a ball among equal ones does not show.
-        std::ranges::sort(order, std::ranges::greater(), &StBall::squaredRadius);
         SquaredSizes sizes;
+        CBallList order = BallsThatReach();
+        if (m_pace.IsCancelled() || !order.Sort(m_balls.greatestDistance, m_pace))
+            return sizes;
         std::int64_t painted = 0;
-        for (const StBall& ball : order) {
-            if (m_unpaintedCount == 0)
+        for (const StBall& ball : order.Balls()) {
+            if (m_unpaintedCount == 0 || m_pace.IsCancelled())
                 break;
             if (ball.squaredRadius != m_shape.SquaredRadius()) {
                 AddTo(sizes, painted);
                 painted = 0;
-                m_shape.Set(ball.squaredRadius);
+                m_shape.Set(ball.squaredRadius, m_pace);
             }
             painted += Paint(ball);
         }
@@ -113,22 +170,25 @@ private:
         m_unpaintedCount += count;
     }
 
-    [[nodiscard]] std::vector<StBall> BallsThatReach() const {
+    [[nodiscard]] CBallList BallsThatReach() const {
         const std::int64_t reach = FloorSqrt(m_balls.greatestDistance - 1);
+        const std::int64_t firstZ = std::max<std::int64_t>(m_firstZ - reach, 0);
         const std::int64_t endZ = std::min(m_endZ + reach, m_output.nz);
-        std::vector<StBall> balls;
-        for (std::int64_t z = std::max<std::int64_t>(m_firstZ - reach, 0); z < endZ; ++z) {
+        std::int64_t candidateCount = 0;
+        m_output.ForEachRow(firstZ, endZ, 1, m_pace, [&](std::int64_t y, std::int64_t z) {
+            candidateCount += m_balls.candidates.CountOf(m_output.RowNumber(y, z));
+        });
+        CBallList balls(candidateCount);
+        m_output.ForEachRow(firstZ, endZ, 2, m_pace, [&](std::int64_t y, std::int64_t z) {
             const std::int64_t gap = std::max({m_firstZ - z, z - (m_endZ - 1), std::int64_t{0}});
-            for (std::int64_t y = 0; y < m_output.ny; ++y) {
-                const std::int32_t* const distances = m_balls.distances.Row(y, z);
-                m_balls.candidates.ForEach(m_output.RowNumber(y, z), 0, m_output.nx - 1, [&](std::int64_t x) {
-                    if (distances[x] > gap * gap) {
-                        balls.push_back({distances[x], static_cast<std::uint16_t>(x),
-                                         static_cast<std::uint16_t>(y), static_cast<std::uint16_t>(z)});
-                    }
-                });
-            }
-        }
+            const std::int32_t* const distances = m_balls.distances.Row(y, z);
+            m_balls.candidates.ForEach(m_output.RowNumber(y, z), 0, m_output.nx - 1, [&](std::int64_t x) {
+                if (distances[x] > gap * gap) {
+                    balls.Append({distances[x], static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
+                                  static_cast<std::uint16_t>(z)});
+                }
+            });
+        });
         return balls;
     }
 
@@ -139,6 +199,8 @@ private:
         const std::int64_t lastZ = std::min(ball.z + reachZ, m_endZ - 1);
         std::int64_t painted = 0;
         for (std::int64_t z = std::max(ball.z - reachZ, m_firstZ); z <= lastZ; ++z) {
+            std::int64_t rows = 0;
+            const std::int64_t paintedBefore = painted;
             const std::span<const std::int32_t> widths = m_shape.WidthsAt(std::abs(z - ball.z));
             const std::int64_t reachY = static_cast<std::int64_t>(widths.size()) - 1;
             const std::int64_t lastY = std::min(ball.y + reachY, m_output.ny - 1);
@@ -150,11 +212,14 @@ private:
                     RowInSlab(y, z), std::max<std::int64_t>(ball.x - width, 0),
                     std::min(ball.x + width, m_output.nx - 1), [&](std::int64_t x) { pixels[x] = pixel; });
                 painted += count;
+                ++rows;
                 std::int64_t& unpainted = m_unpaintedCounts[static_cast<std::size_t>(RowInSlab(y, z))];
                 unpainted -= count;
                 if (unpainted == 0)
                     m_openRows.Clear(z - m_firstZ, y);
             });
+            if (m_pace.Add(rows * (c_unitsPerRow + reachY / 32) + painted - paintedBefore))
+                break;
         }
         m_unpaintedCount -= painted;
         return painted;
@@ -169,8 +234,11 @@ private:
         return (z - m_firstZ) * m_output.ny + y;
     }
 
+    static constexpr std::int64_t c_unitsPerRow = 8;
+
     const StBalls& m_balls;
     const CLayerView<float>& m_output;
+    CWorkPace& m_pace;
     std::int64_t m_firstZ;
     std::int64_t m_endZ;
     CBitRows m_unpainted;
@@ -190,20 +258,27 @@ bool PaintBalls(const StBalls& balls, const CLayerView<float>& output, SquaredSi
     const std::int64_t thickness =
         std::max({leastThickness, output.LayersPerItem(), FloorSqrt(balls.greatestDistance)});
     const std::int64_t slabCount = (output.nz + thickness - 1) / thickness;
-    std::mutex guard;
+    std::vector<SquaredSizes> sizesOfSlabs(static_cast<std::size_t>(slabCount));
     progress.Start(static_cast<unsigned>(slabCount), "opening sizes");
-    const bool isDone = ParallelFor(slabCount, progress, [&] {
-        return [&](std::int64_t slab) {
+    const bool isDone = ParallelFor(slabCount, progress, [&](CWorkerTurn& turn) {
+        return [&, pace = CWorkPace(turn)](std::int64_t slab) mutable {
             const std::int64_t firstZ = slab * thickness;
-            const SquaredSizes painted =
-                CSlab(balls, output, firstZ, std::min(firstZ + thickness, output.nz)).Paint();
-            const std::lock_guard lock(guard);
-            for (const auto& [squaredDistance, count] : painted)
-                sizes[squaredDistance] += count;
+            const std::int64_t endZ = std::min(firstZ + thickness, output.nz);
+            sizesOfSlabs[static_cast<std::size_t>(slab)] = CSlab(balls, output, firstZ, endZ, pace).Paint();
         };
     });
     progress.Finish();
-    return isDone;
+    if (!isDone)
+        return false;
+    CWorkPace pace(progress);
+    for (const SquaredSizes& sizesOfSlab : sizesOfSlabs) {
+        for (const auto& [squaredDistance, count] : sizesOfSlab) {
+            sizes[squaredDistance] += count;
+            if (pace.Add(64))
+                return false;
+        }
+    }
+    return true;
 }
 
 } // namespace ORVEN

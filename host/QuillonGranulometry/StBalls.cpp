@@ -2,12 +2,10 @@
 
 #include "QuillonGranulometry/CNearLimits.h"
 
-#include <QuillonBase/Parallel.h>
 #include <QuillonTransformation/MedialAxisRows.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <vector>
 
 namespace ORVEN {
@@ -72,18 +70,20 @@ private:
 } // namespace
 
 bool FindCandidates(StBalls& balls, IProgress& progress) {
-    const CNearLimits limits(balls.dimension, balls.greatestDistance);
+    CWorkPace pace(progress);
+    const CNearLimits limits(balls.dimension, balls.greatestDistance, pace);
+    if (pace.IsCancelled())
+        return false;
     const std::int64_t thickness = balls.distances.LayersPerItem();
     const std::int64_t itemCount = (balls.distances.nz + thickness - 1) / thickness;
     progress.Start(static_cast<unsigned>(itemCount), "maximal balls");
-    const bool isDone = ParallelFor(itemCount, progress, [&] {
-        const auto search = std::make_shared<CRowSearch>(balls, limits);
-        return [&balls, thickness, search](std::int64_t item) {
+    const bool isDone = ParallelFor(itemCount, progress, [&](CWorkerTurn& turn) {
+        constexpr std::int64_t unitsPerPixel = 8;
+        return [&balls, thickness, pace = CWorkPace(turn),
+                search = CRowSearch(balls, limits)](std::int64_t item) mutable {
             const std::int64_t end = std::min((item + 1) * thickness, balls.distances.nz);
-            for (std::int64_t z = item * thickness; z < end; ++z) {
-                for (std::int64_t y = 0; y < balls.distances.ny; ++y)
-                    search->FindIn(y, z);
-            }
+            balls.distances.ForEachRow(item * thickness, end, unitsPerPixel, pace,
+                                       [&search](std::int64_t y, std::int64_t z) { search.FindIn(y, z); });
         };
     });
     progress.Finish();

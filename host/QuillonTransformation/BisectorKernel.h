@@ -23,8 +23,7 @@ namespace ORVEN {
 /// not reach as far as the image's distances, vectors are computed. It changes the speed and not the result.
 ///
 /// Raises `CException` for a type, size or dimension that does not fit, for distances that no such object
-/// has, and "Look-up table '%1' is not usable: %2.". A cancelled run leaves early; what was not done by then
-/// is 0.
+/// has, and "Look-up table '%1' is not usable: %2.". A cancelled run leaves early, with 0 everywhere.
 ///
 /// Time: linear in the number of selected pixels. Memory: some 20 bytes for each pixel of three planes, a
 /// thread.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <iterator>
 #include <limits>
 #include <mutex>
 #include <utility>
@@ -75,15 +76,20 @@ CCoveringTable::CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32
     }
     const auto rowCount = static_cast<std::size_t>(greatestDistance) + 1;
     m_nearLimits.resize(rowCount);
-    m_farExcesses.resize(rowCount * m_farVectors.size(), c_never);
-    Fill(CSphereVectors(greatestDistance));
+    m_farExcesses = std::make_unique_for_overwrite<std::uint16_t[]>(rowCount * m_farVectors.size());
 }
 
-void CCoveringTable::Fill(const CSphereVectors& spheres) {
+bool CCoveringTable::Fill(CWorkPace& pace) {
+    const auto spheres = CSphereVectors::Find(m_greatestDistance, pace);
+    if (!spheres)
+        return false;
     CRunningMaxima nearMaxima(c_nearVectors);
     CRunningMaxima farMaxima(m_farVectors);
+    const auto unitsPerRow = static_cast<std::int64_t>(m_farVectors.size()) + 16;
+    std::fill_n(m_farExcesses.get(), m_farVectors.size(), c_never);
     for (std::int32_t distance = 1; distance <= m_greatestDistance; ++distance) {
-        for (const StSortedVector& u : spheres.OfLength(distance - 1)) {
+        const std::span<const StSortedVector> sphere = spheres->OfLength(distance - 1);
+        for (const StSortedVector& u : sphere) {
             nearMaxima.Include(u);
             farMaxima.Include(u);
         }
@@ -92,13 +98,16 @@ void CCoveringTable::Fill(const CSphereVectors& spheres) {
                 nearMaxima.Values()[i] + c_nearVectors[i].SquaredLength() + 1;
         }
         std::uint16_t* const excesses =
-            m_farExcesses.data() + static_cast<std::size_t>(distance) * m_farVectors.size();
+            m_farExcesses.get() + static_cast<std::size_t>(distance) * m_farVectors.size();
         for (std::size_t i = 0; i < m_farVectors.size(); ++i) {
             const std::int32_t excess = farMaxima.Values()[i] - distance + 1;
-            if (excess < c_never && std::cmp_greater_equal(distance, m_farLeastDistances[i]))
-                excesses[i] = static_cast<std::uint16_t>(excess);
+            const bool isUsed = excess < c_never && std::cmp_greater_equal(distance, m_farLeastDistances[i]);
+            excesses[i] = isUsed ? static_cast<std::uint16_t>(excess) : c_never;
         }
+        if (pace.Add((std::ssize(sphere) + 2) * unitsPerRow))
+            return false;
     }
+    return true;
 }
 
 std::size_t CCoveringTable::FarVectorCount(std::int32_t greatestDistance) const {
@@ -106,22 +115,29 @@ std::size_t CCoveringTable::FarVectorCount(std::int32_t greatestDistance) const 
     return static_cast<std::size_t>(end - m_farFoundAt.begin());
 }
 
-std::shared_ptr<const CCoveringTable> CCoveringTable::ForImage(const std::string& path,
-                                                               std::int32_t greatestDistance) {
+std::shared_ptr<const CCoveringTable>
+CCoveringTable::ForImage(const std::string& path, std::int32_t greatestDistance, CWorkPace& pace) {
     static std::mutex guard;
     static std::shared_ptr<const CCoveringTable> kept;
     StMedialAxisNeighborhood neighborhood = NeighborhoodFor(path, greatestDistance);
-    const std::lock_guard lock(guard);
-    if (kept != nullptr && kept->GreatestDistance() >= greatestDistance &&
-        kept->Neighborhood().generators == neighborhood.generators)
-        return kept;
+    {
+        const std::lock_guard lock(guard);
+        if (kept != nullptr && kept->GreatestDistance() >= greatestDistance &&
+            kept->Neighborhood().generators == neighborhood.generators)
+            return kept;
+    }
+    // Threads that want a table at the same time each build one: nobody waits, deaf to a cancellation.
     const bool isKept = greatestDistance <= c_greatestKeptDistance;
     const auto roundedUp =
         static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(greatestDistance)));
-    const auto table = std::make_shared<const CCoveringTable>(std::move(neighborhood),
-                                                              isKept ? roundedUp : greatestDistance);
-    if (isKept)
+    const std::shared_ptr<CCoveringTable> table(
+        new CCoveringTable(std::move(neighborhood), isKept ? roundedUp : greatestDistance));
+    if (!table->Fill(pace))
+        return nullptr;
+    if (isKept) {
+        const std::lock_guard lock(guard);
         kept = table;
+    }
     return table;
 }
 

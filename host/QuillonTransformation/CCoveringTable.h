@@ -23,20 +23,17 @@ inline constexpr std::array<StSortedVector, 3> c_nearVectors{{{1, 0, 0}, {1, 1, 
 /// bits, all those of an R side by side, as a pixel on the axis asks for all of them.
 ///
 /// 12 bytes for each R, and 2 for each R and generator. The time to fill it is a step for each generator and
-/// each sorted vector up to the greatest R.
+/// each sorted vector up to the greatest R; a cancellation is noticed meanwhile.
 class CCoveringTable {
 public:
     /// Never reached: the ball of no neighbour at these places is looked at.
     static constexpr std::uint16_t c_never = 0xFFFF;
 
-    /// For R up to `greatestDistance`.
-    CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32_t greatestDistance);
-
     /// The table for an image whose greatest squared distance is given, from the file at a path, or from what
     /// is built in where the path is empty or the file has less to offer. Raises as
-    /// `ReadMedialAxisNeighborhood`. Tables of moderate size are kept for the next image.
+    /// `ReadMedialAxisNeighborhood`. Tables of moderate size are kept for the next image. Null if cancelled.
     static std::shared_ptr<const CCoveringTable> ForImage(const std::string& path,
-                                                          std::int32_t greatestDistance);
+                                                          std::int32_t greatestDistance, CWorkPace& pace);
 
     [[nodiscard]] std::int32_t GreatestDistance() const { return m_greatestDistance; }
     [[nodiscard]] const StMedialAxisNeighborhood& Neighborhood() const { return m_neighborhood; }
@@ -52,12 +49,15 @@ public:
     [[nodiscard]] std::size_t FarVectorCount(std::int32_t greatestDistance) const;
     /// Their excesses at a squared distance.
     [[nodiscard]] std::span<const std::uint16_t> FarExcesses(std::int32_t distance) const {
-        return std::span(m_farExcesses)
-            .subspan(static_cast<std::size_t>(distance) * m_farVectors.size(), m_farVectors.size());
+        return {m_farExcesses.get() + static_cast<std::size_t>(distance) * m_farVectors.size(),
+                m_farVectors.size()};
     }
 
 private:
-    void Fill(const CSphereVectors& spheres);
+    /// For R up to `greatestDistance`, without content.
+    CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32_t greatestDistance);
+    /// False if cancelled.
+    bool Fill(CWorkPace& pace);
 
     StMedialAxisNeighborhood m_neighborhood;
     std::int32_t m_greatestDistance;
@@ -65,7 +65,7 @@ private:
     std::vector<StSortedVector> m_farVectors;
     std::vector<std::uint32_t> m_farLeastDistances;
     std::vector<std::uint32_t> m_farFoundAt;
-    std::vector<std::uint16_t> m_farExcesses;
+    std::unique_ptr<std::uint16_t[]> m_farExcesses; ///< by R
 };
 
 } // namespace ORVEN

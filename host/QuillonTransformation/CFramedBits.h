@@ -1,8 +1,9 @@
 #pragma once
 
+#include <QuillonBase/CZeroedArray.h>
+
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace ORVEN {
 
@@ -72,7 +73,7 @@ private:
 
     std::int64_t m_rowStep;
     std::int64_t m_planeStep;
-    std::vector<unsigned char> m_bytes;
+    CZeroedArray<unsigned char> m_bytes;
 };
 
 } // namespace ORVEN

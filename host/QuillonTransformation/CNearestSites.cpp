@@ -7,8 +7,8 @@
 
 namespace ORVEN {
 
-std::shared_ptr<const CSphereVectors> SpheresForImage(const std::string& path,
-                                                      std::int32_t greatestDistance) {
+std::shared_ptr<const CSphereVectors> SpheresForImage(const std::string& path, std::int32_t greatestDistance,
+                                                      CWorkPace& pace) {
     constexpr std::int32_t greatestReach = 128 * 128;
     static std::mutex guard;
     static std::shared_ptr<const CSphereVectors> kept;
@@ -18,12 +18,21 @@ std::shared_ptr<const CSphereVectors> SpheresForImage(const std::string& path,
         if (fromFile->Reach() >= reach)
             return fromFile;
     }
-    const std::lock_guard lock(guard);
-    if (kept == nullptr || kept->Reach() < reach) {
-        const auto roundedUp = static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(reach)));
-        kept = std::make_shared<const CSphereVectors>(roundedUp);
+    {
+        const std::lock_guard lock(guard);
+        if (kept != nullptr && kept->Reach() >= reach)
+            return kept;
     }
-    return kept;
+    // Threads that want vectors at the same time each compute them: nobody waits, deaf to a cancellation.
+    const auto roundedUp = static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(reach)));
+    auto found = CSphereVectors::Find(roundedUp, pace);
+    if (!found)
+        return nullptr;
+    auto spheres = std::make_shared<const CSphereVectors>(std::move(*found));
+    const std::lock_guard lock(guard);
+    if (kept == nullptr || kept->Reach() < spheres->Reach())
+        kept = spheres;
+    return spheres;
 }
 
 CNearestSites::CNearestSites(const CSquaredDistanceView& squaredDistance, const CSphereVectors& spheres)

@@ -17,8 +17,9 @@ namespace ORVEN {
 
 /// The vectors of length up to the greatest distance of an image, up to 128: from the file at a path if it
 /// goes as far, else computed. Raises as `ReadSphereVectors`. What was computed is kept for the next image.
-[[nodiscard]] std::shared_ptr<const CSphereVectors> SpheresForImage(const std::string& path,
-                                                                    std::int32_t greatestDistance);
+/// Null if cancelled.
+[[nodiscard]] std::shared_ptr<const CSphereVectors>
+SpheresForImage(const std::string& path, std::int32_t greatestDistance, CWorkPace& pace);
 
 /// Finds the nearest background pixels of object pixels from a map of squared distances d^2.
 ///
@@ -31,17 +32,18 @@ public:
     CNearestSites(const CSquaredDistanceView& squaredDistance, const CSphereVectors& spheres);
 
     /// Calls `body(vx, vy, vz)` with the vectors from an object pixel to its nearest background pixels, each
-    /// once, until a call answers false.
+    /// once, until a call returns false. Some may be missing once the pace is cancelled, to which a search
+    /// reports its work where that is much.
     template <class Body>
-    void Visit(std::int64_t x, std::int64_t y, std::int64_t z, const Body& body) const {
+    void Visit(std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& pace, const Body& body) const {
         const StBox box = BoxOf(x, y, z);
         const auto test = [&](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
             return m_squaredDistance.At(x + vx, y + vy, z + vz) != 0 || body(vx, vy, vz);
         };
         if (box.narrowPlaces > c_manyPlaces && box.squaredLength <= m_spheres.Reach())
-            VisitSphere(box, test);
+            VisitSphere(box, pace, test);
         else
-            VisitBox(box, test);
+            VisitBox(box, pace, test);
     }
 
 private:
@@ -94,8 +96,9 @@ private:
     }
 
     template <class Test>
-    void VisitBox(const StBox& box, const Test& test) const {
+    void VisitBox(const StBox& box, CWorkPace& pace, const Test& test) const {
         const auto [first, second, third] = box.order;
+        const bool isLarge = box.narrowPlaces > c_manyPlaces;
         std::array<std::int32_t, 3> v{};
         for (v[first] = box.least[first]; v[first] <= box.greatest[first]; ++v[first]) {
             const std::int32_t restOfFirst = box.squaredLength - v[first] * v[first];
@@ -113,16 +116,18 @@ private:
                 if (root != 0 && box.Contains(third, -root) && !test(v[0], v[1], v[2]))
                     return;
             }
+            if (isLarge && pace.Add(4 * (std::int64_t{box.Width(second)} + 1)))
+                return;
         }
     }
 
     template <class Test>
-    void VisitSphere(const StBox& box, const Test& test) const {
+    void VisitSphere(const StBox& box, CWorkPace& pace, const Test& test) const {
         const auto testInBox = [&](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
             return !(box.Contains(0, vx) && box.Contains(1, vy) && box.Contains(2, vz)) || test(vx, vy, vz);
         };
         for (const StSortedVector& vector : m_spheres.OfLength(box.squaredLength)) {
-            if (!ForEachImage(vector, testInBox))
+            if (!ForEachImage(vector, testInBox) || pace.Add(128))
                 return;
         }
     }

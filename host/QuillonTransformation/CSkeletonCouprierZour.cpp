@@ -6,7 +6,7 @@
 #include "QuillonTransformation/OrderedThinning.h"
 #include "QuillonTransformation/SquaredDistances.h"
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/CSorbImageFactory.h>
 #include <sorblib2image/ImageView.h>
@@ -98,21 +98,16 @@ void CSkeletonCouprierZour::ConstrainedSet(const IImage& medialAxis, const IImag
     const CImageView<unsigned char> kept(output);
     const std::int64_t squaredRadius = Squared(radius);
 
-    const auto keep = [&](std::int64_t z) {
-        for (std::int64_t y = 0; y < kept.ny; ++y) {
-            const unsigned char* const axisRow = axis.Row(y, z);
-            const std::uint32_t* const distanceRow = distances.Row(y, z);
-            const float* const angleRow = angles.Row(y, z);
-            unsigned char* const row = kept.Row(y, z);
-            for (std::int64_t x = 0; x < kept.nx; ++x) {
-                row[x] = axisRow[x] != 0 && distanceRow[x] >= squaredRadius && angleRow[x] >= angle ? 1 : 0;
-            }
-        }
+    const auto keep = [&](std::int64_t y, std::int64_t z) {
+        const unsigned char* const axisRow = axis.Row(y, z);
+        const std::uint32_t* const distanceRow = distances.Row(y, z);
+        const float* const angleRow = angles.Row(y, z);
+        unsigned char* const row = kept.Row(y, z);
+        for (std::int64_t x = 0; x < kept.nx; ++x)
+            row[x] = axisRow[x] != 0 && distanceRow[x] >= squaredRadius && angleRow[x] >= angle ? 1 : 0;
     };
-    Clear(output);
-    progress.Start(static_cast<unsigned>(kept.nz), "constraint set");
-    ParallelFor(kept.nz, progress, [&keep] { return keep; });
-    progress.Finish();
+    if (!ForEachRowInParallel(kept, 2, progress, "constraint set", keep))
+        Clear(output);
 }
 
 void CSkeletonCouprierZour::EuclideanSkeleton(const IImage& input, const IImage& squaredDistance,

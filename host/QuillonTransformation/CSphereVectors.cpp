@@ -1,5 +1,7 @@
 #include "QuillonTransformation/CSphereVectors.h"
 
+#include <QuillonBase/CProgressProxy.h>
+
 #include <cmath>
 #include <utility>
 
@@ -7,9 +9,9 @@ namespace ORVEN {
 
 namespace {
 
-/// By descending a, then b.
+/// By descending a, then b. False if cancelled.
 template <class Body>
-void ForEachSortedVector(std::int32_t reach, const Body& body) {
+bool ForEachSortedVector(std::int32_t reach, CWorkPace& pace, const Body& body) {
     const auto root = static_cast<std::int32_t>(std::sqrt(static_cast<double>(reach)));
     for (std::int32_t a = root; a >= 0; --a) {
         for (std::int32_t b = a; b >= 0; --b) {
@@ -19,23 +21,44 @@ void ForEachSortedVector(std::int32_t reach, const Body& body) {
                                         static_cast<std::int16_t>(c)});
                 }
             }
+            if (pace.Add(4 * (std::int64_t{b} + 1)))
+                return false;
         }
     }
+    return true;
 }
 
 } // namespace
 
-CSphereVectors::CSphereVectors(std::int32_t reach)
-    : m_starts(static_cast<std::size_t>(reach) + 2, 0) {
+CSphereVectors::CSphereVectors(std::int32_t reach) {
+    CProgressProxy none;
+    CWorkPace pace(none);
+    Fill(reach, pace);
+}
+
+std::optional<CSphereVectors> CSphereVectors::Find(std::int32_t reach, CWorkPace& pace) {
+    CSphereVectors vectors;
+    return vectors.Fill(reach, pace) ? std::optional(std::move(vectors)) : std::nullopt;
+}
+
+bool CSphereVectors::Fill(std::int32_t reach, CWorkPace& pace) {
+    m_starts.assign(static_cast<std::size_t>(reach) + 2, 0);
     // A counting sort, with the counts one place ahead so that they end up as the starts.
-    ForEachSortedVector(reach, [this](const StSortedVector& vector) {
+    const bool areCounted = ForEachSortedVector(reach, pace, [this](const StSortedVector& vector) {
         ++m_starts[static_cast<std::size_t>(vector.SquaredLength()) + 1];
     });
+    if (!areCounted)
+        return false;
     for (std::size_t r = 1; r < m_starts.size(); ++r)
         m_starts[r] += m_starts[r - 1];
-    m_vectors.resize(m_starts.back());
+    m_vectors.reserve(m_starts.back());
+    const auto grow = [this](std::int64_t /*first*/, std::int64_t end) {
+        m_vectors.resize(static_cast<std::size_t>(end));
+    };
+    if (!ForEachPiece(m_starts.back(), 2, pace, grow))
+        return false;
     std::vector<std::uint32_t> next(m_starts);
-    ForEachSortedVector(reach, [this, &next](const StSortedVector& vector) {
+    return ForEachSortedVector(reach, pace, [this, &next](const StSortedVector& vector) {
         m_vectors[next[static_cast<std::size_t>(vector.SquaredLength())]++] = vector;
     });
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <QuillonBase/CWorkPace.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
@@ -28,6 +31,8 @@ public:
 
     /// The vectors up to a squared length from 0 to `c_greatestReach`.
     explicit CSphereVectors(std::int32_t reach);
+    /// The same, empty if cancelled.
+    [[nodiscard]] static std::optional<CSphereVectors> Find(std::int32_t reach, CWorkPace& pace);
     /// Takes over finished parts: `starts[r]` to `starts[r + 1]` are the places of the vectors of squared
     /// length r. They must be as the other constructor makes them.
     CSphereVectors(std::vector<std::uint32_t> starts, std::vector<StSortedVector> vectors);
@@ -43,6 +48,9 @@ public:
     }
 
 private:
+    CSphereVectors() = default;
+    bool Fill(std::int32_t reach, CWorkPace& pace);
+
     std::vector<std::uint32_t> m_starts;
     std::vector<StSortedVector> m_vectors;
 };

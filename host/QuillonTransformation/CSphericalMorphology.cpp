@@ -26,6 +26,7 @@ namespace ORVEN {
 namespace {
 
 constexpr const char* c_site = "ORVEN::CSphericalMorphology";
+constexpr const char* c_phase = "Spherical morphology";
 
 /// Squared distances between pixels are all below: larger balls are as good as this one.
 constexpr double c_largestSquare = 0x1p34;
@@ -128,17 +129,20 @@ public:
         , m_length(axis == 1 ? task.result.ny : task.result.nz)
         , m_shortLines(m_length, task.search.outsideIsSeed, 1) {}
 
-    void operator()(std::int64_t other, std::int64_t x, std::int64_t endX) {
+    void operator()(std::int64_t other, std::int64_t x, std::int64_t endX, CWorkPace& pace) {
         if (m_axis + 1 == m_task.dimension)
-            return Sweep(other, x, endX - x);
-        for (; x + c_lanes <= endX; x += c_lanes)
-            Minimize(other, x, std::integral_constant<std::int64_t, c_lanes>());
-        if (x < endX)
-            Minimize(other, x, endX - x);
+            return Sweep(other, x, endX - x, pace);
+        for (; x + c_lanes <= endX && !pace.IsCancelled(); x += c_lanes)
+            Minimize(other, x, std::integral_constant<std::int64_t, c_lanes>(), pace);
+        if (x < endX && !pace.IsCancelled())
+            Minimize(other, x, endX - x, pace);
     }
 
 private:
     static constexpr std::int64_t c_lanes = c_shortLanes;
+    /// For a place of a group of lines.
+    static constexpr std::int64_t c_unitsPerMove = 16;
+    static constexpr std::int64_t c_unitsPerSweep = 64;
 
     [[nodiscard]] unsigned char* Row(std::int64_t other, std::int64_t place) const {
         return m_axis == 1 ? m_task.result.Row(place, other) : m_task.result.Row(other, place);
@@ -146,7 +150,7 @@ private:
 
     /// From distances along x to what is left for z.
     template <class Count>
-    void Minimize(std::int64_t other, std::int64_t x, Count count) {
+    void Minimize(std::int64_t other, std::int64_t x, Count count, CWorkPace& pace) {
         const int square = m_task.square;
         for (std::int64_t place = 0; place < m_length; ++place) {
             const unsigned char* const row = Row(other, place) + x;
@@ -155,17 +159,21 @@ private:
                 values[lane] = static_cast<std::int16_t>(std::min(row[lane] * row[lane], square + 1));
             std::fill(values + count, values + c_lanes, std::int16_t{0});
         }
-        m_shortLines.Minimize();
+        if (pace.Add(m_length * c_unitsPerMove))
+            return;
+        // Whether a place is farther than the ball reaches shows in its result.
+        (void)m_shortLines.Minimize(pace);
         for (std::int64_t place = 0; place < m_length; ++place) {
             unsigned char* const __restrict row = Row(other, place) + x;
             const std::int16_t* const results = m_shortLines.Results(place);
             for (std::int64_t lane = 0; lane < count; ++lane)
                 row[lane] = Reach(square - results[lane]);
         }
+        (void)pace.Add(m_length * c_unitsPerMove);
     }
 
     /// Counts down what each place is reached by, in both directions, and tells whether it is.
-    void Sweep(std::int64_t other, std::int64_t x, std::int64_t count) {
+    void Sweep(std::int64_t other, std::int64_t x, std::int64_t count, CWorkPace& pace) {
         std::array<unsigned char, CSeparablePasses::c_linesPerItem> reaches{};
         const auto pass = [&](unsigned char* row, const auto& convert) {
             for (std::int64_t lane = 0; lane < count; ++lane) {
@@ -177,15 +185,19 @@ private:
         };
         const unsigned char atEnds = m_task.search.outsideIsSeed ? Reach(m_task.square) : 0;
         reaches.fill(atEnds);
-        for (std::int64_t place = 0; place < m_length; ++place)
-            pass(Row(other, place) + x, [](unsigned char reach) { return reach; });
+        ForEachPiece(m_length, c_unitsPerSweep, pace, [&](std::int64_t first, std::int64_t end) {
+            for (std::int64_t place = first; place < end; ++place)
+                pass(Row(other, place) + x, [](unsigned char reach) { return reach; });
+        });
         reaches.fill(atEnds);
         const bool findsObject = m_task.search.findsObject;
-        for (std::int64_t place = m_length - 1; place >= 0; --place) {
-            pass(Row(other, place) + x, [findsObject](unsigned char reach) {
-                return static_cast<unsigned char>((reach > 0) == findsObject ? 1 : 0);
-            });
-        }
+        ForEachPiece(m_length, c_unitsPerSweep, pace, [&](std::int64_t first, std::int64_t end) {
+            for (std::int64_t place = m_length - 1 - first; place >= m_length - end; --place) {
+                pass(Row(other, place) + x, [findsObject](unsigned char reach) {
+                    return static_cast<unsigned char>((reach > 0) == findsObject ? 1 : 0);
+                });
+            }
+        });
     }
 
     const StTask& m_task;
@@ -202,7 +214,8 @@ void Fill(IImage& image, unsigned char pixel) {
     }
 }
 
-bool HasSeed(const StSearch& search, const IImage& source) {
+/// Not the right answer if cancelled.
+bool HasSeed(const StSearch& search, const IImage& source, CWorkPace& pace) {
     if (search.outsideIsSeed)
         return true;
     const CImageView<const unsigned char> view(source);
@@ -211,6 +224,8 @@ bool HasSeed(const StSearch& search, const IImage& source) {
         for (std::int64_t y = 0; y < view.ny; ++y) {
             if (std::any_of(view.Row(y, z), view.Row(y, z) + view.nx, isSeed))
                 return true;
+            if (pace.Add(view.nx))
+                return false;
         }
     }
     return false;
@@ -218,9 +233,12 @@ bool HasSeed(const StSearch& search, const IImage& source) {
 
 /// The way for large balls.
 bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& result, IProgress& progress) {
-    if (!HasSeed(search, source)) {
-        Fill(result, search.findsObject ? 0 : 1);
-        return true;
+    CWorkPace pace(progress);
+    const CImageView<unsigned char> to(result);
+    if (!HasSeed(search, source, pace)) {
+        const unsigned char pixel = search.findsObject ? 0 : 1;
+        return ForEachRow(to, 1, pace,
+                          [&](std::int64_t y, std::int64_t z) { std::fill_n(to.Row(y, z), to.nx, pixel); });
     }
     CImage squares(IMAGE_GREY_32, source.Size(), CSize(0, 0, 0));
     StDistanceTransform transform;
@@ -229,17 +247,13 @@ bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& res
     if (!TransformDistances(transform, source, squares, progress))
         return false;
     const CImageView<const unsigned> from(squares);
-    const CImageView<unsigned char> to(result);
     // Squares saturate in images only that are longer than 65535 pixels across.
     const auto limit = static_cast<unsigned>(std::min<std::int64_t>(search.square, UINT32_MAX));
-    for (std::int64_t z = 0; z < to.nz; ++z) {
-        for (std::int64_t y = 0; y < to.ny; ++y) {
-            std::transform(from.Row(y, z), from.Row(y, z) + from.nx, to.Row(y, z), [&](unsigned square) {
-                return static_cast<unsigned char>((square <= limit) == search.findsObject ? 1 : 0);
-            });
-        }
-    }
-    return true;
+    return ForEachRowInParallel(to, 1, progress, c_phase, [&](std::int64_t y, std::int64_t z) {
+        std::transform(from.Row(y, z), from.Row(y, z) + from.nx, to.Row(y, z), [&](unsigned square) {
+            return static_cast<unsigned char>((square <= limit) == search.findsObject ? 1 : 0);
+        });
+    });
 }
 
 /// Returns false, with a result of zeros, if cancelled.
@@ -250,9 +264,9 @@ bool Find(const StSearch& search, const IImage& source, IImage& result, IProgres
         const StTask task(search, source, result);
         const CImageView<unsigned char>& view = task.result;
         const CSeparablePasses passes({view.nx, view.ny, view.nz, task.dimension}, progress);
-        isDone = view.PixelCount() == 0 || passes.Run(
-                                               "Spherical morphology", [&] { return CRows(task); },
-                                               [&](int axis) { return CLines(task, axis); });
+        isDone = view.PixelCount() == 0 ||
+                 passes.Run(
+                     c_phase, [&] { return CRows(task); }, [&](int axis) { return CLines(task, axis); });
     } else {
         isDone = FindInDistanceMap(search, source, result, progress);
     }
@@ -261,19 +275,37 @@ bool Find(const StSearch& search, const IImage& source, IImage& result, IProgres
     return isDone;
 }
 
-/// Copies all of the smaller of two images, which lies in the larger one with that margin around it.
-void CopyBox(const IImage& source, const CPos& sourceMargin, IImage& target, const CPos& targetMargin) {
+/// Copies all of the smaller of two images, which lies in the larger one with that margin around it. False if
+/// cancelled.
+bool CopyBox(const IImage& source, const CPos& sourceMargin, IImage& target, const CPos& targetMargin,
+             CWorkPace& pace) {
     const CImageView<const unsigned char> from(source);
     const CImageView<unsigned char> to(target);
     const auto rowOf = [](const auto& view, const CPos& margin, std::int64_t y, std::int64_t z) {
         return view.Row(y + margin.y, z + margin.z) + margin.x;
     };
-    for (std::int64_t z = 0; z < std::min(from.nz, to.nz); ++z) {
-        for (std::int64_t y = 0; y < std::min(from.ny, to.ny); ++y) {
-            std::copy_n(rowOf(from, sourceMargin, y, z), std::min(from.nx, to.nx),
-                        rowOf(to, targetMargin, y, z));
-        }
+    const auto copy = [&](std::int64_t y, std::int64_t z) {
+        std::copy_n(rowOf(from, sourceMargin, y, z), std::min(from.nx, to.nx), rowOf(to, targetMargin, y, z));
+    };
+    return from.nx < to.nx ? ForEachRow(from, 1, pace, copy) : ForEachRow(to, 1, pace, copy);
+}
+
+/// Closing with a small ball: with a border as wide as the ball around the image, a byte for each pixel.
+bool CloseWithBorder(const IImage& source, IImage& result, std::int64_t square, IProgress& progress) {
+    const auto reach = static_cast<std::int64_t>(std::sqrt(static_cast<double>(square)));
+    CSize size = source.Size();
+    CPos margin(0, 0, 0);
+    for (int axis = 0; axis < size.Dim(); ++axis) {
+        margin[axis] = reach;
+        size[axis] += 2 * reach;
     }
+    CheckDistanceExtents(c_site, size);
+    CImage image(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
+    CWorkPace pace(progress);
+    return CopyBox(source, CPos(0, 0, 0), image, margin, pace) &&
+           Find(Dilation(square), image, image, progress) &&
+           Find(Erosion(square, false), image, image, progress) &&
+           CopyBox(image, margin, result, CPos(0, 0, 0), pace);
 }
 
 } // namespace
@@ -301,20 +333,7 @@ void CSphericalMorphology::Closing(IImage& result, IImage& source, float radius)
     if (source.Size().PixelCount() == 0)
         return;
     // The dilation reaches beyond the border, and what it leaves free there takes part in the erosion.
-    const auto reach = static_cast<std::int64_t>(std::sqrt(static_cast<double>(square)));
-    CSize size = source.Size();
-    CPos margin(0, 0, 0);
-    for (int axis = 0; axis < size.Dim(); ++axis) {
-        margin[axis] = reach;
-        size[axis] += 2 * reach;
-    }
-    CheckDistanceExtents(c_site, size);
-    CImage image(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
-    CopyBox(source, CPos(0, 0, 0), image, margin);
-    if (Find(Dilation(square), image, image, Progress()) &&
-        Find(Erosion(square, false), image, image, Progress()))
-        CopyBox(image, margin, result, CPos(0, 0, 0));
-    else
+    if (!CloseWithBorder(source, result, square, Progress()))
         Fill(result, 0);
 }
 

@@ -22,21 +22,21 @@ const IImage& Required(const char* function, const IImage& image) {
     return image;
 }
 
-std::uint32_t GreatestOf(const IImage& image) {
+std::uint32_t GreatestOf(const IImage& image, CWorkPace& pace) {
     const CImageView<const std::uint32_t> view(image);
     std::uint32_t greatest = 0;
-    for (std::int64_t z = 0; z < view.nz; ++z) {
-        for (std::int64_t y = 0; y < view.ny; ++y) {
-            const std::uint32_t* const row = view.Row(y, z);
-            for (std::int64_t x = 0; x < view.nx; ++x)
-                greatest = std::max(greatest, row[x]);
-        }
-    }
+    ForEachRow(view, 1, pace, [&](std::int64_t y, std::int64_t z) {
+        const std::uint32_t* const row = view.Row(y, z);
+        std::uint32_t greatestOfRow = 0;
+        for (std::int64_t x = 0; x < view.nx; ++x)
+            greatestOfRow = std::max(greatestOfRow, row[x]);
+        greatest = std::max(greatest, greatestOfRow);
+    });
     return greatest;
 }
 
-std::int32_t PlausibleGreatest(const char* function, const IImage& image) {
-    const std::uint32_t greatest = GreatestOf(image);
+std::int32_t PlausibleGreatest(const char* function, const IImage& image, CWorkPace& pace) {
+    const std::uint32_t greatest = GreatestOf(image, pace);
     const CSize& size = image.Size();
     const std::int64_t radius = std::min<std::int64_t>((std::min({size.x, size.y, size.z}) + 1) / 2, 32767);
     if (greatest > radius * radius) {
@@ -51,12 +51,12 @@ std::int32_t PlausibleGreatest(const char* function, const IImage& image) {
 
 } // namespace
 
-CSquaredDistanceView::CSquaredDistanceView(const char* function, const IImage& image)
+CSquaredDistanceView::CSquaredDistanceView(const char* function, const IImage& image, CWorkPace& pace)
     : nx(image.Size().x)
     , ny(image.Size().y)
     , nz(image.Size().z)
     , m_view(Required(function, image))
-    , m_greatest(PlausibleGreatest(function, image)) {}
+    , m_greatest(PlausibleGreatest(function, image, pace)) {}
 
 void RequireFitting(const char* function, const IImage& image, const IImage::CType& type,
                     const IImage& squaredDistance) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/ImageView.h>
 
 #include <cstdint>
@@ -16,8 +17,8 @@ class CSquaredDistanceView {
 public:
     /// Raises `CException`, in the name of `function`, "Image type %1 not supported." unless the type is
     /// IMAGE_GREY_32, "Image dimension %1 not supported." unless it is 3, and "Squared distance %1 in an
-    /// image of size %2."
-    CSquaredDistanceView(const char* function, const IImage& image);
+    /// image of size %2." Once the pace is cancelled not all pixels have been looked at.
+    CSquaredDistanceView(const char* function, const IImage& image, CWorkPace& pace);
 
     [[nodiscard]] const std::int32_t* Row(std::int64_t y, std::int64_t z) const { return m_view.Row(y, z); }
     /// 0 for positions outside the image.

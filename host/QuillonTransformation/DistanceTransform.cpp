@@ -175,28 +175,33 @@ public:
             m_shortDoubles.emplace(m_length, outsideIsSeed, m_weight);
     }
 
-    void operator()(std::int64_t other, std::int64_t x, std::int64_t endX) {
+    void operator()(std::int64_t other, std::int64_t x, std::int64_t endX, CWorkPace& pace) {
         m_task.FinishIfLast(m_axis, [&](const auto& finish) {
             std::int64_t first = x;
-            for (; first + c_lanes <= endX; first += c_lanes)
-                TransformLines(other, first, std::integral_constant<std::int64_t, c_lanes>(), finish);
-            if (first < endX)
-                TransformLines(other, first, endX - first, finish);
+            for (; first + c_lanes <= endX && !pace.IsCancelled(); first += c_lanes)
+                TransformLines(other, first, std::integral_constant<std::int64_t, c_lanes>(), finish, pace);
+            if (first < endX && !pace.IsCancelled())
+                TransformLines(other, first, endX - first, finish, pace);
         });
     }
 
 private:
+    /// To move a row of a group of lines into scratch memory or back.
+    static constexpr std::int64_t c_unitsPerMove = 16;
+    static constexpr std::int64_t c_unitsPerEnvelopePlace = 16;
+
     [[nodiscard]] T* Row(std::int64_t other, std::int64_t place) const {
         return m_axis == 1 ? m_task.map.Row(place, other) : m_task.map.Row(other, place);
     }
 
     template <class Count, class Finish>
-    void TransformLines(std::int64_t other, std::int64_t x, Count count, const Finish& finish) {
+    void TransformLines(std::int64_t other, std::int64_t x, Count count, const Finish& finish,
+                        CWorkPace& pace) {
         const auto isShort = [&](auto& shortLines) {
-            return shortLines && TransformShort(*shortLines, other, x, count, finish);
+            return shortLines && TransformShort(*shortLines, other, x, count, finish, pace);
         };
-        if (!isShort(m_shortIntegers) && !isShort(m_shortDoubles))
-            TransformByEnvelope(other, x, count, finish);
+        if (!isShort(m_shortIntegers) && !isShort(m_shortDoubles) && !pace.IsCancelled())
+            TransformByEnvelope(other, x, count, finish, pace);
     }
 
     [[nodiscard]] static std::int16_t Value(T value, std::int16_t tooFar) {
@@ -211,7 +216,7 @@ private:
 
     template <class Number, class Count, class Finish>
     bool TransformShort(CShortLines<Number>& shortLines, std::int64_t other, std::int64_t x, Count count,
-                        const Finish& finish) const {
+                        const Finish& finish, CWorkPace& pace) const {
         const Number tooFar = shortLines.TooFar();
         for (std::int64_t place = 0; place < m_length; ++place) {
             const T* const row = Row(other, place) + x;
@@ -220,7 +225,7 @@ private:
                 values[lane] = Value(row[lane], tooFar);
             std::fill(values + count, values + c_lanes, Number{0});
         }
-        if (!shortLines.Minimize())
+        if (pace.Add(m_length * c_unitsPerMove) || !shortLines.Minimize(pace))
             return false;
         for (std::int64_t place = 0; place < m_length; ++place) {
             T* const row = Row(other, place) + x;
@@ -229,22 +234,27 @@ private:
                 row[lane] = Result(results[lane]);
             finish(row, count);
         }
+        (void)pace.Add(m_length * c_unitsPerMove);
         return true;
     }
 
     template <class Count, class Finish>
-    void TransformByEnvelope(std::int64_t other, std::int64_t x, Count count, const Finish& finish) {
+    void TransformByEnvelope(std::int64_t other, std::int64_t x, Count count, const Finish& finish,
+                             CWorkPace& pace) {
         for (std::int64_t place = 0; place < m_length; ++place)
             std::copy_n(Row(other, place) + x, count, m_lines.data() + place * c_lanes);
         for (std::int64_t lane = 0; lane < count; ++lane) {
             m_envelope.Transform(m_lines.data() + lane, m_length, c_lanes * std::int64_t{sizeof(T)}, m_weight,
                                  m_task.transform.outsideIsSeed);
+            if (pace.Add(m_length * c_unitsPerEnvelopePlace))
+                return;
         }
         for (std::int64_t place = 0; place < m_length; ++place) {
             T* const row = Row(other, place) + x;
             std::copy_n(m_lines.data() + place * c_lanes, count, row);
             finish(row, count);
         }
+        (void)pace.Add(m_length * 2 * c_unitsPerMove);
     }
 
     StTask<T>& m_task;

@@ -5,7 +5,7 @@
 #include "QuillonTransformation/CSquaredDistanceView.h"
 #include "QuillonTransformation/MedialAxisRows.h"
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 
 #include <algorithm>
 #include <array>
@@ -101,15 +101,23 @@ public:
         }
     }
 
-    void operator()(std::int64_t z) {
-        for (std::int64_t y = 0; y < m_task.distance.ny; ++y)
-            MarkRow(y, z);
+    void operator()(std::int64_t z, CWorkPace& pace) {
+        for (std::int64_t y = 0; y < m_task.distance.ny && !pace.IsCancelled(); ++y) {
+            MarkRow(y, z, pace);
+            (void)pace.Add(m_task.distance.nx * c_unitsPerPixel);
+        }
     }
 
 private:
-    void MarkRow(std::int64_t y, std::int64_t z) {
+    static constexpr std::int64_t c_unitsPerPixel = 4;
+    /// For a vector whose images are all looked at.
+    static constexpr std::int64_t c_unitsPerFarVector = 64;
+
+    void MarkRow(std::int64_t y, std::int64_t z, CWorkPace& pace) {
         const std::int32_t* const distances = m_task.distance.Row(y, z);
         const std::int64_t nx = m_task.distance.nx;
+        unsigned char* const marks = m_task.output.Row(y, z);
+        std::fill_n(marks, nx, static_cast<unsigned char>(0));
         if (std::all_of(distances, distances + nx, [](std::int32_t distance) { return distance == 0; }))
             return;
         FillLimits(distances);
@@ -117,12 +125,14 @@ private:
         m_isCovered.front() = IsCoveredByNearest(0, y, z) ? 1 : 0;
         m_isCovered.back() = IsCoveredByNearest(nx - 1, y, z) ? 1 : 0;
 
-        unsigned char* const marks = m_task.output.Row(y, z);
         for (std::int64_t x = 0; x < nx; ++x) {
             const std::int32_t distance = distances[x];
-            if (distance > 0 && distance >= m_task.leastDistance &&
-                m_isCovered[static_cast<std::size_t>(x)] == 0)
-                marks[x] = IsCoveredFromFar(x, y, z, distance) ? 0 : 1;
+            if (distance == 0 || distance < m_task.leastDistance ||
+                m_isCovered[static_cast<std::size_t>(x)] != 0)
+                continue;
+            marks[x] = IsCoveredFromFar(x, y, z, distance, pace) ? 0 : 1;
+            if (pace.IsCancelled())
+                return;
         }
     }
 
@@ -157,14 +167,16 @@ private:
         return false;
     }
 
-    bool IsCoveredFromFar(std::int64_t x, std::int64_t y, std::int64_t z, std::int32_t distance) {
+    bool IsCoveredFromFar(std::int64_t x, std::int64_t y, std::int64_t z, std::int32_t distance,
+                          CWorkPace& pace) {
         if (m_isSelected.empty())
             return false;
         StDirection direction;
-        m_task.sites.Visit(x, y, z, [&direction](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
+        m_task.sites.Visit(x, y, z, pace, [&direction](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
             direction = StDirection(vx, vy, vz);
             return false;
         });
+        (void)pace.Add(static_cast<std::int64_t>(m_isSelected.size()) + c_unitsPerFarVector);
         const std::uint16_t* const excesses = m_task.table.FarExcesses(distance).data();
         if (!SelectOpposite(m_vectors, direction.lengths,
                             {m_doubleA.data(), m_doubleB.data(), m_doubleC.data()}, excesses,
@@ -177,6 +189,7 @@ private:
             const std::int32_t limit = distance + vector.SquaredLength() + excesses[i];
             if (limit > m_task.distance.Greatest())
                 continue;
+            (void)pace.Add(c_unitsPerFarVector);
             const bool noneCovers =
                 direction.ForEachOpposite(vector, excesses[i], [&](int vx, int vy, int vz) {
                     return m_task.distance.At(x + vx, y + vy, z + vz) < limit;
@@ -198,27 +211,36 @@ private:
     std::vector<std::uint8_t> m_isSelected;
 };
 
-} // namespace
-
-void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t squaredRadius,
-                    const std::string& tablePath, IProgress& progress) {
-    const CSquaredDistanceView distance(c_function, squaredDistance);
-    RequireFitting(c_function, output, IMAGE_BINARY_FG, squaredDistance);
-    const CImageView<unsigned char> marks(output);
+void Clear(const CImageView<unsigned char>& marks) {
     for (std::int64_t z = 0; z < marks.nz; ++z) {
         for (std::int64_t y = 0; y < marks.ny; ++y)
             std::fill_n(marks.Row(y, z), marks.nx, static_cast<unsigned char>(0));
     }
+}
+
+} // namespace
+
+void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t squaredRadius,
+                    const std::string& tablePath, IProgress& progress) {
+    CWorkPace pace(progress);
+    const CSquaredDistanceView distance(c_function, squaredDistance, pace);
+    RequireFitting(c_function, output, IMAGE_BINARY_FG, squaredDistance);
+    const CImageView<unsigned char> marks(output);
     const std::int32_t greatest = std::max(distance.Greatest(), 1);
-    const auto table = CCoveringTable::ForImage(tablePath, greatest);
-    const auto spheres = SpheresForImage({}, greatest);
+    const auto table = pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace);
+    const auto spheres = pace.IsCancelled() ? nullptr : SpheresForImage({}, greatest, pace);
+    if (table == nullptr || spheres == nullptr)
+        return Clear(marks);
     const CNearestSites sites(distance, *spheres);
     const StTask task{distance, marks, *table, sites, table->FarVectorCount(greatest), squaredRadius};
     progress.Start(static_cast<unsigned>(marks.nz), "medial axis");
-    ParallelFor(marks.nz, progress, [&task] {
-        const auto worker = std::make_shared<CPlaneWorker>(task);
-        return [worker](std::int64_t z) { (*worker)(z); };
+    const bool isDone = ParallelFor(marks.nz, progress, [&task](CWorkerTurn& turn) {
+        return [pace = CWorkPace(turn), worker = CPlaneWorker(task)](std::int64_t z) mutable {
+            worker(z, pace);
+        };
     });
+    if (!isDone)
+        Clear(marks);
     progress.Finish();
 }
 

@@ -24,8 +24,7 @@ namespace ORVEN {
 /// reaches less far than the image needs and than the built-in list does.
 ///
 /// Raises `CException` for a type, size or dimension that does not fit, for distances that no such object
-/// has, and "Look-up table '%1' is not usable: %2.". A cancelled run leaves early; what was not done by then
-/// is 0.
+/// has, and "Look-up table '%1' is not usable: %2.". A cancelled run leaves early, with 0 everywhere.
 ///
 /// Time: linear in the number of pixels; a pixel on the axis takes a step for each vector of the list whose
 /// ball fits the image (31 for balls of radius 20, 314 for 64). Memory: a table that depends on the greatest

@@ -4,6 +4,7 @@
 #include "QuillonTransformation/CSquaredDistanceView.h"
 #include "QuillonTransformation/SimplePoints.h"
 
+#include <QuillonBase/CWorkPace.h>
 #include <QuillonBase/Neighborhoods.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
@@ -29,6 +30,9 @@ namespace {
 
 const char* const g_site = "CSkeletonCouprierZour::EuclideanSkeleton";
 
+/// To enter a pixel into a set of pixels or look for it there.
+constexpr std::int64_t c_unitsPerPixel = 8;
+
 struct StImages {
     CImageView<const unsigned char> input;
     const CSquaredDistanceView& squaredDistance;
@@ -40,6 +44,7 @@ struct StImages {
 template <class Body>
 bool ForEachObjectPixel(const StImages& images, const CFramedBits& frame, IProgress& progress,
                         const Body& body) {
+    CWorkPace pace(progress);
     for (std::int64_t z = 0; z < images.input.nz; ++z) {
         if (progress.IsCancelled())
             return false;
@@ -51,6 +56,8 @@ bool ForEachObjectPixel(const StImages& images, const CFramedBits& frame, IProgr
                 if (object[x] != 0)
                     body(frame.Place(x, y, z), static_cast<std::size_t>(squaredDistance[x]), anchors[x] != 0);
             }
+            if (pace.Add(c_unitsPerPixel * images.input.nx))
+                return false;
         }
         progress.Step(1, 0);
     }
@@ -183,7 +190,7 @@ private:
     /// How far memory is asked for ahead of the test: pixels of a distance lie scattered all over the image.
     static constexpr std::size_t c_testsAhead = 16;
     /// How many pixels are tested between two looks at the progress.
-    static constexpr std::uint64_t c_testsALook = 1 << 16;
+    static constexpr std::uint64_t c_testsALook = 1 << 15;
 
     const CSimplePoints<Neighborhood>& m_isSimple = CSimplePoints<Neighborhood>::Obj();
     CFramedBits& m_object;
@@ -232,13 +239,20 @@ bool WithNeighborhood(const std::string& id, const Thin& thin) {
     throw CException(g_site, CString("Invalid neighborhood id '%1'.", CString::ENC_UTF8).Arg(id), nullptr);
 }
 
-void Write(const CImageView<unsigned char>& output, const CFramedBits& object) {
+/// Returns false if the run was cancelled.
+bool Write(const CImageView<unsigned char>& output, const CFramedBits& object, IProgress& progress) {
+    CWorkPace pace(progress);
+    return ForEachRow(output, c_unitsPerPixel, pace, [&](std::int64_t y, std::int64_t z) {
+        unsigned char* const row = output.Row(y, z);
+        for (std::int64_t x = 0; x < output.nx; ++x)
+            row[x] = object.Contains(object.Place(x, y, z)) ? 1 : 0;
+    });
+}
+
+void Clear(const CImageView<unsigned char>& output) {
     for (std::int64_t z = 0; z < output.nz; ++z) {
-        for (std::int64_t y = 0; y < output.ny; ++y) {
-            unsigned char* const row = output.Row(y, z);
-            for (std::int64_t x = 0; x < output.nx; ++x)
-                row[x] = object.Contains(object.Place(x, y, z)) ? 1 : 0;
-        }
+        for (std::int64_t y = 0; y < output.ny; ++y)
+            std::fill_n(output.Row(y, z), output.nx, static_cast<unsigned char>(0));
     }
 }
 
@@ -251,12 +265,15 @@ void RequireSkeletonNeighborhood(const std::string& id) {
 void ThinByDistance(const IImage& input, const IImage& squaredDistance, const IImage& anchors, IImage& output,
                     const std::string& neighborhood, IProgress& progress, EnPlaceSize placeSize) {
     RequireSkeletonNeighborhood(neighborhood);
-    const CSquaredDistanceView distances(g_site, squaredDistance);
+    CWorkPace pace(progress);
+    const CSquaredDistanceView distances(g_site, squaredDistance, pace);
     for (const IImage* image : {&input, &anchors, static_cast<const IImage*>(&output)})
         RequireFitting(g_site, *image, IMAGE_BINARY_FG, squaredDistance);
     const StImages images{CImageView<const unsigned char>(input), distances,
                           CImageView<const unsigned char>(anchors)};
     const CImageView<unsigned char> result(output);
+    if (pace.IsCancelled())
+        return Clear(result);
 
     CFramedBits object(result.nx, result.ny, result.nz);
     constexpr std::uint64_t placesOf32Bits = std::uint64_t{1} << 32;
@@ -266,9 +283,8 @@ void ThinByDistance(const IImage& input, const IImage& squaredDistance, const II
         return fits32Bits ? Thin<std::uint32_t, Neighborhood>(images, object, progress)
                           : Thin<std::uint64_t, Neighborhood>(images, object, progress);
     });
-    if (!isDone)
-        object = CFramedBits(result.nx, result.ny, result.nz);
-    Write(result, object);
+    if (!isDone || !Write(result, object, progress))
+        Clear(result);
     progress.Finish();
 }
 

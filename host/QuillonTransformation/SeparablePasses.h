@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 #include <QuillonBase/VectorDispatch.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 
 /// The order of work of a transform of a whole image that takes one axis after the other, in place.
 namespace ORVEN {
@@ -20,13 +19,13 @@ struct StPassExtents {
 
 namespace Impl {
 
-/// `makeWork` makes what does an item, with scratch memory of its own.
+/// `makeWork` makes what does an item, `work(item, pace)`, with scratch memory of its own.
 template <class MakeWork>
 bool ForEachItem(std::int64_t count, IProgress& progress, const MakeWork& makeWork) {
-    return ParallelFor(count, progress, [&makeWork] {
-        // Shared, as a std::function must be able to be copied.
-        const auto work = std::make_shared<decltype(makeWork())>(makeWork());
-        return [work](std::int64_t item) { RunFor(BestVectors(), [&] { (*work)(item); }); };
+    return ParallelFor(count, progress, [&makeWork](CWorkerTurn& turn) {
+        return [pace = CWorkPace(turn), work = makeWork()](std::int64_t item) mutable {
+            RunFor(BestVectors(), [&] { work(item, pace); });
+        };
     });
 }
 
@@ -35,12 +34,14 @@ bool ForEachItem(std::int64_t count, IProgress& progress, const MakeWork& makeWo
 /// Does the rows along x, then the lines along y, then those along z, as far as the image has these axes.
 ///
 /// `makeRows()` makes what does a row, `rows(y, z)`. `makeLines(axis)` makes what does the lines along axis 1
-/// or 2 from x to below endX, `lines(other, x, endX)`, the other coordinate being that of the axis that is
-/// left. There are at most `c_linesPerItem` of them unless axis is 1. Both are made once a thread and stage.
+/// or 2 from x to below endX, `lines(other, x, endX, pace)`, the other coordinate being that of the axis that
+/// is left; it reports its work to the pace and can leave once that is cancelled. There are at most
+/// `c_linesPerItem` of them unless axis is 1. Both are made once a thread and stage.
 ///
 /// Rows and lines along y are done a plane at a time, so that the lines find the rows in the cache; where
 /// there are too few planes to be dealt out to the threads, all rows come first. One step of progress is a
-/// plane, or a block of rows or lines. Returns false if cancelled.
+/// plane, or a block of rows or lines; a cancellation is noticed within an item too. Returns false if
+/// cancelled.
 class CSeparablePasses {
 public:
     static constexpr std::int64_t c_linesPerItem = 256;
@@ -70,14 +71,19 @@ public:
 private:
     static constexpr std::int64_t c_rowsPerItem = 64;
     static constexpr std::int64_t c_manyPlanes = 16;
+    static constexpr std::int64_t c_unitsPerRowPixel = 8;
 
     template <class MakeRows, class MakeLines>
     bool RunPlanes(const MakeRows& makeRows, const MakeLines& makeLines) const {
         return Impl::ForEachItem(m_extents.nz, m_progress, [&] {
-            return [extents = m_extents, rows = makeRows(), lines = makeLines(1)](std::int64_t z) mutable {
-                for (std::int64_t y = 0; y < extents.ny; ++y)
+            return [extents = m_extents, rows = makeRows(), lines = makeLines(1)](std::int64_t z,
+                                                                                  CWorkPace& pace) mutable {
+                for (std::int64_t y = 0; y < extents.ny; ++y) {
                     rows(y, z);
-                lines(z, 0, extents.nx);
+                    if (pace.Add(extents.nx * c_unitsPerRowPixel))
+                        return;
+                }
+                lines(z, 0, extents.nx, pace);
             };
         });
     }
@@ -85,11 +91,14 @@ private:
     template <class MakeRows>
     bool RunRows(const MakeRows& makeRows) const {
         return Impl::ForEachItem(m_extents.nz * m_rowBlocks, m_progress, [&] {
-            return [this, rows = makeRows()](std::int64_t item) mutable {
+            return [this, rows = makeRows()](std::int64_t item, CWorkPace& pace) mutable {
                 const std::int64_t first = item % m_rowBlocks * c_rowsPerItem;
                 const std::int64_t end = std::min(first + c_rowsPerItem, m_extents.ny);
-                for (std::int64_t y = first; y < end; ++y)
+                for (std::int64_t y = first; y < end; ++y) {
                     rows(y, item / m_rowBlocks);
+                    if (pace.Add(m_extents.nx * c_unitsPerRowPixel))
+                        return;
+                }
             };
         });
     }
@@ -97,9 +106,9 @@ private:
     template <class MakeLines>
     bool RunLines(int axis, std::int64_t otherExtent, const MakeLines& makeLines) const {
         return Impl::ForEachItem(otherExtent * m_lineBlocks, m_progress, [&] {
-            return [this, lines = makeLines(axis)](std::int64_t item) mutable {
+            return [this, lines = makeLines(axis)](std::int64_t item, CWorkPace& pace) mutable {
                 const std::int64_t x = item % m_lineBlocks * c_linesPerItem;
-                lines(item / m_lineBlocks, x, std::min(x + c_linesPerItem, m_extents.nx));
+                lines(item / m_lineBlocks, x, std::min(x + c_linesPerItem, m_extents.nx), pace);
             };
         });
     }

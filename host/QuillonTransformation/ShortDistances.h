@@ -2,6 +2,8 @@
 
 #include "QuillonTransformation/EnSeeds.h"
 
+#include <QuillonBase/CWorkPace.h>
+
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -136,11 +138,17 @@ public:
         return m_values[static_cast<std::size_t>(Margin() + place)].items;
     }
 
-    /// Fills in the results and returns whether none is farther than `c_farDistance` pixels. Otherwise it
-    /// stops early.
-    bool Minimize() {
-        for (std::int64_t place = 0; place < m_length; place += c_blockLength) {
-            if (!MinimizeBlock(place, std::min(c_blockLength, m_length - place)))
+    /// Fills in the results and returns whether none is farther than `c_farDistance` pixels. Otherwise, and
+    /// if cancelled, it stops early.
+    bool Minimize(CWorkPace& pace) {
+        for (std::int64_t stretch = 0; stretch < m_length; stretch += c_stretchLength) {
+            const std::int64_t end = std::min(stretch + c_stretchLength, m_length);
+            std::int64_t looks = 0;
+            for (std::int64_t place = stretch; place < end; place += c_blockLength) {
+                if (!MinimizeBlock(place, std::min(c_blockLength, end - place), looks))
+                    return false;
+            }
+            if (pace.Add(looks * c_unitsPerLook))
                 return false;
         }
         return true;
@@ -155,6 +163,9 @@ private:
     using Mask = std::conditional_t<std::is_integral_v<Number>, Number, std::int64_t>;
 
     static constexpr std::int64_t c_blockLength = 8;
+    /// Places between two reports of work.
+    static constexpr std::int64_t c_stretchLength = 32 * c_blockLength;
+    static constexpr std::int64_t c_unitsPerLook = 64;
 
     /// Places beyond the ends that are looked at: steps go by two and may take one too many.
     [[nodiscard]] std::int64_t Margin() const { return m_reach + 1; }
@@ -163,7 +174,8 @@ private:
         return static_cast<Number>(m_weight * static_cast<Number>(distance * distance));
     }
 
-    bool MinimizeBlock(std::int64_t place, std::int64_t count) {
+    /// Counts the looks aside.
+    bool MinimizeBlock(std::int64_t place, std::int64_t count, std::int64_t& looks) {
         const Number* const values = Values(place);
         Number* const results = m_results[static_cast<std::size_t>(place)].items;
         const std::int64_t size = count * c_shortLanes;
@@ -172,8 +184,10 @@ private:
             return true;
         }
         bool canBeLess = LookAside(values, values, results, size, 1);
-        for (std::int64_t k = 3; canBeLess && k <= m_reach; k += 2)
+        std::int64_t k = 3;
+        for (; canBeLess && k <= m_reach; k += 2)
             canBeLess = LookAside(values, results, results, size, k);
+        looks += k / 2;
         return !canBeLess || !IsAnyAbove(results, size, Square(c_farDistance));
     }
 

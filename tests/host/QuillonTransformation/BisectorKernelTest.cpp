@@ -216,7 +216,7 @@ public:
     }
 };
 
-TEST(ComputeBisector, ACancelledRunLeavesZerosBehindWhatWasDone) {
+TEST(ComputeBisector, ACancelledRunLeavesZeros) {
     const StObject solid = Solid({3, 3, 60}, 0);
     const auto distance = test::SquaredDistanceImage(solid);
     const auto output = OutputFor(*distance);
@@ -229,9 +229,7 @@ TEST(ComputeBisector, ACancelledRunLeavesZerosBehindWhatWasDone) {
     CImpatientProgress progress;
     ComputeBisector(*distance, *solid.Image(), *output, 0.0F, {}, progress);
     SetThreadCount(0);
-    const Floats angles = PixelsOf<float>(*output);
-    EXPECT_EQ(angles.front(), BisectorOf(solid).front());
-    EXPECT_EQ(std::ranges::count(angles.end() - 9 * 30, angles.end(), 0.0F), 9 * 30);
+    EXPECT_EQ(PixelsOf<float>(*output), Floats(9 * 60, 0.0F));
     EXPECT_EQ(progress.calls.back(), "Finish");
 }
 

@@ -316,8 +316,6 @@ TEST(CSphericalMorphology, FollowsItsDefinitionForLargeRadii) {
                 EXPECT_EQ(Result(&CSphericalMorphology::Erode, *image, r), inverted(within(false, true)));
                 EXPECT_EQ(Result(&CSphericalMorphology::ReflectedErosion, *image, r),
                           inverted(within(false, false)));
-                if (size.Dim() == 3) // the border would make it a large image
-                    continue;
                 const Bytes closed = Result(&CSphericalMorphology::Closing, *image, r);
                 EXPECT_TRUE(IsInside(pixels, closed));
                 EXPECT_EQ(Result(&CSphericalMorphology::Closing, *Binary(size, closed), r), closed);
@@ -506,7 +504,8 @@ TEST_F(CSphericalMorphologyThreads, LeaveZerosAndNoErrorWhenCancelled) {
     for (const int threadCount : {1, 3}) {
         for (const StOperation& operation : c_operations) {
             for (const float radius : {3.0F, 130.0F}) {
-                for (const int times : {0, 1, 60}) {
+                // Of several threads only the calling one asks, and nobody knows how often.
+                for (const int times : {0, 1, threadCount == 1 ? 60 : 2}) {
                     SetThreadCount(threadCount);
                     CPatience progress(times);
                     CSphericalMorphology algorithm(nullptr, nullptr);

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "QuillonBase/IProgress.h"
+#include "QuillonBase/Parallel.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace ORVEN {
+
+/// Paces the questions whether to go on: a kernel reports its work as it goes along, and once enough has come
+/// together the pace asks.
+///
+/// Work is counted in units of about a nanosecond: a step of a scalar loop, or a few pixels of a vectorised
+/// one. Units need not be exact. A question comes at least every `c_workPerQuestion` of them, which leaves a
+/// margin of ten to the 20 ms after which a user would notice. Work that is reported in one go should be well
+/// below a million units.
+class CWorkPace {
+public:
+    static constexpr std::int64_t c_workPerQuestion = 1 << 20;
+
+    /// For work inside an item of a `ParallelFor`; one pace a thread.
+    explicit CWorkPace(CWorkerTurn& turn)
+        : m_turn(&turn) {}
+    /// For work of the thread that called the algorithm, outside of any `ParallelFor`.
+    explicit CWorkPace(IProgress& progress)
+        : m_progress(&progress) {}
+
+    /// Counts work that has been done. Once it returns true it always does: the caller leaves at once, and
+    /// what it has computed is not used.
+    [[nodiscard]] bool Add(std::int64_t units) {
+        m_work += units;
+        return m_work < c_workPerQuestion ? m_isCancelled : Ask();
+    }
+
+    [[nodiscard]] bool IsCancelled() const { return m_isCancelled; }
+
+private:
+    bool Ask();
+
+    CWorkerTurn* m_turn = nullptr;
+    IProgress* m_progress = nullptr;
+    std::int64_t m_work = 0;
+    bool m_isCancelled = false;
+};
+
+/// Calls `body(first, end)` for pieces of the numbers from 0 to `count` - 1 in order, and asks in between.
+/// Each number is `unitsEach` of work. Returns false if cancelled.
+template <class Body>
+bool ForEachPiece(std::int64_t count, std::int64_t unitsEach, CWorkPace& pace, const Body& body) {
+    constexpr std::int64_t unitsOfPiece = CWorkPace::c_workPerQuestion / 4;
+    const std::int64_t length =
+        std::max<std::int64_t>(1, unitsOfPiece / std::max<std::int64_t>(1, unitsEach));
+    for (std::int64_t first = 0; first < count; first += length) {
+        const std::int64_t end = std::min(first + length, count);
+        body(first, end);
+        if (pace.Add((end - first) * unitsEach))
+            return false;
+    }
+    return !pace.IsCancelled();
+}
+
+/// Calls `body(y, z)` for all rows of a view of an image, on this thread, and asks in between. A pixel is
+/// `unitsEach` of work. Returns false if cancelled.
+template <class View, class Body>
+bool ForEachRow(const View& view, std::int64_t unitsEach, CWorkPace& pace, const Body& body) {
+    constexpr std::int64_t unitsOfRow = 16;
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y) {
+            body(y, z);
+            if (pace.Add(view.nx * unitsEach + unitsOfRow))
+                return false;
+        }
+    }
+    return !pace.IsCancelled();
+}
+
+/// The same on several threads, a plane being a step of progress. Rows must not depend on one another.
+template <class View, class Body>
+bool ForEachRowInParallel(const View& view, std::int64_t unitsEach, IProgress& progress, const char* phase,
+                          const Body& body) {
+    constexpr std::int64_t unitsOfRow = 16;
+    progress.Start(static_cast<unsigned>(view.nz), phase);
+    const bool isDone = ParallelFor(view.nz, progress, [&](CWorkerTurn& turn) {
+        return [&, pace = CWorkPace(turn)](std::int64_t z) mutable {
+            for (std::int64_t y = 0; y < view.ny && !pace.IsCancelled(); ++y) {
+                body(y, z);
+                (void)pace.Add(view.nx * unitsEach + unitsOfRow);
+            }
+        };
+    });
+    progress.Finish();
+    return isDone;
+}
+
+} // namespace ORVEN
