@@ -1,5 +1,6 @@
 #include "QuillonTransformation/CSphericalMorphology.h"
 
+#include "QuillonTransformation/CloseWithLargeBall.h"
 #include "QuillonTransformation/DistanceTransform.h"
 #include "QuillonTransformation/SeparablePasses.h"
 #include "QuillonTransformation/ShortDistances.h"
@@ -333,7 +334,9 @@ void CSphericalMorphology::Closing(IImage& result, IImage& source, float radius)
     if (source.Size().PixelCount() == 0)
         return;
     // The dilation reaches beyond the border, and what it leaves free there takes part in the erosion.
-    if (!CloseWithBorder(source, result, square, Progress()))
+    const bool isDone = StTask::Takes(square) ? CloseWithBorder(source, result, square, Progress())
+                                              : CloseWithLargeBall(source, result, square, Progress());
+    if (!isDone)
         Fill(result, 0);
 }
 

@@ -21,8 +21,9 @@ namespace ORVEN {
 /// needs. A cancelled run leaves early, with 0 everywhere.
 ///
 /// Time: linear in the number of pixels; up to radius 126 a large radius costs little more than a small one.
-/// Memory: some dozen lines a thread up to that radius, and four bytes a pixel above; closing takes a byte a
-/// pixel more, counted with a border as wide as the radius. The result is the same for any number of threads.
+/// Memory: some dozen lines a thread up to that radius, and four bytes a pixel above. Closing takes account
+/// of a border as wide as the radius: up to 126 in time and in a byte for each pixel of image and border,
+/// above as `CloseWithLargeBall` says. The result is the same for any number of threads.
 ///
 /// J. Serra, Image analysis and mathematical morphology, 1982; P. Soille, Morphological image analysis, 2003.
 /// A pixel is within the ball of a set exactly if its squared distance to the set is at most T, so that all
