@@ -4,7 +4,7 @@
 
 namespace ORVEN {
 
-/// An argument that the callee cannot work with; the caller is at fault.
+/// Raised for an argument that the callee cannot work with: the caller is at fault.
 class CExBadParam : public CException {
 public:
     using CException::CException;

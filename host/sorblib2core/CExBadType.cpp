@@ -7,7 +7,7 @@ namespace ORVEN {
 
 CExBadType::CExBadType(const Impl::StExLocation& location, const CValue* value)
     : CException(location,
-                 CString("Value of type '%1' does not hold what was asked of it.", CString::ENC_UTF8)
+                 CString("A value of type '%1' does not hold the requested data.", CString::ENC_UTF8)
                      .Arg(value != nullptr ? value->Type().name() : "null")) {}
 
 CExBadType::~CExBadType() = default;

@@ -6,10 +6,10 @@ namespace ORVEN {
 
 class CValue;
 
-/// A value of a kind that does not hold what was asked of it.
+/// Raised when a value is asked for data of a kind that it does not hold.
 class CExBadType : public CException {
 public:
-    /// The message names the kind of `value`, which can be null.
+    /// The message names the class of `value`, which can be null.
     CExBadType(const Impl::StExLocation& location, const CValue* value);
     CExBadType(const CExBadType&) = default;
     CExBadType& operator=(const CExBadType&) = default;

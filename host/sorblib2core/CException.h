@@ -7,13 +7,13 @@
 
 namespace ORVEN {
 
-/// What host libraries and plug-ins raise: who failed and why, as texts for the user.
+/// The exception that host libraries and plug-ins raise. Its texts are for the user: what failed, and why.
 ///
-/// The class lives in this library with default visibility, so that it can be caught across the border
+/// The class is defined in this library with default visibility, so that it can be caught across the boundary
 /// between host and pack.
 class CException : public std::exception {
 public:
-    /// `source` names the plug-in, class or function that failed; `detail` can be null. Null texts are empty.
+    /// `source` names the plug-in, class or function that failed. A null text counts as empty.
     CException(const char* source, const char* message, const char* detail);
     /// The function of the location becomes the source.
     CException(const Impl::StExLocation& location, const char* message);
@@ -26,7 +26,7 @@ public:
 
     [[nodiscard]] const char* Source() const noexcept { return m_source.c_str(); }
     [[nodiscard]] const char* Detail() const noexcept { return m_detail.c_str(); }
-    /// All null and 0 where the exception was not raised with a location.
+    /// All members are null or 0 if the exception was raised without a location.
     [[nodiscard]] const Impl::StExLocation& Location() const noexcept { return m_location; }
 
     [[nodiscard]] const char* what() const noexcept override { return Message(); }

@@ -2,11 +2,11 @@
 
 namespace ORVEN {
 
-/// Questions about files of the host's file system.
+/// Queries about files in the file system of the host.
 class CFile {
 public:
-    /// Whether a file of that name exists, of any kind but a directory. Returns false for a null path and for
-    /// one that cannot be examined.
+    /// Whether `path` exists and is not a directory. Returns false for a null path and for a path that cannot
+    /// be examined.
     static bool Exists(const char* path);
 };
 

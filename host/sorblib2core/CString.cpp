@@ -10,10 +10,10 @@ namespace {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-/// A placeholder: '%' and the one or two digits behind it.
+/// A placeholder: '%' followed by one or two digits.
 struct StPlaceholder {
     std::size_t position;
-    std::size_t length; // 0: none found
+    std::size_t length; // 0 if none was found
     int number;
 };
 

@@ -4,10 +4,10 @@
 
 namespace ORVEN {
 
-/// Small text helpers in the manner of the C library.
+/// Text helpers in the style of the C library.
 class CStringTools {
 public:
-    /// printf into a string of whatever length it takes. Numbers follow the locale of the process.
+    /// printf into a string of any length. Numbers follow the locale of the process.
     [[gnu::format(printf, 1, 2)]] static std::string Printf(const char* format, ...);
 
     static std::string toString(int number) { return std::to_string(number); }

@@ -12,12 +12,12 @@ class CValueMap;
 class CValuePointerBase;
 class CValueVector;
 
-/// A value of a parameter tree. What it holds is a matter of its class; the accessors below all stand here,
-/// so that a reader needs no cast.
+/// A value of a parameter tree. The derived class determines what it holds. All accessors are declared here,
+/// so that reading a value needs no cast.
 ///
-/// An accessor asked of a class that does not hold such a thing raises `CExBadType`, except `Map`, `Vector`,
-/// `Pointer` and `VoidPointer`, which answer null. The order of the virtual operations is part of the
-/// contract with built packs: add new ones at the end.
+/// An accessor that does not match the class of the value raises `CExBadType`, except `Map`, `Vector`,
+/// `Pointer` and `VoidPointer`, which return null. The order of the virtual functions is part of the binary
+/// interface to packs already built: add new ones at the end.
 class CValue {
 public:
     enum EnValType {
@@ -31,11 +31,11 @@ public:
         VAL_VECTOR = 7,
     };
 
-    /// Who owns the pointees of owned pointer values after a clone or copy.
+    /// Who owns the pointees of owning pointer values after a clone or copy.
     enum EnTfOwnership {
-        TF_NONE = 0, ///< no answer: cloning or copying an owned pointer raises
-        TF_KEEP = 1, ///< the original still owns; the clone or copy is a plain pointer
-        TF_MOVE = 2, ///< the clone or copy owns
+        TF_NONE = 0, ///< unspecified: cloning or copying an owning pointer raises
+        TF_KEEP = 1, ///< the original keeps ownership; the clone or copy is a plain pointer
+        TF_MOVE = 2, ///< the clone or copy takes ownership
     };
 
     CValue();
@@ -46,7 +46,7 @@ public:
     virtual bool Bool() const;
     virtual std::int32_t Long() const;
     virtual std::int32_t& Long();
-    /// A 32-bit integer value answers the const form with its number as a double.
+    /// A 32-bit integer value returns its number as a double from the const overload.
     virtual double Double() const;
     virtual double& Double();
     virtual const CString& String() const;
@@ -58,39 +58,40 @@ public:
     virtual const CValuePointerBase* Pointer() const;
     virtual CValuePointerBase* Pointer();
 
-    /// A new value of the same kind, with the same meta entries; the caller owns it.
+    /// Returns a new value of the same kind with the same meta entries. The caller owns it.
     virtual CValue* Clone(EnTfOwnership strategy) const = 0;
-    /// Takes over what `source` holds, which must be of the same kind (else `CExBadType`), and its meta
-    /// entries: in place of its own, or among them if `mergeMeta` is set. On failure both values stay as they
-    /// were, meta entries and owners included.
+    /// Copies the contents of `source`, which must be of the same kind (else `CExBadType`), and its meta
+    /// entries. These replace the existing meta entries, or are merged into them if `mergeMeta` is set. On
+    /// failure both values stay unchanged, including meta entries and ownership.
     virtual CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta);
-    /// Copies with `TF_MOVE`.
+    /// Copies with `TF_MOVE`, replacing the meta entries.
     virtual CValue& Move(CValue& source);
 
-    /// Same kind and same value. For pointers that means the same address, for containers equal entries.
+    /// Whether kind and value are the same. Pointers are equal if they hold the same address, containers if
+    /// their entries are equal.
     virtual bool Equal(const CValue& other) const;
-    /// Same data: like `Equal`, but pointers compare what they point to, byte by byte.
+    /// Like `Equal`, but pointers compare the bytes that they point to.
     virtual bool EqualData(const CValue& other) const;
 
-    /// The class of the value object itself.
+    /// The dynamic class of the value object.
     virtual const std::type_info& Type() const;
     virtual EnValType GenericType() const;
-    /// For a pointer value the pointee's class, else the same as `Type()`.
+    /// The class of the pointee for a pointer value, else the same as `Type()`.
     virtual const std::type_info& ElementType() const;
-    /// Whether the value only refers to another value. No class of this library does.
+    /// Whether the value is a link to another value. No class of this library is one.
     virtual bool IsLink() const;
-    /// Whether there is something to read; false for a null pointer.
+    /// Whether the value can be read; false for a null pointer.
     virtual bool IsValid() const;
-    /// Entries about the value that are no part of it, such as a unit.
+    /// Entries that describe the value, such as a unit, and do not belong to its contents.
     virtual const CValueMap& Meta() const;
     virtual CValueMap& Meta();
-    /// Sets a text of `length` bytes; `CString::NPOS` for all up to the terminator.
+    /// Sets the text to the first `length` bytes of `text`, or to all of it for `CString::NPOS`.
     virtual void SetString(const char* text, std::size_t length);
     virtual const void* VoidPointer() const;
     virtual void* VoidPointer();
 
-    /// Takes over the meta entries of `source`, in place of its own or among them. On failure both stay as
-    /// they were.
+    /// Copies the meta entries of `source`, replacing the existing ones or merging with them. On failure both
+    /// values stay unchanged.
     CValue& CopyMeta(const CValue& source, EnTfOwnership strategy, bool mergeMeta);
 
 protected:
@@ -99,19 +100,19 @@ protected:
     /// Raises `CExBadType` unless `source` has the same generic type and element type as this value.
     void RequireSameKind(const CValue& source, const char* function) const;
 
-    /// Meta entries for `TakeMeta`, cloned from those of `source`; null if it has none.
+    /// Clones the meta entries of `source` for `TakeMeta`; null if it has none.
     [[nodiscard]] static std::unique_ptr<CValueMap> ClonedMeta(const CValue& source, EnTfOwnership strategy);
-    /// Takes prepared meta entries over, in place of its own or among them. Those that give way are left in
-    /// `fresh`, for the caller to destroy when nothing is needed of them any more.
+    /// Installs prepared meta entries, replacing the existing ones or merging with them. Replaced entries are
+    /// left in `fresh`, so that the caller decides when to destroy them.
     void TakeMeta(std::unique_ptr<CValueMap>& fresh, bool mergeMeta) noexcept;
 
-    /// Undoes a clone with `TF_MOVE`: `original` owns again what `clone` has taken over, also below them. A
-    /// container that was cloned in part has the first entries of the original only, and null for an entry
-    /// that failed.
+    /// Undoes a clone with `TF_MOVE`: returns ownership from `clone` to `original`, at every depth. A
+    /// container whose cloning failed half-way contains only the first entries of the original, with null for
+    /// the entry that failed.
     static void GiveBack(CValue& clone, const CValue& original) noexcept;
 
 private:
-    std::unique_ptr<CValueMap> m_meta; // made on first use: most values have none
+    std::unique_ptr<CValueMap> m_meta; // created on first use: most values have none
 };
 
 } // namespace ORVEN

@@ -4,7 +4,7 @@
 
 namespace ORVEN {
 
-/// A truth value.
+/// A Boolean value.
 class CValueBool : public CValue {
 public:
     explicit CValueBool(bool value);

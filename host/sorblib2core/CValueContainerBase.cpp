@@ -90,13 +90,13 @@ void CValueContainerBase::SetEntry(const CValue_Key& key, CValue* value) {
         if (holder == nullptr) {
             throw CExBadParam(
                 Impl::Here("ORVEN::CValueContainerBase::SetEntry"),
-                CString("The path '%1' leads through '%2', which is no container.", CString::ENC_UTF8)
+                CString("The path '%1' leads through '%2', which is not a container.", CString::ENC_UTF8)
                     .Arg(key.ToString())
                     .Arg(std::string(step)));
         }
     }
     if (holder->DirectEntry(path) == value) {
-        (void)owned.release(); // stored there already
+        (void)owned.release(); // already stored there
         return;
     }
     holder->SetDirectEntry(path, std::move(owned));

@@ -4,12 +4,12 @@
 
 namespace ORVEN {
 
-/// An integer of 32 bits on every platform.
+/// A 32-bit integer on every platform.
 class CValueLong : public CValue {
 public:
     explicit CValueLong(std::int32_t value);
 
-    using CValue::Double; // a reference to a double cannot be had
+    using CValue::Double; // there is no double to refer to: the non-const overload raises
     std::int32_t& Long() override { return m_value; }
     std::int32_t Long() const override { return m_value; }
     double Double() const override { return m_value; }

@@ -47,13 +47,13 @@ CValue& CValueMap::Copy(const CValue& source, EnTfOwnership strategy, bool merge
     std::unique_ptr<CValueMap> meta;
     try {
         for (const auto& [key, value] : source.Map()->m_entries)
-            staged.m_entries[key].reset(value->Clone(strategy)); // the place first: a clone must not get lost
+            staged.m_entries[key].reset(value->Clone(strategy)); // place first, so that no clone can leak
         meta = ClonedMeta(source, strategy);
     } catch (...) {
         GiveBack(staged, source);
         throw;
     }
-    // The source can stand among what gives way, which is destroyed last.
+    // The source may be one of the old entries, so these are destroyed last.
     m_entries.swap(staged.m_entries);
     TakeMeta(meta, mergeMeta);
     return *this;

@@ -11,14 +11,16 @@
 
 namespace ORVEN {
 
-/// A map from key to value, ordered by key: the parameter tree, a document, the attributes of an image.
+/// A map from keys to values, ordered by key. Parameter trees, documents and the attributes of an image are
+/// such maps.
 ///
-/// Find, insert and remove take time logarithmic in the number of entries, per step of a path.
+/// Lookup, insertion and removal take time logarithmic in the number of entries per step of a path; `Find`
+/// searches linearly.
 class CValueMap : public CValueContainerBase, public IPluginObject {
     using Entries = std::map<CValue_Key, std::unique_ptr<CValue>>;
 
 public:
-    /// Walks the direct entries in the order of their keys.
+    /// Iterates over the direct entries in the order of their keys.
     class const_iterator {
     public:
         using iterator_category = std::forward_iterator_tag;
@@ -51,7 +53,8 @@ public:
     };
 
     CValueMap();
-    /// Clones every entry. Raises `CExBadParam` if one of them is an owned pointer: there is one owner only.
+    /// Clones every entry. Raises `CExBadParam` if one of them is an owning pointer, as a pointee has only
+    /// one owner.
     CValueMap(const CValueMap& other);
     CValueMap& operator=(const CValueMap&) = delete;
     ~CValueMap() override;
@@ -69,31 +72,31 @@ public:
 
     [[nodiscard]] virtual bool IsEmpty() const;
     virtual void Clear();
-    /// The keys of the direct entries, ascending.
+    /// The keys of the direct entries in ascending order.
     [[nodiscard]] virtual std::list<CValue_Key> Keys() const;
-    /// Whether every direct entry of this map stands in `other` too, with an equal value.
+    /// Whether `other` contains every direct entry of this map, with an equal value.
     [[nodiscard]] virtual bool IsSubset(const CValueMap& other) const;
 
     [[nodiscard]] virtual const_iterator begin() const;
     [[nodiscard]] virtual const_iterator end() const;
 
 protected:
-    /// A new empty map of the class that clones are to have.
+    /// A new empty map of the class that clones should have.
     [[nodiscard]] virtual CValueMap* NewObject() const;
 
-    /// The steps of the iterator.
+    /// Used by the iterator.
     virtual const CValue* _Deref(const const_iterator& position) const;
     virtual void _IncDec(const_iterator& position, bool forward) const;
 
 public:
-    // Behind the others, as it takes a place of its own in the order of this class.
+    // Declared after the others because it takes its own place in the virtual table of this class.
     bool TestInterface(const CString& name) override;
 
 private:
     friend class CValue;
     friend class CValueContainerBase;
 
-    /// Moves all entries of `fresh` in here. Entries that give way to them are in `fresh` afterwards.
+    /// Moves all entries of `fresh` into this map. Entries that they replace end up in `fresh`.
     void TakeEntries(CValueMap& fresh) noexcept;
 
     [[nodiscard]] CValue* DirectEntry(std::string_view step) const;
@@ -106,7 +109,7 @@ private:
     Entries m_entries;
 };
 
-// Made once, in this library: pointers to maps cross the border between host and pack.
+// Instantiated once, in this library: pointers to maps cross the boundary between host and pack.
 extern template class CValuePointer<CValueMap>;
 extern template class CValueOwnedPointer<CValueMap>;
 

@@ -4,12 +4,12 @@
 
 namespace ORVEN {
 
-/// A pointer value that owns its pointee from the start and frees it in the end, unless the ownership has
-/// moved on.
+/// A pointer value that owns its pointee from construction and frees it on destruction, unless the ownership
+/// has been moved.
 template <class T>
 class CValueOwnedPointer : public CValuePointer<T> {
 public:
-    /// `pointer` comes from `new`, or from `new[]` for a count above 1.
+    /// `pointer` must come from `new`, or from `new[]` if `count` is above 1.
     CValueOwnedPointer(T* pointer, std::size_t count)
         : CValuePointer<T>(pointer, count) {
         this->SetOwner(true);

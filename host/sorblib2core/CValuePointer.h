@@ -9,22 +9,22 @@
 
 namespace ORVEN {
 
-/// A pointer to `count` objects of class T (one, as a rule). A fresh value does not own them; see
+/// A pointer to `count` objects of class T, usually one. A newly constructed value does not own them; see
 /// `CValueOwnedPointer` and the strategies of `Clone` and `Copy`.
 ///
-/// The class is made once per T, in the library that defines T (`extern template` in T's header), so that
-/// host and pack agree on its type.
+/// The class is instantiated once per T, in the library that defines T (`extern template` in the header of
+/// T), so that host and pack agree on its type.
 template <class T>
 class CValuePointer : public CValuePointerBase {
 public:
-    /// A null pointer makes the count 0.
+    /// A null pointer sets the count to 0.
     CValuePointer(T* pointer, std::size_t count)
         : CValuePointerBase(&typeid(T), pointer != nullptr ? count : 0, sizeof(T))
         , m_pointer(pointer) {}
 
     ~CValuePointer() override { FreeIfOwner(); }
 
-    /// Raises `CExBadParam` for an owned pointer without a strategy. `TF_MOVE` moves the ownership to the
+    /// Raises `CExBadParam` for an owning pointer without a strategy. `TF_MOVE` moves the ownership to the
     /// clone.
     CValue* Clone(EnTfOwnership strategy) const override {
         if (m_pointer != nullptr && IsOwner() && strategy == TF_NONE) {
@@ -39,9 +39,9 @@ public:
         return clone;
     }
 
-    /// Frees an owned pointee. Raises `CExBadType` for another kind of value or pointee, and
-    /// `CExBadParam` for an owned source without a strategy. With `TF_MOVE` the source gives up and this
-    /// value owns.
+    /// Frees the old pointee if this value owns it. Raises `CExBadType` for another kind of value or pointee,
+    /// and `CExBadParam` for an owning source without a strategy. `TF_MOVE` moves the ownership from the
+    /// source to this value.
     CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override {
         RequireSameKind(source, "ORVEN::CValuePointer::Copy");
         if (&source == this)
@@ -57,12 +57,12 @@ public:
         if (strategy == TF_MOVE)
             other.SetOwner(false);
         try {
-            CopyMeta(source, strategy, mergeMeta); // after which the source may be gone, if it stood in here
+            CopyMeta(source, strategy, mergeMeta); // may destroy the source, if it is one of the meta entries
         } catch (...) {
             other.SetOwner(isOwnedBySource);
             throw;
         }
-        // Freed last: the source can stand inside what this value owned.
+        // Freed last: the source may be inside the old pointee.
         CValuePointer former(m_pointer, Count());
         former.SetOwner(IsOwner() && m_pointer != pointer);
         if (strategy == TF_MOVE)
@@ -98,7 +98,7 @@ public:
     }
 
 private:
-    // Out of line: seen beside a `new` of one object, the array branch earns a false warning of the compiler.
+    // Not inlined: next to a `new` of one object, the array branch triggers a false compiler warning.
     [[gnu::noinline]] void FreeIfOwner() {
         if (!IsOwner())
             return;

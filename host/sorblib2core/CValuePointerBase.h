@@ -4,7 +4,7 @@
 
 namespace ORVEN {
 
-/// A pointer in a parameter tree, to one object or to an array of them, owned or not. See `CValuePointer`.
+/// A pointer value of a parameter tree, to one object or an array, owning or not. See `CValuePointer`.
 class CValuePointerBase : public CValue {
 public:
     const CValuePointerBase* Pointer() const override { return this; }
@@ -16,10 +16,10 @@ public:
 
     virtual const void* Void() const = 0;
     virtual void* Void() = 0;
-    /// A new plain pointer value to the same object; the caller owns the value.
+    /// Returns a new non-owning pointer value to the same object. The caller owns the value.
     virtual CValuePointerBase* CloneNonOwned() const = 0;
 
-    /// Gives up ownership: the pointee is the caller's affair from now on.
+    /// Gives up ownership of the pointee, which the caller must free from now on.
     CValuePointerBase* Release();
 
     [[nodiscard]] std::size_t Count() const { return m_count; }
@@ -33,12 +33,12 @@ protected:
     [[nodiscard]] const std::type_info& ValueType() const { return *m_valueType; }
     [[nodiscard]] unsigned short ElementSize() const { return m_elementSize; }
     void SetCount(std::size_t count) { m_count = count; }
-    // Cloning a const value can take its ownership away: that is a matter of the pair, not of what it points
-    // to.
+    // Const because cloning a const value can take its ownership away. That changes who frees the pointee,
+    // not the value.
     void SetOwner(bool isOwner) const { m_isOwner = isOwner; }
 
 private:
-    friend class CValue; // which gives ownership back when a clone fails half way
+    friend class CValue; // returns ownership when cloning fails half-way
 
     const std::type_info* m_valueType;
     std::size_t m_count;

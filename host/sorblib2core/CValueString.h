@@ -5,11 +5,10 @@
 
 namespace ORVEN {
 
-/// A text.
+/// A text value.
 class CValueString : public CValue {
 public:
-    /// The first `length` bytes of `text`; `CString::NPOS` for all up to the terminator. Null is the empty
-    /// text.
+    /// Takes the first `length` bytes of `text`, or all of it for `CString::NPOS`. Null counts as empty.
     CValueString(const char* text, std::size_t length);
     explicit CValueString(const CString& text);
 

@@ -13,7 +13,7 @@ namespace ORVEN {
 
 namespace {
 
-// Far above any list of documents, lines or figures; a mistyped index must not ask for all memory.
+// Far more than any list of documents or lines needs. A mistyped index must not allocate all memory.
 constexpr std::size_t g_maxEntries = std::size_t{1} << 24;
 
 std::optional<std::size_t> Index(std::string_view step) {
@@ -60,7 +60,7 @@ CValue& CValueVector::Copy(const CValue& source, EnTfOwnership strategy, bool me
     std::unique_ptr<CValueMap> meta;
     try {
         for (const CValue* value : *source.Vector()) {
-            staged.push_back(nullptr); // the place first: a clone must not get lost
+            staged.push_back(nullptr); // place first, so that no clone can leak
             if (value != nullptr)
                 staged.back() = value->Clone(strategy);
         }
@@ -69,7 +69,7 @@ CValue& CValueVector::Copy(const CValue& source, EnTfOwnership strategy, bool me
         GiveBack(staged, source);
         throw;
     }
-    // The source can stand among what gives way, which is destroyed last.
+    // The source may be one of the old entries, so these are destroyed last.
     swap(staged);
     TakeMeta(meta, mergeMeta);
     return *this;
@@ -127,7 +127,7 @@ void CValueVector::SetDirectEntry(std::string_view step, std::unique_ptr<CValue>
     if (!index || *index >= g_maxEntries) {
         throw CExBadParam(
             Impl::Here("ORVEN::CValueVector::SetEntry"),
-            CString("'%1' is no index of a vector: a number from 0 to %2 is needed.", CString::ENC_UTF8)
+            CString("'%1' is not a vector index: expected a number from 0 to %2.", CString::ENC_UTF8)
                 .Arg(std::string(step))
                 .Arg(static_cast<long long>(g_maxEntries - 1), 0));
     }

@@ -6,14 +6,14 @@
 
 namespace ORVEN {
 
-/// A row of values, addressed by index from 0. Places can be empty (null). The vector owns what stands in it,
-/// also what was put there through its `std::vector` side.
+/// A sequence of values addressed by index from 0. Places can be empty (null). The vector owns its elements,
+/// including those added through its `std::vector` base.
 class CValueVector : public CValueContainerBase, public std::vector<CValue*> {
 public:
     CValueVector();
-    /// `count` empty places.
+    /// Creates `count` empty places.
     explicit CValueVector(std::size_t count);
-    /// Two first elements, owned from now on.
+    /// Creates the vector with two elements and takes ownership of them.
     CValueVector(CValue* first, CValue* second);
     CValueVector(const CValueVector&) = delete;
     CValueVector& operator=(const CValueVector&) = delete;
@@ -30,7 +30,7 @@ public:
     CValue_Key Find(const char* text, const CValue_Key& after) const override;
     CValue_Key Find(const CValue& value, const CValue_Key& after) const override;
 
-    /// Appends the value and owns it from the call on.
+    /// Appends the value and takes ownership in any case, even if it raises.
     virtual void PushBack(CValue* value);
 
 private:

@@ -4,14 +4,14 @@
 
 namespace ORVEN {
 
-/// The name of an entry in a container, or the path to an entry further down: "output/documents/add/0".
+/// The name of an entry in a container, or a path to an entry further down: "output/documents/add/0".
 ///
-/// "/" separates the steps. A step names an entry of a map; a decimal step can also be the index of a vector.
+/// Steps are separated by "/". A step names an entry of a map; a decimal step can also be the index in a
+/// vector.
 class CValue_Key {
 public:
     CValue_Key() = default;
-    /// Implicit, so that keys can be written as literals where a container asks for one. Null is the empty
-    /// key.
+    /// Implicit, so that containers accept string literals as keys. Null counts as the empty key.
     CValue_Key(const char* path);
     CValue_Key(const std::string& path);
     /// The entry of a vector at `index`.

@@ -7,12 +7,11 @@
 
 namespace ORVEN {
 
-/// Shows every leaf of a value to `visit(path, leaf)`, depth first, maps in the order of their keys and
-/// vectors in that of their places. The path is that from the value to the leaf, its steps joined by "/"; it
-/// is empty for a value that is a leaf itself. An empty container has no leaf, and an empty place of a vector
-/// is the leaf null.
+/// Calls `visit(path, leaf)` for every leaf of a value, depth first: maps in key order, vectors in index
+/// order. The path leads from the value to the leaf, with its steps joined by "/"; it is empty if the value
+/// is itself a leaf. An empty container has no leaves. An empty place in a vector is a null leaf.
 ///
-/// Titles and rows of a table are both written by this walk, so that they line up.
+/// Titles and rows of a table are both written with this traversal, so that they match.
 template <class Visit>
 void ForEachLeaf(const CValue* value, const std::string& path, const Visit& visit) {
     const auto step = [&](const std::string& name, const CValue* child) {

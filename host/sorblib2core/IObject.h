@@ -2,7 +2,7 @@
 
 namespace ORVEN {
 
-/// Root of everything that the host drives through a pointer.
+/// Base class of everything that the host uses through a pointer.
 class IObject {
 public:
     IObject() = default;
@@ -10,7 +10,7 @@ public:
     IObject& operator=(const IObject&) = default;
     virtual ~IObject();
 
-    /// Tells the object the name of its instance, for the host's own book-keeping. The default ignores it.
+    /// Sets the name of this instance, for the host's own records. The default ignores it.
     virtual void SetInstance(const char* name);
 };
 

@@ -7,18 +7,18 @@ namespace ORVEN {
 class CString;
 class CValueMap;
 
-/// An object that can say what it is. Parameter trees and plug-ins are such objects.
+/// An object that can describe itself, such as a parameter tree or a plug-in.
 class IPluginObject : public IObject {
 public:
     ~IPluginObject() override;
 
-    /// Stores what the host should know of the object ("Version", "PluginName") as texts in `setup`.
+    /// Writes a description of the object ("Version", "PluginName") as texts into `setup`.
     virtual void GetPluginSetup(CValueMap& setup);
 
-    /// Hands over settings before the first use; can be null. The default ignores them.
+    /// Passes settings before the first use; `settings` can be null. The default ignores them.
     virtual void Init(const CValueMap* settings);
 
-    /// Whether the object offers the interface of that class name, such as "IPluginObject".
+    /// Whether the object implements the interface of that class name, such as "IPluginObject".
     virtual bool TestInterface(const CString& name);
 };
 

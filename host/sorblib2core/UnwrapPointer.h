@@ -22,8 +22,8 @@ void RequirePointerTo(const CValue& value) {
 
 } // namespace Impl
 
-/// The pointer inside a pointer value; null for null. Raises `CExBadParam` if the value does not point to a
-/// T.
+/// Returns the pointer held by a pointer value; null for null. Raises `CExBadParam` if the value is not a
+/// pointer to T.
 template <class T>
 T* UnwrapPointer(CValue* value) {
     if (value == nullptr)

@@ -4,7 +4,7 @@
 
 namespace test {
 
-/// A value that counts how many of its kind there are, to show who frees what.
+/// A value that counts the instances of its class, to show who frees what.
 class CCountedValue : public ORVEN::CValue {
 public:
     explicit CCountedValue(int& alive)

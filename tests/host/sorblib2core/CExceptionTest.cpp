@@ -15,7 +15,7 @@
 
 using namespace ORVEN;
 
-TEST(CException, TellsSourceMessageAndDetail) {
+TEST(CException, ReturnsSourceMessageAndDetail) {
     const CException exception("CGaussFilterPlugin", "No image.", "sigma");
     EXPECT_STREQ(exception.Source(), "CGaussFilterPlugin");
     EXPECT_STREQ(exception.Message(), "No image.");
@@ -30,7 +30,7 @@ TEST(CException, NullTextsAreEmpty) {
     EXPECT_STREQ(exception.Detail(), "");
 }
 
-TEST(CException, WithoutALocationHasAnEmptyOne) {
+TEST(CException, HasAnEmptyLocationUnlessGivenOne) {
     const CException exception("source", "message", nullptr);
     EXPECT_EQ(exception.Location().file, nullptr);
     EXPECT_EQ(exception.Location().timeStamp, nullptr);
@@ -49,7 +49,7 @@ TEST(CException, TakesItsSourceFromTheFunctionOfALocation) {
     EXPECT_EQ(exception.Location().reserved, 0);
 }
 
-TEST(CException, KeepsItsTextsWhenTheOriginalIsGone) {
+TEST(CException, KeepsItsTextsAfterTheOriginalIsDestroyed) {
     std::string message = "temporary";
     auto original = std::make_unique<CException>("source", message.c_str(), "detail");
     const CException copy(*original);
@@ -73,7 +73,7 @@ TEST(CException, OffersItsMessageThroughAVirtualOperation) {
     EXPECT_NO_THROW((void)test::VirtualSlot(&CException::Message));
 }
 
-TEST(CException, DerivedOnesAreCaughtByTheirBases) {
+TEST(CException, DerivedExceptionsAreCaughtByTheirBases) {
     const auto location = Impl::Here("ORVEN::Test");
     EXPECT_THROW(throw CExBadParam(location, "bad"), CException);
     EXPECT_THROW(throw CExBadType(location, nullptr), CException);
@@ -81,20 +81,20 @@ TEST(CException, DerivedOnesAreCaughtByTheirBases) {
     EXPECT_STREQ(test::Raised<CException>([&] { throw CExBadParam(location, "bad"); }).Message(), "bad");
 }
 
-TEST(CExBadType, NamesTheKindOfTheValue) {
+TEST(CExBadType, NamesTheClassOfTheValue) {
     const CValueBool value(true);
     const CExBadType exception(Impl::Here("ORVEN::Test"), &value);
-    EXPECT_EQ(std::string(exception.Message()), std::string("Value of type '") + typeid(CValueBool).name() +
-                                                    "' does not hold what was asked of it.");
+    EXPECT_EQ(std::string(exception.Message()), std::string("A value of type '") + typeid(CValueBool).name() +
+                                                    "' does not hold the requested data.");
     EXPECT_STREQ(exception.Source(), "ORVEN::Test");
 }
 
-TEST(CExBadType, TakesANullValue) {
+TEST(CExBadType, AcceptsANullValue) {
     EXPECT_STREQ(CExBadType(Impl::Here("ORVEN::Test"), nullptr).Message(),
-                 "Value of type 'null' does not hold what was asked of it.");
+                 "A value of type 'null' does not hold the requested data.");
 }
 
-TEST(StExLocation, TellsFileLineAndFunctionOfTheCall) {
+TEST(StExLocation, HoldsFileLineAndFunctionOfTheCall) {
     const auto line = static_cast<std::int32_t>(__LINE__) + 1;
     const auto location = Impl::Here("ORVEN::Test");
     EXPECT_STREQ(location.file, __FILE__);

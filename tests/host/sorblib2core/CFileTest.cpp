@@ -21,13 +21,13 @@ TEST(CFile, ExistsFromCreationToRemoval) {
     EXPECT_FALSE(CFile::Exists(path.c_str()));
 }
 
-TEST(CFile, ADirectoryIsNoFile) {
+TEST(CFile, ADirectoryIsNotAFile) {
     EXPECT_FALSE(CFile::Exists(testing::TempDir().c_str()));
     EXPECT_FALSE(CFile::Exists("."));
     EXPECT_TRUE(CFile::Exists("/dev/null")) << "other kinds of files are files";
 }
 
-TEST(CFile, WhatCannotBeAskedAboutDoesNotExist) {
+TEST(CFile, PathsThatCannotBeExaminedDoNotExist) {
     EXPECT_FALSE(CFile::Exists(nullptr));
     EXPECT_FALSE(CFile::Exists(""));
     EXPECT_FALSE(CFile::Exists(std::string(100000, 'x').c_str()));

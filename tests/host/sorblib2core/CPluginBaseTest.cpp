@@ -11,7 +11,7 @@ using namespace ORVEN;
 
 namespace {
 
-/// A plug-in that overrides only what it must.
+/// A plug-in that overrides only the pure virtual functions.
 class CBarePlugin : public CPluginBase {
 public:
     explicit CBarePlugin(bool& isAlive)
@@ -27,7 +27,7 @@ private:
     bool& m_isAlive;
 };
 
-/// A tree with a document in focus, and the plug-in to show it to.
+/// A tree with a focused document, and a plug-in to test it with.
 class CPluginBaseTest : public testing::Test {
 protected:
     CPluginBaseTest() {
@@ -54,14 +54,14 @@ TEST(CPluginBase, IsDestroyedThroughEachOfItsBases) {
     EXPECT_FALSE(isAlive);
 }
 
-TEST_F(CPluginBaseTest, OffersItsOwnInterfaceAndThoseOfItsBases) {
+TEST_F(CPluginBaseTest, ImplementsItsOwnInterfaceAndThoseOfItsBases) {
     for (const char* name : {"CPluginBase", "IPluginObject", "IObject"})
         EXPECT_TRUE(m_plugin.TestInterface(CString(name, CString::ENC_UTF8))) << name;
     for (const char* name : {"CValueMap", "cpluginbase", ""})
         EXPECT_FALSE(m_plugin.TestInterface(CString(name, CString::ENC_UTF8))) << name;
 }
 
-TEST_F(CPluginBaseTest, DefaultsOfTheOtherOperationsDoNothing) {
+TEST_F(CPluginBaseTest, OtherOperationsDoNothingByDefault) {
     CValueMap settings;
     settings.SetEntry("malut", new CValueLong(1));
     const CValueMap before(settings);
@@ -92,7 +92,7 @@ TEST_F(CPluginBaseTest, RefusesADocumentWithoutAnImage) {
     EXPECT_FALSE(m_plugin.TestParameters(m_tree));
 }
 
-TEST_F(CPluginBaseTest, AnswersFalseInsteadOfRaising) {
+TEST_F(CPluginBaseTest, ReturnsFalseInsteadOfRaising) {
     m_tree.SetEntry("input/documents/focused", new CValuePointer<int>(&m_pixel, 1));
     EXPECT_NO_THROW(EXPECT_FALSE(m_plugin.TestParameters(m_tree)));
     m_tree.SetEntry("input/documents/focused", new CValueMap);

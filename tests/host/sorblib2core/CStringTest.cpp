@@ -42,7 +42,7 @@ TEST(CString, IsComparedByItsText) {
     EXPECT_FALSE(Text("same") == Text("other"));
 }
 
-TEST(CString, IsWrittenToAStreamAsItStands) {
+TEST(CString, IsWrittenToAStreamUnchanged) {
     std::ostringstream stream;
     stream << Text("a %1 b");
     EXPECT_EQ(stream.str(), "a %1 b");
@@ -50,7 +50,7 @@ TEST(CString, IsWrittenToAStreamAsItStands) {
 
 TEST(CString, NposMeansTheWholeText) { EXPECT_EQ(CString::NPOS, std::string::npos); }
 
-TEST(CStringArg, TakesEveryKindOfArgument) {
+TEST(CStringArg, AcceptsEveryKindOfArgument) {
     EXPECT_EQ(Text("<%1>").Arg(Text("CString")), "<CString>");
     EXPECT_EQ(Text("<%1>").Arg("characters"), "<characters>");
     EXPECT_EQ(Text("<%1>").Arg(std::string("string")), "<string>");
@@ -66,7 +66,7 @@ TEST(CStringArg, ReturnsTheTextItself) {
     EXPECT_EQ(&text.Arg("x"), &text);
 }
 
-TEST(CStringArg, FillsTheLowestNumberWhateverItsPlace) {
+TEST(CStringArg, FillsTheLowestNumberAtAnyPosition) {
     EXPECT_EQ(Text("%3 %1 %2").Arg("first"), "%3 first %2");
     EXPECT_EQ(Text("%3 %1 %2").Arg("1st").Arg("2nd").Arg("3rd"), "3rd 1st 2nd");
     EXPECT_EQ(Text("%7 %4").Arg("low").Arg("high"), "high low");
@@ -82,7 +82,7 @@ TEST(CStringArg, WithoutAPlaceholderLeftChangesNothing) {
     EXPECT_EQ(Text("").Arg("x"), "");
 }
 
-TEST(CStringArg, TakesOneOrTwoDigitsForANumber) {
+TEST(CStringArg, ReadsOneOrTwoDigitsAsANumber) {
     EXPECT_EQ(Text("%10 %9").Arg("nine").Arg("ten"), "ten nine");
     EXPECT_EQ(Text("%99").Arg("x"), "x");
     EXPECT_EQ(Text("%123").Arg("twelve"), "twelve3");
@@ -96,11 +96,11 @@ TEST(CStringArg, LeavesPercentSignsWithoutANumberAlone) {
     EXPECT_EQ(Text("%%1%").Arg("50"), "%50%");
 }
 
-TEST(CStringArg, LooksForPlaceholdersInWhatWasPutInBefore) {
+TEST(CStringArg, FillsPlaceholdersOfEarlierArguments) {
     EXPECT_EQ(Text("%1 %2").Arg("%5").Arg("b").Arg("c"), "c b");
 }
 
-TEST(CStringArg, TakesItselfAsArgument) {
+TEST(CStringArg, AcceptsItselfAsArgument) {
     CString text = Text("a%1");
     EXPECT_EQ(text.Arg(text), "aa%1");
 }

@@ -12,7 +12,7 @@ TEST(CStringTools, PrintfFormatsLikeTheCLibrary) {
     EXPECT_EQ(CStringTools::Printf("%s", ""), "");
 }
 
-TEST(CStringTools, PrintfTakesTextsOfAnyLength) {
+TEST(CStringTools, PrintfReturnsTextsOfAnyLength) {
     const std::string longText(100000, 'x');
     EXPECT_EQ(CStringTools::Printf("<%s>", longText.c_str()), "<" + longText + ">");
 }

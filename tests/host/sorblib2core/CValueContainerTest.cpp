@@ -30,7 +30,7 @@ CValue* String(const char* text) { return new CValueString(text, CString::NPOS);
 
 CString Text(const char* text) { return {text, CString::ENC_UTF8}; }
 
-/// The number at the key, or the least one if there is none.
+/// The number at the key, or the lowest integer if there is none.
 std::int32_t LongAt(const CValueContainerBase& container, const CValue_Key& key) {
     const CValue* entry = container.Entry(key, true);
     return entry != nullptr ? entry->Long() : std::numeric_limits<std::int32_t>::min();
@@ -45,14 +45,14 @@ std::vector<std::string> KeysOf(const CValueMap& map) {
 
 using Keys = std::vector<std::string>;
 
-/// A value that memory never suffices to clone.
+/// A value whose cloning always runs out of memory.
 class CUnclonable : public CCountedValue {
 public:
     using CCountedValue::CCountedValue;
     CValue* Clone(EnTfOwnership /*strategy*/) const override { throw std::bad_alloc(); }
 };
 
-/// What maps and vectors have in common. Both specimens hold the texts "a", "b", "a" under the keys 0 to 2.
+/// Properties common to maps and vectors. Both instances hold the texts "a", "b", "a" under the keys 0 to 2.
 class AnyContainer : public testing::TestWithParam<bool> {
 protected:
     AnyContainer() {
@@ -73,14 +73,14 @@ INSTANTIATE_TEST_SUITE_P(Kinds, AnyContainer, testing::Bool(),
 
 } // namespace
 
-TEST_P(AnyContainer, EntryAnswersTheSameWhateverItsSecondArgument) {
+TEST_P(AnyContainer, EntryIgnoresItsSecondArgument) {
     EXPECT_EQ(m_container->Entry(1, true)->String(), "b");
     EXPECT_EQ(m_container->Entry(1, false), m_container->Entry(1, true));
     EXPECT_EQ(std::as_const(*m_container).Entry(1, false), m_container->Entry(1, true));
     EXPECT_EQ(m_container->Entry("1", true), m_container->Entry(1, true));
 }
 
-TEST_P(AnyContainer, EntryOnAMissingKeyAnswersNull) {
+TEST_P(AnyContainer, EntryReturnsNullForAMissingKey) {
     for (const char* key : {"3", "missing", "missing/0", "", "-1", "0/0", "99999999999999999999"}) {
         SCOPED_TRACE(key);
         EXPECT_EQ(m_container->Entry(key, true), nullptr);
@@ -111,7 +111,7 @@ TEST_P(AnyContainer, SetEntryReplacesAndFreesTheOldEntry) {
     EXPECT_EQ(m_container->Size(), 3U);
 }
 
-TEST_P(AnyContainer, SetEntryWithWhatStandsThereAlreadyKeepsIt) {
+TEST_P(AnyContainer, SetEntryWithTheStoredValueKeepsIt) {
     int alive = 0;
     auto* value = new CCountedValue(alive);
     m_container->SetEntry(1, value);
@@ -132,7 +132,7 @@ TEST_P(AnyContainer, SetEntryThroughANonContainerRaisesAndFreesTheValue) {
     int alive = 0;
     const auto raised =
         test::Raised<CExBadParam>([&] { m_container->SetEntry("1/below/0", new CCountedValue(alive)); });
-    EXPECT_STREQ(raised.Message(), "The path '1/below/0' leads through '1', which is no container.");
+    EXPECT_STREQ(raised.Message(), "The path '1/below/0' leads through '1', which is not a container.");
     EXPECT_EQ(alive, 0);
     EXPECT_EQ(m_container->Entry(1, true)->String(), "b");
 }
@@ -146,7 +146,7 @@ TEST_P(AnyContainer, StepThroughANonContainerFindsNothing) {
     EXPECT_EQ(m_container->Detach("1/below"), nullptr);
 }
 
-TEST_P(AnyContainer, FreesItsEntriesInTheEnd) {
+TEST_P(AnyContainer, FreesItsEntriesOnDestruction) {
     int alive = 0;
     m_container->SetEntry(0, new CCountedValue(alive));
     m_container->SetEntry(5, new CCountedValue(alive));
@@ -156,7 +156,7 @@ TEST_P(AnyContainer, FreesItsEntriesInTheEnd) {
     EXPECT_EQ(alive, 0);
 }
 
-TEST_P(AnyContainer, RemoveEntryFreesItAndSaysWhetherThereWasOne) {
+TEST_P(AnyContainer, RemoveEntryFreesItAndReturnsWhetherThereWasOne) {
     int alive = 0;
     m_container->SetEntry("3/below", new CCountedValue(alive));
     EXPECT_TRUE(m_container->RemoveEntry("3/below"));
@@ -166,7 +166,7 @@ TEST_P(AnyContainer, RemoveEntryFreesItAndSaysWhetherThereWasOne) {
     EXPECT_TRUE(m_container->HasEntry(3));
 }
 
-TEST_P(AnyContainer, DetachGivesTheEntryToTheCaller) {
+TEST_P(AnyContainer, DetachPassesTheEntryToTheCaller) {
     int alive = 0;
     m_container->SetEntry("3/below", new CCountedValue(alive));
     const std::unique_ptr<CValue> detached(m_container->Detach("3/below"));
@@ -177,7 +177,7 @@ TEST_P(AnyContainer, DetachGivesTheEntryToTheCaller) {
     EXPECT_EQ(m_container->Detach("missing"), nullptr);
 }
 
-TEST_P(AnyContainer, FindGoesThroughTheTextsFromStartOrFromBehindAKey) {
+TEST_P(AnyContainer, FindSearchesTheTextsFromTheStartOrAfterAKey) {
     EXPECT_EQ(m_container->Find("a", {}), CValue_Key(0));
     EXPECT_EQ(m_container->Find("a", 0), CValue_Key(2));
     EXPECT_EQ(m_container->Find("a", 1), CValue_Key(2));
@@ -186,7 +186,7 @@ TEST_P(AnyContainer, FindGoesThroughTheTextsFromStartOrFromBehindAKey) {
     EXPECT_EQ(m_container->Find(static_cast<const char*>(nullptr), {}), CValue_Key());
 }
 
-TEST_P(AnyContainer, FindGoesThroughTheValues) {
+TEST_P(AnyContainer, FindSearchesTheValues) {
     m_container->SetEntry(1, Long(5));
     EXPECT_EQ(m_container->Find(CValueString("a", CString::NPOS), {}), CValue_Key(0));
     EXPECT_EQ(m_container->Find(CValueString("a", CString::NPOS), 0), CValue_Key(2));
@@ -203,14 +203,14 @@ TEST_P(AnyContainer, EntryStringIsTheTextItself) {
     EXPECT_EQ(m_container->Entry(1, true)->String(), "changed");
 }
 
-TEST_P(AnyContainer, EntryStringWithoutATextIsAnEmptyScratchThatIsStoredNowhere) {
+TEST_P(AnyContainer, EntryStringWithoutATextIsAnEmptyScratchThatIsNotStored) {
     m_container->SetEntry(1, Long(5));
     for (const char* key : {"missing", "7", "1", "1/below"}) {
         SCOPED_TRACE(key);
         const bool wasThere = m_container->HasEntry(key);
         CString& scratch = m_container->EntryString(key);
         EXPECT_EQ(scratch, "");
-        scratch = Text("left over"); // must not show up in the next round
+        scratch = Text("left over"); // must not be visible in the next round
         EXPECT_EQ(m_container->HasEntry(key), wasThere);
     }
     EXPECT_EQ(LongAt(*m_container, 1), 5);
@@ -246,7 +246,7 @@ TEST_P(AnyContainer, EqualComparesTheEntriesDeeply) {
     EXPECT_FALSE(other->EqualData(*m_container));
 }
 
-TEST_P(AnyContainer, EqualComparesPointersByAddressAndEqualDataByWhatTheyPointTo) {
+TEST_P(AnyContainer, EqualComparesPointersByAddressAndEqualDataByPointee) {
     double one = 1.0;
     double alsoOne = 1.0;
     m_container->SetEntry(1, new CValuePointer<double>(&one, 1));
@@ -287,8 +287,9 @@ TEST_P(AnyContainer, CopyThatFailsLeavesTheTargetUnchangedMetaEntriesIncluded) {
     }
 }
 
-TEST_P(AnyContainer, CopyThatFailsLeavesTheOwnersOfTheSourceInPlace) {
-    // An owner directly inside, one further down, and one among meta entries, before a value that fails.
+TEST_P(AnyContainer, CopyThatFailsLeavesTheOwnersOfTheSourceUnchanged) {
+    // An owner directly inside, one further down, and one among the meta entries, all before a value that
+    // fails.
     int alive = 0;
     const auto owner = [] { return new CValueOwnedPointer<CValueMap>(new CValueMap, 1); };
     const std::unique_ptr<CValue> source(m_container->Clone(CValue::TF_NONE));
@@ -322,7 +323,7 @@ TEST(CValueMap, SetEntryOutputDocumentsAdd0OnAnEmptyMapLeavesHasEntryOutputDocum
     EXPECT_EQ(LongAt(tree, "output/documents/add/0"), 1);
 }
 
-TEST(CValueMap, KeepsTheContainersThatStandOnThePath) {
+TEST(CValueMap, KeepsTheContainersAlreadyOnThePath) {
     CValueMap tree;
     tree.SetEntry("output/documents/add/0", Long(1));
     const CValue* documents = tree.Entry("output/documents", true);
@@ -334,7 +335,7 @@ TEST(CValueMap, KeepsTheContainersThatStandOnThePath) {
     EXPECT_EQ(tree.EntryString("output/views/create/0/type"), "ImageAttributesView");
 }
 
-TEST(CValueMap, TakesADecimalStepAsAKeyWhereAMapStandsAlready) {
+TEST(CValueMap, TreatsADecimalStepAsAKeyInAnExistingMap) {
     CValueMap tree;
     tree.SetEntry("labels", new CValueMap);
     tree.SetEntry("labels/10", Long(10));
@@ -342,7 +343,7 @@ TEST(CValueMap, TakesADecimalStepAsAKeyWhereAMapStandsAlready) {
     EXPECT_EQ(KeysOf(*tree.Entry("labels", true)->Map()), (Keys{"10", "9"}));
 }
 
-TEST(CValueMap, TakesAnEmptyStepAsAKey) {
+TEST(CValueMap, AcceptsAnEmptyStepAsAKey) {
     CValueMap tree;
     tree.SetEntry("", Long(1));
     tree.SetEntry("a/", Long(2));
@@ -360,7 +361,7 @@ TEST(CValueMap, SetEntryWithTheKeyOfItsOwnEntryIsSafe) {
     EXPECT_TRUE(map.IsEmpty());
 }
 
-TEST(CValueMap, KeysAscendWhateverTheOrderOfInsertion) {
+TEST(CValueMap, KeysAscendForAnyOrderOfInsertion) {
     CValueMap map;
     for (const char* key : {"x", "Z", "a", "10", "9", "ab"})
         map.SetEntry(key, Long(0));
@@ -406,7 +407,7 @@ TEST(CValueMap, RemovedEntryLeavesNoKey) {
     EXPECT_EQ(KeysOf(map), Keys{"b"});
 }
 
-TEST(CValueMap, IsSubsetIfEveryEntryStandsInTheOtherWithAnEqualValue) {
+TEST(CValueMap, IsSubsetIfTheOtherHasEveryEntryWithAnEqualValue) {
     CValueMap small;
     CValueMap large;
     EXPECT_TRUE(small.IsSubset(large));
@@ -448,7 +449,7 @@ TEST(CValueMap, CopyConstructorRaisesForAnOwnedPointer) {
     EXPECT_TRUE(original.Entry("a", true)->Pointer()->IsOwner());
 }
 
-TEST(CValueMap, CloneIsOfTheClassThatNewObjectMakes) {
+TEST(CValueMap, CloneHasTheClassThatNewObjectCreates) {
     class CDocument : public CValueMap {
     protected:
         [[nodiscard]] CValueMap* NewObject() const override { return new CDocument; }
@@ -469,7 +470,7 @@ TEST(CValueMap, OffersTheInterfacesOfItsBases) {
     EXPECT_TRUE(object.TestInterface(Text("CValueMap")));
 }
 
-TEST(CValueVector, IsMadeEmptyWithPlacesOrWithTwoElements) {
+TEST(CValueVector, IsConstructedEmptyWithPlacesOrWithTwoElements) {
     EXPECT_EQ(CValueVector().Size(), 0U);
     const CValueVector places(3);
     EXPECT_EQ(places.Size(), 3U);
@@ -496,13 +497,12 @@ TEST(CValueVector, GrowsWhenAnEntryIsSetPastItsEnd) {
     EXPECT_TRUE(vector.HasEntry(5, CValue::VAL_MAP));
 }
 
-TEST(CValueVector, TakesTheGreatestIndexAndNoneAbove) {
+TEST(CValueVector, AcceptsTheGreatestIndexAndNoneAbove) {
     CValueVector vector;
     int alive = 0;
     const auto raised =
         test::Raised<CExBadParam>([&] { vector.SetEntry("16777216", new CCountedValue(alive)); });
-    EXPECT_STREQ(raised.Message(),
-                 "'16777216' is no index of a vector: a number from 0 to 16777215 is needed.");
+    EXPECT_STREQ(raised.Message(), "'16777216' is not a vector index: expected a number from 0 to 16777215.");
     EXPECT_EQ(vector.Size(), 0U);
     EXPECT_EQ(alive, 0);
     vector.SetEntry("16777215", Long(1));
@@ -510,7 +510,7 @@ TEST(CValueVector, TakesTheGreatestIndexAndNoneAbove) {
     EXPECT_EQ(LongAt(vector, "16777215"), 1);
 }
 
-TEST(CValueVector, RefusesWhatIsNoIndexAndFreesTheValue) {
+TEST(CValueVector, RefusesInvalidIndicesAndFreesTheValue) {
     int alive = 0;
     CValueVector vector;
     for (const char* key :
@@ -546,7 +546,7 @@ TEST(CValueVector, PushBackAppendsAndOwns) {
     EXPECT_EQ(alive, 0);
 }
 
-TEST(CValueVector, OwnsWhatWasPutThereThroughItsStdVectorSide) {
+TEST(CValueVector, OwnsElementsAddedThroughItsStdVectorBase) {
     int alive = 0;
     {
         CValueVector vector;

@@ -22,7 +22,7 @@ using test::CCountedValue;
 
 namespace {
 
-/// A pointee that counts how many of its kind there are.
+/// A pointee that counts the instances of its class.
 struct StCounted {
     StCounted() { ++alive; }
     ~StCounted() { --alive; }
@@ -37,7 +37,7 @@ using Plain = CValuePointer<StCounted>;
 using Owned = CValueOwnedPointer<StCounted>;
 using Value = std::unique_ptr<CValue>;
 
-/// Every test ends with as many pointees as it began with.
+/// Every test must leave as many pointees as it found.
 class CValuePointerTest : public testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(StCounted::alive, 0); }
@@ -45,7 +45,7 @@ protected:
 
 bool IsOwner(const Value& value) { return value->Pointer()->IsOwner(); }
 
-/// A value that memory never suffices to clone.
+/// A value whose cloning always runs out of memory.
 class CUnclonable : public CValue {
 public:
     CValue* Clone(EnTfOwnership /*strategy*/) const override { throw std::bad_alloc(); }
@@ -55,7 +55,7 @@ void SetUnit(CValue& value) { value.Meta().SetEntry("unit", new CValueString("mm
 
 } // namespace
 
-TEST_F(CValuePointerTest, FreshValueDoesNotOwn) {
+TEST_F(CValuePointerTest, NewValueDoesNotOwn) {
     StCounted pointee;
     const Plain value(&pointee, 1);
     EXPECT_FALSE(value.IsOwner());
@@ -65,7 +65,7 @@ TEST_F(CValuePointerTest, FreshValueDoesNotOwn) {
     EXPECT_TRUE(value.IsValid());
 }
 
-TEST_F(CValuePointerTest, TellsItsKindAndItsPointeesClass) {
+TEST_F(CValuePointerTest, ReturnsItsKindAndTheClassOfItsPointee) {
     StCounted pointee;
     Plain value(&pointee, 1);
     EXPECT_EQ(value.GenericType(), 4);
@@ -78,7 +78,7 @@ TEST_F(CValuePointerTest, TellsItsKindAndItsPointeesClass) {
     EXPECT_THROW((void)value.Long(), CExBadType);
 }
 
-TEST_F(CValuePointerTest, PointerToAMapIsNoMap) {
+TEST_F(CValuePointerTest, PointerToAMapIsNotAMap) {
     CValueMap map;
     CValuePointer<CValueMap> value(&map, 1);
     EXPECT_EQ(value.Map(), nullptr);
@@ -159,7 +159,7 @@ TEST_F(CValuePointerTest, CloneWithStrategy1LeavesTheOwnershipWhereItIs) {
     EXPECT_FALSE(IsOwner(clone));
 }
 
-TEST_F(CValuePointerTest, CloneOfAPlainPointerDoesNotOwnWhateverTheStrategy) {
+TEST_F(CValuePointerTest, CloneOfAPlainPointerNeverOwns) {
     StCounted pointee;
     const Plain value(&pointee, 1);
     for (const auto strategy : {CValue::TF_NONE, CValue::TF_KEEP, CValue::TF_MOVE}) {
@@ -176,7 +176,7 @@ TEST_F(CValuePointerTest, OwnedNullPointerIsClonedWithoutAStrategy) {
     EXPECT_EQ(clone->Pointer()->Count(), 0U);
 }
 
-TEST_F(CValuePointerTest, CloneNonOwnedIsAPlainPointerToTheSame) {
+TEST_F(CValuePointerTest, CloneNonOwnedIsAPlainPointerToTheSameObject) {
     Owned value(new StCounted[2], 2);
     SetUnit(value);
     const std::unique_ptr<CValuePointerBase> clone(value.CloneNonOwned());
@@ -245,7 +245,7 @@ TEST_F(CValuePointerTest, CopyFreesTheOldPointee) {
     }
 }
 
-TEST_F(CValuePointerTest, CopyLeavesAPointeeThatItDidNotOwnAlone) {
+TEST_F(CValuePointerTest, CopyKeepsAPointeeThatItDidNotOwn) {
     StCounted former;
     StCounted pointee;
     Plain value(&former, 1);
@@ -302,7 +302,7 @@ TEST_F(CValuePointerTest, CopyFromAValueInsideTheOldPointeeIsSafe) {
     EXPECT_FALSE(value.IsOwner());
 }
 
-TEST_F(CValuePointerTest, CopyBringsTheMetaEntries) {
+TEST_F(CValuePointerTest, CopyIncludesTheMetaEntries) {
     StCounted pointee;
     Plain source(&pointee, 1);
     SetUnit(source);
@@ -319,7 +319,7 @@ TEST_F(CValuePointerTest, MoveTakesTheOwnership) {
     EXPECT_TRUE(IsOwner(value));
 }
 
-TEST_F(CValuePointerTest, EqualAsksForSameCountAndSamePointer) {
+TEST_F(CValuePointerTest, EqualRequiresSameCountAndSamePointer) {
     std::array<StCounted, 2> pointees;
     const Plain value(pointees.data(), 1);
     EXPECT_TRUE(value.Equal(Plain(pointees.data(), 1)));
@@ -341,7 +341,7 @@ TEST_F(CValuePointerTest, EqualDataComparesThePointeesByteByByte) {
     EXPECT_FALSE(Numbers(a.data(), 1).EqualData(CValueLong(1)));
 }
 
-TEST_F(CValuePointerTest, EqualDataReadsNothingBehindASmallerPointee) {
+TEST_F(CValuePointerTest, EqualDataReadsNothingBeyondASmallerPointee) {
     int number = 1;
     std::array<int, 4> numbers{1, 0, 0, 0};
     const CValuePointer<int> toSmall(&number, 1);
@@ -350,12 +350,12 @@ TEST_F(CValuePointerTest, EqualDataReadsNothingBehindASmallerPointee) {
     EXPECT_FALSE(toSmall.EqualData(toLarge));
 }
 
-TEST(UnwrapPointer, OnNullGivesNull) {
+TEST(UnwrapPointer, ReturnsNullForNull) {
     EXPECT_EQ(UnwrapPointer<CValueMap>(static_cast<CValue*>(nullptr)), nullptr);
     EXPECT_EQ(UnwrapPointer<CValueMap>(static_cast<const CValue*>(nullptr)), nullptr);
 }
 
-TEST(UnwrapPointer, TakesThePointerOutOfPlainAndOwnedValues) {
+TEST(UnwrapPointer, ReturnsThePointerOfPlainAndOwningValues) {
     CValueMap map;
     CValuePointer<CValueMap> plain(&map, 1);
     CValueOwnedPointer<CValueMap> owned(new CValueMap, 1);
@@ -378,7 +378,7 @@ TEST(UnwrapPointer, OnAPointerToSomethingElseRaisesWithBothTypeNames) {
     EXPECT_STREQ(raised.Source(), "ORVEN::UnwrapPointer");
 }
 
-TEST(UnwrapPointer, OnAValueThatIsNoPointerRaisesWithItsClass) {
+TEST(UnwrapPointer, OnANonPointerRaisesWithItsClass) {
     CValueMap map;
     const auto raised =
         test::Raised<CExBadParam>([&] { (void)UnwrapPointer<CValueMap>(&std::as_const(map)); });
@@ -392,7 +392,7 @@ TEST(AreTypesEqual, ComparesClasses) {
     EXPECT_FALSE(AreTypesEqual(typeid(CValueMap), typeid(CValueLong)));
 }
 
-TEST(AreTypesEqual, TakesTheClassOfTheValueObjectItself) {
+TEST(AreTypesEqual, UsesTheDynamicClassOfTheValue) {
     CValueMap map;
     const CValue* value = &map;
     EXPECT_TRUE(AreTypesEqual(value, typeid(CValueMap)));
@@ -404,6 +404,6 @@ TEST(AreTypesEqual, TakesTheClassOfTheValueObjectItself) {
     EXPECT_FALSE(AreTypesEqual(&owned, typeid(CValuePointer<CValueMap>)));
 }
 
-TEST(AreTypesEqual, NullIsOfNoClass) {
+TEST(AreTypesEqual, NullHasNoClass) {
     EXPECT_FALSE(AreTypesEqual(static_cast<const CValue*>(nullptr), typeid(CValue)));
 }

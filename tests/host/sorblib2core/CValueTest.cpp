@@ -36,7 +36,7 @@ Value Vector(int first, int second) {
 
 Value String(const char* text) { return std::make_unique<CValueString>(text, CString::NPOS); }
 
-/// A kind of value, with two different specimens of it and the accessors that it answers.
+/// A kind of value, with two different instances and the accessors that it supports.
 struct StKind {
     const char* name;
     CValue::EnValType genericType;
@@ -88,7 +88,7 @@ const std::vector<StKind>& Kinds() {
     return kinds;
 }
 
-/// One thing that can be asked of a value.
+/// One accessor of a value.
 struct StAccessor {
     const char* name;
     std::function<void(CValue&)> ask;
@@ -140,7 +140,7 @@ protected:
 
 } // namespace
 
-TEST_P(AnyValue, RaisesBadTypeForWhatItDoesNotHold) {
+TEST_P(AnyValue, RaisesBadTypeForDataItDoesNotHold) {
     for (const StAccessor& accessor : Accessors()) {
         SCOPED_TRACE(accessor.name);
         const Value value = Make();
@@ -151,7 +151,7 @@ TEST_P(AnyValue, RaisesBadTypeForWhatItDoesNotHold) {
     }
 }
 
-TEST_P(AnyValue, AnswersNullForContainersAndPointersThatItIsNot) {
+TEST_P(AnyValue, ReturnsNullForContainersAndPointersThatItIsNot) {
     const Value value = Make();
     EXPECT_EQ(value->Map() != nullptr, Contains(GetParam().answers, "Map"));
     EXPECT_EQ(std::as_const(*value).Map(), value->Map());
@@ -163,7 +163,7 @@ TEST_P(AnyValue, AnswersNullForContainersAndPointersThatItIsNot) {
     EXPECT_EQ(std::as_const(*value).VoidPointer(), nullptr);
 }
 
-TEST_P(AnyValue, TellsItsKind) {
+TEST_P(AnyValue, ReturnsItsKind) {
     const Value value = Make();
     EXPECT_EQ(value->GenericType(), GetParam().genericType);
     EXPECT_EQ(value->Type(), GetParam().type);
@@ -191,7 +191,7 @@ TEST_P(AnyValue, CloneIsIndependent) {
     EXPECT_TRUE(value->Equal(*Make()));
 }
 
-TEST_P(AnyValue, CopyTakesOverTheContents) {
+TEST_P(AnyValue, CopyCopiesTheContents) {
     const Value value = Make();
     const Value other = MakeOther();
     EXPECT_EQ(&value->Copy(*other, CValue::TF_NONE, false), value.get());
@@ -215,7 +215,7 @@ TEST_P(AnyValue, CopyOfAnotherKindRaisesBadTypeAndChangesNothing) {
     });
 }
 
-TEST_P(AnyValue, MoveTakesOverTheContents) {
+TEST_P(AnyValue, MoveCopiesTheContents) {
     const Value value = Make();
     const Value other = MakeOther();
     EXPECT_EQ(&value->Move(*other), value.get());
@@ -240,14 +240,14 @@ TEST_P(AnyValue, HasNoMetaEntriesAtFirst) {
     EXPECT_TRUE(value->Meta().IsEmpty());
 }
 
-TEST_P(AnyValue, MetaEntriesAreNoPartOfTheValue) {
+TEST_P(AnyValue, MetaEntriesAreNotPartOfTheValue) {
     const Value value = Make();
     SetUnit(*value, "unit", "mm");
     EXPECT_TRUE(value->Equal(*Make()));
     EXPECT_TRUE(value->EqualData(*Make()));
 }
 
-TEST_P(AnyValue, CloneAndCopyBringTheMetaEntries) {
+TEST_P(AnyValue, CloneAndCopyIncludeTheMetaEntries) {
     const Value value = Make();
     SetUnit(*value, "unit", "mm");
     const Value clone(value->Clone(CValue::TF_NONE));
@@ -271,7 +271,7 @@ TEST_P(AnyValue, CopyReplacesOrMergesTheMetaEntries) {
     }
 }
 
-TEST_P(AnyValue, CopyMetaLeavesTheValueAlone) {
+TEST_P(AnyValue, CopyMetaLeavesTheValueUnchanged) {
     const Value source = MakeOther();
     SetUnit(*source, "unit", "mm");
     const Value value = Make();
@@ -314,7 +314,7 @@ TEST_P(AnyValue, CopyThatFailsOnTheMetaEntriesChangesNothing) {
 INSTANTIATE_TEST_SUITE_P(Kinds, AnyValue, testing::ValuesIn(Kinds()),
                          [](const auto& test) { return std::string(test.param.name); });
 
-TEST(CValueBool, HoldsATruthValue) {
+TEST(CValueBool, HoldsABoolean) {
     CValueBool value(true);
     EXPECT_TRUE(std::as_const(value).Bool());
     value.Bool() = false;
@@ -329,7 +329,7 @@ TEST(CValueLong, HoldsThirtyTwoBits) {
     EXPECT_EQ(std::as_const(value).Long(), std::numeric_limits<std::int32_t>::max());
 }
 
-TEST(CValueLong, AnswersWithItsIntegerAsADouble) {
+TEST(CValueLong, ReturnsItsIntegerAsADouble) {
     const CValueLong value(-2147483647);
     EXPECT_EQ(value.Double(), -2147483647.0);
     EXPECT_EQ(static_cast<const CValue&>(value).Double(), -2147483647.0);
@@ -360,7 +360,7 @@ TEST(CValueString, HoldsAText) {
     EXPECT_EQ(CValueString(CString("from a CString", CString::ENC_UTF8)).String(), "from a CString");
 }
 
-TEST(CValueString, TakesTheGivenNumberOfBytes) {
+TEST(CValueString, StoresTheGivenNumberOfBytes) {
     EXPECT_EQ(CValueString("label", 3).String(), "lab");
     EXPECT_EQ(CValueString("label", 0).String(), "");
     EXPECT_EQ(CValueString("a\0b", 3).String().Std(), std::string("a\0b", 3));
@@ -378,7 +378,7 @@ TEST(CValueString, NullIsTheEmptyText) {
     EXPECT_EQ(value.String(), "");
 }
 
-TEST(CValueString, TakesItsOwnText) {
+TEST(CValueString, AcceptsItsOwnText) {
     CValueString value("label", CString::NPOS);
     value.SetString(value.String(), 3);
     EXPECT_EQ(value.String(), "lab");

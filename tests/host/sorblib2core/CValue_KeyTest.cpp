@@ -7,7 +7,7 @@
 
 using ORVEN::CValue_Key;
 
-TEST(CValue_Key, IsMadeFromAPathOrAnIndex) {
+TEST(CValue_Key, IsConstructedFromAPathOrAnIndex) {
     EXPECT_STREQ(CValue_Key("output/documents/add/0").ToString(), "output/documents/add/0");
     EXPECT_STREQ(CValue_Key(std::string("label")).ToString(), "label");
     EXPECT_STREQ(CValue_Key(0).ToString(), "0");
@@ -15,7 +15,7 @@ TEST(CValue_Key, IsMadeFromAPathOrAnIndex) {
     EXPECT_STREQ(CValue_Key(std::numeric_limits<int>::min()).ToString(), "-2147483648");
 }
 
-TEST(CValue_Key, NullAndNothingAreTheEmptyKey) {
+TEST(CValue_Key, NullAndDefaultAreTheEmptyKey) {
     EXPECT_STREQ(CValue_Key().ToString(), "");
     EXPECT_EQ(CValue_Key(static_cast<const char*>(nullptr)), CValue_Key());
 }

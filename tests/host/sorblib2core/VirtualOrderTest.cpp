@@ -1,5 +1,5 @@
-// The order of virtual operations is part of the contract with packs built before: a call goes by place, not
-// by name. Places count from 1, the destructor being the first.
+// The order of the virtual functions is part of the binary interface to packs already built: a call goes by
+// slot, not by name. Slots count from 1; the destructor is the first.
 
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CString.h>
@@ -62,7 +62,7 @@ TEST(VirtualOrder, OfCValueContainerBase) {
     EXPECT_THROW((void)VirtualSlot<CString&(const CValue_Key&)>(&Container::EntryString), std::logic_error);
 }
 
-TEST(VirtualOrder, OfCValueMapAndCValueVectorGoesOnBehindTheContainer) {
+TEST(VirtualOrder, OfCValueMapAndCValueVectorContinuesAfterTheContainer) {
     EXPECT_EQ(VirtualSlot(&CValueMap::IsEmpty), 42);
     EXPECT_EQ(VirtualSlot(&CValueMap::Clear), 43);
     EXPECT_EQ(VirtualSlot(&CValueMap::Keys), 44);
