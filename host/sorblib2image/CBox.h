@@ -5,7 +5,7 @@
 
 namespace ORVEN {
 
-/// A box of pixels, both corners inside. The default is the single pixel at the origin.
+/// A box of pixels that includes both corners. The default is the single pixel at the origin.
 class CBox {
 public:
     CBox() = default;

@@ -19,7 +19,7 @@ template class CValueOwnedPointer<CImage>;
 
 namespace {
 
-/// The extents with the border on both sides of each axis.
+/// The extents including the border on both sides of each axis.
 CSize WithBorder(const CSize& size, const CSize& border) {
     CSize padded = size;
     for (int axis = 0; axis < size.Dim(); ++axis) {
@@ -50,7 +50,7 @@ CPos CImage::Strides(const CType& type, const CSize& size, const CSize& border) 
 }
 
 std::int64_t CImage::ByteCount(const CType& type, const CSize& size, const CSize& border) {
-    (void)size.PixelCount(); // refuses sizes that no image can have, before the border is added
+    (void)size.PixelCount(); // rejects invalid sizes before the border is added
     const CSize padded = WithBorder(size, border);
     // An empty axis counts as one pixel here, so that the strides of an empty image fit into 64 bits too.
     CSize stepped = padded;
@@ -65,8 +65,8 @@ std::int64_t CImage::ByteCount(const CType& type, const CSize& size, const CSize
 CImage::PixelMemory CImage::Allocate(std::int64_t byteCount) {
     const auto size = static_cast<std::size_t>(byteCount);
 #ifdef __linux__
-    // Mapped memory is zero and untouched. Pages of 2 MiB, where they can be had, are quicker to touch first
-    // and make walks along y and z cheaper.
+    // Mapped memory is 0 and untouched. Pages of 2 MiB, where available, are faster to touch first and make
+    // traversals along y and z cheaper.
     constexpr std::size_t worthMapping = std::size_t{1} << 22;
     if (size >= worthMapping) {
         void* mapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -205,7 +205,7 @@ const void* CImage::CAccess::ConstData() const { return m_data; }
 void* CImage::CAccess::Data() {
     if (m_mode != LOCK_READ_WRITE) {
         throw CExBadParam(Impl::Here("ORVEN::CImage::CAccess::Data"),
-                          "Writing needs a lock with mode 3 on the image.");
+                          "Writing requires the image to be locked with mode 3.");
     }
     return m_data;
 }

@@ -8,26 +8,28 @@
 
 namespace ORVEN {
 
-/// An image in main memory, all pixels in one allocation: x runs fastest, then y, then z, without gaps unless
+/// An image in main memory. All pixels are in one allocation, x fastest, then y, then z, without gaps unless
 /// there is a border.
 ///
-/// A border of (bx, by, bz) pixels lies around the image on both sides of each axis. It belongs to the
-/// allocation and shows in the strides only. Sizes and offsets are 64-bit throughout. A new image is all
-/// zero; memory is touched when pixels are first written, so that making an image costs nothing per pixel.
+/// A border of (bx, by, bz) pixels surrounds the image on both sides of each axis. It is part of the
+/// allocation and visible only in the strides. Sizes and offsets are 64-bit throughout. All pixels of a new
+/// image are 0. Large images touch memory only when a pixel is first read or written, so that creating one
+/// takes no time per pixel.
 class CImage : public IImage {
 public:
     class CAccess;
 
-    /// Raises `CExBadParam` for a size that no image can have and `std::bad_alloc` if memory does not
-    /// suffice.
+    /// Raises `CExBadParam` for an invalid size or border, and `std::bad_alloc` if there is not enough
+    /// memory.
     CImage(const CType& type, const CSize& size, const CSize& border);
-    /// A deep copy of type, size and pixels. Attributes stay behind; `CQuillonHeaderTools::SetAttributes`
-    /// brings them.
+    /// A deep copy of type, size, border and pixels. Attributes are not copied; use
+    /// `CQuillonHeaderTools::SetAttributes`.
     CImage(const CImage& other);
-    /// A view: an image over pixels that exist already, border included, without a copy. Pixels, attribute
-    /// tree and access stay the caller's, who keeps them alive as long as the image. Both of the last two can
-    /// be null: the image then has an attribute tree of its own, empty at first, and it makes its accesses
-    /// itself in any case. After `Resize` the pixels are the image's own. On failure nothing is freed.
+    /// A view: an image over existing pixels, border included, without a copy. Pixels, attribute tree and
+    /// access remain the property of the caller, who must keep them alive as long as the image. `attributes`
+    /// and `access` can be null. Without `attributes` the image has an attribute tree of its own, initially
+    /// empty. `access` is not used: the image always creates its accesses itself. After `Resize` the image
+    /// owns its pixels. On failure nothing is freed.
     CImage(const CType& type, const CSize& size, unsigned char* data, CValueMap* attributes, CAccess* access,
            const CSize& border);
     ~CImage() override;
@@ -39,12 +41,12 @@ public:
     [[nodiscard]] const CType& Type() const override;
     [[nodiscard]] const CSize& Size() const override;
 
-    /// Gives the image another size and border; all pixels are zero afterwards. Open accesses become invalid.
-    /// On failure the image stays as it was.
+    /// Changes size and border; all pixels are 0 afterwards. Open accesses become invalid. On failure the
+    /// image stays unchanged.
     virtual CImage& Resize(const CSize& size, const CSize& border);
 
 private:
-    /// Frees what `Allocate` made, and leaves the pixels of a view alone.
+    /// Frees memory from `Allocate`. The pixels of a view are not freed.
     struct StFreePixels {
         enum EnSource { VIEW, NEW, MAPPED };
         EnSource source;
@@ -53,7 +55,7 @@ private:
     };
     using PixelMemory = std::unique_ptr<unsigned char, StFreePixels>;
 
-    /// Byte steps along the axes of a size with its border; 0 beyond the dimension.
+    /// Strides in bytes along the axes of an image of that size and border; 0 beyond the dimension.
     static CPos Strides(const CType& type, const CSize& size, const CSize& border);
     static std::int64_t ByteCount(const CType& type, const CSize& size, const CSize& border);
     static PixelMemory Allocate(std::int64_t byteCount);
@@ -64,14 +66,14 @@ private:
     CSize m_border;
     std::int64_t m_byteCount;
     PixelMemory m_memory;
-    std::unique_ptr<CValueMap> m_ownAttributes; // null where the caller's are used
+    std::unique_ptr<CValueMap> m_ownAttributes; // null if the caller's are used
     CValueMap* m_attributes;
 };
 
-/// The access that a `CImage` hands out.
+/// The access that `CImage::CreateAccess` returns.
 class CImage::CAccess : public IImage::IAccess {
 public:
-    /// `firstPixel` is the pixel at the origin, `strides` are in bytes.
+    /// `firstPixel` is the address of the pixel at the origin; `strides` are in bytes.
     CAccess(const CType& type, const CSize& imageSize, const CPos& strides, unsigned char* firstPixel,
             bool isWritable);
 
@@ -92,7 +94,7 @@ private:
     CPos m_strides;
     unsigned char* m_firstPixel;
     bool m_isWritable;
-    // What is locked is a matter of the access, not of the pixels that its constness protects.
+    // Mutable because locking changes the state of the access, not the pixels that its constness protects.
     mutable CPos m_first;
     mutable CPos m_last;
     mutable CSize m_lockedSize;
@@ -100,7 +102,7 @@ private:
     mutable int m_mode = 0;
 };
 
-// Made once, in this library: pointers to images cross the border between host and pack.
+// Instantiated once, in this library: pointers to images cross the boundary between host and pack.
 extern template class CValuePointer<CImage>;
 extern template class CValueOwnedPointer<CImage>;
 

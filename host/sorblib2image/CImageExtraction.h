@@ -6,16 +6,17 @@
 
 namespace ORVEN {
 
-/// Copies a part of an image into an image of the part's size and of the same type.
+/// Copies a region of an image into an image of the same type and of the size of the region.
 ///
-/// Raises `CException` that names region and image size if the region leaves the source, and one that names
-/// both sizes or types if the target does not fit. Nothing is read outside, and the target is changed only
-/// when all is well. Time is linear in the pixels copied; a row is one block. Attributes are left alone.
+/// Raises `CException` if the region is not inside the source (the message contains region and image size),
+/// or if type or size of the target do not match (the message contains both). The target is changed only on
+/// success. Time is linear in the number of pixels copied; each row is copied as one block. Attributes are
+/// not copied.
 class CImageExtraction {
 public:
-    /// For images of dimension 3; a box of lower dimension takes part of an image of that dimension.
+    /// For 3-d images. A box of lower dimension selects a region of an image of that dimension.
     static void Box(const CImage& source, CImage& target, const CBox& box);
-    /// For images of dimension 2. Mind that the images stand the other way round than in `Box`.
+    /// For 2-d images. Note that source and target are in the reverse order of `Box`.
     static void Rect(CImage& target, const CImage& source, const CRect& rect);
 };
 

@@ -4,8 +4,8 @@
 
 namespace ORVEN {
 
-/// A position on the image grid, in pixels, of dimension 1, 2 or 3. Coordinates beyond the dimension are 0
-/// when made by a constructor and take no part in comparisons and texts.
+/// A position on the image grid, in pixels, of dimension 1, 2 or 3. Coordinates beyond the dimension are set
+/// to 0 by the constructors and ignored by comparisons and texts.
 class CPos : public IVectorizable {
 public:
     /// The origin, in three dimensions.
@@ -23,13 +23,13 @@ public:
     std::int64_t& operator[](std::int64_t axis) override;
     const std::int64_t& operator[](std::int64_t axis) const override;
     [[nodiscard]] int Dim() const override { return dim; }
-    /// The coordinates up to the dimension: "(4,5,6)", in two dimensions "(4,5)".
+    /// The coordinates up to the dimension: "(4,5,6)" in 3-d, "(4,5)" in 2-d.
     [[nodiscard]] std::string ToString() const override;
 
-    /// Changes the dimension and leaves the coordinates as they are.
+    /// Changes the dimension without changing the coordinates.
     void SetDim(int dimension) { dim = dimension; }
 
-    /// Same dimension and same coordinates up to it.
+    /// Whether the dimensions and all coordinates up to it are the same.
     friend bool operator==(const CPos& a, const CPos& b) { return Equal(a, b); }
 
     std::int64_t x = 0;

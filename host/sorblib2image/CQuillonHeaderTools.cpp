@@ -35,7 +35,7 @@ std::optional<double> Number(const CValueMap& map, const char* key) {
     return value->Double();
 }
 
-/// The numbers behind "x", "y" and "z" of a map among the attributes, if all three are there.
+/// The numbers stored as "x", "y" and "z" in a map of the attributes, if all three exist.
 std::optional<std::array<double, 3>> Triple(const IImage& image, const char* key) {
     const CValue* entry = image.Attributes().Entry(key, true);
     const CValueMap* map = entry != nullptr ? entry->Map() : nullptr;
@@ -54,7 +54,7 @@ bool IsSameKind(const CValue& a, const CValue& b) {
            (a.GenericType() != CValue::VAL_POINTER || AreTypesEqual(a.ElementType(), b.ElementType()));
 }
 
-/// The map at the key, made anew if something else or nothing stands there.
+/// The map at the key; created if the key holds something else or nothing.
 CValueMap& MapAt(IImage& image, const char* key) {
     CValueMap& attributes = image.Attributes();
     CValue* entry = attributes.Entry(key, true);
@@ -65,7 +65,7 @@ CValueMap& MapAt(IImage& image, const char* key) {
     return *entry->Map();
 }
 
-/// A whole number that a size_t can hold exactly and a double can tell.
+/// The number as a count: an integer from 0 to 2^53, up to which doubles are exact.
 std::optional<std::size_t> Count(std::optional<double> number) {
     constexpr double exactlyTold = 9007199254740992.0; // 2^53
     if (!number || !(*number >= 0) || *number > exactlyTold || *number != std::floor(*number))
@@ -121,7 +121,7 @@ bool CQuillonHeaderTools::GetMetaInfo(const IImage& image, const char* key, CVal
 }
 
 void CQuillonHeaderTools::SetMetaInfo(IImage& image, const char* key, const CValue& value) {
-    std::unique_ptr<CValue> copy(value.Clone(CValue::TF_NONE)); // before anything in the tree gives way to it
+    std::unique_ptr<CValue> copy(value.Clone(CValue::TF_NONE)); // first: it may be in what is replaced
     MapAt(image, g_meta).SetEntry(key, copy.release());
 }
 
@@ -149,7 +149,7 @@ bool CQuillonHeaderTools::GetNumberOfLabels(const IImage& image, std::size_t& co
 }
 
 void CQuillonHeaderTools::SetNumberOfLabels(IImage& image, std::size_t count) {
-    // An integer value has 32 bits; a double tells every larger count of labels exactly.
+    // An integer value has 32 bits; a double represents every larger count of labels exactly.
     CValue* value = nullptr;
     if (count <= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
         value = new CValueLong(static_cast<std::int32_t>(count));

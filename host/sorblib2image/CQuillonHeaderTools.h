@@ -10,50 +10,47 @@ namespace ORVEN {
 class CValue;
 class CValueString;
 
-/// Reads and writes what an image knows about itself: the one place that knows the keys of the attribute
-/// tree.
+/// Reads and writes the attributes of an image. The keys of the attribute tree are defined here only.
 ///
-/// Readers answer false, and leave their arguments alone, if the image does not carry the information or
-/// carries it in another form.
+/// Readers return false and leave their arguments unchanged if the attribute is missing or has another form.
 class CQuillonHeaderTools {
 public:
     /// Size of a pixel along x, y and z, in the unit of the image's source (often metres or millimetres).
     static bool GetSpacing(const IImage& image, double& x, double& y, double& z);
     static void SetSpacing(IImage& image, double x, double y, double z);
-    /// Stands in as third argument of `GetSpacing` for a two-dimensional image.
+    /// Passed as the third argument of `GetSpacing` for a 2-d image.
     static double g_dSpacingDummy;
 
-    /// Adds one line at the end of the image's history. The level is the depth of nesting of the step; lines
-    /// are kept alike whatever it is.
+    /// Appends one line to the history of the image. `level` is the nesting depth of the step; it is ignored.
     static void AddToHistory(IImage& image, const char* text, unsigned level);
     static void AddToHistory(IImage& image, const CValueString& text);
 
-    /// Gives the image copies of all attributes of `source`, and no others. An owned pointer among them, at
-    /// any depth, stays with its owner: the copy is a plain pointer to the same object, valid as long as that
-    /// owner keeps it. On failure the image keeps the attributes that it had.
+    /// Replaces the attributes of the image by copies of those of `source`. An owning pointer, at any depth,
+    /// is copied as a plain pointer to the same object, valid as long as its owner keeps the object. On
+    /// failure the image keeps its attributes.
     static void SetAttributes(IImage& target, const CValueMap& source);
 
-    /// A named value about the image, copied into `out`, which must be of the kind that is stored.
+    /// A named value of the metadata, copied into `out`, which must be of the stored kind. Setting an owning
+    /// pointer raises `CExBadParam`.
     static bool GetMetaInfo(const IImage& image, const char* key, CValue& out);
     static void SetMetaInfo(IImage& image, const char* key, const CValue& value);
-    /// Key of the image's least and greatest pixel value: a `CValueVector` of two `CValueDouble`, least
-    /// first.
+    /// Key of the minimum and maximum of the image: a `CValueVector` of two `CValueDouble`, minimum first.
     static const std::string c_sMetaMinMax;
 
-    /// A named measurement of the image.
+    /// A named measurement of the image. An owning pointer raises `CExBadParam`.
     static void SetFeatures(IImage& image, const char* key, const CValue& value);
     /// Key of the map of measurements in the attribute tree.
     static const std::string c_sTagFeatures;
 
-    /// The greatest distance that a distance map can hold, in the unit of the map.
+    /// The largest distance that a distance map can contain, in the unit of the map.
     static bool GetMaxDistance(const IImage& image, double& distance);
     static void SetMaxDistance(IImage& image, double distance);
 
-    /// The number of labels of a label image, label 0 included.
+    /// The number of labels of a label image, including label 0. Reading accepts integers from 0 to 2^53.
     static bool GetNumberOfLabels(const IImage& image, std::size_t& count);
     static void SetNumberOfLabels(IImage& image, std::size_t count);
 
-    /// Position of the image's first pixel in the image that it was cut from, in pixels.
+    /// Position of the first pixel of this image in the image that it was cut from, in pixels.
     static bool GetOffset(const IImage& image, unsigned long& x, unsigned long& y, unsigned long& z);
 };
 

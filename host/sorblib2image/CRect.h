@@ -5,7 +5,7 @@
 
 namespace ORVEN {
 
-/// The two-dimensional form of `CBox`: a rectangle of pixels, both corners inside.
+/// The two-dimensional form of `CBox`: a rectangle of pixels that includes both corners.
 class CRect {
 public:
     CRect()

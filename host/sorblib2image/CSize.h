@@ -4,7 +4,7 @@
 
 namespace ORVEN {
 
-/// The extents of an image or region in pixels. A size has the shape of a position, and is compared and
+/// The extents of an image or region in pixels. A size has the structure of a position and is compared and
 /// printed like one.
 class CSize : public CPos {
 public:
@@ -15,8 +15,8 @@ public:
     CSize(std::int64_t sx, std::int64_t sy, std::int64_t sz)
         : CPos(sx, sy, sz) {}
 
-    /// Number of pixels: the product of the extents up to the dimension. Raises `CExBadParam` for a dimension
-    /// outside 1 to 3, a negative extent, or a product above 2^63 - 1.
+    /// The number of pixels: the product of the extents up to the dimension. Raises `CExBadParam` for a
+    /// dimension outside 1 to 3, a negative extent, or a product above 2^63 - 1.
     [[nodiscard]] std::int64_t PixelCount() const;
 };
 

@@ -6,7 +6,7 @@ namespace ORVEN {
 
 namespace {
 
-/// Tells by its class that the factory made it: nothing has to be looked up, locked or kept for that.
+/// Marks an image as made by the factory by its class, so that no register of images has to be kept.
 class CFactoryImage final : public CImage {
 public:
     using CImage::CImage;

@@ -6,20 +6,20 @@
 
 namespace ORVEN {
 
-/// Makes images without saying of which class.
+/// Creates images without exposing their class.
 class CSorbImageFactory {
 public:
-    /// The one factory of the process.
+    /// The only factory of the process.
     static CSorbImageFactory& Obj();
 
     virtual ~CSorbImageFactory();
-    /// A new image of that type and size without border, all pixels zero; the caller owns it. Raises as the
-    /// constructor of `CImage` does.
+    /// Returns a new image of that type and size without border, with all pixels 0. The caller owns it.
+    /// Raises the same errors as the constructor of `CImage`.
     virtual IImage* Create(const IImage::CType& type, const CSize& size);
 
-    /// Ownership of an image that `Create` made, and null for any other. An operation that is told to free
-    /// what it is handed uses it to leave alone what stands on its caller's stack. It answers alike each time
-    /// it is asked: who hands an image over must give up his own ownership.
+    /// Returns ownership of an image that `Create` made, and null for any other image. An operation that is
+    /// asked to free its argument uses this to spare images on the stack of its caller. The result is the
+    /// same on every call: the previous owner must give up its ownership.
     static std::unique_ptr<const IImage> TakeOver(const IImage& image) noexcept;
 
     CSorbImageFactory(const CSorbImageFactory&) = delete;

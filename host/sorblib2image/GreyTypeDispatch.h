@@ -9,16 +9,16 @@
 
 namespace ORVEN {
 
-/// Raises `CException` with "Image type %1 not supported.", in the name of the function that cannot take the
-/// type.
+/// Raises `CException` "Image type %1 not supported." with `function`, which does not support the type, as
+/// source.
 [[noreturn]] inline void ThrowUnsupportedType(const char* function, const IImage::CType& type) {
     throw CException(
         function, CString("Image type %1 not supported.", CString::ENC_UTF8).Arg(type.ToString()), nullptr);
 }
 
-/// Calls `body(std::type_identity<T>())` with the pixel type T of a grey image, so that no type test is left
-/// inside a loop: `DispatchGreyType("Binarize", image.Type(), [&]<class T>(std::type_identity<T>) { ... })`.
-/// Any other type raises, in the name of `function`.
+/// Calls `body(std::type_identity<T>())` with the pixel type T of a grey image, so that loops contain no type
+/// test: `DispatchGreyType("Binarize", image.Type(), [&]<class T>(std::type_identity<T>) { ... })`. Any other
+/// type raises as `ThrowUnsupportedType` does.
 template <class Body>
 decltype(auto) DispatchGreyType(const char* function, const IImage::CType& type, Body&& body) {
     if (type == IMAGE_GREY_8)

@@ -9,14 +9,14 @@ namespace ORVEN {
 
 class CValueMap;
 
-/// An image of dimension 1, 2 or 3: pixels of one type, and a tree of attributes.
+/// An image of dimension 1, 2 or 3: pixels of one type and a tree of attributes.
 ///
 /// The attribute tree holds "spacing" and "offset" (maps of x, y, z), "history" (texts, oldest first), "meta"
 /// and "features" (maps), "number of labels" and "max distance"; `CQuillonHeaderTools` reads and writes them.
-/// The order of the virtual operations is part of the contract with built packs.
+/// The order of the virtual functions is part of the binary interface to packs already built.
 class IImage {
 public:
-    /// A pixel type. Types compare by identity of name; the constants below are all there are.
+    /// A pixel type. Types are compared by name. The constants below are the only ones.
     class CType {
     public:
         constexpr CType(const char* name, unsigned pixelSize, bool isInterleaved, bool isBinary)
@@ -25,11 +25,11 @@ public:
             , m_isInterleaved(isInterleaved)
             , m_isBinary(isBinary) {}
 
-        /// The constant's own name, such as "IMAGE_GREY_8".
+        /// The name of the constant, such as "IMAGE_GREY_8".
         [[nodiscard]] constexpr const char* ToString() const { return m_name; }
-        /// Bytes of one pixel.
+        /// Size of a pixel in bytes.
         [[nodiscard]] constexpr unsigned PixelSize() const { return m_pixelSize; }
-        /// Whether a pixel is a tuple of values that stand side by side.
+        /// Whether a pixel is a tuple of adjacent values.
         [[nodiscard]] constexpr bool IsInterleaved() const { return m_isInterleaved; }
         /// Whether a pixel is either object or background.
         [[nodiscard]] constexpr bool IsBinary() const { return m_isBinary; }
@@ -50,10 +50,10 @@ public:
 
     /// Access to the pixels of a region of an image.
     ///
-    /// The caller of `CreateAccess` owns the object, and the image must outlive it. One access locks one
-    /// region at a time; addresses are good until `Unlock`, the next `Lock` or the end of the access. Any
-    /// number of accesses to one image can stand side by side; who writes where is the callers' affair. A
-    /// `const IAccess`, as a const image gives it, can be locked and read, and never be written through.
+    /// The caller of `CreateAccess` owns the access, and the image must outlive it. An access locks one
+    /// region at a time; addresses are valid until `Unlock`, the next `Lock` or the end of the access. Any
+    /// number of accesses to one image can exist at the same time; the callers have to coordinate their
+    /// writing. A `const IAccess`, as returned by a const image, can lock and read but not write.
     class IAccess {
     public:
         IAccess() = default;
@@ -61,9 +61,9 @@ public:
         IAccess& operator=(const IAccess&) = delete;
         virtual ~IAccess();
 
-        /// Locks the box from `first` to `last`, both inside. Raises `CExBadParam` for a box that leaves the
-        /// image and for mode `LOCK_READ_WRITE` on an access to a const image. An empty image locks with last
-        /// = first - 1 on its empty axes.
+        /// Locks the box from `first` to `last`, both included. Raises `CExBadParam` for a box that is not
+        /// inside the image, for an unknown mode, and for `LOCK_READ_WRITE` on an access to a const image. An
+        /// empty image is locked with last = first - 1 on its empty axes.
         virtual void Lock(const CPos& first, const CPos& last, int mode) const = 0;
         virtual void Unlock() const = 0;
         [[nodiscard]] virtual bool IsLocked() const = 0;
@@ -72,11 +72,11 @@ public:
         /// The size of the locked region.
         [[nodiscard]] virtual const CSize& Size() const = 0;
         [[nodiscard]] virtual const CType& Type() const = 0;
-        /// Byte steps to the next pixel (x), line (y) and plane (z); those beyond the dimension are 0.
+        /// Distances in bytes to the next pixel (x), line (y) and plane (z); 0 beyond the dimension.
         [[nodiscard]] virtual CPos Strides() const = 0;
-        /// Address of the first pixel of the region; null without a lock.
+        /// Address of the first pixel of the region; null if nothing is locked.
         [[nodiscard]] virtual const void* ConstData() const = 0;
-        /// The same to write to; raises `CExBadParam` unless locked with `LOCK_READ_WRITE`.
+        /// The same address for writing. Raises `CExBadParam` unless locked with `LOCK_READ_WRITE`.
         [[nodiscard]] virtual void* Data() = 0;
     };
 
@@ -84,7 +84,7 @@ public:
     virtual ~IImage();
     IImage& operator=(const IImage&) = delete;
 
-    /// A new access, owned by the caller. The argument is the access's affair and is passed as false.
+    /// Returns a new access, owned by the caller. `reserved` is ignored; pass false.
     virtual const IAccess* CreateAccess(bool reserved) const = 0;
     virtual IAccess* CreateAccess(bool reserved) = 0;
     virtual const CValueMap& Attributes() const = 0;
@@ -96,14 +96,14 @@ protected:
     IImage(const IImage&) = default;
 };
 
-/// Unsigned integers of 8, 16 and 32 bits, and floats of 32 bits.
+/// Unsigned 8-, 16- and 32-bit integers and 32-bit floats.
 inline constexpr IImage::CType IMAGE_GREY_8{"IMAGE_GREY_8", 1, false, false};
 inline constexpr IImage::CType IMAGE_GREY_16{"IMAGE_GREY_16", 2, false, false};
 inline constexpr IImage::CType IMAGE_GREY_32{"IMAGE_GREY_32", 4, false, false};
 inline constexpr IImage::CType IMAGE_GREY_F{"IMAGE_GREY_F", 4, false, false};
 /// Pairs of floats, real part first.
 inline constexpr IImage::CType IMAGE_COMPLEX_F{"IMAGE_COMPLEX_F", 8, true, false};
-/// A byte a pixel, 0 for background and 1 for objects; BG says that the background is what is meant.
+/// One byte per pixel, 0 for background and 1 for objects. BG means that the background is the subject.
 inline constexpr IImage::CType IMAGE_BINARY_FG{"IMAGE_BINARY_FG", 1, false, true};
 inline constexpr IImage::CType IMAGE_BINARY_BG{"IMAGE_BINARY_BG", 1, false, true};
 

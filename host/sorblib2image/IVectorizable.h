@@ -5,7 +5,7 @@
 
 namespace ORVEN {
 
-/// Something with up to three whole-number coordinates that can be addressed by axis: 0 is x, 1 is y, 2 is z.
+/// A tuple of up to three integer coordinates, addressed by axis: 0 is x, 1 is y, 2 is z.
 class IVectorizable {
 public:
     IVectorizable() = default;

@@ -12,7 +12,7 @@ namespace ORVEN {
 
 namespace Impl {
 
-/// Locks the whole image. The dimensions that an image lacks count as one pixel.
+/// Locks the whole image. Missing dimensions count as one pixel.
 template <class Access>
 void LockWhole(Access& access, const CSize& size, int mode) {
     CPos first(0, 0, 0);
@@ -24,11 +24,11 @@ void LockWhole(Access& access, const CSize& size, int mode) {
 
 } // namespace Impl
 
-/// The pixels of a whole image as T, for algorithms that have made sure of the type: `view.Row(y, z)[x]`.
+/// The pixels of a whole image as T, for algorithms that have already checked the type: `view.Row(y, z)[x]`.
 ///
-/// `T` is const for reading. The view holds an access to the image for as long as it lives. Pixels of a row
-/// stand side by side; an image whose pixels do not raises `CExBadParam`, as does one whose pixels are not of
-/// the size of a T. An axis beyond the dimension has extent 1.
+/// `T` is const for reading. The view holds an access to the image as long as it exists. Pixels of a row are
+/// contiguous: an image where they are not, or whose pixels do not have the size of T, raises `CExBadParam`.
+/// Axes beyond the dimension have extent 1.
 template <class T>
 class CImageView {
     using Image = std::conditional_t<std::is_const_v<T>, const IImage, IImage>;
@@ -47,7 +47,7 @@ public:
         if (image.Type().PixelSize() != sizeof(T) || strides.x != static_cast<std::int64_t>(sizeof(T))) {
             throw CExBadParam(
                 Impl::Here("ORVEN::CImageView"),
-                CString("Pixels of type %1 do not stand in rows of %2 bytes a pixel.", CString::ENC_UTF8)
+                CString("Pixels of type %1 are not stored in rows of %2 bytes per pixel.", CString::ENC_UTF8)
                     .Arg(image.Type().ToString())
                     .Arg(static_cast<long long>(sizeof(T)), 0));
         }
@@ -59,7 +59,7 @@ public:
             m_data = static_cast<Byte*>(m_access->Data());
     }
 
-    /// The nx pixels of a row.
+    /// The `nx` pixels of a row.
     [[nodiscard]] T* Row(std::int64_t y, std::int64_t z) const {
         return reinterpret_cast<T*>(m_data + y * m_strideY + z * m_strideZ);
     }

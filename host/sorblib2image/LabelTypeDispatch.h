@@ -6,8 +6,8 @@
 
 namespace ORVEN {
 
-/// `DispatchGreyType` for images whose pixels name objects: IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16 and
-/// IMAGE_GREY_32. Any other type raises, in the name of `function`.
+/// `DispatchGreyType` for images whose pixels are labels of objects: IMAGE_BINARY_FG, IMAGE_GREY_8,
+/// IMAGE_GREY_16 and IMAGE_GREY_32. Any other type raises as `ThrowUnsupportedType` does.
 template <class Body>
 void DispatchLabelType(const char* function, const IImage::CType& type, const Body& body) {
     if (type == IMAGE_BINARY_FG)

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::int64_t g_greatest = std::numeric_limits<std::int64_t>::max();
 
-/// An image of 5 x 4 x 3 whose pixel at (x, y, z) is x + 10 y + 100 z, with an access to it.
+/// A 5 x 4 x 3 image whose pixel at (x, y, z) is x + 10 y + 100 z, with an access to it.
 class CImageAccess : public testing::Test {
 protected:
     CImageAccess()
@@ -40,7 +40,7 @@ protected:
 
 } // namespace
 
-TEST_F(CImageAccess, LocksABoxWithBothCornersInside) {
+TEST_F(CImageAccess, LocksABoxIncludingBothCorners) {
     m_access->Lock(CPos(1, 2, 1), CPos(3, 2, 2), IImage::LOCK_READ);
     EXPECT_TRUE(m_access->IsLocked());
     EXPECT_EQ(m_access->First(), CPos(1, 2, 1));
@@ -78,7 +78,7 @@ TEST_F(CImageAccess, HasNoDataWithoutALock) {
     EXPECT_FALSE(m_access->IsLocked());
     EXPECT_EQ(m_access->ConstData(), nullptr);
     EXPECT_STREQ(test::Raised<CExBadParam>([&] { (void)m_access->Data(); }).Message(),
-                 "Writing needs a lock with mode 3 on the image.");
+                 "Writing requires the image to be locked with mode 3.");
 }
 
 TEST_F(CImageAccess, DoesNotWriteThroughALockForReading) {
@@ -96,7 +96,7 @@ TEST_F(CImageAccess, ToAConstImageLocksForReadingOnly) {
     EXPECT_EQ(m_reader->Size(), m_image.Size());
 }
 
-TEST_F(CImageAccess, KnowsNoOtherModes) {
+TEST_F(CImageAccess, RefusesUnknownModes) {
     for (const int mode : {-1, 0, 2, 4})
         EXPECT_THROW(m_access->Lock(CPos(0, 0, 0), CPos(0, 0, 0), mode), CExBadParam) << mode;
 }
@@ -124,7 +124,7 @@ TEST_F(CImageAccess, RefusesABoxThatLeavesTheImage) {
         "The region from (0,0,0) to (4,4,2) leaves the image of size (5,4,3).");
 }
 
-TEST_F(CImageAccess, LocksAnotherBoxInPlaceOfTheFirst) {
+TEST_F(CImageAccess, LockingASecondBoxReplacesTheFirst) {
     m_access->Lock(CPos(1, 0, 0), CPos(1, 0, 0), IImage::LOCK_READ_WRITE);
     m_access->Lock(CPos(2, 0, 0), CPos(4, 0, 0), IImage::LOCK_READ);
     EXPECT_EQ(m_access->Size(), CSize(3, 1, 1));
@@ -132,7 +132,7 @@ TEST_F(CImageAccess, LocksAnotherBoxInPlaceOfTheFirst) {
     EXPECT_THROW((void)m_access->Data(), CExBadParam);
 }
 
-TEST_F(CImageAccess, SeveralStandSideBySide) {
+TEST_F(CImageAccess, SeveralExistAtTheSameTime) {
     m_access->Lock(CPos(0, 0, 0), CPos(4, 3, 2), IImage::LOCK_READ_WRITE);
     m_reader->Lock(CPos(0, 0, 0), CPos(4, 3, 2), IImage::LOCK_READ);
     *static_cast<unsigned short*>(m_access->Data()) = 77;
@@ -165,6 +165,6 @@ TEST(CImageView, RefusesPixelsOfAnotherSize) {
     CImage image(IMAGE_GREY_16, CSize(3, 2), CSize(0, 0));
     EXPECT_NO_THROW((void)CImageView<unsigned short>(image));
     EXPECT_STREQ(test::Raised<CExBadParam>([&] { (void)CImageView<float>(image); }).Message(),
-                 "Pixels of type IMAGE_GREY_16 do not stand in rows of 4 bytes a pixel.");
+                 "Pixels of type IMAGE_GREY_16 are not stored in rows of 4 bytes per pixel.");
     EXPECT_THROW((void)CImageView<const unsigned char>(image), CExBadParam);
 }

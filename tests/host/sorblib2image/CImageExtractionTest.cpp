@@ -39,7 +39,7 @@ std::unique_ptr<CImage> Picture() {
                           8, 9, 10, 11});
 }
 
-/// A target that shows whether it was written to.
+/// A target that shows whether it has been written to.
 CImage Marked(const IImage::CType& type, const CSize& size) {
     CImage target(type, size, g_noBorder);
     CImageView<Byte>(target).Row(0, 0)[0] = 99;
@@ -48,13 +48,13 @@ CImage Marked(const IImage::CType& type, const CSize& size) {
 
 } // namespace
 
-TEST(CImageExtraction, RectTakesThePartOfAPicture) {
+TEST(CImageExtraction, RectCopiesARegion) {
     CImage target(IMAGE_GREY_8, CSize(2, 2), g_noBorder);
     CImageExtraction::Rect(target, *Picture(), Rect(CPos(1, 1), CPos(2, 2)));
     EXPECT_EQ(PixelsOf<Byte>(target), (Bytes{5, 6, 9, 10}));
 }
 
-TEST(CImageExtraction, BoxAndRectTakeTheirImagesInReversedOrder) {
+TEST(CImageExtraction, BoxAndRectExpectTheirImagesInReverseOrder) {
     const auto source = Picture();
     CImage byRect(IMAGE_GREY_8, CSize(4, 1), g_noBorder);
     CImage byBox(IMAGE_GREY_8, CSize(4, 1), g_noBorder);
@@ -65,7 +65,7 @@ TEST(CImageExtraction, BoxAndRectTakeTheirImagesInReversedOrder) {
     EXPECT_EQ(PixelsOf<Byte>(*source), PixelsOf<Byte>(*Picture()));
 }
 
-TEST(CImageExtraction, TakesPartOfALine) {
+TEST(CImageExtraction, CopiesPartOfALine) {
     CSize six(6, 0, 0);
     six.SetDim(1);
     CSize two(2, 0, 0);
@@ -79,7 +79,7 @@ TEST(CImageExtraction, TakesPartOfALine) {
     EXPECT_EQ(PixelsOf<Byte>(target), (Bytes{3, 4}));
 }
 
-TEST(CImageExtraction, BoxTakesEveryPixelOfRandomBoxes) {
+TEST(CImageExtraction, BoxCopiesEveryPixelOfRandomBoxes) {
     const auto seed = std::random_device()();
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
@@ -113,7 +113,7 @@ TEST(CImageExtraction, BoxTakesEveryPixelOfRandomBoxes) {
     }
 }
 
-TEST(CImageExtraction, LeavesAttributesAlone) {
+TEST(CImageExtraction, DoesNotCopyAttributes) {
     const auto source = Picture();
     source->Attributes().SetEntry("source", new CValueLong(1));
     CImage target(IMAGE_GREY_8, CSize(1, 1), g_noBorder);

@@ -54,17 +54,17 @@ std::unique_ptr<CImage> CountingImage(const CSize& size) {
     return ImageOf(IMAGE_GREY_8, size, Counting(size.PixelCount()));
 }
 
-/// A size that no image can have, or none that fits into memory.
+/// A size that is invalid or too large for memory.
 struct StAbsurd {
     const char* name;
     CSize size;
     CSize border;
-    bool isBadParam; ///< else out of memory
+    bool isBadParam; ///< expects CExBadParam, else std::bad_alloc
 };
 
 class AbsurdSize : public testing::TestWithParam<StAbsurd> {
 protected:
-    /// Runs the body, which must raise what the size deserves.
+    /// Runs the body and expects the error for this size.
     template <class Body>
     static void ExpectRefusal(const Body& body) {
         if (GetParam().isBadParam)
@@ -111,7 +111,7 @@ TEST(CImage, StridesBeyondTheDimensionAreZero) {
     EXPECT_EQ(ofOne.z, 0);
 }
 
-TEST(CImage, BorderShowsInTheStridesOnly) {
+TEST(CImage, BorderIsVisibleOnlyInTheStrides) {
     CImage image(IMAGE_GREY_16, CSize(5, 4, 3), CSize(1, 2, 3));
     EXPECT_EQ(StridesOf(image), CPos(2, 14, 112));
     EXPECT_EQ(image.Size(), CSize(5, 4, 3));
@@ -120,7 +120,7 @@ TEST(CImage, BorderShowsInTheStridesOnly) {
         for (std::int64_t y = 0; y < 4; ++y)
             std::fill_n(view.Row(y, z), 5, static_cast<unsigned short>(10 * z + y));
     }
-    // The border of one pixel on both sides of x lies between the rows, and is still zero.
+    // The border of one pixel on both sides of x lies between the rows and is still 0.
     EXPECT_EQ(view.Row(0, 0)[-1], 0);
     EXPECT_EQ(view.Row(1, 2)[5], 0);
     EXPECT_EQ(view.Row(1, 2)[6], 0);
@@ -140,7 +140,7 @@ TEST(CImage, ExtentsOfZeroMakeAnImageWithoutPixels) {
     }
 }
 
-TEST(CImage, CopyIsDeepAndLeavesTheAttributesBehind) {
+TEST(CImage, CopyIsDeepAndExcludesTheAttributes) {
     const auto original = CountingImage(CSize(5, 4, 3));
     original->Attributes().SetEntry("label", new CValueLong(1));
     const CImage copy(*original);
@@ -177,7 +177,7 @@ TEST(CImage, ResizeGivesAZeroImageOfTheNewSize) {
     EXPECT_EQ(image->Type(), IMAGE_GREY_8);
 }
 
-TEST(CImage, ResizeGoesBetweenAllocatedAndMappedMemory) {
+TEST(CImage, ResizeChangesBetweenAllocatedAndMappedMemory) {
     CImage image(IMAGE_GREY_8, CSize(10, 10, 10), g_noBorder);
     image.Resize(CSize(256, 256, 128), g_noBorder);
     CImageView<Byte>(image).Row(255, 127)[255] = 1;
@@ -218,7 +218,7 @@ TEST(CImage, EmptyImageWithStridesBeyond64BitsIsRefused) {
     EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(0, g_greatest, g_greatest), g_noBorder), CExBadParam);
 }
 
-TEST(CImage, ViewReadsAndWritesPixelsThatStayTheCallers) {
+TEST(CImage, ViewReadsAndWritesPixelsOfTheCaller) {
     Bytes pixels = Counting(6);
     {
         CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
@@ -265,7 +265,7 @@ TEST(CImage, ResizeGivesAViewPixelsOfItsOwn) {
     EXPECT_EQ(pixels, Counting(6));
 }
 
-TEST(CImage, ViewOfASizeThatNoImageCanHaveRaisesAndFreesNothing) {
+TEST(CImage, ViewOfAnInvalidSizeRaisesAndFreesNothing) {
     Byte pixel = 5;
     CValueMap attributes;
     EXPECT_THROW((void)CImage(IMAGE_GREY_8, CSize(-1, 1), &pixel, &attributes, nullptr, g_noBorder),
@@ -274,8 +274,8 @@ TEST(CImage, ViewOfASizeThatNoImageCanHaveRaisesAndFreesNothing) {
     EXPECT_EQ(pixel, 5);
 }
 
-TEST(CImage, AddressesPixelsBeyond32Bits) {
-    // 5 * 10^9 bytes of address space, of which only a few pages are ever touched.
+TEST(CImage, AddressesPixelsBeyond32BitOffsets) {
+    // 5 * 10^9 bytes of address space; only a few pages are ever touched.
     const CSize size(2001, 1801, 1401);
     CImage image(IMAGE_GREY_8, size, g_noBorder);
     const CImageView<Byte> view(image);
@@ -284,7 +284,7 @@ TEST(CImage, AddressesPixelsBeyond32Bits) {
     const std::int64_t lastOffset = &view.Row(1800, 1400)[2000] - view.Row(0, 0);
     EXPECT_EQ(lastOffset, size.PixelCount() - 1);
     EXPECT_GT(lastOffset, std::int64_t{1} << 32);
-    // Where 32 bits would have wrapped round to.
+    // The place that 32-bit offsets would wrap around to.
     const std::int64_t wrapped = lastOffset & 0xffffffff;
     EXPECT_EQ(view.Row(0, 0)[wrapped], 0);
     EXPECT_EQ(view.Row(0, 0)[0], 1);
@@ -293,9 +293,9 @@ TEST(CImage, AddressesPixelsBeyond32Bits) {
     EXPECT_EQ(*static_cast<const Byte*>(access->ConstData()), 2);
 }
 
-TEST(CSorbImageFactory, IsOne) { EXPECT_EQ(&CSorbImageFactory::Obj(), &CSorbImageFactory::Obj()); }
+TEST(CSorbImageFactory, IsASingleton) { EXPECT_EQ(&CSorbImageFactory::Obj(), &CSorbImageFactory::Obj()); }
 
-TEST(CSorbImageFactory, MakesZeroImagesOwnedByTheCaller) {
+TEST(CSorbImageFactory, CreatesZeroImagesOwnedByTheCaller) {
     const std::unique_ptr<IImage> image(CSorbImageFactory::Obj().Create(IMAGE_GREY_32, CSize(3, 2)));
     EXPECT_EQ(image->Type(), IMAGE_GREY_32);
     EXPECT_EQ(image->Size(), CSize(3, 2));
@@ -304,13 +304,13 @@ TEST(CSorbImageFactory, MakesZeroImagesOwnedByTheCaller) {
     EXPECT_THROW((void)CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(-1, 1)), CExBadParam);
 }
 
-TEST(CSorbImageFactory, TakesOverTheImagesThatItMade) {
+TEST(CSorbImageFactory, TakesOverTheImagesThatItCreated) {
     const IImage* const made = CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2));
     const std::unique_ptr<const IImage> owned = CSorbImageFactory::TakeOver(*made);
-    EXPECT_EQ(owned.get(), made); // and freed by it alone, which the address sanitizer sees
+    EXPECT_EQ(owned.get(), made); // and freed only by it, as the address sanitizer checks
 }
 
-TEST(CSorbImageFactory, LeavesAllOtherImagesAlone) {
+TEST(CSorbImageFactory, DoesNotTakeOverOtherImages) {
     const CImage image(IMAGE_GREY_8, CSize(3, 2), g_noBorder);
     EXPECT_EQ(CSorbImageFactory::TakeOver(image), nullptr);
     const std::unique_ptr<IImage> made(CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2)));
@@ -318,13 +318,13 @@ TEST(CSorbImageFactory, LeavesAllOtherImagesAlone) {
     EXPECT_EQ(CSorbImageFactory::TakeOver(copy), nullptr);
 }
 
-TEST(CSorbImageFactory, KnowsItsOwnFromEveryThread) {
+TEST(CSorbImageFactory, RecognisesItsImagesOnEveryThread) {
     std::vector<std::jthread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([] {
             for (int round = 0; round < 1000; ++round) {
                 const IImage* const made = CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2));
-                // Memory that held a factory's image often holds another's next.
+                // Memory of an image of the factory is often reused for one that is not.
                 ASSERT_NE(CSorbImageFactory::TakeOver(*made), nullptr);
                 const auto other = std::make_unique<CImage>(IMAGE_GREY_8, CSize(3, 2), g_noBorder);
                 ASSERT_EQ(CSorbImageFactory::TakeOver(*other), nullptr);
@@ -339,8 +339,8 @@ TEST(CValuePointerToCImage, WithANullPointerHasCount0) {
     EXPECT_EQ(value.ElementType(), typeid(CImage));
 }
 
-TEST(CValuePointerToCImage, OwnedOneFreesTheImage) {
-    // What is not freed shows as a leak under the address sanitizer.
+TEST(CValuePointerToCImage, OwningPointerFreesTheImage) {
+    // The address sanitizer reports an image that is not freed.
     const CValueOwnedPointer<CImage> value(new CImage(IMAGE_GREY_8, CSize(3, 2), g_noBorder), 1);
     EXPECT_TRUE(value.IsOwner());
     const std::unique_ptr<CValue> heir(value.Clone(CValue::TF_MOVE));

@@ -41,7 +41,7 @@ protected:
         Attributes().SetEntry(key, map.release());
     }
 
-    /// Asks for the spacing, which must not be there, and must leave the arguments alone.
+    /// Expects that there is no spacing and that the arguments stay unchanged.
     void ExpectNoSpacing() {
         double x = 7;
         double y = 8;
@@ -91,7 +91,7 @@ CValue* String(const char* text) { return new CValueString(text, CString::NPOS);
 
 } // namespace
 
-TEST_F(CQuillonHeaderToolsTest, NothingIsThereAtFirst) {
+TEST_F(CQuillonHeaderToolsTest, NoAttributesExistAtFirst) {
     ExpectNoSpacing();
     ExpectNoOffset();
     ExpectNoNumberOfLabels();
@@ -100,7 +100,7 @@ TEST_F(CQuillonHeaderToolsTest, NothingIsThereAtFirst) {
     EXPECT_TRUE(Attributes().IsEmpty());
 }
 
-TEST_F(CQuillonHeaderToolsTest, WhatStandsThereInAnotherFormCountsAsAbsent) {
+TEST_F(CQuillonHeaderToolsTest, AttributesOfAnotherFormCountAsMissing) {
     const std::vector<const char*> keys = {"spacing", "offset", "number of labels", "max distance", "meta"};
     const std::vector<CValue*> forms = {String("1"), new CValueBool(true), new CValueMap, new CValueVector,
                                         new CValuePointer<CImage>(&m_image, 1)};
@@ -117,7 +117,7 @@ TEST_F(CQuillonHeaderToolsTest, WhatStandsThereInAnotherFormCountsAsAbsent) {
     }
 }
 
-TEST_F(CQuillonHeaderToolsTest, SpacingComesBackAsItWasSet) {
+TEST_F(CQuillonHeaderToolsTest, SpacingIsReadAsItWasSet) {
     Tools::SetSpacing(m_image, 0.1, 2e-6, 3);
     double x = 0;
     double y = 0;
@@ -133,7 +133,7 @@ TEST_F(CQuillonHeaderToolsTest, SpacingComesBackAsItWasSet) {
     EXPECT_EQ(Tools::g_dSpacingDummy, 6);
 }
 
-TEST_F(CQuillonHeaderToolsTest, SpacingStandsInTheAttributesAsAMapOfXYZ) {
+TEST_F(CQuillonHeaderToolsTest, SpacingIsStoredAsAMapOfXYZ) {
     Tools::SetSpacing(m_image, 1.5, 2.5, 3.5);
     EXPECT_EQ(std::as_const(*Attributes().Entry("spacing/x", true)).Double(), 1.5);
     EXPECT_EQ(std::as_const(*Attributes().Entry("spacing/z", true)).Double(), 3.5);
@@ -150,7 +150,7 @@ TEST_F(CQuillonHeaderToolsTest, SpacingOfWholeNumbersIsRead) {
     EXPECT_EQ(z, 3);
 }
 
-TEST_F(CQuillonHeaderToolsTest, SpacingWithAPartMissingOrOfAnotherKindCountsAsAbsent) {
+TEST_F(CQuillonHeaderToolsTest, IncompleteOrMistypedSpacingCountsAsMissing) {
     SetTriple("spacing", Double(1), Double(2), String("3"));
     ExpectNoSpacing();
     SetTriple("spacing", Double(1), nullptr, Double(3));
@@ -165,20 +165,20 @@ TEST_F(CQuillonHeaderToolsTest, HistoryKeepsItsLinesInOrder) {
     EXPECT_EQ(History(), (std::vector<std::string>{"first", "second", "third", ""}));
 }
 
-TEST_F(CQuillonHeaderToolsTest, HistoryOfAnotherKindIsBegunAnew) {
+TEST_F(CQuillonHeaderToolsTest, HistoryOfAnotherKindIsReplaced) {
     Attributes().SetEntry("history", String("no vector"));
     Tools::AddToHistory(m_image, "first", 0);
     EXPECT_EQ(History(), std::vector<std::string>{"first"});
 }
 
-TEST_F(CQuillonHeaderToolsTest, HistoryTakesALineOfItsOwn) {
+TEST_F(CQuillonHeaderToolsTest, HistoryAcceptsOneOfItsOwnLines) {
     Tools::AddToHistory(m_image, "first", 0);
     const auto& line = static_cast<const CValueString&>(*Attributes().Entry("history/0", true));
     Tools::AddToHistory(m_image, line);
     EXPECT_EQ(History(), (std::vector<std::string>{"first", "first"}));
 }
 
-TEST_F(CQuillonHeaderToolsTest, SetAttributesReplacesAllThatWasThere) {
+TEST_F(CQuillonHeaderToolsTest, SetAttributesReplacesAllAttributes) {
     CImage source(IMAGE_GREY_F, CSize(1, 1), CSize(0, 0));
     Tools::SetSpacing(source, 1, 2, 3);
     Tools::AddToHistory(source, "step", 0);
@@ -230,7 +230,7 @@ TEST_F(CQuillonHeaderToolsTest, SetAttributesFromAPartOfTheImagesOwnAttributesIs
     EXPECT_EQ(Attributes().Entry("key", true)->Long(), 5);
 }
 
-TEST_F(CQuillonHeaderToolsTest, MetaInfoOfEveryKindComesBack) {
+TEST_F(CQuillonHeaderToolsTest, MetaInfoOfEveryKindIsReadAsItWasSet) {
     Tools::SetMetaInfo(m_image, "bool", CValueBool(true));
     Tools::SetMetaInfo(m_image, "long", CValueLong(-5));
     Tools::SetMetaInfo(m_image, "double", CValueDouble(0.5));
@@ -263,7 +263,7 @@ TEST_F(CQuillonHeaderToolsTest, MetaInfoHoldsMinimumAndMaximumAsAVectorOfTwo) {
     EXPECT_TRUE(Attributes().HasEntry("meta/" + Tools::c_sMetaMinMax, CValue::VAL_VECTOR));
 }
 
-TEST_F(CQuillonHeaderToolsTest, MetaInfoOfAnotherKindIsNotGiven) {
+TEST_F(CQuillonHeaderToolsTest, MetaInfoOfAnotherKindIsNotReturned) {
     Tools::SetMetaInfo(m_image, "key", CValueDouble(1));
     ExpectNoMetaInfo("key");
     CValueMap map;
@@ -281,16 +281,16 @@ TEST_F(CQuillonHeaderToolsTest, MetaInfoIsReplacedUnderItsKeyOnly) {
     EXPECT_EQ(Attributes().Entry("meta/other", true)->Long(), 2);
 }
 
-TEST_F(CQuillonHeaderToolsTest, MetaInfoAndFeaturesGoIntoAFreshMapWhereSomethingElseStood) {
+TEST_F(CQuillonHeaderToolsTest, MetaInfoAndFeaturesReplaceAValueThatIsNotAMap) {
     for (const auto& [key, set] : {std::pair{"meta", &Tools::SetMetaInfo},
                                    std::pair{Tools::c_sTagFeatures.c_str(), &Tools::SetFeatures}}) {
         Attributes().SetEntry(key, Long(4));
-        set(m_image, "key", *Attributes().Entry(key, true)); // the very value that gives way
+        set(m_image, "key", *Attributes().Entry(key, true)); // the value that is replaced
         EXPECT_EQ(Attributes().Entry(key, true)->Map()->Entry("key", true)->Long(), 4) << key;
     }
 }
 
-TEST_F(CQuillonHeaderToolsTest, MetaInfoAndFeaturesTakeNoOwnedPointer) {
+TEST_F(CQuillonHeaderToolsTest, MetaInfoAndFeaturesRefuseOwningPointers) {
     const CValueOwnedPointer<CValueMap> owner(new CValueMap, 1);
     EXPECT_THROW(Tools::SetMetaInfo(m_image, "key", owner), CExBadParam);
     EXPECT_THROW(Tools::SetFeatures(m_image, "key", owner), CExBadParam);
@@ -298,7 +298,7 @@ TEST_F(CQuillonHeaderToolsTest, MetaInfoAndFeaturesTakeNoOwnedPointer) {
     EXPECT_TRUE(Attributes().IsEmpty());
 }
 
-TEST_F(CQuillonHeaderToolsTest, FeaturesStandBelowTheTagOfFeatures) {
+TEST_F(CQuillonHeaderToolsTest, FeaturesAreStoredBelowTheFeaturesTag) {
     CValueMap histogram;
     histogram.SetEntry("1.5", Long(3));
     Tools::SetFeatures(m_image, "Granulometry", histogram);
@@ -308,7 +308,7 @@ TEST_F(CQuillonHeaderToolsTest, FeaturesStandBelowTheTagOfFeatures) {
     EXPECT_EQ(features->Size(), 2U);
 }
 
-TEST_F(CQuillonHeaderToolsTest, MaxDistanceComesBackAsItWasSet) {
+TEST_F(CQuillonHeaderToolsTest, MaxDistanceIsReadAsItWasSet) {
     Tools::SetMaxDistance(m_image, 12.25);
     double distance = 0;
     EXPECT_TRUE(Tools::GetMaxDistance(m_image, distance));
@@ -318,7 +318,7 @@ TEST_F(CQuillonHeaderToolsTest, MaxDistanceComesBackAsItWasSet) {
     EXPECT_EQ(distance, 3);
 }
 
-TEST_F(CQuillonHeaderToolsTest, NumberOfLabelsComesBackAlsoAbove31Bits) {
+TEST_F(CQuillonHeaderToolsTest, NumberOfLabelsIsReadAsItWasSetAbove31BitsToo) {
     for (const std::size_t expected :
          {std::size_t{0}, std::size_t{1}, (std::size_t{1} << 31) - 1, std::size_t{1} << 31,
           (std::size_t{1} << 32) - 3, (std::size_t{1} << 40) + 1, std::size_t{1} << 53}) {
@@ -329,7 +329,7 @@ TEST_F(CQuillonHeaderToolsTest, NumberOfLabelsComesBackAlsoAbove31Bits) {
     }
 }
 
-TEST_F(CQuillonHeaderToolsTest, NumberOfLabelsThatIsNoCountIsNotGiven) {
+TEST_F(CQuillonHeaderToolsTest, NumberOfLabelsThatIsNotACountIsNotReturned) {
     Attributes().SetEntry("number of labels", Long(-1));
     ExpectNoNumberOfLabels();
     for (const double number : {-1.0, 2.5, 1e300, std::nan(""), std::numeric_limits<double>::infinity()}) {
@@ -350,7 +350,7 @@ TEST_F(CQuillonHeaderToolsTest, OffsetIsReadFromIntegersAndWholeDoubles) {
     EXPECT_EQ(z, 4294967296U);
 }
 
-TEST_F(CQuillonHeaderToolsTest, OffsetThatIsNoPixelPositionIsNotGiven) {
+TEST_F(CQuillonHeaderToolsTest, OffsetThatIsNotAPixelPositionIsNotReturned) {
     SetTriple("offset", Long(-1), Long(0), Long(0));
     ExpectNoOffset();
     SetTriple("offset", Long(0), Double(0.5), Long(0));

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::int64_t g_greatest = std::numeric_limits<std::int64_t>::max();
 
-/// What positions and sizes have in common.
+/// Properties common to positions and sizes.
 template <class Triple>
 class AnyTriple : public testing::Test {
 protected:
@@ -84,7 +84,7 @@ TYPED_TEST(AnyTriple, IsAddressedByAxis) {
     EXPECT_EQ(vectorizable.Dim(), 3);
 }
 
-TYPED_TEST(AnyTriple, RefusesAnAxisThatIsNot) {
+TYPED_TEST(AnyTriple, RefusesAnUnknownAxis) {
     TypeParam triple(4, 5, 6);
     EXPECT_STREQ(test::Raised<CExBadParam>([&] { (void)triple[3]; }).Message(), "There is no axis 3.");
     EXPECT_STREQ(test::Raised<CExBadParam>([&] { (void)std::as_const(triple)[-1]; }).Message(),
@@ -110,7 +110,7 @@ TEST(CSize, CountsPixelsUpToItsDimension) {
     EXPECT_EQ(CSize(g_greatest, 1).PixelCount(), g_greatest);
 }
 
-TEST(CSize, RefusesToCountWhatNoImageCanHave) {
+TEST(CSize, RefusesToCountPixelsOfInvalidSizes) {
     for (const CSize& size :
          {CSize(-1, 5), CSize(5, -1), CSize(5, 5, -1), CSize(-1, -1), CSize(g_greatest, 2),
           CSize(std::int64_t{1} << 21, std::int64_t{1} << 21, std::int64_t{1} << 21), SizeOfDim(1, 1, 1, 0),
@@ -133,7 +133,7 @@ TEST(CBox, DefaultIsThePixelAtTheOrigin) {
     EXPECT_EQ(CBox().first, CPos(0, 0, 0));
 }
 
-TEST(CRect, IsFilledThroughItsCorners) {
+TEST(CRect, IsDefinedByItsCorners) {
     CRect rect;
     EXPECT_EQ(rect.first, CPos(0, 0));
     EXPECT_EQ(rect.Size(), CSize(1, 1));

@@ -34,7 +34,7 @@ const std::vector<StType>& Types() {
 
 } // namespace
 
-TEST(ImageType, CarriesItsNamePixelSizeAndFlags) {
+TEST(ImageType, HasItsNamePixelSizeAndFlags) {
     for (const StType& expected : Types()) {
         SCOPED_TRACE(expected.name);
         EXPECT_STREQ(expected.type.ToString(), expected.name);
@@ -55,7 +55,7 @@ TEST(ImageType, IsEqualToItselfOnly) {
 }
 
 TEST(ImageType, ComparesByNameAndNotByAddress) {
-    const std::string name = "IMAGE_GREY_8"; // as another library's copy of the constant has it
+    const std::string name = "IMAGE_GREY_8"; // as in another library's copy of the constant
     EXPECT_EQ(IImage::CType(name.c_str(), 1, false, false), IMAGE_GREY_8);
 }
 
@@ -70,7 +70,7 @@ TEST(GreyTypeDispatch, CallsTheBodyWithThePixelTypeOfAGreyImage) {
     EXPECT_EQ(nameOf(IMAGE_GREY_F), typeid(float).name());
 }
 
-TEST(GreyTypeDispatch, RaisesForAnyOtherTypeInTheNameOfTheFunction) {
+TEST(GreyTypeDispatch, RaisesForAnyOtherTypeWithTheFunctionAsSource) {
     for (const IImage::CType& type : {IMAGE_BINARY_FG, IMAGE_BINARY_BG, IMAGE_COMPLEX_F}) {
         bool wasCalled = false;
         const auto raised = test::Raised<CException>([&] {

@@ -1,5 +1,5 @@
-// The order of virtual operations is part of the contract with packs built before: a call goes by place, not
-// by name. Places count from 1, the destructor being the first.
+// The order of the virtual functions is part of the binary interface to packs already built: a call goes by
+// slot, not by name. Slots count from 1; the destructor is the first.
 
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/CSorbImageFactory.h>
@@ -36,7 +36,7 @@ TYPED_TEST(AnyImageClass, HasItsVirtualOperationsInOrder) {
     EXPECT_EQ(VirtualSlot(&TypeParam::Size), 7);
 }
 
-TEST(VirtualOrder, OfCImageGoesOnWithResize) { EXPECT_EQ(VirtualSlot(&CImage::Resize), 8); }
+TEST(VirtualOrder, OfCImageContinuesWithResize) { EXPECT_EQ(VirtualSlot(&CImage::Resize), 8); }
 
 TYPED_TEST(AnyAccessClass, HasItsVirtualOperationsInOrder) {
     EXPECT_EQ(VirtualSlot(&TypeParam::Lock), 2);
@@ -51,6 +51,6 @@ TYPED_TEST(AnyAccessClass, HasItsVirtualOperationsInOrder) {
     EXPECT_EQ(VirtualSlot(&TypeParam::Data), 11);
 }
 
-TEST(VirtualOrder, OfCSorbImageFactoryMakesImagesWithItsSecondOperation) {
+TEST(VirtualOrder, OfCSorbImageFactoryCreatesImagesWithItsSecondFunction) {
     EXPECT_EQ(VirtualSlot(&CSorbImageFactory::Create), 2);
 }
