@@ -35,7 +35,7 @@ QString TextOf(const CValueMap& map, const char* key) {
     return QString::fromStdString(map.EntryString(key, none).Std());
 }
 
-/// An input of the dialog, and what a person has put into it.
+/// An input of the dialog, and its current text.
 struct StInput {
     std::string key;
     std::function<QString()> text;
@@ -43,7 +43,7 @@ struct StInput {
 
 StInput AddInput(QFormLayout& form, const CValueMap& description) {
     if (TextOf(description, "type") != "string")
-        RaiseBadDescription("type that is known");
+        RaiseBadDescription("known type");
     const QString key = TextOf(description, "entry");
     const QString start = TextOf(description, "default");
     QWidget* widget = nullptr;

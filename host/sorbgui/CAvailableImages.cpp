@@ -45,7 +45,7 @@ void VisitDocuments(const CValue* value, const Visit& visit) {
     }
 }
 
-/// The name, or the first of "name (2)", "name (3)" ... that is not taken.
+/// The name, or the first of "name (2)", "name (3)", ... that is free.
 std::string FreeName(const std::string& name, const std::map<std::string, const CImage*>& taken) {
     std::string candidate = name;
     for (int number = 2; taken.contains(candidate); ++number)

@@ -12,25 +12,26 @@ class CImage;
 class CValue;
 class CValueMap;
 
-/// Finds the images that are open in the host, for a dialog that lets a person pick one of them by name.
+/// Finds the images that are open in the host, for a dialog where the user picks one of them by name.
 ///
-/// The open documents are the entries of "input/documents" in the tree, each a document or a pointer to one;
-/// a host can also gather them in maps and vectors there. "focused" is one of them.
+/// The open documents are the entries of "input/documents" in the tree. Each is a document or a pointer to
+/// one, and a host may also group them in nested maps and vectors. "focused" is one of them.
 ///
-/// An image goes by its document's label. Where several images have one label, all but the first get a number
-/// behind it, "label (2)", so that every one can be picked. An image that stands there under several entries
-/// counts once.
+/// An image has the label of its document as name. If several images have the same label, all but the first
+/// get a number appended, as in "label (2)", so that each can be picked. An image that is found under several
+/// entries counts once.
 class CAvailableImages {
 public:
-    /// `offersFocused` says whether the image in focus is one to pick, too; `offersUnnamed` whether images
-    /// without label are, under the name "unnamed".
+    /// `offersFocused` includes the focused image; `offersUnnamed` includes images without a label, under the
+    /// name "unnamed".
     CAvailableImages(bool offersFocused, bool offersUnnamed);
 
-    /// Only images of one of the types are offered, and only those of one of the sizes; without a call, any.
+    /// Restricts the images to those of one of the added types, and to those of one of the added sizes.
+    /// Without a call, all types or sizes are allowed.
     void addAllowedType(const IImage::CType& type);
     void addAllowedSize(const CSize& size);
 
-    /// The images by name. They stay the host's.
+    /// Returns the images by name. The host keeps ownership.
     std::map<std::string, const CImage*> operator()(const CValueMap& tree) const;
 
 private:

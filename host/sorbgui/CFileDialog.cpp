@@ -9,14 +9,14 @@ namespace ORVEN {
 
 namespace {
 
-/// The toolkit's dialog, with boxes that show a file name letter by letter even if it looks like markup.
+/// The standard dialog, whose message boxes show a file name literally even if it looks like markup.
 class CPlainFileDialog : public QFileDialog {
 public:
     using QFileDialog::QFileDialog;
 
 protected:
     void childEvent(QChildEvent* event) override {
-        // A box is polished before it is first shown; when it is added it is no box yet.
+        // A box is polished before it is first shown; when it is added, it is not yet a QMessageBox.
         auto* box = event->polished() ? qobject_cast<QMessageBox*>(event->child()) : nullptr;
         if (box != nullptr)
             box->setTextFormat(Qt::PlainText);

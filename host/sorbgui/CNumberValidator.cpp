@@ -4,7 +4,7 @@ namespace ORVEN {
 
 namespace {
 
-/// More decimals than a text can have.
+/// More decimals than any text has.
 constexpr int g_anyDecimals = 1000;
 
 QLocale LocaleOfNumbers() {

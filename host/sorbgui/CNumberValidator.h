@@ -4,11 +4,11 @@
 
 namespace ORVEN {
 
-/// Lets a person type any number from `bottom` up to `top`, written with a point in any locale, and keeps
-/// everything else out.
+/// Accepts any number from `bottom` to `top`, with a decimal point in every locale, and blocks all other
+/// input.
 ///
-/// Unlike its base it does not keep digits out that go beyond `decimals`: they make a text that is not
-/// acceptable, and can be typed all the same. Nor does it change what was typed.
+/// Unlike its base class it does not block digits beyond `decimals`: such a text can be typed but is not
+/// acceptable. It never changes the text typed.
 class CNumberValidator : public QDoubleValidator {
 public:
     CNumberValidator(double bottom, double top, int decimals, QObject* parent);

@@ -4,11 +4,13 @@ class QWidget;
 
 namespace ORVEN {
 
-/// The host's main window, above which plug-ins open their boxes and in whose status bar they tell what they
-/// do: the one that the host has set, else the application's first `QMainWindow`; null if there is neither.
+/// Returns the host's main window, which is the parent of the dialogs of plug-ins and shows their progress in
+/// its status bar: the one set by the host, else the first `QMainWindow` of the application; null if there is
+/// neither.
 QWidget* MainWidget();
 
-/// The widget stays the host's; null, or its end, unsets it. On the user interface thread.
+/// Sets the main window; null unsets it, and so does destroying the widget. The host keeps ownership. Call on
+/// the user interface thread.
 void SetMainWidget(QWidget* widget);
 
 } // namespace ORVEN

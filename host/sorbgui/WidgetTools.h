@@ -8,24 +8,24 @@
 #include <QPalette>
 #include <QWidget>
 
-/// What the dialogs of this system ask of a widget toolkit and Qt 6 has no call for.
+/// Widget functions that the dialogs of this system need and Qt 6 does not provide.
 namespace ORVEN {
 
-/// A group box whose radio buttons exclude each other, as one widget.
+/// A group box with mutually exclusive radio buttons, as one widget.
 class CButtonGroupBox : public QGroupBox {
 public:
     explicit CButtonGroupBox(QWidget* parent)
         : QGroupBox(parent) {}
 
-    /// The button gets a number of its own for id -1.
+    /// Adds the button to the group. An id of -1 assigns a unique number.
     void Insert(QAbstractButton* button, int id) { m_buttons.addButton(button, id); }
 
 private:
     QButtonGroup m_buttons;
 };
 
-/// Lays out a box as a column with this margin, whose one element is the grid that is returned: it keeps to
-/// the top and leaves what it does not need free below.
+/// Gives the box a column layout with this margin and returns the grid that is its only element. The grid is
+/// aligned to the top; surplus space stays free below. `margin` and `spacing` are in pixels.
 inline QGridLayout* SetColumnLayout(QGroupBox& box, int margin, int spacing) {
     auto* column = new QVBoxLayout(&box);
     column->setContentsMargins(margin, margin, margin, margin);
@@ -37,15 +37,15 @@ inline QGridLayout* SetColumnLayout(QGroupBox& box, int margin, int spacing) {
     return grid;
 }
 
-/// Colours what the widget, and any widget inside it without a colour of its own, writes with.
+/// Sets the text colour of the widget, and of all widgets inside it that do not have a colour of their own.
 inline void SetPaletteForegroundColor(QWidget& widget, const QColor& color) {
     QPalette palette = widget.palette();
     palette.setColor(widget.foregroundRole(), color);
     widget.setPalette(palette);
 }
 
-/// Colours the ground that the widget writes on. What it writes turns black or white, whichever shows up on
-/// it, as that may have been meant for the ground of a dark desktop.
+/// Sets the background colour of the widget, and its text colour to black or white, whichever is readable on
+/// it: the previous text colour may have been chosen for a dark desktop.
 inline void SetPaletteBackgroundColor(QWidget& widget, const QColor& color) {
     QPalette palette = widget.palette();
     palette.setColor(widget.backgroundRole(), color);

@@ -20,7 +20,7 @@ using namespace ORVEN;
 
 CValueString* NewText(const char* text) { return new CValueString(text, CString::NPOS); }
 
-/// Asks for a colour among three, and for a name.
+/// Asks for one of three colours and for a name.
 class CColourDialog : public CAutoDialogPluginWrapper {
 public:
     CValueVector* CreateDialogDescription() override {
@@ -54,7 +54,7 @@ public:
 
 using AutoDialog = test::QtTest;
 
-TEST_F(AutoDialog, OffersTheTextsInTheOrderOfTheirKeysAndTheDefaultAtFirst) {
+TEST_F(AutoDialog, OffersTheTextsInTheOrderOfTheirKeysAndSelectsTheDefault) {
     AnswerNextDialog([](QDialog& dialog) {
         EXPECT_EQ(dialog.windowTitle(), "Pick a Colour");
         const auto* choice = dialog.findChild<QComboBox*>("choice:colour");
@@ -71,7 +71,7 @@ TEST_F(AutoDialog, OffersTheTextsInTheOrderOfTheirKeysAndTheDefaultAtFirst) {
     EXPECT_EQ(dialog.colour, "green");
 }
 
-TEST_F(AutoDialog, HandsOverWhatAPersonHasPutIn) {
+TEST_F(AutoDialog, ReturnsTheValuesEntered) {
     AnswerNextDialog([](QDialog& dialog) {
         dialog.findChild<QComboBox*>("choice:colour")->setCurrentText("red");
         dialog.findChild<QLineEdit*>("choice:name")->setText("Zo\u00eb");
@@ -83,7 +83,7 @@ TEST_F(AutoDialog, HandsOverWhatAPersonHasPutIn) {
     EXPECT_EQ(dialog.name, "Zo\u00eb");
 }
 
-TEST_F(AutoDialog, AnswersFalseAndChangesNothingWhenItIsCancelled) {
+TEST_F(AutoDialog, ReturnsFalseAndChangesNothingWhenCancelled) {
     AnswerNextDialog([](QDialog& dialog) { dialog.reject(); });
     CColourDialog dialog;
     dialog.colour = "as before";
@@ -91,14 +91,14 @@ TEST_F(AutoDialog, AnswersFalseAndChangesNothingWhenItIsCancelled) {
     EXPECT_EQ(dialog.colour, "as before");
 }
 
-TEST_F(AutoDialog, AnswersFalseForValuesThatAreNoGood) {
+TEST_F(AutoDialog, ReturnsFalseForInvalidValues) {
     AnswerNextDialog([](QDialog& dialog) { dialog.accept(); });
     CColourDialog dialog;
     dialog.isGood = false;
     EXPECT_FALSE(dialog.show());
 }
 
-TEST_F(AutoDialog, RaisesForADescriptionThatIsNotAsTold) {
+TEST_F(AutoDialog, RaisesForAnInvalidDescription) {
     CColourDialog untitled;
     untitled.hasTitle = false;
     EXPECT_STREQ(test::Raised<CException>([&] { untitled.show(); }).Message(),
@@ -106,7 +106,7 @@ TEST_F(AutoDialog, RaisesForADescriptionThatIsNotAsTold) {
     CColourDialog strange;
     strange.type = "colour";
     EXPECT_STREQ(test::Raised<CException>([&] { strange.show(); }).Message(),
-                 "The description of a dialog has no type that is known.");
+                 "The description of a dialog has no known type.");
 }
 
 } // namespace

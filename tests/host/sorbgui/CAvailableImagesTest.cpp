@@ -59,7 +59,7 @@ TEST_F(AvailableImages, AreFoundByTheLabelsOfTheirDocuments) {
     EXPECT_EQ(images, (std::map<std::string, const CImage*>{{"mask.nrrd", &second}, {"scan.nrrd", &first}}));
 }
 
-TEST_F(AvailableImages, AreNoneInATreeWithoutDocuments) {
+TEST_F(AvailableImages, AreEmptyForATreeWithoutDocuments) {
     EXPECT_TRUE(CAvailableImages(true, true)(m_tree).empty());
     m_tree.SetEntry("input", new CValueMap);
     EXPECT_TRUE(CAvailableImages(true, true)(m_tree).empty());
@@ -67,7 +67,7 @@ TEST_F(AvailableImages, AreNoneInATreeWithoutDocuments) {
     EXPECT_TRUE(CAvailableImages(true, true)(m_tree).empty());
 }
 
-TEST_F(AvailableImages, LeaveTheOneInFocusOutOnRequest) {
+TEST_F(AvailableImages, ExcludeTheFocusedOneOnRequest) {
     CImage& first = NewImage();
     Open("focused", NewDocument(&first, "a"));
     Open("other", NewDocument(&NewImage(), "b"));
@@ -76,14 +76,14 @@ TEST_F(AvailableImages, LeaveTheOneInFocusOutOnRequest) {
     EXPECT_EQ(NamesOf(CAvailableImages(false, true)), Names{"b"});
 }
 
-TEST_F(AvailableImages, LeaveThoseWithoutLabelOutOnRequest) {
+TEST_F(AvailableImages, ExcludeThoseWithoutLabelOnRequest) {
     Open("1", NewDocument(&NewImage(), ""));
     Open("2", NewDocument(&NewImage(), "b"));
     EXPECT_EQ(NamesOf(CAvailableImages(true, true)), (Names{"b", "unnamed"}));
     EXPECT_EQ(NamesOf(CAvailableImages(true, false)), Names{"b"});
 }
 
-TEST_F(AvailableImages, GetNumbersWhereLabelsAreTheSame) {
+TEST_F(AvailableImages, GetNumbersIfLabelsAreTheSame) {
     for (const char* key : {"1", "2", "3"})
         Open(key, NewDocument(&NewImage(), "a"));
     const auto images = CAvailableImages(true, true)(m_tree);
@@ -92,7 +92,7 @@ TEST_F(AvailableImages, GetNumbersWhereLabelsAreTheSame) {
     EXPECT_EQ(images.at("a (3)"), m_images[2].get());
 }
 
-TEST_F(AvailableImages, KeepToTheAllowedTypes) {
+TEST_F(AvailableImages, AreRestrictedToTheAllowedTypes) {
     for (const auto& type : {IMAGE_GREY_8, IMAGE_BINARY_FG, IMAGE_BINARY_BG, IMAGE_GREY_F})
         Open(type.ToString(), NewDocument(&NewImage(type), type.ToString()));
     CAvailableImages available(true, true);
@@ -102,7 +102,7 @@ TEST_F(AvailableImages, KeepToTheAllowedTypes) {
     EXPECT_EQ(NamesOf(available), (Names{"IMAGE_BINARY_FG", "IMAGE_GREY_8"}));
 }
 
-TEST_F(AvailableImages, KeepToTheAllowedSizes) {
+TEST_F(AvailableImages, AreRestrictedToTheAllowedSizes) {
     Open("1", NewDocument(&NewImage(IMAGE_GREY_8, CSize(4, 3)), "4x3"));
     Open("2", NewDocument(&NewImage(IMAGE_GREY_8, CSize(4, 3, 1)), "4x3x1"));
     Open("3", NewDocument(&NewImage(IMAGE_GREY_8, CSize(3, 4)), "3x4"));
@@ -121,7 +121,7 @@ TEST_F(AvailableImages, AreFoundInMapsVectorsAndDocumentsByValue) {
     EXPECT_EQ(NamesOf(CAvailableImages(true, true)), (Names{"a", "b", "c"}));
 }
 
-TEST_F(AvailableImages, PassOverWhatIsNoImage) {
+TEST_F(AvailableImages, ExcludeEntriesThatAreNotImages) {
     Open("1", NewDocument(nullptr, "null image"));
     auto& text = *m_documents.emplace_back(std::make_unique<CValueMap>());
     text.SetEntry("content", new CValueString("text", CString::NPOS));

@@ -42,21 +42,21 @@ TEST_F(FileDialog, OffersTheNameAndTheFilter) {
     const CFileDialog dialog("scan_fiberdirections.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
 }
 
-TEST_F(FileDialog, GivesThePathThatWasPicked) {
+TEST_F(FileDialog, ReturnsThePathPicked) {
     AnswerNextDialog([this](QDialog& dialog) { Type(dialog, Path("new")); });
     const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
     EXPECT_TRUE(dialog.WasFileSelected());
-    EXPECT_EQ(dialog.FilePath(), Path("new")); // with nothing added
+    EXPECT_EQ(dialog.FilePath(), Path("new")); // nothing is appended
 }
 
-TEST_F(FileDialog, GivesNoPathWhenItIsCancelled) {
+TEST_F(FileDialog, ReturnsNoPathWhenCancelled) {
     AnswerNextDialog([](QDialog& dialog) { dialog.reject(); });
     const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
     EXPECT_FALSE(dialog.WasFileSelected());
     EXPECT_EQ(dialog.FilePath(), "");
 }
 
-TEST_F(FileDialog, AsksBeforeItReplacesAFile) {
+TEST_F(FileDialog, AsksBeforeReplacingAFile) {
     std::ofstream(Path("old.csv")) << "old";
     AnswerNextDialog([this](QDialog& dialog) {
         AnswerNextDialog([](QDialog& question) {
@@ -71,7 +71,7 @@ TEST_F(FileDialog, AsksBeforeItReplacesAFile) {
     EXPECT_FALSE(dialog.WasFileSelected());
 }
 
-TEST_F(FileDialog, TheQuestionShowsANameThatLooksLikeMarkupAsItStands) {
+TEST_F(FileDialog, TheQuestionShowsANameThatLooksLikeMarkupLiterally) {
     const char* const name = "<b>old.csv";
     std::ofstream(Path(name)) << "old";
     AnswerNextDialog([this, name](QDialog& dialog) {
@@ -87,7 +87,7 @@ TEST_F(FileDialog, TheQuestionShowsANameThatLooksLikeMarkupAsItStands) {
     EXPECT_EQ(dialog.FilePath(), Path(name));
 }
 
-TEST_F(FileDialog, ReplacesWithoutAskingInThatMode) {
+TEST_F(FileDialog, ReplacesWithoutAskingInReplaceMode) {
     std::ofstream(Path("old.csv")) << "old";
     AnswerNextDialog([this](QDialog& dialog) { Type(dialog, Path("old.csv")); });
     const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_REPLACE, nullptr);

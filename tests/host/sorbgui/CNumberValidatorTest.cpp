@@ -8,7 +8,7 @@ namespace {
 
 using ORVEN::CNumberValidator;
 
-/// A locale as the default one, as long as this lives.
+/// Sets the default locale for the lifetime of the object.
 class CDefaultLocale {
 public:
     explicit CDefaultLocale(const QLocale& locale) { QLocale::setDefault(locale); }
@@ -25,7 +25,7 @@ QValidator::State StateOf(const CNumberValidator& validator, QString text) {
     return validator.validate(text, position);
 }
 
-/// The numbers that are not negative, in whole.
+/// The non-negative integers.
 CNumberValidator WholeNumbers() { return {0.0, std::numeric_limits<double>::max(), 0, nullptr}; }
 
 TEST(NumberValidator, AcceptsNumbersInItsRange) {
@@ -42,13 +42,13 @@ TEST(NumberValidator, LetsMoreDecimalsBeTypedThanItAccepts) {
         EXPECT_EQ(StateOf(validator, text), QValidator::Intermediate) << text;
 }
 
-TEST(NumberValidator, KeepsOutWhatCannotBecomeANumberOfItsRange) {
+TEST(NumberValidator, BlocksTextThatCannotBecomeANumberInItsRange) {
     const auto validator = WholeNumbers();
     for (const char* text : {"-", "-1", "a", "nan", "inf", "1,5", "1,000", "1 2", "1..2"})
         EXPECT_EQ(StateOf(validator, text), QValidator::Invalid) << text;
 }
 
-TEST(NumberValidator, WantsAPointInAnyLocale) {
+TEST(NumberValidator, RequiresAPointInAnyLocale) {
     const CDefaultLocale german(QLocale(QLocale::German));
     ASSERT_EQ(QLocale().decimalPoint(), ",");
     const CNumberValidator validator(0.0, 10.0, 3, nullptr);
@@ -56,7 +56,7 @@ TEST(NumberValidator, WantsAPointInAnyLocale) {
     EXPECT_EQ(StateOf(validator, "2,5"), QValidator::Invalid);
 }
 
-TEST(NumberValidator, LeavesTheTextAsItWasTyped) {
+TEST(NumberValidator, DoesNotChangeTheTextTyped) {
     const auto validator = WholeNumbers();
     QString text = "2.75";
     validator.fixup(text);

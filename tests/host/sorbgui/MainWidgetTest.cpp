@@ -18,13 +18,13 @@ TEST_F(MainWidgetTest, IsNullWithoutAnyMainWindow) {
     EXPECT_EQ(MainWidget(), nullptr);
 }
 
-TEST_F(MainWidgetTest, IsTheMainWindowThatThereIs) {
+TEST_F(MainWidgetTest, IsTheExistingMainWindow) {
     const QPushButton button;
     QMainWindow window;
     EXPECT_EQ(MainWidget(), &window);
 }
 
-TEST_F(MainWidgetTest, IsTheWidgetThatTheHostHasSetUntilItEnds) {
+TEST_F(MainWidgetTest, IsTheWidgetSetByTheHostUntilItIsDestroyed) {
     QMainWindow window;
     auto set = std::make_unique<QWidget>();
     SetMainWidget(set.get());

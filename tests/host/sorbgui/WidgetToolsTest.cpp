@@ -12,7 +12,7 @@ using namespace ORVEN;
 
 class WidgetTools : public test::QtTest {};
 
-TEST_F(WidgetTools, ButtonsOfOneGroupExcludeEachOtherWhereverTheyStand) {
+TEST_F(WidgetTools, ButtonsOfOneGroupExcludeEachOtherInAnyLayout) {
     CButtonGroupBox box(nullptr);
     QWidget inner(&box);
     QRadioButton first(&box);
@@ -37,7 +37,7 @@ TEST_F(WidgetTools, AColumnLayoutHoldsOneGridAtTheTop) {
     EXPECT_EQ(grid->alignment(), Qt::AlignTop);
 }
 
-TEST_F(WidgetTools, TheBackgroundOfALineIsWhatItWritesOn) {
+TEST_F(WidgetTools, TheBackgroundOfALineEditIsItsBase) {
     QLineEdit edit;
     SetPaletteBackgroundColor(edit, Qt::red);
     for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
@@ -58,7 +58,7 @@ TEST_F(WidgetTools, ABackgroundKeepsTheTextReadableOnADarkDesktop) {
     EXPECT_EQ(edit.palette().color(QPalette::Text), QColor(Qt::white));
 }
 
-TEST_F(WidgetTools, AForegroundReachesTheWidgetsInside) {
+TEST_F(WidgetTools, AForegroundAppliesToTheWidgetsInside) {
     QGroupBox box;
     const QLabel label(&box);
     SetPaletteForegroundColor(box, Qt::blue);
