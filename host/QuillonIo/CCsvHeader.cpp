@@ -17,7 +17,7 @@ namespace {
 
 CValueString Text(const std::string& text) { return {text.c_str(), text.size()}; }
 
-/// Whether the attribute at the path is an entry of a table inside a measurement: features/NAME/TABLE/...
+/// Whether the path leads into a table inside a measurement: features/NAME/TABLE/...
 bool IsInTableOfMeasurement(const std::string& path) {
     return path.starts_with(CQuillonHeaderTools::c_sTagFeatures + "/") &&
            std::count(path.begin(), path.end(), '/') > 2;

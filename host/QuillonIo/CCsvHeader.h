@@ -10,9 +10,9 @@ class CImage;
 class CValue;
 class CValueMap;
 
-/// The lines at the head of a table that say where its numbers come from. Each begins with "# ", so that
-/// readers of tables take them for comments; a line break inside a text stands as "\n". Nothing is written
-/// before `Finish`.
+/// The comment lines at the top of a table that describe where its numbers come from. Each begins with "# ",
+/// so that programs that read tables skip it. A line break inside a text is written as "\n". Nothing is
+/// written before `Finish`.
 ///
 ///     # "software";"Quillon"
 ///     # "version";"version 1.0.0"
@@ -20,17 +20,17 @@ class CValueMap;
 ///     # "filename";"sizes.csv"
 class CCsvHeader {
 public:
-    /// The stream has to outlive this object.
+    /// `stream` must outlive this object.
     CCsvHeader(std::ostream& stream, char separator, char quote);
 
     void AddVersionInformation();
-    /// Type, size and all attributes of the image by their paths. Of a measurement only what stands right in
-    /// it: tables by object, diameter or grey value are left out.
+    /// Adds type, size and all attributes of the image with their paths. Of a measurement, only its direct
+    /// entries are added: tables by object, diameter or grey value are omitted.
     void AddImageAttributes(const CImage& image);
-    /// The title, then a line for each leaf of the map.
+    /// Adds the title and one line for each leaf of the map.
     void AddMap(const std::string& title, const CValueMap& map);
 
-    /// Writes the lines and flushes the stream. Only the first call writes.
+    /// Writes the lines and flushes the stream. Only the first call has an effect.
     void Finish();
 
 private:

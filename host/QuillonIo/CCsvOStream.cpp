@@ -17,7 +17,7 @@ std::string TextOf(double number) {
         return "nan"; // never "-nan"
     if (number == 0.0)
         return "0"; // never "-0"
-    // Integers up to here are exact; beyond, digits would be shown that are none.
+    // Integers up to this bound are exact. Beyond it, a fixed-point text would show meaningless digits.
     constexpr double endOfExactIntegers = 9007199254740992.0;
     const bool isInteger = std::abs(number) < endOfExactIntegers && number == std::trunc(number);
     std::array<char, 32> text{};

@@ -7,28 +7,29 @@ namespace ORVEN {
 
 class CValue;
 
-/// Writes values as fields of a table of text, a line a row.
+/// Writes values as fields of a text table, one line per row.
 ///
-/// A separator stands before each field but the first since construction or since the last line end. So a
-/// caller can put the key of a row and a separator straight into the stream before the values.
+/// A separator precedes each field except the first one after construction or after a line end. A caller can
+/// therefore write the key of a row and a separator directly to the stream before the values.
 ///
-/// Texts stand between quote characters, with those inside doubled. Numbers are written in the shortest form
-/// that reads back to the same number, whatever the locale, an integral double below 2^53 without exponent;
-/// truth values are "true" and "false"; a pointer is an empty field. A container stands for its leaves, see
-/// `ForEachLeaf`; without any it writes nothing. The other writers of this library write fields alike.
+/// Texts are enclosed in quote characters, and quote characters inside them are doubled. Numbers are written
+/// in the shortest form that reads back as the same number, in any locale; integral doubles below 2^53 have
+/// no exponent. Booleans are written as "true" and "false", pointers as empty fields. A container is written
+/// as its leaves, see `ForEachLeaf`; without leaves nothing is written. The other writers of this library use
+/// the same format.
 ///
 /// Source of the format: Y. Shafranovich, *Common format and MIME type for CSV files*, RFC 4180, 2005.
 class CCsvOStream {
 public:
-    /// The stream has to outlive this object. Nothing is buffered here.
+    /// `stream` must outlive this object. Output is not buffered here.
     CCsvOStream(std::ostream& stream, char separator, char quote);
 
     CCsvOStream& operator<<(const CValue& value);
-    /// For `std::endl`: hands the manipulator to the stream and begins a new line.
+    /// Intended for `std::endl`: passes the manipulator to the stream and begins a new line.
     CCsvOStream& operator<<(std::ostream& (*manipulator)(std::ostream&));
 
 protected:
-    /// One field that is a text; not quoted if it is to stand as it is.
+    /// Writes one field that is a text, literally unless `isQuoted`.
     void WriteText(std::string_view text, bool isQuoted = true);
     void WriteLeaf(const CValue* leaf);
     void EndLine(std::ostream& (*manipulator)(std::ostream&));

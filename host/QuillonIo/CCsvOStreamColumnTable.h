@@ -8,26 +8,27 @@ namespace ORVEN {
 
 class CValueMap;
 
-/// Writes a map as a table of two columns, a line an entry: key and value.
+/// Writes a map as a table with two columns, key and value, one line per entry.
 class CCsvOStreamColumnTable : public CCsvOStream {
 public:
-    /// A map with the titles of its columns.
+    /// A map and the titles of its columns.
     struct BindValueMap {
-        const CValueMap* map;   ///< null for no entries
-        std::string keyTitle;   ///< of the column of keys
-        std::string valueTitle; ///< of the column of values
-        bool hasTitles;         ///< whether the table begins with the line of titles, quoted
-        bool hasPlainNumbers;   ///< whether a key that reads wholly as a number is written without quotes
+        const CValueMap* map;   ///< null means no entries
+        std::string keyTitle;   ///< title of the key column
+        std::string valueTitle; ///< title of the value column
+        bool hasTitles;         ///< whether the table begins with a line of quoted titles
+        bool hasPlainNumbers;   ///< whether a key that is a number is written without quotes
     };
 
     using CCsvOStream::CCsvOStream;
     using CCsvOStream::operator<<;
 
-    /// Entries that are containers are left out. The last line has no end: that is the caller's.
+    /// Writes the table. Entries that are containers are omitted. The last line is not terminated; the caller
+    /// does that.
     CCsvOStreamColumnTable& operator<<(const BindValueMap& table);
 
 private:
-    /// Begins a line of the table, and ends the one before it.
+    /// Ends the previous line, if any, and begins a new one.
     void BeginLine(bool& isFirst);
 };
 

@@ -8,12 +8,12 @@ namespace ORVEN {
 
 class CValueMap;
 
-/// Writes the line of column titles for rows that are maps of the same keys: a first title for the column of
+/// Writes the title line of a table whose rows are maps with the same keys: a first title for the column of
 /// row keys, then the path of each leaf, all quoted.
 class CCsvOStreamValueMapLineariser : private CCsvOStream {
 public:
-    /// Writes the line, with its end. A leaf right in the map whose key is the first title is left out: the
-    /// column is there already.
+    /// Writes the line including its end. A direct leaf of the map whose key is `firstTitle` is omitted, as
+    /// its column already exists.
     CCsvOStreamValueMapLineariser(const CValueMap& map, std::ostream& stream, const std::string& firstTitle,
                                   char separator, char quote);
 };

@@ -39,7 +39,7 @@ std::string Written(const CValue& value, char separator = ';', char quote = '"')
 
 std::string Written(double number) { return Written(CValueDouble(number)); }
 
-/// One row of a table of fields as RFC 4180 has them, read from the start of `text`.
+/// Reads one row of RFC 4180 fields from the start of `text`.
 std::vector<std::string> ReadRow(const std::string& text, char separator, char quote) {
     std::vector<std::string> fields(1);
     bool isQuoted = false;
@@ -88,7 +88,7 @@ TEST(CCsvOStream, DoublesOfAnyBitsReadBack) {
     }
 }
 
-/// A locale with a decimal comma and dots between thousands, whatever is installed.
+/// A locale with a decimal comma and dots between thousands, independent of the installed locales.
 struct StCommaLocale : std::numpunct<char> {
     [[nodiscard]] char do_decimal_point() const override { return ','; }
     [[nodiscard]] char do_thousands_sep() const override { return '.'; }
@@ -112,7 +112,7 @@ TEST(CCsvOStream, QuotesTextsAndDoublesTheQuotesInThem) {
     EXPECT_EQ(Written(CValueString("it's", CString::NPOS), ',', '\''), "'it''s'");
 }
 
-TEST(CCsvOStream, WritesTheOtherKindsOfValues) {
+TEST(CCsvOStream, WritesOtherKindsOfValues) {
     EXPECT_EQ(Written(CValueLong(-12)), "-12");
     EXPECT_EQ(Written(CValueBool(true)), "true");
     EXPECT_EQ(Written(CValueBool(false)), "false");
@@ -124,7 +124,7 @@ TEST(CCsvOStream, WritesTheOtherKindsOfValues) {
     EXPECT_EQ(Written(values), "1;;;2") << "pointers and empty places are empty fields";
 }
 
-TEST(CCsvOStream, ContainersStandForTheirLeaves) {
+TEST(CCsvOStream, ContainersAreWrittenAsTheirLeaves) {
     CValueMap map;
     map.SetEntry("b", new CValueLong(3));
     map.SetEntry("a/y", new CValueLong(1));
@@ -135,7 +135,7 @@ TEST(CCsvOStream, ContainersStandForTheirLeaves) {
     EXPECT_EQ(Written(CValueMap()), "");
 }
 
-TEST(CCsvOStream, PutsASeparatorBetweenFieldsOfALineOnly) {
+TEST(CCsvOStream, WritesSeparatorsOnlyBetweenFieldsOfALine) {
     std::ostringstream stream;
     CCsvOStream fields(stream, ';', '"');
     stream << "\"key\";";
@@ -162,7 +162,7 @@ TEST(CCsvOStream, AnyTextsReadBack) {
     }
 }
 
-TEST(CCsvOStreamValueMapLineariser, WritesThePathsOfTheLeavesInStepWithTheRows) {
+TEST(CCsvOStreamValueMapLineariser, WritesThePathsOfTheLeavesInTheOrderOfTheRows) {
     CValueMap map;
     map.SetEntry("b", new CValueLong(2));
     map.SetEntry("a/y", new CValueLong(1));
@@ -173,7 +173,7 @@ TEST(CCsvOStreamValueMapLineariser, WritesThePathsOfTheLeavesInStepWithTheRows) 
     EXPECT_EQ(Written(map), "\"q\";1;2");
 }
 
-TEST(CCsvOStreamValueMapLineariser, LeavesOutTheLeafThatTheFirstTitleStandsFor) {
+TEST(CCsvOStreamValueMapLineariser, OmitsTheLeafNamedByTheFirstTitle) {
     CValueMap map;
     map.SetEntry("ID", NewText("field"));
     map.SetEntry("a/ID", new CValueLong(1));
@@ -182,13 +182,13 @@ TEST(CCsvOStreamValueMapLineariser, LeavesOutTheLeafThatTheFirstTitleStandsFor) 
     EXPECT_EQ(stream.str(), "\"ID\";\"a/ID\"\n");
 }
 
-TEST(CCsvOStreamValueMapLineariser, AnEmptyMapGivesTheFirstTitleAlone) {
+TEST(CCsvOStreamValueMapLineariser, WritesOnlyTheFirstTitleForAnEmptyMap) {
     std::ostringstream stream;
     { const CCsvOStreamValueMapLineariser titles(CValueMap(), stream, "ID", ';', '"'); }
     EXPECT_EQ(stream.str(), "\"ID\"\n");
 }
 
-TEST(CCsvOStreamColumnTable, WritesALineAnEntryAndNoLineEndAtTheEnd) {
+TEST(CCsvOStreamColumnTable, WritesOneLinePerEntryAndNoFinalLineEnd) {
     CValueMap map;
     map.SetEntry("2.000000e+00", new CValueDouble(7.0));
     map.SetEntry("4.000000e+00", new CValueDouble(0.5));
@@ -200,7 +200,7 @@ TEST(CCsvOStreamColumnTable, WritesALineAnEntryAndNoLineEndAtTheEnd) {
     EXPECT_EQ(stream.str().back(), '\n');
 }
 
-TEST(CCsvOStreamColumnTable, KeysAreQuotedUnlessTheyAreNumbersAndMayBePlain) {
+TEST(CCsvOStreamColumnTable, KeysAreQuotedUnlessPlainNumbersAreAllowed) {
     CValueMap map;
     map.SetEntry("12", new CValueLong(1));
     map.SetEntry("12 mm", new CValueLong(2));
@@ -215,14 +215,14 @@ TEST(CCsvOStreamColumnTable, KeysAreQuotedUnlessTheyAreNumbersAndMayBePlain) {
     EXPECT_EQ(quoted.str(), "\"12\";1\n\"12 mm\";2");
 }
 
-TEST(CCsvOStreamColumnTable, ANullMapHasTitlesOnly) {
+TEST(CCsvOStreamColumnTable, WritesOnlyTheTitlesForANullMap) {
     std::ostringstream stream;
     CCsvOStreamColumnTable(stream, ';', '"')
         << CCsvOStreamColumnTable::BindValueMap{nullptr, "key", "value", true, true};
     EXPECT_EQ(stream.str(), "\"key\";\"value\"");
 }
 
-TEST(CCsvHeader, WritesItsLinesOnceWhenItIsFinished) {
+TEST(CCsvHeader, WritesItsLinesOnceWhenFinished) {
     CImage image(IMAGE_GREY_8, CSize(4, 3, 2), CSize(0, 0, 0));
     CQuillonHeaderTools::SetSpacing(image, 0.5, 0.5, 2.0);
     CValueMap measurement;
