@@ -17,7 +17,7 @@ namespace {
 
 const char* const g_source = "CConvexHullComputer";
 
-/// The pixels of a box that is cut to an image, from first to before end.
+/// A box clipped to an image, from first (included) to end (excluded).
 struct StCutBox {
     StCutBox(const CSize& size, const CConvexHullComputer::CBox& box)
         : first{std::max(box.startX, 0), std::max(box.startY, 0), std::max(box.startZ, 0)}
@@ -33,7 +33,7 @@ struct StCutBox {
     StLatticePoint end;
 };
 
-/// Pixels that are tested together, without a branch, so that the compiler can do it by vectors.
+/// Number of pixels that are tested together without a branch, so that the compiler can vectorize the test.
 constexpr std::int64_t g_blockLength = 32;
 
 template <class T, class Test>
@@ -44,7 +44,7 @@ bool HasAny(const T* block, const Test& test) {
     return any != 0;
 }
 
-/// The first pixel from `first` on that passes the test; `end` if none does.
+/// The first pixel at or after `first` that passes the test; `end` if there is none.
 template <class T, class Test>
 std::int64_t FirstPixel(const T* row, std::int64_t first, std::int64_t end, const Test& test) {
     while (end - first >= g_blockLength && !HasAny(row + first, test))
@@ -54,7 +54,7 @@ std::int64_t FirstPixel(const T* row, std::int64_t first, std::int64_t end, cons
     return first;
 }
 
-/// The last pixel before `end` that passes the test, of which there is one.
+/// The last pixel before `end` that passes the test. There must be one.
 template <class T, class Test>
 std::int64_t LastPixel(const T* row, std::int64_t first, std::int64_t end, const Test& test) {
     while (end - first >= g_blockLength && !HasAny(row + end - g_blockLength, test))
@@ -67,13 +67,13 @@ std::int64_t LastPixel(const T* row, std::int64_t first, std::int64_t end, const
 /// One side of the hull of a slice, from its first row to its last.
 class CSliceSide {
 public:
-    /// `turn` is 1 for the side of greater x, which turns to the left on its way up, and -1 for the other.
+    /// `turn` is 1 for the side of greater x, which turns left with increasing y, and -1 for the other side.
     explicit CSliceSide(std::int64_t turn)
         : m_turn(turn) {}
 
     void Clear() { m_points.clear(); }
 
-    /// Adds the end of the next row, and drops what lies no longer on the hull.
+    /// Adds the end of the next row, and removes points that are no longer on the hull.
     void Add(const StLatticePoint& point) {
         while (m_points.size() >= 2) {
             const StLatticePoint& before = m_points[m_points.size() - 2];
@@ -91,7 +91,7 @@ private:
     std::vector<StLatticePoint> m_points;
 };
 
-/// The corners of the hulls of all slices of an object, slice by slice and counter-clockwise.
+/// The corners of the hulls of all slices of an object, slice by slice, counter-clockwise.
 template <class T, class Test>
 std::vector<StLatticePoint> SliceCorners(const CImage& image, const StCutBox& box, const Test& test) {
     const CImageView<const T> view(image);
@@ -112,7 +112,7 @@ std::vector<StLatticePoint> SliceCorners(const CImage& image, const StCutBox& bo
         const std::size_t firstOfSlice = corners.size();
         corners.insert(corners.end(), upper.Points().begin(), upper.Points().end());
         corners.insert(corners.end(), lower.Points().rbegin(), lower.Points().rend());
-        // Where the last row or the first is a single pixel, both sides have it.
+        // If the first or last row has a single pixel, both sides contain it.
         corners.erase(std::unique(corners.begin() + static_cast<std::ptrdiff_t>(firstOfSlice), corners.end()),
                       corners.end());
         if (corners.size() > firstOfSlice + 1 && corners.back() == corners[firstOfSlice])
@@ -175,7 +175,7 @@ void CConvexHullComputer::compute() {
 void CConvexHullComputer::paintConvexHullToImage(CImage& image, CBox box, std::size_t label) const {
     RequireDimension(image);
     if (!m_isComputed)
-        throw CException(g_source, "There is no convex hull to paint, it has not been computed.", nullptr);
+        throw CException(g_source, "There is no convex hull to paint: it has not been computed.", nullptr);
     CHullRows rows(m_extent.y, m_extent.z);
     if (m_dimension == 3) {
         for (const StHullFacet& facet : m_facets)

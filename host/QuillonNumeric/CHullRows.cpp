@@ -9,7 +9,7 @@ namespace ORVEN {
 
 namespace {
 
-/// floor(numerator / divisor) with the remainder that belongs to it, for a positive divisor.
+/// floor(numerator / divisor) and the corresponding remainder, for a positive divisor.
 struct StFloor {
     StFloor(std::int64_t numerator, std::int64_t divisor)
         : quotient(numerator / divisor)
@@ -24,7 +24,7 @@ struct StFloor {
     std::int64_t remainder;
 };
 
-/// The floors of fractions with one positive divisor whose numerators grow by equal steps.
+/// The floors of fractions with a fixed positive divisor whose numerators increase in equal steps.
 class CFloorSteps {
 public:
     CFloorSteps(std::int64_t numerator, const StFloor& step, std::int64_t divisor)
@@ -51,10 +51,10 @@ private:
     std::int64_t m_divisor;
 };
 
-/// What is added to a numerator so that the floor becomes the ceiling.
+/// Added to a numerator, this turns the floor into the ceiling.
 std::int64_t ToCeiling(std::int64_t divisor) { return divisor - 1; }
 
-/// Writes the steps into one end of `count` runs side by side.
+/// Writes the steps into one end of `count` consecutive runs.
 void WriteEnds(CHullRows::StRun* runs, std::int64_t count, std::int32_t CHullRows::StRun::*end,
                CFloorSteps steps) {
     for (std::int64_t i = 0; i < count; ++i) {
@@ -63,16 +63,15 @@ void WriteEnds(CHullRows::StRun* runs, std::int64_t count, std::int32_t CHullRow
     }
 }
 
-/// One side of a triangle in the plane of y and z that goes round counter-clockwise: a bound of y that moves
-/// on with z.
+/// One side of a counter-clockwise triangle in the plane of y and z: a bound for y that advances with z.
 class CTriangleSide {
 public:
-    /// `firstZ` is the line to start with.
+    /// `firstZ` is the first line.
     CTriangleSide(const StLatticePoint& from, const StLatticePoint& to, std::int64_t firstZ)
         : m_isUpper(to.z >= from.z)
         , m_bound(BoundFrom(from, to, firstZ)) {}
 
-    /// Narrows the line, and goes on to the next.
+    /// Narrows the current line and advances to the next.
     void Narrow(std::int64_t& first, std::int64_t& last) {
         if (m_isUpper)
             last = std::min(last, m_bound.Value());
@@ -108,8 +107,8 @@ void CHullRows::AddFacet(const StHullFacet& facet) {
     const StLatticePoint& normal = facet.normal;
     if (normal.x == 0)
         return;
-    // x <= floor((offset - ny y - nz z) / nx) above, x >= the ceiling of the same below. Seen along x, facets
-    // above go round counter-clockwise and those below clockwise.
+    // Upper facets bound x <= floor((offset - ny y - nz z) / nx), lower facets x >= the ceiling of the same.
+    // Seen along x, upper facets are counter-clockwise and lower facets clockwise.
     const bool isUpper = normal.x > 0;
     const std::int64_t sign = isUpper ? 1 : -1;
     const std::int64_t divisor = sign * normal.x;
@@ -139,7 +138,7 @@ void CHullRows::AddFacet(const StHullFacet& facet) {
 void CHullRows::AddEdge(const StLatticePoint& from, const StLatticePoint& to) {
     if (from.y == to.y)
         return;
-    // An edge that goes up has the polygon at its left and ends the runs.
+    // An edge with increasing y has the polygon on its left and bounds the ends of the runs.
     const bool isUpper = to.y > from.y;
     const StLatticePoint& low = isUpper ? from : to;
     const StLatticePoint& high = isUpper ? to : from;

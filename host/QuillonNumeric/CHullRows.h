@@ -7,26 +7,27 @@
 
 namespace ORVEN {
 
-/// The lattice points of a convex hull as one run along x for each row (y, z) of the box around it.
+/// The lattice points of a convex hull as one run along x for each row (y, z) of its bounding box.
 ///
-/// Every facet, in 2-d every edge, is added once and writes the end of the runs that it bounds: the greatest
-/// x on the inner side of its plane, or the least, at each row of its closed projection along x. Facets that
-/// stand upright over the rows bound none; their rows belong to the rims of others. Exact whole-numbered
-/// arithmetic, in steps of quotient and remainder: time is that of the rows and facets, with one division a
-/// facet and line of rows. Memory: 8 bytes a row.
+/// Every facet (in 2-d, every edge) is added once. At each row of its closed projection along x, it sets the
+/// end of the run that it bounds: the greatest or the least x on the inner side of its plane. Facets parallel
+/// to the x axis bound no run; their rows lie on the boundaries of other facets. The arithmetic uses
+/// integers, is exact, and proceeds in steps of quotient and remainder.
+///
+/// Time: linear in rows and facets, with one division per facet and line of rows. Memory: 8 bytes per row.
 class CHullRows {
 public:
-    /// The x of the points of a row, both included; none if last < first.
+    /// The range of x of the points of a row, both ends included; empty if last < first.
     struct StRun {
         std::int32_t first = 0;
         std::int32_t last = -1;
     };
 
-    /// Empty rows with y from 0 to rowsY - 1 and z from 0 to rowsZ - 1; x starts at 0 as well.
+    /// Creates empty rows with y from 0 to rowsY - 1 and z from 0 to rowsZ - 1. x starts at 0 as well.
     CHullRows(std::int64_t rowsY, std::int64_t rowsZ);
 
     void AddFacet(const StHullFacet& facet);
-    /// An edge of a polygon in the plane z = 0 that goes round counter-clockwise.
+    /// Adds an edge of a counter-clockwise polygon in the plane z = 0.
     void AddEdge(const StLatticePoint& from, const StLatticePoint& to);
 
     [[nodiscard]] const StRun& Run(std::int64_t y, std::int64_t z) const {

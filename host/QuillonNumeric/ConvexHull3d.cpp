@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint32_t g_none = 0xFFFFFFFFU;
 
-/// Whether the point adds a dimension to what up to three independent points span.
+/// Whether the point increases the dimension spanned by up to three independent points.
 bool IsIndependent(std::span<const StLatticePoint> points, std::span<const std::uint32_t> found,
                    const StLatticePoint& candidate) {
     if (found.empty())
@@ -26,12 +26,13 @@ bool IsIndependent(std::span<const StLatticePoint> points, std::span<const std::
     return Dot(Cross(first, points[found[2]] - origin), way) != 0;
 }
 
-/// A hull that grows point by point.
+/// A hull that grows by inserting points.
 ///
-/// Each point that is still outside keeps one facet that it sees, and each facet a list of the points that
-/// keep it. A point is inserted by taking off all facets that it sees and joining it to the edges of the
-/// hole. To see a facet is to be strictly above its plane: with exact arithmetic the facets seen are then a
-/// disc with one cycle of edges around it, and no new facet is flat, also where many points lie in one plane.
+/// Each point that is still outside stores one facet that it sees, and each facet a list of the points that
+/// store it. Inserting a point removes all facets that it sees and connects the point to the edges of the
+/// hole. A point sees a facet if it is strictly above its plane. With exact arithmetic the facets seen
+/// therefore form a disc bounded by a single cycle of edges, and no new facet is degenerate, even if many
+/// points are coplanar.
 class CGrowingHull {
 public:
     CGrowingHull(std::span<const StLatticePoint> points, std::span<const std::uint32_t, 4> start)
@@ -76,15 +77,15 @@ public:
 private:
     struct StFacet {
         std::array<std::uint32_t, 3> corners;   // counter-clockwise, seen from outside
-        std::array<std::uint32_t, 3> neighbors; // across the edge from the corner of that place to the next
+        std::array<std::uint32_t, 3> neighbors; // across the edge from the corner of that index to the next
         StLatticePoint normal;
         std::int64_t offset;
-        std::uint32_t firstPoint; // of the list of those that keep the facet
+        std::uint32_t firstPoint; // head of the list of points that store the facet
         bool isSeen;
         bool isInUse;
     };
 
-    /// An edge around the hole, in the direction that the facet taken off had it.
+    /// An edge of the hole, in the direction that it has in the removed facet.
     struct StEdge {
         std::uint32_t from;
         std::uint32_t to;
@@ -106,7 +107,7 @@ private:
         std::array<std::uint32_t, 4> p{start[0], start[1], start[2], start[3]};
         const StFacet base = MakeFacet(p[0], p[1], p[2]);
         if (Dot(base.normal, m_points[p[3]]) > base.offset)
-            std::swap(p[0], p[1]); // the fourth point is to be below the first facet
+            std::swap(p[0], p[1]); // the fourth point must be below the first facet
         m_facets = {MakeFacet(p[0], p[1], p[2]), MakeFacet(p[1], p[0], p[3]), MakeFacet(p[2], p[1], p[3]),
                     MakeFacet(p[0], p[2], p[3])};
         m_facets[0].neighbors = {1, 2, 3};
@@ -115,7 +116,7 @@ private:
         m_facets[3].neighbors = {0, 2, 1};
     }
 
-    /// Lets the point keep the first of the facets that it sees, if any.
+    /// Stores for the point the first of the facets that it sees, if any.
     void Assign(std::uint32_t point, std::span<const std::uint32_t> facets) {
         const auto seen =
             std::ranges::find_if(facets, [&](std::uint32_t facet) { return Sees(point, facet); });
@@ -126,7 +127,7 @@ private:
         }
     }
 
-    /// Walks from the facet that the point keeps to all that it sees, and notes the edges around them.
+    /// Starting from the stored facet of the point, finds all facets that it sees and the edges around them.
     void FindSeenFacets(std::uint32_t point) {
         m_seen.assign(1, m_seenFacet[point]);
         m_facets[m_seenFacet[point]].isSeen = true;
@@ -158,7 +159,7 @@ private:
         return index;
     }
 
-    /// Joins the point to the edges around the hole.
+    /// Connects the point to the edges of the hole.
     void CoverHole(std::uint32_t point) {
         m_new.clear();
         for (const StEdge& edge : m_edges) {
@@ -180,9 +181,9 @@ private:
         }
     }
 
-    /// Hands the points of a facet that was taken off to the new facets. A point that is still outside sees
-    /// one of them: the way from it to the middle of the old facet stays above that facet's plane, hence out
-    /// of the old hull, and so can enter the new hull through a new facet only.
+    /// Moves the points of a removed facet to the new facets. A point that is still outside sees one of them:
+    /// the segment from it to the centre of the removed facet stays above the plane of that facet, hence
+    /// outside the old hull, and can therefore enter the new hull only through a new facet.
     void ReassignPoints(std::uint32_t facet, std::uint32_t inserted) {
         std::uint32_t point = m_facets[facet].firstPoint;
         while (point != g_none) {
@@ -195,11 +196,11 @@ private:
 
     std::span<const StLatticePoint> m_points;
     std::vector<StFacet> m_facets;
-    std::vector<std::uint32_t> m_unused;      // places among the facets
-    std::vector<std::uint32_t> m_seenFacet;   // by point: the facet that it keeps
-    std::vector<std::uint32_t> m_nextOfFacet; // by point: the next that keeps the same facet
+    std::vector<std::uint32_t> m_unused;      // indices of facets
+    std::vector<std::uint32_t> m_seenFacet;   // by point: the facet that it stores
+    std::vector<std::uint32_t> m_nextOfFacet; // by point: the next one that stores the same facet
     std::vector<std::uint32_t> m_facetFrom;   // by point: the new facet whose edge starts there
-    // Scratch of one insertion.
+    // Scratch memory of one insertion.
     std::vector<std::uint32_t> m_seen;
     std::vector<std::uint32_t> m_new;
     std::vector<StEdge> m_edges;

@@ -4,11 +4,11 @@
 
 namespace ORVEN {
 
-/// A point with whole-numbered coordinates, or the way from one such point to another.
+/// A point with integer coordinates, or the vector between two such points.
 ///
-/// Exactness: for points of a box of nx x ny x nz pixels, counted from its corner, a determinant of three
-/// ways is at most 6 nx ny nz, and no sum that the hull and its rows need exceeds twice that. So whatever
-/// fits into memory as an image fits into 64 bits here.
+/// Exactness: for points in a box of nx x ny x nz pixels, relative to its corner, a determinant of three
+/// vectors is at most 6 nx ny nz, and no sum used for the hull and its rows exceeds twice that. Hence 64 bits
+/// suffice for every image that fits into memory.
 struct StLatticePoint {
     std::int64_t x = 0;
     std::int64_t y = 0;

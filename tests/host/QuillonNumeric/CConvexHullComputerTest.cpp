@@ -55,7 +55,7 @@ Bytes HullOf(const CSize& size, const Bytes& pixels) {
     return PixelsOf<unsigned char>(*Painted(*ImageOf(IMAGE_GREY_8, size, pixels), 1));
 }
 
-/// An image of the points as pixels of value 1.
+/// An image in which the points have value 1.
 Bytes PixelsAt(const CSize& size, const Points& points) {
     Bytes pixels(static_cast<std::size_t>(size.PixelCount()), 0);
     for (const StLatticePoint& point : points)
@@ -79,14 +79,14 @@ std::string MessageOf(const CImage& image) {
     return std::string(raised.Source()) + ": " + raised.Message();
 }
 
-/// What lies where Dot(normal, p) <= offset.
+/// The half-space Dot(normal, p) <= offset.
 struct StHalfSpace {
     StLatticePoint normal;
     std::int64_t offset;
 };
 
-/// All half-spaces that hold the points and are bounded by the plane of three of them, in 2-d by the line
-/// through two.
+/// All half-spaces that contain the points and are bounded by the plane through three of them (in 2-d, by the
+/// line through two).
 std::vector<StHalfSpace> SupportingHalfSpaces(const Points& points, int dimension) {
     std::vector<StHalfSpace> halfSpaces;
     const auto addIfSupporting = [&](const StLatticePoint& normal, const StLatticePoint& onPlane) {
@@ -123,7 +123,7 @@ Bytes PixelsInside(const CSize& size, const std::vector<StHalfSpace>& halfSpaces
 
 // --- by hand
 
-TEST(ConvexHullComputer, PaintsATriangleWithItsRim) {
+TEST(ConvexHullComputer, PaintsATriangleIncludingItsBoundary) {
     // clang-format off
     EXPECT_EQ(HullOf(CSize(5, 4), {1, 0, 0, 0, 1,
                                    0, 0, 0, 0, 0,
@@ -158,7 +158,7 @@ TEST(ConvexHullComputer, FillsTheBoxBetweenTheTwoTetrahedraInItsCorners) {
     }
 }
 
-TEST(ConvexHullComputer, LeavesABoxAndABallAsTheyAre) {
+TEST(ConvexHullComputer, LeavesABoxAndABallUnchanged) {
     const CSize size(13, 12, 14);
     Bytes box(static_cast<std::size_t>(size.PixelCount()), 0);
     Bytes ball = box;
@@ -175,7 +175,7 @@ TEST(ConvexHullComputer, LeavesABoxAndABallAsTheyAre) {
 
 // --- oracles
 
-TEST(ConvexHullComputer, EqualsAllSupportingHalfSpacesOfSmallSets) {
+TEST(ConvexHullComputer, EqualsTheSupportingHalfSpacesOfSmallSets) {
     int computed = 0;
     for (unsigned seed = 0; seed < 600; ++seed) {
         SCOPED_TRACE(seed);
@@ -202,7 +202,7 @@ TEST(ConvexHullComputer, EqualsAllSupportingHalfSpacesOfSmallSets) {
     EXPECT_GT(computed, 400);
 }
 
-/// A rough object of one piece or several: pixels near a few random centres, with noise.
+/// An irregular object of one or several components: pixels near a few random centres, with noise.
 Bytes RandomObject(const CSize& size, std::mt19937& random) {
     std::uniform_real_distribution<double> share(0.0, 1.0);
     const bool isFlat = size.Dim() == 2;
@@ -219,7 +219,7 @@ Bytes RandomObject(const CSize& size, std::mt19937& random) {
             dx * dx + dy * dy + 2.0 * dz * dz < radius * radius * share(random);
     }
     for (std::size_t i = 0; i < 4; ++i)
-        pixels[random() % pixels.size()] = 1; // and some far away
+        pixels[random() % pixels.size()] = 1; // and some outliers
     return pixels;
 }
 
@@ -229,7 +229,7 @@ TEST(ConvexHullComputer, EqualsTheHalfSpacesOfItsFacetsForWholeObjects) {
         std::mt19937 random(seed);
         const CSize size(20 + seed % 17, 33 - seed % 13, 18 + seed % 23);
         const Bytes pixels = RandomObject(size, random);
-        // The facets are held against brute force in their own test.
+        // The facets are compared with brute force in their own test.
         const Points points = PointsIn(size, pixels);
         const auto start = AffinelyIndependentPoints(points);
         ASSERT_EQ(start.size(), 4U);
@@ -244,8 +244,8 @@ TEST(ConvexHullComputer, EqualsTheHalfSpacesOfItsFacetsForWholeObjects) {
     }
 }
 
-/// The image with its axes exchanged and turned round: axis i of the result is axis `from[i]` of the image,
-/// backwards if bit i of `turns` is set.
+/// The image with its axes permuted and reflected: axis i of the result is axis `from[i]` of the image,
+/// reversed if bit i of `turns` is set.
 Bytes Moved(const Bytes& pixels, std::int64_t n, const std::array<std::size_t, 3>& from, unsigned turns) {
     Bytes moved(pixels.size());
     for (std::int64_t i = 0; i < static_cast<std::int64_t>(pixels.size()); ++i) {
@@ -259,7 +259,7 @@ Bytes Moved(const Bytes& pixels, std::int64_t n, const std::array<std::size_t, 3
     return moved;
 }
 
-TEST(ConvexHullComputer, GoesWithTheObjectThroughAll48Symmetries) {
+TEST(ConvexHullComputer, CommutesWithAll48Symmetries) {
     const std::int64_t n = 15;
     const CSize size(n, n, n);
     for (unsigned seed = 0; seed < 4; ++seed) {
@@ -275,7 +275,7 @@ TEST(ConvexHullComputer, GoesWithTheObjectThroughAll48Symmetries) {
     }
 }
 
-TEST(ConvexHullComputer, GoesWithTheObjectWhereverItStands) {
+TEST(ConvexHullComputer, CommutesWithTranslations) {
     std::mt19937 random(5);
     const CSize size(12, 11, 10);
     const CSize larger(70, 40, 30);
@@ -307,7 +307,7 @@ TEST(ConvexHullComputer, IsExactInLongImages) {
         const std::int64_t rowCount = size.Dim() == 2 ? 9 : 12;
         std::int64_t filled = 0;
         for (std::int64_t row = 0; row < rowCount; ++row) {
-            // In a row, each half-space allows all x up to a place or from a place on.
+            // In a row, each half-space allows all x up to or from a certain position.
             std::int64_t first = 0;
             std::int64_t last = size.x - 1;
             for (const StHalfSpace& halfSpace : halfSpaces) {
@@ -320,7 +320,7 @@ TEST(ConvexHullComputer, IsExactInLongImages) {
                     last = first - 1;
                 std::int64_t low = first;
                 std::int64_t high = last;
-                while (low < high) { // the place where the answer changes
+                while (low < high) { // bisect for the position where the result changes
                     const std::int64_t middle = low + (high - low) / 2;
                     if (isInside(middle) == isInside(first))
                         low = middle + 1;
@@ -345,7 +345,7 @@ TEST(ConvexHullComputer, IsExactInLongImages) {
 
 // --- sets without a hull
 
-TEST(ConvexHullComputer, TellsHowManyIndependentPointsALineAPlaneAndNothingHave) {
+TEST(ConvexHullComputer, ReportsHowManyIndependentPointsALineAPlaneAndNothingHave) {
     const CSize square(5, 5);
     EXPECT_EQ(MessageOf(*ImageOf(IMAGE_GREY_8, square, Bytes{1, 1, 1, 1, 1})),
               "CConvexHullComputer: Convex hull needs 3 affinely independent points, found 2.");
@@ -371,7 +371,7 @@ TEST(ConvexHullComputer, TellsHowManyIndependentPointsALineAPlaneAndNothingHave)
 
 // --- calls
 
-TEST(ConvexHullComputer, WorksOnEachTypeOfLabels) {
+TEST(ConvexHullComputer, WorksOnEachLabelType) {
     const CSize size(4, 4);
     const Points triangle{{0, 0, 0}, {3, 0, 0}, {0, 3, 0}};
     const auto check = [&]<class T>(const IImage::CType& type, std::size_t label, T value) {
@@ -385,10 +385,10 @@ TEST(ConvexHullComputer, WorksOnEachTypeOfLabels) {
     check.operator()<unsigned short>(IMAGE_GREY_16, 65535, 65535);
     check.operator()<unsigned int>(IMAGE_GREY_32, 4294967295U, 4294967295U);
     check.operator()<unsigned char>(IMAGE_BINARY_FG, 1, 1);
-    check.operator()<unsigned char>(IMAGE_BINARY_FG, 1, 255); // all that is not 0 is object
+    check.operator()<unsigned char>(IMAGE_BINARY_FG, 1, 255); // every pixel that is not 0 is object
 }
 
-TEST(ConvexHullComputer, ALabelThatThePixelsCannotHoldHasNoPointsAndIsPaintedNarrowed) {
+TEST(ConvexHullComputer, ALabelOutOfRangeHasNoPointsAndIsPaintedTruncated) {
     const CSize size(4, 4);
     const auto image = ImageOf(IMAGE_GREY_8, size, Bytes(16, 1));
     CConvexHullComputer hull(2, nullptr, nullptr);
@@ -400,7 +400,7 @@ TEST(ConvexHullComputer, ALabelThatThePixelsCannotHoldHasNoPointsAndIsPaintedNar
     EXPECT_EQ(PixelsOf<unsigned char>(*image), Bytes(16, 3));
 }
 
-TEST(ConvexHullComputer, BoxesEndBeforeTheirEndAndAreCutToTheImage) {
+TEST(ConvexHullComputer, BoxesExcludeTheirEndAndAreClippedToTheImage) {
     const CSize size(6, 6, 6);
     const auto image = ImageOf(IMAGE_GREY_8, size, Bytes(216, 7));
     const auto painted = [&](const CBox& load, const CBox& paint) {
@@ -429,7 +429,7 @@ TEST(ConvexHullComputer, BoxesEndBeforeTheirEndAndAreCutToTheImage) {
               "Convex hull needs 4 affinely independent points, found 0.");
 }
 
-TEST(ConvexHullComputer, TwoDimensionsDoNotLookAtZ) {
+TEST(ConvexHullComputer, TwoDimensionsIgnoreZ) {
     const auto image = ImageOf(IMAGE_GREY_8, CSize(3, 3), Bytes(9, 1));
     CConvexHullComputer hull(2, nullptr, nullptr);
     hull.loadPointsFromImageBox(*image, 1, 0, 0, 8, 3, 3, 2);
@@ -450,14 +450,14 @@ TEST(ConvexHullComputer, CanComputeTwiceLoadAgainAndPaintIntoAnotherImage) {
     const auto pixels = PixelsOf<unsigned int>(*smaller);
     EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 100000U), 4);
     EXPECT_EQ(pixels[5 * 6 + 5], 100000U);
-    // New points take the place of the old, and of their hull.
+    // New points replace the old points and their hull.
     Load(hull, *image, 1, {0, 0, 0, 5, 9, 1});
     EXPECT_THROW(hull.paintConvexHullToImage(*smaller, {0, 0, 0, 6, 6, 1}, 1), CException);
     EXPECT_THROW(hull.compute(), CException);
     EXPECT_EQ(PixelsOf<unsigned int>(*smaller), pixels);
 }
 
-TEST(ConvexHullComputer, RefusesWhatItCannotWorkWith) {
+TEST(ConvexHullComputer, RefusesInvalidInput) {
     const auto message = [](const auto& call) {
         const auto raised = test::Raised<CException>(call);
         return std::string(raised.Source()) + ": " + raised.Message();
@@ -474,7 +474,7 @@ TEST(ConvexHullComputer, RefusesWhatItCannotWorkWith) {
     const auto cube = ImageOf(IMAGE_GREY_8, CSize(3, 3, 3), Bytes(27, 1));
     Load(hull, *cube, 1, WholeBox(cube->Size()));
     EXPECT_EQ(message([&] { hull.paintConvexHullToImage(*cube, WholeBox(cube->Size()), 1); }),
-              "CConvexHullComputer: There is no convex hull to paint, it has not been computed.");
+              "CConvexHullComputer: There is no convex hull to paint: it has not been computed.");
     hull.compute();
     EXPECT_EQ(message([&] { hull.paintConvexHullToImage(*square, WholeBox(square->Size()), 1); }),
               "CConvexHullComputer: The convex hull has 3 dimensions and the image 2.");

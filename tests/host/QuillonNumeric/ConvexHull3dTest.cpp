@@ -29,8 +29,9 @@ std::vector<StHullFacet> Hull(const Points& points) {
     return ConvexHull3d(points, std::span<const std::uint32_t, 4>(start));
 }
 
-/// The facets are a closed surface of triangles in the order told, and no point is outside: with both, they
-/// are the hull. Wide arithmetic, so that an overflow of the hull's own would show.
+/// Expects that the facets form a closed surface of consistently oriented triangles and that no point is
+/// outside. Together this means that they are the hull. Uses wide arithmetic, so that an overflow in the hull
+/// would be detected.
 void ExpectHullOf(const Points& points, const std::vector<StHullFacet>& facets) {
     using Wide = __int128;
     std::map<std::pair<std::tuple<std::int64_t, std::int64_t, std::int64_t>,
@@ -64,7 +65,7 @@ void ExpectHullOf(const Points& points, const std::vector<StHullFacet>& facets) 
         ASSERT_EQ(count, 1);
         ASSERT_TRUE(edges.contains({edge.second, edge.first}));
     }
-    ASSERT_EQ(corners.size() + facets.size(), edges.size() / 2 + 2); // Euler
+    ASSERT_EQ(corners.size() + facets.size(), edges.size() / 2 + 2); // Euler characteristic
 }
 
 Points RandomPoints(std::mt19937& random, int count, std::int64_t greatest) {
@@ -85,7 +86,7 @@ TEST(ConvexHull3d, CountsIndependentPoints) {
         (std::vector<std::uint32_t>{0, 1, 3, 5}));
 }
 
-TEST(ConvexHull3d, ATetrahedronIsItsOwnHullWhateverItsOrientation) {
+TEST(ConvexHull3d, ATetrahedronIsItsOwnHullInAnyOrientation) {
     Points points{{0, 0, 0}, {3, 0, 0}, {0, 3, 0}, {0, 0, 3}};
     for (int round = 0; round < 24; ++round) {
         const auto facets = Hull(points);
@@ -100,7 +101,7 @@ TEST(ConvexHull3d, ACubeFullOfPointsHasTwelveTriangles) {
     for (std::int64_t i = 0; i < 343; ++i)
         points.push_back({i % 7, i / 7 % 7, i / 49});
     const auto facets = Hull(points);
-    EXPECT_GE(facets.size(), 12U); // a point within a face may have come before its corners
+    EXPECT_GE(facets.size(), 12U); // a point inside a face may be inserted before its corners
     ExpectHullOf(points, facets);
     std::set<std::tuple<std::int64_t, std::int64_t, std::int64_t>> directions;
     for (const StHullFacet& facet : facets) {
@@ -114,7 +115,7 @@ TEST(ConvexHull3d, IsTheHullOfRandomPointsSparseAndDense) {
     for (unsigned seed = 0; seed < 400; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
-        // Few places for many points: many equal, many in one plane.
+        // Few positions for many points: many are equal, many are coplanar.
         Points points = RandomPoints(random, 4 + static_cast<int>(seed % 60), 1 + seed % 13);
         points.insert(points.end(), {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}});
         std::ranges::shuffle(points, random);
@@ -124,7 +125,7 @@ TEST(ConvexHull3d, IsTheHullOfRandomPointsSparseAndDense) {
     }
 }
 
-TEST(ConvexHull3d, IsTheHullOfPointsOnASphereWhichAllAreCorners) {
+TEST(ConvexHull3d, HasAllPointsOnASphereAsCorners) {
     Points points;
     for (std::int64_t z = -33; z <= 33; ++z) {
         for (std::int64_t y = -33; y <= 33; ++y) {
@@ -140,12 +141,12 @@ TEST(ConvexHull3d, IsTheHullOfPointsOnASphereWhichAllAreCorners) {
     EXPECT_EQ(facets.size(), 2 * points.size() - 4);
 }
 
-TEST(ConvexHull3d, IsExactOverTheWholeWidthOfLargeImages) {
+TEST(ConvexHull3d, IsExactOverTheFullExtentOfLargeImages) {
     for (unsigned seed = 0; seed < 20; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
-        // 2^19 along each axis is an image of 2^57 pixels. A plane of slight slope and points beside it by
-        // one pixel: in floating point they would be in it.
+        // 2^19 along each axis corresponds to an image of 2^57 pixels. The points are a slightly sloped plane
+        // and points one pixel beside it: in floating point they would be coplanar.
         Points points = RandomPoints(random, 200, (1 << 19) - 1);
         for (std::int64_t i = 0; i < 200; ++i)
             points.push_back({2621 * i, 2617 * i + i % 2, 524287 - 2621 * i - i % 3});
@@ -171,7 +172,7 @@ TEST(ConvexHull3d, OfThousandsOfPointsIsAClosedSurface) {
     }
     const auto facets = Hull(points);
     EXPECT_GT(facets.size(), 4000U);
-    // The volume: tetrahedra over the facets, seen from the origin.
+    // The volume is the sum of the tetrahedra between the origin and the facets.
     __int128 sixfold = 0;
     for (const StHullFacet& facet : facets)
         sixfold += Dot(Cross(facet.corners[0], facet.corners[1]), facet.corners[2]);
