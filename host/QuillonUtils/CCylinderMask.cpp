@@ -39,7 +39,7 @@ struct StCylinder {
     double radius;
 };
 
-/// Puts the record of the image into `record`; false if it has none that is whole.
+/// Copies the record of the image into `record`; false if it is missing or incomplete.
 bool ReadRecord(const CImage& image, CValueMap& record) {
     return CQuillonHeaderTools::GetMetaInfo(image, g_record, record) &&
            record.HasEntry(g_axis, typeid(CValueString)) && record.HasEntry(g_s, typeid(CValueDouble)) &&
@@ -55,14 +55,14 @@ std::optional<StCylinder> RecordedCylinder(const CImage& image) {
     return StCylinder{axis[0], number(g_s), number(g_t), number(g_radius)};
 }
 
-/// The pixels of a row from `begin` to before `end`.
+/// The pixels of a row from `begin` (included) to `end` (excluded).
 struct StRun {
     std::int64_t begin;
     std::int64_t end;
 };
 
-/// The first place from `begin` on that is not before, by a test that holds up to some place and never after
-/// it; `end` if all are before.
+/// The first position from `begin` on for which `isBefore` is false, or `end`. `isBefore` must be true up to
+/// some position and false after it.
 template <class IsBefore>
 std::int64_t Bisect(std::int64_t begin, std::int64_t end, const IsBefore& isBefore) {
     while (begin < end) {
@@ -75,11 +75,11 @@ std::int64_t Bisect(std::int64_t begin, std::int64_t end, const IsBefore& isBefo
     return begin;
 }
 
-/// The pixels 0 to length - 1 of a row that are inside. They are one run around the pixel nearest to the
-/// centre: rounding keeps the order of distances, so that the test itself can be bisected, and no end found
-/// from a square root can be off by a pixel.
+/// Which of the pixels 0 to length - 1 of a row are inside. They form one run around the pixel nearest to the
+/// centre. As rounding is monotonic, the test itself can be bisected. An end computed from a square root
+/// could be off by one pixel.
 StRun InsideRun(const StCylinder& cylinder, std::int64_t length, std::int64_t q) {
-    // NaN ends up at a pixel as well; it contains nothing.
+    // NaN selects some pixel as well, but contains nothing.
     const double last = static_cast<double>(length - 1);
     const auto nearest = static_cast<std::int64_t>(std::fmax(0.0, std::fmin(std::round(cylinder.s), last)));
     const auto isInside = [&](std::int64_t p) { return cylinder.Contains(p, q); };
@@ -95,7 +95,7 @@ std::vector<StRun> InsideRuns(const StCylinder& cylinder, std::int64_t length, s
     return runs;
 }
 
-/// Fills what lies outside `insideRun(y, z)` in each row.
+/// Fills the pixels outside `insideRun(y, z)` in each row.
 template <class T, class RunOfRow>
 void FillOutside(const CImageView<T>& view, T value, IProgress& progress, const RunOfRow& insideRun) {
     progress.Start(static_cast<unsigned>(view.nz), "Masking with a cylinder...");
@@ -127,14 +127,14 @@ void FillOutside(const CImageView<T>& view, T value, IProgress& progress, const 
     });
 }
 
-/// The value as a pixel that goes up to `greatest`.
+/// Converts the value to a pixel with the maximum `greatest`.
 template <class T>
 T PixelOf(double value, T greatest) {
     if constexpr (std::is_same_v<T, float>) {
         const double cut = std::clamp<double>(value, -greatest, greatest);
         return static_cast<float>(std::isfinite(value) ? cut : value);
     } else {
-        return static_cast<T>(std::fmin(std::fmax(std::round(value), 0.0), greatest)); // NaN gives 0
+        return static_cast<T>(std::fmin(std::fmax(std::round(value), 0.0), greatest)); // NaN becomes 0
     }
 }
 

@@ -6,8 +6,9 @@
 
 namespace ORVEN {
 
-/// Copies each entry of `source` into `target`, under the prefix and its key, in place of what stood there.
-/// An entry that owns what it points to cannot be copied and raises `CExBadParam`.
+/// Copies each entry of `source` into `target`, with the prefix prepended to its key, replacing existing
+/// entries. Raises `CExBadParam` for an entry that is an owning pointer; entries before it have then been
+/// copied.
 void CopyMapEntries(CValueMap& target, const CValueMap& source, const std::string& prefix);
 
 } // namespace ORVEN

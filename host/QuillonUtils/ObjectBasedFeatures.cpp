@@ -47,7 +47,7 @@ std::optional<Index> IndexOf(const CValueMap& entry, const std::string& kind) {
     return label != nullptr && label->GenericType() == CValue::VAL_LONG ? NumberOf(label) : std::nullopt;
 }
 
-/// Shows the entries of the kind to `visit(entry)`.
+/// Calls `visit(entry)` for each entry of the kind.
 template <class Visit>
 void ForEachEntry(const CValueMap& map, const std::string& kind, const Visit& visit) {
     for (auto entry = map.begin(); entry != map.end(); ++entry) {
@@ -56,7 +56,7 @@ void ForEachEntry(const CValueMap& map, const std::string& kind, const Visit& vi
     }
 }
 
-/// The entries by index, none beyond "maximum label".
+/// The entries by index, up to "maximum label".
 struct StIndexedEntries {
     StIndexedEntries(const CValueMap& map, const std::string& kind) {
         ForEachEntry(map, kind, [&](const CValueMap& entry) {
@@ -77,7 +77,7 @@ struct StIndexedEntries {
     Index greatestIndex = 0;
 };
 
-/// Shows the numbers among the features of an entry to `visit(path, number)`.
+/// Calls `visit(path, number)` for each number among the features of an entry.
 template <class Visit>
 void ForEachFeature(const CValueMap& entry, const std::string& kind, const Visit& visit) {
     ForEachLeaf(&entry, {}, [&](const std::string& path, const CValue* leaf) {
@@ -91,7 +91,7 @@ void ForEachFeature(const CValueMap& entry, const std::string& kind, const Visit
     throw CException(g_convert, CString(text, CString::ENC_UTF8).Arg(argument), nullptr);
 }
 
-/// The features that make the rows.
+/// The features that become the rows.
 std::vector<std::string> RowsOf(const StIndexedEntries& indexed, const std::string& feature,
                                 const std::string& kind, const std::vector<std::string>& names) {
     std::set<std::string> known;
@@ -110,7 +110,7 @@ CSize SizeOf(Index greatestIndex, std::size_t rows, const std::string& feature) 
     constexpr Index mostPixels = Index{1} << 31;
     const auto rowCount = static_cast<Index>(rows);
     if (greatestIndex >= mostPixels / rowCount)
-        Raise("The features of '%1' do not fit an image.", feature);
+        Raise("The features of '%1' do not fit into an image.", feature);
     return {greatestIndex + 1, rowCount};
 }
 
@@ -121,7 +121,7 @@ void SetRange(CImage& image) {
     for (Index row = 0; row < pixels.ny; ++row) {
         for (Index column = 0; column < pixels.nx; ++column) {
             const float pixel = pixels.Row(row, 0)[column];
-            minimum = pixel < minimum ? pixel : minimum; // in this order NaN is passed over
+            minimum = pixel < minimum ? pixel : minimum; // this order of operands ignores NaN
             maximum = pixel > maximum ? pixel : maximum;
         }
     }

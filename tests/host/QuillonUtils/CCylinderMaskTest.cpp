@@ -45,7 +45,7 @@ std::string ToString(const StCylinder& cylinder) {
            std::to_string(cylinder.t) + ", radius " + std::to_string(cylinder.radius);
 }
 
-/// Masks an image by a cylinder that it is given first.
+/// Masks an image with a cylinder that is recorded first.
 void Mask(CImage& image, const StCylinder& cylinder, double value = 0.0) {
     const CCylinderMask mask(nullptr, nullptr);
     mask.SetCylinderParameters(image, Text(cylinder.axis), cylinder.s, cylinder.t, cylinder.radius);
@@ -62,7 +62,7 @@ Bytes MaskedOnes(const CSize& size, const StCylinder& cylinder) {
     return PixelsOf<unsigned char>(*image);
 }
 
-/// The definition, at each pixel for itself.
+/// The definition, evaluated at each pixel.
 Bytes BruteForce(const CSize& size, const StCylinder& cylinder) {
     const std::int64_t ny = size.Dim() > 1 ? size.y : 1;
     const std::int64_t nz = size.Dim() > 2 ? size.z : 1;
@@ -102,7 +102,7 @@ TEST(CCylinderMask, KeepsTheDiscAroundTheCentreInEachPlane) {
                                                               0, 0, 1, 0, 0}));
 }
 
-TEST(CCylinderMask, TakesTheCentreInTheCoordinatesAcrossTheAxis) {
+TEST(CCylinderMask, ReadsTheCentreInTheCoordinatesAcrossTheAxis) {
     const auto onlyInside = [](const std::string& axis) {
         const CSize size(3, 4, 5);
         const auto image = Filled(size);
@@ -124,7 +124,7 @@ TEST(CCylinderMask, TakesTheCentreInTheCoordinatesAcrossTheAxis) {
     EXPECT_EQ(onlyInside("Z"), "(1,2,0)(1,2,1)(1,2,2)(1,2,3)(1,2,4)");
 }
 
-TEST(CCylinderMask, TakesAnythingButCapitalXAndYForZ) {
+TEST(CCylinderMask, TreatsEveryAxisButCapitalXAndYAsZ) {
     const CSize size(6, 7, 5);
     const Bytes alongZ = MaskedOnes(size, {"Z", 1, 4, 2});
     for (const std::string axis : {"z", "x", "y", "", "q", " X", "zX", "\xC3\x84"})
@@ -133,7 +133,7 @@ TEST(CCylinderMask, TakesAnythingButCapitalXAndYForZ) {
     EXPECT_NE(MaskedOnes(size, {"X", 1, 4, 2}), alongZ);
 }
 
-TEST(CCylinderMask, EqualsThePixelwiseTestForCylindersOfAllSorts) {
+TEST(CCylinderMask, EqualsThePixelwiseTestForAllKindsOfCylinders) {
     constexpr unsigned seed = 20240703;
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -143,7 +143,7 @@ TEST(CCylinderMask, EqualsThePixelwiseTestForCylindersOfAllSorts) {
         const CSize size = trial % 3 == 0 ? CSize(extent(), extent()) : CSize(extent(), extent(), extent());
         std::uniform_real_distribution<double> number(-6, 24);
         StCylinder cylinder{axes[random() % 3], number(random), number(random), number(random) / 2};
-        if (trial % 2 == 0) { // whole numbers meet the edge of the cylinder exactly
+        if (trial % 2 == 0) { // integers lie exactly on the edge of the cylinder
             cylinder.s = std::round(cylinder.s);
             cylinder.t = std::round(2 * cylinder.t) / 2;
             cylinder.radius = std::round(cylinder.radius);
@@ -171,7 +171,7 @@ TEST(CCylinderMask, EqualsThePixelwiseTestForEachMixOfExtremeNumbers) {
     }
 }
 
-TEST(CCylinderMask, HoldsNothingWithANegativeRadiusOrNaNAndAllWithAnInfiniteOne) {
+TEST(CCylinderMask, ContainsNothingForANegativeRadiusOrNaNAndAllForAnInfiniteOne) {
     const CSize size(4, 3, 2);
     const Bytes nothing(24, 0);
     EXPECT_EQ(MaskedOnes(size, {"Z", 1, 1, -0.1}), nothing);
@@ -183,7 +183,7 @@ TEST(CCylinderMask, HoldsNothingWithANegativeRadiusOrNaNAndAllWithAnInfiniteOne)
     EXPECT_EQ(MaskedOnes(size, {"Z", 1, 1, c_infinity}), Bytes(24, 1));
 }
 
-TEST(CCylinderMask, TakesA2DimensionalImageAsThePlaneAt0) {
+TEST(CCylinderMask, TreatsA2DimensionalImageAsThePlaneAt0) {
     EXPECT_EQ(MaskedOnes(CSize(3, 3), {"X", 1, 0, 0}), (Bytes{0, 0, 0, 1, 1, 1, 0, 0, 0}));
     EXPECT_EQ(MaskedOnes(CSize(3, 3), {"Y", 1, 0, 0}), (Bytes{0, 1, 0, 0, 1, 0, 0, 1, 0}));
     EXPECT_EQ(MaskedOnes(CSize(3, 3), {"Y", 1, 1, 0}), Bytes(9, 0));
@@ -199,9 +199,9 @@ TEST(CCylinderMask, RunsOnLinesAndOnEmptyImages) {
     }
 }
 
-TEST(CCylinderMask, LeavesPixelsInsideAndAttributesAlone) {
+TEST(CCylinderMask, LeavesPixelsInsideAndAttributesUnchanged) {
     const auto image = ImageOf<unsigned char>(IMAGE_GREY_8, CSize(3, 1), {7, 8, 9});
-    CQuillonHeaderTools::SetSpacing(*image, 1, 2, 3); // plays no part
+    CQuillonHeaderTools::SetSpacing(*image, 1, 2, 3); // ignored
     Mask(*image, {"Z", 1.5, 0, 0.5}, 5);
     EXPECT_EQ(PixelsOf<unsigned char>(*image), (Bytes{5, 8, 9}));
     double x = 0;
@@ -211,7 +211,7 @@ TEST(CCylinderMask, LeavesPixelsInsideAndAttributesAlone) {
     EXPECT_EQ(y, 2);
 }
 
-TEST(CCylinderMask, GivesTheSameWhenRunTwice) {
+TEST(CCylinderMask, IsIdempotent) {
     const auto image = Filled(CSize(9, 8, 7));
     Mask(*image, {"Y", 4, 3, 2.5}, 3);
     const Bytes once = PixelsOf<unsigned char>(*image);
@@ -219,7 +219,7 @@ TEST(CCylinderMask, GivesTheSameWhenRunTwice) {
     EXPECT_EQ(PixelsOf<unsigned char>(*image), once);
 }
 
-TEST(CCylinderMask, KeepsToTheImageInsideABorder) {
+TEST(CCylinderMask, WritesOnlyTheImageInsideABorder) {
     const CImage image(IMAGE_GREY_8, CSize(3, 3), CSize(2, 2));
     CImage masked(image);
     Mask(masked, {"Z", 1, 1, 1}, 9);
@@ -229,7 +229,7 @@ TEST(CCylinderMask, KeepsToTheImageInsideABorder) {
 // --- the value outside
 // --------------------------------------------------------------------------------------------
 
-/// What a pixel outside becomes.
+/// The value of a pixel outside.
 template <class T>
 T Outside(const IImage::CType& type, double value) {
     CImage image(type, CSize(1, 1), CSize(0, 0, 0));
@@ -237,7 +237,7 @@ T Outside(const IImage::CType& type, double value) {
     return PixelsOf<T>(image)[0];
 }
 
-TEST(CCylinderMask, RoundsTheValueAndCutsItToTheRangeOfWholeNumbers) {
+TEST(CCylinderMask, RoundsTheValueAndClampsItToTheRangeOfIntegers) {
     EXPECT_EQ(Outside<unsigned char>(IMAGE_GREY_8, 17.49), 17);
     EXPECT_EQ(Outside<unsigned char>(IMAGE_GREY_8, 17.5), 18);
     EXPECT_EQ(Outside<unsigned char>(IMAGE_GREY_8, 255.4), 255);
@@ -252,7 +252,7 @@ TEST(CCylinderMask, RoundsTheValueAndCutsItToTheRangeOfWholeNumbers) {
     EXPECT_EQ(Outside<unsigned int>(IMAGE_GREY_32, c_nan), 0U);
 }
 
-TEST(CCylinderMask, GivesABinaryImage0And1Only) {
+TEST(CCylinderMask, SetsOnly0And1InABinaryImage) {
     for (const auto& type : {IMAGE_BINARY_FG, IMAGE_BINARY_BG}) {
         EXPECT_EQ(Outside<unsigned char>(type, 1), 1);
         EXPECT_EQ(Outside<unsigned char>(type, 255), 1);
@@ -261,7 +261,7 @@ TEST(CCylinderMask, GivesABinaryImage0And1Only) {
     }
 }
 
-TEST(CCylinderMask, GivesAFloatImageTheValueAsItIs) {
+TEST(CCylinderMask, SetsTheUnroundedValueInAFloatImage) {
     EXPECT_EQ(Outside<float>(IMAGE_GREY_F, -1.25), -1.25F);
     EXPECT_EQ(Outside<float>(IMAGE_GREY_F, 1e300), std::numeric_limits<float>::max());
     EXPECT_EQ(Outside<float>(IMAGE_GREY_F, -1e300), std::numeric_limits<float>::lowest());
@@ -272,7 +272,7 @@ TEST(CCylinderMask, GivesAFloatImageTheValueAsItIs) {
 TEST(CCylinderMask, RefusesAComplexImageWithACylinder) {
     CImage image(IMAGE_COMPLEX_F, CSize(2, 2), CSize(0, 0, 0));
     const CCylinderMask mask(nullptr, nullptr);
-    mask.MaskImageWithMetaInfoCylinder(image, 0); // has none
+    mask.MaskImageWithMetaInfoCylinder(image, 0); // has no cylinder
     mask.SetCylinderParameters(image, Text("Z"), 0, 0, 1);
     const auto raised = test::Raised<CException>([&] { mask.MaskImageWithMetaInfoCylinder(image, 0); });
     EXPECT_STREQ(raised.Message(), "Image type IMAGE_COMPLEX_F not supported.");
@@ -281,14 +281,14 @@ TEST(CCylinderMask, RefusesAComplexImageWithACylinder) {
 // --- the record
 // ---------------------------------------------------------------------------------------------------
 
-/// The record of an image as it stands among the metadata; an empty map if there is none.
+/// The record in the metadata of an image; an empty map if there is none.
 std::unique_ptr<CValueMap> RecordOf(const CImage& image) {
     auto record = std::make_unique<CValueMap>();
     CQuillonHeaderTools::GetMetaInfo(image, "CylinderMask", *record);
     return record;
 }
 
-TEST(CCylinderMask, RecordsAxisCentreAndRadiusAsTheyAreGiven) {
+TEST(CCylinderMask, RecordsAxisCentreAndRadiusAsGiven) {
     const auto image = Filled(CSize(2, 2));
     const CCylinderMask mask(nullptr, nullptr);
     mask.SetCylinderParameters(*image, Text("Zeppelin"), -1.5, 1e300, c_infinity);
@@ -298,7 +298,7 @@ TEST(CCylinderMask, RecordsAxisCentreAndRadiusAsTheyAreGiven) {
     EXPECT_EQ(record->Entry("s", true)->Double(), -1.5);
     EXPECT_EQ(record->Entry("t", true)->Double(), 1e300);
     EXPECT_EQ(record->Entry("radius", true)->Double(), c_infinity);
-    EXPECT_EQ(PixelsOf<unsigned char>(*image), Bytes(4, 1)); // recorded only
+    EXPECT_EQ(PixelsOf<unsigned char>(*image), Bytes(4, 1)); // only recorded
 }
 
 TEST(CCylinderMask, ReplacesAnEarlierRecord) {
@@ -314,7 +314,7 @@ TEST(CCylinderMask, CopiesTheRecordToAnImageOfAnyTypeAndSize) {
     const auto source = Filled(CSize(2, 2));
     CImage target(IMAGE_GREY_F, CSize(3, 2, 2), CSize(0, 0, 0));
     const CCylinderMask mask(nullptr, nullptr);
-    mask.SetCylinderParameters(target, Text("X"), 0, 0, 0); // gives way
+    mask.SetCylinderParameters(target, Text("X"), 0, 0, 0); // replaced
     mask.SetCylinderParameters(*source, Text("Y"), 1.25, -2, 3);
     EXPECT_TRUE(mask.CopyMetaInfo(*source, target));
     EXPECT_TRUE(RecordOf(target)->Equal(*RecordOf(*source)));
@@ -323,7 +323,7 @@ TEST(CCylinderMask, CopiesTheRecordToAnImageOfAnyTypeAndSize) {
     EXPECT_TRUE(RecordOf(target)->Equal(*RecordOf(*source)));
 }
 
-TEST(CCylinderMask, AnImageWithoutRecordStaysAsItIs) {
+TEST(CCylinderMask, AnImageWithoutARecordStaysUnchanged) {
     const auto source = Filled(CSize(3, 3, 3), 7);
     const auto target = Filled(CSize(3, 3, 3));
     const CCylinderMask mask(nullptr, nullptr);
@@ -335,14 +335,14 @@ TEST(CCylinderMask, AnImageWithoutRecordStaysAsItIs) {
     EXPECT_TRUE(source->Attributes().IsEmpty());
 }
 
-TEST(CCylinderMask, ARecordThatIsNotWholeCountsAsNone) {
+TEST(CCylinderMask, AnIncompleteRecordIsIgnored) {
     const CCylinderMask mask(nullptr, nullptr);
     const auto expectNone = [&mask](const char* key, CValue* value) {
         const auto image = Filled(CSize(2, 2));
         mask.SetCylinderParameters(*image, Text("Z"), 0, 0, -1);
         CValueMap record;
         CQuillonHeaderTools::GetMetaInfo(*image, "CylinderMask", record);
-        record.SetEntry(key, value); // null removes it
+        record.SetEntry(key, value); // null removes the entry
         CQuillonHeaderTools::SetMetaInfo(*image, "CylinderMask", record);
         CImage target(IMAGE_GREY_8, CSize(2, 2), CSize(0, 0, 0));
         EXPECT_FALSE(mask.CopyMetaInfo(*image, target)) << key;
@@ -367,7 +367,7 @@ TEST(CCylinderMask, ARecordThatIsNotWholeCountsAsNone) {
 // --- threads and progress
 // -----------------------------------------------------------------------------------------
 
-TEST(CCylinderMask, GivesTheSameForAnyNumberOfThreads) {
+TEST(CCylinderMask, ResultsDoNotDependOnTheNumberOfThreads) {
     const CSize size(33, 31, 37);
     for (const char* axis : {"X", "Y", "Z"}) {
         const StCylinder cylinder{axis, 15.5, 18, 12.25};
@@ -379,7 +379,7 @@ TEST(CCylinderMask, GivesTheSameForAnyNumberOfThreads) {
     SetThreadCount(0);
 }
 
-TEST(CCylinderMask, ReportsOneStepAPlane) {
+TEST(CCylinderMask, ReportsOneStepPerPlane) {
     const auto image = Filled(CSize(4, 4, 6));
     test::CRecordingProgress progress;
     CCylinderMask mask(nullptr, nullptr);
@@ -392,7 +392,7 @@ TEST(CCylinderMask, ReportsOneStepAPlane) {
     EXPECT_EQ(progress.calls.back(), "Finish");
 }
 
-TEST(CCylinderMask, LeavesPlanesAloneOnceItIsCancelled) {
+TEST(CCylinderMask, LeavesPlanesUnchangedAfterCancelling) {
     const auto image = Filled(CSize(4, 4, 6));
     test::CRecordingProgress progress;
     progress.Cancel();

@@ -8,7 +8,7 @@ namespace {
 
 using namespace ORVEN;
 
-TEST(CopyMapEntries, CopiesEachEntryUnderPrefixAndKeyAndReplacesWhatIsThere) {
+TEST(CopyMapEntries, PrependsThePrefixToEachKeyAndReplacesExistingEntries) {
     CValueMap source;
     source.SetEntry("Slice 1", new CValueLong(1));
     source.SetEntry("Slice 2", new CValueMap);
@@ -34,7 +34,7 @@ TEST(CopyMapEntries, AnEmptyPrefixKeepsTheKeys) {
     EXPECT_TRUE(target.Equal(source));
 }
 
-TEST(CopyMapEntries, AnOwnedPointerIsNotCopied) {
+TEST(CopyMapEntries, AnOwningPointerIsNotCopied) {
     CValueMap source;
     source.SetEntry("a", new CValueOwnedPointer<CValueMap>(new CValueMap, 1));
     CValueMap target;

@@ -23,7 +23,7 @@ using namespace ORVEN;
 
 CValueString* NewText(const char* text) { return new CValueString(text, CString::NPOS); }
 
-/// Adds an object with its label and a volume.
+/// Adds an object with a label and a volume.
 void AddObject(CValueMap& map, const std::string& key, const char* label, double volume) {
     map.SetEntry(key + "/object", NewText(label));
     map.SetEntry(key + "/volume", new CValueDouble(volume));
@@ -40,7 +40,7 @@ protected:
     CImage m_out{IMAGE_GREY_F, CSize(3, 3), CSize(0, 0, 0)};
 };
 
-TEST(IsObjectBasedFeaturesMap, NeedsAnEntryOfTheKindAndAnIndexInAllOfThem) {
+TEST(IsObjectBasedFeaturesMap, RequiresAnEntryOfTheKindAndAnIndexInAllOfThem) {
     CValueMap map;
     EXPECT_FALSE(IsObjectBasedFeaturesMap(map, "object"));
     map.SetEntry("stepwidth", new CValueDouble(1.0));
@@ -55,7 +55,7 @@ TEST(IsObjectBasedFeaturesMap, NeedsAnEntryOfTheKindAndAnIndexInAllOfThem) {
     EXPECT_TRUE(IsObjectBasedFeaturesMap(map, "object"));
 }
 
-TEST(IsObjectBasedFeaturesMap, TakesDigitsOrNumbersFrom0UpForAnIndex) {
+TEST(IsObjectBasedFeaturesMap, AcceptsDigitsOrNonNegativeNumbersAsAnIndex) {
     const auto isIndex = [](CValue* index) {
         CValueMap map;
         map.SetEntry("object 001/object", index);
@@ -79,7 +79,7 @@ TEST_F(FeatureImage, HasAColumnForEachIndexAndARowForEachFeature) {
     EXPECT_EQ(m_out.Type(), IMAGE_GREY_F);
 }
 
-TEST_F(FeatureImage, EndsWithTheMaximumLabel) {
+TEST_F(FeatureImage, EndsAtTheMaximumLabel) {
     CValueMap map;
     AddObject(map, "object 001", "1", 5.0);
     AddObject(map, "object 003", "3", 7.0);
@@ -101,7 +101,7 @@ TEST_F(FeatureImage, PlacesByIndexAndNotByKey) {
     const auto pixels = Convert(map, m_out);
     EXPECT_EQ(pixels[10], 1.0F);
     EXPECT_EQ(pixels[9], 2.0F);
-    AddObject(map, "object a", "9", 3.0); // later in the order of the keys
+    AddObject(map, "object a", "9", 3.0); // the later key
     EXPECT_EQ(Convert(map, m_out)[9], 3.0F);
 }
 
@@ -129,7 +129,7 @@ TEST_F(FeatureImage, HasAllNumbersOfAnyEntryInTheOrderOfTheirPaths) {
     EXPECT_EQ(text.String(), "Measured");
 }
 
-TEST_F(FeatureImage, HasTheRowsThatAreNamedInTheirOrder) {
+TEST_F(FeatureImage, HasTheNamedRowsInTheirOrder) {
     CValueMap map;
     AddObject(map, "object 001", "1", 5.0);
     map.SetEntry("object 001/centroid/x", new CValueDouble(2.5));
@@ -154,7 +154,7 @@ TEST_F(FeatureImage, RaisesForAnImageOfMoreThan2To31Pixels) {
     map.SetEntry("maximum label", new CValueLong(std::numeric_limits<std::int32_t>::max()));
     map.SetEntry("object 001/surface", new CValueDouble(5.0));
     const auto raised = test::Raised<CException>([&] { (void)Convert(map, m_out); });
-    EXPECT_STREQ(raised.Message(), "The features of 'Measured' do not fit an image.");
+    EXPECT_STREQ(raised.Message(), "The features of 'Measured' do not fit into an image.");
     map.RemoveEntry("maximum label");
     AddObject(map, "object 002", "9223372036854775807", 5.0);
     EXPECT_THROW((void)Convert(map, m_out), CException) << "one more than the largest index";
