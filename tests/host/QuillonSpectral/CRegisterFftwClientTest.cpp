@@ -12,7 +12,7 @@ namespace {
 
 int g_cleanUps = 0;
 
-/// No clients before and after, and clean-ups are counted in between.
+/// Expects no clients before and after a test, and counts clean-ups in between.
 class RegisterFftwClient : public testing::Test {
 protected:
     void SetUp() override {
@@ -28,7 +28,7 @@ protected:
 
 } // namespace
 
-TEST_F(RegisterFftwClient, CountsTheObjectsAlive) {
+TEST_F(RegisterFftwClient, CountsTheExistingObjects) {
     std::optional<CRegisterFftwClient> first(std::in_place);
     EXPECT_EQ(CRegisterFftwClient::ClientCount(), 1U);
     {
@@ -40,7 +40,7 @@ TEST_F(RegisterFftwClient, CountsTheObjectsAlive) {
     EXPECT_EQ(CRegisterFftwClient::ClientCount(), 0U);
 }
 
-TEST_F(RegisterFftwClient, CleansUpEachTimeTheLastClientGoesAndNotBefore) {
+TEST_F(RegisterFftwClient, CleansUpEachTimeTheLastClientIsDestroyedAndNotBefore) {
     for (int round = 1; round <= 2; ++round) {
         std::optional<CRegisterFftwClient> first(std::in_place);
         std::optional<CRegisterFftwClient> second(std::in_place);
