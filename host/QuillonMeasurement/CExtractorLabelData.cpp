@@ -16,7 +16,7 @@ namespace {
 
 const char* const g_source = "CExtractorLabelData";
 
-/// What is known of one label; all of a label stands in one place while the pixels are read.
+/// The data of one label, kept together while the pixels are read.
 struct StLabel {
     void Add(std::int64_t firstX, std::int64_t behindX, std::int64_t y, std::int64_t z) {
         if (volume == 0) {
@@ -28,7 +28,7 @@ struct StLabel {
         endX = std::max(endX, behindX);
         startY = std::min(startY, y);
         endY = std::max(endY, y + 1);
-        endZ = z + 1; // planes come in order
+        endZ = z + 1; // planes are read in order
     }
 
     std::int64_t volume = 0;
@@ -47,7 +47,7 @@ public:
             if (label > CExtractorLabelData::c_greatestLabel) {
                 throw CException(
                     g_source,
-                    CString("Label %1 cannot be measured, the greatest is %2.", CString::ENC_UTF8)
+                    CString("Label %1 cannot be measured: the greatest is %2.", CString::ENC_UTF8)
                         .Arg(static_cast<long long>(label), 0)
                         .Arg(static_cast<long long>(CExtractorLabelData::c_greatestLabel), 0),
                     nullptr);

@@ -16,7 +16,7 @@ namespace {
 constexpr unsigned g_configurationCount = 256;
 using Coefficients = std::array<double, g_configurationCount>;
 
-/// What a block of each configuration adds to a density.
+/// The contribution of a block of each configuration to a density.
 struct StCoefficients {
     Vector3d spacing{};
     Coefficients volume{};
@@ -31,10 +31,10 @@ Pixel PixelOfBit(unsigned bit) {
     return {static_cast<int>(bit & 1U), static_cast<int>(bit >> 1 & 1U), static_cast<int>(bit >> 2 & 1U)};
 }
 
-/// How many of the pixels of a set, given by bits, are set.
+/// The number of pixels that are set among those given by `bits`.
 int CountOf(unsigned configuration, unsigned bits) { return std::popcount(configuration & bits); }
 
-/// The sets of pixels of a block that fulfil a condition on their coordinates.
+/// The set of pixels of a block that satisfy a condition on their coordinates.
 template <class Contains>
 unsigned BitsWhere(const Contains& contains) {
     unsigned bits = 0;
@@ -43,7 +43,7 @@ unsigned BitsWhere(const Contains& contains) {
     return bits;
 }
 
-/// The pairs of pixels of a block that lie apart by a direction, as sets of two bits.
+/// The pairs of pixels of a block whose difference is a direction, as sets of two bits.
 std::vector<unsigned> PairsAlong(const std::array<int, 3>& direction) {
     std::vector<unsigned> pairs;
     for (unsigned from = 0; from < 8; ++from) {
@@ -61,8 +61,8 @@ int Product(const std::array<int, 3>& normal, const Pixel& pixel) {
     return normal[0] * pixel[0] + normal[1] * pixel[1] + normal[2] * pixel[2];
 }
 
-/// The polygons of pixels in which planes across a normal cut a block, as sets of bits: two faces, one
-/// rectangle along a diagonal, or two triangles.
+/// The polygons of pixels in which planes perpendicular to a normal intersect a block, as sets of bits: two
+/// faces, one diagonal rectangle, or two triangles.
 std::vector<unsigned> SectionsAcross(const std::array<int, 3>& normal) {
     std::vector<unsigned> sections;
     for (int level = -3; level <= 3; ++level) {
@@ -73,8 +73,8 @@ std::vector<unsigned> SectionsAcross(const std::array<int, 3>& normal) {
     return sections;
 }
 
-/// The Euler number of a plane section, as far as one polygon has a share in it. For squares it is the mean
-/// of the numbers with 4 and 8 neighbours; triangles have six to a corner.
+/// The contribution of one polygon to the Euler number of a plane section. For squares it is the mean of the
+/// numbers for 4 and 8 neighbours. In the triangular lattice, six triangles meet at each corner.
 double EulerShare(unsigned configuration, unsigned polygon) {
     const int count = CountOf(configuration, polygon);
     const int corners = std::popcount(polygon);
@@ -84,8 +84,8 @@ double EulerShare(unsigned configuration, unsigned polygon) {
     return count == corners - 1 ? -share : 0.0;
 }
 
-/// The Euler number of a set whose pixels touch over corners, as far as one block has a share in it: that of
-/// the complement with its pixels as points, which is the same but for the sign of what is infinite.
+/// The contribution of one block to the Euler number of a set whose pixels are connected across corners. It
+/// equals that of the complement with its pixels as points, apart from the sign of the unbounded part.
 double EulerNumber(unsigned configuration) {
     const unsigned complement = ~configuration & 0xFFU;
     const auto isWhole = [complement](unsigned bits) { return (complement & bits) == bits; };
@@ -100,8 +100,8 @@ double EulerNumber(unsigned configuration) {
     return std::popcount(complement) / 8.0 - edges / 4.0 + faces / 2.0 - (complement == 0xFFU ? 1.0 : 0.0);
 }
 
-/// The area that one section across a normal has in a block of its plane: of a face, a rectangle along a
-/// diagonal, or the two triangles of a parallelogram.
+/// The area of one section perpendicular to a normal inside a block: a face, a diagonal rectangle, or the two
+/// triangles of a parallelogram.
 double AreaAcross(const std::array<int, 3>& normal, const Vector3d& spacing) {
     double square = 0.0;
     for (std::size_t axis = 0; axis < 3; ++axis) {

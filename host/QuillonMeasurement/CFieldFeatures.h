@@ -8,15 +8,15 @@
 namespace ORVEN {
 
 /// Estimates the densities of the intrinsic volumes of a structure - volume, surface, integrals of mean and
-/// total curvature, Euler number - from how often each configuration of 2 x 2 x 2 pixels occurs.
+/// total curvature, Euler number - from the frequencies of the configurations of 2 x 2 x 2 pixels.
 ///
-/// Every density is a sum over the configurations of a coefficient times the share of its blocks. Surface
-/// comes from the changes between foreground and background along 13 directions, mean curvature from the
-/// Euler numbers of sections by 13 planes, both weighted by the share of all directions that each stands for
-/// at the given spacing. The Euler number counts foreground as connected over corners (26 neighbours) and is
-/// exact for objects inside the window.
+/// Every density is a sum over the configurations: a coefficient times the fraction of blocks with that
+/// configuration. Surface is estimated from the transitions between foreground and background along 13
+/// directions, mean curvature from the Euler numbers of sections by 13 planes. Each direction is weighted by
+/// the fraction of all directions that it represents at the given spacing. The Euler number treats foreground
+/// pixels as connected across corners (26 neighbours) and is exact for objects inside the window.
 ///
-/// Coefficients are kept by thread for the spacing used last; with them a call takes five sums of 256
+/// Each thread keeps the coefficients for the spacing it used last. With these, a call takes four sums of 256
 /// products.
 ///
 /// Sources: J. Ohser, F. Muecklich, *Statistical Analysis of Microstructures in Materials Science*, 2000;
@@ -26,7 +26,7 @@ class CFieldFeatures : public CAlgorithm {
 public:
     using CAlgorithm::CAlgorithm;
 
-    /// Fills `data`. Without any block all features are 0.
+    /// Computes all features of `data`. If there are no blocks, they are all 0.
     void Calculate(const StNeighborConfiguration& configuration, const StFieldFeaturesParameter& parameter,
                    StFieldFeaturesData3d& data) const;
 };

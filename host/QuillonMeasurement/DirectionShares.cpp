@@ -26,8 +26,8 @@ Vector3d Unit(const Vector3d& a) {
 
 using Polygon = std::vector<Vector3d>;
 
-/// A square around the unit vector, in the plane that touches the sphere there. No cell reaches beyond it: it
-/// ends at 84 degrees.
+/// A square around the unit vector, in the plane tangent to the sphere. It extends to 84 degrees, beyond any
+/// cell.
 Polygon TangentSquare(const Vector3d& point) {
     constexpr double halfSide = 9.0;
     const Vector3d other = std::abs(point[0]) < 0.5 ? Vector3d{1, 0, 0} : Vector3d{0, 1, 0};
@@ -57,7 +57,7 @@ Polygon Clipped(const Polygon& polygon, const Vector3d& normal) {
     return result;
 }
 
-/// The area of a polygon on the unit sphere, given by any points above its corners.
+/// The area of a polygon on the unit sphere. The corners may have any length.
 double SphericalArea(Polygon polygon) {
     for (Vector3d& corner : polygon)
         corner = Unit(corner);

@@ -8,8 +8,7 @@ namespace ORVEN {
 /// A vector in space.
 using Vector3d = std::array<double, 3>;
 
-/// The directions between the pixels of a 2 x 2 x 2 block, one of each opposite pair, in steps of the
-/// lattice.
+/// The directions between pixels of a 2 x 2 x 2 block, one of each opposite pair, in lattice steps.
 inline constexpr std::size_t g_directionCount = 13;
 inline constexpr std::array<std::array<int, 3>, g_directionCount> g_directions{{{1, 0, 0},
                                                                                 {0, 1, 0},
@@ -25,8 +24,8 @@ inline constexpr std::array<std::array<int, 3>, g_directionCount> g_directions{{
                                                                                 {1, -1, 1},
                                                                                 {-1, 1, 1}}};
 
-/// The share of the sphere that is nearer to a direction or its opposite than to any other: the weight of
-/// the direction in a mean over all directions. The directions need not be of unit length; the shares sum to
+/// For each direction, the fraction of the unit sphere that is closer to it or its opposite than to any
+/// other: its weight in a mean over all directions. The directions need not be normalized. The shares sum to
 /// 1.
 std::array<double, g_directionCount>
 DirectionShares(const std::array<Vector3d, g_directionCount>& directions);

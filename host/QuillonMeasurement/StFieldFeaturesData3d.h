@@ -6,16 +6,17 @@
 
 namespace ORVEN {
 
-/// Densities of a homogeneous structure: its four intrinsic volumes per volume, and what follows from them.
-/// Lengths are in the unit of the spacing, which the names of the map call m.
+/// Densities of a homogeneous structure: its four intrinsic volumes per unit volume, and quantities derived
+/// from them. Lengths are in the unit of the spacing, which the keys of the map call m.
 struct StFieldFeaturesData3d {
-    /// Pixels that are one unit apart.
+    /// The parameters for a spacing of 1 along each axis.
     static StFieldFeaturesParameter StandardParameter() { return {}; }
 
-    /// All features 0. What was measured, and at which spacing, is a matter of `CFieldFeatures::Calculate`.
+    /// Initializes all features to 0. The argument is not used: `CFieldFeatures::Calculate` takes the spacing
+    /// itself.
     explicit StFieldFeaturesData3d(const StFieldFeaturesParameter&) {}
 
-    /// The features by name, all `CValueDouble`.
+    /// The features by name, all as `CValueDouble`.
     explicit operator CValueMap() const;
 
     double volumeDensity = 0.0;

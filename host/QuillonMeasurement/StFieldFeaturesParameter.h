@@ -2,8 +2,8 @@
 
 namespace ORVEN {
 
-/// How far apart the pixels of a measured image stand, in metres or whatever the image counts in. A component
-/// that is not finite or not above 0 counts as 1.
+/// The pixel spacing of the measured image, in metres or the unit of the image. A component that is not
+/// finite or not positive counts as 1.
 struct StFieldFeaturesParameter {
     double spacingX = 1.0;
     double spacingY = 1.0;

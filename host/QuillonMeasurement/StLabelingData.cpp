@@ -59,7 +59,7 @@ std::vector<std::int64_t> Numbers(const CValueMap& map, const char* key) {
     for (const CValue* value : *entry->Vector()) {
         const std::optional<std::int64_t> number = WholeNumber(value);
         if (!number)
-            refuse("Label data hold something else than whole numbers under \"%1\".");
+            refuse("Label data contain values other than whole numbers under \"%1\".");
         numbers.push_back(*number);
     }
     return numbers;

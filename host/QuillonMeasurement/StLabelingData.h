@@ -8,22 +8,22 @@
 
 namespace ORVEN {
 
-/// Volume and bounding box of every label of an image, each vector indexed by label. A label that does not
-/// occur has 0 everywhere.
+/// Volume and bounding box of every label of an image, each a vector indexed by label. A label that does not
+/// occur has 0 in all of them.
 ///
-/// A record made on a large image can travel with a part that is cut out of it: starts are in the coordinates
-/// of the header, that is, the image's offset is in them.
+/// Start positions include the offset of the image, so that a record measured on a large image remains valid
+/// for a region cut out of it.
 struct StLabelingData {
-    /// How many labels, from 0 on, all vectors tell of.
+    /// The number of labels, counted from 0, that all vectors cover.
     [[nodiscard]] std::size_t LabelCount() const;
 
-    /// Loads the record from a map as the conversion below gives it. Raises `CException` if a vector is
-    /// missing or holds anything but whole numbers, and then leaves the record as it was. Vectors may be of
-    /// different length.
+    /// Loads the record from a map in the form of the conversion below. Raises `CException` if a vector is
+    /// missing or contains values other than whole numbers; the record then stays unchanged. Vectors may have
+    /// different lengths.
     void Set(const CValueMap& map);
 
-    /// The vectors by name: "volume", "extent x", "extent y", "extent z", "start x", "start y" and "start z",
-    /// each a `CValueVector` of `CValueLong`, or `CValueDouble` for what exceeds 32 bits.
+    /// The vectors by name: "volume", "extent x", "extent y", "extent z", "start x", "start y" and "start z".
+    /// Each is a `CValueVector` of `CValueLong`, or `CValueDouble` for numbers that exceed 32 bits.
     explicit operator CValueMap() const;
 
     std::vector<std::int64_t> volume;  ///< in pixels

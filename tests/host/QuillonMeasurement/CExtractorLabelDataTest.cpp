@@ -59,7 +59,7 @@ TEST(ExtractorLabelData, MeasuresVolumeAndBoxOfEachLabel) {
     EXPECT_EQ(data.extentZ, (Numbers{1, 0, 1, 0, 0, 1}));
 }
 
-TEST(ExtractorLabelData, ABinaryImageHasLabel1WhereItIsNot0) {
+TEST(ExtractorLabelData, ABinaryImageHasLabel1WhereverItIsNot0) {
     const StLabelingData data =
         Measured(*ImageOf<unsigned char>(IMAGE_BINARY_FG, CSize(4, 1, 1), {0, 1, 255, 0}));
     EXPECT_EQ(data.volume, (Numbers{2, 2}));
@@ -68,7 +68,7 @@ TEST(ExtractorLabelData, ABinaryImageHasLabel1WhereItIsNot0) {
     EXPECT_EQ(Measured(*ImageOf<unsigned char>(IMAGE_BINARY_FG, CSize(2, 2), {})).volume, Numbers{4});
 }
 
-TEST(ExtractorLabelData, TheOffsetOfTheHeaderGoesIntoTheStarts) {
+TEST(ExtractorLabelData, TheOffsetOfTheHeaderIsAddedToTheStarts) {
     const auto image = ImageOf<unsigned short>(IMAGE_GREY_16, CSize(2, 2, 2), {0, 0, 0, 1, 0, 0, 0, 1});
     SetOffset(*image, 10, 200, 3000);
     const StLabelingData data = Measured(*image);
@@ -116,7 +116,7 @@ StLabelingData SlowlyMeasured(const CImage& image) {
     return data;
 }
 
-TEST(ExtractorLabelData, EqualsTheSlowWayOnRandomImagesOfAllTypes) {
+TEST(ExtractorLabelData, EqualsBruteForceOnRandomImagesOfAllTypes) {
     for (unsigned seed = 0; seed < 150; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
@@ -138,7 +138,7 @@ TEST(ExtractorLabelData, AnImageWithoutPixelsHasNoLabels) {
     EXPECT_EQ(Measured(CImage(IMAGE_GREY_8, CSize(0, 3, 3), CSize(0, 0, 0))).LabelCount(), 0U);
 }
 
-TEST(ExtractorLabelData, RefusesOtherTypesAndLabelsWithoutEnd) {
+TEST(ExtractorLabelData, RefusesOtherTypesAndExcessiveLabels) {
     const auto message = [](const CImage& image) {
         StLabelingData data;
         data.volume = {7};
@@ -150,10 +150,10 @@ TEST(ExtractorLabelData, RefusesOtherTypesAndLabelsWithoutEnd) {
     EXPECT_EQ(message(CImage(IMAGE_GREY_F, CSize(2, 2), CSize(0, 0, 0))),
               "CExtractorLabelData: Image type IMAGE_GREY_F not supported.");
     EXPECT_EQ(message(*ImageOf<unsigned int>(IMAGE_GREY_32, CSize(2, 1), {0, 4294967295U})),
-              "CExtractorLabelData: Label 4294967295 cannot be measured, the greatest is 67108863.");
+              "CExtractorLabelData: Label 4294967295 cannot be measured: the greatest is 67108863.");
 }
 
-TEST(ExtractorLabelData, ReportsPlanesAndStopsWhereItIsCancelled) {
+TEST(ExtractorLabelData, ReportsPlanesAndStopsWhenCancelled) {
     struct CImpatientProgress : test::CRecordingProgress {
         void Step(unsigned amount, int flag) override {
             CRecordingProgress::Step(amount, flag);
@@ -177,7 +177,7 @@ TEST(ExtractorLabelData, ReportsPlanesAndStopsWhereItIsCancelled) {
     EXPECT_EQ(data.extentZ[1], 2);
 }
 
-TEST(LabelingData, TravelsThroughAMap) {
+TEST(LabelingData, SurvivesConversionToAMapAndBack) {
     StLabelingData data;
     data.volume = {5, 0, 3000000000, 9007199254740992};
     data.extentX = {1, 2, 3, 4};
@@ -198,7 +198,7 @@ TEST(LabelingData, TravelsThroughAMap) {
     EXPECT_EQ(loaded.LabelCount(), 0U);
 }
 
-TEST(LabelingData, TellsOfTheLabelsThatAllVectorsHave) {
+TEST(LabelingData, CountsTheLabelsThatAllVectorsHave) {
     StLabelingData data;
     for (auto* numbers : {&data.volume, &data.extentX, &data.extentY, &data.extentZ, &data.startX,
                           &data.startY, &data.startZ})
@@ -210,7 +210,7 @@ TEST(LabelingData, TellsOfTheLabelsThatAllVectorsHave) {
     EXPECT_EQ(loaded.LabelCount(), 4U);
 }
 
-TEST(LabelingData, RefusesAMapThatIsNoRecordAndStaysAsItWas) {
+TEST(LabelingData, RefusesAnInvalidMapAndStaysUnchanged) {
     StLabelingData data;
     data.volume = {1, 2};
     const auto message = [&data](const CValueMap& map) {
@@ -223,7 +223,7 @@ TEST(LabelingData, RefusesAMapThatIsNoRecordAndStaysAsItWas) {
     map.SetEntry("start y", new CValueString(CString("3 4")));
     EXPECT_EQ(message(map), "StLabelingData: Label data lack the numbers \"start y\".");
     const std::string notWhole =
-        "StLabelingData: Label data hold something else than whole numbers under \"start y\".";
+        "StLabelingData: Label data contain values other than whole numbers under \"start y\".";
     for (const double number : {0.5, 1e300, std::numeric_limits<double>::quiet_NaN()}) {
         auto row = std::make_unique<CValueVector>();
         row->PushBack(new CValueDouble(number));
@@ -238,7 +238,7 @@ TEST(LabelingData, RefusesAMapThatIsNoRecordAndStaysAsItWas) {
     EXPECT_EQ(message(map), notWhole);
 }
 
-TEST(LabelingData, StandsUnderAKeyOfItsOwnAmongTheFeatures) {
+TEST(LabelingData, HasItsOwnKeyAmongTheFeatures) {
     EXPECT_STREQ(CExtractorLabelData::KeyToLabelData(), "LabelData");
 }
 

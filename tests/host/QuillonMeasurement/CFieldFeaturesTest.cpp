@@ -16,7 +16,7 @@ namespace {
 
 using namespace ORVEN;
 
-/// A set of pixels in a cube of `edge` pixels, with a frame of background around it.
+/// A set of pixels in a cube of `edge` pixels, surrounded by background.
 class CPixelSet {
 public:
     CPixelSet(int edge, const std::function<bool(int x, int y, int z)>& contains)
@@ -63,7 +63,7 @@ StFieldFeaturesData3d Features(const StNeighborConfiguration& configuration,
     return data;
 }
 
-/// Volume, surface, integral of mean curvature and Euler number of a whole object.
+/// Volume, surface, integral of mean curvature and Euler number of the entire object.
 std::array<double, 4> Totals(const CPixelSet& pixels, const StFieldFeaturesParameter& parameter = {}) {
     const StFieldFeaturesData3d data = Features(pixels.Configuration(), parameter);
     const double volume = data.blockCount * parameter.spacingX * parameter.spacingY * parameter.spacingZ;
@@ -108,7 +108,7 @@ TEST(CFieldFeatures, CubesAndAShell) {
     ExpectTotals(Totals(shell), {26, 44.074255742, 17.466432101, 2});
 }
 
-/// The ball |x| <= radius in a cube that leaves `frame` pixels around it.
+/// The ball |x| <= radius in a cube with a margin of `frame` pixels around it.
 CPixelSet Ball(int radius, int frame) {
     const int centre = radius + frame - 1;
     return {2 * centre + 1, [=](int x, int y, int z) {
@@ -131,7 +131,7 @@ TEST(CFieldFeatures, ABall) {
     EXPECT_NEAR(data.structureModelIndex, 4.0, 0.1) << "a ball";
 }
 
-TEST(CFieldFeatures, ALargeBallAtNoSpecialPlaceComesNearItsTrueFigures) {
+TEST(CFieldFeatures, ALargeBallAtAGeneralPositionIsCloseToTheTrueValues) {
     const double radius = 20.0;
     const CPixelSet ball(43, [radius](int x, int y, int z) {
         const double dx = x - 21.37;
@@ -178,9 +178,9 @@ TEST(CFieldFeatures, FeaturesScaleWithTheSpacing) {
     EXPECT_NEAR(b.eulerNumberDensity, a.eulerNumberDensity / 8.0, 1e-12);
 }
 
-TEST(CFieldFeatures, ExchangingAxesExchangesTheSpacing) {
+TEST(CFieldFeatures, SwappingAxesSwapsTheSpacing) {
     const StNeighborConfiguration configuration = RandomConfiguration(3);
-    StNeighborConfiguration exchanged; // x with z: bits 1 with 4 and 3 with 6
+    StNeighborConfiguration exchanged; // swaps x and z: bit 1 with 4, bit 3 with 6
     for (unsigned code = 0; code < 256; ++code) {
         const unsigned other = (code & 0xA5U) | (code & 0x02U) << 3 | (code & 0x10U) >> 3 |
                                (code & 0x08U) << 3 | (code & 0x40U) >> 3;
@@ -194,7 +194,7 @@ TEST(CFieldFeatures, ExchangingAxesExchangesTheSpacing) {
     EXPECT_NEAR(b.eulerNumberDensity, a.eulerNumberDensity, 1e-12);
 }
 
-TEST(CFieldFeatures, NothingAndEverythingHaveNoSurface) {
+TEST(CFieldFeatures, EmptyAndFullSetsHaveNoSurface) {
     for (const std::size_t code : {std::size_t{0}, std::size_t{255}}) {
         StNeighborConfiguration configuration;
         configuration.counts[code] = configuration.edgeCorrectedCounts[code] = 1000;
@@ -230,7 +230,7 @@ TEST(CFieldFeatures, EachTableHasItsOwnFeatures) {
     EXPECT_NE(after.eulerNumberDensity, before.eulerNumberDensity);
 }
 
-TEST(CFieldFeatures, ASpacingThatIsNoneCountsAs1) {
+TEST(CFieldFeatures, AnInvalidSpacingCountsAs1) {
     const StNeighborConfiguration configuration = RandomConfiguration(6);
     const StFieldFeaturesData3d expected = Features(configuration);
     for (const double spacing :
