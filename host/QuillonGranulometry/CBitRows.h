@@ -8,7 +8,8 @@
 
 namespace ORVEN {
 
-/// A bit for each pixel of a number of rows, none set at first. Different rows can be changed at once.
+/// One bit per pixel of a number of rows, initially all 0. Threads may modify different rows at the same
+/// time.
 class CBitRows {
 public:
     CBitRows(std::int64_t rowLength, std::int64_t rowCount)
@@ -24,7 +25,7 @@ public:
         return (m_words[static_cast<std::size_t>(row * m_wordsPerRow + x / c_bits)] >> x % c_bits & 1) != 0;
     }
 
-    /// How many bits of a row are set.
+    /// The number of bits set in a row.
     [[nodiscard]] std::int64_t CountOf(std::int64_t row) const {
         const std::uint64_t* const words = m_words.data() + row * m_wordsPerRow;
         std::int64_t count = 0;
@@ -33,7 +34,7 @@ public:
         return count;
     }
 
-    /// Calls `body(x)` for the set bits of a row from `first` to `last` inclusive.
+    /// Calls `body(x)` for the set bits of a row from `first` to `last`, both included.
     template <class Body>
     void ForEach(std::int64_t row, std::int64_t first, std::int64_t last, const Body& body) const {
         const std::uint64_t* const words = m_words.data() + row * m_wordsPerRow;
@@ -42,7 +43,7 @@ public:
         });
     }
 
-    /// The same, and clears them. Returns how many there were.
+    /// Like `ForEach`, and clears the bits. Returns the number of bits cleared.
     template <class Body>
     std::int64_t TakeAll(std::int64_t row, std::int64_t first, std::int64_t last, const Body& body) {
         std::uint64_t* const words = Row(row);

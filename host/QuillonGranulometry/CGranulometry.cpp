@@ -40,7 +40,7 @@ void RequireImages(const IImage& input, const IImage& output) {
     CheckDistanceExtents(c_function, input.Size());
 }
 
-/// The diameters of balls, as they are told.
+/// Converts squared distances to the reported diameters.
 class CDiameters {
 public:
     CDiameters(const IImage& image, double stepWidth)
@@ -56,7 +56,7 @@ public:
         const double diameter = 2.0 * std::sqrt(static_cast<double>(squaredDistance)) * m_spacing;
         if (m_stepWidth == 0.0)
             return static_cast<float>(diameter);
-        // A diameter of a whole number of steps is not to lose one by rounding.
+        // A diameter that is a multiple of the step width must not lose a step by rounding.
         constexpr double tolerance = 1e-9;
         return static_cast<float>(std::floor(diameter / m_stepWidth + tolerance) * m_stepWidth);
     }
@@ -66,7 +66,7 @@ private:
     double m_stepWidth;
 };
 
-/// Of no use if cancelled.
+/// The result is meaningless if cancelled.
 std::int32_t GreatestDistance(const IImage& squaredDistances, CWorkPace& pace) {
     const CImageView<const std::uint32_t> view(squaredDistances);
     std::uint32_t greatest = 0;
@@ -87,7 +87,7 @@ std::int32_t GreatestDistance(const IImage& squaredDistances, CWorkPace& pace) {
     return static_cast<std::int32_t>(greatest);
 }
 
-/// Calls `body(firstZ, endZ, pace)` for groups of layers, several at once. False if cancelled.
+/// Calls `body(firstZ, endZ, pace)` for groups of layers, in parallel. Returns false if cancelled.
 template <class T, class Body>
 bool ForEachGroup(const CLayerView<T>& view, IProgress& progress, const char* phase, const Body& body) {
     const std::int64_t thickness = view.LayersPerItem();
@@ -102,7 +102,7 @@ bool ForEachGroup(const CLayerView<T>& view, IProgress& progress, const char* ph
     return isDone;
 }
 
-/// Replaces squared distances by diameters.
+/// Replaces squared distances by diameters. Returns false if cancelled.
 bool WriteDiameters(const CLayerView<float>& output, const CDiameters& diameters, IProgress& progress) {
     const auto write = [&](std::int64_t y, std::int64_t z) {
         float* const row = output.Row(y, z);
@@ -122,8 +122,8 @@ bool WriteDiameters(const CLayerView<float>& output, const CDiameters& diameters
                         });
 }
 
-/// Writes the squared distances of the pixels that `isKept(x, y, z, pace)`, and counts them; writes 0
-/// elsewhere.
+/// Writes and counts the squared distances of the pixels for which `isKept(x, y, z, pace)` is true; writes 0
+/// elsewhere. Returns false if cancelled.
 template <class IsKept>
 bool Keep(const CLayerView<const std::int32_t>& distances, const CLayerView<float>& output,
           SquaredSizes& sizes, IProgress& progress, const IsKept& isKept) {
@@ -156,7 +156,7 @@ void Clear(const CLayerView<float>& output) {
     }
 }
 
-/// One call.
+/// The arguments of one call.
 struct StMeasurement {
     const IImage& input;
     const CLayerView<float>& output;
@@ -165,7 +165,7 @@ struct StMeasurement {
     bool isLimitedByOutside;
     IProgress& progress;
 
-    /// Writes squared distances, and counts them. False if cancelled.
+    /// Writes and counts squared distances. Returns false if cancelled.
     [[nodiscard]] bool Measure(SquaredSizes& sizes) const {
         CImage squaredDistances(IMAGE_GREY_32, input.Size(), CSize(0, 0, 0));
         StDistanceTransform transform;
@@ -181,7 +181,7 @@ struct StMeasurement {
         if (greatest == 0)
             return Keep(distances, output, sizes, progress, [](auto...) { return false; });
         if (isFiltered && isLimitedByOutside && input.Size().Dim() == 3) {
-            // Volumes of objects with background all around have a faster way to the same balls.
+            // In 3-d images limited by background there is a faster way to find the same balls.
             CImage medialAxis(IMAGE_BINARY_FG, input.Size(), CSize(0, 0, 0));
             MarkMedialAxis(squaredDistances, medialAxis, 0, {}, progress);
             const CLayerView<const unsigned char> marks(medialAxis);

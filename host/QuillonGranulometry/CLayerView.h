@@ -8,9 +8,9 @@
 
 namespace ORVEN {
 
-/// The rows of an image in layers, which are what threads share out: the planes of a 3-d image, and the
-/// single rows of a flat one. A flat image is seen as one of a single row along y, so that the same code
-/// serves all dimensions.
+/// The rows of an image grouped in layers, the units of work for threads: planes of a 3-d image, single rows
+/// of a 2-d or 1-d image. The latter has one row along y in each layer, so that the same code works for all
+/// dimensions.
 template <class T>
 class CLayerView {
 public:
@@ -25,19 +25,19 @@ public:
     [[nodiscard]] T* Row(std::int64_t y, std::int64_t z) const {
         return m_isFlat ? m_view.Row(z, 0) : m_view.Row(y, z);
     }
-    /// The place of a row among all of them.
+    /// The index of a row among all rows.
     [[nodiscard]] std::int64_t RowNumber(std::int64_t y, std::int64_t z) const { return z * ny + y; }
     [[nodiscard]] bool HasRow(std::int64_t y, std::int64_t z) const {
         return y >= 0 && y < ny && z >= 0 && z < nz;
     }
-    /// How many layers are worth the while of a thread.
+    /// The number of layers that are enough work for one item of a parallel loop.
     [[nodiscard]] std::int64_t LayersPerItem() const {
         constexpr std::int64_t pixels = 1 << 16;
         return std::max<std::int64_t>(1, pixels / std::max<std::int64_t>(1, nx * ny));
     }
 
-    /// Calls `body(y, z)` for the rows of some layers and asks in between; a pixel is `unitsEach` of work.
-    /// Returns false if cancelled.
+    /// Calls `body(y, z)` for the rows of the layers from `firstZ` to before `endZ`, and checks for
+    /// cancellation in between. `unitsEach` is the work per pixel. Returns false if cancelled.
     template <class Body>
     bool ForEachRow(std::int64_t firstZ, std::int64_t endZ, std::int64_t unitsEach, CWorkPace& pace,
                     const Body& body) const {

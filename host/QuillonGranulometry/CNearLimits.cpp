@@ -14,7 +14,7 @@ constexpr std::int32_t c_greatestTabled = 1 << 20;
 
 CNearLimits::CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace) {
     const std::int32_t reach = std::min(greatest, c_greatestTabled);
-    // First, at place R: the maximum of |u|^2 + 2 u v over the u of squared length R - 1.
+    // First, at index R: the maximum of |u|^2 + 2 u v over all u of squared length R - 1.
     m_limits.resize(static_cast<std::size_t>(reach) + 1, {0, 0, 0});
     for (std::int32_t a = 0; a * a < reach; ++a) {
         const std::int32_t greatestB = dimension > 1 ? a : 0;

@@ -9,19 +9,19 @@
 
 namespace ORVEN {
 
-/// From which squared distance on the ball of one of the nearest neighbours contains that of a pixel.
+/// The squared distance from which on the ball of an adjacent pixel contains the ball of a pixel.
 ///
-/// With R the squared distance at p, the ball at p + v contains the one at p if the squared distance there is
-/// above max{|u + v|^2 : |u|^2 < R}, over all u of the grid; of those the sorted one does for a sorted v.
-/// Distances beyond 2^20 go by the ball of the plane or space instead, which contains that of the grid, so
-/// that no neighbour is believed that does not contain it.
+/// Let R be the squared distance at p. The ball at p + v contains the ball at p if the squared distance there
+/// exceeds max{|u + v|^2 : |u|^2 < R} over all grid vectors u. For a sorted v, it suffices to consider sorted
+/// vectors u. Distances beyond 2^20 use a bound for the continuous ball instead, which contains the discrete
+/// one. No ball is therefore wrongly taken to contain another.
 class CNearLimits {
 public:
-    /// For images of that dimension and squared distances up to `greatest`. 12 bytes for each. Without use
-    /// once the pace is cancelled.
+    /// For images of that dimension and squared distances up to `greatest`. Memory: 12 bytes for each
+    /// distance up to 2^20. The object must not be used once `pace` is cancelled.
     CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace);
 
-    /// For the neighbours at one, two and three steps along as many axes.
+    /// The limits for neighbours that are one step away along one, two and three axes.
     [[nodiscard]] std::array<std::int32_t, 3> At(std::int32_t distance) const {
         const auto index = static_cast<std::size_t>(distance);
         return index < m_limits.size() ? m_limits[index] : Bounds(distance);

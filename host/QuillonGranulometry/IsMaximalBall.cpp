@@ -13,9 +13,9 @@ namespace {
 
 using Vector = std::array<std::int64_t, 3>;
 
-/// Whether a ball at a vector v, sorted to descending lengths, contains the pixels u with |u|^2 < `inner`:
-/// whether |u + v|^2 < `outer` for all of them. Of all images of u the sorted one is the farthest, and of all
-/// along its longest side the last.
+/// Whether a ball at the vector v contains all pixels u with |u|^2 < `inner`, that is, whether |u + v|^2 <
+/// `outer` for all of them. The components of v are in descending order. Of all permutations and reflections
+/// of u, the sorted one is farthest away, and along its longest component the last.
 bool Contains(int dimension, const Vector& v, std::int64_t inner, std::int64_t outer, CWorkPace& pace) {
     for (std::int64_t c = 0; 3 * c * c < inner && (c == 0 || dimension > 2); ++c) {
         std::int64_t b = c;

@@ -23,7 +23,7 @@ struct StBall {
     std::uint16_t z;
 };
 
-/// A list of balls of limited length.
+/// A list of balls with a fixed capacity.
 class CBallList {
 public:
     explicit CBallList(std::int64_t greatestSize)
@@ -33,7 +33,8 @@ public:
     void Append(const StBall& ball) { m_balls[m_size++] = ball; }
     [[nodiscard]] std::span<const StBall> Balls() const { return {m_balls.get(), m_size}; }
 
-    /// The largest first; the place of a ball among equal ones does not show. Returns false if cancelled.
+    /// Sorts by decreasing size. The order of equal balls does not affect the result. Returns false if
+    /// cancelled.
     bool Sort(std::int32_t greatest, CWorkPace& pace) {
         constexpr std::size_t few = 1 << 14;
         if (m_size <= few) {
@@ -41,7 +42,7 @@ public:
                               &StBall::squaredRadius);
             return !pace.Add(static_cast<std::int64_t>(m_size) * 64);
         }
-        // By one group of bits after the other, which can be left at any time.
+        // Radix sort, which can be cancelled at any time.
         auto sorted = std::make_unique_for_overwrite<StBall[]>(m_capacity);
         for (int shift = 0; greatest >> shift > 0; shift += c_digitBits) {
             const auto digitOf = [greatest, shift](const StBall& ball) {
@@ -76,14 +77,14 @@ private:
     std::unique_ptr<StBall[]> m_balls;
 };
 
-/// Half the widths of the rows of a ball, its middle left out, at offsets from 0 on along y and z.
+/// The rows of a ball at non-negative offsets along y and z, as half widths excluding the centre.
 class CBallShape {
 public:
     CBallShape(std::int64_t greatestY, std::int64_t greatestZ)
         : m_greatestY(greatestY)
         , m_greatestZ(greatestZ) {}
 
-    /// Rows farther away than the greatest offsets are left out. Incomplete if cancelled.
+    /// Omits rows beyond the greatest offsets. The shape is incomplete if cancelled.
     void Set(std::int64_t squaredRadius, CWorkPace& pace) {
         m_squaredRadius = squaredRadius;
         m_widths.clear();
@@ -99,7 +100,7 @@ public:
 
     [[nodiscard]] std::int64_t SquaredRadius() const { return m_squaredRadius; }
     [[nodiscard]] std::int64_t ReachZ() const { return static_cast<std::int64_t>(m_begins.size()) - 2; }
-    /// By y, as far as the ball reaches there.
+    /// Indexed by y, up to the extent of the ball at z.
     [[nodiscard]] std::span<const std::int32_t> WidthsAt(std::int64_t z) const {
         const auto layer = static_cast<std::size_t>(z);
         return std::span(m_widths).subspan(m_begins[layer], m_begins[layer + 1] - m_begins[layer]);
@@ -113,7 +114,7 @@ private:
     std::vector<std::size_t> m_begins;
 };
 
-/// One slab: which of its pixels are still to be painted, and the painting.
+/// Paints one slab and keeps track of its unpainted pixels.
 class CSlab {
 public:
     CSlab(const StBalls& balls, const CLayerView<float>& output, std::int64_t firstZ, std::int64_t endZ,
@@ -131,7 +132,7 @@ public:
                           [this](std::int64_t y, std::int64_t z) { PrepareRow(y, z); });
     }
 
-    /// Of no use if cancelled.
+    /// The result is meaningless if cancelled.
     [[nodiscard]] SquaredSizes Paint() {
         SquaredSizes sizes;
         CBallList order = BallsThatReach();
@@ -192,7 +193,7 @@ private:
         return balls;
     }
 
-    /// Returns how many pixels were still to be painted.
+    /// Returns the number of pixels newly painted.
     std::int64_t Paint(const StBall& ball) {
         const float pixel = PixelOf(ball.squaredRadius);
         const std::int64_t reachZ = m_shape.ReachZ();
@@ -242,8 +243,8 @@ private:
     std::int64_t m_firstZ;
     std::int64_t m_endZ;
     CBitRows m_unpainted;
-    CBitRows m_openRows;                         ///< by layer: the rows with a pixel still to be painted
-    std::vector<std::int64_t> m_unpaintedCounts; ///< by row
+    CBitRows m_openRows;                         ///< for each layer, the rows with unpainted pixels
+    std::vector<std::int64_t> m_unpaintedCounts; ///< for each row
     std::int64_t m_unpaintedCount = 0;
     CBallShape m_shape;
 };
@@ -252,8 +253,8 @@ private:
 
 bool PaintBalls(const StBalls& balls, const CLayerView<float>& output, SquaredSizes& sizes,
                 IProgress& progress) {
-    // A slab looks through the layers around it, as far as the largest ball reaches. Thinner ones would
-    // mostly do that.
+    // A slab searches the layers around it as far as the largest ball reaches. Thinner slabs would spend most
+    // of their time on that.
     constexpr std::int64_t leastThickness = 16;
     const std::int64_t thickness =
         std::max({leastThickness, output.LayersPerItem(), FloorSqrt(balls.greatestDistance)});

@@ -28,7 +28,7 @@ public:
         const std::int32_t* const distances = m_balls.distances.Row(y, z);
         if (std::all_of(distances, distances + nx, [](std::int32_t distance) { return distance == 0; }))
             return;
-        // The row, its neighbours by a face, and by an edge.
+        // The row, then its face neighbours, then its edge neighbours.
         constexpr std::array<std::array<int, 2>, 9> offsets{
             {{0, 0}, {0, -1}, {-1, 0}, {1, 0}, {0, 1}, {-1, -1}, {1, -1}, {-1, 1}, {1, 1}}};
         StRowNeighborhood around{};
@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    /// Into a row with a place more on either side; 0 outside the image.
+    /// Copies to a row with one extra element on either side; 0 outside the image.
     void CopyRow(std::int64_t y, std::int64_t z, std::vector<std::int32_t>& copy) const {
         if (m_balls.distances.HasRow(y, z))
             std::copy_n(m_balls.distances.Row(y, z), m_balls.distances.nx, copy.begin() + 1);

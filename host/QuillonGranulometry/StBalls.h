@@ -9,8 +9,8 @@
 
 namespace ORVEN {
 
-/// The balls of a structure, as squared distances to what is not of it, and those among them that none of the
-/// nearest neighbours' contains: every ball is contained in one of those.
+/// The balls of a structure, given by their squared distances to the outside of the structure. Candidates are
+/// the balls not contained in the ball of an adjacent pixel; every ball is contained in a candidate.
 struct StBalls {
     int dimension;
     const CLayerView<const std::int32_t>& distances;
@@ -18,7 +18,7 @@ struct StBalls {
     CBitRows candidates;
 };
 
-/// Fills the candidates. False if cancelled.
+/// Determines the candidates. Returns false if cancelled.
 bool FindCandidates(StBalls& balls, IProgress& progress);
 
 } // namespace ORVEN

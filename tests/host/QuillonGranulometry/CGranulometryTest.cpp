@@ -37,7 +37,7 @@ struct StResult {
     friend bool operator==(const StResult&, const StResult&) = default;
 };
 
-/// What is asked for beside the image.
+/// The arguments of a call except the images.
 struct StCall {
     double stepWidth = -1.0;
     bool isFiltered = false;
@@ -48,7 +48,7 @@ struct StCall {
 StResult Measure(const CImage& image, const StCall& call = {}) {
     CImage output(IMAGE_GREY_F, image.Size(), CSize(0, 0, 0));
     StResult result;
-    result.histogram[77.0F] = 7; // of an earlier measurement
+    result.histogram[77.0F] = 7; // from an earlier measurement
     CGranulometry(nullptr, nullptr)
         .DoSphereGranulometryBinned(image, output, result.histogram, call.stepWidth, call.isFiltered,
                                     call.isOnForeground, call.mode);
@@ -56,7 +56,7 @@ StResult Measure(const CImage& image, const StCall& call = {}) {
     return result;
 }
 
-/// The same by the definition: all balls as sets of pixels, each beside each.
+/// The result by definition: all balls as sets of pixels, each compared with each.
 class CSlowTwin {
 public:
     CSlowTwin(const CImage& image, const StCall& call)
@@ -128,7 +128,7 @@ private:
         return IsPhase(pixel) ? greatest : 0;
     }
 
-    /// Calls `body` for the pixels of a ball, in the image and beyond, until it answers false.
+    /// Calls `body` for the pixels of a ball, inside and outside the image, until it returns false.
     template <class Body>
     bool AllOfBall(const Pixel& center, const Body& body) const {
         const int squared = m_distances[Index(center)];
@@ -166,7 +166,7 @@ private:
     std::vector<int> m_distances;
 };
 
-/// Overlapping balls in an empty image: structures of all thicknesses.
+/// Overlapping balls in an empty image, which gives structures of all thicknesses.
 std::unique_ptr<CImage> Blobs(const CSize& size, std::mt19937& random, int count, double greatestRadius) {
     auto image = std::make_unique<CImage>(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
     const CImageView<unsigned char> pixels(*image);
@@ -191,7 +191,7 @@ std::unique_ptr<CImage> Blobs(const CSize& size, std::mt19937& random, int count
     return image;
 }
 
-/// An image of which `isForeground(x, y, z)` holds the foreground.
+/// An image whose foreground is given by `isForeground(x, y, z)`.
 template <class IsForeground>
 std::unique_ptr<CImage> Shape(const CSize& size, const IsForeground& isForeground) {
     auto image = std::make_unique<CImage>(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
@@ -209,7 +209,7 @@ std::unique_ptr<CImage> Full(const CSize& size) {
     return Shape(size, [](int, int, int) { return true; });
 }
 
-/// The lattice ball or disc of all pixels up to a distance from the middle of the image.
+/// The lattice ball or disc of all pixels up to a distance from the centre of the image.
 std::unique_ptr<CImage> Ball(int dimension, int radius) {
     const int edge = 2 * radius + 5;
     const int middle = radius + 2;
@@ -252,7 +252,7 @@ void ExpectAllCallsAsTheSlowTwin(const CImage& image) {
     }
 }
 
-TEST(Granulometry, IsThatOfTheDefinitionOnNoise) {
+TEST(Granulometry, EqualsTheDefinitionOnNoise) {
     for (unsigned seed = 1; seed <= 12; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
@@ -268,7 +268,7 @@ TEST(Granulometry, IsThatOfTheDefinitionOnNoise) {
     }
 }
 
-TEST(Granulometry, IsThatOfTheDefinitionOnBlobs) {
+TEST(Granulometry, EqualsTheDefinitionOnBlobs) {
     for (unsigned seed = 1; seed <= 6; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
@@ -277,7 +277,7 @@ TEST(Granulometry, IsThatOfTheDefinitionOnBlobs) {
     }
 }
 
-TEST(Granulometry, IsThatOfTheDefinitionAcrossTheWordsOfARow) {
+TEST(Granulometry, EqualsTheDefinitionAcrossTheWordsOfARow) {
     for (unsigned seed = 1; seed <= 3; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
@@ -289,7 +289,7 @@ TEST(Granulometry, IsThatOfTheDefinitionAcrossTheWordsOfARow) {
     }
 }
 
-TEST(Granulometry, IsThatOfTheDefinitionAcrossSlabs) {
+TEST(Granulometry, EqualsTheDefinitionAcrossSlabs) {
     std::mt19937 random(5);
     const auto image = Blobs(CSize(5, 6, 40), random, 30, 5.0);
     ExpectAsTheSlowTwin(*image, {});
@@ -307,7 +307,7 @@ TEST(Granulometry, WorksInOneDimension) {
 }
 
 TEST(Granulometry, EveryPixelOfALatticeBallHasItsDiameter) {
-    // Radius, squared distance of the middle to the outside, pixels in 2-d and in 3-d.
+    // Radius, squared distance from the centre to the outside, number of pixels in 2-d and in 3-d.
     constexpr std::array<std::array<int, 4>, 4> balls{
         {{1, 2, 5, 7}, {2, 5, 13, 33}, {3, 10, 29, 123}, {5, 26, 81, 515}}};
     for (const auto& [radius, squared, count2, count3] : balls) {
@@ -321,7 +321,7 @@ TEST(Granulometry, EveryPixelOfALatticeBallHasItsDiameter) {
     }
 }
 
-TEST(Granulometry, TellsTwoDiscsApart) {
+TEST(Granulometry, DistinguishesTwoDiscs) {
     const auto discs = Shape(CSize(24, 15), [](int x, int y, int) {
         return (x - 7) * (x - 7) + (y - 7) * (y - 7) <= 25 || (x - 17) * (x - 17) + (y - 7) * (y - 7) <= 16;
     });
@@ -348,22 +348,22 @@ TEST(Granulometry, TheBorderLimitsBallsUnlessTheModeSaysOtherwise) {
     EXPECT_EQ(unlimited.output, std::vector<float>(25, 0.0F));
 }
 
-TEST(Granulometry, BinsToTheLowerEdge) {
+TEST(Granulometry, RoundsDownToTheLowerEdgeOfABin) {
     EXPECT_EQ(Measure(*Full(CSize(5, 5)), {.stepWidth = 2.5}).histogram, (Histogram{{5.0F, 25}}));
     const auto strip = Shape(CSize(7, 7), [](int, int y, int) { return y >= 1 && y < 6; });
     EXPECT_EQ(Measure(*strip, {.stepWidth = 2.5, .mode = 1}).histogram, (Histogram{{5.0F, 35}}));
-    // A diameter of 6 is three steps of 2, and rounding does not make it two.
+    // A diameter of 6 is three steps of 2; rounding must not reduce it to two.
     EXPECT_EQ(Measure(*strip, {.stepWidth = 2.0, .mode = 1}).histogram, (Histogram{{6.0F, 35}}));
     EXPECT_EQ(Measure(*strip, {.stepWidth = 0.1, .mode = 1}).histogram, (Histogram{{6.0F, 35}}));
 }
 
-TEST(Granulometry, WhatIsThinnerThanAStepCountsNowhere) {
+TEST(Granulometry, StructuresThinnerThanAStepAreNotCounted) {
     const StResult result = Measure(*Full(CSize(5, 5)), {.stepWidth = 7.0});
     EXPECT_TRUE(result.histogram.empty());
     EXPECT_EQ(result.output, std::vector<float>(25, 0.0F));
 }
 
-TEST(Granulometry, AStepWidthThatIsNoneDoesNotBin) {
+TEST(Granulometry, AnInvalidStepWidthDoesNotBin) {
     const auto image = Full(CSize(5, 8));
     const StResult plain = Measure(*image);
     for (const double width :
@@ -386,7 +386,7 @@ TEST(Granulometry, ASinglePixelHasDiameter2) {
     }
 }
 
-TEST(Granulometry, AStructureThatIsNotThereLeavesNothing) {
+TEST(Granulometry, AnEmptyStructureGivesAnEmptyResult) {
     for (const int mode : {0, 1, 2, 3}) {
         const StResult result = Measure(*Full(CSize(4, 3, 2)), {.isOnForeground = false, .mode = mode});
         EXPECT_TRUE(result.histogram.empty());
@@ -457,7 +457,7 @@ TEST(Granulometry, MeasuresInTheSpacingAlongX) {
     }
 }
 
-TEST(Granulometry, FilteredAndNotHaveTheSameLargestBall) {
+TEST(Granulometry, FilteredAndUnfilteredHaveTheSameLargestBall) {
     std::mt19937 random(8);
     const auto image = Blobs(CSize(200, 160), random, 40, 25.0);
     const Histogram sizes = Measure(*image).histogram;
@@ -468,7 +468,7 @@ TEST(Granulometry, FilteredAndNotHaveTheSameLargestBall) {
         EXPECT_TRUE(balls.contains(diameter)) << diameter;
 }
 
-/// The same pixels and counts from any number of threads.
+/// The same pixels and counts for any number of threads.
 TEST(Granulometry, DoesNotDependOnTheNumberOfThreads) {
     std::mt19937 random(9);
     const auto volume = Blobs(CSize(50, 45, 80), random, 120, 9.0);
@@ -488,7 +488,7 @@ TEST(Granulometry, DoesNotDependOnTheNumberOfThreads) {
     }
 }
 
-/// Cancels at the n-th time that it is asked.
+/// Cancels at the n-th query.
 class CCancelAt : public test::CRecordingProgress {
 public:
     explicit CCancelAt(int question)
@@ -503,7 +503,7 @@ private:
     std::atomic<int> m_left;
 };
 
-TEST(Granulometry, ACancelledRunLeavesNothingAndDoesNotRaise) {
+TEST(Granulometry, ACancelledRunGivesAnEmptyResultAndDoesNotRaise) {
     std::mt19937 random(10);
     const auto image = Blobs(CSize(20, 20, 40), random, 20, 6.0);
     SetThreadCount(1);
@@ -534,7 +534,7 @@ TEST(Granulometry, ACancelledRunLeavesNothingAndDoesNotRaise) {
     SetThreadCount(0);
 }
 
-TEST(Granulometry, StepsAsOftenAsItSays) {
+TEST(Granulometry, ReportsAsManyStepsAsAnnounced) {
     std::mt19937 random(11);
     const auto image = Blobs(CSize(40, 40, 40), random, 20, 9.0);
     test::CRecordingProgress progress;
@@ -592,11 +592,11 @@ TEST(Granulometry, RefusesDistancesThatAreTooLarge) {
     EXPECT_STREQ(raised.Message(), "Squared distances of an image of size (40000,2) are too large.");
 }
 
-TEST(Granulometry, BallsBeyondTheTableOfLimitsAreExactToo) {
-    // Squared distances up to 1999^2, beyond 2^20.
+TEST(Granulometry, BallsBeyondTheLimitTableAreExactToo) {
+    // Squared distances up to 1999^2, which is beyond 2^20.
     const auto image = Shape(CSize(2000, 3), [](int x, int, int) { return x > 0; });
     const StResult result = Measure(*image, {.mode = 1});
-    // Of the balls that all touch the background at one end the farthest three hold everything.
+    // All balls touch the background at one end; the farthest three contain everything.
     EXPECT_EQ(result.histogram, (Histogram{{static_cast<float>(2.0 * 1999.0), 3U * 1999U}}));
     EXPECT_EQ(SumOf(Measure(*image, {.isFiltered = true, .mode = 1}).histogram), 3U);
 }
