@@ -5,10 +5,10 @@
 
 namespace ORVEN::Impl {
 
-/// The arc tangent of t in [0, 1], to a few units in the last place.
+/// The arc tangent of t in [0, 1], accurate to a few units in the last place.
 inline double ArcTangent(double t) {
-    // Halved twice by tan(a / 2) = tan(a) / (1 + sqrt(1 + tan(a)^2)), the angle is below 12 degrees, where 11
-    // terms of the series are enough.
+    // After halving the angle twice by tan(a / 2) = tan(a) / (1 + sqrt(1 + tan(a)^2)), it is below 12
+    // degrees, where 11 terms of the series suffice.
     t /= 1.0 + std::sqrt(1.0 + t * t);
     t /= 1.0 + std::sqrt(1.0 + t * t);
     const double minusSquare = -t * t;
@@ -18,8 +18,8 @@ inline double ArcTangent(double t) {
     return 4.0 * t * sum;
 }
 
-/// The angle from the positive first axis to the point (x, y), in [0, pi] for y >= 0; 0 for the origin. The
-/// library's function is not taken: it rounds in one way on one processor and in another on the next.
+/// The angle from the positive first axis to the point (x, y), in [0, pi]; 0 for the origin. The sign of y is
+/// ignored. The library function is not used because it rounds differently on different processors.
 inline double AngleOf(double x, double y) {
     const double along = std::fabs(x);
     const double across = std::fabs(y);

@@ -8,8 +8,8 @@ namespace ORVEN::Impl {
 
 namespace {
 
-/// The nearest multiple of 2^-30, as a whole number of them. Below 1.5 * 2^52 stands a double whose last bit
-/// is worth 1, so that the addition rounds.
+/// The nearest multiple of 2^-30, as an integer number of them. The last bit of a double near 1.5 * 2^52 has
+/// the value 1, so that the addition rounds.
 std::int64_t FixedPoint(double value) {
     constexpr double shift = 0x1.8p52;
     return std::bit_cast<std::int64_t>(value * 0x1p30 + shift) - std::bit_cast<std::int64_t>(shift);
@@ -44,8 +44,8 @@ void StDirectionSum::AddShared(const StDirectionSum& other) {
     add(foregroundCount, other.foregroundCount);
 }
 
-/// Slices across x change from pixel to pixel and are summed up by each thread for itself; all others get
-/// the sum of a stretch of a row at a time.
+/// Slices across x change with every pixel, so each thread sums them separately. All other sums are updated
+/// once per section of a row.
 class CDirectionSums::CAdder {
 public:
     explicit CAdder(CDirectionSums& sums)
@@ -127,7 +127,7 @@ void CDirectionSums::AddToSubfield(std::int64_t indexX, std::int64_t y, std::int
                                             (z - m_area.first[2]) / m_subfieldSize[2]};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         if (index[axis] >= m_subfieldCounts[axis])
-            return; // in the rest that is no whole subfield
+            return; // in the remainder that is not a complete subfield
     }
     m_subfields[SubfieldNumber(index)].AddShared(sum);
 }

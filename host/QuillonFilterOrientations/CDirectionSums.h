@@ -10,32 +10,33 @@
 
 namespace ORVEN::Impl {
 
-/// What is summed up over the pixels of a region. Whole numbers, so that the order of the pixels does not
-/// matter; good for 2^33 pixels.
+/// The sums over the pixels of a region. Integers, so that the order of the pixels does not matter. They do
+/// not overflow for up to 2^33 pixels.
 struct StDirectionSum {
     void Add(const StDirectionSum& other);
-    /// The same while other threads add as well.
+    /// Like `Add`, but safe while other threads add too.
     void AddShared(const StDirectionSum& other);
 
-    /// Of v v^T over the directions v, times 2^30: xx, xy, xz, yy, yz, zz.
+    /// The sum of v v^T over the directions v, times 2^30: xx, xy, xz, yy, yz, zz.
     std::array<std::int64_t, 6> tensor{};
     std::int64_t evaluatedCount = 0;
     std::int64_t foregroundCount = 0;
 };
 
-/// The sums over an area, over its slices of one pixel across each axis, and over its subfields: blocks of
-/// equal size, side by side from the low corner on, of which there are as many as fit.
+/// The sums over an area, over its slices of one pixel perpendicular to each axis, and over its subfields:
+/// adjacent blocks of equal size, starting at the lower corner, as many as fit completely.
 class CDirectionSums {
 public:
-    /// A size of 0 makes no subfields.
+    /// If a component of the size is 0, there are no subfields.
     CDirectionSums(const StPixelBox& area, const std::array<std::int64_t, 3>& subfieldSize);
 
-    /// A function that adds rows of the area, for one thread, which it has to be called and destroyed on.
+    /// Returns a function that adds rows of the area. Each thread needs its own. Sums over slices across x
+    /// are complete only once the function has been destroyed.
     [[nodiscard]] std::function<void(const StDirectionRow&)> MakeAdder();
 
     [[nodiscard]] StDirectionSum Field() const;
     [[nodiscard]] const StDirectionSum& Slice(std::size_t axis, std::int64_t position) const;
-    /// How many subfields there are along each axis.
+    /// The number of subfields along each axis.
     [[nodiscard]] const std::array<std::int64_t, 3>& SubfieldCounts() const { return m_subfieldCounts; }
     [[nodiscard]] const StDirectionSum& Subfield(const std::array<std::int64_t, 3>& index) const;
 

@@ -35,8 +35,8 @@ std::optional<Histogram> HistogramOf(const CImageView<const unsigned char>& view
     return isDone ? std::optional(total) : std::nullopt;
 }
 
-/// Otsu's threshold; 255 if there are fewer than two grey values. The variance is compared as the square of
-/// an exact whole number over the product of two, so that equal ones come out equal.
+/// Otsu's threshold; 255 if there are fewer than two grey values. Variances are compared as the square of an
+/// exact integer divided by the product of two others, so that equal variances compare as equal.
 int OtsuThreshold(const Histogram& histogram) {
     std::int64_t count = 0;
     std::int64_t sum = 0;
@@ -75,7 +75,7 @@ bool IsForeground(T pixel, unsigned least) {
         return unsigned{pixel} >= least;
 }
 
-/// The smallest grey value above the threshold, 256 if none is.
+/// The smallest grey value above the threshold; 256 if there is none.
 unsigned LeastAbove(double threshold) {
     if (threshold < 0.0)
         return 0;
@@ -89,7 +89,7 @@ std::optional<CForeground> CForeground::ByOtsu(const IImage& image, double facto
     if (!histogram)
         return std::nullopt;
     const int threshold = OtsuThreshold(*histogram);
-    // No two values are divided above 255: that is the answer for a constant image, whatever the factor.
+    // 255 means that the image is constant. It then has no foreground, whatever the factor.
     return CForeground(image, threshold < 255 ? factor * threshold : 255.0);
 }
 

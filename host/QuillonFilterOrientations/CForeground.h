@@ -10,22 +10,23 @@
 
 namespace ORVEN::Impl {
 
-/// Which pixels of an image are fibre.
+/// The set of pixels of an image that are fibre.
 class CForeground {
 public:
-    /// Pixels of an 8-bit image above `factor` times Otsu's threshold, which is the smallest grey value T
-    /// for which the variance between the values up to T and those above is greatest, in the histogram of
-    /// the whole image. A constant image has no foreground, as of a threshold of 255. Nothing if cancelled.
+    /// Selects the pixels of an 8-bit image above `factor` times Otsu's threshold: the smallest grey value T
+    /// that maximizes the variance between the values up to T and those above, in the histogram of the whole
+    /// image. A constant image has no foreground; its threshold counts as 255 for any factor. Returns nothing
+    /// if cancelled.
     static std::optional<CForeground> ByOtsu(const IImage& image, double factor, IProgress& progress);
 
-    /// Pixels that are not 0 in a mask: a binary or grey image of the same size.
+    /// Selects the pixels that are not 0 in a mask, a binary or grey image of the same size.
     explicit CForeground(const IImage& mask);
 
-    /// Appends the foreground of row (y, z) from x = `begin` to before `end`.
+    /// Appends the foreground pixels of row (y, z) from x = `begin` to before `end`, in ascending order.
     void Collect(std::int64_t y, std::int64_t z, std::int64_t begin, std::int64_t end,
                  std::vector<std::int64_t>& xs) const;
 
-    /// The grey value that pixels have to be above; with a mask 0.
+    /// The grey value that foreground pixels must exceed; 0 for a mask.
     [[nodiscard]] double Threshold() const { return m_threshold; }
 
 private:
@@ -38,7 +39,7 @@ private:
 
     View m_view;
     double m_threshold = 0.0;
-    unsigned m_least = 1; ///< the smallest whole grey value that is foreground
+    unsigned m_least = 1; ///< the smallest integer grey value that is foreground
 };
 
 } // namespace ORVEN::Impl

@@ -19,10 +19,11 @@ namespace {
 
 using Receiver = std::function<void(const StDirectionRow&)>;
 
-/// Rows of a plane that one thread does on end. A single plane is cut into several such bands.
+/// Number of consecutive rows of a plane that one thread processes. A single plane is split into several such
+/// bands.
 constexpr std::int64_t c_bandHeight = 128;
 
-/// What one thread works with.
+/// The working data of one thread.
 class CBandWorker {
 public:
     CBandWorker(const CImageView<const unsigned char>& image, const CForeground& foreground,

@@ -9,7 +9,7 @@ namespace ORVEN::Impl {
 
 namespace {
 
-/// Pixels or numbers side by side, and for the taps those of other rows: `rows[radius + tap]`.
+/// Adjacent pixels or numbers of one row. For a tap, those of another row: `rows[radius + tap]`.
 template <class T>
 struct StRows {
     const T* const* rows;
@@ -22,7 +22,7 @@ struct StRows {
     }
 };
 
-/// The same for the last pixels of rows of the image, behind which nothing may be read.
+/// Like `StRows`, for the last pixels of rows of the image, beyond which nothing may be read.
 struct StRowEnds {
     const unsigned char* const* rows;
     std::int64_t radius;
@@ -37,7 +37,7 @@ struct StRowEnds {
     }
 };
 
-/// Numbers of one row, and for the taps those beside them.
+/// Numbers of one row. For a tap, those at an offset in the same row.
 struct StShifted {
     const double* row;
 
@@ -47,8 +47,8 @@ struct StShifted {
     }
 };
 
-/// Correlates with the taps of some orders at once. Numbers at the same distance on both sides are added, or
-/// for order 1 subtracted, first; the sums grow from the centre outwards.
+/// Correlates with the taps of several orders at once. Numbers at the same distance on both sides are first
+/// added, or subtracted for order 1. Summation proceeds from the centre outwards.
 template <class Numbers, std::size_t... orders, class Source>
 [[gnu::always_inline]] inline void Correlate(const StDerivativeTaps& taps, const Source& source,
                                              const std::array<double*, sizeof...(orders)>& results) {

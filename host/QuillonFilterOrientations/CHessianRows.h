@@ -13,22 +13,22 @@
 
 namespace ORVEN::Impl {
 
-/// Matrices of second derivatives at chosen pixels of an 8-bit image, Gaussian ones of one scale: grey values
-/// times sigma^2 per squared length, the unit of the spacing cancelled. Behind the borders the outermost
-/// pixels are repeated.
+/// Computes matrices of second Gaussian derivatives of one scale at selected pixels of an 8-bit image. Their
+/// unit is grey values: derivatives are multiplied by sigma^2, which cancels the unit of the spacing. Beyond
+/// its borders the image is continued by its outermost pixels.
 ///
-/// Rows are filtered along z, then y, then x, and only where they are asked for. Rows filtered along z wait
-/// in a ring for as long as rows below them need them, so that memory is three rows for each tap along y,
-/// whatever the size of the image.
+/// Rows are filtered along z, then y, then x, and only where requested. Rows filtered along z are kept in a
+/// ring buffer as long as later rows need them. Memory is therefore three rows for each tap along y,
+/// independent of the number of rows.
 class CHessianRows {
 public:
-    /// The taps stand for x, y and z; both are kept by reference.
+    /// `taps` are those for x, y and z. Image and taps are kept by reference.
     CHessianRows(const CImageView<const unsigned char>& image, std::span<const StDerivativeTaps> taps,
                  EnVectors vectors);
 
-    /// Goes to a plane. Rows of one plane are asked for in ascending order.
+    /// Selects a plane. Rows of a plane must be requested in ascending order.
     void StartPlane(std::int64_t z);
-    /// The matrices at those pixels of a row, which ascend.
+    /// Computes the matrices at the given pixels of a row, which must be in ascending order.
     void Find(std::int64_t y, std::span<const std::int64_t> xs, SymmetricMatrices& matrices);
 
 private:
@@ -51,13 +51,13 @@ private:
     const CImageView<const unsigned char>& m_image;
     std::span<const StDerivativeTaps> m_taps;
     EnVectors m_vectors;
-    std::int64_t m_width;      ///< pixels of a row, filled up to whole lanes
-    std::int64_t m_margin;     ///< before and behind a row that is to be filtered along x
+    std::int64_t m_width;      ///< pixels of a row, rounded up to whole lanes
+    std::int64_t m_margin;     ///< before and after a row to be filtered along x
     std::int64_t m_ringLength; ///< rows in each ring
     std::int64_t m_z = 0;
-    std::int64_t m_nextY = 0;                   ///< the first row that the rings have not seen
-    std::vector<double> m_rings;                ///< smoothed and differentiated 0, 1 and 2 times along z
-    std::vector<double> m_mixed;                ///< rows that lack their filter along x, by place
+    std::int64_t m_nextY = 0;                   ///< the first row not yet in the ring buffers
+    std::vector<double> m_rings;                ///< rows smoothed and differentiated 0, 1 and 2 times along z
+    std::vector<double> m_mixed;                ///< rows not yet filtered along x, by matrix entry
     std::vector<const double*> m_taken;         ///< rows under the taps along y
     std::vector<const unsigned char*> m_pixels; ///< rows under the taps along z
 };

@@ -34,7 +34,7 @@ namespace {
 const char* const g_site = "CSubfieldFiberDirections";
 constexpr std::array g_profileKeys{"x-Direction", "y-Direction", "z-Direction"};
 
-/// What a map of directions has where there is none.
+/// The value of a map of directions at pixels without a direction.
 constexpr float c_noAngle = -1.0F;
 
 [[noreturn]] void ThrowUnsupportedDimension(int dimension) {
@@ -42,12 +42,13 @@ constexpr float c_noAngle = -1.0F;
         g_site, CString("Image dimension %1 not supported.", CString::ENC_UTF8).Arg(dimension, 0), nullptr);
 }
 
-/// Decimal digits of the largest index, but at least so many: keys then sort as their numbers do.
+/// The number of decimal digits of the largest index, at least `least`. Padded to this width, keys sort in
+/// numeric order.
 int DigitsOf(std::int64_t count, int least) {
     return std::max(least, static_cast<int>(std::to_string(std::max<std::int64_t>(count - 1, 0)).size()));
 }
 
-/// The entries of a part of the field.
+/// Creates the entries of parts of the field.
 class CPartEntries {
 public:
     CPartEntries(const StFiberFigures& field, std::size_t dimension)
@@ -67,9 +68,9 @@ private:
     Direction m_fieldDirection;
 };
 
-// A row of a table has its leaves in the order of their keys, and the table has the columns of the field. Of
-// "Number of subfields" and "Slice position" a slice has both and a subfield neither: whoever writes the
-// table gives the subfields a "Slice position", and "Number pf subfields" for the other.
+// Table rows list their leaves in key order, and the columns are those of the field. Of "Number of subfields"
+// and "Slice position", a slice has both and a subfield has neither. The code that writes the table therefore
+// adds "Slice position" to subfields, and "Number pf subfields" in place of the other.
 
 std::unique_ptr<CValueMap> MapOfSubfields(const CDirectionSums& sums, const StPixelBox& area,
                                           const std::array<std::int64_t, 3>& size,
@@ -141,7 +142,7 @@ void RecordMinMax(CImage& map) {
                                      CValueVector(new CValueDouble(least), new CValueDouble(greatest)));
 }
 
-/// The maps of theta and, if there is one, of phi take the angles of a row.
+/// Writes the angles of a row into the maps of theta and, unless null, phi.
 void WriteAngles(const StDirectionRow& row, const CImageView<float>& theta, const CImageView<float>* phi) {
     const std::size_t dimension = phi != nullptr ? 3 : 2;
     for (std::size_t i = 0; i < row.x.size(); ++i) {
@@ -157,7 +158,7 @@ void WriteAngles(const StDirectionRow& row, const CImageView<float>& theta, cons
 
 } // namespace
 
-/// What a measurement leaves for the maps of directions.
+/// The data of a measurement that the maps of directions need.
 struct CSubfieldFiberDirections::StMeasurement {
     using MakeReceiver = std::function<std::function<void(const StDirectionRow&)>()>;
 
@@ -311,7 +312,7 @@ void CSubfieldFiberDirections::RequireMeasurable(const IImage& image, const IIma
     }
 }
 
-/// All 0 for no subfields.
+/// All components are 0 if there are no subfields.
 std::array<std::int64_t, 3> CSubfieldFiberDirections::SubfieldSize(std::size_t dimension) const {
     const std::array<std::int64_t, 3> size{m_subfieldSize[0], m_subfieldSize[1],
                                            dimension == 3 ? m_subfieldSize[2] : 1};

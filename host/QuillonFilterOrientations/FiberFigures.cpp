@@ -19,7 +19,7 @@ void SetDouble(CValueMap& map, const std::string& key, double value) {
     map.SetEntry(key, new CValueDouble(value));
 }
 
-/// A pixel position; images with more than 2^31 pixels along an axis fit into no memory.
+/// A pixel position. No image with more than 2^31 pixels along an axis fits into memory.
 void SetPosition(CValueMap& map, const std::string& key, std::int64_t value) {
     map.SetEntry(key, new CValueLong(static_cast<std::int32_t>(value)));
 }

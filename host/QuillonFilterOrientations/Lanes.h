@@ -9,8 +9,8 @@
 
 namespace ORVEN::Impl {
 
-/// Numbers on which each operation is done at once. A type with more of them than the processor's vectors
-/// hold would live in memory, so that code is written for any number of lanes.
+/// Vectors of numbers that are processed in parallel lanes. A vector type wider than the registers of the
+/// processor would be kept in memory, so code is written for any number of lanes.
 template <std::size_t count>
 struct StLanes {
     using Doubles [[gnu::vector_size(8 * count)]] = double;
@@ -22,15 +22,15 @@ struct StLanes {
 template <class Numbers>
 constexpr std::int64_t c_laneCount = sizeof(Numbers) / sizeof(double);
 
-/// The widest that there are: rows are filled up to a multiple of this.
+/// The greatest number of lanes. Rows are padded to a multiple of it.
 inline constexpr std::int64_t c_mostLanes = 8;
 
 constexpr std::int64_t FillLanes(std::int64_t count) {
     return (count + c_mostLanes - 1) / c_mostLanes * c_mostLanes;
 }
 
-/// Calls `body(std::type_identity<Numbers>())`, compiled for those vector instructions, with numbers that
-/// fill their vectors. Lanes know nothing of each other, so that results are the same for all of them.
+/// Calls `body(std::type_identity<Numbers>())`, compiled for those vector instructions, with a type that
+/// fills a register. Lanes are independent, so the results do not depend on the instructions.
 template <class Body>
 void RunOnLanes(EnVectors vectors, const Body& body) {
 #ifdef __x86_64__
@@ -43,8 +43,8 @@ void RunOnLanes(EnVectors vectors, const Body& body) {
     RunForBaseline([&] { body(std::type_identity<StLanes<2>::Doubles>()); });
 }
 
-// Vectors are handed over by reference: how they would be passed by value depends on what a function is
-// compiled for.
+// Vectors are passed by reference because the calling convention for passing them by value depends on the
+// target of the function.
 
 template <class Numbers>
 [[gnu::always_inline]] inline void Load(Numbers& lanes, const double* values) {
@@ -56,7 +56,7 @@ template <class Numbers>
     using Lanes = StLanes<c_laneCount<Numbers>>;
     typename Lanes::Bytes bytes;
     std::memcpy(&bytes, values, sizeof bytes);
-    // Step by step, as there are instructions that double the size of numbers.
+    // In steps, because there are instructions that double the width of numbers.
     const auto shorts = __builtin_convertvector(bytes, typename Lanes::Shorts);
     lanes = __builtin_convertvector(__builtin_convertvector(shorts, typename Lanes::Integers), Numbers);
 }

@@ -7,21 +7,21 @@
 #include <algorithm>
 #include <cmath>
 
-// The closed forms are written for several matrices at once: choices are made between numbers that are
-// computed anyway, and what comparisons give are masks.
+// The closed forms are evaluated for several matrices at once. There are no branches: both alternatives are
+// computed, and comparisons yield masks that select between them.
 
-// Every function that returns vectors is inlined, so that it does not matter how they would be passed.
+// Every function that returns vectors is inlined, so the calling convention for vectors is irrelevant.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace ORVEN::Impl {
 
 namespace {
 
-/// Least curvature across a ridge, in grey values.
+/// Smallest curvature across a ridge, in grey values.
 constexpr double c_leastCurvature = 0.001;
 
-/// Relative to the greatest entry of a matrix: how exact an eigenvector has to be, and how far the least
-/// eigenvalue from the next.
+/// Relative to the greatest entry of a matrix: the accuracy required of an eigenvector, and the distance
+/// required between the two smallest eigenvalues.
 constexpr double c_tolerance = 1e-6;
 
 constexpr double c_doubtful = 2.0;
@@ -38,7 +38,7 @@ template <class Numbers>
     return a < 0.0 ? -a : a;
 }
 
-/// The number itself where it is positive, else 1: a divisor whose quotient has no use otherwise.
+/// The number if it is positive, else 1. Used as a divisor whose quotient is not used in the latter case.
 template <class Numbers>
 [[gnu::always_inline]] inline Numbers PositiveOrOne(const Numbers& a) {
     return a > 0.0 ? a : Numbers{} + 1.0;
@@ -52,7 +52,7 @@ template <class Numbers>
     return root;
 }
 
-/// Puts the one of lesser magnitude first.
+/// Puts the number of smaller magnitude first.
 template <class Numbers>
 [[gnu::always_inline]] inline void OrderByMagnitude(Numbers& a, Numbers& b) {
     const auto isOrdered = Magnitude(a) <= Magnitude(b);
@@ -61,9 +61,9 @@ template <class Numbers>
     a = lesser;
 }
 
-/// The root c of 4 c^3 - 3 c = r in [cos 30 deg, 1], for r in [0, 1]: cos(acos(r) / 3). Newton's method from
-/// a start that is off by less than 0.007; the slope there is at least 6, and three steps square the error
-/// away.
+/// The root c of 4 c^3 - 3 c = r in [cos 30 deg, 1], for r in [0, 1]: cos(acos(r) / 3). Uses Newton's method
+/// with a starting error below 0.007. The slope there is at least 6, and three quadratically converging steps
+/// suffice.
 template <class Numbers>
 [[gnu::always_inline]] inline Numbers CosineOfThird(const Numbers& r) {
     Numbers c = c_cosineOf30 + (1.0 - c_cosineOf30) * r;
@@ -90,14 +90,14 @@ template <class Numbers>
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-/// Whether there is a ridge (1, 0 or doubtful), and its direction.
+/// Whether there is a ridge (1, 0 or `c_doubtful`), and its direction.
 template <class Numbers>
 struct StRidge {
     Numbers state;
     StVector<Numbers> direction;
 };
 
-/// Of two vectors the longer one, left in `a` with its squared length.
+/// Keeps the longer of two vectors in `a`, and its squared length in `squareA`.
 template <class Numbers>
 [[gnu::always_inline]] inline void KeepLonger(StVector<Numbers>& a, Numbers& squareA,
                                               const StVector<Numbers>& b) {
@@ -119,8 +119,8 @@ struct StMatrix {
     Numbers yz;
 };
 
-/// The eigenvalues, least magnitude first. With mean q and spread p, (A - q) / p has eigenvalues twice the
-/// cosine of angles a third of a turn apart; one of them, the first of those computed, is well apart from the
+/// The eigenvalues in order of increasing magnitude. With mean q and spread p, the eigenvalues of (A - q) / p
+/// are twice the cosines of angles 120 degrees apart. The first one computed is well separated from the
 /// others.
 template <class Numbers>
 [[gnu::always_inline]] inline std::array<Numbers, 3> Eigenvalues(const StMatrix<Numbers>& a) {
@@ -176,7 +176,7 @@ template <class Numbers>
     state = squareLength > 0.0 ? state : doubtful;
     state = residual <= c_tolerance ? state : doubtful;
     state = Magnitude(middle) - Magnitude(least) >= c_tolerance ? state : doubtful;
-    // Doubt is worth the solver only near a ridge: where grey values are flat, nothing is exact.
+    // The solver is worthwhile only near a ridge: in flat regions nothing is accurate.
     state = curvature < -0.5 * c_leastCurvature ? state : none;
     state = largest < 0.0 ? state : none;
     const auto isKnown = state == one;
@@ -184,14 +184,15 @@ template <class Numbers>
             {isKnown ? direction.x : none, isKnown ? direction.y : none, isKnown ? direction.z : none}};
 }
 
-/// Eigenvalues are mean + spread and mean - spread. The second has the greater magnitude, and is that across
-/// the ridge, if the mean is not positive.
+/// The eigenvalues are mean + spread and mean - spread. If the mean is not positive, the second has the
+/// greater magnitude and is the one across the ridge.
 template <class Numbers>
 [[gnu::always_inline]] inline StRidge<Numbers> SolveInPlane(const StMatrix<Numbers>& a) {
     const Numbers mean = 0.5 * (a.xx + a.yy);
     const Numbers half = 0.5 * (a.xx - a.yy);
     const Numbers spread = SquareRoot<Numbers>(half * half + a.xy * a.xy);
-    // Of two forms of the eigenvector that in which nothing cancels; without spread all directions are alike.
+    // Uses the form of the eigenvector that has no cancellation. If the spread is 0, all directions are
+    // equivalent.
     const Numbers none{};
     const Numbers one = none + 1.0;
     const Numbers sum = spread + Magnitude(half);
@@ -217,7 +218,7 @@ StRidge<double> SolveByIteration(const Eigen::Matrix3d& matrix) {
     return {1.0, {direction.x(), direction.y(), direction.z()}};
 }
 
-/// The matrices at `i` and behind. A place that an image of two dimensions lacks is not read.
+/// The matrices from index `i` on. Entries that a 2-d image does not have are not read.
 template <class Numbers, std::size_t dimension>
 [[gnu::always_inline]] inline StMatrix<Numbers> LoadMatrices(const SymmetricMatrices& matrices,
                                                              std::size_t i) {
@@ -267,14 +268,14 @@ void SolveDoubtful(std::size_t count, const SymmetricMatrices& matrices, StRidge
 
 void FindRidges(std::size_t dimension, std::size_t count, SymmetricMatrices& matrices, EnVectors vectors,
                 StRidges& ridges) {
-    // Up to whole lanes; what stands behind the last matrix is computed for nothing.
+    // Padded to whole lanes. Results beyond the last matrix are ignored.
     const auto filled = static_cast<std::size_t>(FillLanes(static_cast<std::int64_t>(count)));
     for (std::vector<double>& place : matrices)
         place.resize(filled);
     ridges.isRidge.resize(filled);
     for (std::vector<double>& component : ridges.direction)
         component.resize(filled);
-    // Divisions and roots, which take most of the time, take twice as long on vectors twice as wide.
+    // Divisions and square roots dominate, and these take twice as long on vectors twice as wide.
     RunOnLanes(std::min(vectors, EnVectors::AVX2), [&]<class Numbers>(std::type_identity<Numbers>) {
         if (dimension == 3)
             Solve<Numbers, 3>(count, matrices, ridges);

@@ -10,22 +10,23 @@
 
 namespace ORVEN::Impl {
 
-/// What second derivatives tell of pixels: whether each lies on a bright ridge, and which way that runs.
+/// For each pixel, whether it is on a bright ridge, and the direction of the ridge.
 struct StRidges {
     std::vector<double> isRidge;                  ///< 1 or 0
-    std::array<std::vector<double>, 3> direction; ///< of length 1 on a ridge, else 0
+    std::array<std::vector<double>, 3> direction; ///< unit vector on a ridge, else 0
 };
 
-/// Finds ridges from `count` matrices of second derivatives, of 2 or 3 dimensions, in grey values times
-/// sigma^2.
+/// Finds ridges from `count` matrices of second derivatives of 2 or 3 dimensions, in grey values (derivatives
+/// times sigma^2). `matrices` are padded to whole vectors.
 ///
-/// With the eigenvalues ordered by magnitude, the direction is the eigenvector of the least, along which grey
-/// values change least. On a bright ridge the others are negative, and not by rounding alone: below -0.001.
+/// The direction is the eigenvector of the eigenvalue of smallest magnitude, along which grey values change
+/// least. On a bright ridge the other eigenvalues are negative, and below -0.001 to exclude rounding errors.
 ///
-/// In 3-d eigenvalues are computed from the cosine form of the cubic's roots (O. K. Smith, Eigenvalues of a
-/// symmetric 3x3 matrix, 1961), the eigenvector as the longest cross product of rows; where that is not
-/// exact to 1e-6 of the greatest entry, or two eigenvalues are the least, an iterative solver takes over.
-/// Nothing but correctly rounded operations is used, so that directions are the same on each processor.
+/// In 3-d, eigenvalues are computed from the cosine form of the roots of the cubic (O. K. Smith, *Eigenvalues
+/// of a symmetric 3x3 matrix*, 1961), and the eigenvector as the longest cross product of rows. If that is
+/// not accurate to 1e-6 of the greatest entry, or if the two smallest eigenvalues have the same magnitude, an
+/// iterative solver is used. Only correctly rounded operations are used, so that directions are the same on
+/// every processor.
 void FindRidges(std::size_t dimension, std::size_t count, SymmetricMatrices& matrices, EnVectors vectors,
                 StRidges& ridges);
 

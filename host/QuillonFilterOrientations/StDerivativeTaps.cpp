@@ -8,8 +8,8 @@ namespace ORVEN::Impl {
 
 namespace {
 
-/// exp(-x) of a small x by its series: the library's function rounds in one way on one processor and in
-/// another on the next.
+/// exp(-x) for small x by its series. The library function is not used because it rounds differently on
+/// different processors.
 double ExponentialOfMinus(double x) {
     constexpr int termCount = 24;
     double sum = 1.0;
@@ -18,7 +18,7 @@ double ExponentialOfMinus(double x) {
     return sum;
 }
 
-/// exp(-k^2 / (2 sigma^2)) for k from 0 to `radius`, each from the one before.
+/// exp(-k^2 / (2 sigma^2)) for k from 0 to `radius`, each computed from the previous one.
 std::vector<double> GaussianSamples(double sigma, std::int64_t radius) {
     const double step = ExponentialOfMinus(1.0 / (2.0 * sigma * sigma));
     double ratio = step;
@@ -33,7 +33,7 @@ std::vector<double> GaussianSamples(double sigma, std::int64_t radius) {
     return samples;
 }
 
-/// The sum over both sides of `moment(k) * taps[k]`, of taps that are alike on both.
+/// The sum over both sides of `moment(k) * taps[k]`, for taps that are equal on both sides.
 template <class Moment>
 double SumOf(const std::vector<double>& taps, const Moment& moment) {
     double sum = 0.0;
@@ -51,7 +51,7 @@ void Scale(std::vector<double>& taps, double factor) {
         tap *= factor;
 }
 
-/// Adds what reaches behind `last` to the tap there.
+/// Adds the taps beyond `last` to the tap at `last`.
 void CutOff(std::vector<double>& taps, std::size_t last) {
     if (taps.size() <= last + 1)
         return;

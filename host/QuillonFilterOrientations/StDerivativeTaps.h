@@ -6,19 +6,20 @@
 
 namespace ORVEN::Impl {
 
-/// Weights of a Gaussian and its first two derivatives along one axis, in the form that is correlated with
-/// the pixels. The derivatives are by the scale itself: those by pixels, times sigma and its square.
+/// The weights of a Gaussian and its first two derivatives along one axis, in the form for correlation with
+/// the pixels. The derivatives are scale-normalized: per pixel, times sigma and sigma^2.
 ///
-/// They reach 4 sigma + 1 pixels to both sides, and are exact where that matters: the Gaussian sums up to 1,
-/// the first derivative of a ramp and the second of a parabola are right, that of a constant is 0.
+/// They extend 4 sigma + 1 pixels to both sides. They are exact for polynomials of their order: the Gaussian
+/// sums to 1, the first derivative of a ramp and the second derivative of a parabola are correct, and those
+/// of a constant are 0.
 struct StDerivativeTaps {
-    /// `length` is the number of pixels on the axis. Behind the ends the last pixels are repeated, so that
-    /// taps that no pixel of the axis can reach are added up in one.
+    /// `length` is the number of pixels along the axis. As the image is continued by its outermost pixels,
+    /// taps beyond `length` are summed into the last one.
     StDerivativeTaps(double sigmaPixels, std::int64_t length);
 
     std::int64_t radius;
-    /// `taps[order][k]` weighs the pixel k to the right. That to the left has the same weight, or for order 1
-    /// the negative one.
+    /// `taps[order][k]` is the weight of the pixel k to the right. The pixel k to the left has the same
+    /// weight, negated for order 1.
     std::array<std::vector<double>, 3> taps;
 };
 

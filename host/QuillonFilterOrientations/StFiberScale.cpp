@@ -20,8 +20,8 @@ std::array<double, 3> UsableSpacing(const IImage& image) {
     return spacing;
 }
 
-/// Half the radius serves fibres that stand alone as well as anything up to 0.7 of it, and is better where
-/// they touch. Below 1.25 pixels the steps of a sampled edge count as structure.
+/// For isolated fibres, half the radius is as good as any value up to 0.7 times the radius, and it is better
+/// where fibres touch. Below 1.25 pixels, the steps of a sampled edge would count as structure.
 double SigmaOf(double fiberRadius, const std::array<double, 3>& spacing, std::size_t dimension) {
     const double widest = *std::max_element(spacing.begin(), spacing.begin() + dimension);
     return std::max(fiberRadius / 2.0, 1.25 * widest);

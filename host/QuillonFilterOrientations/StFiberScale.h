@@ -6,17 +6,17 @@
 
 namespace ORVEN::Impl {
 
-/// What a fibre radius means on the pixels of an image.
+/// The scale parameters that follow from a fibre radius and the spacing of an image.
 struct StFiberScale {
-    /// The radius is positive, finite and in the unit of the image's spacing.
+    /// `fiberRadius` must be positive and finite; its unit is that of the spacing of the image.
     StFiberScale(const IImage& image, double fiberRadius);
 
     std::size_t dimension;
-    std::array<double, 3> spacing; ///< 1 where the image has none, or none that is positive and finite
+    std::array<double, 3> spacing; ///< 1 for components that are missing or not positive and finite
     double sigma;                  ///< of the Gaussian, in the unit of the spacing
     std::array<double, 3> sigmaPixels;
     std::int64_t border; ///< the radius in pixels along x
-    StPixelBox area;     ///< the pixels at least `border` away from the ends, on each axis that there is
+    StPixelBox area;     ///< the pixels at least `border` away from the ends of each axis
 };
 
 } // namespace ORVEN::Impl

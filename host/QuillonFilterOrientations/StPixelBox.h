@@ -5,7 +5,7 @@
 
 namespace ORVEN::Impl {
 
-/// The pixels from `first` to before `end` on each axis.
+/// A box of pixels, from `first` (included) to `end` (excluded) on each axis.
 struct StPixelBox {
     [[nodiscard]] std::int64_t Extent(std::size_t axis) const { return end[axis] - first[axis]; }
     [[nodiscard]] std::int64_t PixelCount() const { return Extent(0) * Extent(1) * Extent(2); }

@@ -5,10 +5,10 @@
 
 namespace ORVEN::Impl {
 
-/// The places of a symmetric matrix; a matrix of two dimensions has the first three.
+/// The entries of a symmetric matrix. A 2-d matrix has the first three.
 enum EnMatrixPlace { XX, YY, XY, ZZ, XZ, YZ };
 
-/// Symmetric matrices, one vector a place.
+/// Symmetric matrices, with one vector for each entry.
 using SymmetricMatrices = std::array<std::vector<double>, 6>;
 
 } // namespace ORVEN::Impl

@@ -49,7 +49,7 @@ SymmetricMatrices MatricesOf(const IImage& image, const std::array<double, 3>& s
     return all;
 }
 
-/// One entry by its definition, with taps long enough for everything.
+/// One entry computed by definition, with sufficiently long taps.
 double EntryByDefinition(const CImageView<const unsigned char>& view, const std::array<double, 3>& sigma,
                          const std::array<std::size_t, 3>& orders, const std::array<std::int64_t, 3>& at) {
     const std::array extents{view.nx, view.ny, view.nz};
@@ -75,7 +75,7 @@ double EntryByDefinition(const CImageView<const unsigned char>& view, const std:
     return sum;
 }
 
-TEST(HessianRows, AreTheDefinitionAtEachPixelOfAVolume) {
+TEST(HessianRows, EqualTheDefinitionAtEachPixelOfAVolume) {
     std::mt19937 random(3);
     for (const CSize& size : {CSize(13, 6, 5), CSize(1, 1, 1), CSize(3, 17, 2), CSize(9, 2, 8)}) {
         const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, size, random, 0, 255.9);
@@ -116,7 +116,7 @@ TEST(HessianRows, OfAPlaneHaveNoZ) {
 }
 
 TEST(HessianRows, OfAParabolaAreItsCoefficients) {
-    // 2 x^2 + x y + 3 y around the middle, far from what the borders change.
+    // 2 x^2 + x y + 3 y around the centre, far from any influence of the borders.
     std::vector<unsigned char> pixels;
     for (std::int64_t y = -15; y <= 15; ++y) {
         for (std::int64_t x = -15; x <= 15; ++x)
@@ -124,7 +124,7 @@ TEST(HessianRows, OfAParabolaAreItsCoefficients) {
                 std::abs(x) < 6 && std::abs(y) < 6 ? 2 * x * x + x * y + 3 * y + 60 : 0));
     }
     const auto image = test::ImageOf(IMAGE_GREY_8, CSize(31, 31), pixels);
-    // Taps of 5 pixels that are exact for parabolas: those cut off there are as good.
+    // Taps of 5 pixels that are exact for parabolas: truncated there, they are equally good.
     std::vector<StDerivativeTaps> taps(2, StDerivativeTaps(1.0, 1000));
     ASSERT_EQ(taps[0].radius, 5);
     const CImageView<const unsigned char> view(*image);
@@ -138,7 +138,7 @@ TEST(HessianRows, OfAParabolaAreItsCoefficients) {
     EXPECT_NEAR(matrices[YY][0], 0.0, 1e-10);
 }
 
-TEST(HessianRows, AreTheSameBitsOnAnyVectors) {
+TEST(HessianRows, AreBitIdenticalForAllVectorInstructions) {
     std::mt19937 random(5);
     for (std::int64_t nx = 1; nx <= 35; ++nx) {
         const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, CSize(nx, 5, 3), random, 0, 255.9);
@@ -148,7 +148,7 @@ TEST(HessianRows, AreTheSameBitsOnAnyVectors) {
     }
 }
 
-TEST(HessianRows, DoNotDependOnWhatElseIsAskedFor) {
+TEST(HessianRows, DoNotDependOnTheOtherPixelsRequested) {
     std::mt19937 random(6);
     const CSize size(40, 33, 2);
     const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, size, random, 0, 255.9);

@@ -48,7 +48,7 @@ struct StSetup {
     bool isFieldOnly = false;
 };
 
-/// A measurement with its numbers at hand.
+/// A measurement and access to its numbers.
 class CMeasured {
 public:
     explicit CMeasured(CImage& image, const StSetup& setup = {})
@@ -101,7 +101,7 @@ Tensor OuterSquare(const Vector& v) {
     return {v[0] * v[0], v[0] * v[1], v[0] * v[2], v[1] * v[1], v[1] * v[2], v[2] * v[2]};
 }
 
-/// One endless fibre through the middle of a cube.
+/// One infinite fibre through the centre of a cube.
 std::unique_ptr<CImage> OneFiber(const Vector& direction, double radius, EnEdges edges,
                                  const Vector& spacing = {1.0, 1.0, 1.0}) {
     const Vector center{24.2 * spacing[0], 23.7 * spacing[1], 24.4 * spacing[2]};
@@ -110,7 +110,7 @@ std::unique_ptr<CImage> OneFiber(const Vector& direction, double radius, EnEdges
     return image;
 }
 
-/// Endless fibres at random.
+/// Infinite fibres with random position and direction.
 std::vector<StFiber> RandomFibers(int count, double radius, double edge, std::mt19937& random) {
     std::vector<StFiber> fibers;
     for (int i = 0; i < count; ++i)
@@ -118,7 +118,7 @@ std::vector<StFiber> RandomFibers(int count, double radius, double edge, std::mt
     return fibers;
 }
 
-/// A few fibres and noise in a small box of three different extents.
+/// A few fibres and noise in a small box with three different extents.
 std::unique_ptr<CImage> SmallCrowd(unsigned seed, const CSize& size = CSize(30, 26, 22)) {
     std::mt19937 random(seed);
     auto image = DrawFibers(size, RandomFibers(5, 2.0, 26.0, random), EnEdges::SMOOTH);
@@ -126,7 +126,7 @@ std::unique_ptr<CImage> SmallCrowd(unsigned seed, const CSize& size = CSize(30, 
     return image;
 }
 
-/// A grey image of stripes of period 12 at an angle in degrees from x, bright over half of it.
+/// A grey image of stripes with period 12 at an angle in degrees from x; half of each period is bright.
 std::unique_ptr<CImage> Stripes(double degrees, const CSize& size = CSize(80, 70)) {
     std::vector<unsigned char> pixels;
     const double angle = degrees * std::numbers::pi / 180.0;
@@ -173,7 +173,7 @@ protected:
 // --- accuracy
 // -----------------------------------------------------------------------------------------------------
 
-TEST_F(FiberDirections, OfAFiberAlongASymmetryOfThePixelsAreExact) {
+TEST_F(FiberDirections, OfAFiberAlongASymmetryAxisOfTheGridAreExact) {
     for (const double radius : {2.0, 3.0, 5.0}) {
         for (const Vector direction : {Vector{0, 0, 1}, Vector{1, 1, 0}, Vector{1, 1, 1}}) {
             for (const EnEdges edges : {EnEdges::SMOOTH, EnEdges::HARD}) {
@@ -189,7 +189,7 @@ TEST_F(FiberDirections, OfAFiberAlongASymmetryOfThePixelsAreExact) {
     }
 }
 
-TEST_F(FiberDirections, OfAnObliqueFiberAreGood) {
+TEST_F(FiberDirections, OfAnObliqueFiberAreAccurate) {
     for (const double radius : {2.0, 3.0, 5.0}) {
         for (const Vector direction : {Vector{.3, .5, .9}, Vector{.1, .05, 1}, Vector{.7, .2, .4}}) {
             SCOPED_TRACE(testing::Message() << radius << " (" << direction[0] << "," << direction[1] << ","
@@ -218,7 +218,7 @@ TEST_F(FiberDirections, OfAnyFiberInNoiseAreWithin2Degrees) {
     }
 }
 
-TEST_F(FiberDirections, HonourUnequalSpacing) {
+TEST_F(FiberDirections, RespectUnequalSpacing) {
     const Vector direction{.3, .5, .9};
     for (const Vector spacing : {Vector{1, 1, 2}, Vector{2, 1, 1}, Vector{1e-6, 2e-6, 1e-6}}) {
         const double unit = spacing[0] < 1e-3 ? 1e-6 : 1.0;
@@ -230,17 +230,17 @@ TEST_F(FiberDirections, HonourUnequalSpacing) {
                        EnEdges::SMOOTH, {spacing[0] / unit, spacing[1] / unit, spacing[2] / unit});
         CQuillonHeaderTools::SetSpacing(*image, spacing[0], spacing[1], spacing[2]);
         const CMeasured measured(*image, {.radius = 4.0 * unit});
-        // A border of 2 pixels leaves in what is repeated behind the ends of the fibre.
+        // With a border of 2 pixels, the continuation beyond the ends of the fibre has an effect.
         EXPECT_LT(DegreesBetween(MainDirection(measured.Field()), direction), spacing[0] == 2.0 ? 1.5 : 0.5);
         EXPECT_EQ(measured.Map().Entry("Border", true)->Long(), spacing[0] == 2.0 ? 2 : 4);
     }
 }
 
-TEST_F(FiberDirections, OfACrowdGiveTheTensorOfTheDrawnOnes) {
+TEST_F(FiberDirections, OfManyFibersGiveTheTensorOfTheDrawnOnes) {
     std::mt19937 random(20);
     const auto fibers = RandomFibers(60, 3.0, 96.0, random);
     const auto image = DrawFibers(CSize(96, 96, 96), fibers, EnEdges::SMOOTH);
-    // Each fibre counts by its length within the evaluated area.
+    // Each fibre is weighted by its length inside the evaluated area.
     Tensor expected{};
     double weight = 0.0;
     for (const StFiber& fiber : fibers) {
@@ -262,13 +262,13 @@ TEST_F(FiberDirections, OfACrowdGiveTheTensorOfTheDrawnOnes) {
 }
 
 TEST_F(FiberDirections, OfAnIsotropicSetGiveAThirdOnTheDiagonal) {
-    // 64 rods, each in a cell of its own, along directions that are spread evenly over half a sphere.
+    // 64 rods, each in its own cell, with directions distributed evenly over a hemisphere.
     std::vector<StFiber> rods;
     for (int i = 0; i < 64; ++i) {
         const double height = (i + 0.5) / 64.0;
         const double turn = i * std::numbers::pi * (3.0 - std::sqrt(5.0));
         const double across = std::sqrt(1.0 - height * height);
-        const int cell = i * 29 % 64; // so that neighbours differ
+        const int cell = i * 29 % 64; // so that adjacent rods differ
         rods.push_back({{13.0 + 24 * (cell % 4), 13.0 + 24 * (cell / 4 % 4), 13.0 + 24 * (cell / 16)},
                         {across * std::cos(turn), across * std::sin(turn), height},
                         2.5,
@@ -280,7 +280,7 @@ TEST_F(FiberDirections, OfAnIsotropicSetGiveAThirdOnTheDiagonal) {
     EXPECT_LT(Number(measured.Field(), "Anisotropy index"), 0.1);
 }
 
-TEST_F(FiberDirections, InThePlaneAreTheAngleOfStripes) {
+TEST_F(FiberDirections, In2dAreTheAngleOfStripes) {
     for (const double radius : {1.5, 2.0, 3.0, 4.5}) {
         for (const double degrees : {0.0, 20.0, 45.0, 77.0, 90.0, 110.0, 165.0}) {
             const auto image = Stripes(degrees);
@@ -293,8 +293,8 @@ TEST_F(FiberDirections, InThePlaneAreTheAngleOfStripes) {
     }
 }
 
-TEST_F(FiberDirections, TurnWithTheImage) {
-    // The axis that each axis of the turned image is, and which of them are reversed.
+TEST_F(FiberDirections, RotateWithTheImage) {
+    // Which original axis each axis of the rotated image is, and which of them are reversed.
     struct StTurn {
         std::array<std::size_t, 3> from;
         std::array<bool, 3> isReversed;
@@ -340,7 +340,7 @@ TEST_F(FiberDirections, TurnWithTheImage) {
 // --- consistency
 // --------------------------------------------------------------------------------------------------
 
-TEST_F(FiberDirections, TheTensorIsThatOfTheMaps) {
+TEST_F(FiberDirections, TheTensorMatchesTheMaps) {
     const auto image = SmallCrowd(6);
     CMeasured measured(*image);
     const IImage* theta = nullptr;
@@ -375,7 +375,7 @@ TEST_F(FiberDirections, TheTensorIsThatOfTheMaps) {
     ExpectNear(TensorOf(measured.Field()), sum, 1e-6);
 }
 
-TEST_F(FiberDirections, TheTensorOfAPlaneIsThatOfTheMap) {
+TEST_F(FiberDirections, TheTensorOfAPlaneMatchesTheMap) {
     const auto image = Stripes(33.0);
     std::mt19937 random(1);
     test::AddNoise(*image, 30.0, random);
@@ -399,7 +399,7 @@ TEST_F(FiberDirections, TheTensorOfAPlaneIsThatOfTheMap) {
     ExpectNear(TensorOf(measured.Field()), sum, 1e-6);
 }
 
-/// Adds up what is summed in the maps below one.
+/// Sums the counts and tensors of the maps below a map.
 struct StTotals {
     explicit StTotals(const CValueMap& parts) {
         for (const CValue* part : parts) {
@@ -430,7 +430,7 @@ void ExpectTotals(const StTotals& totals, const CValueMap& field) {
 }
 
 TEST_F(FiberDirections, SlicesAndSubfieldsThatTileAddUpToTheField) {
-    const auto image = SmallCrowd(7, CSize(34, 28, 22)); // an area of 30 x 24 x 18
+    const auto image = SmallCrowd(7, CSize(34, 28, 22)); // the area is 30 x 24 x 18
     const CMeasured measured(*image, {.subfield = {10, 12, 6}});
     EXPECT_EQ(measured.MapAt("SubfieldFiberDirections").Size(), 3U * 2U * 3U + 2U);
     ExpectTotals(StTotals(measured.MapAt("SubfieldFiberDirections")), measured.Field());
@@ -438,7 +438,7 @@ TEST_F(FiberDirections, SlicesAndSubfieldsThatTileAddUpToTheField) {
         ExpectTotals(StTotals(measured.Profile(axis)), measured.Field());
 }
 
-TEST_F(FiberDirections, ASubfieldIsTheFieldOfAMaskOfIt) {
+TEST_F(FiberDirections, ASubfieldEqualsTheFieldOfAMaskOfIt) {
     const auto image = SmallCrowd(32);
     const CMeasured whole(*image, {.subfield = {9, 7, 8}});
     const CValueMap& subfield = whole.MapAt("SubfieldFiberDirections/Subfield z001 y002 x001");
@@ -499,8 +499,8 @@ TEST_F(FiberDirections, AreTheSameForAnyNumberOfThreads) {
     }
 }
 
-TEST_F(FiberDirections, OfOneBandDoNotDifferFromThoseOfAPlaneOfTheVolumeKind) {
-    // Rows where one band ends and the next begins are filtered twice; the map shows no seam there.
+TEST_F(FiberDirections, ShowNoSeamBetweenBands) {
+    // Rows at the boundary of two bands are filtered twice; the map must show no seam there.
     const auto whole = Stripes(20.0, CSize(40, 300));
     const auto upper = Stripes(20.0, CSize(40, 150));
     const auto mapOf = [](CImage& image) {
@@ -512,7 +512,7 @@ TEST_F(FiberDirections, OfOneBandDoNotDifferFromThoseOfAPlaneOfTheVolumeKind) {
     };
     const auto pixels = mapOf(*whole);
     const auto others = mapOf(*upper);
-    // Down to where the border of the upper half is felt.
+    // Up to the rows influenced by the border of the upper half.
     EXPECT_TRUE(std::equal(others.begin(), others.begin() + 40 * 140, pixels.begin()));
     EXPECT_GT(std::count_if(others.begin(), others.begin() + 40 * 140, [](float a) { return a >= 0.0F; }),
               1000);
@@ -533,7 +533,7 @@ void ExpectNothing(const CMeasured& measured) {
         EXPECT_EQ(Number(measured.Profile("x"), slice + "/Difference to global direction"), 0.0);
 }
 
-TEST_F(FiberDirections, OfAConstantImageAreNone) {
+TEST_F(FiberDirections, DoNotExistInAConstantImage) {
     for (const int value : {0, 1, 100, 254, 255}) {
         for (const double factor : {0.1, 1.0, 1.25}) {
             const auto image = ImageOf(IMAGE_GREY_8, CSize(9, 9, 9),
@@ -543,8 +543,8 @@ TEST_F(FiberDirections, OfAConstantImageAreNone) {
     }
 }
 
-TEST_F(FiberDirections, OfDarkFibersAreNone) {
-    // A bright block with a dark line: what is bright is no ridge.
+TEST_F(FiberDirections, DoNotExistForDarkFibers) {
+    // A bright block with a dark line: the bright part is not a ridge.
     const auto bright = OneFiber({0, 0, 1}, 3.0, EnEdges::SMOOTH);
     auto pixels = PixelsOf<unsigned char>(*bright);
     for (unsigned char& pixel : pixels)
@@ -561,7 +561,7 @@ TEST_F(FiberDirections, OfDarkFibersAreNone) {
     EXPECT_EQ(MainDirection(measured.Field()), Vector());
 }
 
-TEST_F(FiberDirections, OfAnEmptyMaskAreNone) {
+TEST_F(FiberDirections, DoNotExistForAnEmptyMask) {
     const auto image = SmallCrowd(10);
     CImage mask(IMAGE_BINARY_FG, image->Size(), CSize(0, 0, 0));
     ExpectNothing(CMeasured(*image, {.mask = &mask}));
@@ -570,7 +570,7 @@ TEST_F(FiberDirections, OfAnEmptyMaskAreNone) {
 // --- foreground
 // ---------------------------------------------------------------------------------------------------
 
-TEST_F(FiberDirections, AMaskOfAnyTypeSaysTheSame) {
+TEST_F(FiberDirections, MasksOfAllTypesAreEquivalent) {
     const auto image = SmallCrowd(11);
     const auto grey = PixelsOf<unsigned char>(*image);
     const auto maskOf = [&]<class T>(const IImage::CType& type, T inside) {
@@ -593,7 +593,7 @@ TEST_F(FiberDirections, AMaskOfAnyTypeSaysTheSame) {
     expectSame(maskOf.operator()<float>(IMAGE_GREY_F, -0.5F));
 }
 
-TEST_F(FiberDirections, TheMaskWinsOverTheOtsuFactor) {
+TEST_F(FiberDirections, TheMaskTakesPrecedenceOverTheOtsuFactor) {
     const auto image = SmallCrowd(12);
     const auto mask =
         ImageOf(IMAGE_BINARY_FG, image->Size(),
@@ -641,7 +641,7 @@ TEST_F(FiberDirections, TheMapOfAVolumeHasTheseEntries) {
     EXPECT_EQ(Number(measured.Map(), "Fiber radius"), 1.5);
     EXPECT_TRUE(measured.Map().HasEntry("Otsu factor", typeid(CValueDouble)));
     EXPECT_EQ(Number(measured.Map(), "Otsu factor"), 1.125);
-    EXPECT_EQ(Number(measured.Map(), "Sigma"), 1.25); // the floor of 1.25 of the widest spacing
+    EXPECT_EQ(Number(measured.Map(), "Sigma"), 1.25); // the minimum, 1.25 times the largest spacing
     EXPECT_TRUE(measured.Map().HasEntry("SubfieldFiberDirections/Subfield size", typeid(CValueDouble)));
     EXPECT_EQ(Number(measured.Map(), "SubfieldFiberDirections/Subfield size"), 4.0);
     EXPECT_EQ(Number(measured.Map(), "SubfieldFiberDirections/Subfield step"), 4.0);
@@ -697,10 +697,10 @@ TEST_F(FiberDirections, TheMapOfAPlaneHasTheseEntries) {
     EXPECT_EQ(measured.history, "FiberDirections(radius=2,otsu=1,subfield=(10,10,-1),");
 }
 
-TEST_F(FiberDirections, RowsOfFieldSubfieldsAndSlicesLineUpInATable) {
+TEST_F(FiberDirections, RowsOfFieldSubfieldsAndSlicesMatchInATable) {
     const auto image = SmallCrowd(14);
     CMeasured measured(*image, {.subfield = {8, 8, 8}});
-    // As the table gets them, with what its writer adds.
+    // The maps as written into the table, with the entries that its writer adds.
     const auto rowOf = [](const CValueMap& region, const Texts& added) {
         auto leaves = LeavesOf(region);
         std::set<std::string> row(leaves.begin(), leaves.end());
@@ -721,7 +721,7 @@ TEST_F(FiberDirections, RowsOfFieldSubfieldsAndSlicesLineUpInATable) {
     EXPECT_EQ(measured.Profile("y").Entry("Slice 0007/Number of subfields", true)->String().Std(), "n/a");
 }
 
-TEST_F(FiberDirections, SubfieldsAreAsManyAsFitWhole) {
+TEST_F(FiberDirections, SubfieldsAreAsManyAsFitCompletely) {
     const auto image = SmallCrowd(15); // the area is 26 x 22 x 18
     const auto countOf = [&](const std::array<std::int64_t, 3>& size) {
         CMeasured measured(*image, {.subfield = size});
@@ -730,7 +730,7 @@ TEST_F(FiberDirections, SubfieldsAreAsManyAsFitWhole) {
     EXPECT_EQ(countOf({26, 22, 18}), 1U);
     EXPECT_EQ(countOf({13, 11, 9}), 8U);
     EXPECT_EQ(countOf({10, 10, 10}), 4U);
-    EXPECT_EQ(countOf({27, 11, 9}), 0U); // the map stays, without subfields
+    EXPECT_EQ(countOf({27, 11, 9}), 0U); // the map exists, without subfields
     EXPECT_EQ(countOf({1000000, 1000000, 1000000}), 0U);
     EXPECT_EQ(countOf({std::numeric_limits<std::int64_t>::max(), 1, 1}), 0U);
 }
@@ -745,7 +745,7 @@ TEST_F(FiberDirections, WithoutAllSizesThereAreNoSubfields) {
     }
 }
 
-TEST_F(FiberDirections, NamesHaveAsManyDigitsAsTheLargestNumberNeeds) {
+TEST_F(FiberDirections, NamesHaveTheDigitsOfTheLargestNumber) {
     std::vector<unsigned char> pixels(1205 * 5);
     for (std::size_t i = 0; i < pixels.size(); ++i)
         pixels[i] = static_cast<unsigned char>(i % 7 == 0 ? 200 : 10);
@@ -761,7 +761,7 @@ TEST_F(FiberDirections, NamesHaveAsManyDigitsAsTheLargestNumberNeeds) {
     EXPECT_EQ(names.back(), "Slice 1203");
 }
 
-TEST_F(FiberDirections, TheFieldAloneOnRequest) {
+TEST_F(FiberDirections, OnlyTheFieldIsMeasuredOnRequest) {
     const auto image = SmallCrowd(17);
     CMeasured whole(*image, {.subfield = {8, 8, 8}});
     CMeasured field(*image, {.subfield = {8, 8, 8}, .isFieldOnly = true});
@@ -771,8 +771,8 @@ TEST_F(FiberDirections, TheFieldAloneOnRequest) {
     EXPECT_EQ(field.history, "FiberDirections(radius=2,otsu=1,");
 }
 
-TEST_F(FiberDirections, TheDifferenceToTheGlobalDirectionIsAnAngleBelowARightOne) {
-    // Two fibres at a right angle, the longer of which is the field's.
+TEST_F(FiberDirections, TheDifferenceToTheGlobalDirectionIsAtMostARightAngle) {
+    // Two perpendicular fibres; the longer one determines the direction of the field.
     const auto image =
         DrawFibers(CSize(40, 40, 40), {{{10, 20, 20}, {0, 0, 1}, 2.0}, {{30, 20, 20}, {0, 1, 0}, 2.0, 10.0}},
                    EnEdges::SMOOTH);
@@ -782,13 +782,13 @@ TEST_F(FiberDirections, TheDifferenceToTheGlobalDirectionIsAnAngleBelowARightOne
     EXPECT_NEAR(Number(measured.Profile("x"), "Slice 0030/Difference to global direction"),
                 std::numbers::pi / 2, 0.02);
     EXPECT_EQ(Number(measured.Profile("x"), "Slice 0020/Difference to global direction"),
-              0.0); // nothing there
+              0.0); // nothing is measured there
 }
 
 // --- the maps
 // -----------------------------------------------------------------------------------------------------
 
-TEST_F(FiberDirections, MapsCarryTheirOwnExtremesAndNothingElse) {
+TEST_F(FiberDirections, MapsHaveTheirOwnExtremesAndNoOtherAttributes) {
     const auto image = SmallCrowd(18);
     CMeasured measured(*image);
     const IImage* theta = nullptr;
@@ -857,7 +857,7 @@ TEST_F(FiberDirections, AFiberAlongAnAxisHasTheAnglesOfThatAxis) {
     }
 }
 
-TEST_F(FiberDirections, MapsAskForAMeasurementOfTheirDimension) {
+TEST_F(FiberDirections, MapsRequireAMeasurementOfTheirDimension) {
     CSubfieldFiberDirections fresh(2.0, 1.0, -1, -1, -1);
     const IImage* theta = nullptr;
     const IImage* phi = nullptr;
@@ -907,7 +907,7 @@ TEST_F(FiberDirections, AnImageWithoutAPixelFarEnoughFromTheBordersIsRefused) {
     EXPECT_NO_THROW(CMeasured(plane, {.radius = 1.0}));
     CImage empty(IMAGE_GREY_8, CSize(0, 0, 0), CSize(0, 0, 0));
     EXPECT_EQ(Refusal(empty, {.radius = 0.1}), message);
-    // The border is counted in pixels of x, whatever the spacing along y.
+    // The border is in pixels of x, independent of the spacing along y.
     CQuillonHeaderTools::SetSpacing(cube, 1e-3, 1.0, 1.0);
     EXPECT_EQ(Refusal(cube, {.radius = 1.0}), message);
 }
@@ -941,7 +941,7 @@ TEST_F(FiberDirections, AMaskOfAnotherSizeOrOfComplexNumbersIsRefused) {
               "CSubfieldFiberDirections: Image type IMAGE_COMPLEX_F not supported.");
 }
 
-TEST_F(FiberDirections, ARadiusThatIsNoLengthIsRefused) {
+TEST_F(FiberDirections, AnInvalidRadiusIsRefused) {
     CImage image(IMAGE_GREY_8, CSize(20, 20, 20), CSize(0, 0, 0));
     for (const double radius : {0.0, -1.0, c_infinity, -c_infinity, c_nan}) {
         EXPECT_NE(Refusal<CExBadParam>(image, {.radius = radius}).find("is not positive and finite."),
@@ -949,7 +949,7 @@ TEST_F(FiberDirections, ARadiusThatIsNoLengthIsRefused) {
     }
 }
 
-TEST_F(FiberDirections, ASpacingThatIsNoLengthCountsAs1) {
+TEST_F(FiberDirections, AnInvalidSpacingCountsAs1) {
     const auto image = SmallCrowd(21);
     CMeasured expected(*image);
     for (const Vector spacing :
@@ -959,7 +959,7 @@ TEST_F(FiberDirections, ASpacingThatIsNoLengthCountsAs1) {
     }
 }
 
-TEST_F(FiberDirections, ExtremeSpacingsAreSurvived) {
+TEST_F(FiberDirections, ExtremeSpacingsAreHandled) {
     const auto image = SmallCrowd(22);
     for (const Vector spacing : {Vector{1.0, 1.0, 1e-300}, Vector{1.0, 1e300, 1.0},
                                  Vector{1e300, 1e300, 1e300}, Vector{1e-300, 1e-300, 1e-300}}) {
@@ -971,7 +971,7 @@ TEST_F(FiberDirections, ExtremeSpacingsAreSurvived) {
 }
 
 TEST_F(FiberDirections, ThinImagesAreMeasured) {
-    // The taps reach far beyond both borders.
+    // The taps extend far beyond both borders.
     const auto image = DrawFibers(CSize(60, 5, 5), {{{0, 2, 2}, {1, 0, 0}, 2.0}}, EnEdges::SMOOTH);
     CMeasured measured(*image, {.radius = 2.4});
     EXPECT_LT(DegreesBetween(MainDirection(measured.Field()), {1, 0, 0}), 1e-3);
@@ -981,7 +981,7 @@ TEST_F(FiberDirections, ThinImagesAreMeasured) {
 // --- progress
 // -----------------------------------------------------------------------------------------------------
 
-TEST_F(FiberDirections, ReportTwoPhasesWithASteppedPlaneEach) {
+TEST_F(FiberDirections, ReportTwoPhasesWithOneStepPerPlane) {
     const auto image = SmallCrowd(23);
     test::CRecordingProgress progress;
     CSubfieldFiberDirections directions(2.0, 1.0, -1, -1, -1);
@@ -1035,7 +1035,7 @@ TEST_F(FiberDirections, MapsOfACancelledRunAreEmpty) {
 // --- the view request
 // ---------------------------------------------------------------------------------------------
 
-TEST_F(FiberDirections, AViewIsAskedForInPlaceOfAnEarlierOne) {
+TEST_F(FiberDirections, AViewRequestReplacesAnEarlierOne) {
     CValueMap tree;
     tree.SetEntry("output/documents/add", new CValueVector);
     tree.SetEntry("output/views/create/3", new CValueDouble(1.0));
@@ -1053,7 +1053,7 @@ TEST_F(FiberDirections, AViewIsAskedForInPlaceOfAnEarlierOne) {
     EXPECT_TRUE(tree.HasEntry("output/documents/add"));
 }
 
-TEST_F(FiberDirections, AViewWithoutNameIsThatOfAttributes) {
+TEST_F(FiberDirections, AViewWithoutANameIsTheAttributesView) {
     for (const char* const name : {"", static_cast<const char*>(nullptr)}) {
         CValueMap tree;
         CValueMap document;
@@ -1065,7 +1065,7 @@ TEST_F(FiberDirections, AViewWithoutNameIsThatOfAttributes) {
     }
 }
 
-TEST(FiberDirectionKeys, AreThese) {
+TEST(FiberDirectionKeys, HaveTheirNames) {
     EXPECT_STREQ(CSubfieldFiberDirections::sFiberDirectionsId, "FiberDirections");
     EXPECT_STREQ(CSubfieldFiberDirections::sFieldFiberDirectionsId, "FieldFiberDirections");
     EXPECT_STREQ(CSubfieldFiberDirections::sSubfieldFiberDirectionsId, "SubfieldFiberDirections");

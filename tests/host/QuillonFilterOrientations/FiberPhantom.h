@@ -13,7 +13,7 @@
 #include <random>
 #include <vector>
 
-/// Images of fibres whose directions are known.
+/// Images of fibres with known directions.
 namespace test {
 
 using Vector = std::array<double, 3>;
@@ -25,15 +25,16 @@ inline Vector Unit(const Vector& v) {
     return {v[0] / length, v[1] / length, v[2] / length};
 }
 
-/// Degrees between two axes.
+/// The angle between two axes in degrees.
 inline double DegreesBetween(const Vector& a, const Vector& b) {
     return std::acos(std::min(1.0, std::abs(Dot(Unit(a), Unit(b))))) * 180.0 / std::numbers::pi;
 }
 
-/// A straight fibre in physical units: `length` to both sides of its centre, which is endless unless said.
+/// A straight fibre in physical units. It extends by `length` to both sides of its centre, infinitely by
+/// default.
 struct StFiber {
     Vector center;
-    Vector direction; ///< of length 1
+    Vector direction; ///< unit vector
     double radius;
     double halfLength = std::numeric_limits<double>::infinity();
 };
@@ -47,7 +48,7 @@ inline double DistanceTo(const StFiber& fiber, const Vector& point) {
 
 enum class EnEdges { SMOOTH, HARD };
 
-/// Grey 220 in the fibres, 20 around them. Smooth edges rise over the length 1.
+/// Grey value 220 in the fibres, 20 elsewhere. Smooth edges are 1 unit of length wide.
 inline std::unique_ptr<ORVEN::CImage> DrawFibers(const ORVEN::CSize& size, const std::vector<StFiber>& fibers,
                                                  EnEdges edges, const Vector& spacing = {1.0, 1.0, 1.0}) {
     auto image = std::make_unique<ORVEN::CImage>(ORVEN::IMAGE_GREY_8, size, ORVEN::CSize(0, 0, 0));
@@ -85,7 +86,7 @@ inline void AddNoise(ORVEN::CImage& image, double deviation, std::mt19937& rando
     }
 }
 
-/// Evenly distributed on the sphere.
+/// Uniformly distributed on the sphere.
 inline Vector RandomDirection(std::mt19937& random) {
     std::normal_distribution<double> component;
     return Unit({component(random), component(random), component(random)});

@@ -58,7 +58,7 @@ StFound RidgeOf(const Matrix& matrix, std::size_t dimension = 3) {
     return {ridges.isRidge[0], {ridges.direction[0][0], ridges.direction[1][0], ridges.direction[2][0]}};
 }
 
-/// Three vectors at right angles.
+/// Three mutually perpendicular vectors.
 std::array<Vector, 3> RandomFrame(std::mt19937& random) {
     const Vector a = test::RandomDirection(random);
     Vector b = test::RandomDirection(random);
@@ -80,7 +80,7 @@ Matrix MatrixOf(const std::array<double, 3>& eigenvalues, const std::array<Vecto
 
 Matrix Diagonal(double x, double y, double z) { return {{{x, 0, 0}, {0, y, 0}, {0, 0, z}}}; }
 
-TEST(Ridges, HaveTheEigenvectorOfTheLeastMagnitude) {
+TEST(Ridges, HaveTheEigenvectorOfTheSmallestMagnitude) {
     std::mt19937 random(1);
     std::uniform_real_distribution<double> share(-0.9, 0.9);
     std::uniform_real_distribution<double> exponent(-2.0, 3.0);
@@ -109,7 +109,7 @@ TEST(Ridges, WithTwoEqualEigenvaluesAcrossAreExact) {
     }
 }
 
-TEST(Ridges, WithTwoLeastEigenvaluesHaveADirectionAcrossTheThird) {
+TEST(Ridges, WithTwoSmallestEigenvaluesArePerpendicularToTheThird) {
     std::mt19937 random(3);
     for (const double difference : {0.0, 1e-14, 1e-10, 1e-7}) {
         const auto frame = RandomFrame(random);
@@ -122,7 +122,7 @@ TEST(Ridges, WithTwoLeastEigenvaluesHaveADirectionAcrossTheThird) {
     const StFound ball = RidgeOf(Diagonal(-4.0, -4.0, -4.0));
     EXPECT_EQ(ball.isRidge, 1.0);
     EXPECT_NEAR(Dot(ball.direction, ball.direction), 1.0, 1e-12);
-    // The least curvatures of opposite signs and one magnitude.
+    // The two smallest curvatures have the same magnitude and opposite signs.
     const StFound saddle = RidgeOf(Diagonal(3.0, -3.0, -9.0));
     EXPECT_NEAR(saddle.direction[2], 0.0, 1e-12);
 }
@@ -130,7 +130,7 @@ TEST(Ridges, WithTwoLeastEigenvaluesHaveADirectionAcrossTheThird) {
 TEST(Ridges, AreBrightAndNotFlat) {
     EXPECT_EQ(RidgeOf(Diagonal(0.0, -5.0, -6.0)).isRidge, 1.0);
     EXPECT_EQ(RidgeOf(Diagonal(0.0, 5.0, 6.0)).isRidge, 0.0);  // a dark fibre
-    EXPECT_EQ(RidgeOf(Diagonal(0.0, 5.0, -6.0)).isRidge, 0.0); // the flank of one
+    EXPECT_EQ(RidgeOf(Diagonal(0.0, 5.0, -6.0)).isRidge, 0.0); // the side of a dark fibre
     EXPECT_EQ(RidgeOf(Diagonal(0.0, -5.0, 6.0)).isRidge, 0.0);
     EXPECT_EQ(RidgeOf(Diagonal(0.0, 0.0, -6.0)).isRidge, 0.0); // a sheet
     EXPECT_EQ(RidgeOf(Diagonal(0.0, -0.0011, -6.0)).isRidge, 1.0);
@@ -142,7 +142,7 @@ TEST(Ridges, AreBrightAndNotFlat) {
     EXPECT_EQ(none.direction, Vector());
 }
 
-TEST(Ridges, InThePlaneHaveTheDirectionOfTheLeastMagnitude) {
+TEST(Ridges, In2dHaveTheDirectionOfTheSmallestMagnitude) {
     for (int degrees = 0; degrees < 180; ++degrees) {
         const double angle = degrees * std::numbers::pi / 180.0;
         const Vector along{std::cos(angle), std::sin(angle), 0.0};
@@ -156,7 +156,7 @@ TEST(Ridges, InThePlaneHaveTheDirectionOfTheLeastMagnitude) {
     }
 }
 
-TEST(Ridges, InThePlaneAreBrightAndNotFlat) {
+TEST(Ridges, In2dAreBrightAndNotFlat) {
     EXPECT_EQ(RidgeOf(Diagonal(0.0, -5.0, 0.0), 2).isRidge, 1.0);
     EXPECT_EQ(RidgeOf(Diagonal(0.0, 5.0, 0.0), 2).isRidge, 0.0);
     EXPECT_EQ(RidgeOf(Diagonal(6.0, -5.0, 0.0), 2).isRidge, 0.0);
@@ -169,7 +169,7 @@ TEST(Ridges, InThePlaneAreBrightAndNotFlat) {
     EXPECT_NEAR(Dot(spot.direction, spot.direction), 1.0, 1e-12);
 }
 
-TEST(Ridges, AreTheSameBitsOnAnyVectors) {
+TEST(Ridges, AreBitIdenticalForAllVectorInstructions) {
     std::mt19937 random(4);
     std::normal_distribution<double> entry(0.0, 30.0);
     for (std::size_t count = 0; count < 70; ++count) {

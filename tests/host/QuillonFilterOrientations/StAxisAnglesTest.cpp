@@ -16,7 +16,7 @@ using ORVEN::Impl::StAxisAngles;
 
 constexpr double c_pi = std::numbers::pi;
 
-TEST(AngleOf, IsTheArcTangentOfTwoNumbers) {
+TEST(AngleOf, EqualsTheArcTangentOfTwoNumbers) {
     for (int i = 0; i <= 36000; ++i) {
         const double angle = i * c_pi / 36000.0;
         for (const double length : {1e-200, 0.3, 1.0, 1e150}) {
@@ -31,7 +31,7 @@ TEST(AngleOf, IsTheArcTangentOfTwoNumbers) {
     EXPECT_EQ(AngleOf(-2.0, 0.0), c_pi);
 }
 
-TEST(AxisAngles, AreThoseOfTheHalfSpace) {
+TEST(AxisAngles, UseTheDirectionInTheHalfSpace) {
     EXPECT_EQ(InHalfSpace({0.5, -0.5, 0.7}), (Direction{-0.5, 0.5, -0.7}));
     EXPECT_EQ(InHalfSpace({-0.5, 0.5, 0.7}), (Direction{-0.5, 0.5, 0.7}));
     EXPECT_EQ(InHalfSpace({-1.0, 0.0, 0.5}), (Direction{1.0, 0.0, -0.5}));
@@ -39,7 +39,7 @@ TEST(AxisAngles, AreThoseOfTheHalfSpace) {
     EXPECT_EQ(InHalfSpace({0.0, 0.0, 0.0}), (Direction{0.0, 0.0, 0.0}));
 }
 
-TEST(AxisAngles, GiveTheAxisBack) {
+TEST(AxisAngles, DetermineTheAxis) {
     std::mt19937 random(1);
     for (int i = 0; i < 10000; ++i) {
         const Direction direction = test::RandomDirection(random);
@@ -57,19 +57,19 @@ TEST(AxisAngles, GiveTheAxisBack) {
     }
 }
 
-TEST(AxisAngles, ThatRoundUpToAHalfTurnAreThoseOfTheOtherEnd) {
+TEST(AxisAngles, RoundedUpToPiBecomeThoseOfTheOppositeDirection) {
     const Direction nearlyBack{-0.8, 1e-9, 0.6};
     const StAxisAngles<float> inSpace(nearlyBack, 3);
     EXPECT_EQ(inSpace.phi, 0.0F);
     EXPECT_FLOAT_EQ(inSpace.theta, static_cast<float>(c_pi - std::acos(0.6)));
     EXPECT_EQ(StAxisAngles<float>({-1.0, 1e-9, 0.0}, 2).theta, 0.0F);
-    // In doubles the same direction is told apart.
+    // In double precision the same direction is still distinguished.
     EXPECT_NEAR(StAxisAngles<double>(nearlyBack, 3).phi, c_pi, 1e-8);
     EXPECT_LT(StAxisAngles<double>(nearlyBack, 3).phi, c_pi);
     EXPECT_EQ(StAxisAngles<double>({-1.0, 1e-30, 0.0}, 2).theta, 0.0);
 }
 
-TEST(AxisAngles, InThePlaneAreOneAngle) {
+TEST(AxisAngles, In2dAreASingleAngle) {
     const StAxisAngles<double> angles({-std::sqrt(0.5), std::sqrt(0.5), 0.0}, 2);
     EXPECT_DOUBLE_EQ(angles.theta, 0.75 * c_pi);
     EXPECT_EQ(angles.phi, 0.0);

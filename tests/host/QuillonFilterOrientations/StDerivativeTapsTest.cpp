@@ -50,7 +50,7 @@ TEST(DerivativeTaps, HaveTheShapeOfTheGaussian) {
     }
 }
 
-TEST(DerivativeTaps, BeyondTheLengthAreAddedUpInOne) {
+TEST(DerivativeTaps, BeyondTheLengthAreSummedIntoTheLast) {
     const StDerivativeTaps whole(2.0, c_long);
     const StDerivativeTaps cut(2.0, 3);
     ASSERT_EQ(cut.radius, 3);
@@ -64,7 +64,7 @@ TEST(DerivativeTaps, BeyondTheLengthAreAddedUpInOne) {
     }
 }
 
-TEST(DerivativeTaps, OfAnEndlessSigmaAreFinite) {
+TEST(DerivativeTaps, OfAnExtremeSigmaAreFinite) {
     for (const double sigma : {1e7, 1e300, std::numeric_limits<double>::infinity()}) {
         const StDerivativeTaps taps(sigma, 10);
         EXPECT_EQ(taps.radius, 10);
