@@ -1,6 +1,6 @@
 #include "AtomicFile.h"
 
-#include "Commands.h"
+#include "FileError.h"
 #include "OutputFile.h"
 #include "PartialFolder.h"
 
@@ -27,7 +27,7 @@ void WriteText(const std::string& path, const std::string& named, const std::str
         COutputFile file(path);
         file.Write(text);
         file.Close();
-    } catch (const CCommandError& error) {
+    } catch (const CFileError& error) {
         ThrowUnwritable(named, error.what());
     }
 }
@@ -35,7 +35,7 @@ void WriteText(const std::string& path, const std::string& named, const std::str
 } // namespace
 
 void ThrowUnwritable(const std::string& path, const std::string& reason) {
-    throw CCommandError(STATUS_FILE, "cannot write '" + path + "': " + reason);
+    throw CFileError("cannot write '" + path + "': " + reason);
 }
 
 CAtomicFile::CAtomicFile(const std::string& target)

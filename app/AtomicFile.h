@@ -10,8 +10,8 @@ namespace app {
 /// They are written into a folder of their own beside the target, under their final names (so that a library
 /// that goes by the extension, or writes a name into a header, needs to know nothing), and moved by `Commit`.
 /// Until then, and after any failure, what stands under the names is untouched; the destructor removes the
-/// rest. A symbolic link is followed: the file that it leads to is replaced. Raises `CCommandError` with
-/// status `STATUS_FILE` and "cannot write 'PATH': REASON".
+/// rest. A symbolic link is followed: the file that it leads to is replaced. Raises `CFileError`,
+/// "cannot write 'PATH': REASON".
 class CAtomicFile {
 public:
     explicit CAtomicFile(const std::string& target);

@@ -1,6 +1,6 @@
 #include "AttributesFile.h"
 
-#include "Commands.h"
+#include "FileError.h"
 #include "ValueJson.h"
 #include "formats/HeaderChecks.h"
 
@@ -29,7 +29,7 @@ std::unique_ptr<ORVEN::CValueMap> MapOfJson(const std::string& path, const json&
     std::unique_ptr<ORVEN::CValue> value;
     try {
         value = FromJson(object);
-    } catch (const CCommandError& error) {
+    } catch (const CFileError& error) {
         ThrowUnreadable(path, std::string(g_damaged) + ": " + error.what());
     }
     if (value == nullptr || value->Map() == nullptr)

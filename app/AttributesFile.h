@@ -23,12 +23,12 @@ std::optional<ORVEN::IImage::CType> PixelTypeOfName(const std::string& name);
 
 /// The attributes as one line of plain ASCII. See ValueJson.h for how values are told.
 std::string AttributesText(const ORVEN::CValueMap& attributes);
-/// The other way round. Raises `CCommandError` that names `path` for a text that is none.
+/// The other way round. Raises `CFileError` that names `path` for a text that is none.
 std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& path, const std::string& text);
 
 /// The text of the side file of an image.
 std::string SideFileText(const ORVEN::CImage& image);
-/// What the side file of the image file says; nothing if there is none. Raises `CCommandError` that names the
+/// What the side file of the image file says; nothing if there is none. Raises `CFileError` that names the
 /// side file if it is damaged.
 StImageFacts ReadSideFile(const std::string& imagePath);
 

@@ -3,6 +3,7 @@
 #include "AtomicFile.h"
 #include "AttributesFile.h"
 #include "Commands.h"
+#include "FileError.h"
 #include "OutputFile.h"
 #include "formats/HeaderChecks.h"
 #include "formats/ImageHeader.h"
@@ -179,7 +180,7 @@ std::optional<StTarget> TargetOfName(const std::string& path) {
 void RequireHoldable(const StImageHeader& header) {
     const auto require = [](bool isMet, const char* reason) {
         if (!isMet)
-            throw CCommandError(STATUS_FILE, reason);
+            throw CFileError(reason);
     };
     constexpr std::int64_t maxNiftiExtent = 32767;
     constexpr std::int64_t maxPlaneExtent = 0x7fffffff;
@@ -322,7 +323,7 @@ void WriteImage(const CImage& image, const std::string& path) {
     CAtomicFile file(path);
     try {
         WriteFiles(file, image, *TargetOfName(path));
-    } catch (const CCommandError& error) {
+    } catch (const CFileError& error) {
         ThrowUnwritable(path, error.what());
     } catch (const std::bad_alloc&) {
         ThrowUnwritable(path, "there is not enough memory");

@@ -44,7 +44,7 @@ namespace app {
 ///
 /// Pixels of the image's own type are read straight into it; others take a second buffer of the file's type,
 /// and NIfTI one of the file's size. A header that announces more than the file can hold, or than memory is
-/// free, is refused before anything is allocated. Raises `CCommandError` with status `STATUS_FILE`, in one
+/// free, is refused before anything is allocated. Raises `CFileError`, in one
 /// line.
 std::unique_ptr<ORVEN::CImage> ReadImage(const std::string& path,
                                          const std::optional<ORVEN::IImage::CType>& as = std::nullopt);
@@ -55,7 +55,7 @@ std::unique_ptr<ORVEN::CImage> ReadImage(const std::string& path,
 /// Binary images are bytes of 0 and 1. NRRD data are packed by gzip where that saves a quarter or more
 /// (masks, labels; not the noise of a scanner), .nii.gz always, other formats never but PNG. PNG holds planes
 /// of 8 and 16 bits. What a format cannot hold is refused. Takes no further memory in the order of the
-/// pixels, but for an image with a border. Raises `CCommandError` with status `STATUS_FILE`; a name of
+/// pixels, but for an image with a border. Raises `CFileError`; a name of
 /// another extension is of status usage.
 void WriteImage(const ORVEN::CImage& image, const std::string& path);
 

@@ -1,5 +1,6 @@
 #include "AtomicFile.h"
 #include "Commands.h"
+#include "FileError.h"
 
 #include <QuillonTransformation/BuiltInMedialAxisNeighborhood.h>
 #include <QuillonTransformation/CSphereVectors.h>
@@ -105,7 +106,7 @@ void VerifyBuiltIn() {
     const StMedialAxisNeighborhood& builtIn = BuiltInMedialAxisNeighborhood();
     const auto found = FindMedialAxisNeighborhood(static_cast<std::int32_t>(builtIn.reach));
     if (found.generators != builtIn.generators)
-        throw CCommandError(STATUS_FILE, "the list that is built in is not the one that is found");
+        throw CFileError("the list that is built in is not the one that is found");
     std::printf("%zu vectors, all as found\n", found.generators.size());
 }
 

@@ -1,6 +1,6 @@
 #include "OutputFile.h"
 
-#include "Commands.h"
+#include "FileError.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -25,7 +25,7 @@ constexpr std::size_t g_maxChunk = std::size_t{1} << 30;
 constexpr int g_gzipLevel = 2;
 constexpr int g_gzipWindow = 15 + 16; // the greatest window, in a gzip wrapper
 
-[[noreturn]] void ThrowSystemError() { throw CCommandError(STATUS_FILE, std::strerror(errno)); }
+[[noreturn]] void ThrowSystemError() { throw CFileError(std::strerror(errno)); }
 
 } // namespace
 

@@ -7,7 +7,7 @@
 namespace app {
 
 /// A file that is written from beginning to end and notices when not all could be stored. Every operation
-/// raises `CCommandError` with status `STATUS_FILE` and the system's reason; the path is for the caller to
+/// raises `CFileError` and the system's reason; the path is for the caller to
 /// add.
 class COutputFile {
 public:

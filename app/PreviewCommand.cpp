@@ -1,5 +1,6 @@
 #include "AtomicFile.h"
 #include "Commands.h"
+#include "FileError.h"
 #include "ImageFile.h"
 #include "Picture.h"
 #include "formats/PngFile.h"
@@ -42,7 +43,7 @@ void WritePicture(const StPicture& picture, const std::string& path) {
     CAtomicFile file(path);
     try {
         WritePng(file.Path(), header, picture.rgb.data());
-    } catch (const CCommandError& error) {
+    } catch (const CFileError& error) {
         ThrowUnwritable(path, error.what());
     }
     file.Commit();

@@ -3,6 +3,7 @@
 #include "AtomicFile.h"
 #include "Catalogue.h"
 #include "Commands.h"
+#include "FileError.h"
 #include "GuiApplication.h"
 #include "ImageFile.h"
 #include "ImageWords.h"
@@ -142,6 +143,9 @@ void KeepFirstError(std::optional<CCommandError>& first, const Work& work) {
     } catch (const CCommandError& error) {
         if (!first)
             first = error;
+    } catch (const CFileError& error) {
+        if (!first)
+            first.emplace(STATUS_FILE, error.what());
     }
 }
 

@@ -1,6 +1,6 @@
 #include "ValueJson.h"
 
-#include "Commands.h"
+#include "FileError.h"
 
 #include <sorblib2core/CString.h>
 #include <sorblib2core/CValueBool.h>
@@ -32,8 +32,7 @@ const char* const g_bytesKey = "/bytes";
 
 void RequireDepth(int depth) {
     if (depth > g_maxJsonDepth) {
-        throw CCommandError(STATUS_FILE,
-                            "values stand more than " + std::to_string(g_maxJsonDepth) + " levels deep");
+        throw CFileError("values stand more than " + std::to_string(g_maxJsonDepth) + " levels deep");
     }
 }
 
@@ -155,8 +154,8 @@ std::string KeyOfJson(const std::string& name) {
             return *bytes;
     }
     if (name.find_first_of(std::string("/\0", 2)) != std::string::npos) {
-        throw CCommandError(STATUS_FILE, "no map can have the key " + json(name).dump() +
-                                             ": '/' separates the steps of a path, and a zero byte ends it");
+        throw CFileError("no map can have the key " + json(name).dump() +
+                         ": '/' separates the steps of a path, and a zero byte ends it");
     }
     return name;
 }

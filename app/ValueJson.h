@@ -23,12 +23,12 @@ namespace app {
 inline constexpr int g_maxJsonDepth = 200;
 
 /// The value as JSON by its kind. Pointers are left out: no entry in a map, null in a vector (so that what
-/// follows keeps its place), null at the top. Raises `CCommandError` beyond `g_maxJsonDepth`.
+/// follows keeps its place), null at the top. Raises `CFileError` beyond `g_maxJsonDepth`.
 nlohmann::json ToJson(const ORVEN::CValue& value);
 
 /// The value that the JSON tells, the other way round; null for what is no value (JSON's null).
 ///
-/// Raises `CCommandError` with status `STATUS_FILE` for a key that no map can have ("a/b" would be a path,
+/// Raises `CFileError` for a key that no map can have ("a/b" would be a path,
 /// a zero byte would end the key) and beyond `g_maxJsonDepth`.
 std::unique_ptr<ORVEN::CValue> FromJson(const nlohmann::json& json);
 

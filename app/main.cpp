@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "FileError.h"
 #include "InterruptGuard.h"
 
 #include <sorblib2core/CException.h>
@@ -42,6 +43,9 @@ int Run(CLI::App& program, int argumentCount, char** arguments) {
     } catch (const CCommandError& error) {
         PrintError(error.what());
         return error.Status();
+    } catch (const CFileError& error) {
+        PrintError(error.what());
+        return STATUS_FILE;
     } catch (const ORVEN::CException& error) {
         PrintError(std::string(error.Source()) + ": " + error.Message());
     } catch (const std::bad_alloc&) {

@@ -1,6 +1,6 @@
 #include "HeaderChecks.h"
 
-#include "Commands.h"
+#include "FileError.h"
 
 #include <algorithm>
 #include <cmath>
@@ -29,7 +29,7 @@ std::optional<std::int64_t> AvailableMemory() {
 } // namespace
 
 void ThrowUnreadable(const std::string& path, const std::string& reason) {
-    throw CCommandError(STATUS_FILE, "cannot read '" + path + "': " + reason);
+    throw CFileError("cannot read '" + path + "': " + reason);
 }
 
 std::int64_t FileSize(const std::string& path) {

@@ -18,7 +18,7 @@ namespace app {
 /// Deflate makes at most 1032 bytes out of one; a little above it, for headers and rounding.
 inline constexpr std::int64_t g_maxDeflateRatio = 1040;
 
-/// Raises `CCommandError` with status `STATUS_FILE` and the one line "cannot read 'PATH': REASON".
+/// Raises `CFileError` with the one line "cannot read 'PATH': REASON".
 [[noreturn]] void ThrowUnreadable(const std::string& path, const std::string& reason);
 
 /// The length of a regular file; raises if the path is none.

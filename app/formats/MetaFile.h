@@ -16,7 +16,7 @@ bool IsMetaHeader(std::string_view beginning);
 /// Reads and checks the header. The pixels stand in the file itself, or in one other file that the header
 /// names relative to itself; lists and patterns of files, and pixels written as text, are refused.
 ///
-/// Spacing: "ElementSpacing", else "ElementSize". Raises `CCommandError` if header and data do not fit.
+/// Spacing: "ElementSpacing", else "ElementSize". Raises `CFileError` if header and data do not fit.
 StImageHeader ReadMetaHeader(const std::string& path);
 
 /// Writes header and samples, raw; for a name that ends in .mhd the samples go to the same name with .raw.

@@ -18,7 +18,7 @@ bool IsNiftiHeader(std::string_view beginning);
 /// Reads and checks the header, of either byte order. A pair of .hdr and .img, colours and complex pixels are
 /// refused. "scl_slope" and "scl_inter" become the header's scale.
 ///
-/// Spacing: "pixdim", if none is 0. Raises `CCommandError` if header and data do not fit together.
+/// Spacing: "pixdim", if none is 0. Raises `CFileError` if header and data do not fit together.
 StImageHeader ReadNiftiHeader(const std::string& path);
 
 /// Writes header and samples; gzip packs both, as the format wants it. Extents must be below 2^15. A spacing

@@ -14,7 +14,7 @@ namespace app {
 ///
 /// Spacing: "spacings", or the lengths of the "space directions", if every axis states one. An axis whose
 /// kind is that of a colour or vector counts as samples of a pixel and must be the first one. Raises
-/// `CCommandError` if header and data do not fit together.
+/// `CFileError` if header and data do not fit together.
 StImageHeader ReadNrrdHeader(const std::string& path);
 
 /// Writes header and samples, with type name and attributes of the header as key/value fields. Copies

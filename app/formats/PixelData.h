@@ -10,7 +10,7 @@ namespace app {
 /// file that the user named.
 ///
 /// Packed data must unpack to exactly that many bytes and have the check sum that they tell. Raises
-/// `CCommandError` with status `STATUS_FILE` for data that are damaged or end too early. Takes no memory
+/// `CFileError` for data that are damaged or end too early. Takes no memory
 /// beyond a small buffer.
 void ReadPixelData(const std::string& path, const StImageHeader& header, void* samples);
 

@@ -1,6 +1,6 @@
 #include "PngFile.h"
 
-#include "Commands.h"
+#include "FileError.h"
 #include "HeaderChecks.h"
 #include "OutputFile.h"
 
@@ -214,7 +214,7 @@ void WritePng(const std::string& path, const StImageHeader& header, const void* 
         Encode(png, info, header, RowBytes(header), static_cast<const unsigned char*>(samples));
     png_destroy_write_struct(&png, &info);
     if (!isDone)
-        throw CCommandError(STATUS_FILE, state.error);
+        throw CFileError(state.error);
     COutputFile file(path);
     file.Write(state.output);
     file.Close();

@@ -10,7 +10,7 @@ namespace app {
 /// tells. Palettes and transparency count as the samples that they unpack to; grey of less than 8 bits counts
 /// as 8 bits, spread over their range.
 ///
-/// Spacing: millimetres from "pHYs", if its unit is the metre. Raises `CCommandError` for a damaged file.
+/// Spacing: millimetres from "pHYs", if its unit is the metre. Raises `CFileError` for a damaged file.
 StImageHeader ReadPngHeader(const std::string& path);
 
 /// Reads the samples into `header.ByteCount()` bytes; `header` is what `ReadPngHeader` answered. Takes the

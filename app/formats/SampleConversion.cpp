@@ -1,6 +1,6 @@
 #include "SampleConversion.h"
 
-#include "Commands.h"
+#include "FileError.h"
 #include "HeaderChecks.h"
 
 #include <sorblib2image/GreyTypeDispatch.h>
@@ -218,7 +218,7 @@ EnSampleType SampleOfType(const IImage::CType& type) {
         return SAMPLE_UINT32;
     if (type == ORVEN::IMAGE_GREY_F)
         return SAMPLE_FLOAT;
-    throw CCommandError(STATUS_FILE, std::string("pixels of type ") + type.ToString() + " cannot be written");
+    throw CFileError(std::string("pixels of type ") + type.ToString() + " cannot be written");
 }
 
 std::unique_ptr<ORVEN::CImage> MakeImage(const std::string& path, const ORVEN::CSize& size,

@@ -17,7 +17,7 @@ std::optional<ORVEN::IImage::CType> SameSampleType(EnSampleType sample);
 std::unique_ptr<float[]> ScaledSamples(const void* samples, EnSampleType sample, std::int64_t count,
                                        const StScale& scale);
 
-/// What a pixel of the type is in a file: a binary one is a byte. Raises `CCommandError` for complex pixels.
+/// What a pixel of the type is in a file: a binary one is a byte. Raises `CFileError` for complex pixels.
 EnSampleType SampleOfType(const ORVEN::IImage::CType& type);
 
 /// Makes an image of `size` from as many samples, `samplesPerPixel` side by side, which must then be equal
@@ -31,7 +31,7 @@ EnSampleType SampleOfType(const ORVEN::IImage::CType& type);
 /// numbers in their range. Floats take everything, rounded to the nearest, but finite numbers beyond their
 /// range.
 ///
-/// Raises `CCommandError` with status `STATUS_FILE`, naming `path`, the first value that does not fit and
+/// Raises `CFileError`, naming `path`, the first value that does not fit and
 /// what would. Linear in the pixels, two passes.
 std::unique_ptr<ORVEN::CImage> MakeImage(const std::string& path, const ORVEN::CSize& size,
                                          const void* samples, EnSampleType sample, int samplesPerPixel,

@@ -1,6 +1,6 @@
 #include "TiffFile.h"
 
-#include "Commands.h"
+#include "FileError.h"
 #include "HeaderChecks.h"
 
 #include <tiffio.h>
@@ -348,7 +348,7 @@ public:
 private:
     void Require(bool isDone) const {
         if (!isDone)
-            throw CCommandError(STATUS_FILE, m_tiff.Error());
+            throw CFileError(m_tiff.Error());
     }
 
     [[nodiscard]] std::int64_t RowBytes() const {

@@ -14,7 +14,7 @@
 namespace app {
 
 /// Reads and checks the pages' descriptions. One page is an image of dimension 2, more are a volume. Raises
-/// `CCommandError` if they do not fit each other or what the file holds.
+/// `CFileError` if they do not fit each other or what the file holds.
 StImageHeader ReadTiffHeader(const std::string& path);
 
 /// Reads all pages, z plane after z plane, into `header.ByteCount()` bytes. `header` is what `ReadTiffHeader`

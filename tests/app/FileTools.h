@@ -2,6 +2,7 @@
 
 #include "CommandLine.h"
 #include "Commands.h"
+#include "FileError.h"
 #include "ImageFile.h"
 
 #include <sorblib2core/CValueMap.h>
@@ -81,7 +82,8 @@ inline void ExpectSameImage(const ORVEN::CImage& found, const ORVEN::CImage& mea
     EXPECT_TRUE(found.Attributes().Equal(meant.Attributes())) << "attributes differ";
 }
 
-/// The error that a call ends with; status done and an empty text if it ends well.
+/// The error that a call ends with, and the status that the program would end with; status done and an
+/// empty text if it ends well.
 struct StCallEnd {
     EnExitStatus status = STATUS_DONE;
     std::string message;
@@ -92,6 +94,8 @@ inline StCallEnd EndOf(const std::function<void()>& call) {
         call();
     } catch (const CCommandError& error) {
         return {error.Status(), error.what()};
+    } catch (const CFileError& error) {
+        return {STATUS_FILE, error.what()};
     }
     return {};
 }

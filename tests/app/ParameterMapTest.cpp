@@ -2,6 +2,7 @@
 
 #include "CommandLine.h"
 #include "Commands.h"
+#include "FileError.h"
 #include "ImageFile.h"
 #include "NearestWord.h"
 #include "Spacing.h"
@@ -195,9 +196,9 @@ TEST(ParameterMap, ReadsImagesFromFiles) {
     EXPECT_EQ(image->Size(), ORVEN::CSize(3, 2));
 }
 
-TEST(ParameterMap, EndsWithStatusFileForAnImageThatIsNotThere) {
+TEST(ParameterMap, RaisesAFileErrorForAnImageThatIsNotThere) {
     CParameterMap map = MapOf({"marker=/nowhere/m.nrrd"});
-    EXPECT_EQ(Refusal([&] { map.ReadImages(); }).Status(), STATUS_FILE);
+    EXPECT_THROW(map.ReadImages(), CFileError);
 }
 
 TEST(ParameterMap, TakesAFileAsItStands) {
