@@ -86,6 +86,7 @@ void CGranulometryExportPlugin::Save(const std::string& path) const {
     table << CCsvOStreamColumnTable::BindValueMap{data != nullptr ? data->Map() : nullptr, "diameter",
                                                   "count", true, true}
           << std::endl;
+    file.close(); // which can be the first to find the disk full
     if (!file)
         throw CException(g_errorSource, "Can't write to file.", nullptr);
 }

@@ -279,7 +279,8 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     }
     file << head.str();
     WriteRows(file, rows);
-    if (!file.flush())
+    file.close(); // which can be the first to find the disk full
+    if (!file)
         throw CException(g_name, CString("Can't write to file '%1'.", CString::ENC_UTF8).Arg(path), nullptr);
     status.SetSuccess();
 }
