@@ -1,104 +1,72 @@
 #include "AtomicFile.h"
 
+#include "EndingSignals.h"
 #include "FileError.h"
-#include "OutputFile.h"
-#include "PartialFolder.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <vector>
 
 namespace fs = std::filesystem;
 
 namespace app {
 
-namespace {
-
-bool IsSpecial(const fs::path& path) {
-    std::error_code error;
-    const auto status = fs::status(path, error);
-    return fs::exists(status) && !fs::is_regular_file(status);
-}
-
-void WriteText(const std::string& path, const std::string& named, const std::string& text) {
-    try {
-        COutputFile file(path);
-        file.Write(text);
-        file.Close();
-    } catch (const CFileError& error) {
-        ThrowUnwritable(named, error.what());
-    }
-}
-
-} // namespace
-
 void ThrowUnwritable(const std::string& path, const std::string& reason) {
     throw CFileError("cannot write '" + path + "': " + reason);
 }
 
+fs::path FollowLink(const std::string& path) {
+    std::error_code error;
+    if (fs::is_symlink(path, error) && fs::exists(path, error)) {
+        if (const fs::path target = fs::canonical(path, error); !error)
+            return target;
+    }
+    return path;
+}
+
 CAtomicFile::CAtomicFile(const std::string& target)
     : m_named(target)
-    , m_target(target) {
+    , m_target(FollowLink(target)) {
     std::error_code error;
-    if (fs::is_symlink(m_target, error) && fs::exists(m_target, error))
-        m_target = fs::canonical(m_target, error);
-    if (IsSpecial(m_target))
+    if (const auto status = fs::status(m_target, error); fs::exists(status) && !fs::is_regular_file(status))
         ThrowUnwritable(m_named, "it is no regular file");
     if (!m_target.has_filename())
         ThrowUnwritable(m_named, "it names no file");
-    std::string folder = (m_target.parent_path() / ".quillon-partial-XXXXXX").string();
-    if (mkdtemp(folder.data()) == nullptr)
-        ThrowUnwritable(m_named, std::strerror(errno));
-    m_folder = folder;
-    RememberPartialFolder(folder);
+    try {
+        m_folder.emplace(m_target.parent_path());
+    } catch (const CFileError& reason) {
+        ThrowUnwritable(m_named, reason.what());
+    }
 }
 
-CAtomicFile::~CAtomicFile() {
-    std::error_code error;
-    fs::remove_all(m_folder, error);
-    ForgetPartialFolder();
+std::string CAtomicFile::Path() const { return CompanionPath(m_target.filename()); }
+
+std::string CAtomicFile::CompanionPath(const std::string& name) const {
+    return (m_folder->Path() / name).string();
 }
-
-std::string CAtomicFile::Path() const { return (m_folder / m_target.filename()).string(); }
-
-std::string CAtomicFile::CompanionPath(const std::string& ending) const { return Path() + ending; }
 
 void CAtomicFile::Move(const fs::path& name) const {
     std::error_code error;
-    fs::rename(m_folder / name, m_target.parent_path() / name, error);
+    fs::rename(m_folder->Path() / name, m_target.parent_path() / name, error);
     if (error)
         ThrowUnwritable(m_named, error.message());
 }
 
-void CAtomicFile::Commit(const std::string& companionEnding) {
-    std::vector<fs::path> companions;
-    for (const auto& entry : fs::directory_iterator(m_folder)) {
+void CAtomicFile::Commit(const std::vector<std::string>& companions) {
+    std::vector<fs::path> written;
+    for (const auto& entry : fs::directory_iterator(m_folder->Path())) {
         if (entry.path().filename() != m_target.filename())
-            companions.push_back(entry.path().filename());
+            written.push_back(entry.path().filename());
     }
-    for (const auto& name : companions)
+    const CEndingSignalsBlock block; // a file without its companions is worth nothing
+    for (const auto& name : written)
         Move(name);
-    if (const fs::path stale = m_target.filename().string() + companionEnding;
-        !companionEnding.empty() &&
-        std::find(companions.begin(), companions.end(), stale) == companions.end()) {
+    for (const fs::path name : companions) {
         std::error_code error;
-        fs::remove(m_target.parent_path() / stale, error);
+        if (std::find(written.begin(), written.end(), name) == written.end())
+            fs::remove(m_target.parent_path() / name, error);
         if (error)
             ThrowUnwritable(m_named, error.message());
     }
     Move(m_target.filename());
-}
-
-void WriteTextFile(const std::string& path, const std::string& text) {
-    if (IsSpecial(path)) {
-        WriteText(path, path, text);
-        return;
-    }
-    CAtomicFile file(path);
-    WriteText(file.Path(), path, text);
-    file.Commit();
 }
 
 } // namespace app

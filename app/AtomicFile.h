@@ -1,7 +1,11 @@
 #pragma once
 
+#include "WorkFolder.h"
+
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace app {
 
@@ -15,30 +19,27 @@ namespace app {
 class CAtomicFile {
 public:
     explicit CAtomicFile(const std::string& target);
-    CAtomicFile(const CAtomicFile&) = delete;
-    CAtomicFile& operator=(const CAtomicFile&) = delete;
-    ~CAtomicFile();
 
     /// Where to write the file.
     [[nodiscard]] std::string Path() const;
-    /// Where to write a companion whose name is that of the file with the ending added.
-    [[nodiscard]] std::string CompanionPath(const std::string& ending) const;
-    /// Moves everything in place, companions first, and removes a companion of that ending from beside the
-    /// target which was not written anew.
-    void Commit(const std::string& companionEnding = {});
+    /// Where to write a companion that is to have this name beside the target.
+    [[nodiscard]] std::string CompanionPath(const std::string& name) const;
+    /// Moves everything in place, companions first. Those of `companions` that stand beside the target from
+    /// before and were not written anew are removed.
+    void Commit(const std::vector<std::string>& companions = {});
 
 private:
     void Move(const std::filesystem::path& name) const;
 
     std::string m_named; // as the user named it, for messages
     std::filesystem::path m_target;
-    std::filesystem::path m_folder;
+    std::optional<CWorkFolder> m_folder;
 };
+
+/// Where a file of that name is really written: a symbolic link leads to another place.
+std::filesystem::path FollowLink(const std::string& path);
 
 /// "cannot write 'PATH': REASON", as one line.
 [[noreturn]] void ThrowUnwritable(const std::string& path, const std::string& reason);
-
-/// Writes a text under the name at once. Devices and pipes are simply written to.
-void WriteTextFile(const std::string& path, const std::string& text);
 
 } // namespace app

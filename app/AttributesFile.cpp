@@ -1,13 +1,14 @@
 #include "AttributesFile.h"
 
 #include "FileError.h"
+#include "ImageFileName.h"
+#include "TextFile.h"
 #include "ValueJson.h"
 #include "formats/HeaderChecks.h"
 
 #include <nlohmann/json.hpp>
 
-#include <fstream>
-#include <iterator>
+#include <filesystem>
 
 using nlohmann::json;
 using nlohmann::ordered_json;
@@ -68,6 +69,21 @@ std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& path, cons
     return MapOfJson(path, json::parse(text, nullptr, false));
 }
 
+std::string SideFilePath(const std::string& imagePath) {
+    const std::filesystem::path image(imagePath);
+    return (image.parent_path() / SideFileName(image.filename())).string();
+}
+
+bool IsSideFile(const std::string& path) {
+    try {
+        (void)FileSize(path); // a pipe is not to be emptied
+        const json file = json::parse(ReadTextFile(path), nullptr, false);
+        return file.is_object() && file.contains(g_type) && file.contains(g_attributes);
+    } catch (const CFileError&) {
+        return false;
+    }
+}
+
 std::string SideFileText(const ORVEN::CImage& image) {
     ordered_json file;
     file[g_type] = image.Type().ToString();
@@ -78,15 +94,13 @@ std::string SideFileText(const ORVEN::CImage& image) {
 }
 
 StImageFacts ReadSideFile(const std::string& imagePath) {
-    const std::string path = imagePath + g_attributesEnding;
+    const std::string path = SideFilePath(imagePath);
     StImageFacts facts;
     std::error_code error;
     if (!std::filesystem::exists(path, error))
         return facts;
     (void)FileSize(path); // refuses what is no regular file
-    std::ifstream stream(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
-    const json file = json::parse(text, nullptr, false);
+    const json file = json::parse(ReadTextFile(path), nullptr, false);
     if (!file.is_object())
         ThrowUnreadable(path, "it is damaged");
     if (const auto type = file.find(g_type); type != file.end()) {

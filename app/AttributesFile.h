@@ -15,8 +15,10 @@ struct StImageFacts {
     std::unique_ptr<ORVEN::CValueMap> attributes; ///< null where the file tells none
 };
 
-/// What a side file's name has behind the image's: "vol.tif.attributes.json".
-inline const std::string g_attributesEnding = ".attributes.json";
+/// Where the side file of an image file is.
+std::string SideFilePath(const std::string& imagePath);
+/// Whether the file is one that `SideFileText` made.
+bool IsSideFile(const std::string& path);
 
 /// The pixel type of that name, such as "IMAGE_GREY_8", that files can hold.
 std::optional<ORVEN::IImage::CType> PixelTypeOfName(const std::string& name);

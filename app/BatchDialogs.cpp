@@ -70,6 +70,8 @@ void Reject(QDialog& dialog) {
 
 } // namespace
 
+bool IsErrorBox(const StMessageBox& box) { return box.kind == "critical" || box.kind == "warning"; }
+
 CBatchDialogs::CBatchDialogs(StDialogAnswers answers)
     : m_answers(std::move(answers))
     , m_isUsed(m_answers.widgets.size(), false) {
@@ -138,6 +140,11 @@ void CBatchDialogs::HandleFileDialog(QFileDialog& dialog) {
     dialog.selectFile(path);
     if (auto* edit = dialog.findChild<QLineEdit*>("fileNameEdit"))
         edit->setText(path);
+    if (dialog.acceptMode() == QFileDialog::AcceptSave && m_answers.beforeSaving &&
+        !m_answers.beforeSaving()) {
+        Reject(dialog);
+        return;
+    }
     const QPointer<QFileDialog> guard(&dialog);
     static_cast<QDialog&>(dialog).accept();
     if (guard && guard->isVisible())

@@ -2,6 +2,7 @@
 
 #include <QObject>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,9 @@ struct StMessageBox {
     std::string text;
 };
 
+/// Whether the box says that something went wrong.
+bool IsErrorBox(const StMessageBox& box);
+
 /// What is put into a dialog's input of that object name before OK is pressed.
 struct StWidgetAnswer {
     std::string objectName;
@@ -32,6 +36,9 @@ struct StDialogAnswers {
     std::vector<StWidgetAnswer> widgets; ///< in the order in which they are set
     std::optional<std::string> file;     ///< for file dialogs; without it they are cancelled
     bool cancel = false;                 ///< presses Cancel instead of OK
+    /// Called before a file dialog is given the file to save to; with the answer false the dialog is
+    /// cancelled.
+    std::function<bool()> beforeSaving;
 };
 
 /// Sits at the dialogs in place of a person: while it lives, every modal window of the application is dealt

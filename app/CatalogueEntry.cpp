@@ -105,6 +105,7 @@ StCatalogueParameter ParseParameter(const json& object, const std::string& place
     parameter.kind = *kind;
     parameter.meaning = reader.Get<std::string>("meaning");
     parameter.unit = reader.Get<std::string>("unit", "");
+    parameter.isFile = reader.Get<bool>("file", false);
     parameter.isAlwaysSent = reader.Get<bool>("alwaysSent", false);
     if (const json* value = reader.Find("default"))
         parameter.defaultValue = *value;
@@ -121,6 +122,8 @@ StCatalogueParameter ParseParameter(const json& object, const std::string& place
         reader.Fail("'default' is not of its kind");
     if (parameter.isAlwaysSent && parameter.defaultValue.is_null() && parameter.kind != KIND_IMAGE)
         reader.Fail("is always sent and has no 'default'");
+    if (parameter.isFile && parameter.kind != KIND_STRING)
+        reader.Fail("is a 'file' and no text");
     for (const json& choice : parameter.choices) {
         if (!IsOfKind(choice, parameter.kind))
             reader.Fail("has a choice that is not of its kind");

@@ -19,6 +19,7 @@ struct StCatalogueParameter {
     std::string meaning;
     std::string unit;            ///< empty: none
     nlohmann::json defaultValue; ///< null: none
+    bool isFile = false;         ///< a text that names a file to be read
     bool isAlwaysSent = false;   ///< sent with its default when it is not given
     std::vector<nlohmann::json> choices;
     std::optional<double> minimum;

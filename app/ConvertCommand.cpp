@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "ImageFile.h"
+#include "OutputChecks.h"
 #include "Spacing.h"
 
 #include <sorblib2image/CQuillonHeaderTools.h>
@@ -29,6 +30,7 @@ void Convert(const StConvertOptions& options) {
     if (options.spacing)
         spacing = ParseSpacing(*options.spacing);
     RequireImageFileName(options.output);
+    RequireWritableImage(options.output);
     const auto image = ReadImage(options.input, type);
     if (spacing)
         ORVEN::CQuillonHeaderTools::SetSpacing(*image, (*spacing)[0], (*spacing)[1], (*spacing)[2]);

@@ -4,7 +4,9 @@
 #include "AttributesFile.h"
 #include "Commands.h"
 #include "FileError.h"
+#include "ImageFileName.h"
 #include "OutputFile.h"
+#include "TextFile.h"
 #include "formats/HeaderChecks.h"
 #include "formats/ImageHeader.h"
 #include "formats/MetaFile.h"
@@ -58,9 +60,9 @@ StImageFacts ReadFacts(const std::string& path, StImageHeader& header) {
     if (header.format != FORMAT_NRRD) {
         StImageFacts facts = ReadSideFile(path);
         if (facts.size && Extents(*facts.size) != Extents(header.size)) {
-            ThrowUnreadable(path + g_attributesEnding, "it belongs to an image of size " +
-                                                           facts.size->ToString() + ", and '" + path +
-                                                           "' has size " + header.size.ToString());
+            ThrowUnreadable(SideFilePath(path), "it belongs to an image of size " + facts.size->ToString() +
+                                                    ", and '" + path + "' has size " +
+                                                    header.size.ToString());
         }
         header.size = facts.size.value_or(header.size);
         return facts;
@@ -151,32 +153,6 @@ void SetHeaderSpacing(CImage& image, const StImageHeader& header) {
 
 // ---- writing
 
-struct StTarget {
-    EnFileFormat format = FORMAT_NRRD;
-    EnPacking packing = PACKING_NONE;
-};
-
-std::optional<StTarget> TargetOfName(const std::string& path) {
-    struct StEnding {
-        const char* text;
-        StTarget target;
-    };
-    static const std::array endings = {
-        StEnding{".nrrd", {FORMAT_NRRD, PACKING_NONE}},    StEnding{".mha", {FORMAT_META, PACKING_NONE}},
-        StEnding{".mhd", {FORMAT_META, PACKING_NONE}},     StEnding{".nii", {FORMAT_NIFTI, PACKING_NONE}},
-        StEnding{".nii.gz", {FORMAT_NIFTI, PACKING_GZIP}}, StEnding{".tif", {FORMAT_TIFF, PACKING_NONE}},
-        StEnding{".tiff", {FORMAT_TIFF, PACKING_NONE}},    StEnding{".png", {FORMAT_PNG, PACKING_NONE}},
-    };
-    std::string name = path;
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    for (const StEnding& ending : endings) {
-        if (name.ends_with(ending.text))
-            return ending.target;
-    }
-    return std::nullopt;
-}
-
 void RequireHoldable(const StImageHeader& header) {
     const auto require = [](bool isMet, const char* reason) {
         if (!isMet)
@@ -198,6 +174,12 @@ void RequireHoldable(const StImageHeader& header) {
         require(longest <= maxPlaneExtent, "the image is too long for this format; use .nrrd");
 }
 
+/// What we would not read again is not written.
+void RequireReadableText(const std::string& attributes) {
+    if (attributes.size() > g_maxTextSize)
+        throw CFileError("its attributes take more than " + std::to_string(g_maxTextSize >> 20) + " MiB");
+}
+
 StImageHeader HeaderOf(const CImage& image, EnFileFormat format) {
     StImageHeader header;
     header.format = format;
@@ -211,6 +193,7 @@ StImageHeader HeaderOf(const CImage& image, EnFileFormat format) {
     if (format == FORMAT_NRRD) {
         header.typeName = image.Type().ToString();
         header.attributes = AttributesText(image.Attributes());
+        RequireReadableText(*header.attributes);
     }
     return header;
 }
@@ -257,16 +240,17 @@ bool IsWorthPacking(std::string_view bytes) {
 }
 
 void WriteSamples(const std::string& path, const StImageHeader& header, std::string_view samples,
-                  EnPacking packing) {
+                  const StTarget& target) {
+    const std::string name = std::filesystem::path(path).filename();
     switch (header.format) {
     case FORMAT_NRRD:
-        WriteNrrd(path, header, samples, packing);
+        WriteNrrd(path, header, samples, target.packing);
         break;
     case FORMAT_META:
-        WriteMeta(path, header, samples);
+        WriteMeta(path, target.hasDataFile ? DataFileName(name) : "", header, samples);
         break;
     case FORMAT_NIFTI:
-        WriteNifti(path, header, samples, packing);
+        WriteNifti(path, header, samples, target.packing);
         break;
     case FORMAT_TIFF:
         WriteTiffSamples(path, header, samples.data());
@@ -286,18 +270,20 @@ bool TellsAll(const StImageHeader& found, const CImage& image) {
 }
 
 /// Writes the image file and, where it does not tell all, the side file.
-void WriteFiles(const CAtomicFile& file, const CImage& image, const StTarget& target) {
+void WriteFiles(const CAtomicFile& file, const CImage& image, StTarget target) {
     const StImageHeader header = HeaderOf(image, target.format);
     RequireHoldable(header);
     std::string copy;
     const std::string_view samples = DensePixels(image, copy);
-    const bool isPacked =
-        target.packing == PACKING_GZIP || (target.format == FORMAT_NRRD && IsWorthPacking(samples));
-    WriteSamples(file.Path(), header, samples, isPacked ? PACKING_GZIP : PACKING_NONE);
+    if (target.format == FORMAT_NRRD && IsWorthPacking(samples))
+        target.packing = PACKING_GZIP;
+    WriteSamples(file.Path(), header, samples, target);
     if (target.format == FORMAT_NRRD || TellsAll(ReadImageHeader(file.Path()), image))
         return;
-    COutputFile sideFile(file.CompanionPath(g_attributesEnding));
-    sideFile.Write(SideFileText(image));
+    const std::string text = SideFileText(image);
+    RequireReadableText(text);
+    COutputFile sideFile(file.CompanionPath(SideFileName(std::filesystem::path(file.Path()).filename())));
+    sideFile.Write(text);
     sideFile.Close();
 }
 
@@ -320,6 +306,7 @@ std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<I
 
 void WriteImage(const CImage& image, const std::string& path) {
     RequireImageFileName(path);
+    RequireOwnCompanions(path);
     CAtomicFile file(path);
     try {
         WriteFiles(file, image, *TargetOfName(path));
@@ -328,7 +315,8 @@ void WriteImage(const CImage& image, const std::string& path) {
     } catch (const std::bad_alloc&) {
         ThrowUnwritable(path, "there is not enough memory");
     }
-    file.Commit(g_attributesEnding);
+    RequireOwnCompanions(path); // others may have written meanwhile
+    file.Commit(CompanionNames(std::filesystem::path(file.Path()).filename()));
 }
 
 void RequireImageFileName(const std::string& path) {

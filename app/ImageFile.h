@@ -16,8 +16,9 @@
 //
 //     {"quillon type": "IMAGE_BINARY_FG", "size": [64, 64, 1], "attributes": {"spacing": {...}, ...}}
 //
-// None is written, and an older one is removed, if the file alone comes back equal. Where either form of
-// attributes is found, it counts, and what the file says of spacing does not.
+// None is written if the file alone comes back equal, and that of a replaced image is removed. Where either
+// form of attributes is found, it counts, and what the file says of spacing does not. A side file, or a .raw
+// file, that does not belong to the replaced image is never touched; writing fails.
 //
 // Spacing. A file without attributes gives the image a "spacing" only if it states one: NRRD by "spacings" or
 // "space directions" on all axes, MetaImage by "ElementSpacing" or "ElementSize", NIfTI by a "pixdim" without

@@ -1,7 +1,8 @@
 #include "InterruptGuard.h"
 
 #include "Commands.h"
-#include "PartialFolder.h"
+#include "EndingSignals.h"
+#include "UnfinishedFiles.h"
 
 #include <signal.h>
 #include <unistd.h>
@@ -16,10 +17,10 @@ std::atomic<bool> g_isGuarded{false};
 std::atomic<bool> g_isRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait");
 
-void OnInterrupt(int /*signal*/) {
+void OnEndingSignal(int /*signal*/) {
     if (g_isGuarded && !g_isRequested.exchange(true))
         return;
-    RemovePartialFolder();
+    AbandonUnfinishedFiles();
     _exit(STATUS_CANCELLED);
 }
 
@@ -27,10 +28,18 @@ void OnInterrupt(int /*signal*/) {
 
 void HandleInterrupts() {
     struct sigaction action {};
-    action.sa_handler = OnInterrupt;
+    action.sa_handler = OnEndingSignal;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
+    for (const int signal : g_endingSignals)
+        sigaddset(&action.sa_mask, signal);
+    for (const int signal : g_endingSignals) {
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        if (signal != SIGHUP || before.sa_handler != SIG_IGN)
+            sigaction(signal, &action, nullptr);
+    }
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 CInterruptGuard::CInterruptGuard() {

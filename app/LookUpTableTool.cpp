@@ -1,6 +1,9 @@
-#include "AtomicFile.h"
 #include "Commands.h"
 #include "FileError.h"
+#include "InterruptGuard.h"
+#include "OutputChecks.h"
+#include "StandardStreams.h"
+#include "TextOutput.h"
 
 #include <QuillonTransformation/BuiltInMedialAxisNeighborhood.h>
 #include <QuillonTransformation/CSphereVectors.h>
@@ -46,19 +49,28 @@ StMedialAxisNeighborhood FindNeighborhood(std::int32_t radius) {
     return neighborhood;
 }
 
+/// The file to write to when the long work is done, checked before.
+CTextOutput OpenOutput(const std::string& path) {
+    if (!IsDeviceOrPipe(path))
+        RequireWritableFile(path);
+    return CTextOutput(path);
+}
+
 void WriteAxisTable(const StToolOptions& options) {
+    CTextOutput output = OpenOutput(options.file);
     const StMedialAxisNeighborhood neighborhood = FindNeighborhood(options.reach);
     std::ostringstream bytes;
     WriteMedialAxisNeighborhood(bytes, neighborhood);
-    WriteTextFile(options.file, bytes.str());
+    output.Write(bytes.str());
     std::printf("%zu vectors, for balls up to radius %d\n", neighborhood.generators.size(), options.reach);
 }
 
 void WriteSphereTable(const StToolOptions& options) {
+    CTextOutput output = OpenOutput(options.file);
     const CSphereVectors spheres(options.reach * options.reach);
     std::ostringstream bytes;
     WriteSphereVectors(bytes, spheres);
-    WriteTextFile(options.file, bytes.str());
+    output.Write(bytes.str());
     std::printf("%zu vectors up to length %d\n", spheres.All().size(), options.reach);
 }
 
@@ -71,6 +83,7 @@ void CheckTable(const StToolOptions& options) {
 
 /// The source of the list that is compiled in.
 void WriteConstants(const StToolOptions& options) {
+    CTextOutput output = OpenOutput(options.file);
     const StMedialAxisNeighborhood neighborhood = FindNeighborhood(options.reach);
     constexpr std::size_t columns = 3;
     std::ostringstream source;
@@ -99,7 +112,7 @@ void WriteConstants(const StToolOptions& options) {
               "    return neighborhood;\n"
               "}\n\n"
               "} // namespace ORVEN\n";
-    WriteTextFile(options.file, source.str());
+    output.Write(source.str());
 }
 
 void VerifyBuiltIn() {
@@ -146,6 +159,8 @@ int Run(CLI::App& program, int argumentCount, char** arguments) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    ReserveStandardStreams();
+    HandleInterrupts();
     CLI::App program("Write and check the look-up tables of medial axis and bisector.", "quillon-lut");
     program.require_subcommand(1);
     program.footer(
@@ -169,5 +184,10 @@ int main(int argumentCount, char** arguments) {
     check->callback([options] { CheckTable(*options); });
     program.add_subcommand("verify", "Find the list that is compiled in anew, and compare")
         ->callback(VerifyBuiltIn);
-    return Run(program, argumentCount, arguments);
+    const int status = Run(program, argumentCount, arguments);
+    const auto lost = FlushStandardOutput();
+    if (!lost || status != STATUS_DONE)
+        return status;
+    std::fprintf(stderr, "quillon-lut: cannot write to standard output: %s\n", lost->c_str());
+    return STATUS_FILE;
 }

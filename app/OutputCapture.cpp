@@ -34,6 +34,11 @@ void COutputCapture::Stop() {
     FlushStreams();
     m_output.Stop();
     m_error.Stop();
+    // What did not fit into the capture, by a limit on the size of files, was not the program's own.
+    for (std::ostream* stream : {&std::cout, &std::cerr, &std::clog})
+        stream->clear();
+    std::clearerr(stdout);
+    std::clearerr(stderr);
 }
 
 } // namespace app

@@ -13,6 +13,9 @@ class COutputFile {
 public:
     /// Makes the file or empties it.
     explicit COutputFile(const std::string& path);
+    /// Takes over a descriptor that can be written to.
+    explicit COutputFile(int descriptor)
+        : m_descriptor(descriptor) {}
     COutputFile(const COutputFile&) = delete;
     COutputFile& operator=(const COutputFile&) = delete;
     ~COutputFile();

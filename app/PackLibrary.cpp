@@ -8,9 +8,22 @@
 
 namespace app {
 
-CPackLibrary::CPackLibrary(const std::string& path)
+namespace {
+
+/// The path as the system's loader takes it.
+std::string PlaceOf(const std::string& path) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw CCommandError(STATUS_FILE, "cannot load the pack: '" + path + "' is no regular file");
     // A bare name would be looked for in the system's folders.
-    : m_library(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL))
+    return path.find('/') == std::string::npos ? "./" + path : path;
+}
+
+} // namespace
+
+CPackLibrary::CPackLibrary(const std::string& path)
+    : m_library(dlopen(PlaceOf(path).c_str(), RTLD_NOW | RTLD_LOCAL))
     , m_create(nullptr) {
     if (m_library == nullptr)
         throw CCommandError(STATUS_FILE, std::string("cannot load the pack: ") + dlerror());

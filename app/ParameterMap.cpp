@@ -1,15 +1,16 @@
 #include "ParameterMap.h"
 
 #include "Commands.h"
+#include "FileError.h"
 #include "ImageFile.h"
 #include "NearestWord.h"
+#include "TextFile.h"
 #include "ValueJson.h"
 
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CValueDouble.h>
 
 #include <algorithm>
-#include <fstream>
 
 namespace app {
 
@@ -48,15 +49,12 @@ CParameterMap::CParameterMap(std::string what, const std::vector<StCataloguePara
     , m_map(std::make_unique<CValueMap>()) {}
 
 void CParameterMap::ReadFile(const std::string& path) {
-    std::ifstream file(path);
-    if (!file)
-        throw CCommandError(STATUS_FILE, "cannot read '" + path + "'");
-    json map = json::parse(file, nullptr, false);
+    json map = json::parse(ReadTextFile(path), nullptr, false);
     if (map.is_object() && map.contains("plugin") && map.contains("accepted") && map.contains("parameters"))
         map = json(map["parameters"]);
     const std::unique_ptr<ORVEN::CValue> value = map.is_object() ? FromJson(map) : nullptr;
     if (value == nullptr || value->Map() == nullptr)
-        throw CCommandError(STATUS_FILE, "'" + path + "' holds no JSON object with parameters");
+        throw CFileError("'" + path + "' holds no JSON object with parameters");
     m_map.reset(new CValueMap(*value->Map()));
     FillImagesOfGroups();
 }

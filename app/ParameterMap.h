@@ -23,7 +23,7 @@ public:
     CParameterMap(std::string what, const std::vector<StCatalogueParameter>* known);
 
     /// Starts from the map in a JSON file, as it stands: the map itself, or a report, which holds one. A file
-    /// holds no images: null ones are added where their group is sent. Raises `CCommandError` of status file.
+    /// holds no images: null ones are added where their group is sent. Raises `CFileError`.
     void ReadFile(const std::string& path);
     /// Sets one value, in place of an earlier one. Raises `CCommandError` of status usage for a text that is
     /// not of the kind, and for an unknown key without a kind, naming the nearest one.

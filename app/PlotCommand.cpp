@@ -1,14 +1,14 @@
-#include "AtomicFile.h"
 #include "Commands.h"
 #include "Curve.h"
 #include "ImageFile.h"
+#include "OutputChecks.h"
+#include "TextOutput.h"
 
 #include <sorblib2core/CValueMap.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <CLI/CLI.hpp>
 
-#include <fstream>
 #include <memory>
 #include <string>
 
@@ -50,15 +50,11 @@ const CValueMap& FindMeasurement(const StPlotOptions& options, const ORVEN::CIma
 void Plot(const StPlotOptions& options) {
     if (!options.output.ends_with(".svg") && !options.output.ends_with(".SVG"))
         throw CCommandError(STATUS_USAGE, "-o '" + options.output + "': a plot's name must end in .svg");
+    RequireWritableFile(options.output);
     const auto image = ReadImage(options.file);
     const CValueMap& measurement = FindMeasurement(options, *image);
     const std::string svg = CurveAsSvg(CurveOf(measurement, options.measurement, options.feature));
-    CAtomicFile file(options.output);
-    std::ofstream stream(file.Path(), std::ios::binary);
-    if (!(stream << svg).flush())
-        ThrowUnwritable(options.output, "the disk may be full");
-    stream.close();
-    file.Commit();
+    WriteTextFile(options.output, svg);
 }
 
 } // namespace

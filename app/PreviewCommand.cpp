@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "FileError.h"
 #include "ImageFile.h"
+#include "OutputChecks.h"
 #include "Picture.h"
 #include "formats/PngFile.h"
 
@@ -52,6 +53,7 @@ void WritePicture(const StPicture& picture, const std::string& path) {
 void Preview(const StPreviewOptions& options) {
     if (!options.output.ends_with(".png") && !options.output.ends_with(".PNG"))
         throw CCommandError(STATUS_USAGE, "-o '" + options.output + "': a picture's name must end in .png");
+    RequireWritableFile(options.output);
     const auto image = ReadImage(options.file);
     StPictureOptions picture;
     picture.axis = options.axis == "x" ? 0 : options.axis == "y" ? 1 : 2;

@@ -31,6 +31,8 @@ std::string ReportText(const StRunRecord& record) {
     report["error"] = nullptr;
     if (outcome.failure)
         report["error"] = {{"source", outcome.failure->source}, {"message", outcome.failure->message}};
+    else if (record.errorBox)
+        report["error"] = {{"source", record.plugin}, {"message", record.errorBox->text}};
     else if (record.dialogProblem)
         report["error"] = {{"source", "quillon"}, {"message", *record.dialogProblem}};
     report["documents"] = ordered_json::array();

@@ -15,11 +15,12 @@ struct StRunRecord {
     std::string image; ///< the file
     StPluginOutcome outcome;
     std::vector<std::string> files; ///< where each document was written; empty for one that was not
-    std::string measuredFile;   ///< where the input was written with its new attributes; empty if it was not
-    bool hasMeasured = false;   ///< whether the input has other attributes than before
-    std::string pickedFile;     ///< what a file dialog was answered with
-    bool showedWindows = false; ///< to a person, who knows what was picked there
-    bool isReported = false;    ///< whether the report goes to a file
+    std::string measuredFile; ///< where the input was written with its new attributes; empty if it was not
+    bool hasMeasured = false; ///< whether the input has other attributes than before
+    std::optional<StMessageBox> errorBox; ///< the first one that says that something went wrong
+    std::string pickedFile;               ///< what a file dialog was answered with
+    bool showedWindows = false;           ///< to a person, who knows what was picked there
+    bool isReported = false;              ///< whether the report goes to a file
     std::vector<StMessageBox> boxes;
     std::string standardOutput; ///< of the pack
     std::string standardError;

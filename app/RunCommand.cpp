@@ -95,7 +95,7 @@ void AddRunCommand(CLI::App& program) {
             "PATH");
     command->footer(
         "Exit status: 0 done, 1 the plug-in failed, 2 usage, 3 the plug-in refused the image, 4 a file could "
-        "not be read or written, 130 cancelled.\n\n"
+        "not be read or written, or the plug-in said so in a box, 130 cancelled.\n\n"
         "Example: quillon run SegmSauvola page.png -p windowsize=12 -p coefficient=0.3 -o text.png");
     command->callback([options] { RunPlugin(*options); });
 }

@@ -1,16 +1,18 @@
 #include "RunInputs.h"
 
 #include "Commands.h"
+#include "FileError.h"
 #include "ImageFile.h"
+#include "OutputChecks.h"
 #include "PluginCall.h"
 #include "Spacing.h"
+#include "StandardStreams.h"
 
 #include <sorblib2image/CQuillonHeaderTools.h>
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <filesystem>
+#include <set>
+#include <sorblib2core/CValueString.h>
 
 namespace app {
 
@@ -18,35 +20,59 @@ using namespace ORVEN;
 
 namespace {
 
-void RequireFolder(const std::string& file) {
-    namespace fs = std::filesystem;
-    std::error_code ignored;
-    if (fs::is_other(file, ignored) || fs::is_character_file(file, ignored) || fs::is_fifo(file, ignored))
-        return; // a device is written to as it stands
-    const fs::path folder = fs::absolute(file).parent_path();
-    if (!fs::is_directory(folder, ignored))
-        throw CCommandError(STATUS_FILE,
-                            "cannot write '" + file + "': there is no folder '" + folder.string() + "'");
-    if (access(folder.c_str(), W_OK) != 0)
-        throw CCommandError(STATUS_FILE, "cannot write '" + file + "': its folder cannot be written to");
-    if (fs::is_directory(file, ignored))
-        throw CCommandError(STATUS_FILE, "cannot write '" + file + "': it is a folder");
+/// All files that the command line asks for; raises if one of them is asked for twice.
+void RequireDifferentFiles(const StRunOptions& options) {
+    std::set<std::string> files;
+    const auto add = [&files](const std::string& named, const std::string& file) {
+        if (!files.insert(file).second)
+            throw CCommandError(STATUS_USAGE, "'" + named + "' is to be written twice");
+    };
+    for (const std::string& output : options.outputs) {
+        for (const std::string& file : FilesOfImage(output))
+            add(file == FileItself(output) ? output : file, file);
+    }
+    for (const auto& file : {options.report, options.packLog, options.file}) {
+        if (file && !IsDeviceOrPipe(*file))
+            add(*file, FileItself(*file));
+    }
 }
 
-void CheckOutputs(const StRunOptions& options) {
-    std::vector<std::string> files = options.outputs;
-    for (const auto& file : {options.report, options.packLog}) {
-        if (file)
-            files.push_back(*file);
-    }
-    for (const std::string& file : files) {
-        if (std::count(files.begin(), files.end(), file) > 1)
-            throw CCommandError(STATUS_USAGE, "'" + file + "' is to be written twice");
-    }
+std::unique_ptr<CTextOutput> OpenText(const std::optional<std::string>& path) {
+    if (!path)
+        return nullptr;
+    if (!IsDeviceOrPipe(*path))
+        RequireWritableFile(*path);
+    return std::make_unique<CTextOutput>(*path);
+}
+
+void PrepareOutputs(const StRunOptions& options, StRunInputs& inputs) {
     for (const std::string& file : options.outputs)
         RequireImageFileName(file);
-    for (const std::string& file : files)
-        RequireFolder(file);
+    RequireDifferentFiles(options);
+    if (!options.isQuiet && IsStandardOutputClosed())
+        throw CFileError("standard output is closed; give --quiet to do without a summary");
+    for (const std::string& file : options.outputs)
+        RequireWritableImage(file);
+    inputs.report = OpenText(options.report);
+    inputs.packLog = OpenText(options.packLog);
+    if (options.file) {
+        RequirePlace(*options.file);
+        if (IsDeviceOrPipe(*options.file))
+            inputs.pickedPipe = std::make_unique<CTextOutput>(*options.file);
+    }
+}
+
+/// Raises for a setting that is to name a file and names a pipe or device, which the plug-in would wait for.
+void RequireFilesOfSettings(const StCatalogueEntry* entry, const CValueMap& settings) {
+    if (entry == nullptr)
+        return;
+    for (const StCatalogueParameter& setting : entry->settings) {
+        if (!setting.isFile || !settings.HasEntry(setting.key, typeid(CValueString)))
+            continue;
+        const std::string file = settings.Entry(setting.key, true)->String().Std();
+        if (IsDeviceOrPipe(file))
+            throw CFileError("cannot read '" + file + "': it is no regular file");
+    }
 }
 
 std::optional<IImage::CType> PixelType(const StRunOptions& options) {
@@ -84,7 +110,12 @@ StDialogAnswers ParseAnswers(const StRunOptions& options) {
 StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* entry) {
     StRunInputs inputs{CParameterMap("parameter", entry != nullptr ? &entry->parameters : nullptr),
                        CParameterMap("setting", entry != nullptr ? &entry->settings : nullptr),
-                       ParseAnswers(options), nullptr, nullptr};
+                       ParseAnswers(options),
+                       nullptr,
+                       nullptr,
+                       nullptr,
+                       nullptr,
+                       nullptr};
     if (options.parametersFile)
         inputs.parameters.ReadFile(*options.parametersFile);
     for (const std::string& text : options.parameters)
@@ -97,7 +128,8 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
     std::optional<std::array<double, 3>> spacing;
     if (options.spacing)
         spacing = ParseSpacing(*options.spacing);
-    CheckOutputs(options);
+    RequireFilesOfSettings(entry, inputs.settings.Map());
+    PrepareOutputs(options, inputs);
 
     inputs.image = ReadImage(options.image, type);
     if (spacing)

@@ -3,6 +3,7 @@
 #include "BatchDialogs.h"
 #include "ParameterMap.h"
 #include "RunOptions.h"
+#include "TextOutput.h"
 
 #include <memory>
 
@@ -15,11 +16,14 @@ struct StRunInputs {
     StDialogAnswers answers;
     std::unique_ptr<ORVEN::CImage> image;
     std::unique_ptr<ORVEN::CValueMap> document; ///< holds the image
+    std::unique_ptr<CTextOutput> report;        ///< null if none is asked for
+    std::unique_ptr<CTextOutput> packLog;       ///< null if none is asked for
+    std::unique_ptr<CTextOutput> pickedPipe;    ///< keeps a pipe open that a file dialog is answered with
 };
 
 /// `entry` is null for a plug-in that the catalogue does not know. Raises `CCommandError`: of status usage,
 /// before any image is read, for what the command line gets wrong; of status file for files that cannot be
-/// read, and for folders that results cannot be written to.
+/// read, and for results that cannot be written; and `CFileError`.
 StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* entry);
 
 } // namespace app

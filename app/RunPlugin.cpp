@@ -1,6 +1,5 @@
 #include "RunPlugin.h"
 
-#include "AtomicFile.h"
 #include "Catalogue.h"
 #include "Commands.h"
 #include "FileError.h"
@@ -8,6 +7,7 @@
 #include "ImageFile.h"
 #include "ImageWords.h"
 #include "InterruptGuard.h"
+#include "KeptFile.h"
 #include "OutputCapture.h"
 #include "PackLibrary.h"
 #include "ProgressBar.h"
@@ -20,6 +20,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace app {
@@ -77,6 +78,9 @@ StRunRecord Execute(const StRunOptions& options, const CPackLibrary& pack, StRun
     record.standardError = capture.StandardError();
     if (dialogs) {
         record.boxes = dialogs->Boxes();
+        if (const auto error = std::find_if(record.boxes.begin(), record.boxes.end(), IsErrorBox);
+            error != record.boxes.end())
+            record.errorBox = *error;
         record.unusedAnswers = dialogs->UnusedAnswers();
         record.isFileUnused = options.file && !dialogs->HasSeenFileDialog();
         if (options.file && dialogs->HasSeenFileDialog())
@@ -129,6 +133,8 @@ std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions
     }
     if (!outcome.isAccepted.value_or(false) && !options.runsRefused)
         return CCommandError(STATUS_IMAGE_REFUSED, RefusalMessage(options, entry, image));
+    if (record.errorBox)
+        return CCommandError(STATUS_FILE, options.plugin + ": " + record.errorBox->text);
     if (!record.unusedAnswers.empty())
         return CCommandError(STATUS_USAGE, "no dialog had an input named '" + record.unusedAnswers.front() +
                                                "', so the plug-in ran without that answer");
@@ -149,6 +155,44 @@ void KeepFirstError(std::optional<CCommandError>& first, const Work& work) {
     }
 }
 
+/// Keeps the file that a plug-in asks for in a dialog and writes to under its own name.
+class CPickedFile {
+public:
+    /// Makes the answers keep the file as soon as a dialog is given it.
+    CPickedFile(const std::optional<std::string>& file, StDialogAnswers& answers) {
+        if (file)
+            answers.beforeSaving = [this, name = *file] { return Keep(name); };
+    }
+
+    /// Decides which of both files stays. Raises `CFileError` if it could not be kept or put back.
+    void Settle(const StRunRecord& record, bool hasResults) {
+        if (m_problem)
+            throw CFileError(*m_problem);
+        if (!m_kept)
+            return;
+        // A plug-in that warns of an empty table means to leave it where there was none.
+        const bool isMeant = record.errorBox && record.errorBox->kind == "warning" && !m_kept->HasOld();
+        if (hasResults && (!record.errorBox || isMeant))
+            m_kept->Release();
+        else
+            m_kept->Restore();
+    }
+
+private:
+    bool Keep(const std::string& name) {
+        try {
+            m_kept.emplace(name);
+            return true;
+        } catch (const CFileError& error) {
+            m_problem = error.what();
+            return false;
+        }
+    }
+
+    std::optional<CKeptFile> m_kept;
+    std::optional<std::string> m_problem;
+};
+
 } // namespace
 
 void RunPlugin(const StRunOptions& options) {
@@ -159,9 +203,11 @@ void RunPlugin(const StRunOptions& options) {
     const CImage& image = *inputs.image;
     const CValueMap attributesBefore(image.Attributes());
 
+    CPickedFile pickedFile(options.file, inputs.answers);
     StRunRecord record = Execute(options, pack, inputs);
     std::optional<CCommandError> end;
     const bool hasResults = HasResults(record, options);
+    KeepFirstError(end, [&] { pickedFile.Settle(record, hasResults); });
     if (hasResults) {
         KeepFirstError(end, [&] { WriteDocuments(options.outputs, record); });
         record.showedWindows = options.showsWindows;
@@ -180,11 +226,10 @@ void RunPlugin(const StRunOptions& options) {
         record.outcome.failure = StFailure{"quillon", end->what()};
     else
         end = EndOf(record, options, entry, image);
-    if (options.packLog)
-        KeepFirstError(
-            end, [&] { WriteTextFile(*options.packLog, record.standardOutput + record.standardError); });
-    if (options.report)
-        KeepFirstError(end, [&] { WriteTextFile(*options.report, ReportText(record)); });
+    if (inputs.packLog)
+        KeepFirstError(end, [&] { inputs.packLog->Write(record.standardOutput + record.standardError); });
+    if (inputs.report)
+        KeepFirstError(end, [&] { inputs.report->Write(ReportText(record)); });
     if (hasResults && !options.isQuiet)
         std::fputs(RunSummary(record, options.outputs).c_str(), stdout);
     if (end)

@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "FileError.h"
 #include "InterruptGuard.h"
+#include "StandardStreams.h"
 
 #include <sorblib2core/CException.h>
 
@@ -59,6 +60,7 @@ int Run(CLI::App& program, int argumentCount, char** arguments) {
 } // namespace
 
 int main(int argumentCount, char** arguments) {
+    ReserveStandardStreams();
     HandleInterrupts();
     CLI::App program("Segment, measure and filter 2-d and 3-d images with the plug-ins of a pack.",
                      "quillon");
@@ -76,5 +78,10 @@ int main(int argumentCount, char** arguments) {
     AddConvertCommand(program);
     AddPreviewCommand(program);
     AddPlotCommand(program);
-    return Run(program, argumentCount, arguments);
+    const int status = Run(program, argumentCount, arguments);
+    const auto lost = FlushStandardOutput();
+    if (!lost || status != STATUS_DONE)
+        return status;
+    PrintError("cannot write to standard output: " + *lost);
+    return STATUS_FILE;
 }

@@ -65,6 +65,13 @@ ORVEN::CSize CheckedSize(const std::string& path, std::vector<std::int64_t> exte
     return {extents[0], extents.size() > 1 ? extents[1] : 1};
 }
 
+std::int64_t CheckedSkip(const std::string& path, std::int64_t skip) {
+    constexpr std::int64_t maxSkip = std::int64_t{1} << 28;
+    if (skip > maxSkip)
+        ThrowUnreadable(path, "its pixels begin " + Bytes(skip) + " behind its header");
+    return skip;
+}
+
 void RequireData(const std::string& path, std::int64_t announced, std::int64_t stored, std::int64_t ratio) {
     stored = std::max<std::int64_t>(stored, 0);
     const std::int64_t needed = announced / ratio + (announced % ratio != 0 ? 1 : 0);

@@ -30,6 +30,10 @@ std::int64_t FileSize(const std::string& path);
 ORVEN::CSize CheckedSize(const std::string& path, std::vector<std::int64_t> extents,
                          std::int64_t bytesPerPixel);
 
+/// The bytes to be passed over before the pixels, if they are few enough to be a header of any kind: in
+/// packed data they have to be unpacked. Raises for more than 256 MiB.
+std::int64_t CheckedSkip(const std::string& path, std::int64_t skip);
+
 /// Raises unless `stored` bytes of the file can unpack to the `announced` ones at no more than `ratio` to 1.
 void RequireData(const std::string& path, std::int64_t announced, std::int64_t stored, std::int64_t ratio);
 

@@ -1,12 +1,13 @@
 #include "MetaFile.h"
 
+#include "FileError.h"
 #include "HeaderChecks.h"
+#include "HeaderLines.h"
 #include "OutputFile.h"
 
 #include <algorithm>
 #include <bit>
 #include <filesystem>
-#include <fstream>
 #include <map>
 
 namespace app {
@@ -22,11 +23,11 @@ struct StMetaText {
 };
 
 StMetaText ReadText(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
+    CHeaderLines lines(path, g_maxHeaderSize, g_maxHeaderSize);
     StMetaText text;
     std::string line;
     while (text.fields.count("ElementDataFile") == 0) {
-        if (!std::getline(file, line) || file.tellg() > g_maxHeaderSize)
+        if (!lines.Next(line))
             ThrowUnreadable(path, "its header is damaged: it does not come to 'ElementDataFile'");
         const auto sign = line.find('=');
         if (sign == std::string::npos && !Trimmed(line).empty())
@@ -38,7 +39,7 @@ StMetaText ReadText(const std::string& path) {
         if (!text.fields.emplace(name, value).second)
             ThrowUnreadable(path, "its header is damaged: it has the field '" + name + "' twice");
     }
-    text.byteCount = file.good() ? static_cast<std::int64_t>(file.tellg()) : FileSize(path);
+    text.byteCount = lines.Position();
     return text;
 }
 
@@ -183,17 +184,24 @@ StImageHeader ReadMetaHeader(const std::string& path) {
     return header;
 }
 
-void WriteMeta(const std::string& path, const StImageHeader& header, std::string_view samples) {
-    const std::filesystem::path name(path);
+std::optional<std::string> MetaDataFile(const std::string& path) {
+    try {
+        const StPixelData data = PlaceOf(path, ReadText(path));
+        return data.path != path ? std::optional(data.path) : std::nullopt;
+    } catch (const CFileError&) {
+        return std::nullopt;
+    }
+}
+
+void WriteMeta(const std::string& path, const std::string& dataFile, const StImageHeader& header,
+               std::string_view samples) {
     COutputFile file(path);
-    if (name.extension() == ".mha" || name.extension() == ".MHA") {
+    if (dataFile.empty()) {
         file.Write(HeaderText(header, "LOCAL"));
         file.Write(samples);
     } else {
-        std::filesystem::path dataName(path);
-        dataName.replace_extension(".raw");
-        file.Write(HeaderText(header, dataName.filename().string()));
-        COutputFile data(dataName.string());
+        file.Write(HeaderText(header, dataFile));
+        COutputFile data((std::filesystem::path(path).parent_path() / dataFile).string());
         data.Write(samples);
         data.Close();
     }

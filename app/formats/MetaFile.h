@@ -2,6 +2,7 @@
 
 #include "StImageHeader.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,8 +20,13 @@ bool IsMetaHeader(std::string_view beginning);
 /// Spacing: "ElementSpacing", else "ElementSize". Raises `CFileError` if header and data do not fit.
 StImageHeader ReadMetaHeader(const std::string& path);
 
-/// Writes header and samples, raw; for a name that ends in .mhd the samples go to the same name with .raw.
-/// Copies nothing.
-void WriteMeta(const std::string& path, const StImageHeader& header, std::string_view samples);
+/// The file that a header at the path names for the pixels; nothing if there is no such header, or if they
+/// stand behind it.
+std::optional<std::string> MetaDataFile(const std::string& path);
+
+/// Writes header and samples, raw. The samples go behind the header, or to a file of the name `dataFile`
+/// beside it if that is not empty. Copies nothing.
+void WriteMeta(const std::string& path, const std::string& dataFile, const StImageHeader& header,
+               std::string_view samples);
 
 } // namespace app

@@ -92,12 +92,12 @@ EnSampleType SampleOf(const std::string& path, int dataType) {
 
 /// Where the pixels begin, behind the header and its extensions.
 std::int64_t DataOffset(const std::string& path, const CNiftiFields& fields) {
-    constexpr double farthest = 1 << 28;
+    constexpr double beyondAll = 1e18;
     const double offset = fields.DataOffset();
-    if (!(offset >= static_cast<double>(g_niftiHeaderSize)) || offset > farthest ||
+    if (!(offset >= static_cast<double>(g_niftiHeaderSize)) || offset > beyondAll ||
         offset != std::floor(offset))
         ThrowUnreadable(path, "its header is damaged: the place of the pixels");
-    return static_cast<std::int64_t>(offset);
+    return CheckedSkip(path, static_cast<std::int64_t>(offset));
 }
 
 std::optional<StScale> ScaleOf(const CNiftiFields& fields) {

@@ -1,13 +1,14 @@
 #include "NrrdFile.h"
 
 #include "HeaderChecks.h"
+#include "HeaderLines.h"
 #include "OutputFile.h"
+#include "TextFile.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <map>
 
@@ -58,13 +59,14 @@ bool IsList(const StNrrdText& text) {
 }
 
 StNrrdText ReadText(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
+    // Only our own attributes make long lines; escaping can double them.
+    constexpr std::int64_t maxLine = 1 << 20;
+    constexpr std::int64_t maxTotal = 2 * std::int64_t{g_maxTextSize} + 16 * maxLine;
+    CHeaderLines lines(path, maxTotal, maxLine, std::string(g_attributesKey) + ":=");
     StNrrdText text;
     std::string line;
-    std::getline(file, line); // the magic, looked at before
-    for (bool isEnd = false; !isEnd && std::getline(file, line);) {
-        if (line.ends_with('\r'))
-            line.pop_back();
+    lines.Next(line); // the magic, looked at before
+    for (bool isEnd = false; !isEnd && lines.Next(line);) {
         isEnd = line.empty();
         if (isEnd || line.starts_with('#'))
             continue;
@@ -77,7 +79,7 @@ StNrrdText ReadText(const std::string& path) {
         else
             text.fields[PlainName(line.substr(0, colon))] = Trimmed(std::string_view(line).substr(colon + 1));
     }
-    text.byteCount = file.good() ? static_cast<std::int64_t>(file.tellg()) : FileSize(path);
+    text.byteCount = lines.Position();
     return text;
 }
 
@@ -203,9 +205,9 @@ StPixelData DataOf(const std::string& path, const StNrrdText& text, std::int64_t
     const std::int64_t skip = ByteSkip(path, text);
     const std::string encoding = PlainName(Required(path, text, "encoding"));
     if (encoding == "gzip" || encoding == "gz") {
-        RequireData(path, announced, stored, g_maxDeflateRatio);
+        data.skip = CheckedSkip(path, std::max<std::int64_t>(skip, 0));
+        RequireData(path, data.skip + announced, stored, g_maxDeflateRatio);
         data.isPacked = true;
-        data.skip = std::max<std::int64_t>(skip, 0);
     } else if (encoding == "raw") {
         constexpr std::int64_t fromTheEnd = -1;
         RequireData(path, announced, skip == fromTheEnd ? stored : stored - std::min(skip, stored), 1);

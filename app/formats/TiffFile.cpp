@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "HeaderChecks.h"
+#include "TiffLimits.h"
 
 #include <tiffio.h>
 
@@ -9,7 +10,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <memory>
 
 namespace app {
@@ -145,46 +145,11 @@ std::int64_t PackedRowBytes(const StPage& page) {
     return (std::int64_t{page.width} * page.samplesPerPixel * page.bits + 7) / 8;
 }
 
-/// Raises unless the file holds all of the current page's directory: libtiff takes a missing link to the next
-/// page for the end of the file.
-void RequireWholeDirectory(const std::string& path, const CTiff& tiff, std::int64_t fileSize) {
-    const auto start = static_cast<std::int64_t>(TIFFCurrentDirOffset(tiff.Get()));
-    std::ifstream file(path, std::ios::binary);
-    std::array<unsigned char, 8> bytes{};
-    const bool isBig = TIFFIsBigTIFF(tiff.Get()) != 0;
-    const std::streamsize countSize = isBig ? 8 : 2;
-    file.seekg(start);
-    file.read(reinterpret_cast<char*>(bytes.data()), countSize);
-    std::int64_t entries = 0;
-    for (std::streamsize i = 0; i < countSize; ++i) {
-        const auto place = TIFFIsBigEndian(tiff.Get()) != 0 ? i : countSize - 1 - i;
-        entries = entries << 8 | bytes[static_cast<std::size_t>(place)];
-    }
-    const std::int64_t entrySize = isBig ? 20 : 12;
-    const std::int64_t linkSize = isBig ? 8 : 4;
-    if (!file || entries < 0 || entries > fileSize ||
-        start + countSize + entries * entrySize + linkSize > fileSize)
-        ThrowUnreadable(path, "it ends too early");
-}
-
-/// Raises unless the strips or tiles lie in the file and can hold the page.
-void RequirePageData(const std::string& path, const CTiff& tiff, const StPage& page, std::int64_t fileSize) {
-    const std::uint32_t count =
-        TIFFIsTiled(tiff.Get()) != 0 ? TIFFNumberOfTiles(tiff.Get()) : TIFFNumberOfStrips(tiff.Get());
-    if (count > fileSize)
-        ThrowUnreadable(path, "its header announces more strips than it has bytes");
-    std::int64_t stored = 0;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const std::uint64_t offset = TIFFGetStrileOffset(tiff.Get(), i);
-        const std::uint64_t length = TIFFGetStrileByteCount(tiff.Get(), i);
-        const auto end = static_cast<std::uint64_t>(fileSize);
-        if (offset > end || length > end - offset)
-            ThrowUnreadable(path, "it ends too early");
-        stored += static_cast<std::int64_t>(length);
-    }
+/// How many bytes the packing of the pixels can make out of one.
+std::int64_t PackingRatio(const CTiff& tiff) {
     const bool isPacked =
         tiff.Field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE) != COMPRESSION_NONE;
-    RequireData(path, PackedRowBytes(page) * page.height, stored, isPacked ? g_maxTiffRatio : 1);
+    return isPacked ? g_maxTiffRatio : 1;
 }
 
 std::optional<std::array<double, 3>> SpacingOf(const CTiff& tiff) {
@@ -204,11 +169,13 @@ std::string InWords(const StPage& page) {
            std::to_string(page.bits) + " bits";
 }
 
-/// Goes to the next page that counts; false at the end.
-bool NextPage(const std::string& path, const CTiff& tiff) {
+/// Goes to the next page that counts; false at the end. `limits`, if there are any, see all directories.
+bool NextPage(const std::string& path, const CTiff& tiff, CTiffLimits* limits = nullptr) {
     while (TIFFLastDirectory(tiff.Get()) == 0) {
         if (TIFFReadDirectory(tiff.Get()) == 0)
             ThrowUnreadable(path, tiff.Error());
+        if (limits != nullptr)
+            limits->CountDirectory(tiff.Get());
         if (!IsPassedOver(tiff))
             return true;
     }
@@ -406,7 +373,9 @@ private:
 StImageHeader ReadTiffHeader(const std::string& path) {
     const std::int64_t fileSize = FileSize(path);
     const auto tiff = OpenForReading(path);
-    if (IsPassedOver(*tiff) && !NextPage(path, *tiff))
+    CTiffLimits limits(path, fileSize);
+    limits.CountDirectory(tiff->Get());
+    if (IsPassedOver(*tiff) && !NextPage(path, *tiff, &limits))
         ThrowUnreadable(path, "it has no page with a full image");
     const StPage page = PageOf(*tiff);
     StImageHeader header;
@@ -425,9 +394,9 @@ StImageHeader ReadTiffHeader(const std::string& path) {
         if (!(other == page))
             ThrowUnreadable(path, "its pages differ: page 1 is " + InWords(page) + ", page " +
                                       std::to_string(pages) + " is " + InWords(other));
-        RequireWholeDirectory(path, *tiff, fileSize);
-        RequirePageData(path, *tiff, page, fileSize);
-    } while (NextPage(path, *tiff));
+        limits.CountPixels(tiff->Get(), PackedRowBytes(page) * page.height, PackingRatio(*tiff));
+    } while (NextPage(path, *tiff, &limits));
+    limits.RequirePixelData();
 
     if (pages > 1)
         extents.push_back(pages);

@@ -150,6 +150,8 @@ public:
 private:
     void Load() {
         std::error_code error;
+        // A pipe would be waited for.
+        Require(std::filesystem::is_regular_file(m_path, error), "it cannot be read");
         const auto size = std::filesystem::file_size(m_path, error);
         std::ifstream file(m_path, std::ios::binary);
         Require(!error && file, "it cannot be read");

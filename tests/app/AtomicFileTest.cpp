@@ -1,4 +1,5 @@
 #include "AtomicFile.h"
+#include "TextOutput.h"
 
 #include "FileTools.h"
 
@@ -12,7 +13,7 @@ TEST(AtomicFile, AppearsWhenCommitted) {
     {
         CAtomicFile file(folder / "a.txt");
         Store(file.Path(), "new");
-        Store(file.CompanionPath(".more"), "companion");
+        Store(file.CompanionPath("a.txt.more"), "companion");
         EXPECT_FALSE(std::filesystem::exists(folder / "a.txt"));
         file.Commit();
     }
@@ -37,7 +38,7 @@ TEST(AtomicFile, RemovesAStaleCompanion) {
     Store(folder / "a.txt.more", "stale");
     CAtomicFile file(folder / "a.txt");
     Store(file.Path(), "new");
-    file.Commit(".more");
+    file.Commit({"a.txt.more"});
     EXPECT_FALSE(std::filesystem::exists(folder / "a.txt.more"));
 }
 

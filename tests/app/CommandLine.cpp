@@ -41,9 +41,11 @@ std::string ReadText(const std::string& path) {
 }
 
 CCommandLine::CCommandLine(const std::vector<std::string>& arguments,
-                           const std::vector<std::string>& environment) {
+                           const std::vector<std::string>& environment, const std::string& script) {
     std::vector<std::string> words = arguments;
     words.insert(words.begin(), QUILLON_PROGRAM);
+    if (!script.empty())
+        words.insert(words.begin(), {"/bin/sh", "-c", script, "sh"});
     std::vector<char*> pointers;
     for (std::string& word : words)
         pointers.push_back(word.data());
@@ -69,7 +71,9 @@ CCommandLine::CCommandLine(const std::vector<std::string>& arguments,
     _exit(127);
 }
 
-void CCommandLine::Interrupt() const { kill(m_process, SIGINT); }
+void CCommandLine::Interrupt() const { Signal(SIGINT); }
+
+void CCommandLine::Signal(int signal) const { kill(m_process, signal); }
 
 StEnd CCommandLine::Wait() {
     int status = 0;
@@ -80,6 +84,10 @@ StEnd CCommandLine::Wait() {
 
 StEnd Quillon(const std::vector<std::string>& arguments, const std::vector<std::string>& environment) {
     return CCommandLine(arguments, environment).Wait();
+}
+
+StEnd QuillonInShell(const std::string& script, const std::vector<std::string>& arguments) {
+    return CCommandLine(arguments, {}, script).Wait();
 }
 
 } // namespace test

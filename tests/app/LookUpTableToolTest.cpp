@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <array>
@@ -16,7 +17,7 @@ namespace {
 
 /// Runs the tool with these arguments; its exit status and all that it said.
 std::pair<int, std::string> Tool(const std::string& arguments) {
-    const std::string command = "'" QUILLON_PROGRAM "-lut' " + arguments + " 2>&1";
+    const std::string command = "exec 2>&1; timeout 60 '" QUILLON_PROGRAM "-lut' " + arguments;
     FILE* const pipe = popen(command.c_str(), "r");
     std::string said;
     std::array<char, 256> buffer{};
@@ -52,6 +53,21 @@ TEST(LookUpTableTool, TellsWhatIsWrongWithAFile) {
               Answer(4, "quillon-lut: Look-up table '" + (folder / "none") +
                             "' is not usable: it cannot be read.\n"));
     EXPECT_EQ(Tool("axis --reach 2 -o " + (folder / "no/such/folder")).first, 4);
+}
+
+TEST(LookUpTableTool, DoesNotWaitForAPipeThatNobodyWritesTo) {
+    const test::CTestFolder folder;
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    EXPECT_EQ(Tool("check " + (folder / "fifo")),
+              Answer(4, "quillon-lut: Look-up table '" + (folder / "fifo") +
+                            "' is not usable: it cannot be read.\n"));
+    EXPECT_EQ(Tool("axis --reach 2 -o " + (folder / "fifo")).first, 4);
+}
+
+TEST(LookUpTableTool, EndsWithFourWhenItsOutputIsLost) {
+    const test::CTestFolder folder;
+    EXPECT_EQ(Tool("axis --reach 2 -o " + (folder / "a.lut") + " >/dev/full"),
+              Answer(4, "quillon-lut: cannot write to standard output: No space left on device\n"));
 }
 
 TEST(LookUpTableTool, WritesTheSourceThatIsCompiledIn) {

@@ -221,15 +221,15 @@ TEST(ParameterMap, TakesTheParametersOutOfAReport) {
     EXPECT_EQ(map.Map().Entry("steps", true)->Long(), 2);
 }
 
-TEST(ParameterMap, EndsWithStatusFileForAFileThatHoldsNoParameters) {
+TEST(ParameterMap, RaisesAFileErrorForAFileThatHoldsNoParameters) {
     const test::CTestFolder folder;
     for (const char* text : {"", "{", "[1]", "3", R"({"/double": "nan"})"}) {
         std::ofstream(folder / "p.json") << text;
         CParameterMap map("parameter", &known);
-        EXPECT_EQ(Refusal([&] { map.ReadFile(folder / "p.json"); }).Status(), STATUS_FILE) << text;
+        EXPECT_THROW(map.ReadFile(folder / "p.json"), CFileError) << text;
     }
     CParameterMap map("parameter", &known);
-    EXPECT_EQ(Refusal([&] { map.ReadFile(folder / "none.json"); }).Status(), STATUS_FILE);
+    EXPECT_THROW(map.ReadFile(folder / "none.json"), CFileError);
 }
 
 TEST(ParseSpacing, TakesTwoOrThreePositiveNumbers) {

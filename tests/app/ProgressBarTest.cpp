@@ -196,7 +196,7 @@ TEST(InterruptGuard, LeavesNoPartialFileBehind) {
             HandleInterrupts();
             const CAtomicFile file(folder / "a.raw");
             std::ofstream(file.Path()) << "half";
-            std::ofstream(file.CompanionPath(".json")) << "half";
+            std::ofstream(file.CompanionPath("a.raw.json")) << "half";
             raise(SIGINT);
             _exit(0);
         },

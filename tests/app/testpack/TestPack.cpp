@@ -194,6 +194,43 @@ public:
     }
 };
 
+/// Saves a table under the name that it is told in a file dialog. With "notices" (a FIFO) a byte goes there
+/// when the table is begun, and the rest waits for a cancellation, with "stubborn" for ever. "box" shows a
+/// box of that kind in the end, with "empty" instead of the table; "raise" raises.
+class CExport : public CTestPlugin {
+public:
+    void GetData(CValueMap&) override {
+        const QString path = QFileDialog::getSaveFileName(nullptr, "Where to");
+        if (path.isEmpty())
+            return;
+        std::ofstream table(path.toStdString());
+        if (!m_parameters->HasEntry("empty"))
+            table << "half" << std::flush;
+        if (m_parameters->HasEntry("notices"))
+            Wait();
+        if (m_parameters->HasEntry("raise"))
+            throw CException("ExportPlugin", "no more", nullptr);
+        const std::string box = m_parameters->EntryString("box").Std();
+        if (box == "critical")
+            QMessageBox::critical(nullptr, "Save Error", "It could not be saved.");
+        if (box == "warning")
+            QMessageBox::warning(nullptr, "Save Error", "There is nothing to save.");
+        if (box == "information")
+            QMessageBox::information(nullptr, "Saved", "All is well.");
+        if (!m_parameters->HasEntry("empty"))
+            table << " and half";
+    }
+
+private:
+    void Wait() const {
+        const CAlgorithm algorithm(nullptr, nullptr);
+        std::ofstream notices(m_parameters->EntryString("notices").Std());
+        notices << "r" << std::flush;
+        while (!algorithm.Progress().IsCancelled() || m_parameters->HasEntry("stubborn"))
+            algorithm.Progress().Step(0, 0);
+    }
+};
+
 } // namespace
 
 extern "C" [[gnu::visibility("default")]] void* CreatePluginInstanceEx(const char* name) {
@@ -209,5 +246,7 @@ extern "C" [[gnu::visibility("default")]] void* CreatePluginInstanceEx(const cha
         return new CSlow;
     if (wanted == "Dialog")
         return new CDialog;
+    if (wanted == "Export")
+        return new CExport;
     return nullptr;
 }
