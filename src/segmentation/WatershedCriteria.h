@@ -1,19 +1,17 @@
 #pragma once
 
-#include "segmentation/WatershedLabels.h"
-
-#include <sorblib2image/IImage.h>
-
 #include <cstdint>
-#include <vector>
 
-/// What a new minimum has to be like before the flood makes it a region. A criterion sees the pixels of a
-/// candidate one by one and then says yes or no; after a no the candidate's pixels wait again, and a later
-/// level may take them.
+/// What a new minimum has to be like before the flood makes it a region. A refused candidate's pixels wait
+/// again, and a later level may take them.
 ///
-/// Each pixel but the first is shown twice, once when it is found and once when it is taken from the queue. A
-/// candidate of N pixels thus counts 2N - 1, and that is what an area minimum is held against. Contract
-/// behaviour, as are the other oddities told below: label images made with them stay reproducible.
+/// By contract a candidate is flooded with the next free number, each of its pixels is shown to the criterion
+/// as it is found and all but the first once more as it leaves the queue, and a refused flood is undone.
+/// What a criterion can learn in this way depends on three numbers alone: the level, the number that the
+/// region would get, and the pixels N of the candidate, of which 2N - 1 are shown. So the criteria here
+/// answer from these, before anything is flooded; a flat basin that is refused for each of its pixels would
+/// cost the square of its size otherwise. That the last pixel counts once less, and the other oddities below,
+/// are contract behaviour: label images made with them stay reproducible.
 namespace ORVEN {
 
 /// Which criterion a flood uses.
@@ -25,109 +23,65 @@ enum EnWatershedMode : std::uint32_t {
     WATERSHED_MIN_VOLUME = 4,
 };
 
-namespace Impl {
+/// A minimum that asks to become a region.
+struct StWatershedCandidate {
+    std::uint32_t level;          ///< that is being flooded
+    std::uint32_t label;          ///< that the region would get
+    std::uint64_t pixelCount = 0; ///< counted for criteria that depend on it only
 
-/// What all criteria hold: the candidate's pixels and the labels they stand on.
-class CCriterionBase {
-public:
-    /// The access is that of the label image, locked as a whole.
-    explicit CCriterionBase(IImage::IAccess& access)
-        : m_labels(static_cast<unsigned char*>(access.Data()))
-        , m_strides(access.Strides()) {}
-
-    /// Sets all pixels of the candidate back to `LabelMask`, shows them to `onPixel` and forgets them.
-    template <class OnPixel>
-    void Undo(const OnPixel& onPixel) {
-        for (const StPixelPosition pixel : m_region) {
-            Label(pixel) = LabelMask;
-            onPixel(pixel);
-        }
-        m_region.clear();
-    }
-
-protected:
-    void Begin(std::uint32_t level) {
-        m_level = level;
-        m_region.clear();
-    }
-
-    void Append(StPixelPosition pixel) { m_region.push_back(pixel); }
-
-    [[nodiscard]] std::uint32_t& Label(StPixelPosition pixel) const {
-        return *reinterpret_cast<std::uint32_t*>(m_labels + pixel.x * m_strides.x + pixel.y * m_strides.y +
-                                                 pixel.z * m_strides.z);
-    }
-
-    std::uint32_t m_level = 0;
-
-private:
-    std::vector<StPixelPosition> m_region;
-    unsigned char* m_labels;
-    CPos m_strides; // that of z is 0 in two dimensions
+    /// How many pixels the criterion is shown, by contract.
+    [[nodiscard]] std::uint64_t ShownCount() const { return 2 * pixelCount - 1; }
 };
-
-} // namespace Impl
 
 /// Takes every minimum; the flood asks it nothing.
 class CWatershedCriterionNone {
 public:
     struct StParameters {};
 
-    CWatershedCriterionNone(IImage::IAccess& /*access*/, StParameters* /*parameters*/) {}
+    explicit CWatershedCriterionNone(StParameters* /*parameters*/) {}
 
     static constexpr bool takesEveryMinimum = true;
 };
 
 /// At least `minimum` pixels, counted as told above.
-class CWatershedCriterionArea : public Impl::CCriterionBase {
+class CWatershedCriterionArea {
 public:
     struct StParameters {
         std::uint32_t minimum;
         std::uint32_t count = 0;
     };
 
-    CWatershedCriterionArea(IImage::IAccess& access, StParameters* parameters)
-        : CCriterionBase(access)
-        , m_parameters(parameters) {}
+    explicit CWatershedCriterionArea(StParameters* parameters)
+        : m_parameters(parameters) {}
 
     static constexpr bool takesEveryMinimum = false;
+    static constexpr bool dependsOnPixelCount = true;
 
-    void Reset(std::uint32_t level) {
-        Begin(level);
-        m_parameters->count = 0;
+    [[nodiscard]] bool Takes(const StWatershedCandidate& candidate) const {
+        m_parameters->count = static_cast<std::uint32_t>(candidate.ShownCount());
+        return m_parameters->count >= m_parameters->minimum;
     }
-
-    void Add(StPixelPosition pixel) {
-        Append(pixel);
-        ++m_parameters->count;
-    }
-
-    void AddFirst(StPixelPosition pixel) { Add(pixel); }
-    [[nodiscard]] bool RefusesAtOnce() const { return false; }
-    [[nodiscard]] bool Holds() const { return m_parameters->count >= m_parameters->minimum; }
 
 private:
     StParameters* m_parameters;
 };
 
 /// Born above level `minimum`. Up to 16 bits a level is a grey value, beyond it is the rank of the value.
-class CWatershedCriterionHeight : public Impl::CCriterionBase {
+class CWatershedCriterionHeight {
 public:
     struct StParameters {
         std::uint32_t minimum;
     };
 
-    CWatershedCriterionHeight(IImage::IAccess& access, StParameters* parameters)
-        : CCriterionBase(access)
-        , m_parameters(parameters) {}
+    explicit CWatershedCriterionHeight(StParameters* parameters)
+        : m_parameters(parameters) {}
 
     static constexpr bool takesEveryMinimum = false;
+    static constexpr bool dependsOnPixelCount = false;
 
-    void Reset(std::uint32_t level) { Begin(level); }
-    void Add(StPixelPosition pixel) { Append(pixel); }
-    void AddFirst(StPixelPosition pixel) { Append(pixel); }
-    [[nodiscard]] bool RefusesAtOnce() const { return m_level <= m_parameters->minimum; }
-    [[nodiscard]] bool Holds() const { return true; }
+    [[nodiscard]] bool Takes(const StWatershedCandidate& candidate) const {
+        return candidate.level > m_parameters->minimum;
+    }
 
 private:
     StParameters* m_parameters;
@@ -136,7 +90,7 @@ private:
 /// Some pixel more than `minimum` + 1 below the level - where the height of a pixel is read from the label
 /// image, which holds the candidate's own number there and no grey value, and a label above the level wraps
 /// around. Contract behaviour, not to be mended.
-class CWatershedCriterionDepth : public Impl::CCriterionBase {
+class CWatershedCriterionDepth {
 public:
     struct StParameters {
         std::uint32_t minimum;
@@ -144,30 +98,17 @@ public:
         bool reached = false;
     };
 
-    CWatershedCriterionDepth(IImage::IAccess& access, StParameters* parameters)
-        : CCriterionBase(access)
-        , m_parameters(parameters) {}
+    explicit CWatershedCriterionDepth(StParameters* parameters)
+        : m_parameters(parameters) {}
 
     static constexpr bool takesEveryMinimum = false;
+    static constexpr bool dependsOnPixelCount = false;
 
-    void Reset(std::uint32_t level) {
-        Begin(level);
-        m_parameters->reached = false;
+    [[nodiscard]] bool Takes(const StWatershedCandidate& candidate) const {
+        m_parameters->level = candidate.level;
+        m_parameters->reached = candidate.level - candidate.label > m_parameters->minimum + 1;
+        return m_parameters->reached;
     }
-
-    void Add(StPixelPosition pixel) {
-        Append(pixel);
-        if (m_parameters->level - Label(pixel) > m_parameters->minimum + 1)
-            m_parameters->reached = true;
-    }
-
-    void AddFirst(StPixelPosition pixel) {
-        Add(pixel);
-        m_parameters->level = m_level;
-    }
-
-    [[nodiscard]] bool RefusesAtOnce() const { return false; }
-    [[nodiscard]] bool Holds() const { return m_parameters->reached; }
 
 private:
     StParameters* m_parameters;
@@ -175,8 +116,8 @@ private:
 
 /// At least `minimum` of water, the sum over the pixels of the level less their height, plus one - where the
 /// height is read from the label image as with the depth, with the same wrap-around. Contract behaviour, not
-/// to be mended.
-class CWatershedCriterionVolume : public Impl::CCriterionBase {
+/// to be mended. Sums are exact up to 2^53, which is far above any minimum of 32 bits.
+class CWatershedCriterionVolume {
 public:
     struct StParameters {
         double minimum;
@@ -184,30 +125,19 @@ public:
         double sum = 0.0;
     };
 
-    CWatershedCriterionVolume(IImage::IAccess& access, StParameters* parameters)
-        : CCriterionBase(access)
-        , m_parameters(parameters) {}
+    explicit CWatershedCriterionVolume(StParameters* parameters)
+        : m_parameters(parameters) {}
 
     static constexpr bool takesEveryMinimum = false;
+    static constexpr bool dependsOnPixelCount = true;
 
-    void Reset(std::uint32_t level) {
-        Begin(level);
-        m_parameters->sum = 0.0;
-    }
-
-    void Add(StPixelPosition pixel) {
-        Append(pixel);
+    [[nodiscard]] bool Takes(const StWatershedCandidate& candidate) const {
         // The one is added in 32 bits too, before the number is widened: it is part of what wraps around.
-        m_parameters->sum += m_parameters->level - Label(pixel) + 1;
+        const std::uint32_t waterOfAPixel = candidate.level - candidate.label + 1;
+        m_parameters->level = candidate.level;
+        m_parameters->sum = static_cast<double>(waterOfAPixel) * static_cast<double>(candidate.ShownCount());
+        return m_parameters->sum >= m_parameters->minimum;
     }
-
-    void AddFirst(StPixelPosition pixel) {
-        Add(pixel);
-        m_parameters->level = m_level;
-    }
-
-    [[nodiscard]] bool RefusesAtOnce() const { return false; }
-    [[nodiscard]] bool Holds() const { return m_parameters->sum >= m_parameters->minimum; }
 
 private:
     StParameters* m_parameters;

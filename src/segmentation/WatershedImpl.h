@@ -1,5 +1,6 @@
 #pragma once
 
+#include "segmentation/CBasins.h"
 #include "segmentation/CFloodStates.h"
 #include "segmentation/CPixelQueue.h"
 #include "segmentation/PixelSort.h"
@@ -36,9 +37,9 @@ namespace ORVEN {
 /// N is one of the neighbourhoods of Neighborhoods.h, T the pixel type of the input, C one of
 /// WatershedCriteria.h.
 ///
-/// Time: linear in pixels times neighbours, beside the sort; a criterion that refuses large flat basins can
-/// cost their square. Memory beside the images: 6 bytes a pixel for the sort, a quarter byte for states, and
-/// the queue, as a rule small. One thread.
+/// Time: linear in pixels times neighbours, beside the sort, whatever a criterion refuses. Memory beside the
+/// images: 6 bytes a pixel for the sort, a quarter byte for states, and the queue, as a rule small; 8 bytes
+/// for each minimum, if the criterion counts pixels. One thread.
 ///
 /// Source: L. Vincent, P. Soille, *Watersheds in digital spaces: an efficient algorithm based on immersion
 /// simulations*, IEEE PAMI 13(6), 1991. In the paper distances are kept in an image of their own; here the
@@ -76,9 +77,12 @@ public:
 
         const std::unique_ptr<IImage::IAccess> access(output.CreateAccess(false));
         Impl::LockWhole(*access, output.Size(), IImage::LOCK_READ_WRITE);
-        C criterion(*access, parameters);
+        const C criterion(parameters);
         TakeLabels(*access, output.Size(), seeds != nullptr);
-        if (!Flood(levels, criterion, seeds == nullptr, progress))
+        const bool isDone = Flood(levels, criterion, seeds == nullptr, progress);
+        if (m_hasRefused)
+            MaskRefused();
+        if (!isDone)
             return 0;
         access->Unlock();
         return seeds != nullptr ? highestSeed : m_currentLabel;
@@ -131,6 +135,8 @@ private:
             TakeSeeds();
         m_currentLabel = 0;
         m_currentLevel = 0;
+        m_hasRefused = false;
+        m_basins.Clear();
         m_queue.Clear();
     }
 
@@ -153,7 +159,7 @@ private:
 
     /// All levels; false if the run was cancelled.
     template <class C>
-    bool Flood(StLevels& levels, C& criterion, bool makesRegions, IProgress& progress) {
+    bool Flood(StLevels& levels, const C& criterion, bool makesRegions, IProgress& progress) {
         for (std::uint32_t level = 0; level < levels.count; ++level) {
             if (progress.IsCancelled())
                 return false;
@@ -197,17 +203,94 @@ private:
         }
     }
 
-    /// What is still open of the opened pixels of a level are new minima.
+    /// What is still open of the opened pixels of a level are new minima. A refused one is asked for again at
+    /// each of its pixels, as the answer can depend on the number that is next.
     template <class C>
-    void MakeRegions(const StLevels& levels, std::uint64_t first, std::uint64_t end, C& criterion) {
+    void MakeRegions(const StLevels& levels, std::uint64_t first, std::uint64_t end, const C& criterion) {
+        if constexpr (CountsPixels<C>())
+            JoinBasins(levels, first, end);
         for (std::uint64_t place = first; place < end; ++place) {
             const StPixelPosition pixel = levels.Pixel(place);
             if (!m_states.IsOpen(pixel))
                 continue;
-            ++m_currentLabel;
-            TakeIntoRegion(pixel);
-            if (!FloodNewRegion(criterion))
-                --m_currentLabel;
+            if (IsTaken(pixel, criterion)) {
+                ++m_currentLabel;
+                FloodNewRegion(pixel);
+            } else {
+                m_hasRefused = true;
+            }
+        }
+    }
+
+    template <class C>
+    static constexpr bool CountsPixels() {
+        if constexpr (C::takesEveryMinimum)
+            return false;
+        else
+            return C::dependsOnPixelCount;
+    }
+
+    /// Whether the criterion makes a region of the basin of an open pixel.
+    template <class C>
+    bool IsTaken(StPixelPosition pixel, const C& criterion) {
+        if constexpr (C::takesEveryMinimum) {
+            return true;
+        } else {
+            StWatershedCandidate candidate{m_currentLevel, m_currentLabel + 1};
+            if constexpr (CountsPixels<C>())
+                candidate.pixelCount = m_basins.PixelCount(m_basins.Find(Label(pixel)));
+            return criterion.Takes(candidate);
+        }
+    }
+
+    /// Joins what is still open of the opened pixels of a level to the basins of earlier levels beside them.
+    ///
+    /// Basins only ever grow together or go as a whole, since what reaches one pixel of a basin floods all of
+    /// it. So nothing of an earlier level is looked at anew. While a pixel is open its label is the number of
+    /// its basin, which `MaskRefused` mends in the end.
+    void JoinBasins(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
+        for (std::uint64_t place = first; place < end; ++place) {
+            const StPixelPosition pixel = levels.Pixel(place);
+            if (m_states.IsOpen(pixel))
+                Label(pixel) = LabelInit;
+        }
+        for (std::uint64_t place = first; place < end; ++place) {
+            const StPixelPosition pixel = levels.Pixel(place);
+            if (!m_states.IsOpen(pixel))
+                continue;
+            const CBasins::Number basin = BasinAround(pixel);
+            m_basins.AddPixel(basin);
+            Label(pixel) = basin;
+        }
+    }
+
+    /// The basin that comes of all those around a pixel; a new one if there are none.
+    CBasins::Number BasinAround(StPixelPosition pixel) {
+        const unsigned char* const centre = Address(pixel);
+        CBasins::Number last = LabelInit; // as neighbours mostly are of one basin
+        CBasins::Number basin = LabelInit;
+        for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1) {
+            const CBasins::Number neighbor = LabelAt(centre, States::FirstSlot(open));
+            if (neighbor == LabelInit || neighbor == last)
+                continue;
+            last = neighbor;
+            const CBasins::Number other = m_basins.Find(neighbor);
+            basin = basin == LabelInit ? other : m_basins.Join(basin, other);
+        }
+        return basin == LabelInit ? m_basins.Add(LabelInit) : basin;
+    }
+
+    /// Pixels that are still open wait, and the label image says so.
+    void MaskRefused() {
+        for (std::int16_t z = 0; z < m_size[2]; ++z) {
+            for (std::int16_t y = 0; y < m_size[1]; ++y) {
+                for (std::int16_t x = 0; x < m_size[0]; ++x) {
+                    const StPixelPosition pixel{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
+                                                static_cast<std::uint16_t>(z)};
+                    if (m_states.IsOpen(pixel))
+                        Label(pixel) = LabelMask;
+                }
+            }
         }
     }
 
@@ -290,43 +373,13 @@ private:
         m_queue.PushBack(pixel);
     }
 
-    /// Takes the open neighbours of a pixel into the region, in the order of the table, and shows them to
-    /// `onFound`.
-    template <class OnFound>
-    void TakeOpenNeighbors(StPixelPosition pixel, const OnFound& onFound) {
-        for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1) {
-            const StPixelPosition neighbor = Neighbor(pixel, States::FirstSlot(open));
-            TakeIntoRegion(neighbor);
-            onFound(neighbor);
-        }
-    }
-
-    /// Floods the open pixels connected with the one in the queue by the current label. False if the
-    /// criterion refuses the region; its pixels are open again then.
-    template <class C>
-    bool FloodNewRegion(C& criterion) {
-        if constexpr (C::takesEveryMinimum) {
-            while (!m_queue.IsEmpty())
-                TakeOpenNeighbors(m_queue.PopFront(), [](StPixelPosition) {});
-            return true;
-        } else {
-            criterion.Reset(m_currentLevel);
-            const StPixelPosition first = m_queue.PopFront();
-            criterion.AddFirst(first);
-            bool isTaken = !criterion.RefusesAtOnce();
-            if (isTaken) {
-                m_queue.PushBack(first);
-                criterion.Reset(m_currentLevel); // what was added so far does not count
-                while (!m_queue.IsEmpty()) {
-                    const StPixelPosition pixel = m_queue.PopFront();
-                    criterion.Add(pixel);
-                    TakeOpenNeighbors(pixel, [&criterion](StPixelPosition found) { criterion.Add(found); });
-                }
-                isTaken = criterion.Holds();
-            }
-            if (!isTaken)
-                criterion.Undo([this](StPixelPosition pixel) { m_states.SetOpen(pixel); });
-            return isTaken;
+    /// Floods the open pixels connected with an open pixel by the current label.
+    void FloodNewRegion(StPixelPosition first) {
+        TakeIntoRegion(first);
+        while (!m_queue.IsEmpty()) {
+            const StPixelPosition pixel = m_queue.PopFront();
+            for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1)
+                TakeIntoRegion(Neighbor(pixel, States::FirstSlot(open)));
         }
     }
 
@@ -386,6 +439,8 @@ private:
     std::array<std::int64_t, States::slotCount> m_steps{}; // from a pixel to its neighbours, in bytes
     std::uint32_t m_currentLabel = 0;                      // the region made last
     std::uint32_t m_currentLevel = 0;
+    bool m_hasRefused = false; // the criterion, some pixel
+    CBasins m_basins;
     States m_states;
     CPixelQueue m_queue;
 };
