@@ -67,10 +67,7 @@ std::unique_ptr<CValueMap> DataOf(const Histogram& histogram) {
 
 } // namespace
 
-const std::string& GranulometryKey() {
-    static const std::string key = CQuillonHeaderTools::c_sTagFeatures + "/Granulometry";
-    return key;
-}
+std::string GranulometryKey() { return CQuillonHeaderTools::c_sTagFeatures + "/Granulometry"; }
 
 void CGranulometryPlugin::GetPluginSetup(CValueMap& setup) { contract::DescribePlugin(setup); }
 

@@ -9,7 +9,7 @@ namespace quillon {
 
 /// Where a granulometry lies among the attributes of an image: a map with the numbers of pixels by diameter
 /// below "data".
-const std::string& GranulometryKey();
+std::string GranulometryKey();
 
 /// "Granulometry": measures how much of a binary structure is covered by balls of each diameter. Leaves the
 /// sizes in the header of the image, or in that of a new image that shows them pixel by pixel. See

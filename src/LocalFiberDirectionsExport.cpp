@@ -44,10 +44,8 @@ const char* const g_entryType = "Entry type";
 // What every entry that makes a row has.
 const char* const g_tensor = "Orientation tensor";
 
-const std::string& MeasurementKey() {
-    static const std::string key =
-        CQuillonHeaderTools::c_sTagFeatures + "/" + CSubfieldFiberDirections::sFiberDirectionsId;
-    return key;
+std::string MeasurementKey() {
+    return CQuillonHeaderTools::c_sTagFeatures + "/" + CSubfieldFiberDirections::sFiberDirectionsId;
 }
 
 std::string FieldKey() { return MeasurementKey() + "/" + CSubfieldFiberDirections::sFieldFiberDirectionsId; }

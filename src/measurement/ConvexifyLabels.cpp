@@ -77,8 +77,7 @@ void CopyHeader(const CImage& input, CImage& view) {
 std::size_t GetLabelData(CImage& input, StLabelingData& data) {
     CImage view = PixelViewOf(input); // so that nothing is written to the header of the input
     CopyHeader(input, view);
-    static const std::string key =
-        CQuillonHeaderTools::c_sTagFeatures + "/" + CExtractorLabelData::KeyToLabelData();
+    const std::string key = CQuillonHeaderTools::c_sTagFeatures + "/" + CExtractorLabelData::KeyToLabelData();
     const CValueMap& attributes = input.Attributes();
     if (attributes.HasEntry(key, CValue::VAL_MAP)) {
         data.Set(*attributes.Entry(key, true)->Map());

@@ -7,6 +7,7 @@
 #include "segmentation/WatershedChecks.h"
 #include "segmentation/WatershedCriteria.h"
 #include "segmentation/WatershedLabels.h"
+#include "utils/JoinedText.h"
 
 #include <QuillonBase/IProgress.h>
 #include <QuillonBase/Neighborhoods.h>
@@ -18,7 +19,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace ORVEN {
@@ -57,7 +58,7 @@ public:
     template <class T, class C>
     std::uint32_t DoWatershed(IImage& output, const IImage& input, const IImage* seeds,
                               typename C::StParameters* parameters, IProgress& progress) {
-        CheckWatershedImages(Site(), N::dimension, output, input, seeds, m_size);
+        CheckWatershedImages(Site::c_str(), N::dimension, output, input, seeds, m_size);
         StLevels levels;
         if (progress.IsCancelled())
             return 0;
@@ -104,12 +105,12 @@ private:
         }
     };
 
+    static constexpr std::string_view siteBegin = "ORVEN::CWatershedTemplate<struct ORVEN::CNeighborhood";
+    static constexpr std::string_view siteDimension = N::dimension == 3 ? "3dDiff" : "2dDiff";
+    static constexpr std::string_view siteId = N::id;
+    static constexpr std::string_view siteEnd = ">::DoWatershed";
     /// The name under which the engine raises; contract wording.
-    static const char* Site() {
-        static const std::string site = "ORVEN::CWatershedTemplate<struct ORVEN::CNeighborhood" +
-                                        std::to_string(N::dimension) + "dDiff" + N::id + ">::DoWatershed";
-        return site.c_str();
-    }
+    using Site = Impl::CJoinedText<siteBegin, siteDimension, siteId, siteEnd>;
 
     void TakeLabels(IImage::IAccess& access, const CSize& size, bool isSeeded) {
         const CPos strides = access.Strides();

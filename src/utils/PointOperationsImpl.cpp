@@ -1,50 +1,52 @@
 #include "utils/PointOperationsImpl.h"
 
+#include "utils/JoinedText.h"
+
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2image/CImage.h>
 
 #include <algorithm>
 #include <iostream>
-#include <mutex>
-#include <set>
 #include <sstream>
+#include <string_view>
 
 namespace ORVEN::Impl {
 
 namespace {
 
+constexpr std::string_view g_constSuffix = " const";
+
 template <class T>
-std::string TypeText() {
-    if constexpr (std::is_const_v<T>)
-        return TypeText<std::remove_const_t<T>>() + " const";
-    else if constexpr (std::is_same_v<T, CImage>)
-        return "class ORVEN::CImage";
-    else if constexpr (std::is_same_v<T, IImage>)
-        return "class ORVEN::IImage";
-    else if constexpr (std::is_same_v<T, unsigned char>)
-        return "unsigned char";
-    else if constexpr (std::is_same_v<T, unsigned short>)
-        return "unsigned short";
-    else if constexpr (std::is_same_v<T, unsigned int>)
-        return "unsigned int";
-    else
-        return "float";
-}
+constexpr std::string_view g_typeText;
+template <class T>
+constexpr std::string_view g_typeText<const T> = CJoinedText<g_typeText<T>, g_constSuffix>::text;
+template <>
+constexpr std::string_view g_typeText<CImage> = "class ORVEN::CImage";
+template <>
+constexpr std::string_view g_typeText<IImage> = "class ORVEN::IImage";
+template <>
+constexpr std::string_view g_typeText<unsigned char> = "unsigned char";
+template <>
+constexpr std::string_view g_typeText<unsigned short> = "unsigned short";
+template <>
+constexpr std::string_view g_typeText<unsigned int> = "unsigned int";
+template <>
+constexpr std::string_view g_typeText<float> = "float";
 
-/// A copy that lives as long as the program, as a location wants its texts. There are few different ones.
-const char* Kept(const std::string& text) {
-    static std::mutex guard;
-    static std::set<std::string> texts;
-    const std::lock_guard lock(guard);
-    return texts.insert(text).first->c_str();
-}
+constexpr std::string_view g_extractor = "ORVEN::Impl::CImageDataExtractor<";
+constexpr std::string_view g_comma = ",";
+constexpr std::string_view g_scope = ">::";
+constexpr std::string_view g_initSize = "InitSize";
+constexpr std::string_view g_checkImageValidy = "CheckImageValidy";
+constexpr std::string_view g_setPixelTypeInfo = "SetPixelTypeInfo";
+constexpr std::string_view g_checkPixelType = "CheckPixelType";
+constexpr std::string_view g_checkImagesAgainst = "CheckImagesAgainst";
 
-template <class ImageClass, class PixelType>
-StExLocation Where(const char* operation,
-                   const std::source_location& where = std::source_location::current()) {
-    return Here(Kept("ORVEN::Impl::CImageDataExtractor<" + TypeText<ImageClass>() + "," +
-                     TypeText<PixelType>() + ">::" + operation),
+template <class ImageClass, class PixelType, const std::string_view& operation>
+StExLocation Where(const std::source_location& where = std::source_location::current()) {
+    return Here(CJoinedText<g_extractor, g_typeText<ImageClass>, g_comma, g_typeText<PixelType>, g_scope,
+                            operation>::c_str(),
                 where);
 }
 
@@ -95,7 +97,7 @@ template <class ImageClass, class PixelType>
 std::array<std::int64_t, 3> CImageDataExtractor<ImageClass, PixelType>::InitSize(const CSize& size) {
     if (size.Dim() < 1 || size.Dim() > 3) {
         // contract wording
-        throw CException(Where<ImageClass, PixelType>("InitSize"),
+        throw CException(Where<ImageClass, PixelType, g_initSize>(),
                          CString("Dim = %1 can not be handle by CImageDataExtractor.", CString::ENC_UTF8)
                              .Arg(size.Dim(), 0));
     }
@@ -109,7 +111,7 @@ template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::CheckImageValidy() const {
     if (dimension == 0 || dimension > 3) {
         // contract wording: these are no placeholders, so the text reaches the user unfilled
-        throw CException(Where<ImageClass, PixelType>("CheckImageValidy"),
+        throw CException(Where<ImageClass, PixelType, g_checkImageValidy>(),
                          CString("%s: image dimension '%d' not supported.", CString::ENC_UTF8)
                              .Arg(name)
                              .Arg(static_cast<char>(dimension)));
@@ -117,7 +119,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckImageValidy() const {
     if (isInterleaved) {
         // contract wording
         throw CException(
-            Where<ImageClass, PixelType>("CheckImageValidy"),
+            Where<ImageClass, PixelType, g_checkImageValidy>(),
             CString("%1: just non interleaved image types are supported.", CString::ENC_UTF8).Arg(name));
     }
 }
@@ -126,7 +128,7 @@ template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::SetPixelTypeInfo(const IImage& image) {
     if (!HoldsPixels<std::remove_const_t<PixelType>>(image.Type())) {
         // contract wording: the image type finds no placeholder, since %2 stands there twice
-        throw CException(Where<ImageClass, PixelType>("SetPixelTypeInfo"),
+        throw CException(Where<ImageClass, PixelType, g_setPixelTypeInfo>(),
                          CString("%1: Pixel type '%2' and image type '%2' do not match -- unregistered image "
                                  "type?.",
                                  CString::ENC_UTF8)
@@ -145,7 +147,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckPixelType() const {
         return;
     // contract wording
     throw CException(
-        Where<ImageClass, PixelType>("CheckPixelType"),
+        Where<ImageClass, PixelType, g_checkPixelType>(),
         CString("%1: supposed pixel type '%2' does not match to image pixel type '%3'.", CString::ENC_UTF8)
             .Arg(name)
             .Arg(pixelTypeInfo->name())
@@ -155,7 +157,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckPixelType() const {
 template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::CheckImagesAgainst(const StImageRecord& other) const {
     if (dimension != other.dimension) {
-        throw CException(Where<ImageClass, PixelType>("CheckImagesAgainst"),
+        throw CException(Where<ImageClass, PixelType, g_checkImagesAgainst>(),
                          CString("%1 and %2: image dimensions '%3' and '%4' do not match.", CString::ENC_UTF8)
                              .Arg(name)
                              .Arg(other.name)
@@ -163,7 +165,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckImagesAgainst(const StImag
                              .Arg(int{other.dimension}, 0));
     }
     if (sizeX != other.sizeX || sizeY != other.sizeY || sizeZ != other.sizeZ) {
-        throw CException(Where<ImageClass, PixelType>("CheckImagesAgainst"),
+        throw CException(Where<ImageClass, PixelType, g_checkImagesAgainst>(),
                          CString("%1 and %2: image sizes %3 and %4 do not match.", CString::ENC_UTF8)
                              .Arg(name)
                              .Arg(other.name)

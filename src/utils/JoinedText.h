@@ -1,0 +1,30 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace ORVEN::Impl {
+
+/// Texts put together by the compiler: the result lives as long as the program, which is what names of
+/// locations have to, and no thread waits for another to make it.
+template <const std::string_view&... parts>
+class CJoinedText {
+    static constexpr auto characters = [] {
+        std::array<char, (parts.size() + ... + 1)> joined{};
+        std::size_t end = 0;
+        const auto append = [&](std::string_view part) {
+            for (const char character : part)
+                joined[end++] = character;
+        };
+        (append(parts), ...);
+        return joined;
+    }();
+
+public:
+    static constexpr std::string_view text{characters.data(), characters.size() - 1};
+    /// The same, with a terminator.
+    static constexpr const char* c_str() { return characters.data(); }
+};
+
+} // namespace ORVEN::Impl
