@@ -167,8 +167,11 @@ public:
     CRunningSums(const StAxis& x, const StAxis& y)
         : m_y(y)
         , m_length(x.length)
-        , m_plane(static_cast<std::size_t>((y.length + 1) * CellsPerRow()))
-        , m_row(static_cast<std::size_t>(CellsPerRow())) {}
+        , m_plane(std::make_unique_for_overwrite<Cell[]>(
+              static_cast<std::size_t>((y.length + 1) * CellsPerRow())))
+        , m_row(static_cast<std::size_t>(CellsPerRow())) {
+        ClearPlaneRow(y.length);
+    }
 
     void ClearPlaneRow(std::int64_t y) { std::fill_n(PlaneRow(y), CellsPerRow(), Cell{}); }
 
@@ -194,12 +197,14 @@ public:
 private:
     [[nodiscard]] std::int64_t CellsPerRow() const { return m_length * Row::cellsPerPixel; }
     [[nodiscard]] Cell* PlaneRow(std::int64_t y) {
-        return m_plane.data() + (m_y.Contains(y) ? y : m_y.length) * CellsPerRow();
+        return m_plane.get() + (m_y.Contains(y) ? y : m_y.length) * CellsPerRow();
     }
 
     StAxis m_y;
     std::int64_t m_length;
-    std::vector<Cell> m_plane; ///< with an empty row at the end for those outside
+    /// With an empty row at the end for those outside. The others are cleared one by one as a chunk begins,
+    /// since clearing a whole plane can take long.
+    std::unique_ptr<Cell[]> m_plane;
     std::vector<Cell> m_row;
 };
 
@@ -508,23 +513,29 @@ private:
     std::optional<StGaps> m_gaps;
 };
 
-/// Moves the window over the planes of a chunk.
+/// Moves the window over the planes of a chunk. Asks at each row whether the job is cancelled, as one plane
+/// can take long.
 template <class T, class Thresholds>
-void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t chunk) {
+void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t chunk, CWorkerTurn& turn) {
     const StAxis& axisY = task.y;
     const StAxis& axisZ = task.z;
     const std::int64_t first = chunk * task.chunkDepth;
     const std::int64_t end = std::min(first + task.chunkDepth, axisZ.length);
-    for (std::int64_t z = first; z < end && !task.progress.IsCancelled(); ++z) {
+    for (std::int64_t z = first; z < end; ++z) {
         thresholds.ForEachSum([](auto& sums) { sums.ClearRow(); });
         // The first w steps fill the window along y.
         for (std::int64_t y = -axisY.w; y < axisY.length; ++y) {
+            if (turn.IsCancelled())
+                return;
             const std::int64_t enter = y + axisY.w;
             const std::int64_t leave = y - axisY.w - 1;
             if (axisY.Contains(enter) && z == first) {
                 thresholds.ForEachSum([=](auto& sums) { sums.ClearPlaneRow(enter); });
-                for (std::int64_t plane = axisZ.First(z); plane <= axisZ.Last(z); ++plane)
+                for (std::int64_t plane = axisZ.First(z); plane <= axisZ.Last(z); ++plane) {
+                    if (turn.IsCancelled())
+                        return;
                     thresholds.SlidePlaneRow(enter, task.InputRow(enter, plane), task.outside.data());
+                }
             } else if (axisY.Contains(enter)) {
                 thresholds.SlidePlaneRow(enter, task.InputRow(enter, z + axisZ.w),
                                          task.InputRow(enter, z - axisZ.w - 1));
@@ -538,10 +549,9 @@ void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t 
 
 template <class Thresholds, class T>
 void ThresholdImage(const StTask<T>& task) {
-    ParallelFor(task.ChunkCount(), task.progress, [&task] {
-        const auto thresholds = std::make_shared<Thresholds>(task);
-        return [&task, thresholds](std::int64_t chunk) {
-            Impl::RunFor(Impl::BestVectors(), [&] { ThresholdChunk(task, *thresholds, chunk); });
+    ParallelFor(task.ChunkCount(), task.progress, [&task](CWorkerTurn& turn) {
+        return [&task, &turn, thresholds = std::make_unique<Thresholds>(task)](std::int64_t chunk) {
+            Impl::RunFor(Impl::BestVectors(), [&] { ThresholdChunk(task, *thresholds, chunk, turn); });
         };
     });
 }
@@ -624,10 +634,10 @@ private:
 template <class T>
 bool Survey(StTask<T>& task) {
     std::vector<CStatistics<T>> planes(static_cast<std::size_t>(task.z.length));
-    const bool isDone = ParallelFor(task.z.length, task.progress, [&] {
+    const bool isDone = ParallelFor(task.z.length, task.progress, [&](CWorkerTurn& turn) {
         return [&](std::int64_t plane) {
             CStatistics<T> statistics;
-            for (std::int64_t y = 0; y < task.y.length; ++y)
+            for (std::int64_t y = 0; y < task.y.length && !turn.IsCancelled(); ++y)
                 statistics.AddRow(task.InputRow(y, plane), task.x.length);
             planes[static_cast<std::size_t>(plane)] = statistics;
         };

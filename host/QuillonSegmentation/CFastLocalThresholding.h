@@ -40,7 +40,8 @@ class CFastLocalThresholding : public CAlgorithm {
 public:
     CFastLocalThresholding(const char* name, const IObject* parent);
 
-    /// Fills all of `output`. A cancelled run leaves early, with the rest of the output as it was.
+    /// Fills all of `output`. Asks whether it is cancelled at each row; a cancelled run leaves early, with
+    /// the rest of the output as it was.
     ///
     /// Raises `CException` "Image type %1 not supported." for another input or output type, and `CExBadParam`
     /// "Output of size %1 does not fit the input of size %2." or "Unknown thresholding method %1.".
