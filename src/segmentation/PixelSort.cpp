@@ -26,19 +26,23 @@ template <class Sorter>
 std::uint32_t CountAndSort(auto& counting, const std::vector<std::size_t>& bins, const auto& seededPixelCount,
                            const visitors::StSortedPixels& sorted, const IImage& image,
                            const auto&... seeds) {
-    CPointOperations(nullptr, nullptr).Visit(counting, image, seeds...);
-    const std::size_t pixelCount = std::accumulate(bins.begin(), bins.end(), std::size_t{0});
-    if (pixelCount + seededPixelCount() != static_cast<std::size_t>(image.Size().PixelCount())) {
-        // Cancelled. A sink may have forgotten that by the second pass, which would then find pixels that
-        // have no place.
+    // What a cancelled step leaves must not be used, even if the sink has forgotten by the next question.
+    const auto giveUp = [&sorted] {
         sorted.x.clear();
         sorted.y.clear();
         sorted.z.clear();
         sorted.levelStarts.clear();
-        return 0;
-    }
+        return 0U;
+    };
+    CPointOperations(nullptr, nullptr).Visit(counting, image, seeds...);
+    const std::size_t pixelCount = std::accumulate(bins.begin(), bins.end(), std::size_t{0});
+    if (pixelCount + seededPixelCount() != static_cast<std::size_t>(image.Size().PixelCount()))
+        return giveUp(); // the second pass would find pixels that have no place
     Sorter sorting(pixelCount, bins, sorted);
-    CPointOperations(nullptr, nullptr).template Visit<2>(sorting, image, seeds...);
+    const CPointOperations pass(nullptr, nullptr);
+    pass.template Visit<2>(sorting, image, seeds...);
+    if (!sorting.Finish(image.Size().x, pass.Progress()))
+        return giveUp();
     return static_cast<std::uint32_t>(sorted.levelStarts.size() - 1);
 }
 

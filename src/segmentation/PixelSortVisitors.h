@@ -109,6 +109,9 @@ struct CDistributivePixelSortByHistogram : StVisitor<const T> {
 
     void operator()(T pixel, std::int64_t x, std::int64_t y, std::int64_t z) { Place(BinOf(pixel), x, y, z); }
 
+    /// What is left to do after the pass; false if cancelled in it.
+    bool Finish(std::int64_t /*lineLength*/, IProgress& /*progress*/) const { return true; }
+
     std::size_t pixelCount;
     const std::vector<std::size_t>& counts;
     StSortedPixels sorted;
@@ -141,12 +144,11 @@ struct CDistributivePixelSortByValueCount : CDistributivePixelSortByHistogram<T,
         trailingHalves[this->Place(BinOf(pixel), x, y, z)] = static_cast<std::uint16_t>(OrderedKey(pixel));
     }
 
-    void postprocess() {
+    bool Finish(std::int64_t lineLength, IProgress& progress) const {
         // A cancelled pass has not filled the bins, and nobody will look at the levels.
-        if (std::equal(this->nextPlaces.begin(), this->nextPlaces.end(),
-                       this->sorted.levelStarts.begin() + 1))
-            RefineLevels(this->sorted, trailingHalves);
-        trailingHalves = {};
+        const bool isFilled = std::equal(this->nextPlaces.begin(), this->nextPlaces.end(),
+                                         this->sorted.levelStarts.begin() + 1);
+        return !isFilled || RefineLevels(this->sorted, trailingHalves, lineLength, progress);
     }
 
     std::vector<std::uint16_t> trailingHalves; ///< by place

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QuillonBase/IProgress.h>
+
 #include <cstdint>
 #include <vector>
 
@@ -18,12 +20,16 @@ struct StSortedPixels {
 } // namespace visitors
 
 /// Finishes the sort of pixels whose levels hold the leading halves of their keys: each level is sorted by
-/// the trailing halves, which stand in `trailingHalves` by place, and cut into one level a value; empty
-/// levels go. Pixels of one value keep their order.
+/// the trailing halves, which are given in `trailingHalves` by place, and split into one level per value;
+/// empty levels are removed. Pixels of one value keep their order.
+///
+/// Asks `progress` whether it is cancelled once per `lineLength` pixels of each of its passes, as a traversal
+/// of lines of that length would. Returns false if cancelled; the pixels are then partly sorted.
 ///
 /// Time linear in the pixels, by two counting passes of eight bits over each level, which fits the cache as a
 /// rule (H. H. Seward, *Information sorting in the application of electronic digital computers to business
 /// operations*, 1954). Memory: 16 bytes a pixel of the largest level.
-void RefineLevels(const visitors::StSortedPixels& sorted, const std::vector<std::uint16_t>& trailingHalves);
+bool RefineLevels(const visitors::StSortedPixels& sorted, const std::vector<std::uint16_t>& trailingHalves,
+                  std::int64_t lineLength, IProgress& progress);
 
 } // namespace ORVEN

@@ -481,3 +481,44 @@ TEST(PixelSort, CancelledSortHasListsOfFullLengthPartlyFilled) {
     EXPECT_EQ(sorted.x, (std::vector<std::uint16_t>{0, 1, 2, 0, 0, 0}));
     EXPECT_EQ(sorted.y, std::vector<std::uint16_t>(6, 0));
 }
+
+/// A volume of floats that all share the bin of one leading half, and differ in the trailing ones.
+std::unique_ptr<CImage> FloatsOfOneBin(const CSize& size) {
+    std::mt19937 random(11);
+    return test::RandomImage<float>(IMAGE_GREY_F, size, random, 1.0, 1.007);
+}
+
+TEST(PixelSort, AsksAtEachLineOfAllItsPassesThoughAllPixelsShareABin) {
+    constexpr std::int64_t lines = 30 * 20;
+    constexpr std::int64_t questionsOfATraversal = lines + 20 + 1;
+    // The bin is gathered, counted and dealt out twice, and put back.
+    constexpr std::int64_t passes = 6;
+    const CSize size(10, 30, 20);
+    const auto seeds = test::ImageOf<unsigned char>(IMAGE_GREY_8, size, {1});
+    for (const auto& image : {FloatsOfOneBin(size), std::make_unique<CImage>(IMAGE_GREY_F, size, CSize())}) {
+        HostProgress host;
+        const CapturedOutput silence;
+        const Sorted sorted = SortedPixels<float, 3>(*image);
+        EXPECT_EQ(host.questions, 2 * questionsOfATraversal + passes * lines);
+        host.questions = 0;
+        SortedPixels<float, 3>(*image, *seeds);
+        EXPECT_EQ(host.questions, 2 * questionsOfATraversal + passes * lines);
+    }
+}
+
+TEST(PixelSort, CancelledWhileItSortsABinItHandsOutNothing) {
+    const auto image = FloatsOfOneBin(CSize(4, 5, 3));
+    constexpr int questionsOfTheTraversals = 2 * (3 * (5 + 1) + 1);
+    constexpr int questionsOfTheBin = 6 * 15;
+    for (int question = 0; question < questionsOfTheBin; ++question) {
+        for (const bool stays : {true, false}) {
+            HostProgress host;
+            host.cancelAt = questionsOfTheTraversals + question;
+            host.staysCancelled = stays;
+            const CapturedOutput silence;
+            const Sorted sorted = SortedPixels<float, 3>(*image);
+            EXPECT_EQ(sorted.levels, 0U) << question;
+            EXPECT_TRUE(sorted.x.empty() && sorted.levelStarts.empty()) << question;
+        }
+    }
+}
