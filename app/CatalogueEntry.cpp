@@ -162,6 +162,16 @@ StAcceptedImages ParseImages(const json& object, const std::string& place) {
     return images;
 }
 
+EnCancel CancelOfWord(const std::string& word, const CMemberReader& reader) {
+    if (word == "anywhere")
+        return CANCEL_ANYWHERE;
+    if (word == "partly")
+        return CANCEL_PARTLY;
+    if (word != "nowhere")
+        reader.Fail("'cancel' is none of anywhere, partly, nowhere");
+    return CANCEL_NOWHERE;
+}
+
 } // namespace
 
 StCatalogueEntry ParseCatalogueEntry(std::string_view text) {
@@ -176,6 +186,7 @@ StCatalogueEntry ParseCatalogueEntry(std::string_view text) {
     entry.parameters = ParseParameters(reader.Get<json>("parameters"), entry.name + ": parameters");
     entry.settings = ParseParameters(reader.Get<json>("settings"), entry.name + ": settings");
     entry.opensDialogs = reader.Get<bool>("dialogs");
+    entry.cancel = CancelOfWord(reader.Get<std::string>("cancel"), reader);
     entry.documentsOut = reader.Get<int>("documentsOut");
     reader.RefuseOthers();
     if (entry.title.empty() || entry.summary.empty() || entry.summary.find('\n') != std::string::npos)

@@ -34,6 +34,13 @@ struct StAcceptedImages {
     std::string note;               ///< what else is asked of an image
 };
 
+/// Where a run of a plug-in can be cancelled.
+enum EnCancel {
+    CANCEL_ANYWHERE,
+    CANCEL_PARTLY, ///< some parts of the work, or some modes, do not ask for it
+    CANCEL_NOWHERE
+};
+
 /// What the host knows about one plug-in.
 struct StCatalogueEntry {
     std::string name;
@@ -43,6 +50,7 @@ struct StCatalogueEntry {
     std::vector<StCatalogueParameter> parameters;
     std::vector<StCatalogueParameter> settings; ///< for `Configure`
     bool opensDialogs = false;
+    EnCancel cancel = CANCEL_NOWHERE;
     int documentsOut = 0; ///< at most; 0 for a plug-in that only measures, shows or exports
     nlohmann::ordered_json source;
 };

@@ -83,6 +83,9 @@ void Describe(const std::string& name, bool asJson) {
     std::printf("Delivers: %s\n", entry->documentsOut == 0   ? "no new image"
                                   : entry->documentsOut == 1 ? "a new image"
                                                              : "several new images");
+    std::printf("Can be cancelled: %s\n", entry->cancel == CANCEL_ANYWHERE ? "yes"
+                                          : entry->cancel == CANCEL_PARTLY ? "in parts of its work"
+                                                                           : "no");
     if (entry->opensDialogs)
         std::printf("Opens dialogs or message boxes.\n");
     PrintTable("PARAMETER", entry->parameters);

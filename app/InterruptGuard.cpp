@@ -8,6 +8,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <utility>
 
 namespace app {
 
@@ -15,11 +18,26 @@ namespace {
 
 std::atomic<bool> g_isGuarded{false};
 std::atomic<bool> g_isRequested{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait");
+// Set before `g_isGuarded`, and not changed until it is reset.
+std::atomic<const char*> g_notice{nullptr};
+std::atomic<std::size_t> g_noticeLength{0};
+std::atomic<int> g_noticeDescriptor{-1};
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<const char*>::is_always_lock_free &&
+                  std::atomic<std::size_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
+              "a signal handler must not wait");
+
+/// Only with what a signal handler may call.
+void WriteNotice() {
+    const int before = errno;
+    [[maybe_unused]] const ssize_t written = write(g_noticeDescriptor, g_notice, g_noticeLength);
+    errno = before;
+}
 
 void OnEndingSignal(int /*signal*/) {
-    if (g_isGuarded && !g_isRequested.exchange(true))
+    if (g_isGuarded && !g_isRequested.exchange(true)) {
+        WriteNotice();
         return;
+    }
     AbandonUnfinishedFiles();
     _exit(STATUS_CANCELLED);
 }
@@ -42,7 +60,11 @@ void HandleInterrupts() {
     signal(SIGXFSZ, SIG_IGN);
 }
 
-CInterruptGuard::CInterruptGuard() {
+CInterruptGuard::CInterruptGuard(std::string notice, int descriptor)
+    : m_notice(std::move(notice)) {
+    g_notice = m_notice.data();
+    g_noticeLength = m_notice.size();
+    g_noticeDescriptor = descriptor;
     g_isRequested = false;
     g_isGuarded = true;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace app {
 
 /// Makes Ctrl-C, SIGTERM and SIGHUP end the program at once with the status for "cancelled", leaving no
@@ -12,7 +14,8 @@ void HandleInterrupts();
 /// the program at once. One guard at a time.
 class CInterruptGuard {
 public:
-    CInterruptGuard();
+    /// At the first Ctrl-C, `notice` is written to the file descriptor.
+    explicit CInterruptGuard(std::string notice = {}, int descriptor = -1);
     CInterruptGuard(const CInterruptGuard&) = delete;
     CInterruptGuard& operator=(const CInterruptGuard&) = delete;
     ~CInterruptGuard();
@@ -20,6 +23,9 @@ public:
     /// Whether Ctrl-C has been pressed, or another of the signals has come, under this guard. Any thread may
     /// ask.
     [[nodiscard]] static bool IsRequested();
+
+private:
+    const std::string m_notice;
 };
 
 } // namespace app

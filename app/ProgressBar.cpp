@@ -16,7 +16,6 @@ constexpr std::chrono::milliseconds drawingInterval{100};
 /// Phases that a plug-in never finishes must not pile up.
 constexpr std::size_t deepestNesting = 16;
 constexpr std::size_t longestText = 40;
-constexpr const char* wipeLine = "\r\033[K";
 
 /// The text as it can stand on one line of a terminal: not too long, and without control characters.
 std::string ForTerminal(const char* text) {

@@ -21,6 +21,9 @@ class CProgressBar : public ORVEN::IProgress {
 public:
     using Clock = std::chrono::steady_clock;
 
+    /// What takes the line off a terminal.
+    static constexpr const char* wipeLine = "\r\033[K";
+
     /// Draws on the file descriptor; -1 draws nothing. The clock is for tests.
     explicit CProgressBar(int descriptor, std::function<Clock::time_point()> now = Clock::now);
     CProgressBar(const CProgressBar&) = delete;

@@ -52,8 +52,22 @@ const StCatalogueEntry* FindPlugin(const std::string& name, const CPackLibrary& 
     return entry;
 }
 
+/// What to say when Ctrl-C may have no effect: a plug-in that does not ask for it would leave a person
+/// waiting without a word. Nothing for a plug-in that can be cancelled anywhere, or that the catalogue does
+/// not know.
+std::string CancelNotice(const StCatalogueEntry* entry, bool isTerminal) {
+    if (entry == nullptr || entry->cancel == CANCEL_ANYWHERE)
+        return "";
+    // On a terminal the notice takes the line of the progress bar.
+    return (isTerminal ? CProgressBar::wipeLine : "") + ("quillon: " + entry->name) +
+           (entry->cancel == CANCEL_PARTLY ? " cannot be cancelled in all parts of its work; if it goes on, a"
+                                           : " cannot be cancelled; a") +
+           " second Ctrl-C ends the program at once\n";
+}
+
 /// Runs the plug-in with dialogs answered, output kept and progress shown.
-StRunRecord Execute(const StRunOptions& options, const CPackLibrary& pack, StRunInputs& inputs) {
+StRunRecord Execute(const StRunOptions& options, const StCatalogueEntry* entry, const CPackLibrary& pack,
+                    StRunInputs& inputs) {
     StRunRecord record;
     record.plugin = options.plugin;
     record.image = options.image;
@@ -64,8 +78,9 @@ StRunRecord Execute(const StRunOptions& options, const CPackLibrary& pack, StRun
     COutputCapture capture;
     const int terminal = capture.RealStandardError();
     {
-        const CInterruptGuard interrupts;
-        CProgressBar bar(!options.isQuiet && isatty(terminal) != 0 ? terminal : -1);
+        const bool isTerminal = isatty(terminal) != 0;
+        const CInterruptGuard interrupts(CancelNotice(entry, isTerminal), terminal);
+        CProgressBar bar(!options.isQuiet && isTerminal ? terminal : -1);
         const CHostSinkGuard sink(&bar);
         const std::unique_ptr<CPluginBase> plugin = pack.Create(options.plugin);
         const std::unique_ptr<CValueMap> settings = inputs.settings.Take();
@@ -204,7 +219,7 @@ void RunPlugin(const StRunOptions& options) {
     const CValueMap attributesBefore(image.Attributes());
 
     CPickedFile pickedFile(options.file, inputs.answers);
-    StRunRecord record = Execute(options, pack, inputs);
+    StRunRecord record = Execute(options, entry, pack, inputs);
     std::optional<CCommandError> end;
     const bool hasResults = HasResults(record, options);
     KeepFirstError(end, [&] { pickedFile.Settle(record, hasResults); });

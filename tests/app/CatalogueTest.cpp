@@ -21,7 +21,7 @@ nlohmann::json SoundEntry() {
              "minimum": 0, "maximum": 9, "unit": "pixels"},
             {"key": "word", "kind": "string", "meaning": "some word", "choices": ["x", "y"]}
         ],
-        "settings": [], "dialogs": false, "documentsOut": 1})");
+        "settings": [], "dialogs": false, "cancel": "partly", "documentsOut": 1})");
 }
 
 StCatalogueEntry Parse(const nlohmann::json& entry) { return ParseCatalogueEntry(entry.dump()); }
@@ -81,6 +81,7 @@ TEST(CatalogueEntry, HoldsWhatTheTextSays) {
     EXPECT_EQ(entry.images.minimumExtent, 4);
     EXPECT_EQ(entry.documentsOut, 1);
     EXPECT_FALSE(entry.opensDialogs);
+    EXPECT_EQ(entry.cancel, CANCEL_PARTLY);
     ASSERT_EQ(entry.parameters.size(), 2u);
     EXPECT_EQ(entry.parameters[0].unit, "pixels");
     EXPECT_TRUE(entry.parameters[0].isAlwaysSent);
@@ -112,8 +113,8 @@ TEST(CatalogueEntry, RefusesUnknownMembersAtEachLevel) {
 }
 
 TEST(CatalogueEntry, RefusesAMissingMember) {
-    for (const char* member :
-         {"name", "title", "summary", "images", "parameters", "settings", "dialogs", "documentsOut"}) {
+    for (const char* member : {"name", "title", "summary", "images", "parameters", "settings", "dialogs",
+                               "cancel", "documentsOut"}) {
         auto entry = SoundEntry();
         entry.erase(member);
         EXPECT_NE(Complaint(entry).find("lacks '" + std::string(member) + "'"), std::string::npos) << member;
@@ -127,6 +128,9 @@ TEST(CatalogueEntry, RefusesMembersOfTheWrongKind) {
     entry = SoundEntry();
     entry["documentsOut"] = 1.5;
     EXPECT_EQ(Complaint(entry), "catalogue: Thing: 'documentsOut' is of the wrong kind");
+    entry = SoundEntry();
+    entry["cancel"] = "sometimes";
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: 'cancel' is none of anywhere, partly, nowhere");
     entry = SoundEntry();
     entry["images"]["types"] = {"grey9"};
     EXPECT_EQ(Complaint(entry), "catalogue: Thing: images: knows no pixel type 'grey9'");

@@ -84,9 +84,19 @@ TEST(DescribeCommand, TellsImagesAndParameters) {
         EXPECT_TRUE(Contains(end.out, words)) << words << "\nnot in\n" << end.out;
 }
 
+TEST(DescribeCommand, TellsWhetherARunCanBeCancelled) {
+    for (const auto& [plugin, words] :
+         {std::pair{"GaussFilter", "yes"}, std::pair{"LinearDt", "in parts of its work"},
+          std::pair{"LocalEulerNumber", "no"}}) {
+        const std::string line = std::string("Can be cancelled: ") + words + "\n";
+        EXPECT_TRUE(Contains(test::Quillon({"describe", plugin}).out, line)) << plugin;
+    }
+}
+
 TEST(DescribeCommand, TellsTheCatalogueEntryAsJson) {
     const json entry = json::parse(test::Quillon({"describe", "SegmNiblack", "--json"}).out);
     EXPECT_EQ(entry["name"], "SegmNiblack");
+    EXPECT_EQ(entry["cancel"], "partly");
     ASSERT_EQ(entry["parameters"].size(), 3u);
     EXPECT_EQ(entry["parameters"][1]["default"], 5);
 }

@@ -482,3 +482,29 @@ TEST_F(RunCommand, EndsAtOnceAfterASecondCtrlC) {
     close(notices);
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"fifo", "in.nrrd"}));
 }
+
+TEST_F(RunCommand, SaysAfterCtrlCThatOnlyASecondOneEndsWhatCannotBeCancelled) {
+    const std::string fifo = folder / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const auto& [plugin, notice] :
+         {std::pair{"GaussFilter", ""},
+          std::pair{"LinearDt",
+                    "quillon: LinearDt cannot be cancelled in all parts of its work; if it goes on, a "
+                    "second Ctrl-C ends the program at once\n"},
+          std::pair{"LocalEulerNumber",
+                    "quillon: LocalEulerNumber cannot be cancelled; a second Ctrl-C ends the program at "
+                    "once\n"}}) {
+        test::CCommandLine program(Words(plugin, {"-p", "notices:string=" + fifo, "-p", "stubborn:bool=true",
+                                                  "-o", folder / "a.nrrd"}),
+                                   {std::string("TEST_PACK_SLOW=") + plugin});
+        const int notices = open(fifo.c_str(), O_RDONLY);
+        EXPECT_EQ(Notice(notices), 'r');
+        program.Interrupt();
+        EXPECT_EQ(Notice(notices), 'c'); // and goes on
+        program.Interrupt();
+        const test::StEnd end = program.Wait();
+        close(notices);
+        EXPECT_EQ(end.status, 130);
+        EXPECT_EQ(end.err, notice);
+    }
+}

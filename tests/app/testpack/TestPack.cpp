@@ -22,6 +22,7 @@
 #include <QVBoxLayout>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <new>
@@ -242,7 +243,9 @@ extern "C" [[gnu::visibility("default")]] void* CreatePluginInstanceEx(const cha
         return new CRaise;
     if (wanted == "Measure")
         return new CMeasure;
-    if (wanted == "Slow")
+    // Under any other name that is asked for, as what the catalogue says of it matters to Ctrl-C.
+    const char* const slow = std::getenv("TEST_PACK_SLOW");
+    if (wanted == "Slow" || (slow != nullptr && wanted == slow))
         return new CSlow;
     if (wanted == "Dialog")
         return new CDialog;

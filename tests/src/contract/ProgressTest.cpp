@@ -1,5 +1,6 @@
 // From where plug-ins report progress, and where they ask whether to go on.
 
+#include "Catalogue.h"
 #include "src/contract/PluginTable.h"
 #include "support/QtTest.h"
 
@@ -140,6 +141,8 @@ struct StQuestions {
     /// How many traversals there are, and how many questions beside them.
     std::int64_t traversals;
     std::int64_t others;
+    /// The work that goes on without a question, however long it takes; null for none.
+    const char* unaskedWork;
     /// What is unlike the normal run.
     void (*prepare)(CPackHost&) = nullptr;
 
@@ -160,25 +163,25 @@ void SetOtherMethod(CPackHost& host) { host.Set("method", new CValueString(CStri
 constexpr std::int64_t c_flood = 3 + 256 + 1;
 
 constexpr StQuestions c_questions[] = {
-    // Copy, and the objects get their labels back; the loop over the objects asks nothing.
-    {"ConvexifyObjects", "ConvexifyObjects", 2, 0},
-    {"ConvexifyObjectsOverAll", "ConvexifyObjects", 1, 0, SetOtherMethod},
-    {"FieldFeaturesGrayValueImage", "FieldFeaturesGrayValueImage", 0, 0},
-    {"GranulometryExport", "GranulometryExport", 0, 0},
-    // Seeds, scaling, root and extremes; the loop over the lines asks nothing.
-    {"LinearDt", "LinearDt", 4, 0},
-    {"LinearDtSquared", "LinearDt", 3, 0, UseSquares},
-    {"LocalEulerNumber", "LocalEulerNumber", 0, 0},
-    {"LocalFiberDirectionsDialog", "LocalFiberDirectionsDialog", 0, 0},
-    {"LocalFiberDirectionsExport", "LocalFiberDirectionsExport", 0, 0},
-    // The copy; the scan asks nothing.
-    {"MarkSimplePoints", "MarkSimplePoints", 1, 0},
-    {"PointwiseRelation", "PointwiseRelation", 1, 0},
-    {"SegmNiblackOlder", "SegmNiblack", 0, 0, UseOlderImplementation},
-    {"SegmSauvolaOlder", "SegmSauvola", 0, 0, UseOlderImplementation},
+    // Copy, and the objects get their labels back.
+    {"ConvexifyObjects", "ConvexifyObjects", 2, 0, "the loop over the objects"},
+    {"ConvexifyObjectsOverAll", "ConvexifyObjects", 1, 0, "the loop over the objects", SetOtherMethod},
+    {"FieldFeaturesGrayValueImage", "FieldFeaturesGrayValueImage", 0, 0, "all"},
+    {"GranulometryExport", "GranulometryExport", 0, 0, "all"},
+    // Seeds, scaling, root and extremes.
+    {"LinearDt", "LinearDt", 4, 0, "the loop over the lines"},
+    {"LinearDtSquared", "LinearDt", 3, 0, "the loop over the lines", UseSquares},
+    {"LocalEulerNumber", "LocalEulerNumber", 0, 0, "all"},
+    {"LocalFiberDirectionsDialog", "LocalFiberDirectionsDialog", 0, 0, "all"},
+    {"LocalFiberDirectionsExport", "LocalFiberDirectionsExport", 0, 0, "all"},
+    // The copy.
+    {"MarkSimplePoints", "MarkSimplePoints", 1, 0, "the scan"},
+    {"PointwiseRelation", "PointwiseRelation", 1, 0, nullptr},
+    {"SegmNiblackOlder", "SegmNiblack", 0, 0, "all of the older implementation", UseOlderImplementation},
+    {"SegmSauvolaOlder", "SegmSauvola", 0, 0, "all of the older implementation", UseOlderImplementation},
     // Labels, counting, sorting and narrowing.
-    {"Watershed", "Watershed", 4, c_flood},
-    {"WatershedPreflood", "Watershed", 4, c_flood, Preflood},
+    {"Watershed", "Watershed", 4, c_flood, "the flood within a level"},
+    {"WatershedPreflood", "Watershed", 4, c_flood, "the flood within a level", Preflood},
 };
 
 class PluginQuestions : public testing::TestWithParam<StQuestions> {};
@@ -222,6 +225,39 @@ TEST(PluginQuestionsOfTheWatershed, AreOnePerValueBeyond16Bits) {
         EXPECT_GE(constant, 4 * QuestionsOfATraversal(size) + 3 + 1 + 1);
         EXPECT_GT(questionsOf(false), constant);
     }
+}
+
+// --- what the catalogue of the program says about it
+
+/// Whether the table above knows work of the plug-in that asks nothing.
+bool HasUnaskedWork(const std::string& plugin) {
+    return std::ranges::any_of(c_questions, [&](const StQuestions& questions) {
+        return questions.plugin == plugin && questions.unaskedWork != nullptr;
+    });
+}
+
+TEST_P(PluginProgress, IsAskedAboutWhereTheCatalogueSaysThatARunCanBeCancelled) {
+    const auto* entry = app::CCatalogue::Embedded().Find(GetParam()->name);
+    ASSERT_NE(entry, nullptr);
+    SetThreadCount(1);
+    const auto questionsOf = [&](std::int64_t cancelAt) {
+        CStrictSink sink;
+        sink.cancelAt = cancelAt;
+        try {
+            m_run.Run();
+        } catch (const CException&) {
+        }
+        return sink.questions.load();
+    };
+    const std::int64_t questions = questionsOf(INT64_MAX);
+    if (entry->cancel == app::CANCEL_NOWHERE) {
+        EXPECT_EQ(questions, 0);
+        return;
+    }
+    EXPECT_EQ(entry->cancel == app::CANCEL_PARTLY, HasUnaskedWork(entry->name));
+    EXPECT_GT(questions, 40);
+    // The work ends with the answer, and with it the questions.
+    EXPECT_LT(questionsOf(questions / 4), questions / 2);
 }
 
 } // namespace
