@@ -11,10 +11,10 @@ namespace ORVEN {
 /// Paces the questions whether to go on: a kernel reports its work as it goes along, and once enough has come
 /// together the pace asks.
 ///
-/// Work is counted in units of about a nanosecond: a step of a scalar loop, or a few pixels of a vectorised
-/// one. Units need not be exact. A question comes at least every `c_workPerQuestion` of them, which leaves a
-/// margin of ten to the 20 ms after which a user would notice. Work that is reported in one go should be well
-/// below a million units.
+/// A unit of work is a step of a scalar loop, about a nanosecond. Vectorised loops count as if they were not,
+/// which asks a little more often than needed. Units need not be exact: a question comes at least every
+/// `c_workPerQuestion` of them, far within the 20 ms after which a user would notice. Work that is reported
+/// in one go should be no more than a few million.
 class CWorkPace {
 public:
     static constexpr std::int64_t c_workPerQuestion = 1 << 20;
@@ -56,6 +56,21 @@ bool ForEachPiece(std::int64_t count, std::int64_t unitsEach, CWorkPace& pace, c
         body(first, end);
         if (pace.Add((end - first) * unitsEach))
             return false;
+    }
+    return !pace.IsCancelled();
+}
+
+/// Calls `body(y, z, firstX, endX)` for pieces of all rows of a view of an image, on this thread, and asks in
+/// between: for images whose rows can be of any length. A pixel is `unitsEach` of work. Returns false if
+/// cancelled.
+template <class View, class Body>
+bool ForEachRowPiece(const View& view, std::int64_t unitsEach, CWorkPace& pace, const Body& body) {
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y) {
+            const auto piece = [&](std::int64_t firstX, std::int64_t endX) { body(y, z, firstX, endX); };
+            if (!ForEachPiece(view.nx, unitsEach, pace, piece))
+                return false;
+        }
     }
     return !pace.IsCancelled();
 }

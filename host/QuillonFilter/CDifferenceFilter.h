@@ -16,19 +16,23 @@ public:
     CDifferenceFilter(int order, std::int64_t length)
         : m_differences(order, length) {}
 
-    const double* operator()(const StLineBlock& block, std::int64_t lanes) const {
+    const double* operator()(const StLineBlock& block, std::int64_t lanes, CWorkPace& pace) const {
         const std::int64_t first = m_differences.FirstCentral();
         const std::int64_t end = m_differences.EndCentral();
         for (std::int64_t pixel = 0; pixel < first; ++pixel)
             Sum(block, pixel, lanes);
         const std::size_t windowSize = first < end ? m_differences.WindowAt(first).weights.size() : 0;
-        if (windowSize == 3)
-            SumCentral(block, lanes, std::make_index_sequence<3>());
-        else if (windowSize == 5)
-            SumCentral(block, lanes, std::make_index_sequence<5>());
-        else
-            for (std::int64_t pixel = first; pixel < end; ++pixel)
-                Sum(block, pixel, lanes);
+        const std::int64_t unitsOfPixel =
+            static_cast<std::int64_t>(windowSize + 1) * c_unitsPerFilter * c_lanes;
+        ForEachPiece(end - first, unitsOfPixel, pace, [&](std::int64_t pieceBegin, std::int64_t pieceEnd) {
+            if (windowSize == 3)
+                SumCentral(block, first + pieceBegin, first + pieceEnd, lanes, std::make_index_sequence<3>());
+            else if (windowSize == 5)
+                SumCentral(block, first + pieceBegin, first + pieceEnd, lanes, std::make_index_sequence<5>());
+            else
+                for (std::int64_t pixel = first + pieceBegin; pixel < first + pieceEnd; ++pixel)
+                    Sum(block, pixel, lanes);
+        });
         for (std::int64_t pixel = end; pixel < block.length; ++pixel)
             Sum(block, pixel, lanes);
         return block.results;
@@ -48,14 +52,15 @@ private:
         }
     }
 
-    /// The same for all pixels whose window is centred, with the terms of a sum side by side. They are added
-    /// from left to right as above.
+    /// The same for pixels whose window is centred, with the terms of a sum side by side. They are added from
+    /// left to right as above.
     template <std::size_t... term>
-    void SumCentral(const StLineBlock& block, std::int64_t lanes, std::index_sequence<term...>) const {
-        const auto [first, span] = m_differences.WindowAt(m_differences.FirstCentral());
+    void SumCentral(const StLineBlock& block, std::int64_t begin, std::int64_t end, std::int64_t lanes,
+                    std::index_sequence<term...>) const {
+        const auto [first, span] = m_differences.WindowAt(begin);
         const std::array weights{span[term]...};
         const double* values = block.values + first * c_lanes;
-        for (std::int64_t pixel = m_differences.FirstCentral(); pixel < m_differences.EndCentral(); ++pixel) {
+        for (std::int64_t pixel = begin; pixel < end; ++pixel) {
             double* __restrict const sums = block.results + pixel * c_lanes;
             for (std::int64_t lane = 0; lane < lanes; ++lane)
                 sums[lane] =

@@ -20,14 +20,17 @@ constexpr const char* c_derivative = "ORVEN::CPartialDerivatives::Derivative";
 
 constexpr int c_greatestOrder = 32;
 
-void Fill(const CImageView<float>& view, float value) {
-    for (std::int64_t z = 0; z < view.nz; ++z) {
-        for (std::int64_t y = 0; y < view.ny; ++y)
-            std::fill_n(view.Row(y, z), view.nx, value);
-    }
+/// False if cancelled.
+bool Fill(const CImageView<float>& view, float value, IProgress& progress) {
+    CWorkPace pace(progress);
+    return ForEachRowPiece(view, 1, pace,
+                           [&](std::int64_t y, std::int64_t z, std::int64_t firstX, std::int64_t endX) {
+                               std::fill(view.Row(y, z) + firstX, view.Row(y, z) + endX, value);
+                           });
 }
 
-void Derive(IImage& image, const Orders& orders, IProgress& progress) {
+/// False if cancelled.
+bool Derive(IImage& image, const Orders& orders, IProgress& progress) {
     const CImageView<const float> source(image);
     const CImageView<float> result(image);
     const std::array<std::int64_t, 3> extents{result.nx, result.ny, result.nz};
@@ -35,24 +38,25 @@ void Derive(IImage& image, const Orders& orders, IProgress& progress) {
     std::array<const Impl::CDifferenceFilter*, 3> wanted{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         if (extents[axis] <= orders[axis])
-            return Fill(result, 0.0F);
+            return Fill(result, 0.0F, progress);
         if (orders[axis] > 0)
             wanted[axis] = &filters[axis].emplace(orders[axis], extents[axis]);
     }
-    Impl::FilterLines<float, Impl::CDifferenceFilter>(source, result, wanted, progress, "Partial derivative");
+    return Impl::FilterLines<float, Impl::CDifferenceFilter>(source, result, wanted, progress,
+                                                             "Partial derivative");
 }
 
-/// `convert(pixel)` for each pixel of an image, into another of the same size.
+/// `convert(pixel)` for each pixel of an image, into another of the same size. False if cancelled.
 template <class Target, class Source, class Convert>
-void ConvertImage(IImage& target, const IImage& source, const Convert& convert) {
+bool ConvertImage(IImage& target, const IImage& source, IProgress& progress, const Convert& convert) {
     const CImageView<Target> targetView(target);
     const CImageView<const Source> sourceView(source);
-    for (std::int64_t z = 0; z < targetView.nz; ++z) {
-        for (std::int64_t y = 0; y < targetView.ny; ++y) {
+    CWorkPace pace(progress);
+    return ForEachRowPiece(
+        targetView, 4, pace, [&](std::int64_t y, std::int64_t z, std::int64_t firstX, std::int64_t endX) {
             const Source* const row = sourceView.Row(y, z);
-            std::transform(row, row + sourceView.nx, targetView.Row(y, z), convert);
-        }
-    }
+            std::transform(row + firstX, row + endX, targetView.Row(y, z) + firstX, convert);
+        });
 }
 
 /// The nearest integer of the type.
@@ -87,9 +91,10 @@ void CPartialDerivatives::Derivative(IImage& image, int orderX, int orderY, int 
             Derive(image, orders, Progress());
         } else {
             CImage floats(IMAGE_GREY_F, image.Size(), CSize(0, 0, 0));
-            ConvertImage<float, T>(floats, image, [](T value) { return static_cast<float>(value); });
-            Derive(floats, orders, Progress());
-            ConvertImage<T, float>(image, floats, Saturated<T>);
+            const auto toFloat = [](T value) { return static_cast<float>(value); };
+            if (ConvertImage<float, T>(floats, image, Progress(), toFloat) &&
+                Derive(floats, orders, Progress()))
+                ConvertImage<T, float>(image, floats, Progress(), Saturated<T>);
         }
     });
 }

@@ -15,20 +15,27 @@ public:
     explicit CRecursiveGauss(double sigma)
         : m_coefficients(sigma) {}
 
-    const double* operator()(const StLineBlock& block, std::int64_t lanes) const {
+    const double* operator()(const StLineBlock& block, std::int64_t lanes, CWorkPace& pace) const {
         double* const first = block.values;
         double* const last = first + (block.length - 1) * c_lanes;
         for (std::int64_t row = 1; row <= 3; ++row)
             std::copy_n(first, lanes, first - row * c_lanes);
         std::array<double, c_lanes> lastPixels;
         std::copy_n(last, lanes, lastPixels.data());
-        Recur<1>(first, block.length, lanes);
+        Recur<1>(first, block.length, lanes, pace);
         TurnRound(last, lastPixels.data(), lanes);
-        Recur<-1>(last - c_lanes, block.length - 1, lanes);
+        Recur<-1>(last - c_lanes, block.length - 1, lanes, pace);
         return block.values;
     }
 
 private:
+    template <std::int64_t direction>
+    void Recur(double* row, std::int64_t count, std::int64_t lanes, CWorkPace& pace) const {
+        ForEachPiece(count, c_unitsPerFilter * c_lanes, pace, [&](std::int64_t begin, std::int64_t end) {
+            Recur<direction>(row + direction * c_lanes * begin, end - begin, lanes);
+        });
+    }
+
     /// Runs over `count` rows from `row` on. The last term is the one that is waited for: it is added last.
     template <std::int64_t direction>
     void Recur(double* row, std::int64_t count, std::int64_t lanes) const {

@@ -23,17 +23,24 @@ public:
             m_weights[k] = sample(static_cast<double>(k)) / sum;
     }
 
-    const double* operator()(const StLineBlock& block, std::int64_t lanes) const {
+    const double* operator()(const StLineBlock& block, std::int64_t lanes, CWorkPace& pace) const {
         double* const values = block.values;
         double* const last = values + (block.length - 1) * c_lanes;
         for (std::int64_t row = 1; row <= c_margin; ++row) {
             std::copy_n(values, lanes, values - row * c_lanes);
             std::copy_n(last, lanes, last + row * c_lanes);
         }
-        for (std::int64_t i = 0; i < block.length * c_lanes; i += c_lanes) {
+        ForEachPiece(block.length, 2 * c_unitsPerFilter * c_lanes, pace,
+                     [&](std::int64_t begin, std::int64_t end) { Convolve(block, begin, end, lanes); });
+        return block.results;
+    }
+
+private:
+    void Convolve(const StLineBlock& block, std::int64_t begin, std::int64_t end, std::int64_t lanes) const {
+        for (std::int64_t i = begin * c_lanes; i < end * c_lanes; i += c_lanes) {
 #pragma GCC ivdep
             for (std::int64_t lane = 0; lane < lanes; ++lane) {
-                const double* const value = values + i + lane;
+                const double* const value = block.values + i + lane;
                 double sum = m_weights[0] * *value;
                 for (std::int64_t k = 1; k <= c_margin; ++k)
                     sum +=
@@ -41,10 +48,8 @@ public:
                 block.results[i + lane] = sum;
             }
         }
-        return block.results;
     }
 
-private:
     std::array<double, c_margin + 1> m_weights{}; ///< of the pixel itself, then outwards
 };
 

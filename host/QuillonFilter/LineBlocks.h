@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 #include <QuillonBase/VectorDispatch.h>
 #include <sorblib2image/ImageView.h>
 
@@ -31,6 +31,10 @@ inline constexpr std::int64_t c_lanes = 64;
 
 /// Rows before and after the lines of a block, for filters to put there what they take for beyond the border.
 inline constexpr std::int64_t c_margin = 5;
+
+/// Units of work to move a pixel into a block or out of it, and to filter it there.
+inline constexpr std::int64_t c_unitsPerMove = 4;
+inline constexpr std::int64_t c_unitsPerFilter = 4;
 
 /// Lines side by side: pixel i of line l is `values[i * c_lanes + l]`.
 struct StLineBlock {
@@ -129,55 +133,59 @@ private:
 /// Rows y, y + 1 ... of plane z, x running along the lines of the block.
 template <class T>
 void GatherRows(const CImageView<const T>& view, std::int64_t y, std::int64_t z, std::int64_t lanes,
-                double* values) {
-    const auto copy = [&](std::int64_t lane, std::int64_t begin) {
+                double* values, CWorkPace& pace) {
+    const auto copy = [&](std::int64_t lane, std::int64_t begin, std::int64_t end) {
         const T* const row = view.Row(y + lane, z);
-        for (std::int64_t x = begin; x < view.nx; ++x)
+        for (std::int64_t x = begin; x < end; ++x)
             values[x * c_lanes + lane] = static_cast<double>(row[x]);
     };
     // A tile holds floats, which integers of 32 bits do not fit.
     const std::int64_t tiledLanes = std::is_same_v<T, unsigned int> ? 0 : lanes - lanes % CTile::edge;
-    const std::int64_t tiledX = view.nx - view.nx % CTile::edge;
-    for (std::int64_t lane = 0; lane < tiledLanes; lane += CTile::edge) {
-        for (std::int64_t x = 0; x < tiledX; x += CTile::edge) {
-            CTile tile;
+    ForEachPiece(view.nx, c_unitsPerMove * lanes, pace, [&](std::int64_t begin, std::int64_t end) {
+        const std::int64_t tiledEnd = end - (end - begin) % CTile::edge;
+        for (std::int64_t lane = 0; lane < tiledLanes; lane += CTile::edge) {
+            for (std::int64_t x = begin; x < tiledEnd; x += CTile::edge) {
+                CTile tile;
+                for (int i = 0; i < CTile::edge; ++i)
+                    tile.LoadRow(i, view.Row(y + lane + i, z) + x);
+                tile.Transpose();
+                for (int i = 0; i < CTile::edge; ++i)
+                    tile.StoreRow(i, values + (x + i) * c_lanes + lane);
+            }
             for (int i = 0; i < CTile::edge; ++i)
-                tile.LoadRow(i, view.Row(y + lane + i, z) + x);
-            tile.Transpose();
-            for (int i = 0; i < CTile::edge; ++i)
-                tile.StoreRow(i, values + (x + i) * c_lanes + lane);
+                copy(lane + i, tiledEnd, end);
         }
-        for (int i = 0; i < CTile::edge; ++i)
-            copy(lane + i, tiledX);
-    }
-    for (std::int64_t lane = tiledLanes; lane < lanes; ++lane)
-        copy(lane, 0);
+        for (std::int64_t lane = tiledLanes; lane < lanes; ++lane)
+            copy(lane, begin, end);
+    });
 }
 
 /// The way back of `GatherRows`, rounded to floats.
 inline void ScatterRows(const double* values, const CImageView<float>& view, std::int64_t y, std::int64_t z,
-                        std::int64_t lanes) {
-    const auto copy = [&](std::int64_t lane, std::int64_t begin) {
+                        std::int64_t lanes, CWorkPace& pace) {
+    const auto copy = [&](std::int64_t lane, std::int64_t begin, std::int64_t end) {
         float* const row = view.Row(y + lane, z);
-        for (std::int64_t x = begin; x < view.nx; ++x)
+        for (std::int64_t x = begin; x < end; ++x)
             row[x] = static_cast<float>(values[x * c_lanes + lane]);
     };
     const std::int64_t tiledLanes = lanes - lanes % CTile::edge;
-    const std::int64_t tiledX = view.nx - view.nx % CTile::edge;
-    for (std::int64_t lane = 0; lane < tiledLanes; lane += CTile::edge) {
-        for (std::int64_t x = 0; x < tiledX; x += CTile::edge) {
-            CTile tile;
+    ForEachPiece(view.nx, c_unitsPerMove * lanes, pace, [&](std::int64_t begin, std::int64_t end) {
+        const std::int64_t tiledEnd = end - (end - begin) % CTile::edge;
+        for (std::int64_t lane = 0; lane < tiledLanes; lane += CTile::edge) {
+            for (std::int64_t x = begin; x < tiledEnd; x += CTile::edge) {
+                CTile tile;
+                for (int i = 0; i < CTile::edge; ++i)
+                    tile.LoadRow(i, values + (x + i) * c_lanes + lane);
+                tile.Transpose();
+                for (int i = 0; i < CTile::edge; ++i)
+                    tile.StoreRow(i, view.Row(y + lane + i, z) + x);
+            }
             for (int i = 0; i < CTile::edge; ++i)
-                tile.LoadRow(i, values + (x + i) * c_lanes + lane);
-            tile.Transpose();
-            for (int i = 0; i < CTile::edge; ++i)
-                tile.StoreRow(i, view.Row(y + lane + i, z) + x);
+                copy(lane + i, tiledEnd, end);
         }
-        for (int i = 0; i < CTile::edge; ++i)
-            copy(lane + i, tiledX);
-    }
-    for (std::int64_t lane = tiledLanes; lane < lanes; ++lane)
-        copy(lane, 0);
+        for (std::int64_t lane = tiledLanes; lane < lanes; ++lane)
+            copy(lane, begin, end);
+    });
 }
 
 /// Calls `body` with the number of lines in a block. All is inlined into either call, so that loops over the
@@ -221,25 +229,28 @@ private:
     /// A single plane is cut into blocks, which can be shared out to threads.
     bool FilterPlaneInBlocks(IProgress& progress) const {
         return ForEach(BlockCount(m_result.ny), progress,
-                       [this](std::int64_t block, const CBlockMemory& memory) {
-                           FilterRows(block * c_lanes, 0, memory);
+                       [this](std::int64_t block, const CBlockMemory& memory, CWorkPace& pace) {
+                           FilterRows(block * c_lanes, 0, memory, pace);
                        }) &&
-               (m_filters[1] == nullptr || ForEach(BlockCount(m_result.nx), progress,
-                                                   [this](std::int64_t block, const CBlockMemory& memory) {
-                                                       FilterColumns(block * c_lanes, 0, memory);
-                                                   }));
+               (m_filters[1] == nullptr ||
+                ForEach(BlockCount(m_result.nx), progress,
+                        [this](std::int64_t block, const CBlockMemory& memory, CWorkPace& pace) {
+                            FilterColumns(block * c_lanes, 0, memory, pace);
+                        }));
     }
 
     bool FilterVolume(IProgress& progress) const {
-        const auto filterPlane = [this](std::int64_t z, const CBlockMemory& memory) {
-            for (std::int64_t y = 0; y < m_result.ny; y += c_lanes)
-                FilterRows(y, z, memory);
-            for (std::int64_t x = 0; m_filters[1] != nullptr && x < m_result.nx; x += c_lanes)
-                FilterColumns(x, z, memory);
+        const auto filterPlane = [this](std::int64_t z, const CBlockMemory& memory, CWorkPace& pace) {
+            for (std::int64_t y = 0; y < m_result.ny && !pace.IsCancelled(); y += c_lanes)
+                FilterRows(y, z, memory, pace);
+            if (m_filters[1] == nullptr)
+                return;
+            for (std::int64_t x = 0; x < m_result.nx && !pace.IsCancelled(); x += c_lanes)
+                FilterColumns(x, z, memory, pace);
         };
-        const auto filterDepths = [this](std::int64_t y, const CBlockMemory& memory) {
-            for (std::int64_t x = 0; x < m_result.nx; x += c_lanes)
-                FilterDepths(x, y, memory);
+        const auto filterDepths = [this](std::int64_t y, const CBlockMemory& memory, CWorkPace& pace) {
+            for (std::int64_t x = 0; x < m_result.nx && !pace.IsCancelled(); x += c_lanes)
+                FilterDepths(x, y, memory, pace);
         };
         return ForEach(m_result.nz, progress, filterPlane) &&
                (m_filters[2] == nullptr || ForEach(m_result.ny, progress, filterDepths));
@@ -247,64 +258,72 @@ private:
 
     template <class Work>
     bool ForEach(std::int64_t count, IProgress& progress, const Work& work) const {
-        return ParallelFor(count, progress, [&] {
+        return ParallelFor(count, progress, [&](CWorkerTurn& turn) {
             const std::int64_t longest = std::max({m_result.nx, m_result.ny, m_result.nz});
-            return [&, memory = std::make_shared<CBlockMemory>(longest)](std::int64_t item) {
+            return [&, memory = CBlockMemory(longest), pace = CWorkPace(turn)](std::int64_t item) mutable {
                 const CFlushTinyNumbers flush;
-                RunFor(m_vectors, [&] { work(item, *memory); });
+                RunFor(m_vectors, [&] { work(item, memory, pace); });
             };
         });
     }
 
     /// Lines along x, up to c_lanes of them, from row y of plane z on, from the source to the result.
-    void FilterRows(std::int64_t y, std::int64_t z, const CBlockMemory& memory) const {
+    void FilterRows(std::int64_t y, std::int64_t z, const CBlockMemory& memory, CWorkPace& pace) const {
         const std::int64_t rows = std::min(c_lanes, m_result.ny - y);
         if (m_filters[0] == nullptr)
-            return CopyRows(y, z, rows);
+            return CopyRows(y, z, rows, pace);
         const StLineBlock block = memory.Block(m_result.nx);
-        GatherRows(m_source, y, z, rows, block.values);
+        GatherRows(m_source, y, z, rows, block.values, pace);
         WithLaneCount(rows, [&](std::int64_t lanes) {
-            ScatterRows((*m_filters[0])(block, lanes), m_result, y, z, lanes);
+            ScatterRows((*m_filters[0])(block, lanes, pace), m_result, y, z, lanes, pace);
         });
     }
 
-    void CopyRows(std::int64_t y, std::int64_t z, std::int64_t rows) const {
+    void CopyRows(std::int64_t y, std::int64_t z, std::int64_t rows, CWorkPace& pace) const {
         for (std::int64_t row = y; row < y + rows; ++row) {
             const Source* const from = m_source.Row(row, z);
             float* const to = m_result.Row(row, z);
-            for (std::int64_t x = 0; x < m_result.nx; ++x)
-                to[x] = static_cast<float>(from[x]);
+            ForEachPiece(m_result.nx, c_unitsPerMove, pace, [&](std::int64_t begin, std::int64_t end) {
+                for (std::int64_t x = begin; x < end; ++x)
+                    to[x] = static_cast<float>(from[x]);
+            });
         }
     }
 
     /// Lines along y, up to c_lanes of them, from x in plane z on.
-    void FilterColumns(std::int64_t x, std::int64_t z, const CBlockMemory& memory) const {
-        FilterInPlace(*m_filters[1], memory.Block(m_result.ny), m_result.nx - x,
+    void FilterColumns(std::int64_t x, std::int64_t z, const CBlockMemory& memory, CWorkPace& pace) const {
+        FilterInPlace(*m_filters[1], memory.Block(m_result.ny), m_result.nx - x, pace,
                       [&](std::int64_t y) { return m_result.Row(y, z) + x; });
     }
 
     /// Lines along z, up to c_lanes of them, from x in row y on.
-    void FilterDepths(std::int64_t x, std::int64_t y, const CBlockMemory& memory) const {
-        FilterInPlace(*m_filters[2], memory.Block(m_result.nz), m_result.nx - x,
+    void FilterDepths(std::int64_t x, std::int64_t y, const CBlockMemory& memory, CWorkPace& pace) const {
+        FilterInPlace(*m_filters[2], memory.Block(m_result.nz), m_result.nx - x, pace,
                       [&](std::int64_t z) { return m_result.Row(y, z) + x; });
     }
 
     /// Lines whose neighbours stand side by side: `rowAt(i)` is where the pixels i of all lines are.
     template <class RowAt>
     static void FilterInPlace(const Filter& filter, const StLineBlock& block, std::int64_t lines,
-                              const RowAt& rowAt) {
+                              CWorkPace& pace, const RowAt& rowAt) {
         WithLaneCount(std::min(lines, c_lanes), [&](std::int64_t lanes) {
-            for (std::int64_t i = 0; i < block.length; ++i) {
-                const float* const row = rowAt(i);
-                for (std::int64_t lane = 0; lane < lanes; ++lane)
-                    block.values[i * c_lanes + lane] = static_cast<double>(row[lane]);
-            }
-            const double* const results = filter(block, lanes);
-            for (std::int64_t i = 0; i < block.length; ++i) {
-                float* const row = rowAt(i);
-                for (std::int64_t lane = 0; lane < lanes; ++lane)
-                    row[lane] = static_cast<float>(results[i * c_lanes + lane]);
-            }
+            ForEachPiece(block.length, c_unitsPerMove * c_lanes, pace,
+                         [&](std::int64_t begin, std::int64_t end) {
+                             for (std::int64_t i = begin; i < end; ++i) {
+                                 const float* const row = rowAt(i);
+                                 for (std::int64_t lane = 0; lane < lanes; ++lane)
+                                     block.values[i * c_lanes + lane] = static_cast<double>(row[lane]);
+                             }
+                         });
+            const double* const results = filter(block, lanes, pace);
+            ForEachPiece(block.length, c_unitsPerMove * c_lanes, pace,
+                         [&](std::int64_t begin, std::int64_t end) {
+                             for (std::int64_t i = begin; i < end; ++i) {
+                                 float* const row = rowAt(i);
+                                 for (std::int64_t lane = 0; lane < lanes; ++lane)
+                                     row[lane] = static_cast<float>(results[i * c_lanes + lane]);
+                             }
+                         });
         });
     }
 
@@ -318,11 +337,11 @@ private:
 /// whose filter is null is left as it is. Source and result have one size, are not empty, and can be one
 /// image.
 ///
-/// `filter(block, lanes)` filters `lanes` lines, at most c_lanes, and returns where the results stand:
-/// `block.values` or `block.results`. It is called on several threads at once.
+/// `filter(block, lanes, pace)` filters `lanes` lines, at most c_lanes, and returns where the results stand:
+/// `block.values` or `block.results`. It is called on several threads at once, and reports its work.
 ///
-/// Progress steps and the question for a cancel come a plane, a row of planes or, in 2-d, a block; returns
-/// false if cancelled. Memory: 8 c_lanes bytes a pixel of the longest line, twice that for filters that do
+/// A step of progress is a plane, a row of planes or, in 2-d, a block. Returns false if cancelled, which is
+/// noticed at any time. Memory: 8 c_lanes bytes a pixel of the longest line, twice that for filters that do
 /// not work in place, a thread.
 template <class Source, class Filter>
 bool FilterLines(const CImageView<const Source>& source, const CImageView<float>& result,

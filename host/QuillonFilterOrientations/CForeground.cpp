@@ -1,6 +1,6 @@
 #include "QuillonFilterOrientations/CForeground.h"
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/GreyTypeDispatch.h>
 
 #include <algorithm>
@@ -19,13 +19,17 @@ std::optional<Histogram> HistogramOf(const CImageView<const unsigned char>& view
     Histogram total{};
     std::mutex guard;
     progress.Start(static_cast<unsigned>(view.nz), "Counting grey values");
-    const bool isDone = ParallelFor(view.nz, progress, [&] {
-        return [&](std::int64_t z) {
+    const bool isDone = ParallelFor(view.nz, progress, [&](CWorkerTurn& turn) {
+        return [&, pace = CWorkPace(turn)](std::int64_t z) mutable {
             Histogram plane{};
             for (std::int64_t y = 0; y < view.ny; ++y) {
                 const unsigned char* const row = view.Row(y, z);
-                for (std::int64_t x = 0; x < view.nx; ++x)
-                    ++plane[row[x]];
+                const auto count = [&](std::int64_t begin, std::int64_t end) {
+                    for (std::int64_t x = begin; x < end; ++x)
+                        ++plane[row[x]];
+                };
+                if (!ForEachPiece(view.nx, 2, pace, count))
+                    return;
             }
             const std::lock_guard lock(guard);
             std::transform(total.begin(), total.end(), plane.begin(), total.begin(), std::plus());

@@ -5,10 +5,10 @@
 #include "QuillonFilterOrientations/Ridges.h"
 #include "QuillonFilterOrientations/StFiberScale.h"
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 
 #include <algorithm>
-#include <memory>
+#include <iterator>
 #include <vector>
 
 namespace ORVEN {
@@ -31,19 +31,26 @@ public:
         : m_foreground(foreground)
         , m_scale(scale)
         , m_rows(image, taps, BestVectors())
-        , m_receiver(std::move(receiver)) {}
+        , m_receiver(std::move(receiver)) {
+        for (const StDerivativeTaps& axis : taps)
+            m_unitsPerRow += image.nx * (2 * axis.radius + 1) * c_unitsPerTap;
+    }
 
-    void Visit(std::int64_t z, std::int64_t firstY, std::int64_t endY) {
+    void Visit(std::int64_t z, std::int64_t firstY, std::int64_t endY, CWorkPace& pace) {
         m_rows.StartPlane(z);
-        for (std::int64_t y = firstY; y < endY; ++y) {
+        for (std::int64_t y = firstY; y < endY && !pace.IsCancelled(); ++y) {
             m_xs.clear();
             m_foreground.Collect(y, z, m_scale.area.first[0], m_scale.area.end[0], m_xs);
             if (!m_xs.empty())
                 VisitRow(y, z);
+            (void)pace.Add(std::ssize(m_xs) * c_unitsPerDirection + m_unitsPerRow);
         }
     }
 
 private:
+    static constexpr std::int64_t c_unitsPerDirection = 256;
+    static constexpr std::int64_t c_unitsPerTap = 4;
+
     void VisitRow(std::int64_t y, std::int64_t z) {
         const std::size_t count = m_xs.size();
         m_rows.Find(y, m_xs, m_matrices);
@@ -57,6 +64,7 @@ private:
     const StFiberScale& m_scale;
     CHessianRows m_rows;
     Receiver m_receiver;
+    std::int64_t m_unitsPerRow = 0;
     std::vector<std::int64_t> m_xs;
     SymmetricMatrices m_matrices;
     StRidges m_ridges;
@@ -87,13 +95,14 @@ bool CHessianOrientations::Visit(const IImage& image, const CForeground& foregro
     const std::int64_t bandCount = (area.Extent(1) + bandHeight - 1) / bandHeight;
     const std::int64_t itemCount = bandCount * area.Extent(2);
     Progress().Start(static_cast<unsigned>(itemCount), "Finding fibre directions");
-    const bool isDone = ParallelFor(itemCount, Progress(), [&] {
-        const auto worker = std::make_shared<CBandWorker>(view, foreground, scale, taps, makeReceiver());
-        return [&, worker](std::int64_t item) {
-            const std::int64_t firstY = area.first[1] + item % bandCount * bandHeight;
-            worker->Visit(area.first[2] + item / bandCount, firstY,
-                          std::min(firstY + bandHeight, area.end[1]));
-        };
+    const bool isDone = ParallelFor(itemCount, Progress(), [&](CWorkerTurn& turn) {
+        return
+            [&, pace = CWorkPace(turn),
+             worker = CBandWorker(view, foreground, scale, taps, makeReceiver())](std::int64_t item) mutable {
+                const std::int64_t firstY = area.first[1] + item % bandCount * bandHeight;
+                worker.Visit(area.first[2] + item / bandCount, firstY,
+                             std::min(firstY + bandHeight, area.end[1]), pace);
+            };
     });
     Progress().Finish();
     return isDone;

@@ -7,6 +7,7 @@
 #include "QuillonFilterOrientations/StAxisAngles.h"
 #include "QuillonFilterOrientations/StFiberScale.h"
 
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CStringTools.h>
 #include <sorblib2core/CValueDouble.h>
@@ -72,9 +73,13 @@ private:
 // and "Slice position", a slice has both and a subfield has neither. The code that writes the table therefore
 // adds "Slice position" to subfields, and "Number pf subfields" in place of the other.
 
+/// To make the entry of a part of the image.
+constexpr std::int64_t c_unitsPerEntry = 20'000;
+
+/// Incomplete if cancelled.
 std::unique_ptr<CValueMap> MapOfSubfields(const CDirectionSums& sums, const StPixelBox& area,
                                           const std::array<std::int64_t, 3>& size,
-                                          const CPartEntries& entries) {
+                                          const CPartEntries& entries, CWorkPace& pace) {
     auto map = std::make_unique<CValueMap>();
     const auto& counts = sums.SubfieldCounts();
     std::array<int, 3> digits{};
@@ -93,17 +98,21 @@ std::unique_ptr<CValueMap> MapOfSubfields(const CDirectionSums& sums, const StPi
                     "Subfield z%0*lld y%0*lld x%0*lld", digits[2], static_cast<long long>(index[2]),
                     digits[1], static_cast<long long>(index[1]), digits[0], static_cast<long long>(index[0]));
                 map->SetEntry(name, entries.Of(sums.Subfield(index), box).release());
+                if (pace.Add(c_unitsPerEntry))
+                    return map;
             }
         }
     }
     return map;
 }
 
+/// Incomplete if cancelled.
 std::unique_ptr<CValueMap> MapOfProfile(const CDirectionSums& sums, const StPixelBox& area, std::size_t axis,
-                                        const CPartEntries& entries) {
+                                        const CPartEntries& entries, CWorkPace& pace) {
     auto map = std::make_unique<CValueMap>();
     const int digits = DigitsOf(area.end[axis], 4);
-    for (std::int64_t position = area.first[axis]; position < area.end[axis]; ++position) {
+    for (std::int64_t position = area.first[axis]; position < area.end[axis] && !pace.Add(c_unitsPerEntry);
+         ++position) {
         StPixelBox box = area;
         box.first[axis] = position;
         box.end[axis] = position + 1;
@@ -116,17 +125,21 @@ std::unique_ptr<CValueMap> MapOfProfile(const CDirectionSums& sums, const StPixe
     return map;
 }
 
-std::unique_ptr<CImage> MapWithoutDirections(const CSize& size) {
+/// All of it is filled, also if the pace is cancelled.
+std::unique_ptr<CImage> MapWithoutDirections(const CSize& size, CWorkPace& pace) {
     auto map = std::make_unique<CImage>(IMAGE_GREY_F, size, CSize(0, 0, 0));
     const CImageView<float> view(*map);
     for (std::int64_t z = 0; z < view.nz; ++z) {
-        for (std::int64_t y = 0; y < view.ny; ++y)
+        for (std::int64_t y = 0; y < view.ny; ++y) {
             std::fill_n(view.Row(y, z), view.nx, c_noAngle);
+            (void)pace.Add(view.nx);
+        }
     }
     return map;
 }
 
-void RecordMinMax(CImage& map) {
+/// Looks at all of the map, also if the pace is cancelled.
+void RecordMinMax(CImage& map, CWorkPace& pace) {
     const CImageView<const float> view(map);
     float least = *view.Row(0, 0);
     float greatest = least;
@@ -136,6 +149,7 @@ void RecordMinMax(CImage& map) {
             const auto [low, high] = std::minmax_element(row, row + view.nx);
             least = std::min(least, *low);
             greatest = std::max(greatest, *high);
+            (void)pace.Add(4 * view.nx);
         }
     }
     CQuillonHeaderTools::SetMetaInfo(map, CQuillonHeaderTools::c_sMetaMinMax.c_str(),
@@ -205,8 +219,8 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     CDirectionSums sums(scale.area, subfieldSize);
     if (!measurement->Visit(*this, m_fiberRadius, [&] { return sums.MakeAdder(); }))
         return nullptr;
-    m_measurement = std::move(measurement);
 
+    CWorkPace pace(Progress());
     const StDirectionSum fieldSum = sums.Field();
     const StFiberFigures field(fieldSum, scale.dimension);
     const CPartEntries entries(field, scale.dimension);
@@ -214,7 +228,7 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     result->SetEntry(sFieldFiberDirectionsId,
                      MapOfRegion(field, fieldSum, scale.area, scale.dimension).release());
     if (hasSubfields) {
-        auto subfields = MapOfSubfields(sums, scale.area, subfieldSize, entries);
+        auto subfields = MapOfSubfields(sums, scale.area, subfieldSize, entries, pace);
         const double length = static_cast<double>(subfieldSize[0]) * scale.spacing[0];
         subfields->SetEntry("Subfield size", new CValueDouble(length));
         subfields->SetEntry("Subfield step", new CValueDouble(length));
@@ -223,9 +237,13 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     if (!isFieldOnly) {
         auto profiles = std::make_unique<CValueMap>();
         for (std::size_t axis = 0; axis < scale.dimension; ++axis)
-            profiles->SetEntry(g_profileKeys[axis], MapOfProfile(sums, scale.area, axis, entries).release());
+            profiles->SetEntry(g_profileKeys[axis],
+                               MapOfProfile(sums, scale.area, axis, entries, pace).release());
         result->SetEntry(sSubfieldProfiles, profiles.release());
     }
+    if (pace.IsCancelled())
+        return nullptr;
+    m_measurement = std::move(measurement);
     result->SetEntry("Fiber radius", new CValueDouble(m_fiberRadius));
     if (mask != nullptr) {
         result->SetEntry("Otsu factor", new CValueString("mask image", CString::NPOS));
@@ -248,21 +266,23 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
 
 void CSubfieldFiberDirections::GetDirections(const IImage*& theta) {
     const StMeasurement& measurement = Measured(2);
-    auto map = MapWithoutDirections(measurement.image.Size());
+    CWorkPace pace(Progress());
+    auto map = MapWithoutDirections(measurement.image.Size(), pace);
     {
         const CImageView<float> view(*map);
         measurement.Visit(*this, m_fiberRadius, [&] {
             return [&](const StDirectionRow& row) { WriteAngles(row, view, nullptr); };
         });
     }
-    RecordMinMax(*map);
+    RecordMinMax(*map, pace);
     theta = map.release();
 }
 
 void CSubfieldFiberDirections::GetDirections(const IImage*& theta, const IImage*& phi) {
     const StMeasurement& measurement = Measured(3);
-    auto thetaMap = MapWithoutDirections(measurement.image.Size());
-    auto phiMap = MapWithoutDirections(measurement.image.Size());
+    CWorkPace pace(Progress());
+    auto thetaMap = MapWithoutDirections(measurement.image.Size(), pace);
+    auto phiMap = MapWithoutDirections(measurement.image.Size(), pace);
     {
         const CImageView<float> thetaView(*thetaMap);
         const CImageView<float> phiView(*phiMap);
@@ -270,8 +290,8 @@ void CSubfieldFiberDirections::GetDirections(const IImage*& theta, const IImage*
             return [&](const StDirectionRow& row) { WriteAngles(row, thetaView, &phiView); };
         });
     }
-    RecordMinMax(*thetaMap);
-    RecordMinMax(*phiMap);
+    RecordMinMax(*thetaMap, pace);
+    RecordMinMax(*phiMap, pace);
     theta = thetaMap.release();
     phi = phiMap.release();
 }

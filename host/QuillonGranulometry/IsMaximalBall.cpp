@@ -26,7 +26,7 @@ bool Contains(int dimension, const Vector& v, std::int64_t inner, std::int64_t o
             if (square >= outer)
                 return false;
         }
-        if (pace.Add(4 * (b - c)))
+        if (pace.Add(8 * (b - c) + 8))
             return false;
     }
     return true;
@@ -57,7 +57,7 @@ bool IsMaximalBall(const StBalls& balls, std::int64_t x, std::int64_t y, std::in
                     std::ranges::sort(v, std::ranges::greater());
                     isMaximal = !Contains(balls.dimension, v, distance, row[otherX], pace);
                 });
-            if (pace.Add(8 + reach / 2))
+            if (pace.Add(48 + reach))
                 return false;
         }
     }

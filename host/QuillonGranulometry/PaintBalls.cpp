@@ -128,7 +128,7 @@ public:
         , m_openRows(output.ny, endZ - firstZ)
         , m_unpaintedCounts(static_cast<std::size_t>((endZ - firstZ) * output.ny), 0)
         , m_shape(output.ny - 1, output.nz - 1) {
-        output.ForEachRow(firstZ, endZ, 4, pace,
+        output.ForEachRow(firstZ, endZ, 16, pace,
                           [this](std::int64_t y, std::int64_t z) { PrepareRow(y, z); });
     }
 
@@ -180,7 +180,7 @@ private:
             candidateCount += m_balls.candidates.CountOf(m_output.RowNumber(y, z));
         });
         CBallList balls(candidateCount);
-        m_output.ForEachRow(firstZ, endZ, 2, m_pace, [&](std::int64_t y, std::int64_t z) {
+        m_output.ForEachRow(firstZ, endZ, 8, m_pace, [&](std::int64_t y, std::int64_t z) {
             const std::int64_t gap = std::max({m_firstZ - z, z - (m_endZ - 1), std::int64_t{0}});
             const std::int32_t* const distances = m_balls.distances.Row(y, z);
             m_balls.candidates.ForEach(m_output.RowNumber(y, z), 0, m_output.nx - 1, [&](std::int64_t x) {
@@ -219,7 +219,7 @@ private:
                 if (unpainted == 0)
                     m_openRows.Clear(z - m_firstZ, y);
             });
-            if (m_pace.Add(rows * (c_unitsPerRow + reachY / 32) + painted - paintedBefore))
+            if (m_pace.Add(rows * (c_unitsPerRow + reachY / 32) + 8 * (painted - paintedBefore)))
                 break;
         }
         m_unpaintedCount -= painted;
@@ -235,7 +235,7 @@ private:
         return (z - m_firstZ) * m_output.ny + y;
     }
 
-    static constexpr std::int64_t c_unitsPerRow = 8;
+    static constexpr std::int64_t c_unitsPerRow = 64;
 
     const StBalls& m_balls;
     const CLayerView<float>& m_output;

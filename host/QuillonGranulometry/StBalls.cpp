@@ -78,7 +78,7 @@ bool FindCandidates(StBalls& balls, IProgress& progress) {
     const std::int64_t itemCount = (balls.distances.nz + thickness - 1) / thickness;
     progress.Start(static_cast<unsigned>(itemCount), "maximal balls");
     const bool isDone = ParallelFor(itemCount, progress, [&](CWorkerTurn& turn) {
-        constexpr std::int64_t unitsPerPixel = 8;
+        constexpr std::int64_t unitsPerPixel = 32;
         return [&balls, thickness, pace = CWorkPace(turn),
                 search = CRowSearch(balls, limits)](std::int64_t item) mutable {
             const std::int64_t end = std::min((item + 1) * thickness, balls.distances.nz);

@@ -1,5 +1,6 @@
 #include "QuillonMeasurement/CExtractorLabelData.h"
 
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
@@ -67,18 +68,21 @@ private:
 template <class T, class LabelOf>
 void Measure(const CImage& image, CLabelTable& labels, IProgress& progress, const LabelOf& labelOf) {
     const CImageView<const T> view(image);
+    CWorkPace pace(progress);
     progress.Start(static_cast<unsigned>(view.nz), "Measuring labels...");
-    for (std::int64_t z = 0; z < view.nz && !progress.IsCancelled(); ++z) {
-        for (std::int64_t y = 0; y < view.ny; ++y) {
+    for (std::int64_t z = 0; z < view.nz && !pace.IsCancelled() && !progress.IsCancelled(); ++z) {
+        for (std::int64_t y = 0; y < view.ny && !pace.IsCancelled(); ++y) {
             const T* const row = view.Row(y, z);
-            for (std::int64_t x = 0; x < view.nx;) {
-                const std::int64_t first = x;
-                const std::uint32_t label = labelOf(row[first]);
-                do
-                    ++x;
-                while (x < view.nx && labelOf(row[x]) == label);
-                labels[label].Add(first, x, y, z);
-            }
+            ForEachPiece(view.nx, 8, pace, [&](std::int64_t begin, std::int64_t end) {
+                for (std::int64_t x = begin; x < end;) {
+                    const std::int64_t first = x;
+                    const std::uint32_t label = labelOf(row[first]);
+                    do
+                        ++x;
+                    while (x < end && labelOf(row[x]) == label);
+                    labels[label].Add(first, x, y, z);
+                }
+            });
         }
         progress.Step(1, 0);
     }

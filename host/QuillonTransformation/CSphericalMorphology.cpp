@@ -142,8 +142,8 @@ public:
 private:
     static constexpr std::int64_t c_lanes = c_shortLanes;
     /// For a place of a group of lines.
-    static constexpr std::int64_t c_unitsPerMove = 16;
-    static constexpr std::int64_t c_unitsPerSweep = 64;
+    static constexpr std::int64_t c_unitsPerMove = 3 * c_lanes;
+    static constexpr std::int64_t c_unitsPerSweep = 3 * CSeparablePasses::c_linesPerItem;
 
     [[nodiscard]] unsigned char* Row(std::int64_t other, std::int64_t place) const {
         return m_axis == 1 ? m_task.result.Row(place, other) : m_task.result.Row(other, place);
@@ -153,24 +153,28 @@ private:
     template <class Count>
     void Minimize(std::int64_t other, std::int64_t x, Count count, CWorkPace& pace) {
         const int square = m_task.square;
-        for (std::int64_t place = 0; place < m_length; ++place) {
-            const unsigned char* const row = Row(other, place) + x;
-            std::int16_t* const values = m_shortLines.Values(place);
-            for (std::int64_t lane = 0; lane < count; ++lane)
-                values[lane] = static_cast<std::int16_t>(std::min(row[lane] * row[lane], square + 1));
-            std::fill(values + count, values + c_lanes, std::int16_t{0});
-        }
-        if (pace.Add(m_length * c_unitsPerMove))
+        const auto read = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                const unsigned char* const row = Row(other, place) + x;
+                std::int16_t* const values = m_shortLines.Values(place);
+                for (std::int64_t lane = 0; lane < count; ++lane)
+                    values[lane] = static_cast<std::int16_t>(std::min(row[lane] * row[lane], square + 1));
+                std::fill(values + count, values + c_lanes, std::int16_t{0});
+            }
+        };
+        const auto write = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                unsigned char* const __restrict row = Row(other, place) + x;
+                const std::int16_t* const results = m_shortLines.Results(place);
+                for (std::int64_t lane = 0; lane < count; ++lane)
+                    row[lane] = Reach(square - results[lane]);
+            }
+        };
+        if (!ForEachPiece(m_length, c_unitsPerMove, pace, read))
             return;
         // Whether a place is farther than the ball reaches shows in its result.
         (void)m_shortLines.Minimize(pace);
-        for (std::int64_t place = 0; place < m_length; ++place) {
-            unsigned char* const __restrict row = Row(other, place) + x;
-            const std::int16_t* const results = m_shortLines.Results(place);
-            for (std::int64_t lane = 0; lane < count; ++lane)
-                row[lane] = Reach(square - results[lane]);
-        }
-        (void)pace.Add(m_length * c_unitsPerMove);
+        ForEachPiece(m_length, c_unitsPerMove, pace, write);
     }
 
     /// Counts down what each place is reached by, in both directions, and tells whether it is.

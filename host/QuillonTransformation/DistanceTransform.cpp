@@ -187,7 +187,7 @@ public:
 
 private:
     /// To move a row of a group of lines into scratch memory or back.
-    static constexpr std::int64_t c_unitsPerMove = 16;
+    static constexpr std::int64_t c_unitsPerMove = 3 * c_lanes;
     static constexpr std::int64_t c_unitsPerEnvelopePlace = 16;
 
     [[nodiscard]] T* Row(std::int64_t other, std::int64_t place) const {
@@ -218,43 +218,51 @@ private:
     bool TransformShort(CShortLines<Number>& shortLines, std::int64_t other, std::int64_t x, Count count,
                         const Finish& finish, CWorkPace& pace) const {
         const Number tooFar = shortLines.TooFar();
-        for (std::int64_t place = 0; place < m_length; ++place) {
-            const T* const row = Row(other, place) + x;
-            Number* const values = shortLines.Values(place);
-            for (std::int64_t lane = 0; lane < count; ++lane)
-                values[lane] = Value(row[lane], tooFar);
-            std::fill(values + count, values + c_lanes, Number{0});
-        }
-        if (pace.Add(m_length * c_unitsPerMove) || !shortLines.Minimize(pace))
-            return false;
-        for (std::int64_t place = 0; place < m_length; ++place) {
-            T* const row = Row(other, place) + x;
-            const Number* const results = shortLines.Results(place);
-            for (std::int64_t lane = 0; lane < count; ++lane)
-                row[lane] = Result(results[lane]);
-            finish(row, count);
-        }
-        (void)pace.Add(m_length * c_unitsPerMove);
-        return true;
+        const auto read = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                const T* const row = Row(other, place) + x;
+                Number* const values = shortLines.Values(place);
+                for (std::int64_t lane = 0; lane < count; ++lane)
+                    values[lane] = Value(row[lane], tooFar);
+                std::fill(values + count, values + c_lanes, Number{0});
+            }
+        };
+        const auto write = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                T* const row = Row(other, place) + x;
+                const Number* const results = shortLines.Results(place);
+                for (std::int64_t lane = 0; lane < count; ++lane)
+                    row[lane] = Result(results[lane]);
+                finish(row, count);
+            }
+        };
+        return ForEachPiece(m_length, c_unitsPerMove, pace, read) && shortLines.Minimize(pace) &&
+               ForEachPiece(m_length, c_unitsPerMove, pace, write);
     }
 
     template <class Count, class Finish>
     void TransformByEnvelope(std::int64_t other, std::int64_t x, Count count, const Finish& finish,
                              CWorkPace& pace) {
-        for (std::int64_t place = 0; place < m_length; ++place)
-            std::copy_n(Row(other, place) + x, count, m_lines.data() + place * c_lanes);
+        const auto read = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place)
+                std::copy_n(Row(other, place) + x, count, m_lines.data() + place * c_lanes);
+        };
+        const auto write = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                T* const row = Row(other, place) + x;
+                std::copy_n(m_lines.data() + place * c_lanes, count, row);
+                finish(row, count);
+            }
+        };
+        if (!ForEachPiece(m_length, c_unitsPerMove, pace, read))
+            return;
         for (std::int64_t lane = 0; lane < count; ++lane) {
             m_envelope.Transform(m_lines.data() + lane, m_length, c_lanes * std::int64_t{sizeof(T)}, m_weight,
                                  m_task.transform.outsideIsSeed);
             if (pace.Add(m_length * c_unitsPerEnvelopePlace))
                 return;
         }
-        for (std::int64_t place = 0; place < m_length; ++place) {
-            T* const row = Row(other, place) + x;
-            std::copy_n(m_lines.data() + place * c_lanes, count, row);
-            finish(row, count);
-        }
-        (void)pace.Add(m_length * 2 * c_unitsPerMove);
+        ForEachPiece(m_length, c_unitsPerMove, pace, write);
     }
 
     StTask<T>& m_task;

@@ -190,7 +190,7 @@ private:
     /// How far memory is asked for ahead of the test: pixels of a distance lie scattered all over the image.
     static constexpr std::size_t c_testsAhead = 16;
     /// How many pixels are tested between two looks at the progress.
-    static constexpr std::uint64_t c_testsALook = 1 << 15;
+    static constexpr std::uint64_t c_testsALook = 1 << 13;
 
     const CSimplePoints<Neighborhood>& m_isSimple = CSimplePoints<Neighborhood>::Obj();
     CFramedBits& m_object;

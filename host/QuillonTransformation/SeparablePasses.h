@@ -71,7 +71,7 @@ public:
 private:
     static constexpr std::int64_t c_rowsPerItem = 64;
     static constexpr std::int64_t c_manyPlanes = 16;
-    static constexpr std::int64_t c_unitsPerRowPixel = 8;
+    static constexpr std::int64_t c_unitsPerRowPixel = 24;
 
     template <class MakeRows, class MakeLines>
     bool RunPlanes(const MakeRows& makeRows, const MakeLines& makeLines) const {

@@ -165,7 +165,7 @@ private:
     static constexpr std::int64_t c_blockLength = 8;
     /// Places between two reports of work.
     static constexpr std::int64_t c_stretchLength = 32 * c_blockLength;
-    static constexpr std::int64_t c_unitsPerLook = 64;
+    static constexpr std::int64_t c_unitsPerLook = 3 * c_blockLength * c_shortLanes;
 
     /// Places beyond the ends that are looked at: steps go by two and may take one too many.
     [[nodiscard]] std::int64_t Margin() const { return m_reach + 1; }

@@ -1,6 +1,6 @@
 #include "QuillonUtils/CCylinderMask.h"
 
-#include <QuillonBase/Parallel.h>
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueString.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
@@ -99,13 +99,19 @@ std::vector<StRun> InsideRuns(const StCylinder& cylinder, std::int64_t length, s
 template <class T, class RunOfRow>
 void FillOutside(const CImageView<T>& view, T value, IProgress& progress, const RunOfRow& insideRun) {
     progress.Start(static_cast<unsigned>(view.nz), "Masking with a cylinder...");
-    ParallelFor(view.nz, progress, [&] {
-        return [&](std::int64_t z) {
-            for (std::int64_t y = 0; y < view.ny; ++y) {
+    ParallelFor(view.nz, progress, [&](CWorkerTurn& turn) {
+        return [&, pace = CWorkPace(turn)](std::int64_t z) mutable {
+            for (std::int64_t y = 0; y < view.ny && !pace.IsCancelled(); ++y) {
                 T* const row = view.Row(y, z);
                 const StRun inside = insideRun(y, z);
-                std::fill(row, row + inside.begin, value);
-                std::fill(row + inside.end, row + view.nx, value);
+                const auto fill = [&](std::int64_t begin, std::int64_t end) {
+                    ForEachPiece(end - begin, 1, pace, [&](std::int64_t first, std::int64_t behind) {
+                        std::fill(row + begin + first, row + begin + behind, value);
+                    });
+                };
+                fill(0, inside.begin);
+                fill(inside.end, view.nx);
+                (void)pace.Add(64);
             }
         };
     });
