@@ -1,8 +1,8 @@
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonBase/Parallel.h>
-#include <QuillonTransformation/BisectorKernel.h>
-#include <QuillonTransformation/MedialAxisKernel.h>
-#include <QuillonTransformation/SquaredDistances.h>
+#include <QuillonTransformation/axis/BisectorKernel.h>
+#include <QuillonTransformation/axis/MedialAxisKernel.h>
+#include <QuillonTransformation/distance/SquaredDistances.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/ImageView.h>
 

@@ -1,4 +1,4 @@
-#include "BooleanModel.h"
+#include "bench/BooleanModel.h"
 
 #include <QuillonBase/Parallel.h>
 #include <QuillonTransformation/CSphericalMorphology.h>

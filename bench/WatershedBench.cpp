@@ -1,4 +1,4 @@
-#include "segmentation/RunWatershed.h"
+#include "segmentation/floods/RunWatershed.h"
 
 #include <QuillonBase/Neighborhoods.h>
 #include <sorblib2image/CImage.h>

@@ -1,7 +1,7 @@
 #include "ConvexifyObjects.h"
 
 #include "measurement/ConvexifyLabels.h"
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 
 #include <sorblib2core/CStringTools.h>
 #include <sorblib2image/CQuillonHeaderTools.h>

@@ -1,6 +1,6 @@
 #include "CylinderMask.h"
 
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 #include "utils/PointOperations.h"
 
 #include <QuillonUtils/CCylinderMask.h>

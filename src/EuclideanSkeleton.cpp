@@ -1,6 +1,6 @@
 #include "EuclideanSkeleton.h"
 
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonTransformation/CSkeletonCouprierZour.h>
 #include <sorblib2image/CSorbImageFactory.h>

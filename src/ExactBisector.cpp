@@ -1,9 +1,9 @@
 #include "ExactBisector.h"
 
-#include "topology/LookUpTablePath.h"
-#include "topology/SquaredDistanceStages.h"
+#include "distance/SquaredDistanceStages.h"
+#include "plugin/LookUpTablePath.h"
+#include "plugin/PluginContract.h"
 #include "topology/StLocalTopology.h"
-#include "utils/PluginContract.h"
 
 #include <QuillonTransformation/CExactBisector.h>
 #include <QuillonTransformation/CExactMedialAxis.h>

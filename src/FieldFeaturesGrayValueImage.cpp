@@ -1,7 +1,7 @@
 #include "FieldFeaturesGrayValueImage.h"
 
 #include "measurement/ConfigurationsHistograms.h"
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonMeasurement/CFieldFeatures.h>
 #include <sorblib2core/CStringTools.h>

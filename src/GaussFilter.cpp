@@ -1,6 +1,6 @@
 #include "GaussFilter.h"
 
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 #include "utils/PointOperations.h"
 
 #include <QuillonFilter/CYoungVanVliet.h>

@@ -1,7 +1,7 @@
 #include "Granulometry.h"
 
-#include "utils/IsotropicPixels.h"
-#include "utils/PluginContract.h"
+#include "distance/IsotropicPixels.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonGranulometry/CGranulometry.h>
 #include <sorblib2core/CException.h>

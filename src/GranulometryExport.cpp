@@ -1,8 +1,8 @@
 #include "GranulometryExport.h"
 
 #include "Granulometry.h"
-#include "utils/PluginContract.h"
-#include "utils/Windows.h"
+#include "dialogs/Windows.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonIo/CCsvHeader.h>
 #include <QuillonIo/CCsvOStreamColumnTable.h>

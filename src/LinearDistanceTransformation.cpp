@@ -1,7 +1,7 @@
 #include "LinearDistanceTransformation.h"
 
-#include "CLinearDistanceTransformation.h"
-#include "utils/PluginContract.h"
+#include "distance/CLinearDistanceTransformation.h"
+#include "plugin/PluginContract.h"
 
 #include <sorblib2core/CString.h>
 #include <sorblib2image/CImage.h>

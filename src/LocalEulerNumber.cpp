@@ -1,7 +1,7 @@
 #include "LocalEulerNumber.h"
 
+#include "plugin/PluginContract.h"
 #include "topology/Adjacency.h"
-#include "utils/PluginContract.h"
 
 #include <QuillonTransformation/CLocalEulerNumbers.h>
 #include <sorblib2core/CValueDouble.h>

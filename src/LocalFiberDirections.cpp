@@ -1,6 +1,6 @@
 #include "LocalFiberDirections.h"
 
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonFilterOrientations/CSubfieldFiberDirections.h>
 #include <sorblib2core/CExBadParam.h>

@@ -1,7 +1,7 @@
 #include "LocalFiberDirectionsExport.h"
 
-#include "utils/PluginContract.h"
-#include "utils/Windows.h"
+#include "dialogs/Windows.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonFilterOrientations/CSubfieldFiberDirections.h>
 #include <QuillonIo/CCsvOStream.h>

@@ -1,8 +1,8 @@
 #include "MarkSimplePoints.h"
 
+#include "plugin/PluginContract.h"
 #include "topology/Adjacency.h"
 #include "topology/SimplePointScan.h"
-#include "utils/PluginContract.h"
 #include "utils/PointOperations.h"
 #include "utils/visitors/PointOperationCopy.h"
 

@@ -1,8 +1,8 @@
 #include "PartialDerivative.h"
 
+#include "distance/IsotropicPixels.h"
+#include "plugin/PluginContract.h"
 #include "utils/ImageTypeDispatch.h"
-#include "utils/IsotropicPixels.h"
-#include "utils/PluginContract.h"
 #include "utils/PointOperations.h"
 #include "utils/visitors/PointOperationCopy.h"
 

@@ -5,7 +5,7 @@
 #include "EuclideanSkeleton.h"
 #include "ExactBisector.h"
 #include "ExactMedialAxis.h"
-#include "FeatureMapToFeatureImage.h"
+#include "FeatureToImage.h"
 #include "FieldFeaturesGrayValueImage.h"
 #include "GaussFilter.h"
 #include "Granulometry.h"
@@ -20,9 +20,9 @@
 #include "PointwiseRelation.h"
 #include "SegmNiblack.h"
 #include "SegmSauvola.h"
+#include "Skeleton.h"
 #include "SphericalMorphology.h"
-#include "TopologicalSkeleton.h"
-#include "VoronoiEdt.h"
+#include "VoronoiEdtPlugin.h"
 #include "Watershed.h"
 
 #include <QuillonSpectral/CRegisterFftwClient.h>

@@ -1,8 +1,8 @@
 #include "PointwiseRelation.h"
 
+#include "dialogs/Windows.h"
 #include "measurement/CompareImages.h"
-#include "utils/PluginContract.h"
-#include "utils/Windows.h"
+#include "plugin/PluginContract.h"
 
 #include <sorblib2core/UnwrapPointer.h>
 

@@ -1,7 +1,7 @@
 #include "SegmNiblack.h"
 
+#include "plugin/PluginContract.h"
 #include "segmentation/LocalThresholders.h"
-#include "utils/PluginContract.h"
 
 namespace {
 

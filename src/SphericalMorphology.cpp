@@ -1,8 +1,8 @@
 #include "SphericalMorphology.h"
 
-#include "utils/IsotropicPixels.h"
+#include "distance/IsotropicPixels.h"
+#include "plugin/PluginContract.h"
 #include "utils/PixelView.h"
-#include "utils/PluginContract.h"
 
 #include <QuillonTransformation/CSphericalMorphology.h>
 #include <sorblib2core/CException.h>

@@ -1,7 +1,7 @@
 #include "Watershed.h"
 
-#include "segmentation/RunWatershed.h"
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
+#include "segmentation/floods/RunWatershed.h"
 #include "utils/PointOperations.h"
 #include "utils/visitors/PointOperationCopy.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "segmentation/WatershedCriteria.h"
+#include "segmentation/floods/WatershedCriteria.h"
 
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CValueMap.h>

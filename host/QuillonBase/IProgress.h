@@ -5,9 +5,9 @@ namespace ORVEN {
 /// Where an algorithm reports how far it is and asks whether to go on.
 ///
 /// A phase is `Start`, any number of `Step`, `Finish`. A sink is called only from the thread that called the
-/// algorithm, one call at a time, `IsCancelled` included. A sink tolerates more steps than the total, phases that never
-/// finish, and phases one inside the other. The order of the virtual operations is part of the contract with
-/// built packs.
+/// algorithm, one call at a time, `IsCancelled` included. A sink tolerates more steps than the total, phases
+/// that never finish, and phases one inside the other. The order of the virtual operations is part of the
+/// contract with built packs.
 class IProgress {
 public:
     IProgress() = default;

@@ -5,8 +5,8 @@
 #include "QuillonGranulometry/StBalls.h"
 
 #include <QuillonBase/CWorkPace.h>
-#include <QuillonTransformation/DistanceTransform.h>
-#include <QuillonTransformation/MedialAxisKernel.h>
+#include <QuillonTransformation/axis/MedialAxisKernel.h>
+#include <QuillonTransformation/distance/DistanceTransform.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2image/CImage.h>

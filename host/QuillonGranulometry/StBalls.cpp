@@ -2,7 +2,7 @@
 
 #include "QuillonGranulometry/CNearLimits.h"
 
-#include <QuillonTransformation/MedialAxisRows.h>
+#include <QuillonTransformation/axis/MedialAxisRows.h>
 
 #include <algorithm>
 #include <array>

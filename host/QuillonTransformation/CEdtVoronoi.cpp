@@ -1,6 +1,6 @@
 #include "QuillonTransformation/CEdtVoronoi.h"
 
-#include "QuillonTransformation/DistanceTransform.h"
+#include "QuillonTransformation/distance/DistanceTransform.h"
 
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CString.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuillonTransformation/CLowerEnvelope.h"
+#include "QuillonTransformation/distance/CLowerEnvelope.h"
 
 #include <QuillonBase/CAlgorithm.h>
 #include <sorblib2image/IImage.h>

@@ -1,6 +1,6 @@
 #include "QuillonTransformation/CExactBisector.h"
 
-#include "QuillonTransformation/BisectorKernel.h"
+#include "QuillonTransformation/axis/BisectorKernel.h"
 
 namespace ORVEN {
 

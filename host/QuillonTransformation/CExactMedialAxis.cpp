@@ -1,6 +1,6 @@
 #include "QuillonTransformation/CExactMedialAxis.h"
 
-#include "QuillonTransformation/MedialAxisKernel.h"
+#include "QuillonTransformation/axis/MedialAxisKernel.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,10 +1,10 @@
 #include "QuillonTransformation/CSkeletonCouprierZour.h"
 
-#include "QuillonTransformation/BisectorKernel.h"
-#include "QuillonTransformation/CSquaredDistanceView.h"
-#include "QuillonTransformation/MedialAxisKernel.h"
-#include "QuillonTransformation/OrderedThinning.h"
-#include "QuillonTransformation/SquaredDistances.h"
+#include "QuillonTransformation/axis/BisectorKernel.h"
+#include "QuillonTransformation/axis/MedialAxisKernel.h"
+#include "QuillonTransformation/distance/CSquaredDistanceView.h"
+#include "QuillonTransformation/distance/SquaredDistances.h"
+#include "QuillonTransformation/thinning/OrderedThinning.h"
 
 #include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/CImage.h>

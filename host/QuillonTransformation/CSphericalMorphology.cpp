@@ -1,9 +1,9 @@
 #include "QuillonTransformation/CSphericalMorphology.h"
 
 #include "QuillonTransformation/CloseWithLargeBall.h"
-#include "QuillonTransformation/DistanceTransform.h"
 #include "QuillonTransformation/SeparablePasses.h"
-#include "QuillonTransformation/ShortDistances.h"
+#include "QuillonTransformation/distance/DistanceTransform.h"
+#include "QuillonTransformation/distance/ShortDistances.h"
 
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2image/CImage.h>

@@ -1,7 +1,7 @@
 #include "QuillonTransformation/CloseWithLargeBall.h"
 
-#include "QuillonTransformation/CLowerEnvelope.h"
-#include "QuillonTransformation/DistanceTransform.h"
+#include "QuillonTransformation/distance/CLowerEnvelope.h"
+#include "QuillonTransformation/distance/DistanceTransform.h"
 
 #include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/ImageView.h>

@@ -1,6 +1,6 @@
 #include "segmentation/LocalThresholding.h"
 
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonSegmentation/CFastLocalThresholding.h>
 #include <sorblib2core/CStringTools.h>

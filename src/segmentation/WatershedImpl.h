@@ -1,12 +1,12 @@
 #pragma once
 
 #include "segmentation/CBasins.h"
-#include "segmentation/CFloodStates.h"
-#include "segmentation/CPixelQueue.h"
 #include "segmentation/PixelSort.h"
-#include "segmentation/WatershedChecks.h"
-#include "segmentation/WatershedCriteria.h"
-#include "segmentation/WatershedLabels.h"
+#include "segmentation/floods/CFloodStates.h"
+#include "segmentation/floods/CPixelQueue.h"
+#include "segmentation/floods/WatershedChecks.h"
+#include "segmentation/floods/WatershedCriteria.h"
+#include "segmentation/floods/WatershedLabels.h"
 #include "utils/JoinedText.h"
 
 #include <QuillonBase/IProgress.h>

@@ -1,6 +1,6 @@
 #include "topology/StLocalTopology.h"
 
-#include "utils/PluginContract.h"
+#include "plugin/PluginContract.h"
 
 namespace quillon {
 

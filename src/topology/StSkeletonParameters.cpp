@@ -1,7 +1,7 @@
 #include "topology/StSkeletonParameters.h"
 
-#include "topology/LookUpTablePath.h"
-#include "utils/PluginContract.h"
+#include "plugin/LookUpTablePath.h"
+#include "plugin/PluginContract.h"
 
 #include <QuillonTransformation/CSkeletonCouprierZour.h>
 

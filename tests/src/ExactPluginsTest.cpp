@@ -8,8 +8,8 @@
 #include <QuillonTransformation/CExactBisector.h>
 #include <QuillonTransformation/CExactMedialAxis.h>
 #include <QuillonTransformation/CSkeletonCouprierZour.h>
-#include <QuillonTransformation/FindMedialAxisNeighborhood.h>
-#include <QuillonTransformation/LookUpTableFile.h>
+#include <QuillonTransformation/axis/FindMedialAxisNeighborhood.h>
+#include <QuillonTransformation/axis/LookUpTableFile.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CValueBool.h>

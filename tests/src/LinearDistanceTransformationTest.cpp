@@ -1,4 +1,4 @@
-#include "CLinearDistanceTransformation.h"
+#include "distance/CLinearDistanceTransformation.h"
 #include "support/PluginTest.h"
 #include "support/TestImage.h"
 

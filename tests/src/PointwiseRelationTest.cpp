@@ -1,10 +1,10 @@
 // The plug-in of the loaded pack; what it has to say stands in the box that it opens.
 
-#include "src/utils/TraversalTools.h"
 #include "support/PackHost.h"
 #include "support/QtTest.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 
 #include <QuillonBase/CProgressProxy.h>
 #include <sorblib2core/CException.h>

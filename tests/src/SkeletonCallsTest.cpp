@@ -2,10 +2,10 @@
 // them. This program defines the library's operations and the image factory itself: the pack, loaded as a
 // host loads it, finds these before those of the libraries.
 
-#include "src/utils/TraversalTools.h"
 #include "support/PackHost.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 
 #include <QuillonTransformation/CSkeletonCouprierZour.h>
 #include <sorblib2core/CException.h>

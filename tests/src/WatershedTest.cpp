@@ -1,7 +1,7 @@
-#include "src/utils/TraversalTools.h"
 #include "support/PackHost.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CExBadType.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "src/utils/TraversalTools.h"
 #include "support/PackHost.h"
+#include "support/TraversalTools.h"
 
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>

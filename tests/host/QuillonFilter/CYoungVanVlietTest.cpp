@@ -1,5 +1,5 @@
-#include "CPaddedImage.h"
 #include "host/QuillonBase/CRecordingProgress.h"
+#include "host/QuillonFilter/CPaddedImage.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 

@@ -4,7 +4,7 @@
 
 #include <QuillonBase/Parallel.h>
 #include <QuillonTransformation/CEdtVoronoi.h>
-#include <QuillonTransformation/SquaredDistances.h>
+#include <QuillonTransformation/distance/SquaredDistances.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueVector.h>

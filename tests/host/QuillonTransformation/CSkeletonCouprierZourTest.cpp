@@ -1,11 +1,11 @@
-#include "ImageFile.h"
+#include "engine/files/ImageFile.h"
 #include "host/QuillonBase/CRecordingProgress.h"
 #include "host/QuillonTransformation/TopologyOracle.h"
 #include "support/Raised.h"
 
 #include <QuillonBase/Parallel.h>
 #include <QuillonTransformation/CSkeletonCouprierZour.h>
-#include <QuillonTransformation/OrderedThinning.h>
+#include <QuillonTransformation/thinning/OrderedThinning.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2image/CSorbImageFactory.h>
 
@@ -103,7 +103,7 @@ StObject Ring() {
 
 /// A crop of a CT scan of cement paste, noise included: the solid or the pores.
 StObject Cement(std::int64_t extent, bool isSolid) {
-    const auto scan = app::ReadImage(QUILLON_TEST_DATA "/cement_pores_128.nrrd");
+    const auto scan = engine::ReadImage(QUILLON_TEST_DATA "/cement_pores_128.nrrd");
     const CImageView<const unsigned char> view(*scan);
     return test::ObjectOf({extent, extent, extent}, [&](const test::Vector& p) {
         return (view.Row(p[1] + 40, p[2] + 40)[p[0] + 40] > 80) == isSolid;

@@ -7,14 +7,14 @@
 #include <QuillonFilterOrientations/CSubfieldFiberDirections.h>
 #include <QuillonGranulometry/CGranulometry.h>
 #include <QuillonMeasurement/CExtractorLabelData.h>
-#include <QuillonTransformation/BisectorKernel.h>
-#include <QuillonTransformation/CCoveringTable.h>
 #include <QuillonTransformation/CEdtVoronoi.h>
 #include <QuillonTransformation/CSkeletonCouprierZour.h>
 #include <QuillonTransformation/CSphericalMorphology.h>
-#include <QuillonTransformation/MedialAxisKernel.h>
-#include <QuillonTransformation/SimplePoints.h>
-#include <QuillonTransformation/SquaredDistances.h>
+#include <QuillonTransformation/axis/BisectorKernel.h>
+#include <QuillonTransformation/axis/CCoveringTable.h>
+#include <QuillonTransformation/axis/MedialAxisKernel.h>
+#include <QuillonTransformation/distance/SquaredDistances.h>
+#include <QuillonTransformation/thinning/SimplePoints.h>
 #include <QuillonUtils/CCylinderMask.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/ImageView.h>
@@ -309,15 +309,16 @@ struct StCase {
 std::ostream& operator<<(std::ostream& stream, const StCase& value) { return stream << value.name; }
 
 const CSize c_planes(320, 320, 17);
+const CSize c_largePlanes(520, 520, 16);
 const CSize c_plate(300, 300, 21);
 
 const StCase c_cases[] = {
     {"DistanceMapOfLargePlanes", [] { return DistanceMap(c_planes, 40); }},
     {"DistanceMapOfFarSeeds", [] { return DistanceMap(c_planes, 600); }},
     {"DistanceMapOfLongLines", [] { return DistanceMap(CSize(40, 60000), 50); }},
-    {"Opening", [] { return Morphology(&CSphericalMorphology::Opening, c_planes, 12.0F); }},
+    {"Opening", [] { return Morphology(&CSphericalMorphology::Opening, c_largePlanes, 12.0F); }},
     {"ErosionWithALargeBall", [] { return Morphology(&CSphericalMorphology::Erode, c_planes, 130.0F); }},
-    {"Closing", [] { return Morphology(&CSphericalMorphology::Closing, c_planes, 5.0F); }},
+    {"Closing", [] { return Morphology(&CSphericalMorphology::Closing, c_largePlanes, 5.0F); }},
     {"ClosingWithALargeBall",
      [] { return Morphology(&CSphericalMorphology::Closing, CSize(80, 80, 80), 130.0F); }},
     {"CoveringTable", CoveringTable},
@@ -328,17 +329,18 @@ const StCase c_cases[] = {
     {"SkeletonOfLargePlanes", [] { return Skeleton(CSize(300, 300, 17)); }},
     {"OpeningSizesOfABlock", [] { return Granulometry(Solid(CSize(110, 110, 110)), false, 0); }},
     {"OpeningSizesOfLargePlanes", [] { return Granulometry(Pierced(c_planes, 40), false, 1); }},
-    {"MaximalBallsOfABlock", [] { return Granulometry(Solid(CSize(100, 100, 100)), true, 0); }},
+    {"MaximalBallsOfABlock", [] { return Granulometry(Solid(CSize(140, 140, 140)), true, 0); }},
     {"MaximalBallsOfADisc", [] { return Granulometry(Disc(300), true, 0); }},
-    {"GaussFilterOfLargePlanes", [] { return GaussFilter(CSize(600, 600, 9), 2.0); }},
+    {"GaussFilterOfLargePlanes", [] { return GaussFilter(CSize(1300, 1300, 5), 2.0); }},
     {"GaussFilterOfLongLines", [] { return GaussFilter(CSize(600000, 7), 2.0); }},
     {"NarrowGaussFilterOfLongLines", [] { return GaussFilter(CSize(3, 500000), 0.5); }},
     {"DerivativeOfLargePlanes", [] { return Derivative(CSize(600, 600, 9)); }},
     {"DerivativeOfLongLines", [] { return Derivative(CSize(3, 800000)); }},
     {"CylinderMask", [] { return CylinderMask(CSize(3500000, 5, 2)); }},
     {"LabelData", [] { return LabelData(CSize(2000000, 4, 1)); }},
-    {"FiberDirectionsOfLargePlanes", [] { return FiberDirections(CSize(320, 320, 12)); }},
-    {"NoBallsInLargePlanes", [] { return Granulometry(NewImage(IMAGE_BINARY_FG, c_planes), false, 0); }},
+    {"FiberDirectionsOfLargePlanes", [] { return FiberDirections(CSize(600, 600, 12)); }},
+    {"NoBallsInLargePlanes",
+     [] { return Granulometry(NewImage(IMAGE_BINARY_FG, CSize(700, 700, 16)), false, 0); }},
 };
 
 class LongestStretch : public testing::TestWithParam<StCase> {

@@ -1,8 +1,8 @@
 #include "src/contract/PluginTable.h"
 
-#include "src/utils/TraversalTools.h"
 #include "support/DialogAnswers.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 
 #include <sorblib2core/CString.h>
 #include <sorblib2core/CValueBool.h>

@@ -1,6 +1,6 @@
 // From where plug-ins report progress, and where they ask whether to go on.
 
-#include "Catalogue.h"
+#include "engine/catalogue/CCatalogue.h"
 #include "src/contract/PluginTable.h"
 #include "support/QtTest.h"
 
@@ -227,7 +227,7 @@ TEST(PluginQuestionsOfTheWatershed, AreOnePerValueBeyond16Bits) {
     }
 }
 
-// --- what the catalogue of the program says about it
+// --- what the pack's catalogue says about it
 
 /// Whether the table above knows work of the plug-in that asks nothing.
 bool HasUnaskedWork(const std::string& plugin) {
@@ -237,7 +237,8 @@ bool HasUnaskedWork(const std::string& plugin) {
 }
 
 TEST_P(PluginProgress, IsAskedAboutWhereTheCatalogueSaysThatARunCanBeCancelled) {
-    const auto* entry = app::CCatalogue::Embedded().Find(GetParam()->name);
+    const auto catalogue = engine::CCatalogue::OfPack(QUILLON_PACK);
+    const auto* entry = catalogue.Find(GetParam()->name);
     ASSERT_NE(entry, nullptr);
     SetThreadCount(1);
     const auto questionsOf = [&](std::int64_t cancelAt) {
@@ -250,11 +251,11 @@ TEST_P(PluginProgress, IsAskedAboutWhereTheCatalogueSaysThatARunCanBeCancelled) 
         return sink.questions.load();
     };
     const std::int64_t questions = questionsOf(INT64_MAX);
-    if (entry->cancel == app::CANCEL_NOWHERE) {
+    if (entry->cancel == engine::CANCEL_NOWHERE) {
         EXPECT_EQ(questions, 0);
         return;
     }
-    EXPECT_EQ(entry->cancel == app::CANCEL_PARTLY, HasUnaskedWork(entry->name));
+    EXPECT_EQ(entry->cancel == engine::CANCEL_PARTLY, HasUnaskedWork(entry->name));
     EXPECT_GT(questions, 40);
     // The work ends with the answer, and with it the questions.
     EXPECT_LT(questionsOf(questions / 4), questions / 2);

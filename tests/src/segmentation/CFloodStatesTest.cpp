@@ -1,6 +1,6 @@
 // Which neighbours a flood sees: those of the table, except those beyond the border of the image.
 
-#include "segmentation/CFloodStates.h"
+#include "segmentation/floods/CFloodStates.h"
 
 #include <QuillonBase/Neighborhoods.h>
 

@@ -1,9 +1,9 @@
 #include "segmentation/PixelSort.h"
 
 #include "segmentation/PixelSortVisitors.h"
-#include "src/utils/TraversalTools.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 
 #include <sorblib2core/CException.h>
 

@@ -1,6 +1,6 @@
 #include "segmentation/WatershedImpl.h"
 
-#include "src/segmentation/WatershedTools.h"
+#include "src/segmentation/floods/WatershedTools.h"
 #include "support/Raised.h"
 
 #include <sorblib2core/CException.h>

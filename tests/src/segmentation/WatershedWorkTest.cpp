@@ -1,6 +1,6 @@
 #include "segmentation/WatershedImpl.h"
-#include "src/segmentation/ReferenceWatershed.h"
-#include "src/segmentation/WatershedTools.h"
+#include "src/segmentation/floods/ReferenceWatershed.h"
+#include "src/segmentation/floods/WatershedTools.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The fast scans against the definition in real volumes, made binary at their mean grey value.
 
-#include "ImageFile.h"
+#include "engine/files/ImageFile.h"
 #include "src/topology/TopologyTools.h"
 #include "support/TestImage.h"
 #include "topology/SimplePointScan.h"
@@ -19,7 +19,7 @@ namespace {
 using namespace ORVEN;
 
 std::unique_ptr<CImage> ReadBinary(const std::string& file) {
-    const auto image = app::ReadImage(std::string(QUILLON_TEST_DATA "/") + file);
+    const auto image = engine::ReadImage(std::string(QUILLON_TEST_DATA "/") + file);
     return DispatchGreyType("ReadBinary", image->Type(), [&]<class T>(std::type_identity<T>) {
         const auto pixels = test::PixelsOf<T>(*image);
         const double mean =

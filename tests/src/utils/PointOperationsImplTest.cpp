@@ -1,8 +1,8 @@
 #include "utils/PointOperationsImpl.h"
 
-#include "TraversalTools.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 #include "utils/visitors/Analyzers.h"
 #include "utils/visitors/PointOperationCopy.h"
 

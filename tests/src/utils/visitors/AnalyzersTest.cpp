@@ -1,7 +1,7 @@
 #include "utils/visitors/Analyzers.h"
 
-#include "src/utils/TraversalTools.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "utils/visitors/PointOperationArithmetics.h"
 
-#include "src/utils/TraversalTools.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
+#include "support/TraversalTools.h"
 
 #include <gtest/gtest.h>
 

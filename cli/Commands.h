@@ -1,0 +1,21 @@
+#pragma once
+
+#include "cli/CCommandError.h"
+
+namespace CLI {
+class App;
+}
+
+namespace cli {
+
+// Each adds its command to the program. The command runs as the callback of its subcommand and raises
+// `CCommandError` to end with another status than done.
+void AddListCommand(CLI::App& program);
+void AddDescribeCommand(CLI::App& program);
+void AddRunCommand(CLI::App& program);
+void AddInfoCommand(CLI::App& program);
+void AddConvertCommand(CLI::App& program);
+void AddPreviewCommand(CLI::App& program);
+void AddPlotCommand(CLI::App& program);
+
+} // namespace cli

@@ -1,0 +1,115 @@
+#include "cli/Commands.h"
+#include "engine/catalogue/CCatalogue.h"
+#include "engine/packs/CPackLibrary.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <sstream>
+
+namespace cli {
+
+using namespace engine;
+
+namespace {
+
+constexpr std::size_t lineWidth = 96;
+
+/// The words in lines of readable length, each behind the indent.
+std::string Wrapped(const std::string& text, const std::string& indent) {
+    std::string wrapped;
+    std::string line;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (!line.empty() && indent.size() + line.size() + 1 + word.size() > lineWidth) {
+            wrapped += indent + line + "\n";
+            line.clear();
+        }
+        line.append(line.empty() ? "" : " ").append(word);
+    }
+    return wrapped + indent + line + "\n";
+}
+
+using Row = std::array<std::string, 4>;
+
+Row RowOf(const StCatalogueParameter& parameter) {
+    const auto& value = parameter.defaultValue;
+    std::string legal = LegalValuesInWords(parameter);
+    if (!parameter.unit.empty())
+        legal.append(legal.empty() ? "" : " ").append(parameter.unit);
+    return {parameter.key, std::string(WordOfKind(parameter.kind)),
+            value.is_null()     ? "-"
+            : value.is_string() ? value.get<std::string>()
+                                : value.dump(),
+            legal};
+}
+
+void PrintTable(const char* heading, const std::vector<StCatalogueParameter>& parameters) {
+    if (parameters.empty())
+        return;
+    std::vector<Row> rows = {{heading, "KIND", "DEFAULT", "VALUES"}};
+    for (const StCatalogueParameter& parameter : parameters)
+        rows.push_back(RowOf(parameter));
+    std::array<int, 3> widths{};
+    for (const Row& row : rows) {
+        for (std::size_t column = 0; column < widths.size(); ++column)
+            widths[column] = std::max(widths[column], static_cast<int>(row[column].size()));
+    }
+    std::printf("\n");
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        std::string line;
+        for (std::size_t column = 0; column < widths.size(); ++column) {
+            line += rows[i][column];
+            line.append(static_cast<std::size_t>(widths[column]) + 2 - rows[i][column].size(), ' ');
+        }
+        line += rows[i][3];
+        std::printf("%s\n", line.substr(0, line.find_last_not_of(' ') + 1).c_str());
+        if (i > 0)
+            std::printf("%s", Wrapped(parameters[i - 1].meaning, "    ").c_str());
+    }
+}
+
+void Describe(const std::string& name, bool asJson) {
+    const CCatalogue catalogue = CCatalogue::OfPack(CPackLibrary::DefaultPath());
+    const StCatalogueEntry* entry = catalogue.Find(name);
+    if (entry == nullptr)
+        throw CCommandError(STATUS_USAGE, UnknownPluginMessage(name, catalogue));
+    if (asJson) {
+        std::printf("%s\n", entry->source.dump(2).c_str());
+        return;
+    }
+    std::printf("%s: %s\n%s\n\n", entry->name.c_str(), entry->title.c_str(), entry->summary.c_str());
+    std::printf("Takes images: %s\n", AcceptedInWords(entry->images).c_str());
+    std::printf("Delivers: %s\n", entry->documentsOut == 0   ? "no new image"
+                                  : entry->documentsOut == 1 ? "a new image"
+                                                             : "several new images");
+    std::printf("Can be cancelled: %s\n", entry->cancel == CANCEL_ANYWHERE ? "yes"
+                                          : entry->cancel == CANCEL_PARTLY ? "in parts of its work"
+                                                                           : "no");
+    if (entry->opensDialogs)
+        std::printf("Opens dialogs or message boxes.\n");
+    PrintTable("PARAMETER", entry->parameters);
+    PrintTable("SETTING", entry->settings);
+}
+
+} // namespace
+
+void AddDescribeCommand(CLI::App& program) {
+    CLI::App* command =
+        program.add_subcommand("describe", "Tell a plug-in's parameters and the images it takes");
+    struct StDescribeOptions {
+        std::string name;
+        bool asJson = false;
+    };
+    const auto options = std::make_shared<StDescribeOptions>();
+    command->add_option("NAME", options->name, "The plug-in, see 'quillon list'")
+        ->required()
+        ->option_text(" ");
+    command->add_flag("--json", options->asJson, "As JSON");
+    command->callback([options] { Describe(options->name, options->asJson); });
+}
+
+} // namespace cli

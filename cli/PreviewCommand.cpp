@@ -1,0 +1,99 @@
+#include "cli/Commands.h"
+#include "engine/errors/CEngineError.h"
+#include "engine/files/CAtomicFile.h"
+#include "engine/files/ImageFile.h"
+#include "engine/files/OutputChecks.h"
+#include "engine/files/formats/PngFile.h"
+#include "engine/pictures/StPicture.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+
+namespace cli {
+
+using namespace engine;
+
+namespace {
+
+struct StPreviewOptions {
+    std::string file;
+    std::string output;
+    std::string axis = "z";
+    std::optional<std::int64_t> slice;
+    bool isProjection = false;
+    bool showsLabels = false;
+    bool showsAngles = false;
+};
+
+void RequireExistingPlane(const StPreviewOptions& options, const ORVEN::CImage& image, int axis) {
+    if (axis != 2 && image.Size().Dim() < 3)
+        throw CCommandError(STATUS_USAGE, "--axis " + options.axis + ": '" + options.file +
+                                              "' is no volume, it has one plane");
+    const std::int64_t count = PlaneCount(image, axis);
+    if (options.slice && (*options.slice < 0 || *options.slice >= count))
+        throw CCommandError(STATUS_USAGE, "--slice " + std::to_string(*options.slice) + ": '" + options.file +
+                                              "' has the planes 0 to " + std::to_string(count - 1) +
+                                              " on axis " + options.axis);
+}
+
+void WritePicture(const StPicture& picture, const std::string& path) {
+    StImageHeader header;
+    header.format = FORMAT_PNG;
+    header.size = ORVEN::CSize(picture.width, picture.height);
+    header.samplesPerPixel = 3;
+    CAtomicFile file(path);
+    try {
+        WritePng(file.Path(), header, picture.rgb.data());
+    } catch (const CFileError& error) {
+        ThrowUnwritable(path, error.what());
+    }
+    file.Commit();
+}
+
+void Preview(const StPreviewOptions& options) {
+    if (!options.output.ends_with(".png") && !options.output.ends_with(".PNG"))
+        throw CCommandError(STATUS_USAGE, "-o '" + options.output + "': a picture's name must end in .png");
+    RequireWritableFile(options.output);
+    const auto image = ReadImage(options.file);
+    StPictureOptions picture;
+    picture.axis = options.axis == "x" ? 0 : options.axis == "y" ? 1 : 2;
+    RequireExistingPlane(options, *image, picture.axis);
+    picture.slice = options.slice;
+    picture.isProjection = options.isProjection;
+    picture.colours = options.showsAngles   ? COLOURS_ANGLES
+                      : options.showsLabels ? COLOURS_LABELS
+                                            : COLOURS_AUTOMATIC;
+    WritePicture(MakePicture(*image, picture), options.output);
+}
+
+} // namespace
+
+void AddPreviewCommand(CLI::App& program) {
+    CLI::App* command = program.add_subcommand("preview", "Make a picture of one plane of an image file");
+    const auto options = std::make_shared<StPreviewOptions>();
+    command->add_option("FILE", options->file, "The image file")->required()->option_text(" ");
+    command->add_option("-o,--output", options->output, "Where the picture goes")
+        ->required()
+        ->option_text("PNG");
+    command->add_option("--axis", options->axis, "The axis that one looks along, z unless said otherwise")
+        ->check(CLI::IsMember({"x", "y", "z"}))
+        ->option_text("x|y|z");
+    CLI::Option* const slice = command
+                                   ->add_option("--slice", options->slice,
+                                                "The plane on that axis, from 0; without it the middle one")
+                                   ->option_text("N");
+    command
+        ->add_flag("--mip", options->isProjection, "The greatest value along the axis instead of one plane")
+        ->excludes(slice);
+    CLI::Option* const labels =
+        command->add_flag("--labels", options->showsLabels,
+                          "A colour for each number; by itself for an image that tells its number of labels");
+    command->add_flag("--angles", options->showsAngles, "A hue for each angle of a direction map, in radians")
+        ->excludes(labels);
+    command->footer("Example: quillon preview volume.nrrd -o volume.png --axis x --slice 12");
+    command->callback([options] { Preview(*options); });
+}
+
+} // namespace cli

@@ -1,0 +1,265 @@
+#include "cli/RunPlugin.h"
+
+#include "cli/CInterruptGuard.h"
+#include "cli/CProgressBar.h"
+#include "cli/Commands.h"
+#include "cli/RunSummary.h"
+#include "cli/StRunInputs.h"
+#include "engine/catalogue/CCatalogue.h"
+#include "engine/dialogs/CGuiApplication.h"
+#include "engine/errors/CEngineError.h"
+#include "engine/files/CKeptFile.h"
+#include "engine/files/ImageFile.h"
+#include "engine/files/ImageWords.h"
+#include "engine/packs/CPackLibrary.h"
+#include "engine/run/COutputCapture.h"
+#include "engine/run/StRunRecord.h"
+
+#include <QuillonBase/CProgressProxy.h>
+#include <QuillonBase/Parallel.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace cli {
+
+using namespace engine;
+
+using namespace ORVEN;
+
+namespace {
+
+/// Algorithms report to the sink while this lives.
+class CHostSinkGuard {
+public:
+    explicit CHostSinkGuard(IProgress* sink)
+        : m_previous(CProgressProxy::SetHostSink(sink)) {}
+    CHostSinkGuard(const CHostSinkGuard&) = delete;
+    CHostSinkGuard& operator=(const CHostSinkGuard&) = delete;
+    ~CHostSinkGuard() { CProgressProxy::SetHostSink(m_previous); }
+
+private:
+    IProgress* m_previous;
+};
+
+const StCatalogueEntry* FindPlugin(const std::string& name, const CPackLibrary& pack,
+                                   const CCatalogue& catalogue) {
+    const StCatalogueEntry* entry = catalogue.Find(name);
+    if (!pack.Provides(name)) {
+        throw CCommandError(STATUS_USAGE, entry != nullptr ? "the pack does not provide '" + name + "'"
+                                                           : UnknownPluginMessage(name, catalogue));
+    }
+    return entry;
+}
+
+/// What to say when Ctrl-C may have no effect: a plug-in that does not ask for it would leave a person
+/// waiting without a word. Nothing for a plug-in that can be cancelled anywhere, or that the catalogue does
+/// not know.
+std::string CancelNotice(const StCatalogueEntry* entry, bool isTerminal) {
+    if (entry == nullptr || entry->cancel == CANCEL_ANYWHERE)
+        return "";
+    // On a terminal the notice takes the line of the progress bar.
+    return (isTerminal ? CProgressBar::wipeLine : "") + ("quillon: " + entry->name) +
+           (entry->cancel == CANCEL_PARTLY ? " cannot be cancelled in all parts of its work; if it goes on, a"
+                                           : " cannot be cancelled; a") +
+           " second Ctrl-C ends the program at once\n";
+}
+
+/// Qt ends the process itself when it cannot open windows; it gets the exit status of a usage error.
+void EndWithoutWindows(const std::string& reason) {
+    std::fprintf(stderr, "quillon: --gui: %s\n", reason.c_str());
+    std::_Exit(STATUS_USAGE);
+}
+
+/// Runs the plug-in with dialogs answered, output kept and progress shown.
+StRunRecord Execute(const StRunOptions& options, const StCatalogueEntry* entry, const CPackLibrary& pack,
+                    StRunInputs& inputs) {
+    StRunRecord record;
+    record.plugin = options.plugin;
+    record.image = options.image;
+    const CGuiApplication application(options.showsWindows, EndWithoutWindows);
+    std::optional<CBatchDialogs> dialogs;
+    if (!options.showsWindows)
+        dialogs.emplace(inputs.answers);
+    COutputCapture capture;
+    const int terminal = capture.RealStandardError();
+    {
+        const bool isTerminal = isatty(terminal) != 0;
+        const CInterruptGuard interrupts(CancelNotice(entry, isTerminal), terminal);
+        CProgressBar bar(!options.isQuiet && isTerminal ? terminal : -1);
+        const CHostSinkGuard sink(&bar);
+        const std::unique_ptr<CPluginBase> plugin = pack.Create(options.plugin);
+        const std::unique_ptr<CValueMap> settings = inputs.settings.Take();
+        record.outcome = CallPlugin(*plugin, {options.plugin, inputs.document.get(), inputs.parameters.Take(),
+                                              settings.get(), options.runsRefused});
+        record.isCancelled = bar.IsCancelled();
+    }
+    capture.Stop();
+    record.standardOutput = capture.StandardOutput();
+    record.standardError = capture.StandardError();
+    if (dialogs) {
+        record.boxes = dialogs->Boxes();
+        if (const auto error = std::find_if(record.boxes.begin(), record.boxes.end(), IsErrorBox);
+            error != record.boxes.end())
+            record.errorBox = *error;
+        record.unusedAnswers = dialogs->UnusedAnswers();
+        record.isFileUnused = options.file && !dialogs->HasSeenFileDialog();
+        if (options.file && dialogs->HasSeenFileDialog())
+            record.pickedFile = *options.file;
+        if (!dialogs->Problem().empty())
+            record.dialogProblem = dialogs->Problem();
+    }
+    record.files.resize(record.outcome.documents.size());
+    return record;
+}
+
+/// Whether the plug-in did its work, and what it delivered is to be kept.
+bool HasResults(const StRunRecord& record, const StRunOptions& options) {
+    return !record.isCancelled && !record.outcome.failure && !record.dialogProblem &&
+           (record.outcome.isAccepted.value_or(false) || options.runsRefused);
+}
+
+void WriteDocuments(const std::vector<std::string>& files, StRunRecord& record) {
+    const auto& documents = record.outcome.documents;
+    for (std::size_t i = 0; i < documents.size() && i < files.size(); ++i) {
+        const CImage* image = ImageOf(*documents[i]);
+        if (image == nullptr)
+            continue;
+        WriteImage(*image, files[i]);
+        record.files[i] = files[i];
+    }
+}
+
+/// Why the image was refused: what it is, and what the plug-in takes.
+std::string RefusalMessage(const StRunOptions& options, const StCatalogueEntry* entry, const CImage& image) {
+    std::string message = options.plugin + " does not take " + options.image + " (" +
+                          WordOfPixelType(image.Type()) + ", " + SizeInWords(image.Size()) + ")";
+    if (entry == nullptr)
+        return message + ", and the catalogue does not know why";
+    return message + "; it takes " + AcceptedInWords(entry->images);
+}
+
+/// How the program is to end, if not with "done".
+std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions& options,
+                                   const StCatalogueEntry* entry, const CImage& image) {
+    const StPluginOutcome& outcome = record.outcome;
+    if (record.isCancelled)
+        return CCommandError(STATUS_CANCELLED, "cancelled; nothing was written");
+    if (record.dialogProblem)
+        return CCommandError(STATUS_USAGE, *record.dialogProblem);
+    if (outcome.failure) {
+        const std::string& source = outcome.failure->source;
+        return CCommandError(STATUS_PLUGIN_RAISED,
+                             (source.empty() ? options.plugin : source) + ": " + outcome.failure->message);
+    }
+    if (!outcome.isAccepted.value_or(false) && !options.runsRefused)
+        return CCommandError(STATUS_IMAGE_REFUSED, RefusalMessage(options, entry, image));
+    if (record.errorBox)
+        return CCommandError(STATUS_FILE, options.plugin + ": " + record.errorBox->text);
+    if (!record.unusedAnswers.empty())
+        return CCommandError(STATUS_USAGE, "no dialog had an input named '" + record.unusedAnswers.front() +
+                                               "', so the plug-in ran without that answer");
+    return std::nullopt;
+}
+
+/// Does the work; of several failures the first is the one that the program ends with.
+template <class Work>
+void KeepFirstError(std::optional<CCommandError>& first, const Work& work) {
+    try {
+        work();
+    } catch (const CCommandError& error) {
+        if (!first)
+            first = error;
+    } catch (const CEngineError& error) {
+        if (!first)
+            first.emplace(error);
+    }
+}
+
+/// Keeps the file that a plug-in asks for in a dialog and writes to under its own name.
+class CPickedFile {
+public:
+    /// Makes the answers keep the file as soon as a dialog is given it.
+    CPickedFile(const std::optional<std::string>& file, StDialogAnswers& answers) {
+        if (file)
+            answers.beforeSaving = [this, name = *file] { return Keep(name); };
+    }
+
+    /// Decides which of both files stays. Raises `CFileError` if it could not be kept or put back.
+    void Settle(const StRunRecord& record, bool hasResults) {
+        if (m_problem)
+            throw CFileError(*m_problem);
+        if (!m_kept)
+            return;
+        // A plug-in that warns of an empty table means to leave it where there was none.
+        const bool isMeant = record.errorBox && record.errorBox->kind == "warning" && !m_kept->HasOld();
+        if (hasResults && (!record.errorBox || isMeant))
+            m_kept->Release();
+        else
+            m_kept->Restore();
+    }
+
+private:
+    bool Keep(const std::string& name) {
+        try {
+            m_kept.emplace(name);
+            return true;
+        } catch (const CFileError& error) {
+            m_problem = error.what();
+            return false;
+        }
+    }
+
+    std::optional<CKeptFile> m_kept;
+    std::optional<std::string> m_problem;
+};
+
+} // namespace
+
+void RunPlugin(const StRunOptions& options) {
+    SetThreadCount(options.threads);
+    const std::string packPath = options.pack.value_or(CPackLibrary::DefaultPath());
+    const CPackLibrary pack(packPath);
+    const CCatalogue catalogue = CCatalogue::OfPack(packPath);
+    const StCatalogueEntry* entry = FindPlugin(options.plugin, pack, catalogue);
+    StRunInputs inputs = PrepareInputs(options, entry);
+    const CImage& image = *inputs.image;
+    const CValueMap attributesBefore(image.Attributes());
+
+    CPickedFile pickedFile(options.file, inputs.answers);
+    StRunRecord record = Execute(options, entry, pack, inputs);
+    std::optional<CCommandError> end;
+    const bool hasResults = HasResults(record, options);
+    KeepFirstError(end, [&] { pickedFile.Settle(record, hasResults); });
+    if (hasResults) {
+        KeepFirstError(end, [&] { WriteDocuments(options.outputs, record); });
+        record.showedWindows = options.showsWindows;
+        record.isReported = options.report.has_value();
+        record.hasMeasured = !image.Attributes().Equal(attributesBefore);
+        const bool isMeasurement = record.outcome.documents.empty() &&
+                                   (entry == nullptr || entry->documentsOut == 0 || record.hasMeasured);
+        if (isMeasurement && !options.outputs.empty()) {
+            KeepFirstError(end, [&] {
+                WriteImage(image, options.outputs.front());
+                record.measuredFile = options.outputs.front();
+            });
+        }
+    }
+    if (end)
+        record.outcome.failure = StFailure{"quillon", end->what()};
+    else
+        end = EndOf(record, options, entry, image);
+    if (inputs.packLog)
+        KeepFirstError(end, [&] { inputs.packLog->Write(record.standardOutput + record.standardError); });
+    if (inputs.report)
+        KeepFirstError(end, [&] { inputs.report->Write(ReportText(record)); });
+    if (hasResults && !options.isQuiet)
+        std::fputs(RunSummary(record, options.outputs).c_str(), stdout);
+    if (end)
+        throw CCommandError(*end);
+}
+
+} // namespace cli

@@ -1,0 +1,148 @@
+#include "cli/StRunInputs.h"
+
+#include "cli/Commands.h"
+#include "cli/Spacing.h"
+#include "cli/StandardStreams.h"
+#include "engine/errors/CEngineError.h"
+#include "engine/files/ImageFile.h"
+#include "engine/files/OutputChecks.h"
+#include "engine/run/PluginCall.h"
+
+#include <sorblib2image/CQuillonHeaderTools.h>
+
+#include <filesystem>
+#include <set>
+#include <sorblib2core/CValueString.h>
+
+namespace cli {
+
+using namespace engine;
+
+using namespace ORVEN;
+
+namespace {
+
+/// All files that the command line asks for; raises if one of them is asked for twice.
+void RequireDifferentFiles(const StRunOptions& options) {
+    std::set<std::string> files;
+    const auto add = [&files](const std::string& named, const std::string& file) {
+        if (!files.insert(file).second)
+            throw CCommandError(STATUS_USAGE, "'" + named + "' is to be written twice");
+    };
+    for (const std::string& output : options.outputs) {
+        for (const std::string& file : FilesOfImage(output))
+            add(file == FileItself(output) ? output : file, file);
+    }
+    for (const auto& file : {options.report, options.packLog, options.file}) {
+        if (file && !IsDeviceOrPipe(*file))
+            add(*file, FileItself(*file));
+    }
+}
+
+std::unique_ptr<CTextOutput> OpenText(const std::optional<std::string>& path) {
+    if (!path)
+        return nullptr;
+    if (!IsDeviceOrPipe(*path))
+        RequireWritableFile(*path);
+    return std::make_unique<CTextOutput>(*path);
+}
+
+void PrepareOutputs(const StRunOptions& options, StRunInputs& inputs) {
+    for (const std::string& file : options.outputs)
+        RequireImageFileName(file);
+    RequireDifferentFiles(options);
+    if (!options.isQuiet && IsStandardOutputClosed())
+        throw CFileError("standard output is closed; give --quiet to do without a summary");
+    for (const std::string& file : options.outputs)
+        RequireWritableImage(file);
+    inputs.report = OpenText(options.report);
+    inputs.packLog = OpenText(options.packLog);
+    if (options.file) {
+        RequirePlace(*options.file);
+        if (IsDeviceOrPipe(*options.file))
+            inputs.pickedPipe = std::make_unique<CTextOutput>(*options.file);
+    }
+}
+
+/// Raises for a setting that is to name a file and names a pipe or device, which the plug-in would wait for.
+void RequireFilesOfSettings(const StCatalogueEntry* entry, const CValueMap& settings) {
+    if (entry == nullptr)
+        return;
+    for (const StCatalogueParameter& setting : entry->settings) {
+        if (!setting.isFile || !settings.HasEntry(setting.key, typeid(CValueString)))
+            continue;
+        const std::string file = settings.Entry(setting.key, true)->String().Std();
+        if (IsDeviceOrPipe(file))
+            throw CFileError("cannot read '" + file + "': it is no regular file");
+    }
+}
+
+std::optional<IImage::CType> PixelType(const StRunOptions& options) {
+    if (!options.pixelType)
+        return std::nullopt;
+    const auto type = PixelTypeOfWord(*options.pixelType);
+    if (!type)
+        throw CCommandError(STATUS_USAGE, "--as: '" + *options.pixelType +
+                                              "' is none of binary, grey8, grey16, grey32, greyf");
+    return type;
+}
+
+StWidgetAnswer ParseAnswer(const std::string& text) {
+    const auto equals = text.find('=');
+    if (equals == std::string::npos || equals == 0)
+        throw CCommandError(STATUS_USAGE, "'" + text + "' is not of the form NAME=VALUE");
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+StDialogAnswers ParseAnswers(const StRunOptions& options) {
+    StDialogAnswers answers;
+    for (const std::string& text : options.answers)
+        answers.widgets.push_back(ParseAnswer(text));
+    for (const std::string& text : options.choices) {
+        answers.widgets.push_back(ParseAnswer(text));
+        answers.widgets.back().objectName.insert(0, "choice:");
+    }
+    answers.file = options.file;
+    answers.cancel = options.cancelsDialogs;
+    return answers;
+}
+
+} // namespace
+
+StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* entry) {
+    StRunInputs inputs{CParameterMap("parameter", entry != nullptr ? &entry->parameters : nullptr),
+                       CParameterMap("setting", entry != nullptr ? &entry->settings : nullptr),
+                       ParseAnswers(options),
+                       nullptr,
+                       nullptr,
+                       nullptr,
+                       nullptr,
+                       nullptr};
+    if (options.parametersFile)
+        inputs.parameters.ReadFile(*options.parametersFile);
+    for (const std::string& text : options.parameters)
+        inputs.parameters.Set(ParseAssignment(text));
+    if (!options.isBare && !options.parametersFile)
+        inputs.parameters.FillDefaults();
+    for (const std::string& text : options.settings)
+        inputs.settings.Set(ParseAssignment(text));
+    const auto type = PixelType(options);
+    std::optional<std::array<double, 3>> spacing;
+    if (options.spacing)
+        spacing = ParseSpacing(*options.spacing);
+    RequireFilesOfSettings(entry, inputs.settings.Map());
+    PrepareOutputs(options, inputs);
+
+    inputs.image = ReadImage(options.image, type);
+    if (spacing)
+        CQuillonHeaderTools::SetSpacing(*inputs.image, (*spacing)[0], (*spacing)[1], (*spacing)[2]);
+    inputs.parameters.ReadImages();
+    inputs.settings.ReadImages();
+    std::optional<std::string> label;
+    if (!options.hasNoLabel)
+        label = options.label.value_or(std::filesystem::path(options.image).filename().string());
+    inputs.document = MakeDocument(*inputs.image, label);
+    return inputs;
+}
+
+} // namespace cli

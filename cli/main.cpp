@@ -1,0 +1,88 @@
+#include "cli/CInterruptGuard.h"
+#include "cli/Commands.h"
+#include "cli/StandardStreams.h"
+#include "engine/errors/CEngineError.h"
+
+#include <sorblib2core/CException.h>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <string>
+
+namespace {
+
+using namespace cli;
+using namespace engine;
+
+/// The program's one line about what went wrong.
+void PrintError(std::string message) {
+    std::replace_if(
+        message.begin(), message.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    std::fflush(stdout);
+    std::fprintf(stderr, "quillon: %s\n", message.c_str());
+}
+
+int EndUsage(const CLI::App& program, const CLI::ParseError& error) {
+    const auto commands = program.get_subcommands();
+    const std::string help =
+        commands.empty() ? "quillon --help" : "quillon " + commands.front()->get_name() + " --help";
+    PrintError(std::string(error.what()) + " (see '" + help + "')");
+    return STATUS_USAGE;
+}
+
+int Run(CLI::App& program, int argumentCount, char** arguments) {
+    try {
+        program.parse(argumentCount, arguments);
+        if (program.get_subcommands().empty())
+            std::fputs(program.help().c_str(), stdout);
+        return STATUS_DONE;
+    } catch (const CLI::ParseError& error) {
+        // Help and version are raised, too.
+        return error.get_exit_code() == 0 ? program.exit(error) : EndUsage(program, error);
+    } catch (const CCommandError& error) {
+        PrintError(error.what());
+        return error.Status();
+    } catch (const CEngineError& error) {
+        PrintError(error.what());
+        return ExitStatusOf(error.Fault());
+    } catch (const ORVEN::CException& error) {
+        PrintError(std::string(error.Source()) + ": " + error.Message());
+    } catch (const std::bad_alloc&) {
+        PrintError("not enough memory");
+    } catch (const std::exception& error) {
+        PrintError(error.what());
+    }
+    return STATUS_PLUGIN_RAISED;
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    ReserveStandardStreams();
+    HandleInterrupts();
+    CLI::App program("Segment, measure and filter 2-d and 3-d images with the plug-ins of a pack.",
+                     "quillon");
+    program.set_version_flag("--version", "quillon " QUILLON_VERSION);
+    program.require_subcommand(0, 1);
+    program.footer("Examples:\n"
+                   "  quillon list\n"
+                   "  quillon describe SegmSauvola\n"
+                   "  quillon run SegmSauvola page.png -p windowsize=12 -o text.png\n"
+                   "  quillon info text.png");
+    AddListCommand(program);
+    AddDescribeCommand(program);
+    AddRunCommand(program);
+    AddInfoCommand(program);
+    AddConvertCommand(program);
+    AddPreviewCommand(program);
+    AddPlotCommand(program);
+    const int status = Run(program, argumentCount, arguments);
+    const auto lost = FlushStandardOutput();
+    if (!lost || status != STATUS_DONE)
+        return status;
+    PrintError("cannot write to standard output: " + *lost);
+    return STATUS_FILE;
+}

@@ -1,0 +1,40 @@
+#include "engine/catalogue/NearestWord.h"
+
+#include <algorithm>
+#include <cctype>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+namespace engine {
+
+namespace {
+
+char Lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
+
+/// Levenshtein's distance, row by row.
+std::size_t EditDistance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t replaced = diagonal + (Lower(a[i]) == Lower(b[j]) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+} // namespace
+
+std::string NearestWord(std::string_view word, std::span<const std::string> candidates) {
+    const auto nearest =
+        std::min_element(candidates.begin(), candidates.end(), [word](const auto& a, const auto& b) {
+            return EditDistance(word, a) < EditDistance(word, b);
+        });
+    return nearest != candidates.end() ? *nearest : std::string();
+}
+
+} // namespace engine

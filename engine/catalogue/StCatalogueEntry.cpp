@@ -1,0 +1,229 @@
+#include "engine/catalogue/StCatalogueEntry.h"
+
+#include "engine/files/ImageFile.h"
+#include "engine/files/ImageWords.h"
+
+#include <sorblib2core/CString.h>
+
+#include <set>
+#include <stdexcept>
+
+namespace engine {
+
+namespace {
+
+using nlohmann::json;
+
+/// Hands out the members of a JSON object and complains about those that nobody asked for.
+class CMemberReader {
+public:
+    CMemberReader(const json& object, std::string place)
+        : m_object(object)
+        , m_place(std::move(place)) {
+        if (!object.is_object())
+            Fail("is no object");
+    }
+
+    void SetPlace(const std::string& place) { m_place = place; }
+
+    [[noreturn]] void Fail(const std::string& why) const {
+        throw std::runtime_error("catalogue: " + m_place + ": " + why);
+    }
+
+    const json* Find(const char* name) {
+        m_asked.insert(name);
+        const auto found = m_object.find(name);
+        return found != m_object.end() ? &*found : nullptr;
+    }
+
+    template <class T>
+    T Get(const char* name) {
+        const json* member = Find(name);
+        if (member == nullptr)
+            Fail(std::string("lacks '") + name + "'");
+        return Convert<T>(*member, name);
+    }
+
+    template <class T>
+    T Get(const char* name, T fallback) {
+        const json* member = Find(name);
+        return member != nullptr ? Convert<T>(*member, name) : fallback;
+    }
+
+    void RefuseOthers() const {
+        for (const auto& [name, member] : m_object.items()) {
+            if (!m_asked.contains(name))
+                Fail("has the unknown member '" + name + "'");
+        }
+    }
+
+private:
+    template <class T>
+    T Convert(const json& member, const char* name) const {
+        // The library would take a number for a truth value and a fraction for a whole number.
+        const bool isFitting = std::is_same_v<T, bool>   ? member.is_boolean()
+                               : std::is_integral_v<T>   ? member.is_number_integer()
+                               : std::is_arithmetic_v<T> ? member.is_number()
+                                                         : true;
+        try {
+            if (isFitting)
+                return member.get<T>();
+        } catch (const json::exception&) {
+        }
+        Fail(std::string("'") + name + "' is of the wrong kind");
+    }
+
+    const json& m_object;
+    std::string m_place;
+    std::set<std::string> m_asked;
+};
+
+bool IsOfKind(const json& value, EnValueKind kind) {
+    switch (kind) {
+    case KIND_BOOL:
+        return value.is_boolean();
+    case KIND_LONG:
+        return value.is_number_integer() && value.get<std::int64_t>() == value.get<std::int32_t>();
+    case KIND_DOUBLE:
+        return value.is_number();
+    case KIND_STRING:
+        return value.is_string();
+    case KIND_IMAGE:
+        return false; // a file is nothing to stand in a catalogue
+    }
+    return false;
+}
+
+StCatalogueParameter ParseParameter(const json& object, const std::string& place) {
+    StCatalogueParameter parameter;
+    CMemberReader reader(object, place);
+    parameter.key = reader.Get<std::string>("key");
+    reader.SetPlace(place + " '" + parameter.key + "'");
+    const auto kind = KindOfWord(reader.Get<std::string>("kind"));
+    if (!kind)
+        reader.Fail("'kind' is none of " + KindWords());
+    parameter.kind = *kind;
+    parameter.meaning = reader.Get<std::string>("meaning");
+    parameter.unit = reader.Get<std::string>("unit", "");
+    parameter.isFile = reader.Get<bool>("file", false);
+    parameter.isAlwaysSent = reader.Get<bool>("alwaysSent", false);
+    if (const json* value = reader.Find("default"))
+        parameter.defaultValue = *value;
+    parameter.choices = reader.Get<std::vector<json>>("choices", {});
+    if (const json* minimum = reader.Find("minimum"); minimum != nullptr)
+        parameter.minimum = reader.Get<double>("minimum");
+    if (const json* maximum = reader.Find("maximum"); maximum != nullptr)
+        parameter.maximum = reader.Get<double>("maximum");
+    reader.RefuseOthers();
+
+    if (parameter.key.empty() || parameter.meaning.empty())
+        reader.Fail("has an empty 'key' or 'meaning'");
+    if (!parameter.defaultValue.is_null() && !IsOfKind(parameter.defaultValue, parameter.kind))
+        reader.Fail("'default' is not of its kind");
+    if (parameter.isAlwaysSent && parameter.defaultValue.is_null() && parameter.kind != KIND_IMAGE)
+        reader.Fail("is always sent and has no 'default'");
+    if (parameter.isFile && parameter.kind != KIND_STRING)
+        reader.Fail("is a 'file' and no text");
+    for (const json& choice : parameter.choices) {
+        if (!IsOfKind(choice, parameter.kind))
+            reader.Fail("has a choice that is not of its kind");
+    }
+    return parameter;
+}
+
+std::vector<StCatalogueParameter> ParseParameters(const json& list, const std::string& place) {
+    if (!list.is_array())
+        throw std::runtime_error("catalogue: " + place + ": is no list");
+    std::vector<StCatalogueParameter> parameters;
+    std::set<std::string> keys;
+    for (const json& object : list) {
+        parameters.push_back(ParseParameter(object, place));
+        if (!keys.insert(parameters.back().key).second)
+            throw std::runtime_error("catalogue: " + place + ": '" + parameters.back().key +
+                                     "' stands there twice");
+    }
+    return parameters;
+}
+
+StAcceptedImages ParseImages(const json& object, const std::string& place) {
+    CMemberReader reader(object, place);
+    StAcceptedImages images;
+    images.types = reader.Get<std::vector<std::string>>("types");
+    images.dimensions = reader.Get<std::vector<int>>("dimensions");
+    images.minimumExtent = reader.Get<std::int64_t>("minimumExtent", 0);
+    images.note = reader.Get<std::string>("note", "");
+    reader.RefuseOthers();
+    for (const std::string& word : images.types) {
+        if (!PixelTypeOfWord(word))
+            reader.Fail("knows no pixel type '" + word + "'");
+    }
+    if (images.types.empty() || images.dimensions.empty())
+        reader.Fail("has no 'types' or no 'dimensions'");
+    return images;
+}
+
+EnCancel CancelOfWord(const std::string& word, const CMemberReader& reader) {
+    if (word == "anywhere")
+        return CANCEL_ANYWHERE;
+    if (word == "partly")
+        return CANCEL_PARTLY;
+    if (word != "nowhere")
+        reader.Fail("'cancel' is none of anywhere, partly, nowhere");
+    return CANCEL_NOWHERE;
+}
+
+} // namespace
+
+StCatalogueEntry ParseCatalogueEntry(std::string_view text) {
+    const json object = json::parse(text);
+    CMemberReader reader(object, "an entry");
+    StCatalogueEntry entry;
+    entry.name = reader.Get<std::string>("name");
+    reader.SetPlace(entry.name);
+    entry.title = reader.Get<std::string>("title");
+    entry.summary = reader.Get<std::string>("summary");
+    entry.images = ParseImages(reader.Get<json>("images"), entry.name + ": images");
+    entry.parameters = ParseParameters(reader.Get<json>("parameters"), entry.name + ": parameters");
+    entry.settings = ParseParameters(reader.Get<json>("settings"), entry.name + ": settings");
+    entry.opensDialogs = reader.Get<bool>("dialogs");
+    entry.cancel = CancelOfWord(reader.Get<std::string>("cancel"), reader);
+    entry.documentsOut = reader.Get<int>("documentsOut");
+    reader.RefuseOthers();
+    if (entry.title.empty() || entry.summary.empty() || entry.summary.find('\n') != std::string::npos)
+        reader.Fail("needs a 'title', and a 'summary' of one line");
+    entry.source = nlohmann::ordered_json::parse(text);
+    return entry;
+}
+
+std::string AcceptedInWords(const StAcceptedImages& images) {
+    std::vector<std::string> dimensions;
+    for (const int dimension : images.dimensions)
+        dimensions.push_back(std::to_string(dimension));
+    std::string text = Alternatives(images.types) + " of " + Alternatives(dimensions) + " dimensions";
+    if (images.minimumExtent > 1)
+        text += ", at least " + std::to_string(images.minimumExtent) + " pixels along each axis";
+    if (!images.note.empty())
+        text += ", " + images.note;
+    return text;
+}
+
+std::string LegalValuesInWords(const StCatalogueParameter& parameter) {
+    std::string text;
+    for (const json& choice : parameter.choices)
+        text.append(text.empty() ? "" : ", ")
+            .append(choice.is_string() ? choice.get<std::string>() : choice.dump());
+    if (!parameter.choices.empty())
+        return "one of " + text;
+    const auto number = [](double value) {
+        return ORVEN::CString("%1", ORVEN::CString::ENC_UTF8).Arg(value, 0).Std();
+    };
+    if (parameter.minimum && parameter.maximum)
+        return number(*parameter.minimum) + " to " + number(*parameter.maximum);
+    if (parameter.minimum)
+        return "at least " + number(*parameter.minimum);
+    if (parameter.maximum)
+        return "at most " + number(*parameter.maximum);
+    return "";
+}
+
+} // namespace engine

@@ -1,0 +1,54 @@
+#include "engine/dialogs/CGuiApplication.h"
+
+#include "engine/errors/CEngineError.h"
+
+#include <QWidget>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+
+namespace engine {
+
+namespace {
+
+CGuiApplication::OnFatal g_onFatal = nullptr;
+
+/// While Qt starts, its remarks about the environment are dropped; only what ends the process matters.
+void OnMessageAtStart(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
+    if (type == QtFatalMsg && g_onFatal != nullptr)
+        g_onFatal(text.simplified().toLocal8Bit().toStdString());
+}
+
+/// Messages of a batch run are the pack's, but for the offscreen platform's apologies for what it lacks.
+void OnMessageOffscreen(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text) {
+    if (!text.startsWith("This plugin does not support"))
+        std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+}
+
+int& Prepare(bool withWindows, CGuiApplication::OnFatal onFatal, int& argumentCount) {
+    g_onFatal = onFatal;
+    if (!withWindows)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    else if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+             qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        throw CCallerError("--gui needs a display, and neither DISPLAY nor WAYLAND_DISPLAY is set");
+    qInstallMessageHandler(OnMessageAtStart);
+    return argumentCount;
+}
+
+} // namespace
+
+CGuiApplication::CGuiApplication(bool withWindows, OnFatal onFatal)
+    : m_application(Prepare(withWindows, onFatal, m_argumentCount), m_arguments) {
+    qInstallMessageHandler(withWindows ? nullptr : OnMessageOffscreen);
+    std::setlocale(LC_NUMERIC, "C");
+}
+
+CGuiApplication::~CGuiApplication() {
+    QWidgetList windows = QApplication::topLevelWidgets();
+    windows.removeIf([](const QWidget* window) { return window->parent() != nullptr; }); // go with it
+    qDeleteAll(windows);
+}
+
+} // namespace engine

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace engine {
+
+/// Who has to act so that the same call succeeds.
+enum class EnFault {
+    CALLER,  ///< asked for something that does not exist or makes no sense
+    FILE,    ///< a file is missing or damaged, or cannot be written
+    PLUGIN,  ///< the plug-in or its pack failed or broke the contract
+    MACHINE, ///< memory, threads or another resource ran out
+};
+
+/// What every part of the engine raises. The message is one sentence for users, without a final full stop.
+/// What an error means for a process, such as its exit code, is up to the front end.
+class CEngineError : public std::runtime_error {
+public:
+    CEngineError(EnFault fault, const std::string& message)
+        : std::runtime_error(message)
+        , m_fault(fault) {}
+
+    [[nodiscard]] EnFault Fault() const { return m_fault; }
+
+private:
+    EnFault m_fault;
+};
+
+/// A file could not be read or written.
+class CFileError : public CEngineError {
+public:
+    explicit CFileError(const std::string& message)
+        : CEngineError(EnFault::FILE, message) {}
+};
+
+/// The caller asked for something that does not exist or makes no sense.
+class CCallerError : public CEngineError {
+public:
+    explicit CCallerError(const std::string& message)
+        : CEngineError(EnFault::CALLER, message) {}
+};
+
+} // namespace engine

@@ -1,0 +1,120 @@
+#include "engine/files/AttributesFile.h"
+
+#include "engine/errors/CEngineError.h"
+#include "engine/files/ImageFileName.h"
+#include "engine/files/TextFile.h"
+#include "engine/files/ValueJson.h"
+#include "engine/files/formats/HeaderChecks.h"
+
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+namespace engine {
+
+namespace {
+
+const char* const g_type = "quillon type";
+const char* const g_size = "size";
+const char* const g_attributes = "attributes";
+const char* const g_damaged = "its attributes are damaged";
+
+constexpr int g_indent = 2;
+
+std::unique_ptr<ORVEN::CValueMap> MapOfJson(const std::string& path, const json& object) {
+    if (!object.is_object())
+        ThrowUnreadable(path, g_damaged);
+    std::unique_ptr<ORVEN::CValue> value;
+    try {
+        value = FromJson(object);
+    } catch (const CFileError& error) {
+        ThrowUnreadable(path, std::string(g_damaged) + ": " + error.what());
+    }
+    if (value == nullptr || value->Map() == nullptr)
+        ThrowUnreadable(path, g_damaged);
+    auto map = std::make_unique<ORVEN::CValueMap>();
+    map->Copy(*value, ORVEN::CValue::TF_NONE, false);
+    return map;
+}
+
+ORVEN::CSize SizeOfJson(const std::string& path, const json& array) {
+    std::vector<std::int64_t> extents;
+    for (const json& extent : array) {
+        if (!extent.is_number_integer())
+            ThrowUnreadable(path, g_damaged);
+        extents.push_back(extent.get<std::int64_t>());
+    }
+    return CheckedSize(path, std::move(extents), 1);
+}
+
+} // namespace
+
+std::optional<ORVEN::IImage::CType> PixelTypeOfName(const std::string& name) {
+    for (const auto& type : {ORVEN::IMAGE_GREY_8, ORVEN::IMAGE_GREY_16, ORVEN::IMAGE_GREY_32,
+                             ORVEN::IMAGE_GREY_F, ORVEN::IMAGE_BINARY_FG, ORVEN::IMAGE_BINARY_BG}) {
+        if (name == type.ToString())
+            return type;
+    }
+    return std::nullopt;
+}
+
+std::string AttributesText(const ORVEN::CValueMap& attributes) {
+    return ToJson(attributes).dump(-1, ' ', true);
+}
+
+std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& path, const std::string& text) {
+    return MapOfJson(path, json::parse(text, nullptr, false));
+}
+
+std::string SideFilePath(const std::string& imagePath) {
+    const std::filesystem::path image(imagePath);
+    return (image.parent_path() / SideFileName(image.filename())).string();
+}
+
+bool IsSideFile(const std::string& path) {
+    try {
+        (void)FileSize(path); // a pipe is not to be emptied
+        const json file = json::parse(ReadTextFile(path), nullptr, false);
+        return file.is_object() && file.contains(g_type) && file.contains(g_attributes);
+    } catch (const CFileError&) {
+        return false;
+    }
+}
+
+std::string SideFileText(const ORVEN::CImage& image) {
+    ordered_json file;
+    file[g_type] = image.Type().ToString();
+    for (int axis = 0; axis < image.Size().Dim(); ++axis)
+        file[g_size].push_back(image.Size()[axis]);
+    file[g_attributes] = ToJson(image.Attributes());
+    return file.dump(g_indent, ' ', true) + "\n";
+}
+
+StImageFacts ReadSideFile(const std::string& imagePath) {
+    const std::string path = SideFilePath(imagePath);
+    StImageFacts facts;
+    std::error_code error;
+    if (!std::filesystem::exists(path, error))
+        return facts;
+    (void)FileSize(path); // refuses what is no regular file
+    const json file = json::parse(ReadTextFile(path), nullptr, false);
+    if (!file.is_object())
+        ThrowUnreadable(path, "it is damaged");
+    if (const auto type = file.find(g_type); type != file.end()) {
+        facts.type = type->is_string() ? PixelTypeOfName(type->get<std::string>()) : std::nullopt;
+        if (!facts.type)
+            ThrowUnreadable(path, "the image type " +
+                                      type->dump(-1, ' ', true, json::error_handler_t::replace) +
+                                      " is unknown");
+    }
+    if (const auto size = file.find(g_size); size != file.end())
+        facts.size = SizeOfJson(path, *size);
+    if (const auto attributes = file.find(g_attributes); attributes != file.end())
+        facts.attributes = MapOfJson(path, *attributes);
+    return facts;
+}
+
+} // namespace engine

@@ -1,0 +1,83 @@
+#include "engine/files/CTextOutput.h"
+
+#include "engine/errors/CEngineError.h"
+#include "engine/files/CAtomicFile.h"
+#include "engine/files/COutputFile.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace engine {
+
+namespace {
+
+/// Makes a pipe that is no longer read fail the write instead of ending the program.
+class CBrokenPipeGuard {
+public:
+    CBrokenPipeGuard()
+        : m_before(signal(SIGPIPE, SIG_IGN)) {}
+    CBrokenPipeGuard(const CBrokenPipeGuard&) = delete;
+    CBrokenPipeGuard& operator=(const CBrokenPipeGuard&) = delete;
+    ~CBrokenPipeGuard() { signal(SIGPIPE, m_before); }
+
+private:
+    void (*m_before)(int);
+};
+
+} // namespace
+
+bool IsDeviceOrPipe(const std::string& path) {
+    std::error_code error;
+    const auto status = fs::status(path, error);
+    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+}
+
+CTextOutput::CTextOutput(std::string path)
+    : m_path(std::move(path)) {
+    if (!IsDeviceOrPipe(m_path))
+        return;
+    // Opening a pipe that nobody reads would wait for somebody who does.
+    m_special = open(m_path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (m_special < 0)
+        ThrowUnwritable(m_path, errno == ENXIO ? "it is a pipe that nobody reads" : std::strerror(errno));
+    fcntl(m_special, F_SETFL, fcntl(m_special, F_GETFL) & ~O_NONBLOCK);
+}
+
+CTextOutput::~CTextOutput() {
+    if (m_special >= 0)
+        close(m_special);
+}
+
+void CTextOutput::Write(const std::string& text) {
+    try {
+        if (m_special >= 0) {
+            const CBrokenPipeGuard guard;
+            COutputFile file(std::exchange(m_special, -1));
+            file.Write(text);
+            file.Close();
+            return;
+        }
+    } catch (const CFileError& error) {
+        ThrowUnwritable(m_path, error.what());
+    }
+    CAtomicFile target(m_path);
+    try {
+        COutputFile file(target.Path());
+        file.Write(text);
+        file.Close();
+    } catch (const CFileError& error) {
+        ThrowUnwritable(m_path, error.what());
+    }
+    target.Commit();
+}
+
+void WriteTextFile(const std::string& path, const std::string& text) { CTextOutput(path).Write(text); }
+
+} // namespace engine

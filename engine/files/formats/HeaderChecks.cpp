@@ -1,0 +1,132 @@
+#include "engine/files/formats/HeaderChecks.h"
+
+#include "engine/errors/CEngineError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+namespace engine {
+
+namespace {
+
+std::string Bytes(std::int64_t count) { return std::to_string(count) + (count == 1 ? " byte" : " bytes"); }
+
+/// What the system says it can hand out without swapping; nothing if it does not say.
+std::optional<std::int64_t> AvailableMemory() {
+    std::ifstream file("/proc/meminfo");
+    for (std::string line; std::getline(file, line);) {
+        const auto words = Words(line);
+        if (words.size() >= 2 && words[0] == "MemAvailable:") {
+            if (const auto kibibytes = NumberOf<std::int64_t>(words[1]))
+                return *kibibytes * 1024;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+void ThrowUnreadable(const std::string& path, const std::string& reason) {
+    throw CFileError("cannot read '" + path + "': " + reason);
+}
+
+std::int64_t FileSize(const std::string& path) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status))
+        ThrowUnreadable(path, error.message());
+    if (!std::filesystem::is_regular_file(status))
+        ThrowUnreadable(path, "it is no regular file");
+    const auto size = std::filesystem::file_size(path, error);
+    if (error)
+        ThrowUnreadable(path, error.message());
+    return static_cast<std::int64_t>(size);
+}
+
+ORVEN::CSize CheckedSize(const std::string& path, std::vector<std::int64_t> extents,
+                         std::int64_t bytesPerPixel) {
+    while (extents.size() > 3 && extents.back() == 1)
+        extents.pop_back();
+    if (extents.empty() || extents.size() > 3) {
+        ThrowUnreadable(path, "it has " + std::to_string(extents.size()) +
+                                  " dimensions; images of 1, 2 and 3 dimensions can be read");
+    }
+    std::int64_t byteCount = bytesPerPixel;
+    for (const std::int64_t extent : extents) {
+        if (extent < 1)
+            ThrowUnreadable(path, "its header announces the extent " + std::to_string(extent));
+        if (__builtin_mul_overflow(byteCount, extent, &byteCount) || byteCount > std::int64_t{1} << 62)
+            ThrowUnreadable(path, "its header announces more pixels than any machine holds");
+    }
+    if (extents.size() == 3)
+        return {extents[0], extents[1], extents[2]};
+    return {extents[0], extents.size() > 1 ? extents[1] : 1};
+}
+
+std::int64_t CheckedSkip(const std::string& path, std::int64_t skip) {
+    constexpr std::int64_t maxSkip = std::int64_t{1} << 28;
+    if (skip > maxSkip)
+        ThrowUnreadable(path, "its pixels begin " + Bytes(skip) + " behind its header");
+    return skip;
+}
+
+void RequireData(const std::string& path, std::int64_t announced, std::int64_t stored, std::int64_t ratio) {
+    stored = std::max<std::int64_t>(stored, 0);
+    const std::int64_t needed = announced / ratio + (announced % ratio != 0 ? 1 : 0);
+    if (needed > stored) {
+        ThrowUnreadable(path, "its header announces " + Bytes(announced) + " of pixels, but only " +
+                                  Bytes(stored) + " of data are there");
+    }
+}
+
+void ThrowSurplus(const std::string& path, std::int64_t announced, std::int64_t stored) {
+    ThrowUnreadable(path, "its header announces " + Bytes(announced) + " of pixels, but " + Bytes(stored) +
+                              " of data are there");
+}
+
+void RequireMemory(const std::string& path, std::int64_t byteCount) {
+    const auto available = AvailableMemory();
+    if (available && byteCount > *available) {
+        ThrowUnreadable(path, "it needs " + Bytes(byteCount) + " of memory, and only " + Bytes(*available) +
+                                  " are free");
+    }
+}
+
+std::optional<std::array<double, 3>> CheckedSpacing(std::span<const double> numbers) {
+    std::array<double, 3> spacing = {1, 1, 1};
+    if (numbers.empty())
+        return std::nullopt;
+    for (std::size_t axis = 0; axis < std::min<std::size_t>(numbers.size(), 3); ++axis) {
+        if (!std::isfinite(numbers[axis]) || numbers[axis] == 0)
+            return std::nullopt;
+        spacing[axis] = std::abs(numbers[axis]);
+    }
+    return spacing;
+}
+
+std::string ShortestText(double number) {
+    std::array<char, 32> text{};
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
+
+std::string_view Trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n\v\f";
+    const auto first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::vector<std::string_view> Words(std::string_view text) {
+    std::vector<std::string_view> words;
+    for (text = Trimmed(text); !text.empty(); text = Trimmed(text)) {
+        const auto end = std::min(text.find_first_of(" \t\r\n\v\f"), text.size());
+        words.push_back(text.substr(0, end));
+        text.remove_prefix(end);
+    }
+    return words;
+}
+
+} // namespace engine

@@ -1,0 +1,58 @@
+#include "engine/files/formats/ImageHeader.h"
+
+#include "engine/files/formats/HeaderChecks.h"
+#include "engine/files/formats/MetaFile.h"
+#include "engine/files/formats/NiftiFile.h"
+#include "engine/files/formats/NrrdFile.h"
+#include "engine/files/formats/PngFile.h"
+#include "engine/files/formats/TiffFile.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace engine {
+
+namespace {
+
+/// The first bytes of the file, unpacked if they are gzip.
+std::string Beginning(const std::string& path) {
+    errno = 0;
+    const gzFile file = gzopen(path.c_str(), "rb");
+    if (file == nullptr)
+        ThrowUnreadable(path, errno != 0 ? std::strerror(errno) : "it cannot be opened");
+    std::string bytes(g_niftiHeaderSize, '\0');
+    const int count = gzread(file, bytes.data(), static_cast<unsigned>(bytes.size()));
+    gzclose(file);
+    bytes.resize(static_cast<std::size_t>(std::max(count, 0)));
+    return bytes;
+}
+
+bool IsTiff(std::string_view bytes) {
+    using namespace std::string_view_literals;
+    return bytes.starts_with("II*\0"sv) || bytes.starts_with("MM\0*"sv) || bytes.starts_with("II+\0"sv) ||
+           bytes.starts_with("MM\0+"sv);
+}
+
+} // namespace
+
+StImageHeader ReadImageHeader(const std::string& path) {
+    if (FileSize(path) == 0)
+        ThrowUnreadable(path, "it is empty");
+    const std::string beginning = Beginning(path);
+    if (IsNiftiHeader(beginning))
+        return ReadNiftiHeader(path);
+    if (beginning.starts_with("NRRD"))
+        return ReadNrrdHeader(path);
+    if (beginning.starts_with("\x89PNG\r\n\x1a\n"))
+        return ReadPngHeader(path);
+    if (IsTiff(beginning))
+        return ReadTiffHeader(path);
+    if (IsMetaHeader(beginning))
+        return ReadMetaHeader(path);
+    ThrowUnreadable(path, "it is no NRRD, MetaImage, NIfTI, TIFF or PNG file");
+}
+
+} // namespace engine

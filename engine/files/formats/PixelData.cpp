@@ -1,0 +1,131 @@
+#include "engine/files/formats/PixelData.h"
+
+#include "engine/files/formats/HeaderChecks.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <memory>
+#include <new>
+#include <span>
+
+namespace engine {
+
+namespace {
+
+constexpr int g_anyWrapper = 15 + 32; // zlib or gzip, by what the data begin with
+
+/// Unpacks a stream of zlib or gzip data from a file.
+class CUnpacker {
+public:
+    CUnpacker(const std::string& path, std::ifstream& file)
+        : m_path(path)
+        , m_file(file) {
+        if (inflateInit2(&m_stream, g_anyWrapper) != Z_OK)
+            throw std::bad_alloc();
+    }
+    CUnpacker(const CUnpacker&) = delete;
+    CUnpacker& operator=(const CUnpacker&) = delete;
+    ~CUnpacker() { inflateEnd(&m_stream); }
+
+    /// Fills the bytes; raises if the stream is damaged or ends before.
+    void Read(std::span<unsigned char> bytes) {
+        while (!bytes.empty()) {
+            if (m_isAtEnd)
+                StartNextStream();
+            bytes = bytes.subspan(ReadSome(bytes));
+        }
+    }
+
+    /// Raises unless the stream ends here and its check sum is right.
+    void ReadEnd() {
+        std::array<unsigned char, 1> more{};
+        while (!m_isAtEnd) {
+            if (ReadSome(more) > 0)
+                ThrowUnreadable(m_path, "it holds more pixels than its header announces");
+        }
+    }
+
+private:
+    void FillInput() {
+        if (m_stream.avail_in > 0)
+            return;
+        m_file.read(m_packed.data(), m_packed.size());
+        m_stream.next_in = reinterpret_cast<Bytef*>(m_packed.data());
+        m_stream.avail_in = static_cast<uInt>(m_file.gcount());
+        if (m_stream.avail_in == 0)
+            ThrowUnreadable(m_path, "its pixels end too early");
+    }
+
+    /// Gzip data may be several streams in a row.
+    void StartNextStream() {
+        FillInput();
+        inflateReset(&m_stream);
+        m_isAtEnd = false;
+    }
+
+    std::size_t ReadSome(std::span<unsigned char> bytes) {
+        constexpr std::size_t maxChunk = std::size_t{1} << 30;
+        const auto wanted = static_cast<uInt>(std::min(bytes.size(), maxChunk));
+        FillInput();
+        m_stream.next_out = bytes.data();
+        m_stream.avail_out = wanted;
+        const int result = inflate(&m_stream, Z_NO_FLUSH);
+        if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR)
+            ThrowUnreadable(m_path, "its packed pixels are damaged");
+        m_isAtEnd = result == Z_STREAM_END;
+        return wanted - m_stream.avail_out;
+    }
+
+    const std::string& m_path;
+    std::ifstream& m_file;
+    std::array<char, 65536> m_packed;
+    z_stream m_stream{};
+    bool m_isAtEnd = false;
+};
+
+void ReadPacked(const std::string& path, std::ifstream& file, std::int64_t skip,
+                std::span<unsigned char> bytes) {
+    CUnpacker unpacker(path, file);
+    std::array<unsigned char, 4096> dropped{};
+    for (; skip > 0; skip -= std::min<std::int64_t>(skip, dropped.size()))
+        unpacker.Read(std::span(dropped).first(std::min(static_cast<std::size_t>(skip), dropped.size())));
+    unpacker.Read(bytes);
+    unpacker.ReadEnd();
+}
+
+template <std::size_t Size>
+void SwapBytes(std::span<unsigned char> bytes) {
+    for (std::size_t i = 0; i < bytes.size(); i += Size)
+        std::reverse(bytes.begin() + static_cast<std::ptrdiff_t>(i),
+                     bytes.begin() + static_cast<std::ptrdiff_t>(i + Size));
+}
+
+void SwapSamples(std::span<unsigned char> bytes, int sampleSize) {
+    if (sampleSize == 2)
+        SwapBytes<2>(bytes);
+    else if (sampleSize == 4)
+        SwapBytes<4>(bytes);
+    else if (sampleSize == 8)
+        SwapBytes<8>(bytes);
+}
+
+} // namespace
+
+void ReadPixelData(const std::string& path, const StImageHeader& header, void* samples) {
+    const StPixelData& data = header.data;
+    const std::span bytes(static_cast<unsigned char*>(samples), static_cast<std::size_t>(header.ByteCount()));
+    std::ifstream file(data.path, std::ios::binary);
+    if (!file.seekg(data.offset))
+        ThrowUnreadable(path, "its pixels cannot be reached");
+    if (data.isPacked)
+        ReadPacked(path, file, data.skip, bytes);
+    else if (!file.read(reinterpret_cast<char*>(bytes.data()), header.ByteCount()))
+        ThrowUnreadable(path, "its pixels end too early");
+    if (data.isSwapped)
+        SwapSamples(bytes, SampleSize(header.sample));
+}
+
+} // namespace engine

@@ -1,0 +1,428 @@
+#include "engine/files/formats/TiffFile.h"
+
+#include "engine/errors/CEngineError.h"
+#include "engine/files/formats/CTiffLimits.h"
+#include "engine/files/formats/HeaderChecks.h"
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace engine {
+
+namespace {
+
+// LZW makes at most some 1400 bytes out of one; the younger methods more, of which this is a bound in
+// practice.
+constexpr std::int64_t g_maxTiffRatio = 4096;
+// What libtiff may allocate at a time beyond what the file itself has bytes for.
+constexpr std::int64_t g_allocationSlack = std::int64_t{64} << 20;
+constexpr std::int64_t g_bytesPerWrittenStrip = std::int64_t{1} << 20;
+constexpr std::int64_t g_maxClassicSize = std::int64_t{1} << 31;
+
+/// A TIFF file that keeps what libtiff has to complain about instead of printing it.
+class CTiff {
+public:
+    CTiff(const std::string& path, const char* mode, std::int64_t maxAllocation) {
+        TIFFOpenOptions* const options = TIFFOpenOptionsAlloc();
+        TIFFOpenOptionsSetMaxSingleMemAlloc(options, static_cast<tmsize_t>(maxAllocation));
+        TIFFOpenOptionsSetErrorHandlerExtR(options, &CTiff::KeepError, this);
+        TIFFOpenOptionsSetWarningHandlerExtR(options, &CTiff::IgnoreWarning, this);
+        m_tiff.reset(TIFFOpenExt(path.c_str(), mode, options));
+        TIFFOpenOptionsFree(options);
+    }
+
+    CTiff(const CTiff&) = delete; // libtiff knows its address
+    CTiff& operator=(const CTiff&) = delete;
+
+    [[nodiscard]] TIFF* Get() const { return m_tiff.get(); }
+    /// The first complaint, or that the file is damaged.
+    [[nodiscard]] std::string Error() const { return m_error.empty() ? "it is damaged" : m_error; }
+
+    template <class Number>
+    [[nodiscard]] Number Field(std::uint32_t tag, Number fallback) const {
+        Number number = fallback;
+        if (TIFFGetFieldDefaulted(Get(), tag, &number) == 0)
+            return fallback;
+        return number;
+    }
+
+private:
+    struct StClose {
+        void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+    };
+
+    static int KeepError(TIFF*, void* self, const char*, const char* format, va_list arguments) {
+        auto& error = static_cast<CTiff*>(self)->m_error;
+        if (error.empty()) {
+            std::array<char, 300> text{};
+            std::vsnprintf(text.data(), text.size(), format, arguments);
+            error = text.data();
+            std::replace(error.begin(), error.end(), '\n', ' ');
+        }
+        return 1; // no further handler
+    }
+
+    static int IgnoreWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
+
+    std::string m_error; // closing can complain, so it outlives the file
+    std::unique_ptr<TIFF, StClose> m_tiff;
+};
+
+/// What must be alike on all pages.
+struct StPage {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint16_t bits = 1;
+    std::uint16_t sampleFormat = SAMPLEFORMAT_UINT;
+    std::uint16_t samplesPerPixel = 1;
+    std::uint16_t photometric = PHOTOMETRIC_MINISBLACK;
+
+    friend bool operator==(const StPage&, const StPage&) = default;
+};
+
+StPage PageOf(const CTiff& tiff) {
+    StPage page;
+    page.width = tiff.Field<std::uint32_t>(TIFFTAG_IMAGEWIDTH, 0);
+    page.height = tiff.Field<std::uint32_t>(TIFFTAG_IMAGELENGTH, 0);
+    page.bits = tiff.Field<std::uint16_t>(TIFFTAG_BITSPERSAMPLE, 1);
+    page.sampleFormat = tiff.Field<std::uint16_t>(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
+    page.samplesPerPixel = tiff.Field<std::uint16_t>(TIFFTAG_SAMPLESPERPIXEL, 1);
+    page.photometric = tiff.Field<std::uint16_t>(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    if (page.sampleFormat == SAMPLEFORMAT_VOID)
+        page.sampleFormat = SAMPLEFORMAT_UINT;
+    return page;
+}
+
+bool IsPassedOver(const CTiff& tiff) {
+    return (tiff.Field<std::uint32_t>(TIFFTAG_SUBFILETYPE, 0) & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) != 0;
+}
+
+EnSampleType SampleOf(const std::string& path, const StPage& page) {
+    const bool isUnsigned = page.sampleFormat == SAMPLEFORMAT_UINT;
+    const bool isFloat = page.sampleFormat == SAMPLEFORMAT_IEEEFP;
+    if (isUnsigned || page.sampleFormat == SAMPLEFORMAT_INT) {
+        switch (page.bits) {
+        case 1:
+            if (isUnsigned && page.samplesPerPixel == 1)
+                return SAMPLE_UINT8;
+            break;
+        case 8:
+            return isUnsigned ? SAMPLE_UINT8 : SAMPLE_INT8;
+        case 16:
+            return isUnsigned ? SAMPLE_UINT16 : SAMPLE_INT16;
+        case 32:
+            return isUnsigned ? SAMPLE_UINT32 : SAMPLE_INT32;
+        case 64:
+            return isUnsigned ? SAMPLE_UINT64 : SAMPLE_INT64;
+        default:
+            break;
+        }
+    }
+    if (isFloat && page.bits == 32)
+        return SAMPLE_FLOAT;
+    if (isFloat && page.bits == 64)
+        return SAMPLE_DOUBLE;
+    ThrowUnreadable(path, "pixels of " + std::to_string(page.bits) + " bits and sample format " +
+                              std::to_string(page.sampleFormat) + " cannot be read");
+}
+
+void RequireKnownColours(const std::string& path, const CTiff& tiff, const StPage& page) {
+    if (page.photometric != PHOTOMETRIC_MINISBLACK && page.photometric != PHOTOMETRIC_MINISWHITE &&
+        page.photometric != PHOTOMETRIC_RGB)
+        ThrowUnreadable(path, "it holds colours; only grey pixels can be read");
+    if (page.samplesPerPixel > 1 &&
+        tiff.Field<std::uint16_t>(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) != PLANARCONFIG_CONTIG)
+        ThrowUnreadable(path, "it holds colours in separate planes; only grey pixels can be read");
+}
+
+/// Bytes of a row of samples as the file packs them: 1-bit pixels are unpacked later.
+std::int64_t PackedRowBytes(const StPage& page) {
+    return (std::int64_t{page.width} * page.samplesPerPixel * page.bits + 7) / 8;
+}
+
+/// How many bytes the packing of the pixels can make out of one.
+std::int64_t PackingRatio(const CTiff& tiff) {
+    const bool isPacked =
+        tiff.Field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE) != COMPRESSION_NONE;
+    return isPacked ? g_maxTiffRatio : 1;
+}
+
+std::optional<std::array<double, 3>> SpacingOf(const CTiff& tiff) {
+    const auto unit = tiff.Field<std::uint16_t>(TIFFTAG_RESOLUTIONUNIT, RESUNIT_NONE);
+    const double millimetres = unit == RESUNIT_INCH ? 25.4 : unit == RESUNIT_CENTIMETER ? 10.0 : 0.0;
+    float x = 0;
+    float y = 0;
+    if (millimetres == 0 || TIFFGetField(tiff.Get(), TIFFTAG_XRESOLUTION, &x) == 0 ||
+        TIFFGetField(tiff.Get(), TIFFTAG_YRESOLUTION, &y) == 0)
+        return std::nullopt;
+    return CheckedSpacing(
+        std::array{millimetres / static_cast<double>(x), millimetres / static_cast<double>(y)});
+}
+
+std::string InWords(const StPage& page) {
+    return std::to_string(page.width) + " x " + std::to_string(page.height) + " of " +
+           std::to_string(page.bits) + " bits";
+}
+
+/// Goes to the next page that counts; false at the end. `limits`, if there are any, see all directories.
+bool NextPage(const std::string& path, const CTiff& tiff, CTiffLimits* limits = nullptr) {
+    while (TIFFLastDirectory(tiff.Get()) == 0) {
+        if (TIFFReadDirectory(tiff.Get()) == 0)
+            ThrowUnreadable(path, tiff.Error());
+        if (limits != nullptr)
+            limits->CountDirectory(tiff.Get());
+        if (!IsPassedOver(tiff))
+            return true;
+    }
+    return false;
+}
+
+/// Reads the packed rows of the page that the file stands at.
+class CPageReader {
+public:
+    CPageReader(const std::string& path, const CTiff& tiff, const StPage& page)
+        : m_path(path)
+        , m_tiff(tiff)
+        , m_page(page)
+        , m_rowBytes(PackedRowBytes(page)) {}
+
+    void Read(unsigned char* rows) const {
+        if (TIFFIsTiled(m_tiff.Get()) != 0)
+            ReadTiles(rows);
+        else
+            ReadStrips(rows);
+    }
+
+private:
+    void Require(tmsize_t count, std::int64_t expected) const {
+        if (count < 0 || static_cast<std::int64_t>(count) != expected)
+            ThrowUnreadable(m_path, m_tiff.Error());
+    }
+
+    void ReadStrips(unsigned char* rows) const {
+        const std::int64_t height = m_page.height;
+        const std::int64_t rowsPerStrip =
+            std::min<std::int64_t>(m_tiff.Field<std::uint32_t>(TIFFTAG_ROWSPERSTRIP, 0xffffffff), height);
+        if (rowsPerStrip < 1)
+            ThrowUnreadable(m_path, "it is damaged");
+        std::uint32_t strip = 0;
+        for (std::int64_t row = 0; row < height; row += rowsPerStrip, ++strip) {
+            const std::int64_t bytes = std::min(rowsPerStrip, height - row) * m_rowBytes;
+            Require(TIFFReadEncodedStrip(m_tiff.Get(), strip, rows + row * m_rowBytes, bytes), bytes);
+        }
+    }
+
+    void ReadTiles(unsigned char* rows) const {
+        const std::int64_t tileWidth = m_tiff.Field<std::uint32_t>(TIFFTAG_TILEWIDTH, 0);
+        const std::int64_t tileHeight = m_tiff.Field<std::uint32_t>(TIFFTAG_TILELENGTH, 0);
+        const std::int64_t tileRowBytes = TIFFTileRowSize(m_tiff.Get());
+        const std::int64_t tileBytes = TIFFTileSize(m_tiff.Get());
+        if (tileWidth < 1 || tileHeight < 1 || tileBytes < tileRowBytes * tileHeight ||
+            tileBytes > FileSize(m_path) * g_maxTiffRatio)
+            ThrowUnreadable(m_path, "it is damaged: the size of its tiles");
+        RequireMemory(m_path, tileBytes);
+        const auto tile =
+            std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(tileBytes));
+        std::uint32_t index = 0;
+        for (std::int64_t y = 0; y < m_page.height; y += tileHeight) {
+            for (std::int64_t x = 0; x < m_page.width; x += tileWidth, ++index) {
+                Require(TIFFReadEncodedTile(m_tiff.Get(), index, tile.get(), tileBytes), tileBytes);
+                const std::int64_t firstByte = x * m_page.bits * m_page.samplesPerPixel / 8;
+                const std::int64_t bytes = std::min(tileRowBytes, m_rowBytes - firstByte);
+                for (std::int64_t row = 0; row < std::min<std::int64_t>(tileHeight, m_page.height - y); ++row)
+                    std::memcpy(rows + (y + row) * m_rowBytes + firstByte, tile.get() + row * tileRowBytes,
+                                static_cast<std::size_t>(bytes));
+            }
+        }
+    }
+
+    const std::string& m_path;
+    const CTiff& m_tiff;
+    const StPage& m_page;
+    std::int64_t m_rowBytes;
+};
+
+/// Makes a byte of each bit, the first pixel being the highest bit.
+void Unpack(const StPage& page, const unsigned char* packed, unsigned char* pixels) {
+    const std::int64_t rowBytes = PackedRowBytes(page);
+    for (std::int64_t y = 0; y < page.height; ++y) {
+        for (std::int64_t x = 0; x < page.width; ++x)
+            *pixels++ = packed[y * rowBytes + x / 8] >> (7 - x % 8) & 1;
+    }
+}
+
+void ReadPage(const std::string& path, const CTiff& tiff, const StPage& page, unsigned char* samples) {
+    const CPageReader reader(path, tiff, page);
+    if (page.bits != 1) {
+        reader.Read(samples);
+        return;
+    }
+    const auto packed = std::make_unique_for_overwrite<unsigned char[]>(
+        static_cast<std::size_t>(PackedRowBytes(page) * page.height));
+    reader.Read(packed.get());
+    Unpack(page, packed.get(), samples);
+}
+
+template <class Pixel>
+void TurnRound(void* samples, std::int64_t count, Pixel white) {
+    auto* const pixels = static_cast<Pixel*>(samples);
+    for (std::int64_t i = 0; i < count; ++i)
+        pixels[i] = static_cast<Pixel>(white - pixels[i]);
+}
+
+void TurnWhiteIsZero(const StPage& page, EnSampleType sample, void* samples, std::int64_t count) {
+    if (page.bits == 1)
+        TurnRound<std::uint8_t>(samples, count, 1);
+    else if (sample == SAMPLE_UINT8)
+        TurnRound<std::uint8_t>(samples, count, 0xff);
+    else if (sample == SAMPLE_UINT16)
+        TurnRound<std::uint16_t>(samples, count, 0xffff);
+    else if (sample == SAMPLE_UINT32)
+        TurnRound<std::uint32_t>(samples, count, 0xffffffff);
+}
+
+std::unique_ptr<CTiff> OpenForReading(const std::string& path) {
+    auto tiff = std::make_unique<CTiff>(path, "rm", FileSize(path) + g_allocationSlack);
+    if (tiff->Get() == nullptr)
+        ThrowUnreadable(path, tiff->Error());
+    return tiff;
+}
+
+class CTiffWriter {
+public:
+    CTiffWriter(const std::string& path, const StImageHeader& header)
+        : m_header(header)
+        , m_tiff(path, header.ByteCount() > g_maxClassicSize ? "w8" : "w", 0) {
+        Require(m_tiff.Get() != nullptr);
+    }
+
+    void Write(const void* samples) {
+        const auto* plane = static_cast<const unsigned char*>(samples);
+        const std::int64_t planes = m_header.size.Dim() > 2 ? m_header.size.z : 1;
+        for (std::int64_t z = 0; z < planes; ++z, plane += RowBytes() * m_header.size.y) {
+            WriteTags();
+            WriteStrips(plane);
+            Require(TIFFWriteDirectory(m_tiff.Get()) != 0);
+        }
+        Require(TIFFFlush(m_tiff.Get()) != 0);
+    }
+
+private:
+    void Require(bool isDone) const {
+        if (!isDone)
+            throw CFileError(m_tiff.Error());
+    }
+
+    [[nodiscard]] std::int64_t RowBytes() const {
+        return m_header.size.x * m_header.samplesPerPixel * SampleSize(m_header.sample);
+    }
+
+    [[nodiscard]] std::int64_t RowsPerStrip() const {
+        return std::max<std::int64_t>(1, std::min(m_header.size.y, g_bytesPerWrittenStrip / RowBytes()));
+    }
+
+    void WriteTags() {
+        TIFF* const tiff = m_tiff.Get();
+        TIFFSetField(tiff, TIFFTAG_SUBFILETYPE, m_header.size.Dim() > 2 ? FILETYPE_PAGE : 0);
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<std::uint32_t>(m_header.size.x));
+        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<std::uint32_t>(m_header.size.y));
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8 * SampleSize(m_header.sample));
+        TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, m_header.samplesPerPixel);
+        TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT,
+                     m_header.sample == SAMPLE_FLOAT ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+        TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(RowsPerStrip()));
+        if (m_header.spacing)
+            WriteResolution((*m_header.spacing)[0], (*m_header.spacing)[1]);
+    }
+
+    void WriteResolution(double spacingX, double spacingY) {
+        constexpr double millimetresPerCentimetre = 10;
+        constexpr double leastSpacing = 1e-8; // a TIFF fraction holds 32 bits above and below its line
+        constexpr double greatestSpacing = 1e8;
+        if (std::min(spacingX, spacingY) < leastSpacing || std::max(spacingX, spacingY) > greatestSpacing)
+            return;
+        TIFFSetField(m_tiff.Get(), TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
+        TIFFSetField(m_tiff.Get(), TIFFTAG_XRESOLUTION, millimetresPerCentimetre / spacingX);
+        TIFFSetField(m_tiff.Get(), TIFFTAG_YRESOLUTION, millimetresPerCentimetre / spacingY);
+    }
+
+    void WriteStrips(const unsigned char* plane) {
+        std::uint32_t strip = 0;
+        for (std::int64_t row = 0; row < m_header.size.y; row += RowsPerStrip(), ++strip) {
+            const std::int64_t bytes = std::min(RowsPerStrip(), m_header.size.y - row) * RowBytes();
+            // Uncompressed data in the machine's own byte order is written as it stands and not changed.
+            auto* const rows = const_cast<unsigned char*>(plane + row * RowBytes());
+            Require(TIFFWriteEncodedStrip(m_tiff.Get(), strip, rows, bytes) == bytes);
+        }
+    }
+
+    const StImageHeader& m_header;
+    CTiff m_tiff;
+};
+
+} // namespace
+
+StImageHeader ReadTiffHeader(const std::string& path) {
+    const std::int64_t fileSize = FileSize(path);
+    const auto tiff = OpenForReading(path);
+    CTiffLimits limits(path, fileSize);
+    limits.CountDirectory(tiff->Get());
+    if (IsPassedOver(*tiff) && !NextPage(path, *tiff, &limits))
+        ThrowUnreadable(path, "it has no page with a full image");
+    const StPage page = PageOf(*tiff);
+    StImageHeader header;
+    header.format = FORMAT_TIFF;
+    header.sample = SampleOf(path, page);
+    header.samplesPerPixel = page.samplesPerPixel;
+    header.spacing = SpacingOf(*tiff);
+    RequireKnownColours(path, *tiff, page);
+    std::vector<std::int64_t> extents = {page.width, page.height};
+    const std::int64_t bytesPerPixel = header.samplesPerPixel * SampleSize(header.sample);
+    (void)CheckedSize(path, extents, bytesPerPixel); // from here on a page's bytes can be counted
+    std::int64_t pages = 0;
+    do {
+        ++pages;
+        const StPage other = PageOf(*tiff);
+        if (!(other == page))
+            ThrowUnreadable(path, "its pages differ: page 1 is " + InWords(page) + ", page " +
+                                      std::to_string(pages) + " is " + InWords(other));
+        limits.CountPixels(tiff->Get(), PackedRowBytes(page) * page.height, PackingRatio(*tiff));
+    } while (NextPage(path, *tiff, &limits));
+    limits.RequirePixelData();
+
+    if (pages > 1)
+        extents.push_back(pages);
+    header.size = CheckedSize(path, std::move(extents), bytesPerPixel);
+    return header;
+}
+
+void ReadTiffSamples(const std::string& path, const StImageHeader& header, void* samples) {
+    const auto tiff = OpenForReading(path);
+    auto* plane = static_cast<unsigned char*>(samples);
+    const std::int64_t planes = header.size.Dim() > 2 ? header.size.z : 1;
+    const std::int64_t planeBytes = header.ByteCount() / planes;
+    bool isPage = !IsPassedOver(*tiff) || NextPage(path, *tiff);
+    for (std::int64_t z = 0; z < planes; ++z, plane += planeBytes) {
+        const StPage page = PageOf(*tiff);
+        if (!isPage || page.width != header.size.x || page.height != header.size.y)
+            ThrowUnreadable(path, "it changed while it was read");
+        ReadPage(path, *tiff, page, plane);
+        if (page.photometric == PHOTOMETRIC_MINISWHITE)
+            TurnWhiteIsZero(page, header.sample, plane, planeBytes / SampleSize(header.sample));
+        isPage = NextPage(path, *tiff);
+    }
+}
+
+void WriteTiffSamples(const std::string& path, const StImageHeader& header, const void* samples) {
+    CTiffWriter(path, header).Write(samples);
+}
+
+} // namespace engine

@@ -1,0 +1,126 @@
+#include "engine/run/CParameterMap.h"
+
+#include "engine/catalogue/NearestWord.h"
+#include "engine/errors/CEngineError.h"
+#include "engine/files/ImageFile.h"
+#include "engine/files/TextFile.h"
+#include "engine/files/ValueJson.h"
+
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CValueDouble.h>
+
+#include <algorithm>
+
+namespace engine {
+
+using nlohmann::json;
+using ORVEN::CValueMap;
+
+namespace {
+
+std::vector<std::string> KeysOf(const std::vector<StCatalogueParameter>& parameters) {
+    std::vector<std::string> keys;
+    for (const StCatalogueParameter& parameter : parameters)
+        keys.push_back(parameter.key);
+    return keys;
+}
+
+std::unique_ptr<ORVEN::CValue> DefaultOf(const StCatalogueParameter& parameter) {
+    if (parameter.kind == KIND_IMAGE)
+        return ParseValue(parameter.key, KIND_IMAGE, "");
+    // "1" is a good default for a double, too.
+    if (parameter.kind == KIND_DOUBLE)
+        return std::make_unique<ORVEN::CValueDouble>(parameter.defaultValue.get<double>());
+    return FromJson(parameter.defaultValue);
+}
+
+/// "advanced" of "advanced/mask_image"; empty for what is in no group.
+std::string GroupOf(const std::string& key) {
+    const auto slash = key.rfind('/');
+    return slash != std::string::npos ? key.substr(0, slash) : std::string();
+}
+
+} // namespace
+
+CParameterMap::CParameterMap(std::string what, const std::vector<StCatalogueParameter>* known)
+    : m_what(std::move(what))
+    , m_known(known)
+    , m_map(std::make_unique<CValueMap>()) {}
+
+void CParameterMap::ReadFile(const std::string& path) {
+    json map = json::parse(ReadTextFile(path), nullptr, false);
+    if (map.is_object() && map.contains("plugin") && map.contains("accepted") && map.contains("parameters"))
+        map = json(map["parameters"]);
+    const std::unique_ptr<ORVEN::CValue> value = map.is_object() ? FromJson(map) : nullptr;
+    if (value == nullptr || value->Map() == nullptr)
+        throw CFileError("'" + path + "' holds no JSON object with parameters");
+    m_map.reset(new CValueMap(*value->Map()));
+    FillImagesOfGroups();
+}
+
+EnValueKind CParameterMap::KindOf(const StAssignment& assignment) const {
+    if (assignment.kind)
+        return *assignment.kind;
+    const std::string subject = "unknown " + m_what + " '" + assignment.key + "'";
+    if (m_known == nullptr) {
+        throw CCallerError(subject + ": the catalogue does not know this plug-in; say the kind, as in " +
+                           assignment.key + ":long=" + assignment.value);
+    }
+    const auto found = std::find_if(m_known->begin(), m_known->end(),
+                                    [&](const auto& parameter) { return parameter.key == assignment.key; });
+    if (found != m_known->end())
+        return found->kind;
+    const std::string nearest = NearestWord(assignment.key, KeysOf(*m_known));
+    throw CCallerError(
+        subject + (nearest.empty() ? "; the plug-in has none" : "; the nearest key is '" + nearest + "'"));
+}
+
+void CParameterMap::Set(const StAssignment& assignment) {
+    const EnValueKind kind = KindOf(assignment);
+    Store(assignment.key, ParseValue(assignment.key, kind, assignment.value));
+    m_imageFiles.erase(assignment.key);
+    if (kind == KIND_IMAGE && !assignment.value.empty())
+        m_imageFiles[assignment.key] = assignment.value;
+}
+
+void CParameterMap::Store(const std::string& key, std::unique_ptr<ORVEN::CValue> value) {
+    try {
+        m_map->SetEntry(key, value.release());
+    } catch (const ORVEN::CException& error) {
+        throw CCallerError(m_what + " '" + key + "': " + error.Message());
+    }
+}
+
+void CParameterMap::FillDefaults() {
+    if (m_known == nullptr)
+        return;
+    for (const StCatalogueParameter& parameter : *m_known) {
+        if (parameter.isAlwaysSent && !m_map->HasEntry(parameter.key))
+            Store(parameter.key, DefaultOf(parameter));
+    }
+    FillImagesOfGroups();
+}
+
+void CParameterMap::FillImagesOfGroups() {
+    if (m_known == nullptr)
+        return;
+    for (const StCatalogueParameter& parameter : *m_known) {
+        const std::string group = GroupOf(parameter.key);
+        if (parameter.kind == KIND_IMAGE && !group.empty() && m_map->HasEntry(group) &&
+            !m_map->HasEntry(parameter.key))
+            Store(parameter.key, DefaultOf(parameter));
+    }
+}
+
+void CParameterMap::ReadImages() {
+    for (const auto& [key, path] : m_imageFiles) {
+        m_images.push_back(ReadImage(path));
+        Store(key, std::make_unique<ORVEN::CValuePointer<ORVEN::CImage>>(m_images.back().get(), 1));
+    }
+}
+
+std::unique_ptr<CValueMap> CParameterMap::Take() {
+    return std::exchange(m_map, std::make_unique<CValueMap>());
+}
+
+} // namespace engine

@@ -1,0 +1,131 @@
+#include "engine/run/PluginCall.h"
+
+#include "engine/files/ValueJson.h"
+
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/CValueVector.h>
+#include <sorblib2core/UnwrapPointer.h>
+
+#include <chrono>
+#include <new>
+#include <utility>
+
+namespace engine {
+
+using namespace ORVEN;
+
+namespace {
+
+std::unique_ptr<CValueMap> MakeTree(CValueMap& document, std::unique_ptr<CValueMap> parameters) {
+    auto tree = std::make_unique<CValueMap>();
+    tree->SetEntry("input/documents/focused", new CValuePointer<CValueMap>(&document, 1));
+    if (parameters != nullptr)
+        tree->SetEntry("parameters", parameters.release());
+    return tree;
+}
+
+CValueVector* VectorAt(CValueMap& tree, const char* path) {
+    CValue* value = tree.Entry(path, true);
+    return value != nullptr ? value->Vector() : nullptr;
+}
+
+/// The documents are the host's from now on, and the tree is not to free them a second time.
+std::vector<std::unique_ptr<CValueMap>> TakeDocuments(CValueMap& tree) {
+    std::vector<std::unique_ptr<CValueMap>> documents;
+    const CValueVector* added = VectorAt(tree, "output/documents/add");
+    if (added == nullptr)
+        return documents;
+    for (CValue* value : *added) {
+        CValueMap* document = UnwrapPointer<CValueMap>(value);
+        if (document == nullptr)
+            continue;
+        value->Pointer()->Release();
+        documents.emplace_back(document);
+    }
+    return documents;
+}
+
+std::vector<std::string> ViewTypes(CValueMap& tree) {
+    std::vector<std::string> types;
+    const CValueVector* views = VectorAt(tree, "output/views/create");
+    if (views == nullptr)
+        return types;
+    for (CValue* value : *views) {
+        if (CValueMap* view = value != nullptr ? value->Map() : nullptr)
+            types.push_back(view->EntryString("type").Std());
+    }
+    return types;
+}
+
+void Drive(CPluginBase& plugin, const StPluginRequest& request, CValueMap& tree, StPluginOutcome& outcome) {
+    CValueMap setup;
+    plugin.GetPluginSetup(setup);
+    if (request.settings != nullptr && !request.settings->IsEmpty())
+        plugin.Configure(nullptr, *request.settings);
+    outcome.isAccepted = plugin.TestParameters(tree);
+    if (!*outcome.isAccepted && !request.runsRefused)
+        return;
+    plugin.UpdateParameters(tree);
+    plugin.GetData(tree);
+}
+
+/// Runs the function and tells what it raised, on behalf of the plug-in of that name.
+template <class Function>
+std::optional<StFailure> FailureOf(const std::string& name, const Function& function) {
+    try {
+        function();
+        return std::nullopt;
+    } catch (const CException& error) {
+        return StFailure{error.Source(), error.Message()};
+    } catch (const std::bad_alloc&) {
+        return StFailure{name, "not enough memory for this run"};
+    } catch (const std::exception& error) {
+        return StFailure{name, error.what()};
+    } catch (...) {
+        return StFailure{name, "something was raised that is no exception of a known kind"};
+    }
+}
+
+} // namespace
+
+std::unique_ptr<CValueMap> MakeDocument(CImage& image, const std::optional<std::string>& label) {
+    auto document = std::make_unique<CValueMap>();
+    document->SetEntry("content", new CValuePointer<CImage>(&image, 1));
+    if (label)
+        document->SetEntry("label", new CValueString(CString(*label)));
+    return document;
+}
+
+const CImage* ImageOf(const CValueMap& document) {
+    const CValue* content = document.Entry("content", true);
+    const bool isImage = content != nullptr && content->GenericType() == CValue::VAL_POINTER &&
+                         AreTypesEqual(content->ElementType(), typeid(CImage));
+    return isImage ? UnwrapPointer<CImage>(content) : nullptr;
+}
+
+std::string LabelOf(const CValueMap& document) {
+    const CString none;
+    return document.EntryString("label", none).Std();
+}
+
+StPluginOutcome CallPlugin(CPluginBase& plugin, StPluginRequest request) {
+    StPluginOutcome outcome;
+    const std::unique_ptr<CValueMap> tree = MakeTree(*request.document, std::move(request.parameters));
+    const auto start = std::chrono::steady_clock::now();
+    outcome.failure = FailureOf(request.name, [&] { Drive(plugin, request, *tree, outcome); });
+    outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    // What a plug-in hands over can be malformed, too.
+    const auto badHandOver = FailureOf(request.name, [&] {
+        outcome.documents = TakeDocuments(*tree);
+        outcome.views = ViewTypes(*tree);
+        if (const CValue* parameters = tree->Entry("parameters", true))
+            outcome.parameters = ToJson(*parameters);
+    });
+    if (!outcome.failure)
+        outcome.failure = badHandOver;
+    return outcome;
+}
+
+} // namespace engine

@@ -1,0 +1,316 @@
+#include "QuillonTransformation/axis/BisectorKernel.h"
+
+#include "QuillonTransformation/axis/CNearestSites.h"
+#include "QuillonTransformation/distance/CSquaredDistanceView.h"
+
+#include <QuillonBase/CWorkPace.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <vector>
+
+// A projection is asked for by seven pixels. It is found when the first of them asks, and kept as long as its
+// plane can be asked for: a window of three planes goes through a slab, row by row with the mask.
+
+namespace ORVEN {
+
+namespace {
+
+const char* const c_function = "ComputeBisector";
+
+/// Planes that a thread goes through in one piece. Each piece finds the projections of two more.
+constexpr std::int64_t c_slabDepth = 16;
+
+/// From here on the work of a single extended projection is worth a question.
+constexpr std::size_t c_manyPoints = 64;
+
+/// A vector to a nearest background pixel.
+struct StSite {
+    std::int16_t x;
+    std::int16_t y;
+    std::int16_t z;
+};
+
+/// Sites in blocks, which stay where they are when more come: those of a large plane are never copied.
+class CSiteStore {
+public:
+    void Clear() {
+        m_usedBlocks = 0;
+        m_used = 0;
+        m_size = 0;
+    }
+
+    /// Keeps the sites side by side. Returns their place.
+    std::uint32_t Keep(std::span<const StSite> sites) {
+        if (sites.size() > m_size - m_used)
+            NextBlock(sites.size());
+        std::ranges::copy(sites, m_blocks[m_usedBlocks - 1].sites.get() + m_used);
+        const auto place = static_cast<std::uint32_t>((m_usedBlocks - 1) * c_blockSize + m_used);
+        m_used += sites.size();
+        return place;
+    }
+
+    [[nodiscard]] const StSite* At(std::uint32_t place) const {
+        return m_blocks[place / c_blockSize].sites.get() + place % c_blockSize;
+    }
+
+private:
+    static constexpr std::size_t c_blockSize = 1 << 14;
+
+    struct StBlock {
+        std::unique_ptr<StSite[]> sites;
+        std::size_t size;
+    };
+
+    void NextBlock(std::size_t least) {
+        if (m_usedBlocks == m_blocks.size())
+            m_blocks.push_back({nullptr, 0});
+        StBlock& block = m_blocks[m_usedBlocks++];
+        if (block.size < least) {
+            block.size = std::max(least, c_blockSize);
+            block.sites = std::make_unique_for_overwrite<StSite[]>(block.size);
+        }
+        // A list that is longer than a usual block has one to itself, so that places stay unambiguous.
+        m_size = std::max(least, c_blockSize);
+        m_used = 0;
+    }
+
+    std::vector<StBlock> m_blocks;
+    std::size_t m_usedBlocks = 0;
+    std::size_t m_used = 0; ///< of the last block
+    std::size_t m_size = 0;
+};
+
+/// The projections of the pixels of one plane that have been asked for.
+class CPlaneProjections {
+public:
+    CPlaneProjections(const CSquaredDistanceView& distance, const CNearestSites& sites)
+        : m_sites(sites)
+        , m_nx(distance.nx)
+        , m_entryCount(distance.nx * distance.ny)
+        , m_entries(std::make_unique_for_overwrite<StEntry[]>(static_cast<std::size_t>(m_entryCount))) {}
+
+    /// False if cancelled.
+    bool MoveTo(std::int64_t z, CWorkPace& pace) {
+        m_z = z;
+        m_found.Clear();
+        return ForEachPiece(m_entryCount, 4, pace, [this](std::int64_t first, std::int64_t end) {
+            std::fill(m_entries.get() + first, m_entries.get() + end, StEntry{0, 0});
+        });
+    }
+
+    /// The projection of an object pixel. Incomplete once the pace is cancelled.
+    std::span<const StSite> Of(std::int64_t x, std::int64_t y, CWorkPace& pace) {
+        StEntry& entry = m_entries[static_cast<std::size_t>(y * m_nx + x)];
+        if (entry.count == 0)
+            entry = Find(x, y, pace);
+        if (entry.count == 0)
+            return {};
+        return {m_found.At(entry.begin), entry.count};
+    }
+
+private:
+    struct StEntry {
+        std::uint32_t begin;
+        std::uint32_t count; ///< 0 as long as nobody has asked
+    };
+
+    StEntry Find(std::int64_t x, std::int64_t y, CWorkPace& pace) {
+        m_projection.clear();
+        m_sites.Visit(x, y, m_z, pace, [this](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
+            m_projection.push_back({static_cast<std::int16_t>(vx), static_cast<std::int16_t>(vy),
+                                    static_cast<std::int16_t>(vz)});
+            return true;
+        });
+        if (m_projection.empty())
+            return {0, 0};
+        return {m_found.Keep(m_projection), static_cast<std::uint32_t>(m_projection.size())};
+    }
+
+    const CNearestSites& m_sites;
+    std::int64_t m_nx;
+    std::int64_t m_entryCount;
+    std::int64_t m_z = 0;
+    std::unique_ptr<StEntry[]> m_entries;
+    std::vector<StSite> m_projection;
+    CSiteStore m_found;
+};
+
+/// The points of an extended projection, as seen from the pixel.
+class CExtendedProjection {
+public:
+    void Clear() { m_points.clear(); }
+
+    void Add(std::int32_t x, std::int32_t y, std::int32_t z) {
+        for (const StPoint& point : m_points) {
+            if (point.x == x && point.y == y && point.z == z)
+                return;
+        }
+        m_points.push_back({x, y, z, std::int64_t{x} * x + std::int64_t{y} * y + std::int64_t{z} * z});
+    }
+
+    [[nodiscard]] std::size_t Size() const { return m_points.size(); }
+
+    /// The greatest angle between two of them. Wrong if cancelled.
+    [[nodiscard]] float GreatestAngle(CWorkPace& pace) const {
+        double leastCosine = 1.0;
+        double leastSquare = 1.0; // with the sign of the cosine
+        for (std::size_t i = 1; i < m_points.size(); ++i) {
+            const StPoint& u = m_points[i];
+            for (std::size_t j = 0; j < i; ++j) {
+                const StPoint& w = m_points[j];
+                const std::int64_t dot =
+                    std::int64_t{u.x} * w.x + std::int64_t{u.y} * w.y + std::int64_t{u.z} * w.z;
+                const std::int64_t product = u.squaredLength * w.squaredLength; // at most about 2^60
+                if (dot < 0 && dot * dot == product)
+                    return c_pi;
+                const auto wide = static_cast<double>(product);
+                const auto wideDot = static_cast<double>(dot);
+                // Squares tell most pairs off without a root; the margin is wider than their rounding.
+                if (wideDot * std::fabs(wideDot) >= (leastSquare + c_margin) * wide)
+                    continue;
+                leastCosine = std::min(leastCosine, wideDot / std::sqrt(wide));
+                leastSquare = leastCosine * std::fabs(leastCosine);
+            }
+            if (i >= c_manyPoints && pace.Add(static_cast<std::int64_t>(4 * i)))
+                break;
+        }
+        return static_cast<float>(std::acos(std::clamp(leastCosine, -1.0, 1.0)));
+    }
+
+private:
+    struct StPoint {
+        std::int32_t x;
+        std::int32_t y;
+        std::int32_t z;
+        std::int64_t squaredLength;
+    };
+
+    static constexpr float c_pi = 3.1415927F;
+    static constexpr double c_margin = 1e-12;
+
+    std::vector<StPoint> m_points;
+};
+
+/// One call: what is the same for all slabs.
+struct StTask {
+    const CSquaredDistanceView& distance;
+    const CImageView<const unsigned char>& mask;
+    const CImageView<float>& output;
+    const CNearestSites& sites;
+    float minimumAngle;
+};
+
+class CSlabWorker {
+public:
+    explicit CSlabWorker(const StTask& task)
+        : m_task(task) {
+        for (int i = 0; i < 3; ++i)
+            m_planes.emplace_back(task.distance, task.sites);
+    }
+
+    void operator()(std::int64_t slab, CWorkPace& pace) {
+        const std::int64_t begin = slab * c_slabDepth;
+        const std::int64_t end = std::min(begin + c_slabDepth, m_task.distance.nz);
+        const auto moveTo = [&](std::int64_t z) { return Plane(z).MoveTo(z, pace); };
+        if (!moveTo(begin - 1) || !moveTo(begin))
+            return;
+        for (std::int64_t z = begin; z < end && moveTo(z + 1); ++z) {
+            for (std::int64_t y = 0; y < m_task.distance.ny && !pace.IsCancelled(); ++y) {
+                ComputeRow(y, z, pace);
+                (void)pace.Add(m_task.distance.nx);
+            }
+        }
+    }
+
+private:
+    /// To project a pixel, and for each point of its extended projection.
+    static constexpr std::int64_t c_unitsPerPixel = 128;
+    static constexpr std::int64_t c_unitsPerPoint = 16;
+
+    CPlaneProjections& Plane(std::int64_t z) { return m_planes[static_cast<std::size_t>((z + 3) % 3)]; }
+
+    void ComputeRow(std::int64_t y, std::int64_t z, CWorkPace& pace) {
+        const std::int32_t* const distances = m_task.distance.Row(y, z);
+        const unsigned char* const mask = m_task.mask.Row(y, z);
+        float* const angles = m_task.output.Row(y, z);
+        std::fill_n(angles, m_task.distance.nx, 0.0F);
+        for (std::int64_t x = 0; x < m_task.distance.nx; ++x) {
+            if (mask[x] == 0 || distances[x] == 0)
+                continue;
+            Project(x, y, z, distances[x], pace);
+            const float angle = m_projection.GreatestAngle(pace);
+            if (pace.Add(c_unitsPerPixel + c_unitsPerPoint * static_cast<std::int64_t>(m_projection.Size())))
+                return;
+            if (angle >= m_task.minimumAngle)
+                angles[x] = angle;
+        }
+    }
+
+    void Project(std::int64_t x, std::int64_t y, std::int64_t z, std::int32_t distance, CWorkPace& pace) {
+        m_projection.Clear();
+        AddProjectionOf(x, y, z, 0, 0, 0, pace);
+        constexpr std::array<std::array<std::int32_t, 3>, 6> steps{
+            {{0, 0, -1}, {0, -1, 0}, {-1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+        for (const auto& [dx, dy, dz] : steps) {
+            const std::int32_t neighbor = m_task.distance.At(x + dx, y + dy, z + dz);
+            if (neighbor > 0 && neighbor <= distance)
+                AddProjectionOf(x, y, z, dx, dy, dz, pace);
+        }
+    }
+
+    void AddProjectionOf(std::int64_t x, std::int64_t y, std::int64_t z, std::int32_t dx, std::int32_t dy,
+                         std::int32_t dz, CWorkPace& pace) {
+        for (const StSite& site : Plane(z + dz).Of(x + dx, y + dy, pace)) {
+            m_projection.Add(site.x + dx, site.y + dy, site.z + dz);
+            if (m_projection.Size() >= c_manyPoints &&
+                pace.Add(static_cast<std::int64_t>(m_projection.Size())))
+                return;
+        }
+    }
+
+    const StTask& m_task;
+    std::vector<CPlaneProjections> m_planes;
+    CExtendedProjection m_projection;
+};
+
+void Clear(const CImageView<float>& angles) {
+    for (std::int64_t z = 0; z < angles.nz; ++z) {
+        for (std::int64_t y = 0; y < angles.ny; ++y)
+            std::fill_n(angles.Row(y, z), angles.nx, 0.0F);
+    }
+}
+
+} // namespace
+
+void ComputeBisector(const IImage& squaredDistance, const IImage& mask, IImage& output, float minimumAngle,
+                     const std::string& tablePath, IProgress& progress) {
+    CWorkPace pace(progress);
+    const CSquaredDistanceView distance(c_function, squaredDistance, pace);
+    RequireFitting(c_function, mask, IMAGE_BINARY_FG, squaredDistance);
+    RequireFitting(c_function, output, IMAGE_GREY_F, squaredDistance);
+    const CImageView<const unsigned char> selected(mask);
+    const CImageView<float> angles(output);
+    const auto spheres =
+        pace.IsCancelled() ? nullptr : SpheresForImage(tablePath, std::max(distance.Greatest(), 1), pace);
+    if (spheres == nullptr)
+        return Clear(angles);
+    const CNearestSites sites(distance, *spheres);
+    const StTask task{distance, selected, angles, sites, minimumAngle};
+    const std::int64_t slabCount = (angles.nz + c_slabDepth - 1) / c_slabDepth;
+    progress.Start(static_cast<unsigned>(slabCount), "bisector");
+    const bool isDone = ParallelFor(slabCount, progress, [&task](CWorkerTurn& turn) {
+        return [pace = CWorkPace(turn), worker = CSlabWorker(task)](std::int64_t slab) mutable {
+            worker(slab, pace);
+        };
+    });
+    if (!isDone)
+        Clear(angles);
+    progress.Finish();
+}
+
+} // namespace ORVEN

@@ -1,0 +1,144 @@
+#include "QuillonTransformation/axis/CCoveringTable.h"
+
+#include "QuillonTransformation/axis/BuiltInMedialAxisNeighborhood.h"
+#include "QuillonTransformation/axis/LookUpTableFile.h"
+
+#include <algorithm>
+#include <bit>
+#include <iterator>
+#include <limits>
+#include <mutex>
+#include <utility>
+
+namespace ORVEN {
+
+namespace {
+
+/// Tables up to here are kept, and made for the next power of two, so that similar images find theirs. With
+/// what is built in that is 42 MB at most.
+constexpr std::int32_t c_greatestKeptDistance = 128 * 128;
+
+/// The list of the file where it suffices for the image or reaches farther than the built-in one.
+StMedialAxisNeighborhood NeighborhoodFor(const std::string& path, std::int32_t greatestDistance) {
+    const StMedialAxisNeighborhood& builtIn = BuiltInMedialAxisNeighborhood();
+    if (path.empty())
+        return builtIn;
+    StMedialAxisNeighborhood fromFile = ReadMedialAxisNeighborhood(path);
+    const bool suffices = std::cmp_greater_equal(fromFile.reach, greatestDistance);
+    return suffices || fromFile.reach >= builtIn.reach ? fromFile : builtIn;
+}
+
+/// max{|u|^2 + 2 u v : |u|^2 < R} for each of some vectors v, while R grows.
+class CRunningMaxima {
+public:
+    explicit CRunningMaxima(std::span<const StSortedVector> vectors)
+        : m_doubleA(vectors.size())
+        , m_doubleB(vectors.size())
+        , m_doubleC(vectors.size())
+        , m_values(vectors.size(), 0) {
+        for (std::size_t i = 0; i < vectors.size(); ++i) {
+            m_doubleA[i] = 2 * vectors[i].a;
+            m_doubleB[i] = 2 * vectors[i].b;
+            m_doubleC[i] = 2 * vectors[i].c;
+        }
+    }
+
+    /// Of all images of u the sorted one is the farthest from -v.
+    void Include(const StSortedVector& u) {
+        const std::int32_t length = u.SquaredLength();
+        for (std::size_t i = 0; i < m_values.size(); ++i) {
+            m_values[i] =
+                std::max(m_values[i], length + m_doubleA[i] * u.a + m_doubleB[i] * u.b + m_doubleC[i] * u.c);
+        }
+    }
+
+    [[nodiscard]] std::span<const std::int32_t> Values() const { return m_values; }
+
+private:
+    std::vector<std::int32_t> m_doubleA;
+    std::vector<std::int32_t> m_doubleB;
+    std::vector<std::int32_t> m_doubleC;
+    std::vector<std::int32_t> m_values;
+};
+
+} // namespace
+
+CCoveringTable::CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32_t greatestDistance)
+    : m_neighborhood(std::move(neighborhood))
+    , m_greatestDistance(greatestDistance) {
+    for (const StMedialAxisGenerator& generator : m_neighborhood.generators) {
+        const bool isUsed = std::cmp_less_equal(generator.foundAt, greatestDistance);
+        if (!isUsed || generator.vector.a == 1)
+            continue;
+        m_farVectors.push_back(generator.vector);
+        m_farLeastDistances.push_back(generator.leastDistance);
+        m_farFoundAt.push_back(generator.foundAt);
+    }
+    const auto rowCount = static_cast<std::size_t>(greatestDistance) + 1;
+    m_nearLimits.resize(rowCount);
+    m_farExcesses = std::make_unique_for_overwrite<std::uint16_t[]>(rowCount * m_farVectors.size());
+}
+
+bool CCoveringTable::Fill(CWorkPace& pace) {
+    const auto spheres = CSphereVectors::Find(m_greatestDistance, pace);
+    if (!spheres)
+        return false;
+    CRunningMaxima nearMaxima(c_nearVectors);
+    CRunningMaxima farMaxima(m_farVectors);
+    const auto unitsPerRow = static_cast<std::int64_t>(m_farVectors.size()) + 16;
+    std::fill_n(m_farExcesses.get(), m_farVectors.size(), c_never);
+    for (std::int32_t distance = 1; distance <= m_greatestDistance; ++distance) {
+        const std::span<const StSortedVector> sphere = spheres->OfLength(distance - 1);
+        for (const StSortedVector& u : sphere) {
+            nearMaxima.Include(u);
+            farMaxima.Include(u);
+        }
+        for (std::size_t i = 0; i < c_nearVectors.size(); ++i) {
+            m_nearLimits[static_cast<std::size_t>(distance)][i] =
+                nearMaxima.Values()[i] + c_nearVectors[i].SquaredLength() + 1;
+        }
+        std::uint16_t* const excesses =
+            m_farExcesses.get() + static_cast<std::size_t>(distance) * m_farVectors.size();
+        for (std::size_t i = 0; i < m_farVectors.size(); ++i) {
+            const std::int32_t excess = farMaxima.Values()[i] - distance + 1;
+            const bool isUsed = excess < c_never && std::cmp_greater_equal(distance, m_farLeastDistances[i]);
+            excesses[i] = isUsed ? static_cast<std::uint16_t>(excess) : c_never;
+        }
+        if (pace.Add((std::ssize(sphere) + 2) * unitsPerRow))
+            return false;
+    }
+    return true;
+}
+
+std::size_t CCoveringTable::FarVectorCount(std::int32_t greatestDistance) const {
+    const auto end = std::ranges::upper_bound(m_farFoundAt, static_cast<std::uint32_t>(greatestDistance));
+    return static_cast<std::size_t>(end - m_farFoundAt.begin());
+}
+
+std::shared_ptr<const CCoveringTable>
+CCoveringTable::ForImage(const std::string& path, std::int32_t greatestDistance, CWorkPace& pace) {
+    static std::mutex guard;
+    static std::shared_ptr<const CCoveringTable> kept;
+    StMedialAxisNeighborhood neighborhood = NeighborhoodFor(path, greatestDistance);
+    {
+        const std::lock_guard lock(guard);
+        if (kept != nullptr && kept->GreatestDistance() >= greatestDistance &&
+            kept->Neighborhood().generators == neighborhood.generators)
+            return kept;
+    }
+    // Threads that want a table at the same time each build one: nobody waits, deaf to a cancellation.
+    const bool isKept = greatestDistance <= c_greatestKeptDistance;
+    const auto roundedUp =
+        static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(greatestDistance)));
+    const std::shared_ptr<CCoveringTable> table(
+        new CCoveringTable(std::move(neighborhood), isKept ? roundedUp : greatestDistance));
+    if (!table->Fill(pace))
+        return nullptr;
+    if (isKept) {
+        const std::lock_guard lock(guard);
+        kept = table;
+    }
+    return table;
+}
+
+} // namespace ORVEN

@@ -1,0 +1,337 @@
+#include "QuillonTransformation/distance/DistanceTransform.h"
+
+#include "QuillonTransformation/SeparablePasses.h"
+#include "QuillonTransformation/distance/CLowerEnvelope.h"
+#include "QuillonTransformation/distance/ShortDistances.h"
+
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <mutex>
+#include <type_traits>
+#include <vector>
+
+// One axis after the other, x first, in place in the map. The rows of a plane are measured straight from the
+// binary image and then transformed along y while they are in the cache, a plane at a time; the lines along z
+// follow. Along y and z the work is done for 32 neighbouring lines at once, of which each pixel row is two
+// cache lines of the map.
+//
+// There are two ways to transform such a group of lines. Where no result is farther than 127 pixels from a
+// seed, all of it is done by trying the neighbours one after the other, in 16-bit integers as long as pixels
+// have length 1 and in doubles otherwise. Elsewhere each line goes through the lower envelope, whose time
+// does not depend on the distances. Both find the least of the same doubles, or of whole numbers that are
+// exact in either, so that the map does not tell which was taken.
+
+namespace ORVEN {
+
+namespace {
+
+constexpr std::int64_t c_lanes = c_shortLanes;
+
+/// What is left to do when squared distances are there. Returns the extrema of a map of floats.
+class CFinisher {
+public:
+    explicit CFinisher(const StDistanceTransform& transform)
+        : m_factor(transform.factor)
+        , m_isSquared(transform.isSquared) {}
+
+    void Finish(float* row, std::int64_t count) {
+        constexpr float largest = std::numeric_limits<float>::max();
+        const auto factor = static_cast<float>(m_factor);
+        std::int32_t minimum = m_minimum;
+        std::int32_t maximum = m_maximum;
+        for (std::int64_t x = 0; x < count; ++x) {
+            const float product = row[x] == c_noSeed<float> ? 0.0F : factor * row[x];
+            const float squared = product <= largest ? product : largest;
+            row[x] = m_isSquared ? squared : std::sqrt(squared);
+            // Floats that are not negative have the order of their bits.
+            const auto bits = std::bit_cast<std::int32_t>(row[x]);
+            minimum = std::min(minimum, bits);
+            maximum = std::max(maximum, bits);
+        }
+        m_minimum = minimum;
+        m_maximum = maximum;
+    }
+
+    void Finish(unsigned* row, std::int64_t count) const {
+        if (m_isSquared && m_factor == 1.0) {
+            std::replace(row, row + count, c_noSeed<unsigned>, 0U);
+            return;
+        }
+        for (std::int64_t x = 0; x < count; ++x) {
+            const double product = row[x] == c_noSeed<unsigned> ? 0.0 : m_factor * row[x];
+            const auto squared = StoredDistance<unsigned>(product);
+            row[x] = m_isSquared ? squared : static_cast<unsigned>(std::sqrt(static_cast<double>(squared)));
+        }
+    }
+
+    [[nodiscard]] StDistanceRange Range() const {
+        return {std::bit_cast<float>(m_minimum), std::bit_cast<float>(m_maximum)};
+    }
+
+private:
+    double m_factor;
+    bool m_isSquared;
+    std::int32_t m_minimum = std::bit_cast<std::int32_t>(std::numeric_limits<float>::max());
+    std::int32_t m_maximum = 0;
+};
+
+/// One call: the images, and what is to be done.
+template <class T>
+struct StTask {
+    StTask(const StDistanceTransform& what, const IImage& binaryImage, IImage& mapImage)
+        : transform(what)
+        , binary(binaryImage)
+        , map(mapImage)
+        , dimension(mapImage.Size().Dim()) {
+        for (double& weight : transform.weights)
+            weight = StoredWeight<T>(weight);
+        transform.factor = StoredWeight<T>(transform.factor);
+    }
+
+    /// Whether what the axes before this one have left are whole numbers.
+    [[nodiscard]] bool HoldsWholeNumbers(int axis) const {
+        return std::all_of(transform.weights.begin(), transform.weights.begin() + axis,
+                           [](double weight) { return weight == std::round(weight); });
+    }
+
+    /// Calls `write` with what is to be done to each row that it has written, if this is the last axis.
+    template <class Write>
+    void FinishIfLast(int axis, const Write& write) {
+        if (axis + 1 < dimension)
+            return write([](T* /*row*/, std::int64_t /*count*/) {});
+        CFinisher finisher(transform);
+        write([&finisher](T* row, std::int64_t count) { finisher.Finish(row, count); });
+        const std::lock_guard lock(m_rangeGuard);
+        range.minimum = std::min(range.minimum, finisher.Range().minimum);
+        range.maximum = std::max(range.maximum, finisher.Range().maximum);
+    }
+
+    StDistanceTransform transform;
+    CImageView<const unsigned char> binary;
+    CImageView<T> map;
+    int dimension;
+    StDistanceRange range{std::numeric_limits<float>::max(), 0.0F}; ///< of what is finished
+
+private:
+    std::mutex m_rangeGuard;
+};
+
+/// Does the rows along x.
+template <class T>
+class CRowTransformer {
+public:
+    explicit CRowTransformer(StTask<T>& task)
+        : m_task(task)
+        , m_weight(task.transform.weights[0])
+        , m_shortRow(task.map.nx, task.transform.outsideIsSeed) {}
+
+    void operator()(std::int64_t y, std::int64_t z) {
+        T* const row = m_task.map.Row(y, z);
+        const std::int64_t length = m_task.map.nx;
+        const bool isFar =
+            m_shortRow.Measure(m_task.binary.Row(y, z), m_task.transform.seeds, c_farDistance - 1);
+        const unsigned char* const distances = m_shortRow.Distances();
+        if (isFar || !std::isfinite(m_weight)) {
+            for (std::int64_t x = 0; x < length; ++x)
+                row[x] = distances[x] == 0 ? T{0} : c_noSeed<T>;
+            m_envelope.Transform(row, length, sizeof(T), m_weight, m_task.transform.outsideIsSeed);
+        } else if (m_weight == 1.0) {
+            for (std::int64_t x = 0; x < length; ++x)
+                row[x] = static_cast<T>(distances[x] * distances[x]);
+        } else {
+            for (std::int64_t x = 0; x < length; ++x)
+                row[x] = StoredDistance<T>(m_weight * (distances[x] * distances[x]));
+        }
+        m_task.FinishIfLast(0, [&](const auto& finish) { finish(row, length); });
+    }
+
+private:
+    StTask<T>& m_task;
+    double m_weight;
+    CShortRow m_shortRow;
+    CLowerEnvelope m_envelope;
+};
+
+/// Does the lines along y or z.
+template <class T>
+class CLineTransformer {
+public:
+    CLineTransformer(StTask<T>& task, int axis)
+        : m_task(task)
+        , m_axis(axis)
+        , m_length(axis == 1 ? task.map.ny : task.map.nz)
+        , m_weight(task.transform.weights[static_cast<std::size_t>(axis)])
+        , m_lines(static_cast<std::size_t>(m_length * c_lanes)) {
+        const bool outsideIsSeed = task.transform.outsideIsSeed;
+        if (m_weight == 1.0 && task.HoldsWholeNumbers(axis))
+            m_shortIntegers.emplace(m_length, outsideIsSeed, std::int16_t{1});
+        else if (std::isfinite(m_weight))
+            m_shortDoubles.emplace(m_length, outsideIsSeed, m_weight);
+    }
+
+    void operator()(std::int64_t other, std::int64_t x, std::int64_t endX, CWorkPace& pace) {
+        m_task.FinishIfLast(m_axis, [&](const auto& finish) {
+            std::int64_t first = x;
+            for (; first + c_lanes <= endX && !pace.IsCancelled(); first += c_lanes)
+                TransformLines(other, first, std::integral_constant<std::int64_t, c_lanes>(), finish, pace);
+            if (first < endX && !pace.IsCancelled())
+                TransformLines(other, first, endX - first, finish, pace);
+        });
+    }
+
+private:
+    /// To move a row of a group of lines into scratch memory or back.
+    static constexpr std::int64_t c_unitsPerMove = 3 * c_lanes;
+    static constexpr std::int64_t c_unitsPerEnvelopePlace = 16;
+
+    [[nodiscard]] T* Row(std::int64_t other, std::int64_t place) const {
+        return m_axis == 1 ? m_task.map.Row(place, other) : m_task.map.Row(other, place);
+    }
+
+    template <class Count, class Finish>
+    void TransformLines(std::int64_t other, std::int64_t x, Count count, const Finish& finish,
+                        CWorkPace& pace) {
+        const auto isShort = [&](auto& shortLines) {
+            return shortLines && TransformShort(*shortLines, other, x, count, finish, pace);
+        };
+        if (!isShort(m_shortIntegers) && !isShort(m_shortDoubles) && !pace.IsCancelled())
+            TransformByEnvelope(other, x, count, finish, pace);
+    }
+
+    [[nodiscard]] static std::int16_t Value(T value, std::int16_t tooFar) {
+        return static_cast<std::int16_t>(std::min(value, static_cast<T>(tooFar)));
+    }
+    [[nodiscard]] static double Value(T value, double tooFar) {
+        return value == c_noSeed<T> ? tooFar : static_cast<double>(value);
+    }
+
+    [[nodiscard]] static T Result(std::int16_t result) { return static_cast<T>(result); }
+    [[nodiscard]] static T Result(double result) { return StoredDistance<T>(result); }
+
+    template <class Number, class Count, class Finish>
+    bool TransformShort(CShortLines<Number>& shortLines, std::int64_t other, std::int64_t x, Count count,
+                        const Finish& finish, CWorkPace& pace) const {
+        const Number tooFar = shortLines.TooFar();
+        const auto read = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                const T* const row = Row(other, place) + x;
+                Number* const values = shortLines.Values(place);
+                for (std::int64_t lane = 0; lane < count; ++lane)
+                    values[lane] = Value(row[lane], tooFar);
+                std::fill(values + count, values + c_lanes, Number{0});
+            }
+        };
+        const auto write = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                T* const row = Row(other, place) + x;
+                const Number* const results = shortLines.Results(place);
+                for (std::int64_t lane = 0; lane < count; ++lane)
+                    row[lane] = Result(results[lane]);
+                finish(row, count);
+            }
+        };
+        return ForEachPiece(m_length, c_unitsPerMove, pace, read) && shortLines.Minimize(pace) &&
+               ForEachPiece(m_length, c_unitsPerMove, pace, write);
+    }
+
+    template <class Count, class Finish>
+    void TransformByEnvelope(std::int64_t other, std::int64_t x, Count count, const Finish& finish,
+                             CWorkPace& pace) {
+        const auto read = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place)
+                std::copy_n(Row(other, place) + x, count, m_lines.data() + place * c_lanes);
+        };
+        const auto write = [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t place = begin; place < end; ++place) {
+                T* const row = Row(other, place) + x;
+                std::copy_n(m_lines.data() + place * c_lanes, count, row);
+                finish(row, count);
+            }
+        };
+        if (!ForEachPiece(m_length, c_unitsPerMove, pace, read))
+            return;
+        for (std::int64_t lane = 0; lane < count; ++lane) {
+            m_envelope.Transform(m_lines.data() + lane, m_length, c_lanes * std::int64_t{sizeof(T)}, m_weight,
+                                 m_task.transform.outsideIsSeed);
+            if (pace.Add(m_length * c_unitsPerEnvelopePlace))
+                return;
+        }
+        ForEachPiece(m_length, c_unitsPerMove, pace, write);
+    }
+
+    StTask<T>& m_task;
+    int m_axis;
+    std::int64_t m_length;
+    double m_weight;
+    std::optional<CShortLines<std::int16_t>> m_shortIntegers;
+    std::optional<CShortLines<double>> m_shortDoubles;
+    CLowerEnvelope m_envelope;
+    std::vector<T> m_lines; ///< row by row, as in the map
+};
+
+template <class T>
+std::optional<StDistanceRange> FillMap(const StDistanceTransform& transform, const IImage& binary,
+                                       IImage& distance, IProgress& progress) {
+    StTask<T> task(transform, binary, distance);
+    const CImageView<T>& map = task.map;
+    if (map.PixelCount() == 0)
+        return StDistanceRange{0.0F, 0.0F};
+    const CSeparablePasses passes({map.nx, map.ny, map.nz, task.dimension}, progress);
+    const bool isDone = passes.Run(
+        "Distance transform", [&] { return CRowTransformer<T>(task); },
+        [&](int axis) { return CLineTransformer<T>(task, axis); });
+    if (isDone)
+        return task.range;
+    for (std::int64_t z = 0; z < map.nz; ++z) {
+        for (std::int64_t y = 0; y < map.ny; ++y)
+            std::fill_n(map.Row(y, z), map.nx, T{0});
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<StDistanceRange> TransformDistances(const StDistanceTransform& transform, const IImage& binary,
+                                                  IImage& distance, IProgress& progress) {
+    return distance.Type() == IMAGE_GREY_F ? FillMap<float>(transform, binary, distance, progress)
+                                           : FillMap<unsigned>(transform, binary, distance, progress);
+}
+
+void CheckDistanceImages(const char* function, const IImage& binary, const IImage& result,
+                         const IImage::CType& resultType) {
+    if (!(binary.Type() == IMAGE_BINARY_FG) || !(result.Type() == resultType)) {
+        throw CException(
+            Impl::Here(function),
+            CString("Images are of types %1 and %2 and not of types %3 and %4.", CString::ENC_UTF8)
+                .Arg(binary.Type().ToString())
+                .Arg(result.Type().ToString())
+                .Arg(IMAGE_BINARY_FG.ToString())
+                .Arg(resultType.ToString()));
+    }
+    if (!(binary.Size() == result.Size())) {
+        throw CException(Impl::Here(function), CString("Image sizes differ: %1 vs %2.", CString::ENC_UTF8)
+                                                   .Arg(binary.Size().ToString())
+                                                   .Arg(result.Size().ToString()));
+    }
+    CheckDistanceExtents(function, binary.Size());
+}
+
+void CheckDistanceExtents(const char* function, const CSize& size) {
+    for (int axis = 0; axis < size.Dim(); ++axis) {
+        if (size[axis] >= c_tooLargeExtent) {
+            throw CException(
+                Impl::Here(function),
+                CString("Image of size %1 is too large: extents must be below %2.", CString::ENC_UTF8)
+                    .Arg(size.ToString())
+                    .Arg(static_cast<long long>(c_tooLargeExtent), 0));
+        }
+    }
+}
+
+} // namespace ORVEN

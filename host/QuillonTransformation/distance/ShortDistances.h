@@ -1,0 +1,229 @@
+#pragma once
+
+#include "QuillonTransformation/distance/EnSeeds.h"
+
+#include <QuillonBase/CWorkPace.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+/// Distances below 127 pixels, many at once. Everything is inline: it is compiled for the vectors of the
+/// processor that it runs on, see `SeparablePasses.h`.
+namespace ORVEN {
+
+/// Distances from here on are not told from one another: "so far or farther".
+inline constexpr int c_farDistance = 127;
+
+/// Neighbouring lines that are worked on at once.
+inline constexpr std::int64_t c_shortLanes = 32;
+
+/// A place of each of these lines. Rows begin with a cache line, so that wide vectors do not straddle two.
+template <class Number>
+struct alignas(64) StLanes {
+    Number items[c_shortLanes];
+};
+
+/// Distances along a row to the nearest seed of the row.
+///
+/// A place learns from those 1, 2, 4 ... away in turn: every distance is a sum of such steps, and each step
+/// is the same for all places.
+class CShortRow {
+public:
+    CShortRow(std::int64_t length, bool outsideIsSeed)
+        : m_length(length)
+        , m_now(Empty(length, outsideIsSeed))
+        , m_next(m_now) {}
+
+    /// Measures the distances to the seeds among the pixels, exactly up to `greatest`, which is below
+    /// `c_farDistance`. What is farther away may be at `c_farDistance`. Returns whether any place is.
+    bool Measure(const unsigned char* pixels, EnSeeds seeds, int greatest) {
+        const unsigned char value = seeds == EnSeeds::Ones ? 1 : 0;
+        const bool isSeed = seeds != EnSeeds::NonZeros;
+        unsigned char* const __restrict first = Places(m_now);
+        const std::int64_t length = m_length; // bytes could be a part of the member
+        for (std::int64_t x = 0; x < length; ++x)
+            first[x] = (pixels[x] == value) == isSeed ? 0 : c_farDistance;
+        int farthest = c_farDistance;
+        for (int step = 1; step <= greatest && farthest >= step; step *= 2)
+            farthest = Learn(step);
+        return farthest == c_farDistance;
+    }
+
+    [[nodiscard]] const unsigned char* Distances() const { return m_now[1].items; }
+
+private:
+    struct alignas(64) StCacheLine {
+        unsigned char items[64];
+    };
+
+    /// The places, with a cache line before and one or more after them.
+    using Row = std::vector<StCacheLine>;
+
+    /// The longest step, which must not lead out of the row.
+    static constexpr std::int64_t c_margin = sizeof(StCacheLine);
+
+    static Row Empty(std::int64_t length, bool outsideIsSeed) {
+        Row row(static_cast<std::size_t>(length / c_margin + 3));
+        for (StCacheLine& line : row)
+            std::fill_n(line.items, c_margin, static_cast<unsigned char>(c_farDistance));
+        if (outsideIsSeed) {
+            Places(row)[-1] = 0;
+            Places(row)[length] = 0;
+        }
+        return row;
+    }
+
+    static unsigned char* Places(Row& row) { return row[1].items; }
+
+    /// Returns the greatest distance.
+    int Learn(int step) {
+        const unsigned char* const now = Places(m_now);
+        unsigned char* const __restrict next = Places(m_next);
+        const std::int64_t length = m_length; // bytes could be a part of the member
+        unsigned char farthest = 0;
+        for (std::int64_t x = 0; x < length; ++x) {
+            const auto other = static_cast<unsigned char>(std::min(now[x - step], now[x + step]) + step);
+            next[x] = std::min(now[x], other);
+            farthest = std::max(farthest, next[x]);
+        }
+        m_now.swap(m_next);
+        return farthest;
+    }
+
+    std::int64_t m_length;
+    Row m_now;
+    Row m_next;
+};
+
+/// Squared distances along one axis, for `c_shortLanes` neighbouring lines at once, as 16-bit integers in
+/// pixels or as doubles in any unit.
+///
+/// Each place takes the least of what the places k away have, plus the square of that way, for one k after
+/// the other. As soon as the square is no less than all values of a block, none of them can become less: the
+/// work goes with the distances that there are.
+template <class Number>
+class CShortLines {
+public:
+    /// With `outsideIsSeed` there are seeds just beyond both ends. The weight is the square of the pixel
+    /// length, 1 for integers.
+    CShortLines(std::int64_t length, bool outsideIsSeed, Number weight)
+        : m_length(length)
+        , m_reach(std::min<std::int64_t>(length, c_farDistance - 1))
+        , m_weight(weight)
+        , m_values(static_cast<std::size_t>(length + 2 * Margin()))
+        , m_results(static_cast<std::size_t>(length)) {
+        for (auto& place : m_values)
+            std::fill_n(place.items, c_shortLanes, TooFar());
+        if (outsideIsSeed) {
+            std::fill_n(Values(-1), c_shortLanes, Number{0});
+            std::fill_n(Values(length), c_shortLanes, Number{0});
+        }
+    }
+
+    /// Stands for all values that are not below.
+    [[nodiscard]] Number TooFar() const {
+        if constexpr (std::is_integral_v<Number>)
+            return c_farDistance * c_farDistance + 1;
+        else
+            return std::numeric_limits<Number>::infinity();
+    }
+
+    /// The values at a place of all lines, to be filled in.
+    [[nodiscard]] Number* Values(std::int64_t place) {
+        return m_values[static_cast<std::size_t>(Margin() + place)].items;
+    }
+
+    /// Fills in the results and returns whether none is farther than `c_farDistance` pixels. Otherwise, and
+    /// if cancelled, it stops early.
+    bool Minimize(CWorkPace& pace) {
+        for (std::int64_t stretch = 0; stretch < m_length; stretch += c_stretchLength) {
+            const std::int64_t end = std::min(stretch + c_stretchLength, m_length);
+            std::int64_t looks = 0;
+            for (std::int64_t place = stretch; place < end; place += c_blockLength) {
+                if (!MinimizeBlock(place, std::min(c_blockLength, end - place), looks))
+                    return false;
+            }
+            if (pace.Add(looks * c_unitsPerLook))
+                return false;
+        }
+        return true;
+    }
+
+    [[nodiscard]] const Number* Results(std::int64_t place) const {
+        return m_results[static_cast<std::size_t>(place)].items;
+    }
+
+private:
+    /// Gathers the signs of differences: quicker than comparisons, and than an extremum of doubles.
+    using Mask = std::conditional_t<std::is_integral_v<Number>, Number, std::int64_t>;
+
+    static constexpr std::int64_t c_blockLength = 8;
+    /// Places between two reports of work.
+    static constexpr std::int64_t c_stretchLength = 32 * c_blockLength;
+    static constexpr std::int64_t c_unitsPerLook = 3 * c_blockLength * c_shortLanes;
+
+    /// Places beyond the ends that are looked at: steps go by two and may take one too many.
+    [[nodiscard]] std::int64_t Margin() const { return m_reach + 1; }
+
+    [[nodiscard]] Number Square(std::int64_t distance) const {
+        return static_cast<Number>(m_weight * static_cast<Number>(distance * distance));
+    }
+
+    /// Counts the looks aside.
+    bool MinimizeBlock(std::int64_t place, std::int64_t count, std::int64_t& looks) {
+        const Number* const values = Values(place);
+        Number* const results = m_results[static_cast<std::size_t>(place)].items;
+        const std::int64_t size = count * c_shortLanes;
+        if (!IsAnyAbove(values, size, m_weight)) {
+            std::copy_n(values, size, results);
+            return true;
+        }
+        bool canBeLess = LookAside(values, values, results, size, 1);
+        std::int64_t k = 3;
+        for (; canBeLess && k <= m_reach; k += 2)
+            canBeLess = LookAside(values, results, results, size, k);
+        looks += k / 2;
+        return !canBeLess || !IsAnyAbove(results, size, Square(c_farDistance));
+    }
+
+    static bool IsAnyAbove(const Number* values, std::int64_t size, Number limit) {
+        Mask isAbove = 0;
+        for (std::int64_t i = 0; i < size; ++i)
+            isAbove |= std::bit_cast<Mask>(static_cast<Number>(limit - values[i]));
+        return isAbove < 0;
+    }
+
+    /// Takes what is k and k + 1 places away into account. Returns whether any result is more than what
+    /// k + 2 places add.
+    bool LookAside(const Number* values, const Number* soFar, Number* results, std::int64_t size,
+                   std::int64_t k) const {
+        const std::int64_t near = k * c_shortLanes;
+        const std::int64_t far = near + c_shortLanes;
+        const Number nearSquare = Square(k);
+        const Number farSquare = Square(k + 1);
+        const Number nextSquare = Square(k + 2);
+        Mask isAbove = 0;
+#pragma GCC ivdep // the results may be what there was so far, at the same place
+        for (std::int64_t i = 0; i < size; ++i) {
+            const auto nearest =
+                static_cast<Number>(std::min(values[i - near], values[i + near]) + nearSquare);
+            const auto next = static_cast<Number>(std::min(values[i - far], values[i + far]) + farSquare);
+            results[i] = std::min(soFar[i], std::min(nearest, next));
+            isAbove |= std::bit_cast<Mask>(static_cast<Number>(nextSquare - results[i]));
+        }
+        return isAbove < 0;
+    }
+
+    std::int64_t m_length;
+    std::int64_t m_reach;
+    Number m_weight;
+    std::vector<StLanes<Number>> m_values;
+    std::vector<StLanes<Number>> m_results;
+};
+
+} // namespace ORVEN

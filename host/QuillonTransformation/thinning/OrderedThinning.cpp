@@ -1,0 +1,291 @@
+#include "QuillonTransformation/thinning/OrderedThinning.h"
+
+#include "QuillonTransformation/distance/CSquaredDistanceView.h"
+#include "QuillonTransformation/thinning/CFramedBits.h"
+#include "QuillonTransformation/thinning/SimplePoints.h"
+
+#include <QuillonBase/CWorkPace.h>
+#include <QuillonBase/Neighborhoods.h>
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2image/ImageView.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace ORVEN {
+
+// A pixel that is not queued was taken out of a queue before, so that its distance is not above the present
+// one. What is queued again therefore goes into the queue of the present distance and into no other: the
+// queues that begin filled are slices of one array and never grow, and one more serves all distances.
+
+namespace {
+
+const char* const g_site = "CSkeletonCouprierZour::EuclideanSkeleton";
+
+/// To enter a pixel into a set of pixels or look for it there.
+constexpr std::int64_t c_unitsPerPixel = 8;
+
+struct StImages {
+    CImageView<const unsigned char> input;
+    const CSquaredDistanceView& squaredDistance;
+    CImageView<const unsigned char> anchors;
+};
+
+/// Calls `body(place, squaredDistance, isAnchor)` for the pixels of the object in raster order. Returns false
+/// if the run was cancelled.
+template <class Body>
+bool ForEachObjectPixel(const StImages& images, const CFramedBits& frame, IProgress& progress,
+                        const Body& body) {
+    CWorkPace pace(progress);
+    for (std::int64_t z = 0; z < images.input.nz; ++z) {
+        if (progress.IsCancelled())
+            return false;
+        for (std::int64_t y = 0; y < images.input.ny; ++y) {
+            const unsigned char* const object = images.input.Row(y, z);
+            const unsigned char* const anchors = images.anchors.Row(y, z);
+            const std::int32_t* const squaredDistance = images.squaredDistance.Row(y, z);
+            for (std::int64_t x = 0; x < images.input.nx; ++x) {
+                if (object[x] != 0)
+                    body(frame.Place(x, y, z), static_cast<std::size_t>(squaredDistance[x]), anchors[x] != 0);
+            }
+            if (pace.Add(c_unitsPerPixel * images.input.nx))
+                return false;
+        }
+        progress.Step(1, 0);
+    }
+    return true;
+}
+
+/// The bits of a block in raster order.
+std::uint32_t InRasterOrder(std::uint32_t block) {
+    static constexpr std::array<std::uint16_t, 512> transposed = [] {
+        std::array<std::uint16_t, 512> planes{};
+        for (unsigned plane = 0; plane < planes.size(); ++plane) {
+            for (unsigned bit = 0; bit < 9; ++bit) {
+                const unsigned transposedBit = bit % 3 * 3 + bit / 3;
+                planes[plane] =
+                    static_cast<std::uint16_t>(planes[plane] | (plane >> bit & 1) << transposedBit);
+            }
+        }
+        return planes;
+    }();
+    return transposed[block & 0x1FF] | std::uint32_t{transposed[block >> 9 & 0x1FF]} << 9 |
+           std::uint32_t{transposed[block >> 18]} << 18;
+}
+
+/// The places of the pixels that may fall: by squared distance, in raster order within each.
+template <class Place>
+class CQueues {
+public:
+    /// Begins with room for so many pixels of each distance.
+    explicit CQueues(std::vector<std::size_t> counts)
+        : m_ends(std::move(counts)) {
+        std::size_t total = 0;
+        for (std::size_t& end : m_ends)
+            end = std::exchange(total, total + end);
+        m_places = std::make_unique_for_overwrite<Place[]>(total);
+        m_total = total;
+    }
+
+    void Append(std::size_t squaredDistance, std::uint64_t place) {
+        m_places[m_ends[squaredDistance]++] = static_cast<Place>(place);
+    }
+
+    /// What has been appended; nothing is missing by then.
+    [[nodiscard]] std::span<const Place> OfDistance(std::size_t squaredDistance) const {
+        const std::size_t begin = squaredDistance > 0 ? m_ends[squaredDistance - 1] : 0;
+        return {m_places.get() + begin, m_ends[squaredDistance] - begin};
+    }
+
+    [[nodiscard]] std::size_t DistanceCount() const { return m_ends.size(); }
+    [[nodiscard]] std::size_t PixelCount() const { return m_total; }
+
+private:
+    std::vector<std::size_t> m_ends; // of what has been appended
+    std::unique_ptr<Place[]> m_places;
+    std::size_t m_total = 0;
+};
+
+/// Empties the queues.
+template <class Place, class Neighborhood>
+class CThinning {
+public:
+    /// `none` is a set without pixels. The run is told as `stepCount` steps.
+    CThinning(CFramedBits& object, CFramedBits none, std::int64_t stepCount, IProgress& progress)
+        : m_object(object)
+        , m_standing(std::move(none))
+        , m_stepCount(static_cast<std::uint64_t>(std::max<std::int64_t>(1, stepCount)))
+        , m_progress(progress) {
+        for (std::size_t i = 0; i < 27; ++i) {
+            const auto number = static_cast<std::int64_t>(i);
+            m_offsets[i] =
+                static_cast<Place>(object.Offset(number % 3 - 1, number / 3 % 3 - 1, number / 9 - 1));
+        }
+    }
+
+    /// Returns false if the run was cancelled.
+    bool Run(const CQueues<Place>& queues) {
+        m_testsAStep = std::max<std::uint64_t>(1, queues.PixelCount() / m_stepCount);
+        std::vector<Place> tested;
+        for (std::size_t distance = 0; distance < queues.DistanceCount(); ++distance) {
+            if (!Test(queues.OfDistance(distance)))
+                return false;
+            while (!m_again.empty()) {
+                tested.clear();
+                tested.swap(m_again);
+                if (!Test(tested))
+                    return false;
+            }
+        }
+        StepTo(m_stepCount);
+        return true;
+    }
+
+private:
+    bool Test(std::span<const Place> places) {
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            if (m_tests++ % c_testsALook == 0 && !Look())
+                return false;
+            if (i + c_testsAhead < places.size()) {
+                m_object.Prefetch(places[i + c_testsAhead]);
+                m_standing.Prefetch(places[i + c_testsAhead]);
+            }
+            const Place place = places[i];
+            if (m_isSimple(m_object.Block(place)))
+                Fell(place);
+            else
+                m_standing.Insert(place);
+        }
+        return true;
+    }
+
+    void Fell(Place place) {
+        m_object.Erase(place);
+        for (std::uint32_t again = InRasterOrder(m_standing.Block(place)); again != 0; again &= again - 1) {
+            const auto neighbor =
+                static_cast<Place>(place + m_offsets[static_cast<std::size_t>(std::countr_zero(again))]);
+            m_standing.Erase(neighbor);
+            m_again.push_back(neighbor);
+        }
+    }
+
+    bool Look() {
+        StepTo(std::min(m_tests / m_testsAStep, m_stepCount));
+        return !m_progress.IsCancelled();
+    }
+
+    void StepTo(std::uint64_t step) {
+        m_progress.Step(static_cast<unsigned>(step - m_told), 0);
+        m_told = step;
+    }
+
+    /// How far memory is asked for ahead of the test: pixels of a distance lie scattered all over the image.
+    static constexpr std::size_t c_testsAhead = 16;
+    /// How many pixels are tested between two looks at the progress.
+    static constexpr std::uint64_t c_testsALook = 1 << 13;
+
+    const CSimplePoints<Neighborhood>& m_isSimple = CSimplePoints<Neighborhood>::Obj();
+    CFramedBits& m_object;
+    CFramedBits m_standing; // pixels of the object that were tested, are no anchors, and are not queued
+    std::vector<Place> m_again;
+    std::array<Place, 27> m_offsets{}; // modulo the range of the type
+    std::uint64_t m_tests = 0;
+    std::uint64_t m_testsAStep = 1;
+    std::uint64_t m_told = 0;
+    std::uint64_t m_stepCount;
+    IProgress& m_progress;
+};
+
+/// Takes all pixels out of the object that fall. Returns false if the run was cancelled.
+template <class Place, class Neighborhood>
+bool Thin(const StImages& images, CFramedBits& object, IProgress& progress) {
+    std::vector<std::size_t> counts(static_cast<std::size_t>(images.squaredDistance.Greatest()) + 1);
+    const auto enter = [&](std::uint64_t place, std::size_t distance, bool isAnchor) {
+        object.Insert(place);
+        counts[distance] += isAnchor ? 0 : 1;
+    };
+    if (!ForEachObjectPixel(images, object, progress, enter))
+        return false;
+    CQueues<Place> queues(std::move(counts));
+    const auto queue = [&](std::uint64_t place, std::size_t distance, bool isAnchor) {
+        if (!isAnchor)
+            queues.Append(distance, place);
+    };
+    if (!ForEachObjectPixel(images, object, progress, queue))
+        return false;
+    CFramedBits none(images.input.nx, images.input.ny, images.input.nz);
+    return CThinning<Place, Neighborhood>(object, std::move(none), images.input.nz, progress).Run(queues);
+}
+
+/// Calls `thin` for the neighbourhood of that id.
+template <class Thin>
+bool WithNeighborhood(const std::string& id, const Thin& thin) {
+    if (id == CNeighborhood3dDiffN6::id)
+        return thin.template operator()<CNeighborhood3dDiffN6>();
+    if (id == CNeighborhood3dDiffN14_1::id)
+        return thin.template operator()<CNeighborhood3dDiffN14_1>();
+    if (id == CNeighborhood3dDiffN14_2::id)
+        return thin.template operator()<CNeighborhood3dDiffN14_2>();
+    if (id == CNeighborhood3dDiffN26::id)
+        return thin.template operator()<CNeighborhood3dDiffN26>();
+    throw CException(g_site, CString("Invalid neighborhood id '%1'.", CString::ENC_UTF8).Arg(id), nullptr);
+}
+
+/// Returns false if the run was cancelled.
+bool Write(const CImageView<unsigned char>& output, const CFramedBits& object, IProgress& progress) {
+    CWorkPace pace(progress);
+    return ForEachRow(output, c_unitsPerPixel, pace, [&](std::int64_t y, std::int64_t z) {
+        unsigned char* const row = output.Row(y, z);
+        for (std::int64_t x = 0; x < output.nx; ++x)
+            row[x] = object.Contains(object.Place(x, y, z)) ? 1 : 0;
+    });
+}
+
+void Clear(const CImageView<unsigned char>& output) {
+    for (std::int64_t z = 0; z < output.nz; ++z) {
+        for (std::int64_t y = 0; y < output.ny; ++y)
+            std::fill_n(output.Row(y, z), output.nx, static_cast<unsigned char>(0));
+    }
+}
+
+} // namespace
+
+void RequireSkeletonNeighborhood(const std::string& id) {
+    WithNeighborhood(id, []<class>() { return true; });
+}
+
+void ThinByDistance(const IImage& input, const IImage& squaredDistance, const IImage& anchors, IImage& output,
+                    const std::string& neighborhood, IProgress& progress, EnPlaceSize placeSize) {
+    RequireSkeletonNeighborhood(neighborhood);
+    CWorkPace pace(progress);
+    const CSquaredDistanceView distances(g_site, squaredDistance, pace);
+    for (const IImage* image : {&input, &anchors, static_cast<const IImage*>(&output)})
+        RequireFitting(g_site, *image, IMAGE_BINARY_FG, squaredDistance);
+    const StImages images{CImageView<const unsigned char>(input), distances,
+                          CImageView<const unsigned char>(anchors)};
+    const CImageView<unsigned char> result(output);
+    if (pace.IsCancelled())
+        return Clear(result);
+
+    CFramedBits object(result.nx, result.ny, result.nz);
+    constexpr std::uint64_t placesOf32Bits = std::uint64_t{1} << 32;
+    const bool fits32Bits = placeSize == EnPlaceSize::SUFFICIENT && object.PlaceCount() <= placesOf32Bits;
+    progress.Start(static_cast<unsigned>(3 * result.nz), "thinning");
+    const bool isDone = WithNeighborhood(neighborhood, [&]<class Neighborhood>() {
+        return fits32Bits ? Thin<std::uint32_t, Neighborhood>(images, object, progress)
+                          : Thin<std::uint64_t, Neighborhood>(images, object, progress);
+    });
+    if (!isDone || !Write(result, object, progress))
+        Clear(result);
+    progress.Finish();
+}
+
+} // namespace ORVEN

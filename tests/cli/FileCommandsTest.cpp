@@ -1,0 +1,187 @@
+#include "cli/CCommandError.h"
+#include "support/FileTools.h"
+
+#include <sorblib2image/CQuillonHeaderTools.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+
+using namespace ORVEN;
+using nlohmann::json;
+using ::test::Quillon;
+
+using namespace cli;
+
+namespace engine::test {
+
+namespace {
+
+void ExpectOneLine(const ::test::StEnd& end, int status, const std::string& part) {
+    EXPECT_EQ(end.status, status);
+    EXPECT_EQ(end.out, "");
+    EXPECT_TRUE(end.err.starts_with("quillon: ")) << end.err;
+    EXPECT_EQ(end.err.find('\n'), end.err.size() - 1) << end.err;
+    EXPECT_NE(end.err.find(part), std::string::npos) << end.err;
+}
+
+json InfoOf(const std::string& path) {
+    const ::test::StEnd end = Quillon({"info", path, "--json"});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_EQ(end.err, "");
+    return json::parse(end.out);
+}
+
+} // namespace
+
+TEST(InfoCommand, TellsEveryKeyOfAPlainImage) {
+    const json info = InfoOf(DataFile("cement_pores_128.nrrd"));
+    const json meant = {{"file", DataFile("cement_pores_128.nrrd")},
+                        {"type", "IMAGE_GREY_8"},
+                        {"dimension", 3},
+                        {"size", {128, 128, 128}},
+                        {"spacing", nullptr},
+                        {"history", json::array()},
+                        {"number_of_labels", nullptr},
+                        {"max_distance", nullptr},
+                        {"min_max", {16, 148}},
+                        {"attributes", json::object()}};
+    EXPECT_EQ(info, meant);
+}
+
+TEST(InfoCommand, TellsEveryAttribute) {
+    const CTestFolder folder;
+    const auto image = ImageOf<float>(IMAGE_GREY_F, CSize(3, 1), {NAN, -1.5f, INFINITY});
+    CQuillonHeaderTools::SetSpacing(*image, 0.5, 2, 1);
+    CQuillonHeaderTools::AddToHistory(*image, "gau\xc3\x9f(\"1\")", 0);
+    CQuillonHeaderTools::SetNumberOfLabels(*image, 12);
+    CQuillonHeaderTools::SetMaxDistance(*image, 7.25);
+    WriteImage(*image, folder / "a.nrrd");
+    const json info = InfoOf(folder / "a.nrrd");
+    EXPECT_EQ(info["spacing"], json({0.5, 2.0}));
+    EXPECT_EQ(info["history"], json::array({"gau\xc3\x9f(\"1\")"}));
+    EXPECT_EQ(info["number_of_labels"], 12);
+    EXPECT_EQ(info["max_distance"], 7.25);
+    EXPECT_EQ(info["min_max"], json({-1.5, -1.5}));
+    EXPECT_EQ(info["attributes"]["number of labels"], 12);
+    EXPECT_EQ(info["attributes"]["spacing"], json({{"x", 0.5}, {"y", 2.0}, {"z", 1.0}}));
+}
+
+TEST(InfoCommand, TellsNoRangeWherePixelsHaveNone) {
+    const CTestFolder folder;
+    WriteImage(*ImageOf<float>(IMAGE_GREY_F, CSize(2, 1), {NAN, INFINITY}), folder / "a.nrrd");
+    EXPECT_EQ(InfoOf(folder / "a.nrrd")["min_max"], nullptr);
+}
+
+TEST(InfoCommand, TellsTheSameToPeople) {
+    const ::test::StEnd end = Quillon({"info", DataFile("lung_ct_crop_u16.mha")});
+    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.out, "file        " + DataFile("lung_ct_crop_u16.mha") +
+                           "\n"
+                           "type        IMAGE_GREY_16\n"
+                           "size        48 x 48 x 24\n"
+                           "spacing     1.366 x 1.366 x 2.5\n"
+                           "values      202 to 1509\n");
+}
+
+TEST(InfoCommand, LetsNoAttributeControlTheTerminal) {
+    const CTestFolder folder;
+    const auto image = RandomImage(IMAGE_GREY_8, CSize(2, 2), 1);
+    CQuillonHeaderTools::AddToHistory(*image, "red \x1b[31m \xff", 0);
+    WriteImage(*image, folder / "a.nrrd");
+    const ::test::StEnd end = Quillon({"info", folder / "a.nrrd"});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_EQ(end.out.find('\x1b'), std::string::npos);
+}
+
+TEST(InfoCommand, EndsWithFourForFilesThatCannotBeRead) {
+    const CTestFolder folder;
+    ExpectOneLine(Quillon({"info", folder / "none.nrrd"}), STATUS_FILE, "No such file or directory");
+    Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")).substr(0, 100000));
+    ExpectOneLine(Quillon({"info", folder / "a.nrrd"}), STATUS_FILE,
+                  "cannot read '" + (folder / "a.nrrd") + "': ");
+    Store(folder / "a.tif", ReadText(DataFile("shell_crop_stack.tif")).substr(0, 20000));
+    ExpectOneLine(Quillon({"info", folder / "a.tif"}), STATUS_FILE,
+                  "cannot read '" + (folder / "a.tif") + "': ");
+    ExpectOneLine(Quillon({"info"}), STATUS_USAGE, "FILE");
+}
+
+TEST(ConvertCommand, ChangesFormatTypeAndSpacing) {
+    const CTestFolder folder;
+    const std::string labels = DataFile("nuclei_platynereis_labels_u16.nrrd");
+    ASSERT_EQ(
+        Quillon({"convert", labels, folder / "mask.tif", "--as", "binary", "--spacing", "1,1,2"}).status, 0);
+    const json info = InfoOf(folder / "mask.tif");
+    EXPECT_EQ(info["type"], "IMAGE_BINARY_FG");
+    EXPECT_EQ(info["size"], json({256, 256, 103}));
+    EXPECT_EQ(info["spacing"], json({1.0, 1.0, 2.0}));
+    EXPECT_EQ(info["min_max"], json({0, 1}));
+    ASSERT_EQ(Quillon({"convert", labels, folder / "small.nii.gz", "--as", "grey8"}).status, 0);
+    EXPECT_EQ(InfoOf(folder / "small.nii.gz")["min_max"], json({0, 37}));
+}
+
+TEST(ConvertCommand, CanReplaceItsOwnInput) {
+    const CTestFolder folder;
+    Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")));
+    ASSERT_EQ(Quillon({"convert", folder / "a.nrrd", folder / "a.nrrd", "--as", "greyf"}).status, 0);
+    const json info = InfoOf(folder / "a.nrrd");
+    EXPECT_EQ(info["type"], "IMAGE_GREY_F");
+    EXPECT_EQ(info["min_max"], json({16.0, 148.0}));
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.nrrd"});
+}
+
+TEST(ConvertCommand, SaysInOneLineWhatIsWrong) {
+    const CTestFolder folder;
+    const std::string input = DataFile("lung_ct_crop_u16.mha");
+    const std::string output = folder / "a.nrrd";
+    ExpectOneLine(Quillon({"convert", input, output, "--as", "grey8"}), STATUS_FILE,
+                  "does not fit IMAGE_GREY_8");
+    ExpectOneLine(Quillon({"convert", input, output, "--as", "gray8"}), STATUS_USAGE, "gray8");
+    ExpectOneLine(Quillon({"convert", input, output, "--spacing", "1,0,1"}), STATUS_USAGE, "1,0,1");
+    ExpectOneLine(Quillon({"convert", input, folder / "a.jpg"}), STATUS_USAGE, "its name must end in");
+    ExpectOneLine(Quillon({"convert", input, folder / "a.png"}), STATUS_FILE, "PNG holds planes");
+    ExpectOneLine(Quillon({"convert", input, folder / "none/a.nrrd"}), STATUS_FILE, "there is no folder");
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+TEST(PreviewCommand, MakesAPictureOfAPlane) {
+    const CTestFolder folder;
+    const std::string input = DataFile("lung_ct_crop_u16.mha");
+    ASSERT_EQ(Quillon({"preview", input, "-o", folder / "a.png", "--axis", "x", "--slice", "5"}).status, 0);
+    // 48 x 24 pixels of 1.366 x 2.5: 48 x 44, six times.
+    const json info = InfoOf(folder / "a.png");
+    EXPECT_EQ(info["size"], json({288, 264}));
+    EXPECT_EQ(info["min_max"], json({0, 255}));
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.png"});
+    ASSERT_EQ(Quillon({"preview", input, "-o", folder / "mip.png", "--mip"}).status, 0);
+    EXPECT_EQ(InfoOf(folder / "mip.png")["size"], json({288, 288}));
+}
+
+TEST(PreviewCommand, MakesColoursOfLabels) {
+    const CTestFolder folder;
+    const std::string input = DataFile("nuclei_platynereis_labels_u16.nrrd");
+    ASSERT_EQ(Quillon({"preview", input, "-o", folder / "a.png", "--labels", "--mip"}).status, 0);
+    ExpectUnreadable(folder / "a.png", "it holds colours");
+}
+
+TEST(PreviewCommand, SaysInOneLineWhatIsWrong) {
+    const CTestFolder folder;
+    const std::string input = DataFile("lung_ct_crop_u16.mha");
+    const std::string output = folder / "a.png";
+    ExpectOneLine(Quillon({"preview", input, "-o", output, "--slice", "24"}), STATUS_USAGE,
+                  "the planes 0 to 23");
+    ExpectOneLine(Quillon({"preview", input, "-o", output, "--slice", "-1"}), STATUS_USAGE,
+                  "the planes 0 to 23");
+    ExpectOneLine(Quillon({"preview", input, "-o", output, "--axis", "w"}), STATUS_USAGE, "w");
+    ExpectOneLine(Quillon({"preview", input, "-o", output, "--mip", "--slice", "1"}), STATUS_USAGE,
+                  "--slice");
+    ExpectOneLine(Quillon({"preview", input, "-o", folder / "a.jpg"}), STATUS_USAGE, "must end in .png");
+    ExpectOneLine(Quillon({"preview", input}), STATUS_USAGE, "output");
+    ExpectOneLine(Quillon({"preview", DataFile("page.png"), "-o", output, "--axis", "x"}), STATUS_USAGE,
+                  "no volume");
+    ExpectOneLine(Quillon({"preview", input, "-o", folder / "none/a.png"}), STATUS_FILE,
+                  "there is no folder");
+    EXPECT_TRUE(folder.Names().empty());
+}
+
+} // namespace engine::test

@@ -1,0 +1,108 @@
+#include "support/CommandLine.h"
+
+#include <nlohmann/json.hpp>
+
+#include <gtest/gtest.h>
+
+using nlohmann::json;
+
+namespace {
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST(Program, ShowsItsHelpWithoutArguments) {
+    const test::StEnd end = test::Quillon({});
+    EXPECT_EQ(end.status, 0);
+    for (const char* word : {"list", "describe", "run", "info", "convert", "preview", "Examples:"})
+        EXPECT_TRUE(Contains(end.out, word)) << word;
+    EXPECT_EQ(test::Quillon({"--help"}).out, end.out);
+}
+
+TEST(Program, ShowsTheHelpOfEveryCommand) {
+    for (const char* command : {"list", "describe", "run", "info", "convert", "preview"}) {
+        const test::StEnd end = test::Quillon({command, "--help"});
+        EXPECT_EQ(end.status, 0) << command;
+        EXPECT_FALSE(end.out.empty()) << command;
+        EXPECT_EQ(end.err, "") << command;
+    }
+}
+
+TEST(Program, TellsItsVersion) {
+    const test::StEnd end = test::Quillon({"--version"});
+    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.out.rfind("quillon ", 0), 0u) << end.out;
+}
+
+TEST(Program, EndsWithTwoForAnUnknownCommand) {
+    const test::StEnd end = test::Quillon({"rnu"});
+    EXPECT_EQ(end.status, 2);
+    EXPECT_EQ(end.err.rfind("quillon: ", 0), 0u) << end.err;
+    EXPECT_EQ(end.err.find('\n'), end.err.size() - 1);
+}
+
+TEST(ListCommand, ListsWhatThePackProvidesAndWhatItLacks) {
+    const test::StEnd end = test::Quillon({"list", "--pack", QUILLON_TEST_PACK});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_EQ(end.out.rfind("SegmNiblack  Local threshold", 0), 0u) << end.out;
+    const auto lastLine = end.out.find("Known but not in this pack: ");
+    ASSERT_NE(lastLine, std::string::npos) << end.out;
+    EXPECT_NE(end.out.find("SegmSauvola", lastLine), std::string::npos);
+}
+
+TEST(ListCommand, ListsAsJson) {
+    const test::StEnd end = test::Quillon({"list", "--json", "--pack", QUILLON_TEST_PACK});
+    const json list = json::parse(end.out);
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0]["name"], "SegmNiblack");
+    EXPECT_TRUE(list[0]["summary"].is_string());
+}
+
+TEST(ListCommand, FindsThePackBesideTheProgram) {
+    const test::StEnd end = test::Quillon({"list"});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_TRUE(Contains(end.out, "SegmNiblack  "));
+    EXPECT_TRUE(Contains(end.out, "SegmSauvola  "));
+}
+
+TEST(ListCommand, EndsWithFourForAPackThatIsNotThere) {
+    const test::StEnd end = test::Quillon({"list", "--pack", "/nowhere/pack.so"});
+    EXPECT_EQ(end.status, 4);
+    EXPECT_TRUE(Contains(end.err, "quillon: cannot load the pack: /nowhere/pack.so")) << end.err;
+}
+
+TEST(DescribeCommand, TellsImagesAndParameters) {
+    const test::StEnd end = test::Quillon({"describe", "SegmNiblack"});
+    EXPECT_EQ(end.status, 0) << end.err;
+    for (const char* words :
+         {"Takes images: grey8, grey16, grey32 or greyf of 2 or 3 dimensions", "Delivers: a new image",
+          "PARAMETER    KIND    DEFAULT  VALUES", "coefficient  double  -0.2",
+          "windowsize   long    5        at least 0 pixels", "usenewimpl   bool    true"})
+        EXPECT_TRUE(Contains(end.out, words)) << words << "\nnot in\n" << end.out;
+}
+
+TEST(DescribeCommand, TellsWhetherARunCanBeCancelled) {
+    for (const auto& [plugin, words] :
+         {std::pair{"GaussFilter", "yes"}, std::pair{"LinearDt", "in parts of its work"},
+          std::pair{"LocalEulerNumber", "no"}}) {
+        const std::string line = std::string("Can be cancelled: ") + words + "\n";
+        EXPECT_TRUE(Contains(test::Quillon({"describe", plugin}).out, line)) << plugin;
+    }
+}
+
+TEST(DescribeCommand, TellsTheCatalogueEntryAsJson) {
+    const json entry = json::parse(test::Quillon({"describe", "SegmNiblack", "--json"}).out);
+    EXPECT_EQ(entry["name"], "SegmNiblack");
+    EXPECT_EQ(entry["cancel"], "partly");
+    ASSERT_EQ(entry["parameters"].size(), 3u);
+    EXPECT_EQ(entry["parameters"][1]["default"], 5);
+}
+
+TEST(DescribeCommand, EndsWithTwoForAnUnknownName) {
+    const test::StEnd end = test::Quillon({"describe", "sauvola"});
+    EXPECT_EQ(end.status, 2);
+    EXPECT_EQ(end.err, "quillon: there is no plug-in 'sauvola'; the nearest name is 'SegmSauvola'\n");
+}

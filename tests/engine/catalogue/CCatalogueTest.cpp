@@ -1,0 +1,187 @@
+#include "engine/catalogue/CCatalogue.h"
+
+#include "engine/errors/CEngineError.h"
+#include "support/CommandLine.h"
+#include "support/Raised.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+using namespace engine;
+
+namespace {
+
+/// A sound entry to change one thing of.
+nlohmann::json SoundEntry() {
+    return nlohmann::json::parse(R"({
+        "name": "Thing", "title": "A thing", "summary": "Does things",
+        "images": {"types": ["grey8", "binary"], "dimensions": [2, 3], "minimumExtent": 4, "note": "without holes"},
+        "parameters": [
+            {"key": "a/b", "kind": "long", "meaning": "some number", "default": 3, "alwaysSent": true,
+             "minimum": 0, "maximum": 9, "unit": "pixels"},
+            {"key": "word", "kind": "string", "meaning": "some word", "choices": ["x", "y"]}
+        ],
+        "settings": [], "dialogs": false, "cancel": "partly", "documentsOut": 1})");
+}
+
+CCatalogue PackCatalogue() { return CCatalogue::OfPack(QUILLON_PACK); }
+
+StCatalogueEntry Parse(const nlohmann::json& entry) { return ParseCatalogueEntry(entry.dump()); }
+
+std::string Complaint(const nlohmann::json& entry) {
+    return test::Raised<std::runtime_error>([&] { Parse(entry); }).what();
+}
+
+} // namespace
+
+TEST(Catalogue, ReadsEveryEntryOfThePack) {
+    const CCatalogue catalogue = PackCatalogue();
+    EXPECT_EQ(catalogue.Pack(), "QuillonPack");
+    EXPECT_EQ(catalogue.Version(), "1.0.0");
+    ASSERT_FALSE(catalogue.Entries().empty());
+    const std::vector<std::string> names = catalogue.Names();
+    EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
+    EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end());
+}
+
+TEST(Catalogue, KeepsSummariesShortEnoughForOneLine) {
+    const CCatalogue catalogue = PackCatalogue();
+    for (const StCatalogueEntry& entry : catalogue.Entries())
+        EXPECT_LE(entry.summary.size(), 90u) << entry.name;
+}
+
+TEST(Catalogue, KnowsTheThresholdersAndTheirRequiredParameters) {
+    const CCatalogue catalogue = PackCatalogue();
+    for (const char* name : {"SegmNiblack", "SegmSauvola"}) {
+        const StCatalogueEntry* entry = catalogue.Find(name);
+        ASSERT_NE(entry, nullptr);
+        ASSERT_EQ(entry->parameters.size(), 3u);
+        EXPECT_EQ(entry->parameters[0].key, "coefficient");
+        EXPECT_EQ(entry->parameters[0].kind, KIND_DOUBLE);
+        EXPECT_EQ(entry->parameters[0].defaultValue, -0.2);
+        EXPECT_EQ(entry->parameters[1].key, "windowsize");
+        EXPECT_EQ(entry->parameters[1].kind, KIND_LONG);
+        EXPECT_EQ(entry->parameters[1].defaultValue, 5);
+        EXPECT_EQ(entry->parameters[2].key, "usenewimpl");
+        EXPECT_EQ(entry->parameters[2].kind, KIND_BOOL);
+        EXPECT_EQ(entry->parameters[2].defaultValue, true);
+        for (const StCatalogueParameter& parameter : entry->parameters)
+            EXPECT_TRUE(parameter.isAlwaysSent);
+    }
+}
+
+TEST(Catalogue, FindsNamesWithTheirCapitalsOnly) {
+    EXPECT_NE(PackCatalogue().Find("SegmNiblack"), nullptr);
+    EXPECT_EQ(PackCatalogue().Find("segmniblack"), nullptr);
+    EXPECT_EQ(PackCatalogue().Find(""), nullptr);
+}
+
+TEST(Catalogue, NamesTheNearestPluginForAnUnknownOne) {
+    EXPECT_EQ(UnknownPluginMessage("segmniblak", PackCatalogue()),
+              "there is no plug-in 'segmniblak'; the nearest name is 'SegmNiblack'");
+}
+
+TEST(CatalogueEntry, HoldsWhatTheTextSays) {
+    const StCatalogueEntry entry = Parse(SoundEntry());
+    EXPECT_EQ(entry.name, "Thing");
+    EXPECT_EQ(entry.images.minimumExtent, 4);
+    EXPECT_EQ(entry.documentsOut, 1);
+    EXPECT_FALSE(entry.opensDialogs);
+    EXPECT_EQ(entry.cancel, CANCEL_PARTLY);
+    ASSERT_EQ(entry.parameters.size(), 2u);
+    EXPECT_EQ(entry.parameters[0].unit, "pixels");
+    EXPECT_TRUE(entry.parameters[0].isAlwaysSent);
+    EXPECT_FALSE(entry.parameters[1].isAlwaysSent);
+    EXPECT_TRUE(entry.parameters[1].defaultValue.is_null());
+}
+
+TEST(CatalogueEntry, TellsAcceptedImagesInWords) {
+    EXPECT_EQ(AcceptedInWords(Parse(SoundEntry()).images),
+              "grey8 or binary of 2 or 3 dimensions, at least 4 pixels along each axis, without holes");
+}
+
+TEST(CatalogueEntry, TellsChoicesAndRangesInWords) {
+    const StCatalogueEntry entry = Parse(SoundEntry());
+    EXPECT_EQ(LegalValuesInWords(entry.parameters[0]), "0 to 9");
+    EXPECT_EQ(LegalValuesInWords(entry.parameters[1]), "one of x, y");
+}
+
+TEST(CatalogueEntry, RefusesUnknownMembersAtEachLevel) {
+    auto entry = SoundEntry();
+    entry["colour"] = 1;
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: has the unknown member 'colour'");
+    entry = SoundEntry();
+    entry["images"]["colour"] = 1;
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: images: has the unknown member 'colour'");
+    entry = SoundEntry();
+    entry["parameters"][0]["colour"] = 1;
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: parameters 'a/b': has the unknown member 'colour'");
+}
+
+TEST(CatalogueEntry, RefusesAMissingMember) {
+    for (const char* member : {"name", "title", "summary", "images", "parameters", "settings", "dialogs",
+                               "cancel", "documentsOut"}) {
+        auto entry = SoundEntry();
+        entry.erase(member);
+        EXPECT_NE(Complaint(entry).find("lacks '" + std::string(member) + "'"), std::string::npos) << member;
+    }
+}
+
+TEST(CatalogueEntry, RefusesMembersOfTheWrongKind) {
+    auto entry = SoundEntry();
+    entry["dialogs"] = 1;
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: 'dialogs' is of the wrong kind");
+    entry = SoundEntry();
+    entry["documentsOut"] = 1.5;
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: 'documentsOut' is of the wrong kind");
+    entry = SoundEntry();
+    entry["cancel"] = "sometimes";
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: 'cancel' is none of anywhere, partly, nowhere");
+    entry = SoundEntry();
+    entry["images"]["types"] = {"grey9"};
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: images: knows no pixel type 'grey9'");
+}
+
+TEST(CatalogueEntry, RefusesParametersThatContradictThemselves) {
+    auto entry = SoundEntry();
+    entry["parameters"][0]["default"] = 2.5;
+    EXPECT_NE(Complaint(entry).find("'default' is not of its kind"), std::string::npos);
+    entry = SoundEntry();
+    entry["parameters"][0].erase("default");
+    EXPECT_NE(Complaint(entry).find("is always sent and has no 'default'"), std::string::npos);
+    entry = SoundEntry();
+    entry["parameters"][0]["kind"] = "integer";
+    EXPECT_NE(Complaint(entry).find("'kind' is none of bool, long, double, string, image"),
+              std::string::npos);
+    entry = SoundEntry();
+    entry["parameters"][1]["choices"] = {"x", 1};
+    EXPECT_NE(Complaint(entry).find("has a choice that is not of its kind"), std::string::npos);
+    entry = SoundEntry();
+    entry["parameters"][0]["file"] = true;
+    EXPECT_NE(Complaint(entry).find("is a 'file' and no text"), std::string::npos);
+    entry = SoundEntry();
+    entry["parameters"][1]["key"] = "a/b";
+    EXPECT_NE(Complaint(entry).find("'a/b' stands there twice"), std::string::npos);
+}
+
+TEST(Catalogue, IsEmptyForAPackWithoutOne) {
+    const test::CTestFolder folder;
+    EXPECT_EQ(CCatalogue::PathBeside(folder / "libThing.so"), folder / "Thing.catalogue.json");
+    const CCatalogue catalogue = CCatalogue::OfPack(folder / "libThing.so");
+    EXPECT_TRUE(catalogue.Entries().empty());
+    EXPECT_EQ(catalogue.Pack(), "");
+}
+
+TEST(Catalogue, NamesTheFileThatIsNone) {
+    const test::CTestFolder folder;
+    for (const char* text : {"", "{", "[]", "{}", R"({"plugins": 1})", R"({"plugins": [{}]})",
+                             R"({"pack": 1, "plugins": []})"}) {
+        std::ofstream(folder / "Thing.catalogue.json") << text;
+        const auto raised = test::Raised<CFileError>([&] { CCatalogue::OfPack(folder / "libThing.so"); });
+        EXPECT_TRUE(std::string(raised.what())
+                        .starts_with("cannot read '" + (folder / "Thing.catalogue.json") + "': "))
+            << raised.what();
+    }
+}

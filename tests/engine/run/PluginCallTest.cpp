@@ -1,0 +1,205 @@
+#include "engine/run/StRunRecord.h"
+
+#include "support/TestImage.h"
+
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2core/CValueLong.h>
+#include <sorblib2core/CValueString.h>
+#include <sorblib2core/CValueVector.h>
+#include <sorblib2core/UnwrapPointer.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace engine;
+using namespace ORVEN;
+
+namespace {
+
+/// Notes the calls that it gets; the data are made by the test.
+class CNotingPlugin : public CPluginBase {
+public:
+    void GetPluginSetup(CValueMap& /*setup*/) override { calls.emplace_back("setup"); }
+    void Configure(void* /*context*/, CValueMap& /*settings*/) override { calls.emplace_back("configure"); }
+    bool TestParameters(const CValueMap& /*tree*/) override {
+        calls.emplace_back("test");
+        return accepts;
+    }
+    void UpdateParameters(const CValueMap& /*tree*/) override { calls.emplace_back("update"); }
+    void GetData(CValueMap& tree) override {
+        calls.emplace_back("data");
+        if (work)
+            work(tree);
+    }
+
+    bool accepts = true;
+    std::function<void(CValueMap& tree)> work;
+    std::vector<std::string> calls;
+};
+
+/// A plug-in, an image for it and the call.
+class PluginCall : public testing::Test {
+protected:
+    StPluginOutcome Call() {
+        return CallPlugin(plugin, {"Noting", document.get(), std::move(parameters), &settings, force});
+    }
+
+    static CValuePointer<CValueMap>* NewDocument(const char* label) {
+        auto* made = new CValueMap;
+        made->SetEntry("content", new CValueOwnedPointer<CImage>(
+                                      new CImage(IMAGE_GREY_16, CSize(4, 3, 2), CSize(0, 0, 0)), 1));
+        made->SetEntry("label", new CValueString(label, CString::NPOS));
+        return new CValuePointer<CValueMap>(made, 1);
+    }
+
+    CNotingPlugin plugin;
+    std::unique_ptr<CImage> image = test::ImageOf<std::uint8_t>(IMAGE_GREY_8, {2, 2}, {1, 2, 3, 4});
+    std::unique_ptr<CValueMap> document = MakeDocument(*image, "four.png");
+    std::unique_ptr<CValueMap> parameters = std::make_unique<CValueMap>();
+    CValueMap settings;
+    bool force = false;
+};
+
+using Calls = std::vector<std::string>;
+
+} // namespace
+
+TEST_F(PluginCall, DrivesThePluginInOrder) {
+    settings.SetEntry("lut", new CValueLong(1));
+    const StPluginOutcome outcome = Call();
+    EXPECT_EQ(plugin.calls, (Calls{"setup", "configure", "test", "update", "data"}));
+    EXPECT_EQ(outcome.isAccepted, true);
+    EXPECT_FALSE(outcome.failure);
+}
+
+TEST_F(PluginCall, ConfiguresOnlyWithSettings) {
+    Call();
+    EXPECT_EQ(plugin.calls, (Calls{"setup", "test", "update", "data"}));
+}
+
+TEST_F(PluginCall, StopsAtARefusal) {
+    plugin.accepts = false;
+    const StPluginOutcome outcome = Call();
+    EXPECT_EQ(plugin.calls, (Calls{"setup", "test"}));
+    EXPECT_EQ(outcome.isAccepted, false);
+    EXPECT_FALSE(outcome.failure);
+}
+
+TEST_F(PluginCall, GoesOnAfterARefusalIfForced) {
+    plugin.accepts = false;
+    force = true;
+    const StPluginOutcome outcome = Call();
+    EXPECT_EQ(plugin.calls, (Calls{"setup", "test", "update", "data"}));
+    EXPECT_EQ(outcome.isAccepted, false);
+}
+
+TEST_F(PluginCall, OffersImageLabelAndParametersInTheTree) {
+    parameters->SetEntry("radius", new CValueLong(3));
+    plugin.work = [this](CValueMap& tree) {
+        auto* focused = UnwrapPointer<CValueMap>(tree.Entry("input/documents/focused", true));
+        ASSERT_EQ(focused, document.get());
+        EXPECT_TRUE(focused->HasEntry("content", typeid(CValuePointer<CImage>)));
+        EXPECT_EQ(UnwrapPointer<CImage>(focused->Entry("content", true)), image.get());
+        EXPECT_EQ(focused->EntryString("label").Std(), "four.png");
+        EXPECT_EQ(tree.Entry("parameters/radius", true)->Long(), 3);
+    };
+    Call();
+}
+
+TEST_F(PluginCall, OffersNoLabelIfThereIsNone) {
+    EXPECT_FALSE(MakeDocument(*image, std::nullopt)->HasEntry("label"));
+    EXPECT_TRUE(MakeDocument(*image, "")->HasEntry("label"));
+}
+
+TEST_F(PluginCall, TakesAllNewDocumentsAndViews) {
+    plugin.work = [](CValueMap& tree) {
+        tree.SetEntry("output/documents/add/0", NewDocument("a"));
+        tree.SetEntry("output/documents/add/2", NewDocument("c"));
+        tree.SetEntry("output/views/create/0/type", new CValueString("ImageAttributesView", CString::NPOS));
+    };
+    // The path makes a map of the view only where no number follows.
+    const StPluginOutcome outcome = Call();
+    ASSERT_EQ(outcome.documents.size(), 2u);
+    EXPECT_EQ(LabelOf(*outcome.documents[0]), "a");
+    EXPECT_EQ(LabelOf(*outcome.documents[1]), "c");
+    EXPECT_EQ(outcome.views, std::vector<std::string>{"ImageAttributesView"});
+}
+
+TEST_F(PluginCall, TakesADocumentThatItsPointerOwns) {
+    plugin.work = [](CValueMap& tree) {
+        tree.SetEntry("output/documents/add/0", new CValueOwnedPointer<CValueMap>(new CValueMap, 1));
+    };
+    EXPECT_EQ(Call().documents.size(), 1u);
+}
+
+TEST_F(PluginCall, KeepsTheParametersAsThePluginLeavesThem) {
+    parameters->SetEntry("radius", new CValueLong(3));
+    plugin.work = [](CValueMap& tree) {
+        tree.SetEntry("parameters/chosen", new CValueString("x", CString::NPOS));
+    };
+    EXPECT_EQ(Call().parameters, nlohmann::json::parse(R"({"radius": 3, "chosen": "x"})"));
+}
+
+TEST_F(PluginCall, TurnsWhateverIsRaisedIntoAFailure) {
+    plugin.work = [](CValueMap&) { throw CException("Site", "no good", nullptr); };
+    StPluginOutcome outcome = Call();
+    ASSERT_TRUE(outcome.failure);
+    EXPECT_EQ(outcome.failure->source, "Site");
+    EXPECT_EQ(outcome.failure->message, "no good");
+    plugin.work = [](CValueMap&) { throw std::bad_alloc(); };
+    outcome = Call();
+    EXPECT_EQ(outcome.failure->source, "Noting");
+    EXPECT_EQ(outcome.failure->message, "not enough memory for this run");
+    plugin.work = [](CValueMap&) { throw std::runtime_error("oh"); };
+    EXPECT_EQ(Call().failure->message, "oh");
+    plugin.work = [](CValueMap&) { throw 1; };
+    EXPECT_TRUE(Call().failure);
+}
+
+TEST_F(PluginCall, TakesDocumentsThatStoodThereBeforeAFailure) {
+    plugin.work = [](CValueMap& tree) {
+        tree.SetEntry("output/documents/add/0", NewDocument("early"));
+        throw CException("Site", "late", nullptr);
+    };
+    EXPECT_EQ(Call().documents.size(), 1u);
+}
+
+TEST_F(PluginCall, FailsOverSomethingElseInPlaceOfADocument) {
+    plugin.work = [](CValueMap& tree) { tree.SetEntry("output/documents/add/0", new CValueLong(1)); };
+    EXPECT_TRUE(Call().failure);
+}
+
+TEST_F(PluginCall, IsReportedWithAllMembers) {
+    parameters->SetEntry("radius", new CValueLong(3));
+    plugin.work = [](CValueMap& tree) {
+        tree.SetEntry("output/documents/add/0", NewDocument("a"));
+        tree.SetEntry("output/documents/add/1", new CValuePointer<CValueMap>(new CValueMap, 1));
+    };
+    StRunRecord record;
+    record.plugin = "Noting";
+    record.outcome = Call();
+    record.outcome.views = {"ImageAttributesView"};
+    record.outcome.seconds = 0.5;
+    record.files = {"a.nrrd", ""};
+    record.boxes = {{"warning", "Caption", "Text"}};
+    record.standardOutput = "bytes \xff";
+    EXPECT_EQ(nlohmann::json::parse(ReportText(record)), nlohmann::json::parse(R"({
+        "plugin": "Noting", "accepted": true, "error": null,
+        "documents": [{"label": "a", "type": "IMAGE_GREY_16", "size": [4, 3, 2], "file": "a.nrrd"},
+                      {"label": "", "type": null, "size": null, "file": null}],
+        "views": [{"type": "ImageAttributesView"}],
+        "boxes": [{"kind": "warning", "caption": "Caption", "text": "Text"}],
+        "parameters": {"radius": 3}, "stdout": "bytes \ufffd", "stderr": "", "cancelled": false, "seconds": 0.5})"));
+}
+
+TEST_F(PluginCall, IsReportedWhenItFails) {
+    plugin.work = [](CValueMap&) { throw CException("Site", "no good", nullptr); };
+    StRunRecord record;
+    record.outcome = Call();
+    const auto report = nlohmann::json::parse(ReportText(record));
+    EXPECT_EQ(report["error"], nlohmann::json::parse(R"({"source": "Site", "message": "no good"})"));
+    EXPECT_EQ(report["documents"], nlohmann::json::array());
+    EXPECT_EQ(report["parameters"], nlohmann::json::object());
+}
