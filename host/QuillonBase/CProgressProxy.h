@@ -6,13 +6,13 @@
 
 namespace ORVEN {
 
-/// A progress sink that passes everything on to another one, or to none. Copies share the target, which must
-/// live longer than they do.
+/// A progress sink that forwards all calls to another sink, or to none. Copies share the target, which must
+/// outlive them.
 class CProgressProxy : public IProgress {
 public:
-    /// Passes nothing on and is never cancelled.
+    /// Forwards nothing and is never cancelled.
     CProgressProxy() = default;
-    /// `caption` stands in for the texts of all phases, unless it is empty.
+    /// Unless it is empty, `caption` replaces the texts of all phases.
     explicit CProgressProxy(IProgress* target, std::string caption = {});
     CProgressProxy(const CProgressProxy&) = default;
     CProgressProxy& operator=(const CProgressProxy&) = default;
@@ -25,8 +25,8 @@ public:
     void Cancel() override;
     bool IsCancelled() override;
 
-    /// The sink that algorithms made on this thread report to: the host sets it around its calls into a pack.
-    /// Null reports to nobody. Returns the sink that was set before.
+    /// Sets the sink that algorithms created on this thread report to; the host sets it around its calls into
+    /// a pack. With null, nothing is reported. Returns the previous sink.
     static IProgress* SetHostSink(IProgress* sink);
     static IProgress* HostSink();
 

@@ -8,26 +8,26 @@
 
 namespace ORVEN {
 
-/// Paces the questions whether to go on: a kernel reports its work as it goes along, and once enough has come
-/// together the pace asks.
+/// Decides how often a kernel asks whether it is cancelled. The kernel reports its work as it proceeds, and
+/// once enough work has accumulated, the pace asks.
 ///
-/// A unit of work is a step of a scalar loop, about a nanosecond. Vectorised loops count as if they were not,
-/// which asks a little more often than needed. Units need not be exact: a question comes at least every
-/// `c_workPerQuestion` of them, far within the 20 ms after which a user would notice. Work that is reported
-/// in one go should be no more than a few million.
+/// A unit of work is one step of a scalar loop, about a nanosecond. Vectorised loops report the same number
+/// of units as scalar ones, so they ask slightly more often than necessary. Units need not be exact: a
+/// question is asked at least every `c_workPerQuestion` units, well within the 20 ms after which a user would
+/// notice a delay. A single report should not exceed a few million units.
 class CWorkPace {
 public:
     static constexpr std::int64_t c_workPerQuestion = 1 << 20;
 
-    /// For work inside an item of a `ParallelFor`; one pace a thread.
+    /// For work inside an item of a `ParallelFor`; use one pace per thread.
     explicit CWorkPace(CWorkerTurn& turn)
         : m_turn(&turn) {}
-    /// For work of the thread that called the algorithm, outside of any `ParallelFor`.
+    /// For work on the thread that called the algorithm, outside of any `ParallelFor`.
     explicit CWorkPace(IProgress& progress)
         : m_progress(&progress) {}
 
-    /// Counts work that has been done. Once it returns true it always does: the caller leaves at once, and
-    /// what it has computed is not used.
+    /// Counts work that has been done. Returns true once the job is cancelled, and on every later call. The
+    /// caller then returns at once and discards its results.
     [[nodiscard]] bool Add(std::int64_t units) {
         m_work += units;
         return m_work < c_workPerQuestion ? m_isCancelled : Ask();
@@ -44,8 +44,8 @@ private:
     bool m_isCancelled = false;
 };
 
-/// Calls `body(first, end)` for pieces of the numbers from 0 to `count` - 1 in order, and asks in between.
-/// Each number is `unitsEach` of work. Returns false if cancelled.
+/// Calls `body(first, end)` for consecutive pieces of the numbers from 0 to `count` - 1, and checks for
+/// cancellation between them. Each number is `unitsEach` of work. Returns false if cancelled.
 template <class Body>
 bool ForEachPiece(std::int64_t count, std::int64_t unitsEach, CWorkPace& pace, const Body& body) {
     constexpr std::int64_t unitsOfPiece = CWorkPace::c_workPerQuestion / 4;
@@ -60,9 +60,9 @@ bool ForEachPiece(std::int64_t count, std::int64_t unitsEach, CWorkPace& pace, c
     return !pace.IsCancelled();
 }
 
-/// Calls `body(y, z, firstX, endX)` for pieces of all rows of a view of an image, on this thread, and asks in
-/// between: for images whose rows can be of any length. A pixel is `unitsEach` of work. Returns false if
-/// cancelled.
+/// Calls `body(y, z, firstX, endX)` for pieces of all rows of an image view, on this thread, and checks for
+/// cancellation between them. For images whose rows can be of any length. Each pixel is `unitsEach` of work.
+/// Returns false if cancelled.
 template <class View, class Body>
 bool ForEachRowPiece(const View& view, std::int64_t unitsEach, CWorkPace& pace, const Body& body) {
     for (std::int64_t z = 0; z < view.nz; ++z) {
@@ -75,8 +75,8 @@ bool ForEachRowPiece(const View& view, std::int64_t unitsEach, CWorkPace& pace, 
     return !pace.IsCancelled();
 }
 
-/// Calls `body(y, z)` for all rows of a view of an image, on this thread, and asks in between. A pixel is
-/// `unitsEach` of work. Returns false if cancelled.
+/// Calls `body(y, z)` for all rows of an image view, on this thread, and checks for cancellation between
+/// them. Each pixel is `unitsEach` of work. Returns false if cancelled.
 template <class View, class Body>
 bool ForEachRow(const View& view, std::int64_t unitsEach, CWorkPace& pace, const Body& body) {
     constexpr std::int64_t unitsOfRow = 16;
@@ -90,7 +90,7 @@ bool ForEachRow(const View& view, std::int64_t unitsEach, CWorkPace& pace, const
     return !pace.IsCancelled();
 }
 
-/// The same on several threads, a plane being a step of progress. Rows must not depend on one another.
+/// The same on several threads, with one step of progress per plane. Rows must not depend on one another.
 template <class View, class Body>
 bool ForEachRowInParallel(const View& view, std::int64_t unitsEach, IProgress& progress, const char* phase,
                           const Body& body) {

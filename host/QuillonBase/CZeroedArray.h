@@ -8,8 +8,8 @@
 
 namespace ORVEN {
 
-/// An array of zeros of fixed length. Large ones are untouched memory at first, so that making one takes no
-/// time and its pages come with the work on them.
+/// An array of zeros of fixed length. The memory of large arrays is not touched at first, so creating one
+/// takes no time; its pages are allocated when they are first used.
 template <class T>
 class CZeroedArray {
     static_assert(std::is_trivial_v<T>);

@@ -5,21 +5,22 @@
 #include <cstdint>
 #include <stdexcept>
 
-/// The neighbourhoods of the pixel grid, as template arguments: a loop over one of them is compiled for its
-/// table and its length.
+/// The neighbourhoods of the pixel grid, as template arguments: a loop over a neighbourhood is compiled for
+/// its table and its length.
 ///
-/// Entry i of `dx`, `dy` and `dz` together is the offset of neighbour i. A table lists both directions, never
-/// the centre, in raster order: dz slowest, then dy, then dx, each ascending, so that entries i and
-/// count - 1 - i are opposite. The order is part of the contract, because it decides which of two equally
-/// near regions reaches a pixel first. Two-dimensional tables have a `dz` of zeros.
+/// Entry i of `dx`, `dy` and `dz` together is the offset of neighbour i. A table lists both directions of
+/// each step, but not the centre. The entries are in raster order, with dz slowest, then dy, then dx, each
+/// ascending, so that entries i and count - 1 - i are opposite. Callers depend on this order, because it
+/// decides which of two equally near regions reaches a pixel first. The `dz` of two-dimensional tables is all
+/// zeros.
 ///
-/// N4 and N6 in three dimensions are the steps along the axes, N8 and N26 the whole block around a pixel. The
-/// others are the edges of a triangulation of the grid and are their own duals: object and background take
-/// the same neighbourhood. N14_1 splits each cube into the six tetrahedra along the monotone paths from
-/// (0,0,0) to (1,1,1) (H. Freudenthal, "Simplizialzerlegungen von beschränkter Flachheit", 1942; H. W. Kuhn,
-/// "Some combinatorial lemmas in topology", 1960), N14_2 is its mirror image in x, N6_1 and N6_2 are what the
-/// two leave in a plane. For the duality see T. Y. Kong, A. Rosenfeld, "Digital topology: introduction and
-/// survey", 1989.
+/// In three dimensions, N4 and N6 contain the steps along the axes; N8 and N26 contain the whole block around
+/// a pixel. The others are the edges of a triangulation of the grid and are their own duals: object and
+/// background use the same neighbourhood. N14_1 splits each cube into the six tetrahedra along the monotone
+/// paths from (0,0,0) to (1,1,1) (H. Freudenthal, "Simplizialzerlegungen von beschränkter Flachheit", 1942;
+/// H. W. Kuhn, "Some combinatorial lemmas in topology", 1960), and N14_2 is its mirror image in x. N6_1 and
+/// N6_2 are their restrictions to a plane. For duality see T. Y. Kong, A. Rosenfeld, "Digital topology:
+/// introduction and survey", 1989.
 namespace ORVEN {
 
 namespace Impl {
@@ -28,7 +29,8 @@ constexpr bool IsAxisStep(int dx, int dy, int dz) { return dx * dx + dy * dy + d
 
 constexpr bool IsBlockStep(int dx, int dy, int dz) { return dx != 0 || dy != 0 || dz != 0; }
 
-/// No two coordinates of opposite sign: an edge of the split along paths from (0,0,0) to (1,1,1).
+/// True if no two coordinates have opposite signs: the step is an edge of the split along paths from (0,0,0)
+/// to (1,1,1).
 constexpr bool IsMonotoneStep(int dx, int dy, int dz) {
     return IsBlockStep(dx, dy, dz) && dx * dy >= 0 && dx * dz >= 0 && dy * dz >= 0;
 }
@@ -37,7 +39,7 @@ constexpr bool IsMirroredMonotoneStep(int dx, int dy, int dz) { return IsMonoton
 
 using StepTest = bool (*)(int dx, int dy, int dz);
 
-/// What a descriptor is made of. A length that does not fit the test does not compile.
+/// The tables of a neighbourhood. A neighbour count that does not match the step test does not compile.
 template <int imageDimension, std::size_t neighborCount, StepTest isNeighbor>
 struct StNeighborhood {
     static constexpr int dimension = imageDimension;

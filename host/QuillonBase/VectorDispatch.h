@@ -2,10 +2,10 @@
 
 namespace ORVEN::Impl {
 
-/// Vector instructions that code is compiled for, from fewest to most.
+/// Vector instruction sets that code is compiled for, in ascending order.
 enum class EnVectors { BASELINE, AVX2, AVX512 };
 
-/// The most that this processor has.
+/// The largest instruction set that this processor supports.
 [[nodiscard]] inline EnVectors BestVectors() {
 #ifdef __x86_64__
     if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
@@ -34,9 +34,9 @@ template <class Body>
 }
 #endif
 
-/// Runs `body()`, compiled for those vector instructions with all that can be inlined into it. The results
-/// are the same for all of them: nothing in it allows the compiler to change the order of operations, and
-/// contraction is off.
+/// Runs `body()`, compiled together with everything that can be inlined into it for the given instruction
+/// set. Results are the same for all instruction sets: the compiler may not reorder floating-point
+/// operations, and contraction is off.
 template <class Body>
 void RunFor(EnVectors vectors, const Body& body) {
 #ifdef __x86_64__

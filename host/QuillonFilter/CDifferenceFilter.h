@@ -52,7 +52,7 @@ private:
         }
     }
 
-    /// The same for pixels whose window is centred, with the terms of a sum side by side. They are added from
+    /// The same for pixels with a centred window, with the terms of the sum unrolled. They are added from
     /// left to right as above.
     template <std::size_t... term>
     void SumCentral(const StLineBlock& block, std::int64_t begin, std::int64_t end, std::int64_t lanes,

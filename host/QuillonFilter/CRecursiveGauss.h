@@ -9,7 +9,8 @@
 
 namespace ORVEN::Impl {
 
-/// The recursive Gaussian as a filter of `FilterLines`, in place: forward, and then backward over the result.
+/// The recursive Gaussian as a filter of `FilterLines`, in place: a forward run, then a backward run over its
+/// result.
 class CRecursiveGauss {
 public:
     explicit CRecursiveGauss(double sigma)
@@ -36,7 +37,8 @@ private:
         });
     }
 
-    /// Runs over `count` rows from `row` on. The last term is the one that is waited for: it is added last.
+    /// Processes `count` rows starting at `row`. The last term depends on the previous step, so it is added
+    /// last.
     template <std::int64_t direction>
     void Recur(double* row, std::int64_t count, std::int64_t lanes) const {
         const double gain = m_coefficients.gain;
@@ -53,7 +55,7 @@ private:
         }
     }
 
-    /// From the last results of the forward run to the first three of the backward run.
+    /// Computes the first three results of the backward run from the last results of the forward run.
     void TurnRound(double* last, const double* lastPixels, std::int64_t lanes) const {
         const auto& m = m_coefficients.end;
 #pragma GCC ivdep

@@ -13,7 +13,7 @@ namespace ORVEN::Impl {
 class CSampledGauss {
 public:
     explicit CSampledGauss(double sigma) {
-        // Divided before it is squared: the square of a very small sigma is 0.
+        // Divided before squaring: the square of a very small sigma underflows to 0.
         const auto sample = [sigma](double k) { return std::exp(-0.5 * (k / sigma) * (k / sigma)); };
         double sum = 1.0;
         for (std::size_t k = 1; k < m_weights.size(); ++k)

@@ -15,35 +15,36 @@
 #include <xmmintrin.h>
 #endif
 
-// Separable filters over an image, axis after axis, in double precision.
+// Separable filters over an image, one axis after the other, in double precision.
 //
-// A filter that runs along a line cannot be vectorised along it. So lines are taken up in blocks of c_lanes,
-// side by side: x lines transposed, lines along y and z as they stand, and a filter's innermost loop runs
-// over the lanes. Each lane is computed alone, so that a result does not depend on how lines fall into
-// blocks. A plane is filtered along x and then along y while it is in the cache; the lines along z are a
-// second walk.
+// A filter that runs along a line cannot be vectorised along it. So lines are processed side by side in
+// blocks of c_lanes, and the innermost loop of a filter runs over the lanes. Lines along x are transposed
+// into the block; lines along y and z are copied unchanged. Each lane is computed independently, so a result
+// does not depend on how lines are grouped into blocks. Each plane is filtered along x and then along y while
+// it is in the cache; the lines along z take a second pass over the image.
 
 namespace ORVEN::Impl {
 
-/// Lines of a full block. Wide enough to hide the latency of a recursion, and to make the walk along z read
-/// runs of four cache lines; a block of lines of 1024 pixels still fits into the second cache.
+/// Number of lines in a full block. Wide enough to hide the latency of a recursion, and to let the pass along
+/// z read runs of four cache lines. A block of 1024-pixel lines still fits into the second-level cache.
 inline constexpr std::int64_t c_lanes = 64;
 
-/// Rows before and after the lines of a block, for filters to put there what they take for beyond the border.
+/// Rows before and after the lines of a block, in which filters store the values that they assume beyond the
+/// border.
 inline constexpr std::int64_t c_margin = 5;
 
-/// Units of work to move a pixel into a block or out of it, and to filter it there.
+/// Units of work for moving one pixel into or out of a block, and for filtering it there.
 inline constexpr std::int64_t c_unitsPerMove = 4;
 inline constexpr std::int64_t c_unitsPerFilter = 4;
 
 /// Lines side by side: pixel i of line l is `values[i * c_lanes + l]`.
 struct StLineBlock {
-    std::int64_t length; ///< pixels of a line
-    double* values;      ///< row 0; c_margin rows before it and after the last are there, without content
-    double* results;     ///< as `values`, without content, for filters that do not work in place
+    std::int64_t length; ///< pixels per line
+    double* values;      ///< row 0; c_margin uninitialised rows precede it, and as many follow the last row
+    double* results;     ///< as `values`, uninitialised, for filters that do not work in place
 };
 
-/// The memory of a block. What no filter writes to is never touched.
+/// The memory of a block. Parts that no filter writes to are never touched.
 class CBlockMemory {
 public:
     explicit CBlockMemory(std::int64_t length)
@@ -66,8 +67,8 @@ private:
     std::size_t m_size;
 };
 
-/// While it lives, numbers too small for a normal floating-point number count as 0 on this thread. A decay
-/// into a background of zeros runs into them, and they would cost a hundred times as much as others.
+/// During its lifetime, subnormal floating-point numbers are treated as 0 on this thread. Values that decay
+/// into a background of zeros become subnormal, and arithmetic on them would be a hundred times slower.
 class CFlushTinyNumbers {
 public:
     CFlushTinyNumbers(const CFlushTinyNumbers&) = delete;
@@ -89,7 +90,7 @@ private:
 #endif
 };
 
-/// Four rows of four pixels, to be transposed.
+/// A tile of four rows of four pixels, for transposition.
 class CTile {
 public:
     template <class T>
@@ -130,7 +131,7 @@ private:
     Floats m_rows[edge];
 };
 
-/// Rows y, y + 1 ... of plane z, x running along the lines of the block.
+/// Copies rows y, y + 1, ... of plane z into a block, with x running along the lines of the block.
 template <class T>
 void GatherRows(const CImageView<const T>& view, std::int64_t y, std::int64_t z, std::int64_t lanes,
                 double* values, CWorkPace& pace) {
@@ -139,7 +140,7 @@ void GatherRows(const CImageView<const T>& view, std::int64_t y, std::int64_t z,
         for (std::int64_t x = begin; x < end; ++x)
             values[x * c_lanes + lane] = static_cast<double>(row[x]);
     };
-    // A tile holds floats, which integers of 32 bits do not fit.
+    // A tile holds floats, which cannot represent all 32-bit integers.
     const std::int64_t tiledLanes = std::is_same_v<T, unsigned int> ? 0 : lanes - lanes % CTile::edge;
     ForEachPiece(view.nx, c_unitsPerMove * lanes, pace, [&](std::int64_t begin, std::int64_t end) {
         const std::int64_t tiledEnd = end - (end - begin) % CTile::edge;
@@ -160,7 +161,7 @@ void GatherRows(const CImageView<const T>& view, std::int64_t y, std::int64_t z,
     });
 }
 
-/// The way back of `GatherRows`, rounded to floats.
+/// The reverse of `GatherRows`, rounding to float.
 inline void ScatterRows(const double* values, const CImageView<float>& view, std::int64_t y, std::int64_t z,
                         std::int64_t lanes, CWorkPace& pace) {
     const auto copy = [&](std::int64_t lane, std::int64_t begin, std::int64_t end) {
@@ -188,8 +189,8 @@ inline void ScatterRows(const double* values, const CImageView<float>& view, std
     });
 }
 
-/// Calls `body` with the number of lines in a block. All is inlined into either call, so that loops over the
-/// lanes of a full block, as nearly all are, have a fixed length.
+/// Calls `body` with the number of lines in a block. Everything is inlined into both calls, so that loops
+/// over the lanes have a fixed length in a full block, as nearly all blocks are.
 template <class Body>
 void WithLaneCount(std::int64_t lanes, const Body& body) {
     if (lanes == c_lanes)
@@ -198,7 +199,7 @@ void WithLaneCount(std::int64_t lanes, const Body& body) {
         body(lanes);
 }
 
-/// One call of `FilterLines`.
+/// A single call of `FilterLines`.
 template <class Source, class Filter>
 class CLineWalk {
 public:
@@ -211,7 +212,7 @@ public:
         , m_filters(filters)
         , m_vectors(vectors) {}
 
-    /// Steps that `Run` takes.
+    /// The number of progress steps that `Run` takes.
     [[nodiscard]] std::int64_t StepCount() const {
         if (IsFlat())
             return BlockCount(m_result.ny) + (m_filters[1] != nullptr ? BlockCount(m_result.nx) : 0);
@@ -226,7 +227,7 @@ private:
     [[nodiscard]] bool IsFlat() const { return m_result.nz == 1; }
     static std::int64_t BlockCount(std::int64_t lines) { return (lines + c_lanes - 1) / c_lanes; }
 
-    /// A single plane is cut into blocks, which can be shared out to threads.
+    /// Cuts a single plane into blocks, which can be distributed to threads.
     bool FilterPlaneInBlocks(IProgress& progress) const {
         return ForEach(BlockCount(m_result.ny), progress,
                        [this](std::int64_t block, const CBlockMemory& memory, CWorkPace& pace) {
@@ -267,7 +268,7 @@ private:
         });
     }
 
-    /// Lines along x, up to c_lanes of them, from row y of plane z on, from the source to the result.
+    /// Filters up to c_lanes lines along x, starting at row y of plane z, from the source to the result.
     void FilterRows(std::int64_t y, std::int64_t z, const CBlockMemory& memory, CWorkPace& pace) const {
         const std::int64_t rows = std::min(c_lanes, m_result.ny - y);
         if (m_filters[0] == nullptr)
@@ -290,19 +291,19 @@ private:
         }
     }
 
-    /// Lines along y, up to c_lanes of them, from x in plane z on.
+    /// Filters up to c_lanes lines along y, starting at x in plane z.
     void FilterColumns(std::int64_t x, std::int64_t z, const CBlockMemory& memory, CWorkPace& pace) const {
         FilterInPlace(*m_filters[1], memory.Block(m_result.ny), m_result.nx - x, pace,
                       [&](std::int64_t y) { return m_result.Row(y, z) + x; });
     }
 
-    /// Lines along z, up to c_lanes of them, from x in row y on.
+    /// Filters up to c_lanes lines along z, starting at x in row y.
     void FilterDepths(std::int64_t x, std::int64_t y, const CBlockMemory& memory, CWorkPace& pace) const {
         FilterInPlace(*m_filters[2], memory.Block(m_result.nz), m_result.nx - x, pace,
                       [&](std::int64_t z) { return m_result.Row(y, z) + x; });
     }
 
-    /// Lines whose neighbours stand side by side: `rowAt(i)` is where the pixels i of all lines are.
+    /// Filters lines that are adjacent in memory: `rowAt(i)` points to pixel i of all lines.
     template <class RowAt>
     static void FilterInPlace(const Filter& filter, const StLineBlock& block, std::int64_t lines,
                               CWorkPace& pace, const RowAt& rowAt) {
@@ -334,15 +335,16 @@ private:
 };
 
 /// Filters the source along x, then y, then z into the result, rounding to float after each axis. An axis
-/// whose filter is null is left as it is. Source and result have one size, are not empty, and can be one
-/// image.
+/// whose filter is null is skipped. Source and result must have the same size, must not be empty, and can be
+/// the same image.
 ///
-/// `filter(block, lanes, pace)` filters `lanes` lines, at most c_lanes, and returns where the results stand:
-/// `block.values` or `block.results`. It is called on several threads at once, and reports its work.
+/// `filter(block, lanes, pace)` filters `lanes` lines, at most c_lanes, and returns the location of the
+/// results: `block.values` or `block.results`. It is called on several threads at once, and reports its work
+/// to the pace.
 ///
-/// A step of progress is a plane, a row of planes or, in 2-d, a block. Returns false if cancelled, which is
-/// noticed at any time. Memory: 8 c_lanes bytes a pixel of the longest line, twice that for filters that do
-/// not work in place, a thread.
+/// A step of progress is a plane, a row of planes or, in 2-d, a block. Returns false if cancelled;
+/// cancellation is detected within a step too. Memory per thread: 8 c_lanes bytes per pixel of the longest
+/// line, twice that for filters that do not work in place.
 template <class Source, class Filter>
 bool FilterLines(const CImageView<const Source>& source, const CImageView<float>& result,
                  const std::array<const Filter*, 3>& filters, IProgress& progress, const char* phase,

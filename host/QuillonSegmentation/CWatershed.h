@@ -4,8 +4,9 @@
 
 namespace ORVEN {
 
-/// The algorithm object of a watershed run: what the flood reports its progress through and asks whether to
-/// go on. The flood itself is a template of the pack, made for one neighbourhood and pixel type each.
+/// The algorithm object of a watershed run, through which the flood reports progress and checks for
+/// cancellation. The flood itself is a template of the pack, instantiated for each neighbourhood and pixel
+/// type.
 class CWatershed : public CAlgorithm {
 public:
     using CAlgorithm::CAlgorithm;
