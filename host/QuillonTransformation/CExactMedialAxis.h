@@ -14,13 +14,14 @@ class CExactMedialAxis : public CAlgorithm {
 public:
     CExactMedialAxis(const char* name, const IObject* parent);
 
-    /// Marks the centres whose ball has at least the squared radius, from a map of squared distances to the
-    /// background. `table` is the path of a look-up table; if it is empty that of `Lut` is taken.
+    /// Marks the centres of the maximal balls of at least the given squared radius, from a map of squared
+    /// distances to the background. `table` is the path of a look-up table; if it is empty, the path in `Lut`
+    /// is used.
     void ExactMedialAxis(IProgress& progress, const IImage& squaredDistance, IImage& output,
                          std::uint64_t squaredRadius, const std::string& table);
 
-    /// The path of the look-up table for the whole process; empty for the one that is built in. It must not
-    /// be changed while a medial axis is computed.
+    /// The process-wide path of the look-up table; empty for the built-in one. It must not be changed while a
+    /// medial axis is being computed.
     static std::string& Lut();
 };
 

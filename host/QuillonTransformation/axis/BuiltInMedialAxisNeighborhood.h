@@ -4,8 +4,8 @@
 
 namespace ORVEN {
 
-/// The test neighbourhood of the medial axis that is compiled in, up to balls of radius 128: what
-/// `FindMedialAxisNeighborhood` finds, which takes too long to be done at need.
+/// The built-in test neighbourhood of the medial axis, for balls up to radius 128. It is the result of
+/// `FindMedialAxisNeighborhood`, which takes too long to run on demand.
 [[nodiscard]] const StMedialAxisNeighborhood& BuiltInMedialAxisNeighborhood();
 
 } // namespace ORVEN

@@ -15,25 +15,26 @@
 
 namespace ORVEN {
 
-/// The vectors of length up to the greatest distance of an image, up to 128: from the file at a path if it
-/// goes as far, else computed. Raises as `ReadSphereVectors`. What was computed is kept for the next image.
-/// Null if cancelled.
+/// Returns the vectors up to the largest distance of an image, limited to length 128. They are read from the
+/// file at `path` if it reaches that far, and computed otherwise. Raises as `ReadSphereVectors`. Computed
+/// vectors are kept for the next image. Returns null if cancelled.
 [[nodiscard]] std::shared_ptr<const CSphereVectors>
 SpheresForImage(const std::string& path, std::int32_t greatestDistance, CWorkPace& pace);
 
 /// Finds the nearest background pixels of object pixels from a map of squared distances d^2.
 ///
 /// If v leads from y to one of them, then for a step e along an axis d^2(y + e) <= |v - e|^2, and so v e is
-/// at most (d^2(y) + 1 - d^2(y + e)) / 2. The six neighbours bound v to a box, which in smooth places is a
-/// point or two. Its two narrow sides are gone through, and the length gives what is left. Where they are
-/// wide, as in the centre of a ball, there are fewer vectors of that length than places in the box.
+/// at most (d^2(y) + 1 - d^2(y + e)) / 2. The six neighbours thus confine v to a box, which in smooth regions
+/// is a point or two. The search scans the two narrow sides of the box; the third component follows from the
+/// length. Where these sides are wide, as in the centre of a ball, there are fewer vectors of that length
+/// than positions in the box.
 class CNearestSites {
 public:
     CNearestSites(const CSquaredDistanceView& squaredDistance, const CSphereVectors& spheres);
 
-    /// Calls `body(vx, vy, vz)` with the vectors from an object pixel to its nearest background pixels, each
-    /// once, until a call returns false. Some may be missing once the pace is cancelled, to which a search
-    /// reports its work where that is much.
+    /// Calls `body(vx, vy, vz)` for each vector from an object pixel to one of its nearest background pixels,
+    /// once per vector, until a call returns false. Extensive searches report their work to the pace; once it
+    /// is cancelled, some vectors may be missing.
     template <class Body>
     void Visit(std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& pace, const Body& body) const {
         const StBox box = BoxOf(x, y, z);
@@ -49,7 +50,7 @@ public:
 private:
     static constexpr std::int64_t c_manyPlaces = 64;
 
-    /// Where the vectors of a pixel can be. `order` lists the axes by width.
+    /// The range of possible vectors of a pixel. `order` lists the axes by width.
     struct StBox {
         std::int32_t squaredLength;
         std::array<std::int32_t, 3> least;
@@ -66,7 +67,8 @@ private:
     [[nodiscard]] StBox BoxOf(std::int64_t x, std::int64_t y, std::int64_t z) const {
         const CSquaredDistanceView& map = m_squaredDistance;
         const std::int32_t length = map.At(x, y, z);
-        // Shifting rounds down, for negative numbers too. Distances that are none can lead anywhere.
+        // Shifting rounds down, including for negative numbers. In an invalid map, the values can be
+        // arbitrary.
         const auto bound = [&](std::int32_t neighbor) {
             return std::min((length + 1 - neighbor) >> 1, m_greatestLength);
         };
@@ -86,11 +88,11 @@ private:
         return box;
     }
 
-    /// The root of a square; -1 for other numbers.
+    /// The square root of a square number; -1 for other numbers.
     [[nodiscard]] std::int32_t RootOf(std::int32_t number) const {
         if (std::cmp_less(number, m_roots.size()))
             return m_roots[static_cast<std::size_t>(number)];
-        // The root of a square is exact.
+        // The computed root of a square number is exact.
         const auto root = static_cast<std::int32_t>(std::sqrt(static_cast<double>(number)));
         return root * root == number ? root : -1;
     }
@@ -135,7 +137,7 @@ private:
     const CSquaredDistanceView& m_squaredDistance;
     const CSphereVectors& m_spheres;
     std::int32_t m_greatestLength;
-    std::vector<std::int16_t> m_roots; ///< by number, as far as that is worth its memory
+    std::vector<std::int16_t> m_roots; ///< indexed by number, as far as that is worth the memory
 };
 
 } // namespace ORVEN

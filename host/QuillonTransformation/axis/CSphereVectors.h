@@ -12,7 +12,7 @@
 
 namespace ORVEN {
 
-/// A vector of the pixel grid up to the symmetries of the grid: a >= b >= c >= 0.
+/// A vector of the pixel grid, reduced by the symmetries of the grid: a >= b >= c >= 0.
 struct StSortedVector {
     std::int16_t a;
     std::int16_t b;
@@ -22,25 +22,28 @@ struct StSortedVector {
     friend constexpr bool operator==(const StSortedVector&, const StSortedVector&) = default;
 };
 
-/// All sorted vectors up to a squared length, the reach, by length: the lattice points of every sphere.
+/// All sorted vectors up to a squared length, the reach, ordered by length: the lattice points of every
+/// sphere.
 ///
-/// Within a length they stand by descending a, then b. There are about 0.087 reach^1.5 of them, 6 bytes each.
+/// Vectors of equal length are ordered by descending a, then b. There are about 0.087 reach^1.5 of them, 6
+/// bytes each.
 class CSphereVectors {
 public:
     static constexpr std::int32_t c_greatestReach = 1 << 20;
 
-    /// The vectors up to a squared length from 0 to `c_greatestReach`.
+    /// Computes the vectors up to a squared length from 0 to `c_greatestReach`.
     explicit CSphereVectors(std::int32_t reach);
-    /// The same, empty if cancelled.
+    /// The same; empty if cancelled.
     [[nodiscard]] static std::optional<CSphereVectors> Find(std::int32_t reach, CWorkPace& pace);
-    /// Takes over finished parts: `starts[r]` to `starts[r + 1]` are the places of the vectors of squared
-    /// length r. They must be as the other constructor makes them.
+    /// Takes over existing tables: `starts[r]` to `starts[r + 1]` are the indices of the vectors of squared
+    /// length r. They must be equal to those that the other constructor computes.
     CSphereVectors(std::vector<std::uint32_t> starts, std::vector<StSortedVector> vectors);
 
     [[nodiscard]] std::int32_t Reach() const { return static_cast<std::int32_t>(m_starts.size()) - 2; }
     [[nodiscard]] std::span<const std::uint32_t> Starts() const { return m_starts; }
     [[nodiscard]] std::span<const StSortedVector> All() const { return m_vectors; }
-    /// Those of one squared length, 0 to the reach. Empty for numbers that are no sum of three squares.
+    /// The vectors of one squared length, 0 to the reach. Empty for numbers that are not a sum of three
+    /// squares.
     [[nodiscard]] std::span<const StSortedVector> OfLength(std::int32_t squaredLength) const {
         const std::size_t begin = m_starts[static_cast<std::size_t>(squaredLength)];
         const std::size_t end = m_starts[static_cast<std::size_t>(squaredLength) + 1];
@@ -55,7 +58,7 @@ private:
     std::vector<StSortedVector> m_vectors;
 };
 
-/// The one image of a vector that is sorted.
+/// The image of a vector that is sorted; there is exactly one.
 inline StSortedVector SortedImageOf(std::int32_t x, std::int32_t y, std::int32_t z) {
     auto a = static_cast<std::int16_t>(std::abs(x));
     auto b = static_cast<std::int16_t>(std::abs(y));
@@ -69,8 +72,8 @@ inline StSortedVector SortedImageOf(std::int32_t x, std::int32_t y, std::int32_t
     return {a, b, c};
 }
 
-/// Calls `body(x, y, z)` for the arrangements of a sorted vector's components, each once, until one call
-/// answers false. Returns whether none did.
+/// Calls `body(x, y, z)` once for each distinct permutation of a sorted vector's components, until a call
+/// returns false. Returns true if no call did.
 template <class Body>
 bool ForEachArrangement(const StSortedVector& vector, const Body& body) {
     const auto [a, b, c] = vector;

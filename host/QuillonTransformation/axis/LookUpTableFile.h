@@ -7,9 +7,9 @@
 #include <iosfwd>
 #include <string>
 
-/// Files of the tables that medial axis and bisector work with, as `quillon-lut` writes them.
+/// Files of the look-up tables that medial axis and bisector use, as written by `quillon-lut`.
 ///
-/// All numbers are little-endian. A header of 40 bytes:
+/// All numbers are little-endian. The header has 40 bytes:
 ///
 ///     0   8 bytes  44 54 4C 55 54 0D 0A 1A
 ///     8   u16      version, 1
@@ -18,22 +18,22 @@
 ///     14  u16      flags, 0
 ///     16  u32      reach, a squared length of 1 to 2^20
 ///     20  u32      number of records
-///     24  u64      bytes behind the header
-///     32  u32      CRC-32 of the bytes behind the header
-///     36  u32      CRC-32 of the 36 bytes before
+///     24  u64      number of bytes after the header
+///     32  u32      CRC-32 of the bytes after the header
+///     36  u32      CRC-32 of the preceding 36 bytes
 ///
 /// Kind 1, in the order of the list: i16 a, b, c, i16 0, u32 least distance, u32 found at. Kind 2: a start
-/// for each squared length from 0 to the reach + 1 as u32, then i16 a, b, c by length; every sorted vector up
-/// to the reach, as `CSphereVectors` holds them.
+/// index for each squared length from 0 to the reach + 1 as u32, then i16 a, b, c by length; every sorted
+/// vector up to the reach, in the order of `CSphereVectors`.
 ///
-/// A file is read as a whole and believed only where its sizes, sums and records agree, so that a damaged or
-/// foreign file raises `CException` "Look-up table '%1' is not usable: %2.", whatever is in it, and a table
-/// of spheres that is taken is the one that would be computed.
+/// A file is read as a whole and accepted only if its sizes, checksums and records are consistent. Any
+/// damaged or foreign file raises `CException` "Look-up table '%1' is not usable: %2.". An accepted table of
+/// sphere vectors is identical to the one that would be computed.
 namespace ORVEN {
 
 enum class EnLookUpTable : std::uint16_t { MEDIAL_AXIS = 1, SPHERES = 2 };
 
-/// What a sound file holds.
+/// The properties of a valid file.
 struct StLookUpTableSummary {
     EnLookUpTable kind;
     std::uint32_t reach;
@@ -42,7 +42,7 @@ struct StLookUpTableSummary {
 
 [[nodiscard]] StMedialAxisNeighborhood ReadMedialAxisNeighborhood(const std::string& path);
 [[nodiscard]] CSphereVectors ReadSphereVectors(const std::string& path);
-/// Reads a file of either kind and checks all of it.
+/// Reads a file of either kind and validates all of it.
 [[nodiscard]] StLookUpTableSummary CheckLookUpTable(const std::string& path);
 
 void WriteMedialAxisNeighborhood(std::ostream& file, const StMedialAxisNeighborhood& neighborhood);

@@ -7,14 +7,15 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The two inner loops of the medial axis, on rows of numbers, for the vectors of the processor.
+/// The two inner loops of the medial axis, which work on rows of numbers with the vector instructions of the
+/// processor.
 namespace ORVEN {
 
-/// Rows of squared distances around a row, and what is compared with them.
+/// Rows of squared distances around a row, and the limits that they are compared with.
 struct StRowNeighborhood {
-    /// The row itself, its four neighbours by a face and its four neighbours by an edge.
+    /// The row itself, its four face neighbours and its four edge neighbours.
     std::array<const std::int32_t*, 9> rows;
-    /// What a distance one, two and three steps away must reach to cover a pixel of the row.
+    /// The values that a distance one, two and three steps away must reach to cover a pixel of the row.
     std::array<const std::int32_t*, 3> limits;
 };
 
@@ -59,14 +60,14 @@ inline std::uint8_t SelectOpposite(const std::array<std::int16_t, 3>& w,
 
 } // namespace Impl
 
-/// Notes, from `begin` to before `end`, which pixels of a row one of the 26 neighbours covers. All rows are
-/// read one place farther to both sides.
+/// Marks the pixels of a row, from `begin` to one before `end`, that one of the 26 neighbours covers. All
+/// rows are read one position further on both sides.
 inline void FindCoveredByNearest(Impl::EnVectors vectors, const StRowNeighborhood& around,
                                  std::int32_t* isCovered, std::int64_t begin, std::int64_t end) {
     Impl::RunFor(vectors, [&] { Impl::FindCoveredByNearest(around, isCovered, begin, end); });
 }
 
-/// Notes for which vectors v the product of w and v reaches the excess. Returns whether one does.
+/// Marks the vectors v for which the product of w and v reaches the excess. Returns whether there is one.
 inline bool SelectOpposite(Impl::EnVectors vectors, const std::array<std::int16_t, 3>& w,
                            const std::array<const std::int16_t*, 3>& components,
                            const std::uint16_t* excesses, std::uint8_t* isSelected, std::size_t count) {

@@ -7,21 +7,22 @@
 
 namespace ORVEN {
 
-/// The pixels of a map of squared distances to the background, for reading, after a look at all of them: in
-/// an object of pixels with background all around none can be above ((e + 1) / 2)^2, e being the least extent
-/// of the image.
+/// Read access to the pixels of a map of squared distances to the background, after validating all of them.
+/// In an object that is surrounded by background, no value can exceed ((e + 1) / 2)^2, where e is the
+/// smallest extent of the image.
 ///
-/// That bound, and 32767^2 as another, keeps what is computed from the distances within 64 bits, vectors to
-/// the background within 16.
+/// Together with the second bound, 32767^2, this ensures that values computed from the distances fit into 64
+/// bits, and vectors to the background into 16.
 class CSquaredDistanceView {
 public:
     /// Raises `CException`, in the name of `function`, "Image type %1 not supported." unless the type is
     /// IMAGE_GREY_32, "Image dimension %1 not supported." unless it is 3, and "Squared distance %1 in an
-    /// image of size %2." Once the pace is cancelled not all pixels have been looked at.
+    /// image of size %2." for a distance out of bounds. If the pace is cancelled, not all pixels have been
+    /// validated.
     CSquaredDistanceView(const char* function, const IImage& image, CWorkPace& pace);
 
     [[nodiscard]] const std::int32_t* Row(std::int64_t y, std::int64_t z) const { return m_view.Row(y, z); }
-    /// 0 for positions outside the image.
+    /// Returns 0 for positions outside the image.
     [[nodiscard]] std::int32_t At(std::int64_t x, std::int64_t y, std::int64_t z) const {
         return Contains(x, y, z) ? Row(y, z)[x] : 0;
     }
@@ -39,8 +40,9 @@ private:
     std::int32_t m_greatest;
 };
 
-/// Raises `CException`, in the name of `function`, unless the image is of the type and of the size of the
-/// map: "Image type %1 not supported." or "Image of size %1 does not fit the distances of size %2."
+/// Raises `CException`, in the name of `function`, "Image type %1 not supported." unless the image has the
+/// given type, and "Image of size %1 does not fit the distances of size %2." unless it has the size of the
+/// map.
 void RequireFitting(const char* function, const IImage& image, const IImage::CType& type,
                     const IImage& squaredDistance);
 

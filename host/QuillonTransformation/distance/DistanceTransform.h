@@ -11,32 +11,32 @@
 
 namespace ORVEN {
 
-/// Extents from here on are refused: squares of longer distances do not fit 32 bits.
+/// Extents from this value on are rejected: the squares of longer distances do not fit into 32 bits.
 inline constexpr std::int64_t c_tooLargeExtent = 65535;
 
-/// What a distance transform of a whole image computes.
+/// The parameters of a distance transform of a whole image.
 struct StDistanceTransform {
     EnSeeds seeds = EnSeeds::Zeros;
     bool outsideIsSeed = false;                   ///< the pixels just beyond the border are seeds too
     std::array<double, 3> weights{1.0, 1.0, 1.0}; ///< squares of the pixel lengths
-    double factor = 1.0;                          ///< of the squared distances
+    double factor = 1.0;                          ///< multiplies the squared distances
     bool isSquared = true;                        ///< squared distances, else distances
 };
 
-/// The least and the greatest pixel of a map.
+/// The smallest and the largest pixel of a map.
 struct StDistanceRange {
     float minimum;
     float maximum;
 };
 
 /// Fills `distance`, an IMAGE_GREY_F or IMAGE_GREY_32, from a binary image of the same size; 0 everywhere if
-/// there is no seed at all. The caller has made sure of types and sizes. Integers take weights and factor
-/// rounded, and saturate at 0xFFFFFFFE. Empty if cancelled: the map is 0 then.
+/// there is no seed. The caller must have checked types and sizes. For integers, weights and factor are
+/// rounded, and distances saturate at 0xFFFFFFFE. Returns no range if cancelled; the map is then 0.
 std::optional<StDistanceRange> TransformDistances(const StDistanceTransform& transform, const IImage& binary,
                                                   IImage& distance, IProgress& progress);
 
-/// Raises `CException`, in the name of `function`, unless `binary` is an IMAGE_BINARY_FG and `result` of
-/// `resultType`, both of one size and with extents that can be transformed.
+/// Raises `CException`, in the name of `function`, unless `binary` is an IMAGE_BINARY_FG and `result` is of
+/// `resultType`, both have the same size, and their extents can be transformed.
 void CheckDistanceImages(const char* function, const IImage& binary, const IImage& result,
                          const IImage::CType& resultType);
 

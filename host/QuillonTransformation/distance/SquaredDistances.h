@@ -5,17 +5,17 @@
 
 namespace ORVEN {
 
-/// The squared distance, in pixels, of each object pixel to the nearest background pixel; 0 in the
+/// Computes the squared distance, in pixels, of each object pixel to the nearest background pixel; 0 in the
 /// background.
 ///
-/// `binary`: IMAGE_BINARY_FG of dimension 1, 2 or 3, where all that is not 0 is object. `squared`:
-/// IMAGE_GREY_32 of the same size. What lies outside the image is background and spacing plays no part, so
-/// that the result is exact, at least 1 in the object and at most ((e + 1) / 2)^2 for the least extent e.
+/// `binary`: IMAGE_BINARY_FG of dimension 1, 2 or 3, where every non-zero pixel is object. `squared`:
+/// IMAGE_GREY_32 of the same size. Everything outside the image is background and spacing is ignored, so the
+/// result is exact, at least 1 in the object, and at most ((e + 1) / 2)^2 for the smallest extent e.
 ///
 /// Raises `CException` for types and sizes that do not fit and for an extent of 65535 or more. A cancelled
-/// run leaves early, with 0 wherever it was not done.
+/// run returns early, with 0 wherever the result was not computed.
 ///
-/// Time: linear in the number of pixels. Memory: some dozen lines a thread. Method and sources as for
+/// Time: linear in the number of pixels. Memory: a few dozen lines per thread. For method and sources, see
 /// `CEdtVoronoi`.
 void SquaredDistancesToBackground(const IImage& binary, IImage& squared, IProgress& progress);
 

@@ -7,20 +7,21 @@
 
 namespace ORVEN {
 
-/// A set of pixels of a 3-d image that gives the block around a pixel by three loads, and needs no tests at
-/// the border: around the image lies a frame of one pixel that is never in the set.
+/// A set of pixels of a 3-d image from which the block around a pixel is read with three loads. The image is
+/// surrounded by a frame of one pixel that is never in the set, so that no border tests are needed.
 ///
-/// A pixel has a place, a number of bits from the start; places of neighbours differ by `Offset`. At the
-/// place stand three bits: the pixel with the one before and the one after it along y, so that the 9 bits of
-/// a plane of a block stand side by side. 3 bits a pixel, and setting or clearing one touches three rows.
+/// The place of a pixel is a number of bits from the start; the places of neighbours differ by `Offset`.
+/// Three bits are stored at each place: the pixel and its predecessor and successor along y, so that the 9
+/// bits of a plane of a block are contiguous. This takes 3 bits per pixel, and setting or clearing a pixel
+/// touches three rows.
 class CFramedBits {
 public:
     CFramedBits(std::int64_t nx, std::int64_t ny, std::int64_t nz)
-        : m_rowStep(3 * ((nx + 2 + 7) / 8 * 8)) // so that all rows begin at a byte
+        : m_rowStep(3 * ((nx + 2 + 7) / 8 * 8)) // so that each row begins at a byte boundary
         , m_planeStep(m_rowStep * (ny + 2))
         , m_bytes(static_cast<std::size_t>(m_planeStep / 8 * (nz + 2)) + 1) {}
 
-    /// One more than the greatest place.
+    /// One more than the largest place.
     [[nodiscard]] std::uint64_t PlaceCount() const { return 8 * std::uint64_t{m_bytes.size()}; }
     [[nodiscard]] std::uint64_t Place(std::int64_t x, std::int64_t y, std::int64_t z) const {
         return static_cast<std::uint64_t>(Offset(x + 1, y + 1, z + 1));
@@ -38,7 +39,7 @@ public:
         return PlaneOf(byte - step, shift) | PlaneOf(byte, shift) << 9 | PlaneOf(byte + step, shift) << 18;
     }
 
-    /// Has the memory of a block fetched.
+    /// Prefetches the memory of a block.
     void Prefetch(std::uint64_t place) const {
         const unsigned char* const byte = m_bytes.data() + place / 8;
         const std::int64_t step = m_planeStep / 8;

@@ -6,34 +6,35 @@
 #include <bitset>
 #include <cstdint>
 
-/// Which pixels of a 3-d binary image are simple: can change between object and background without a change
-/// of topology, that is, of the components, tunnels and cavities of either. The answer is exact and depends
-/// on the 26 neighbours alone.
+/// Determines which pixels of a 3-d binary image are simple. A simple pixel can change between object and
+/// background without changing the topology, that is, the components, tunnels and cavities of either. The
+/// answer is exact and depends on the 26 neighbours only.
 ///
-/// Object and background take dual neighbourhoods: N26 with N6, N6 with N26, and N14_1 and N14_2 each with
-/// itself. With N26 a pixel is simple when its object neighbours are one 26-component, and the background
-/// among the 18 neighbours with at most two steps is one 6-component, as far as it touches a face neighbour.
-/// With N6 the same holds with object and background exchanged. With N14_k the object among the 14 neighbours
-/// is one component and the background too: the neighbours are the corners of a triangulated sphere, and what
-/// the object fills of it is contractible exactly when it and the rest are connected and not empty.
+/// Object and background use dual neighbourhoods: N26 with N6, N6 with N26, and N14_1 and N14_2 each with
+/// itself. With N26, a pixel is simple if its object neighbours form one 26-component, and those 6-components
+/// of the background among the 18 neighbours with at most two steps that touch a face neighbour are exactly
+/// one. With N6, the same holds with object and background exchanged. With N14_k, both the object and the
+/// background among the 14 neighbours form one component: the neighbours are the corners of a triangulated
+/// sphere, and the part of it that the object fills is contractible exactly if that part and the rest are
+/// both connected and not empty.
 ///
 /// G. Bertrand, G. Malandain, "A new characterization of three-dimensional simple points", 1994. For N14_k
 /// cf. T. Y. Kong, A. Rosenfeld, "Digital topology: introduction and survey", 1989.
 namespace ORVEN {
 
-/// Place of an offset in a block, the 27 bits of a pixel and its neighbours: planes by z, columns by x.
+/// Position of an offset in a block, the 27 bits of a pixel and its neighbours: planes by z, columns by x.
 constexpr unsigned BlockBit(std::int64_t dx, std::int64_t dy, std::int64_t dz) {
     return static_cast<unsigned>(9 * (dz + 1) + 3 * (dx + 1) + (dy + 1));
 }
 
-/// Answers for a block, in which the pixel's own bit plays no part.
+/// Tests whether the centre pixel of a block is simple. The pixel's own bit is ignored.
 template <class Neighborhood>
 class CSimplePoints;
 
 template <>
 class CSimplePoints<CNeighborhood3dDiffN26> {
 public:
-    /// Builds its 160 KiB of tables at the first call, in some milliseconds.
+    /// Builds its 160 KiB of tables on the first call, in a few milliseconds.
     static const CSimplePoints& Obj();
 
     bool operator()(std::uint32_t block) const {
@@ -51,14 +52,15 @@ private:
     static constexpr std::uint32_t WithoutCentre(std::uint32_t plane) {
         return (plane & 0x0F) | (plane >> 1 & 0xF0);
     }
-    /// The 5 bits of a plane's centre and of its neighbours along the axes.
+    /// The 5 bits of the centre of a plane and its neighbours along the axes.
     static constexpr std::uint32_t Cross(std::uint32_t plane) {
         return (plane >> 1 & 0x01) | (plane >> 2 & 0x0E) | (plane >> 3 & 0x10);
     }
 
     std::bitset<1 << 18> m_isBackgroundConnected;
-    // Where the background is connected, the object's neighbours are exactly if the Euler number stays: two
-    // look-ups in place of a flood. Twice what is lost in a lower half block, and once in its middle plane.
+    // If the background is connected, the object neighbours are connected exactly if the Euler number does
+    // not change: two look-ups replace a flood fill. The tables hold twice the loss in a lower half block,
+    // and the loss in its middle plane.
     std::array<std::int8_t, 1 << 17> m_lostEulerNumber{};
 };
 
@@ -75,11 +77,11 @@ private:
     const CSimplePoints<CNeighborhood3dDiffN26>& m_dual = CSimplePoints<CNeighborhood3dDiffN26>::Obj();
 };
 
-/// For the two neighbourhoods of 14.
+/// For the two neighbourhoods with 14 neighbours.
 template <class Neighborhood>
 class CSimplePoints {
 public:
-    /// Builds its 5 KiB of tables at the first call.
+    /// Builds its 5 KiB of tables on the first call.
     static const CSimplePoints& Obj();
 
     bool operator()(std::uint32_t block) const { return m_isSimple[NeighborsOf(block)]; }
