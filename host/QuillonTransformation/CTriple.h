@@ -2,7 +2,7 @@
 
 namespace ORVEN {
 
-/// Three numbers, one an axis.
+/// Three numbers, one per axis.
 template <class T>
 class CTriple {
 public:

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <cstdint>
 
-/// The order of work of a transform of a whole image that takes one axis after the other, in place.
+/// The order of work of an in-place transform of a whole image that processes one axis after the other.
 namespace ORVEN {
 
-/// The extents of an image, 1 beyond the dimension.
+/// The extents of an image; 1 for axes beyond its dimension.
 struct StPassExtents {
     std::int64_t nx;
     std::int64_t ny;
@@ -19,7 +19,7 @@ struct StPassExtents {
 
 namespace Impl {
 
-/// `makeWork` makes what does an item, `work(item, pace)`, with scratch memory of its own.
+/// `makeWork` returns the function that processes one item, `work(item, pace)`, with its own scratch memory.
 template <class MakeWork>
 bool ForEachItem(std::int64_t count, IProgress& progress, const MakeWork& makeWork) {
     return ParallelFor(count, progress, [&makeWork](CWorkerTurn& turn) {
@@ -31,16 +31,18 @@ bool ForEachItem(std::int64_t count, IProgress& progress, const MakeWork& makeWo
 
 } // namespace Impl
 
-/// Does the rows along x, then the lines along y, then those along z, as far as the image has these axes.
+/// Processes the rows along x, then the lines along y, then those along z, as far as the image has these
+/// axes.
 ///
-/// `makeRows()` makes what does a row, `rows(y, z)`. `makeLines(axis)` makes what does the lines along axis 1
-/// or 2 from x to below endX, `lines(other, x, endX, pace)`, the other coordinate being that of the axis that
-/// is left; it reports its work to the pace and can leave once that is cancelled. There are at most
-/// `c_linesPerItem` of them unless axis is 1. Both are made once a thread and stage.
+/// `makeRows()` returns the function that processes a row, `rows(y, z)`. `makeLines(axis)` returns the
+/// function that processes the lines along axis 1 or 2 from x to one before endX, `lines(other, x, endX,
+/// pace)`, where `other` is the coordinate along the remaining axis. It reports its work to the pace and can
+/// return once that is cancelled. A call covers at most `c_linesPerItem` lines unless axis is 1. Both
+/// functions are created once per thread and stage.
 ///
-/// Rows and lines along y are done a plane at a time, so that the lines find the rows in the cache; where
-/// there are too few planes to be dealt out to the threads, all rows come first. One step of progress is a
-/// plane, or a block of rows or lines; a cancellation is noticed within an item too. Returns false if
+/// Rows and lines along y are processed plane by plane, so that the lines find the rows in the cache. If
+/// there are too few planes to distribute to the threads, all rows are processed first. One step of progress
+/// is a plane, or a block of rows or lines; cancellation is detected within an item too. Returns false if
 /// cancelled.
 class CSeparablePasses {
 public:

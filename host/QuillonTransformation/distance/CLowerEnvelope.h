@@ -9,12 +9,12 @@
 
 namespace ORVEN {
 
-/// What a pixel of a distance map without any seed in reach holds.
+/// The value of a pixel of a distance map that no seed reaches.
 template <class T>
 inline constexpr T c_noSeed = std::numeric_limits<T>::max();
 
-/// A squared distance as a map stores it: rounded to float, or cut off for unsigned int. What is too large
-/// becomes the largest value that is not `c_noSeed`.
+/// A squared distance as a map stores it: rounded to float, or truncated to unsigned int. Values that are too
+/// large become the largest value other than `c_noSeed`.
 template <class T>
 T StoredDistance(double squaredDistance) {
     if constexpr (std::is_floating_point_v<T>)
@@ -23,8 +23,8 @@ T StoredDistance(double squaredDistance) {
         return static_cast<T>(std::min(squaredDistance, static_cast<double>(c_noSeed<T> - 1)));
 }
 
-/// The square of a pixel length as a map counts in it: integers take it rounded, and no larger than takes
-/// every distance but 0 out of their range.
+/// The square of a pixel length as a map uses it. For integers it is rounded, and limited to a value that
+/// takes every distance but 0 out of their range.
 template <class T>
 double StoredWeight(double squaredLength) {
     if constexpr (std::is_floating_point_v<T>)
@@ -33,24 +33,24 @@ double StoredWeight(double squaredLength) {
         return std::min(std::round(squaredLength), 0x1p32);
 }
 
-/// The squared distance transform of one line: the lower envelope of parabolas.
+/// The squared distance transform of one line, as the lower envelope of parabolas.
 ///
-/// Each site, a place i with a value g(i), gives the parabola g(i) + w (x - i)^2; a place x takes the least
-/// of them, w being the square of the pixel length. Where two are equal the smaller site wins, which shows in
-/// nothing but the rounding. Time: linear in the length, whatever the values are. No allocation once a line
-/// of that length has been seen.
+/// Each site, a position i with a value g(i), defines the parabola g(i) + w (x - i)^2, where w is the square
+/// of the pixel length. Each position x takes the minimum of the parabolas. If two are equal, the site with
+/// the smaller position is used, which affects only the rounding. Time: linear in the length, whatever the
+/// values are. Nothing is allocated once a line of that length has been processed.
 ///
-/// Results are computed in doubles and rounded once: each is the least of the parabolas' values as doubles
-/// have them, whichever way that is found, unless values are so large that doubles cannot tell neighbouring
-/// places (2^50 w). With whole values and a whole w they are exact up to 2^53.
+/// Results are computed in double precision and rounded once. Each is the minimum of the parabolas' values as
+/// computed in doubles, whichever way it is found, unless values are so large that doubles cannot distinguish
+/// neighbouring positions (2^50 w). For integer values and an integer w they are exact up to 2^53.
 ///
-/// T. Hirata, A unified linear-time algorithm for computing distance maps, 1996; A. Meijster, J. Roerdink,
-/// W. Hesselink, A general algorithm for computing distance transforms in linear time, 2000.
+/// T. Hirata, A unified linear-time algorithm for computing distance maps, 1996; A. Meijster, J. Roerdink, W.
+/// Hesselink, A general algorithm for computing distance transforms in linear time, 2000.
 class CLowerEnvelope {
 public:
-    /// Transforms `length` values, each `stride` bytes from the one before, in place. `c_noSeed<T>` and NaN
-    /// are places without a site. `outsideIsSeed` puts sites of value 0 just outside both ends. Without any
-    /// site the line stays as it is, and also with a w that is not finite.
+    /// Transforms `length` values, `stride` bytes apart, in place. `c_noSeed<T>` and NaN mark positions
+    /// without a site. `outsideIsSeed` adds sites of value 0 just outside both ends. The line is left
+    /// unchanged if there is no site, or if w is not finite.
     template <class T>
     void Transform(T* first, std::int64_t length, std::int64_t stride, double w, bool outsideIsSeed);
 

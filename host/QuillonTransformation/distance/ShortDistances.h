@@ -12,17 +12,17 @@
 #include <type_traits>
 #include <vector>
 
-/// Distances below 127 pixels, many at once. Everything is inline: it is compiled for the vectors of the
-/// processor that it runs on, see `SeparablePasses.h`.
+/// Distances below 127 pixels, many at once. Everything is inline, so that it is compiled for the vector
+/// instructions of the processor that it runs on; see `SeparablePasses.h`.
 namespace ORVEN {
 
-/// Distances from here on are not told from one another: "so far or farther".
+/// Distances from this value on are not distinguished; it means "this far or farther".
 inline constexpr int c_farDistance = 127;
 
-/// Neighbouring lines that are worked on at once.
+/// Number of neighbouring lines that are processed at once.
 inline constexpr std::int64_t c_shortLanes = 32;
 
-/// A place of each of these lines. Rows begin with a cache line, so that wide vectors do not straddle two.
+/// One position in each of these lines. Rows begin at a cache line, so that wide vectors do not straddle two.
 template <class Number>
 struct alignas(64) StLanes {
     Number items[c_shortLanes];
@@ -30,8 +30,8 @@ struct alignas(64) StLanes {
 
 /// Distances along a row to the nearest seed of the row.
 ///
-/// A place learns from those 1, 2, 4 ... away in turn: every distance is a sum of such steps, and each step
-/// is the same for all places.
+/// Each position takes the minimum with the positions 1, 2, 4, ... away in turn: every distance is a sum of
+/// such steps, and each step is the same for all positions.
 class CShortRow {
 public:
     CShortRow(std::int64_t length, bool outsideIsSeed)
@@ -39,13 +39,14 @@ public:
         , m_now(Empty(length, outsideIsSeed))
         , m_next(m_now) {}
 
-    /// Measures the distances to the seeds among the pixels, exactly up to `greatest`, which is below
-    /// `c_farDistance`. What is farther away may be at `c_farDistance`. Returns whether any place is.
+    /// Measures the distances to the seeds among the pixels, exactly up to `greatest`, which must be below
+    /// `c_farDistance`. Larger distances may be stored as `c_farDistance`. Returns whether any position has
+    /// that value.
     bool Measure(const unsigned char* pixels, EnSeeds seeds, int greatest) {
         const unsigned char value = seeds == EnSeeds::Ones ? 1 : 0;
         const bool isSeed = seeds != EnSeeds::NonZeros;
         unsigned char* const __restrict first = Places(m_now);
-        const std::int64_t length = m_length; // bytes could be a part of the member
+        const std::int64_t length = m_length; // a local copy: bytes could alias the member
         for (std::int64_t x = 0; x < length; ++x)
             first[x] = (pixels[x] == value) == isSeed ? 0 : c_farDistance;
         int farthest = c_farDistance;
@@ -61,10 +62,10 @@ private:
         unsigned char items[64];
     };
 
-    /// The places, with a cache line before and one or more after them.
+    /// The positions, with one cache line before and one or more after them.
     using Row = std::vector<StCacheLine>;
 
-    /// The longest step, which must not lead out of the row.
+    /// Length of the longest step, which must not lead out of the row.
     static constexpr std::int64_t c_margin = sizeof(StCacheLine);
 
     static Row Empty(std::int64_t length, bool outsideIsSeed) {
@@ -80,11 +81,11 @@ private:
 
     static unsigned char* Places(Row& row) { return row[1].items; }
 
-    /// Returns the greatest distance.
+    /// Returns the largest distance.
     int Learn(int step) {
         const unsigned char* const now = Places(m_now);
         unsigned char* const __restrict next = Places(m_next);
-        const std::int64_t length = m_length; // bytes could be a part of the member
+        const std::int64_t length = m_length; // a local copy: bytes could alias the member
         unsigned char farthest = 0;
         for (std::int64_t x = 0; x < length; ++x) {
             const auto other = static_cast<unsigned char>(std::min(now[x - step], now[x + step]) + step);
@@ -103,14 +104,14 @@ private:
 /// Squared distances along one axis, for `c_shortLanes` neighbouring lines at once, as 16-bit integers in
 /// pixels or as doubles in any unit.
 ///
-/// Each place takes the least of what the places k away have, plus the square of that way, for one k after
-/// the other. As soon as the square is no less than all values of a block, none of them can become less: the
-/// work goes with the distances that there are.
+/// For one k after another, each position takes the minimum of the values k positions away plus the square of
+/// that distance. Once the square is at least as large as all values of a block, none of them can decrease
+/// any more, so the amount of work depends on the distances that occur.
 template <class Number>
 class CShortLines {
 public:
-    /// With `outsideIsSeed` there are seeds just beyond both ends. The weight is the square of the pixel
-    /// length, 1 for integers.
+    /// With `outsideIsSeed`, there are seeds just beyond both ends. The weight is the square of the pixel
+    /// length; it must be 1 for integers.
     CShortLines(std::int64_t length, bool outsideIsSeed, Number weight)
         : m_length(length)
         , m_reach(std::min<std::int64_t>(length, c_farDistance - 1))
@@ -125,7 +126,7 @@ public:
         }
     }
 
-    /// Stands for all values that are not below.
+    /// Represents all values that are not below it.
     [[nodiscard]] Number TooFar() const {
         if constexpr (std::is_integral_v<Number>)
             return c_farDistance * c_farDistance + 1;
@@ -133,12 +134,12 @@ public:
             return std::numeric_limits<Number>::infinity();
     }
 
-    /// The values at a place of all lines, to be filled in.
+    /// The values at one position of all lines, to be filled in by the caller.
     [[nodiscard]] Number* Values(std::int64_t place) {
         return m_values[static_cast<std::size_t>(Margin() + place)].items;
     }
 
-    /// Fills in the results and returns whether none is farther than `c_farDistance` pixels. Otherwise, and
+    /// Computes the results and returns whether none is farther than `c_farDistance` pixels. Otherwise, and
     /// if cancelled, it stops early.
     bool Minimize(CWorkPace& pace) {
         for (std::int64_t stretch = 0; stretch < m_length; stretch += c_stretchLength) {
@@ -159,22 +160,22 @@ public:
     }
 
 private:
-    /// Gathers the signs of differences: quicker than comparisons, and than an extremum of doubles.
+    /// Collects the signs of differences, which is faster than comparisons, and than an extremum of doubles.
     using Mask = std::conditional_t<std::is_integral_v<Number>, Number, std::int64_t>;
 
     static constexpr std::int64_t c_blockLength = 8;
-    /// Places between two reports of work.
+    /// Number of positions between two reports of work.
     static constexpr std::int64_t c_stretchLength = 32 * c_blockLength;
     static constexpr std::int64_t c_unitsPerLook = 3 * c_blockLength * c_shortLanes;
 
-    /// Places beyond the ends that are looked at: steps go by two and may take one too many.
+    /// Number of positions read beyond the ends: steps come in pairs and may exceed the reach by one.
     [[nodiscard]] std::int64_t Margin() const { return m_reach + 1; }
 
     [[nodiscard]] Number Square(std::int64_t distance) const {
         return static_cast<Number>(m_weight * static_cast<Number>(distance * distance));
     }
 
-    /// Counts the looks aside.
+    /// Counts the calls of `LookAside` in `looks`.
     bool MinimizeBlock(std::int64_t place, std::int64_t count, std::int64_t& looks) {
         const Number* const values = Values(place);
         Number* const results = m_results[static_cast<std::size_t>(place)].items;
@@ -198,8 +199,8 @@ private:
         return isAbove < 0;
     }
 
-    /// Takes what is k and k + 1 places away into account. Returns whether any result is more than what
-    /// k + 2 places add.
+    /// Takes the values k and k + 1 positions away into account. Returns whether any result is larger than
+    /// the square that k + 2 positions add.
     bool LookAside(const Number* values, const Number* soFar, Number* results, std::int64_t size,
                    std::int64_t k) const {
         const std::int64_t near = k * c_shortLanes;
@@ -208,7 +209,7 @@ private:
         const Number farSquare = Square(k + 1);
         const Number nextSquare = Square(k + 2);
         Mask isAbove = 0;
-#pragma GCC ivdep // the results may be what there was so far, at the same place
+#pragma GCC ivdep // the results may alias `soFar`, at the same position
         for (std::int64_t i = 0; i < size; ++i) {
             const auto nearest =
                 static_cast<Number>(std::min(values[i - near], values[i + near]) + nearSquare);
