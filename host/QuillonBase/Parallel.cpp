@@ -15,8 +15,8 @@
 
 namespace ORVEN {
 
-// Plain threads rather than OpenMP: they pass exceptions, a thread sanitizer understands them, and no second
-// thread pool stands beside the host's. The price is the start of the threads at each call, some tens of
+// Plain threads rather than OpenMP: they propagate exceptions, a thread sanitizer understands them, and they
+// do not add a second thread pool to the host's. The cost is starting the threads at each call, a few tens of
 // microseconds.
 
 namespace {
@@ -45,14 +45,14 @@ void SetThreadCount(int count) { g_threadCount = std::clamp(count, 0, g_sensible
 
 namespace Impl {
 
-/// What the threads of one job share.
+/// The state shared by the threads of one job.
 class CSharedWork {
 public:
     CSharedWork(std::int64_t count, IProgress& progress)
         : m_count(count)
         , m_progress(progress) {}
 
-    /// Does one thread's part. An exception ends the job and is kept.
+    /// Does one thread's share of the work. An exception ends the job and is stored.
     void TakePart(const std::function<void(CWorkerTurn&)>& work, bool isCaller) {
         try {
             CWorkerTurn turn(*this, isCaller);
@@ -76,7 +76,7 @@ public:
         m_helperLeft.notify_one();
     }
 
-    /// The calling thread waits for the helpers and keeps on serving the sink meanwhile.
+    /// The calling thread waits for the helpers and continues to serve the sink meanwhile.
     void AwaitHelpers() {
         std::unique_lock lock(m_guard);
         while (!m_helperLeft.wait_for(lock, c_pollInterval, [this] { return m_helpersAtWork == 0; })) {
@@ -91,7 +91,8 @@ public:
         }
     }
 
-    /// After the last thread has left: raises what was raised, and reports what is left to report.
+    /// Called after the last thread has finished: rethrows the stored exception, and reports the remaining
+    /// steps.
     bool Finish() {
         if (m_failure)
             std::rethrow_exception(m_failure);
@@ -106,7 +107,7 @@ public:
     void CountItem() { ++m_done; }
     [[nodiscard]] bool HasEnded() const { return m_hasEnded; }
 
-    /// Only on the calling thread.
+    /// Call only on the calling thread.
     bool AskSink() {
         if (!m_isCancelled && m_progress.IsCancelled()) {
             m_isCancelled = true;
@@ -115,7 +116,7 @@ public:
         return m_isCancelled;
     }
 
-    /// Only on the calling thread.
+    /// Call only on the calling thread.
     void ReportSteps() {
         const std::int64_t done = m_done;
         if (done > m_reported)
@@ -135,7 +136,7 @@ private:
     const std::int64_t m_count;
     IProgress& m_progress;
     std::int64_t m_reported = 0;
-    bool m_isCancelled = false; // used by the calling thread alone
+    bool m_isCancelled = false; // used by the calling thread only
     std::atomic<std::int64_t> m_next{0};
     std::atomic<std::int64_t> m_done{0};
     std::atomic<bool> m_hasEnded{false}; // cancelled or failed
@@ -152,7 +153,7 @@ bool RunOnThreads(std::int64_t count, IProgress& progress, const std::function<v
     {
         std::vector<std::jthread> helpers;
         const std::int64_t threads = std::min<std::int64_t>(ThreadCount(), count);
-        // Fewer threads than asked for, if the system gives no more, do the same work.
+        // If the system provides fewer threads than requested, these do the same work.
         for (std::int64_t i = 1; i < threads; ++i) {
             shared.AddHelper();
             try {

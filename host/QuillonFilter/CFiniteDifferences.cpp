@@ -6,8 +6,8 @@ namespace ORVEN::Impl {
 
 namespace {
 
-/// Weights of the derivative at a pixel of a line of `count` pixels that are all of the window. Fornberg's
-/// recursion takes up one pixel after the other and keeps the weights of all lower orders.
+/// Weights of the derivative at a pixel of a line of `count` pixels, all of which are in the window.
+/// Fornberg's recursion adds one pixel after the other and keeps the weights of all lower orders.
 std::vector<double> Weights(int order, std::int64_t count, std::int64_t pixel) {
     using Real = long double;
     const auto orders = static_cast<std::size_t>(order) + 1;
@@ -19,7 +19,7 @@ std::vector<double> Weights(int order, std::int64_t count, std::int64_t pixel) {
     weights[0][0] = 1;
     Real previousProduct = 1;
     for (std::size_t i = 1; i < pixels; ++i) {
-        // The new pixel's weights come from those of the pixel before, which the loop then changes.
+        // The weights of the new pixel depend on those of the preceding one, which the loop then changes.
         const std::vector<Real> before = weights[i - 1];
         Real product = 1;
         for (std::size_t j = 0; j < i; ++j) {
@@ -42,7 +42,7 @@ std::vector<double> Weights(int order, std::int64_t count, std::int64_t pixel) {
     return result;
 }
 
-/// The weights at the same place counted from the other end.
+/// The weights at the same position, counted from the other end.
 std::vector<double> Mirrored(std::vector<double> weights, int order) {
     std::reverse(weights.begin(), weights.end());
     if (order % 2 != 0)
@@ -50,7 +50,7 @@ std::vector<double> Mirrored(std::vector<double> weights, int order) {
     return weights;
 }
 
-/// The weights of a centred window, made symmetric to the last digit.
+/// The weights of a centred window, made exactly symmetric.
 std::vector<double> CentralWeights(int order, std::int64_t half) {
     std::vector<double> weights = Weights(order, 2 * half + 1, half);
     const std::vector<double> mirrored = Mirrored(weights, order);

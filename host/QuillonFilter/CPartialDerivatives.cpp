@@ -20,7 +20,7 @@ constexpr const char* c_derivative = "ORVEN::CPartialDerivatives::Derivative";
 
 constexpr int c_greatestOrder = 32;
 
-/// False if cancelled.
+/// Returns false if cancelled.
 bool Fill(const CImageView<float>& view, float value, IProgress& progress) {
     CWorkPace pace(progress);
     return ForEachRowPiece(view, 1, pace,
@@ -29,7 +29,7 @@ bool Fill(const CImageView<float>& view, float value, IProgress& progress) {
                            });
 }
 
-/// False if cancelled.
+/// Returns false if cancelled.
 bool Derive(IImage& image, const Orders& orders, IProgress& progress) {
     const CImageView<const float> source(image);
     const CImageView<float> result(image);
@@ -46,7 +46,8 @@ bool Derive(IImage& image, const Orders& orders, IProgress& progress) {
                                                              "Partial derivative");
 }
 
-/// `convert(pixel)` for each pixel of an image, into another of the same size. False if cancelled.
+/// Writes `convert(pixel)` for each pixel of an image to another image of the same size. Returns false if
+/// cancelled.
 template <class Target, class Source, class Convert>
 bool ConvertImage(IImage& target, const IImage& source, IProgress& progress, const Convert& convert) {
     const CImageView<Target> targetView(target);
@@ -59,7 +60,7 @@ bool ConvertImage(IImage& target, const IImage& source, IProgress& progress, con
         });
 }
 
-/// The nearest integer of the type.
+/// The nearest integer in the range of the type.
 template <class T>
 T Saturated(float value) {
     constexpr double greatest = std::numeric_limits<T>::max();
@@ -82,7 +83,7 @@ void CPartialDerivatives::Derivative(IImage& image, int orderX, int orderY, int 
                                   .Arg(order, 0));
         }
     }
-    // A plane has no z axis: to derive along it would give 0 always.
+    // A plane has no z axis; a derivative along it would be 0 everywhere.
     std::fill(orders.begin() + image.Size().Dim(), orders.end(), 0);
     DispatchGreyType(c_derivative, image.Type(), [&]<class T>(std::type_identity<T>) {
         if (orders == Orders{} || image.Size().PixelCount() == 0)

@@ -16,10 +16,11 @@ constexpr const char* c_gauss = "ORVEN::CYoungVanVliet::gauss";
 
 constexpr double c_leastRecursiveSigma = 0.7;
 
-/// The poles are so close to 1 there that double precision leaves four digits of a result, and soon none.
+/// From this sigma on, the poles are so close to 1 that double precision leaves four digits of a result, and
+/// soon none.
 constexpr double c_greatestSigma = 1e4;
 
-/// Filters along each axis that has more than one pixel.
+/// Filters along each axis with more than one pixel.
 template <class T, class Filter>
 void Smooth(const CImageView<const T>& source, const CImageView<float>& result, const Filter& filter,
             IProgress& progress) {

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <complex>
 
-// All in long double: for a large sigma the poles come close to 1, and what is left of differences to 1 has
-// to be good to the last digits of a double.
+// Everything is computed in long double: for a large sigma the poles approach 1, and their differences from 1
+// must be accurate to the last digits of a double.
 
 namespace ORVEN::Impl {
 
@@ -14,18 +14,18 @@ using Real = long double;
 using Complex = std::complex<Real>;
 using Triple = std::array<Complex, 3>;
 
-// The poles, as they stand in the denominator in z: this one, its conjugate, and a real one.
+// The poles, as they appear in the denominator in z: this one, its conjugate, and a real one.
 const Complex g_complexPole(1.41650L, 1.00829L);
 constexpr Real g_realPole = 1.86543L;
 
-/// The poles at a scale q: the q-th roots.
+/// The poles at scale q: the q-th roots.
 Triple PolesAt(Real scale) {
     const Complex pole =
         std::polar(std::pow(std::abs(g_complexPole), 1 / scale), std::arg(g_complexPole) / scale);
     return {pole, std::conj(pole), Complex(std::pow(g_realPole, 1 / scale))};
 }
 
-/// The variance of the kernel of both runs.
+/// The variance of the combined kernel of both runs.
 Real VarianceAt(Real scale) {
     Real variance = 0;
     for (const Complex& d : PolesAt(scale))
@@ -33,7 +33,7 @@ Real VarianceAt(Real scale) {
     return variance;
 }
 
-/// The scale that gives a variance, which grows with it.
+/// The scale that gives a sigma; the variance increases with the scale.
 Real ScaleOf(Real sigma) {
     Real low = 1e-3L;
     Real high = sigma + 10;
@@ -52,8 +52,8 @@ Triple TimesStep(const Triple& row, const Triple& a) {
 }
 
 /// The row r with r (I - a1 A - a2 A^2 - a3 A^3) = (1, 0, 0). The matrix is the product of I - p A over the
-/// inverse poles p, and each of these factors is taken off in turn, which loses far fewer digits than to
-/// solve for all at once.
+/// inverse poles p. The factors are inverted one after the other, which loses far fewer digits than solving
+/// for all at once.
 Triple EndRow(const Triple& inversePoles, const Triple& a) {
     Triple row{1, 0, 0};
     for (const Complex& p : inversePoles) {
@@ -72,7 +72,7 @@ Triple EndRow(const Triple& inversePoles, const Triple& a) {
 StGaussRecursion::StGaussRecursion(double sigma)
     : scale(static_cast<double>(ScaleOf(sigma))) {
     Triple p = PolesAt(ScaleOf(sigma));
-    // 1 - a1 - a2 - a3 is the gain too, but cancels.
+    // 1 - a1 - a2 - a3 is the gain too, but suffers from cancellation.
     Complex exactGain = 1;
     for (Complex& inversePole : p) {
         inversePole = Real{1} / inversePole;
@@ -80,8 +80,8 @@ StGaussRecursion::StGaussRecursion(double sigma)
     }
     const Triple a{p[0] + p[1] + p[2], -(p[0] * p[1] + p[0] * p[2] + p[1] * p[2]), p[0] * p[1] * p[2]};
 
-    // After the last pixel the forward run goes on by A alone. A row and the gain tell what the backward run,
-    // begun in the far distance, has gathered of that when it comes to the last pixel.
+    // Beyond the last pixel, the forward run continues with A alone. This row and the gain give the sum that
+    // the backward run, started at infinity, has accumulated when it reaches the last pixel.
     Triple row = EndRow(p, a);
     for (auto& endRow : end) {
         for (std::size_t i = 0; i < 3; ++i)

@@ -16,17 +16,18 @@
 #include <type_traits>
 #include <vector>
 
-// The box of a pixel is summed one axis after the other, z first. A plane of sums over z moves on by one
-// plane: the pixels that enter are added, those that leave are subtracted, straight from the image. While the
-// plane is walked row by row, a row of sums over z and y moves on in the same way, and what is left for x is
-// one row in the first cache. So each pixel is added and subtracted once an axis, whatever w is. Integers are
-// exact on this road. Floats are carried as unevaluated pairs (high, low), so that subtracting what was added
-// leaves nothing behind, and along x they are summed without any subtraction.
+// The box of a pixel is summed one axis after the other, z first. A plane of sums over z advances by one
+// plane at a time: the pixels that enter are added and those that leave are subtracted, directly from the
+// image. While the plane is processed row by row, a row of sums over z and y advances in the same way. Only
+// one row, in the first-level cache, then remains to be summed along x. So each pixel is added and subtracted
+// once per axis, whatever w is. For integers this is exact. Floats are stored as unevaluated pairs (high,
+// low), so that subtracting a value that was added leaves no residue, and along x they are summed without any
+// subtraction.
 //
-// Planes are cut into chunks, each of which sums its first window anew: the units of parallel work. Where
-// chunks begin depends on the image and w only.
+// Planes are divided into chunks, the units of parallel work, each of which sums its first window from
+// scratch. The start of each chunk depends only on the image and w.
 //
-// The inner loops are plain ones over a row, for the compiler to vectorise.
+// The inner loops are simple loops over a row, so that the compiler can vectorise them.
 
 namespace ORVEN {
 
@@ -37,7 +38,7 @@ using UInt128 = unsigned __int128;
 constexpr std::int32_t c_niblack = 0;
 constexpr std::int32_t c_sauvola = 1;
 
-/// The windows along one axis: at most w to both sides, cut off at the ends.
+/// The windows along one axis: at most w to both sides, clipped at the ends.
 struct StAxis {
     StAxis(std::int64_t extent, std::int64_t halfWidth)
         : length(extent)
@@ -53,7 +54,7 @@ struct StAxis {
     std::int64_t w;
 };
 
-/// One call: the images and all that is the same for each pixel.
+/// The images and the parameters of a call that are the same for each pixel.
 template <class T>
 struct StTask {
     StTask(const CFastLocalThresholding& algorithm, IImage& outputImage, const IImage& inputImage)
@@ -71,7 +72,7 @@ struct StTask {
             countsX.push_back(static_cast<double>(x.Count(i)));
     }
 
-    // The rows of a 2-d image are its planes, so that it is cut into chunks too.
+    // The rows of a 2-d image are treated as planes, so that it is divided into chunks too.
     [[nodiscard]] const T* InputRow(std::int64_t row, std::int64_t plane) const {
         if (!z.Contains(plane))
             return outside.data();
@@ -95,13 +96,13 @@ struct StTask {
     bool isSauvola;
     double k;
     IProgress& progress;
-    std::vector<double> countsX; ///< pixels of the windows along x
+    std::vector<double> countsX; ///< number of pixels in each window along x
 
     double range = 1.0;        ///< R
-    T largest = 0;             ///< for integers: no pixel is above it
-    T center = 0;              ///< what floats are shifted by before they are summed
+    T largest = 0;             ///< for integers: an upper bound of the pixels
+    T center = 0;              ///< subtracted from floats before they are summed
     bool hasNonFinite = false; ///< for floats
-    std::vector<T> outside;    ///< a row of pixels that add nothing to any sum
+    std::vector<T> outside;    ///< a row of pixels that contribute nothing to any sum
 };
 
 constexpr bool IsFinite(std::uint32_t /*value*/) { return true; }
@@ -111,8 +112,8 @@ double ThresholdOf(bool isSauvola, double mean, double deviation, double k, doub
     return isSauvola ? ((deviation / range - 1.0) * k + 1.0) * mean : deviation * k + mean;
 }
 
-/// How a row of sums is held and moved on, for integers. Arithmetic is unsigned and wraps round, so that
-/// whatever stands in between, a sum that fits the type comes out right.
+/// How a row of integer sums is stored and advanced. Arithmetic is unsigned and wraps around, so a sum that
+/// fits the type is correct whatever the intermediate values are.
 template <class T>
 struct StIntegerRow {
     using Cell = T;
@@ -127,8 +128,8 @@ struct StIntegerRow {
     }
 };
 
-/// The same for floats: a row of high parts, then one of low parts that gather the rounding errors of the
-/// high ones (two-sum: D. E. Knuth, The Art of Computer Programming, volume 2, 4.2.2).
+/// The same for floats: a row of high parts, followed by a row of low parts that accumulate the rounding
+/// errors of the high parts (two-sum: D. E. Knuth, The Art of Computer Programming, volume 2, 4.2.2).
 struct StPairRow {
     using Cell = double;
     static constexpr std::int64_t cellsPerPixel = 2;
@@ -175,7 +176,7 @@ public:
 
     void ClearPlaneRow(std::int64_t y) { std::fill_n(PlaneRow(y), CellsPerRow(), Cell{}); }
 
-    /// The window along z moves on: `enter(x)` is added and `leave(x)` subtracted.
+    /// Advances the window along z: adds `enter(x)` and subtracts `leave(x)`.
     template <class Enter, class Leave>
     void SlidePlaneRow(std::int64_t y, const Enter& enter, const Leave& leave) {
         Row::Slide(PlaneRow(y), m_length, enter, leave);
@@ -183,7 +184,7 @@ public:
 
     void ClearRow() { std::fill(m_row.begin(), m_row.end(), Cell{}); }
 
-    /// The window along y moves on by these rows of the plane. Nothing enters or leaves from outside.
+    /// Advances the window along y by these rows of the plane. Rows outside the image contribute nothing.
     void SlideRow(std::int64_t enterY, std::int64_t leaveY) {
         const auto valuesOf = [this](std::int64_t y) {
             return
@@ -202,13 +203,13 @@ private:
 
     StAxis m_y;
     std::int64_t m_length;
-    /// With an empty row at the end for those outside. The others are cleared one by one as a chunk begins,
-    /// since clearing a whole plane can take long.
+    /// The last row is empty and stands for the rows outside. The others are cleared one by one when a chunk
+    /// begins, because clearing a whole plane can take long.
     std::unique_ptr<Cell[]> m_plane;
     std::vector<Cell> m_row;
 };
 
-/// Sums of integers along x by differences of prefix sums, which wrap round as well.
+/// Sums of integers along x by differences of prefix sums, which wrap around as well.
 template <class T>
 class CPrefixSums {
 public:
@@ -216,7 +217,7 @@ public:
         : m_x(x)
         , m_sums(static_cast<std::size_t>(x.length + 2 * x.w + 1)) {}
 
-    /// The sum of the window of x is element [x + 2 w + 1] less element [x] of the result.
+    /// The sum of the window of x is element [x + 2 w + 1] minus element [x] of the result.
     template <class Row>
     const T* Of(const CRunningSums<Row>& row) {
         T* const sums = m_sums.data() + m_x.w + 1;
@@ -234,9 +235,9 @@ private:
     std::vector<T> m_sums;
 };
 
-/// Sums of floats along x without subtraction. The row, with w zeros on both sides, is cut into blocks of the
-/// window's length; a window reaches over two blocks at most, and is the sum from its begin to the end of the
-/// first and from the begin of the second to its end.
+/// Sums of floats along x without subtraction. The row, with w zeros on both sides, is divided into blocks of
+/// the window's length. A window overlaps at most two blocks; its sum is that from its start to the end of
+/// the first block plus that from the start of the second block to its own end.
 class CBlockSums {
 public:
     explicit CBlockSums(const StAxis& x)
@@ -255,7 +256,7 @@ public:
             SumBlock(block * m_window);
     }
 
-    /// The sum of the window of x is the sum of elements [x] of the two.
+    /// The sum of the window of x is the sum of elements [x] of both arrays.
     [[nodiscard]] const double* FirstParts() const { return m_backward.data(); }
     [[nodiscard]] const double* SecondParts() const { return m_forward.data() + 2 * m_x.w; }
 
@@ -272,7 +273,7 @@ private:
             fromEnd += values[m_window - 1 - i];
             backward[m_window - 1 - i] = fromEnd;
         }
-        // A window that is a block is its second part alone.
+        // A window that coincides with a block consists of its second part only.
         backward[0] = 0.0;
     }
 
@@ -284,22 +285,22 @@ private:
     std::vector<double> m_backward;
 };
 
-/// Correctly rounded like a cast, but made of steps that every vector unit has: both halves are exact when
-/// put below the exponents of 2^84 and 2^52, and only the last addition rounds.
+/// Correctly rounded like a cast, but composed of operations that every vector unit has: both halves are
+/// exact when placed below the exponents of 2^84 and 2^52, and only the last addition rounds.
 double ToDouble(std::uint64_t value) {
     const double high = std::bit_cast<double>((value >> 32) | 0x4530000000000000U) - 0x1.00000001p84;
     const double low = std::bit_cast<double>((value & 0xFFFFFFFFU) | 0x4330000000000000U);
     return high + low;
 }
 
-/// Rounded more than once: good for estimates.
+/// Rounded more than once, so suitable for estimates only.
 double ToDouble(UInt128 value) {
     return ToDouble(static_cast<std::uint64_t>(value >> 64)) * 0x1p64 +
            ToDouble(static_cast<std::uint64_t>(value));
 }
 
 /// Thresholds of integers. `Sum` and `Square` hold the sums of values and squares along z and y, `SquareBox`
-/// the squares of a whole window.
+/// the sum of squares of a whole window.
 template <class T, class Sum, class Square, class SquareBox>
 class CIntegerThresholds {
 public:
@@ -347,8 +348,8 @@ private:
         double countYZ;
     };
 
-    // The definition to the letter. An integer is above t + 0.5 truncated if and only if it is above t + 0.5;
-    // of cutting t to the range of the type, it remains that 0 is never above.
+    // Follows the definition literally. An integer is above t + 0.5 truncated if and only if it is above t +
+    // 0.5. Clamping t to the range of the type has only one further effect: 0 is never above the threshold.
     void Evaluate(const StRow& row) const {
         const std::int64_t window = 2 * m_task.x.w + 1;
         for (std::int64_t x = 0; x < m_task.x.length; ++x) {
@@ -364,11 +365,11 @@ private:
         }
     }
 
-    // The same answers without a root and divisions, which would take longer than all the rest. The
-    // comparison is multiplied by n and rearranged to value > factor * sqrt(numerator), and both sides are
-    // squared with their signs kept. Rounding errors, of this and of the definition, are far below
-    // `m_doubtful`. The answer is false if a pixel is nearer to its threshold than that; the row has to be
-    // evaluated then.
+    // Computes the same result without a root and divisions, which would take longer than everything else.
+    // The comparison is multiplied by n and rearranged to value > factor * sqrt(numerator), and both sides
+    // are squared with their signs kept. Rounding errors, of this form and of the definition, are far below
+    // `m_doubtful`. Returns false if a pixel is nearer to its threshold than that; the row must then be
+    // evaluated.
     template <bool isSauvola>
     [[nodiscard]] bool Estimate(const StRow& row) const {
         const std::int64_t window = 2 * m_task.x.w + 1;
@@ -408,17 +409,17 @@ private:
     CRunningSums<StIntegerRow<Square>> m_squares;
     CPrefixSums<std::uint64_t> m_sumsX;
     CPrefixSums<SquareBox> m_squaresX;
-    double m_doubtful; ///< in squared grey values, relative to the largest that occur in a comparison
+    double m_doubtful; ///< in squared grey values, relative to the largest ones in a comparison
 };
 
-/// A choice between integers: one between floats would keep the compiler from vectorising.
+/// Selects between integers: a selection between floats would keep the compiler from vectorising.
 double FiniteOrZero(double value) {
     constexpr std::uint64_t exponent = 0x7FF0000000000000U;
     const auto bits = std::bit_cast<std::uint64_t>(value);
     return std::bit_cast<double>((bits & exponent) == exponent ? 0 : bits);
 }
 
-/// Thresholds of floats. Pixels that are not finite add nothing to the sums and are counted.
+/// Thresholds of floats. Pixels that are not finite are not summed, but counted.
 class CFloatThresholds {
 public:
     explicit CFloatThresholds(const StTask<float>& task)
@@ -481,8 +482,8 @@ private:
         CPrefixSums<std::uint64_t> countsX;
     };
 
-    // What rounding alone can make of a variance counts as 0. Otherwise constant parts of an image would come
-    // out speckled, as t is the grey value itself there.
+    // A variance that could be due to rounding alone is treated as 0. Otherwise constant parts of an image
+    // would become speckled, because t equals the grey value there.
     void Evaluate(const float* pixels, double countYZ, unsigned char* __restrict output) const {
         const double noise = static_cast<double>(m_task.x.LargestCount() + 4) * 0x1p-51;
         const bool isSauvola = m_task.isSauvola;
@@ -513,8 +514,8 @@ private:
     std::optional<StGaps> m_gaps;
 };
 
-/// Moves the window over the planes of a chunk. Asks at each row whether the job is cancelled, as one plane
-/// can take long.
+/// Moves the window over the planes of a chunk. Checks for cancellation at each row, because one plane can
+/// take long.
 template <class T, class Thresholds>
 void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t chunk, CWorkerTurn& turn) {
     const StAxis& axisY = task.y;
@@ -556,7 +557,8 @@ void ThresholdImage(const StTask<T>& task) {
     });
 }
 
-/// The narrowest sums that the largest window cannot overfill: most of the time goes into moving them.
+/// Selects the narrowest sums that the largest window cannot overflow: most of the time is spent advancing
+/// them.
 template <class T>
 void ThresholdIntegers(const StTask<T>& task) {
     const auto fits = [](std::int64_t pixelCount, UInt128 largestValue, int bits) {
@@ -576,7 +578,7 @@ void ThresholdIntegers(const StTask<T>& task) {
     ThresholdImage<CIntegerThresholds<T, std::uint64_t, std::uint64_t, std::uint64_t>>(task);
 }
 
-/// Extremes, sum and number of the finite pixels of a plane.
+/// Minimum, maximum, sum and number of the finite pixels of a plane.
 template <class T>
 class CStatistics {
 public:
@@ -610,8 +612,8 @@ public:
     }
 
 private:
-    // Pixels are dealt out to a fixed number of places, so that they can be taken several at once whatever
-    // the processor.
+    // Pixels are distributed to a fixed number of accumulators, so that several can be processed at once on
+    // any processor with the same result.
     static constexpr std::int64_t c_lanes = 8;
     template <class Number>
     using Lanes = std::array<Number, c_lanes>;
@@ -630,7 +632,7 @@ private:
     Lanes<std::int64_t> m_finiteCount{};
 };
 
-/// Fills in what the task has to know of all pixels. False if cancelled.
+/// Fills in the properties of the task that depend on all pixels. Returns false if cancelled.
 template <class T>
 bool Survey(StTask<T>& task) {
     std::vector<CStatistics<T>> planes(static_cast<std::size_t>(task.z.length));
@@ -642,7 +644,7 @@ bool Survey(StTask<T>& task) {
             planes[static_cast<std::size_t>(plane)] = statistics;
         };
     });
-    // One after the other, so that the sum does not depend on the threads.
+    // Combined in order, so that the sum does not depend on the threads.
     CStatistics<T> image;
     for (const CStatistics<T>& plane : planes)
         image.Add(plane);
@@ -657,10 +659,10 @@ bool Survey(StTask<T>& task) {
     return isDone;
 }
 
-/// Fills in R and what is to be known of the pixels, and thresholds.
+/// Fills in R and the required properties of the pixels, and applies the thresholds.
 template <class T>
 void Threshold(StTask<T>& task) {
-    // Of 32 bits and floats the range has to be looked up first, which counts as a step a plane.
+    // For 32 bits and floats, the range must be determined first, which counts as one step per plane.
     constexpr bool isSurveyed = sizeof(T) == 4;
     const std::int64_t steps = task.ChunkCount() + (isSurveyed ? task.z.length : 0);
     task.progress.Start(static_cast<unsigned>(steps), "Local thresholding");

@@ -32,7 +32,7 @@ void StoreExtrema(IImage& distance, const StDistanceRange& range) {
 
 } // namespace
 
-/// An image, locked as a whole, and where its lines are.
+/// An image that is locked as a whole, and the location of its lines.
 struct CEdtVoronoi::StOpenImage {
     explicit StOpenImage(IImage& opened)
         : image(&opened)
@@ -68,7 +68,7 @@ void CEdtVoronoi::CheckArguments(const char* function, IImage& distance, const I
                              .Arg(distance.Type().ToString()));
     }
     if (!(binary.Type() == IMAGE_BINARY_FG)) {
-        // The name in the message is contract wording.
+        // The name in the message is fixed wording and intentionally not the name of the type.
         throw CException(
             Impl::Here(function),
             CString("Binary image is not of type 'IMAGE_MONO_BINARY' but '%1'.", CString::ENC_UTF8)
@@ -90,7 +90,8 @@ void CEdtVoronoi::CheckArguments(const char* function, IImage& distance, const I
     }
     for (int axis = 0; axis < binary.Size().Dim(); ++axis) {
         if (binary.Size()[axis] >= c_tooLargeExtent) {
-            // The maximum goes through a signed 16-bit number and reads -1; contract wording.
+            // The maximum is converted to a signed 16-bit number and reads -1. This wording is fixed and
+            // intended.
             throw CException(
                 Impl::Here(function),
                 CString("Binary image exceeds size in direction '%1' with value '%2' (max is '%3').",

@@ -12,7 +12,7 @@ CExactMedialAxis::CExactMedialAxis(const char* name, const IObject* parent)
 
 void CExactMedialAxis::ExactMedialAxis(IProgress& progress, const IImage& squaredDistance, IImage& output,
                                        std::uint64_t squaredRadius, const std::string& table) {
-    // No distance comes near the limit.
+    // No distance approaches the limit.
     constexpr std::uint64_t limit = std::numeric_limits<std::int64_t>::max();
     MarkMedialAxis(squaredDistance, output, static_cast<std::int64_t>(std::min(squaredRadius, limit)),
                    table.empty() ? Lut() : table, progress);

@@ -13,13 +13,13 @@ namespace ORVEN {
 
 namespace {
 
-// A slab's bit of pixel (y, z) is y + 3 z. Two lines beside each other, or a line and the empty one outside
-// the slab, are six bits, three a line.
+// In a slab, pixel (y, z) is bit y + 3 z. Two adjacent lines, or a line and the empty one outside the slab,
+// take six bits, three per line.
 constexpr unsigned g_lineBits = 3;
 constexpr unsigned g_line = 0b111;
 constexpr unsigned g_twoLinesCount = 64;
 
-/// The lines z - 1 and z of a slab, of which 0 to 2 are inside.
+/// The lines z - 1 and z of a slab; lines 0 to 2 are inside it.
 constexpr unsigned TwoLines(unsigned slab, unsigned z) {
     return slab << g_lineBits >> (g_lineBits * z) & (g_twoLinesCount - 1);
 }
@@ -50,7 +50,7 @@ private:
         return static_cast<int>(sum);
     }
 
-    /// The pixels y - 1 and y of both lines, at the places of a block's bits that belong to one slab.
+    /// The pixels y - 1 and y of both lines, at the bit positions of a block that belong to one slab.
     static std::size_t Spread(unsigned twoLines, unsigned y) {
         const auto pair = [y](unsigned line) { return (line & g_line) << 1 >> y & 0b11U; };
         const unsigned first = pair(twoLines);
@@ -61,8 +61,8 @@ private:
     std::array<std::array<int, g_twoLinesCount>, g_twoLinesCount> m_sums{};
 };
 
-/// The slabs of a row, which is moved along y and z: slab x + 1 is that of pixel x, the first and the last
-/// are outside.
+/// The slabs of a row, which moves along y and z: slab x + 1 belongs to pixel x; the first and the last are
+/// outside the image.
 class CSlabRow {
 public:
     explicit CSlabRow(const CImageView<const unsigned char>& pixels)
@@ -90,7 +90,7 @@ private:
         return isInside ? m_pixels.Row(y, z) : m_outside.data();
     }
 
-    /// The row ahead comes in at bits 2, 5 and 8; what was there moves down, and bits 0, 3 and 6 drop out.
+    /// The next row enters at bits 2, 5 and 8; the previous contents move down, and bits 0, 3 and 6 drop out.
     void TakeIn() {
         const unsigned char* const before = Row(m_y + 1, m_z - 1);
         const unsigned char* const here = Row(m_y + 1, m_z);

@@ -20,7 +20,7 @@ namespace {
 
 const char* const g_constrainedSet = "CSkeletonCouprierZour::ConstrainedSet";
 
-/// No squared distance comes near the square of what the radius is cut to.
+/// The radius is limited to a value whose square is far above every squared distance.
 std::int64_t Squared(std::int64_t radius) {
     constexpr std::int64_t limit = std::int64_t{1} << 31;
     const std::int64_t cut = std::clamp(radius, -limit, limit);
@@ -44,7 +44,7 @@ void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage&
                                                     const std::string& neighborhood, std::int64_t radius,
                                                     float angle, CProgressProxy& progress,
                                                     bool /*reserved*/) {
-    RequireSkeletonNeighborhood(neighborhood); // before the long part
+    RequireSkeletonNeighborhood(neighborhood); // checked before the lengthy stages
     const CSize& size = input.Size();
     const CSize none(0, 0, 0);
     CImage squaredDistance(IMAGE_GREY_32, size, none);

@@ -15,11 +15,11 @@ constexpr unsigned g_cornerCount = 8;
 constexpr bool Contains(unsigned set, unsigned subset) { return (set & subset) == subset; }
 constexpr bool HasCorner(unsigned block, unsigned corner) { return (block >> corner & 1U) != 0; }
 
-/// 8 times the part of a cell that belongs to one block, when the cell extends along the axes of the set.
+/// 8 times the part of a cell that belongs to one block, for a cell that extends along the given set of axes.
 constexpr long long Share(unsigned axes) { return 1LL << std::popcount(axes); }
 
-/// The boxes between pixels. Corners are named by their sets of axes, so that the corners of a box are the
-/// lowest one joined with the subsets of its axes.
+/// The boxes between pixels. Corners are identified by their sets of axes, so the corners of a box are the
+/// union of its lowest corner with each subset of its axes.
 long long BoxesOf(unsigned block) {
     long long sum = 0;
     for (unsigned lowest = 0; lowest < g_cornerCount; ++lowest) {
@@ -34,13 +34,14 @@ long long BoxesOf(unsigned block) {
     return sum;
 }
 
-/// The simplices that begin with a chain of corners, given by its ends. In a cube that is split along the
-/// paths from (0,0,0) to (1,1,1) the simplices are the chains of corners that grow as sets of axes.
+/// The simplices that start with a chain of corners, given by its ends. In a cube that is split along the
+/// paths from (0,0,0) to (1,1,1), the simplices are the ascending chains of corners, ordered by their sets of
+/// axes.
 long long ChainsFrom(unsigned block, unsigned first, unsigned last) {
     long long sum = Share(first ^ last);
     for (unsigned next = last + 1; next < g_cornerCount; ++next) {
         if (HasCorner(block, next) && Contains(next, last))
-            sum -= ChainsFrom(block, first, next); // one dimension more
+            sum -= ChainsFrom(block, first, next); // one more dimension
     }
     return sum;
 }
@@ -124,7 +125,7 @@ int CSkeletonHelper::EulerNumber() const {
             }
         }
     }
-    // Every cell of the complex lies inside the blocks that were visited, and so counts in full.
+    // Every cell of the complex lies entirely inside the visited blocks, and so counts in full.
     assert(sum % 8 == 0);
     return static_cast<int>(sum / 8);
 }

@@ -15,12 +15,12 @@
 #include <cstdint>
 #include <type_traits>
 
-// Whether a pixel is near the seeds, that is within the ball of one of them, needs less than its distance. Up
-// to radius 126 all of it happens in the bytes of the result. They hold distances along x at first. In three
-// dimensions the squared distances in the plane follow, cut off where they exceed the ball, as what the ball
-// leaves over for z. Along the last axis each place reaches as far as its rest allows, and two sweeps that
-// count down what the places before have left answer whether a pixel is reached, at a cost that has nothing
-// to do with the radius. Larger balls are cut out of a distance map.
+// Whether a pixel lies within the ball of a seed can be decided without its exact distance. Up to radius 126,
+// all work is done in the bytes of the result. They first hold distances along x. In three dimensions, these
+// are replaced by what the squared distances in the plane leave of the ball for z, or by nothing where they
+// exceed the ball. Along the last axis, each place reaches as far as its remainder allows. Two sweeps that
+// count down the reach of the preceding places decide whether a pixel is reached, at a cost that is
+// independent of the radius. Larger balls are thresholded from a distance map.
 
 namespace ORVEN {
 
@@ -29,7 +29,7 @@ namespace {
 constexpr const char* c_site = "ORVEN::CSphericalMorphology";
 constexpr const char* c_phase = "Spherical morphology";
 
-/// Squared distances between pixels are all below: larger balls are as good as this one.
+/// All squared distances between pixels are below this value, so larger balls give the same result.
 constexpr double c_largestSquare = 0x1p34;
 
 std::int64_t SquaredRadius(float radius) {
@@ -39,30 +39,30 @@ std::int64_t SquaredRadius(float radius) {
     return static_cast<std::int64_t>(std::min(r * r, c_largestSquare));
 }
 
-/// The pixels to be found: those within the ball of a seed.
+/// The pixels to find: those within the ball of a seed.
 struct StSearch {
     EnSeeds seeds;
     bool outsideIsSeed;  ///< the pixels beyond the border are seeds too
     std::int64_t square; ///< of the radius
-    bool findsObject;    ///< whether what is found becomes object, else background
+    bool findsObject;    ///< whether the pixels found become object, else background
 };
 
 StSearch Dilation(std::int64_t square) { return {EnSeeds::NonZeros, false, square, true}; }
 
-/// An erosion removes what is near the background.
+/// An erosion removes the pixels near the background.
 StSearch Erosion(std::int64_t square, bool outsideIsBackground) {
     return {EnSeeds::Zeros, outsideIsBackground, square, false};
 }
 
-/// How many places a ball covers along an axis, from its centre on, where `rest` of its squared radius is
-/// left; 0 for a negative rest. That is the root of rest + 1, rounded up: roots that are not whole are at
-/// least 1 / 256 above a whole number here.
+/// The number of places that a ball covers along an axis, counted from its centre, where `rest` of its
+/// squared radius remains; 0 if `rest` is negative. This is the root of rest + 1, rounded up. Within the
+/// range used here, roots that are not whole exceed a whole number by at least 1 / 256.
 unsigned char Reach(int rest) {
     const float root = std::sqrt(static_cast<float>(std::max(rest + 1, 0)));
     return static_cast<unsigned char>(static_cast<int>(root + 0.998F));
 }
 
-/// One call with a ball that is small enough.
+/// A single call with a ball that is small enough for bytes.
 struct StTask {
     StTask(const StSearch& what, const IImage& sourceImage, IImage& resultImage)
         : search(what)
@@ -86,8 +86,8 @@ struct StTask {
     int dimension;
 };
 
-/// Does the rows: writes distances, or what is left for the last axis if that is the next, or the answer if x
-/// is the last.
+/// Processes the rows. Writes distances; or the remainder for the last axis, if that is next; or the final
+/// result, if x is the last axis.
 class CRows {
 public:
     explicit CRows(const StTask& task)
@@ -121,7 +121,7 @@ private:
     CShortRow m_row;
 };
 
-/// Does the lines along y and z.
+/// Processes the lines along y and z.
 class CLines {
 public:
     CLines(const StTask& task, int axis)
@@ -141,7 +141,7 @@ public:
 
 private:
     static constexpr std::int64_t c_lanes = c_shortLanes;
-    /// For a place of a group of lines.
+    /// Units of work per place of a group of lines.
     static constexpr std::int64_t c_unitsPerMove = 3 * c_lanes;
     static constexpr std::int64_t c_unitsPerSweep = 3 * CSeparablePasses::c_linesPerItem;
 
@@ -149,7 +149,7 @@ private:
         return m_axis == 1 ? m_task.result.Row(place, other) : m_task.result.Row(other, place);
     }
 
-    /// From distances along x to what is left for z.
+    /// Converts distances along x to the remainder for z.
     template <class Count>
     void Minimize(std::int64_t other, std::int64_t x, Count count, CWorkPace& pace) {
         const int square = m_task.square;
@@ -172,12 +172,12 @@ private:
         };
         if (!ForEachPiece(m_length, c_unitsPerMove, pace, read))
             return;
-        // Whether a place is farther than the ball reaches shows in its result.
+        // The result itself shows whether a place is farther away than the ball reaches.
         (void)m_shortLines.Minimize(pace);
         ForEachPiece(m_length, c_unitsPerMove, pace, write);
     }
 
-    /// Counts down what each place is reached by, in both directions, and tells whether it is.
+    /// Counts down the reach of each place in both directions, and writes whether it is reached.
     void Sweep(std::int64_t other, std::int64_t x, std::int64_t count, CWorkPace& pace) {
         std::array<unsigned char, CSeparablePasses::c_linesPerItem> reaches{};
         const auto pass = [&](unsigned char* row, const auto& convert) {
@@ -219,7 +219,7 @@ void Fill(IImage& image, unsigned char pixel) {
     }
 }
 
-/// Not the right answer if cancelled.
+/// Undefined if cancelled.
 bool HasSeed(const StSearch& search, const IImage& source, CWorkPace& pace) {
     if (search.outsideIsSeed)
         return true;
@@ -236,7 +236,7 @@ bool HasSeed(const StSearch& search, const IImage& source, CWorkPace& pace) {
     return false;
 }
 
-/// The way for large balls.
+/// The method for large balls.
 bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& result, IProgress& progress) {
     CWorkPace pace(progress);
     const CImageView<unsigned char> to(result);
@@ -252,7 +252,7 @@ bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& res
     if (!TransformDistances(transform, source, squares, progress))
         return false;
     const CImageView<const unsigned> from(squares);
-    // Squares saturate in images only that are longer than 65535 pixels across.
+    // Squares saturate only in images that are larger than 65535 pixels across.
     const auto limit = static_cast<unsigned>(std::min<std::int64_t>(search.square, UINT32_MAX));
     return ForEachRowInParallel(to, 1, progress, c_phase, [&](std::int64_t y, std::int64_t z) {
         std::transform(from.Row(y, z), from.Row(y, z) + from.nx, to.Row(y, z), [&](unsigned square) {
@@ -261,7 +261,7 @@ bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& res
     });
 }
 
-/// Returns false, with a result of zeros, if cancelled.
+/// Returns false if cancelled; the result is then all zeros.
 bool Find(const StSearch& search, const IImage& source, IImage& result, IProgress& progress) {
     CheckDistanceImages(c_site, source, result, IMAGE_BINARY_FG);
     bool isDone = true;
@@ -280,8 +280,8 @@ bool Find(const StSearch& search, const IImage& source, IImage& result, IProgres
     return isDone;
 }
 
-/// Copies all of the smaller of two images, which lies in the larger one with that margin around it. False if
-/// cancelled.
+/// Copies the whole of the smaller of two images, which lies in the larger one with the given margin around
+/// it. Returns false if cancelled.
 bool CopyBox(const IImage& source, const CPos& sourceMargin, IImage& target, const CPos& targetMargin,
              CWorkPace& pace) {
     const CImageView<const unsigned char> from(source);
@@ -295,7 +295,7 @@ bool CopyBox(const IImage& source, const CPos& sourceMargin, IImage& target, con
     return from.nx < to.nx ? ForEachRow(from, 1, pace, copy) : ForEachRow(to, 1, pace, copy);
 }
 
-/// Closing with a small ball: with a border as wide as the ball around the image, a byte for each pixel.
+/// Closing with a small ball. Adds a border as wide as the ball around the image; takes one byte per pixel.
 bool CloseWithBorder(const IImage& source, IImage& result, std::int64_t square, IProgress& progress) {
     const auto reach = static_cast<std::int64_t>(std::sqrt(static_cast<double>(square)));
     CSize size = source.Size();
@@ -337,7 +337,7 @@ void CSphericalMorphology::Closing(IImage& result, IImage& source, float radius)
     CheckDistanceImages(c_site, source, result, IMAGE_BINARY_FG);
     if (source.Size().PixelCount() == 0)
         return;
-    // The dilation reaches beyond the border, and what it leaves free there takes part in the erosion.
+    // The dilation extends beyond the border, and the area that it leaves free there affects the erosion.
     const bool isDone = StTask::Takes(square) ? CloseWithBorder(source, result, square, Progress())
                                               : CloseWithLargeBall(source, result, square, Progress());
     if (!isDone)

@@ -15,17 +15,18 @@
 #include <utility>
 #include <vector>
 
-// The axes are called by their part in the work, from the longest to the shortest: planes follow one another
-// along the first, lines of a plane along the second, and places of a line along the third. A flat image has
-// planes of one line, a line one plane.
+// The axes are named by their role, from the longest to the shortest: planes follow one another along the
+// first axis, lines of a plane along the second, and places of a line along the third. A flat image has
+// planes of one line; a line has a single plane.
 //
-// A plane, inside the image or beside it, is done by itself. Object pixels of all planes bear on it by their
-// distance along the first axis. That gives the squared distance of each line of the plane at each place, and
-// so how far each place of the image's lines covers the line along the third axis. What is left uncovered are
-// the centres of free balls. Outside the image a line is covered up to some place and free from there on; of
-// its free places only the first can be the nearest to any pixel of the image, so that a number holds all of
-// them. From the free centres of the plane follows in the same way how far they reach along the first axis,
-// and two sweeps along that one tell which pixels are reached from any plane.
+// Each plane, inside or outside the image, is processed independently. The object pixels of all planes affect
+// it through their distance along the first axis. This gives the squared distance of each line of the plane
+// at each place, and so how far each place of the image's lines covers the line along the third axis. The
+// uncovered places are the centres of free balls. Outside the image, a line is covered up to some place and
+// free beyond it. Of these free places only the first can be the nearest to any pixel of the image, so a
+// single number represents all of them. In the same way, the free centres of the plane determine how far they
+// reach along the first axis, and two sweeps along that axis determine which pixels are reached from any
+// plane.
 
 namespace ORVEN {
 
@@ -34,11 +35,11 @@ namespace {
 constexpr const char* c_site = "ORVEN::CSphericalMorphology";
 constexpr const char* c_phase = "Spherical morphology";
 
-/// An axis of the image, or none of one place.
+/// An axis of the image, or a missing one with a single place.
 struct StAxis {
     std::int64_t extent = 1;
     std::int64_t stride = 0; ///< in pixels
-    std::int64_t margin = 0; ///< places outside the image that matter, on either side
+    std::int64_t margin = 0; ///< relevant places outside the image, on either side
 
     [[nodiscard]] std::int64_t PaddedExtent() const { return extent + 2 * margin; }
 };
@@ -65,7 +66,7 @@ struct StAxes {
     }
 };
 
-/// One call.
+/// A single call of `CloseWithLargeBall`.
 class CClosing {
 public:
     CClosing(const StAxes& axes, std::int64_t squaredRadius)
@@ -76,7 +77,7 @@ public:
         , m_planes(std::make_unique_for_overwrite<std::uint16_t[]>(
               static_cast<std::size_t>(m_first.PaddedExtent() * m_second.extent * m_third.extent))) {}
 
-    /// Writes the distances along the first axis to the nearest object pixel.
+    /// Computes the distances along the first axis to the nearest object pixel.
     bool MeasureAlongFirst(const unsigned char* pixels, IProgress& progress) {
         return ForEachItem(m_second.extent, progress, [&](std::int64_t line, CWorkPace& pace) {
             std::vector<std::uint16_t> distances(static_cast<std::size_t>(m_third.extent), c_far);
@@ -108,8 +109,8 @@ public:
         });
     }
 
-    /// Replaces the distances of each plane by how many places along the first axis, from the plane on, its
-    /// free balls cover.
+    /// Replaces the distances of each plane by the number of places along the first axis, counted from the
+    /// plane, that its free balls cover.
     bool FindReachOfPlanes(IProgress& progress) {
         progress.Start(static_cast<unsigned>(m_first.PaddedExtent()), c_phase);
         const bool isDone = ParallelFor(m_first.PaddedExtent(), progress, [this](CWorkerTurn& turn) {
@@ -149,10 +150,10 @@ public:
     }
 
 private:
-    /// Stands for all distances from here on: with the extents that are allowed nothing is so far away.
+    /// Represents all distances from this value on; with the permitted extents, none is that large.
     static constexpr std::uint16_t c_far = std::numeric_limits<std::uint16_t>::max();
 
-    /// What a thread needs to do planes.
+    /// The state of a thread that processes planes.
     class CPlaneWork {
     public:
         explicit CPlaneWork(CClosing& closing)
@@ -175,16 +176,18 @@ private:
         static constexpr std::int64_t c_unitsPerPlace = 4;
         static constexpr unsigned c_none = c_noSeed<unsigned>;
 
-        /// The places c of all lines of the plane stand side by side.
+        /// The places c of all lines of the plane are contiguous.
         [[nodiscard]] unsigned* Places(std::int64_t c) { return m_values.data() + c * m_length; }
 
-        /// How many places a ball covers from its centre on along an axis, at that squared distance from it.
+        /// The number of places that a ball covers along an axis, counted from its centre, at the given
+        /// squared distance from it.
         [[nodiscard]] unsigned CoverAt(unsigned squaredDistance) const {
             const std::int64_t rest = m_closing.m_square - std::int64_t{squaredDistance};
             return rest < 0 ? 0 : static_cast<unsigned>(std::sqrt(static_cast<double>(rest))) + 1;
         }
 
-        /// Squared distances of the lines to the object's pixels at place c, and from them the cover.
+        /// Computes the squared distances of the lines to the object pixels at place c, and from them the
+        /// cover.
         void CoverFromLine(std::int64_t plane, std::int64_t c, CWorkPace& pace) {
             const StAxis& second = m_closing.m_second;
             unsigned* const places = Places(c);
@@ -200,7 +203,7 @@ private:
             (void)pace.Add(m_length * c_unitsPerEnvelopePlace);
         }
 
-        /// From the cover to squared distances along the third axis to the nearest free place.
+        /// Converts the cover to squared distances along the third axis to the nearest free place.
         void FindFreeDistances(CWorkPace& pace) {
             const auto forEachPlace = [&](bool isForward, const auto& body) {
                 for (std::int64_t i = 0; i < m_count && !pace.IsCancelled(); ++i) {
@@ -215,7 +218,7 @@ private:
                 run = std::max(std::max(run, 1U) - 1U, cover);
                 cover = run;
             };
-            // From the last place of the image on, `run` places are covered, and the next one is free.
+            // Starting at the last place of the image, `run` places are covered, and the next one is free.
             const auto beginOutside = [&] {
                 for (unsigned& run : m_run)
                     run = std::max(run, 1U) - 1U;
@@ -240,8 +243,8 @@ private:
             });
         }
 
-        /// From squared distances to free places at the same place of each line to those in the plane, and to
-        /// what they leave over for the first axis.
+        /// Converts the squared distances to free places at the same place of each line to distances within
+        /// the plane, and these to the reach that remains for the first axis.
         void ReachFromLine(std::int64_t plane, std::int64_t c, CWorkPace& pace) {
             const StAxis& second = m_closing.m_second;
             unsigned* const places = Places(c);
@@ -261,7 +264,7 @@ private:
         CLowerEnvelope m_envelope;
     };
 
-    /// The places of a line of a plane, which is counted from the first one beside the image.
+    /// The places of a line of a plane. Lines are counted from the first one outside the image.
     [[nodiscard]] std::uint16_t* Row(std::int64_t plane, std::int64_t line) const {
         return m_planes.get() + (plane * m_second.extent + line) * m_third.extent;
     }
@@ -276,7 +279,7 @@ private:
         return isDone;
     }
 
-    /// Calls `forward` for all planes, then `turn()`, then `backward` for all planes from the last on.
+    /// Calls `forward` for all planes, then `turn()`, then `backward` for all planes in reverse order.
     template <class Forward, class Turn, class Backward>
     void SweepPlanes(CWorkPace& pace, const Forward& forward, const Turn& turn,
                      const Backward& backward) const {

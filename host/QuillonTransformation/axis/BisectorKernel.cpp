@@ -13,8 +13,8 @@
 #include <span>
 #include <vector>
 
-// A projection is asked for by seven pixels. It is found when the first of them asks, and kept as long as its
-// plane can be asked for: a window of three planes goes through a slab, row by row with the mask.
+// Up to seven pixels use the same projection. It is computed on first use and kept as long as its plane can
+// be needed: a window of three planes moves through a slab, row by row with the mask.
 
 namespace ORVEN {
 
@@ -22,10 +22,11 @@ namespace {
 
 const char* const c_function = "ComputeBisector";
 
-/// Planes that a thread goes through in one piece. Each piece finds the projections of two more.
+/// Number of planes that a thread processes in one piece. Each piece computes the projections of two more
+/// planes.
 constexpr std::int64_t c_slabDepth = 16;
 
-/// From here on the work of a single extended projection is worth a question.
+/// From this number of points on, a single extended projection checks for cancellation.
 constexpr std::size_t c_manyPoints = 64;
 
 /// A vector to a nearest background pixel.
@@ -35,7 +36,8 @@ struct StSite {
     std::int16_t z;
 };
 
-/// Sites in blocks, which stay where they are when more come: those of a large plane are never copied.
+/// Sites in blocks that are not moved when the store grows, so that the sites of a large plane are never
+/// copied.
 class CSiteStore {
 public:
     void Clear() {
@@ -44,7 +46,7 @@ public:
         m_size = 0;
     }
 
-    /// Keeps the sites side by side. Returns their place.
+    /// Stores the sites contiguously and returns their position.
     std::uint32_t Keep(std::span<const StSite> sites) {
         if (sites.size() > m_size - m_used)
             NextBlock(sites.size());
@@ -74,7 +76,7 @@ private:
             block.size = std::max(least, c_blockSize);
             block.sites = std::make_unique_for_overwrite<StSite[]>(block.size);
         }
-        // A list that is longer than a usual block has one to itself, so that places stay unambiguous.
+        // A list longer than a normal block gets a block of its own, so that positions remain unambiguous.
         m_size = std::max(least, c_blockSize);
         m_used = 0;
     }
@@ -85,7 +87,7 @@ private:
     std::size_t m_size = 0;
 };
 
-/// The projections of the pixels of one plane that have been asked for.
+/// The projections computed so far for the pixels of one plane.
 class CPlaneProjections {
 public:
     CPlaneProjections(const CSquaredDistanceView& distance, const CNearestSites& sites)
@@ -94,7 +96,7 @@ public:
         , m_entryCount(distance.nx * distance.ny)
         , m_entries(std::make_unique_for_overwrite<StEntry[]>(static_cast<std::size_t>(m_entryCount))) {}
 
-    /// False if cancelled.
+    /// Returns false if cancelled.
     bool MoveTo(std::int64_t z, CWorkPace& pace) {
         m_z = z;
         m_found.Clear();
@@ -103,7 +105,7 @@ public:
         });
     }
 
-    /// The projection of an object pixel. Incomplete once the pace is cancelled.
+    /// Returns the projection of an object pixel, which is incomplete once the pace is cancelled.
     std::span<const StSite> Of(std::int64_t x, std::int64_t y, CWorkPace& pace) {
         StEntry& entry = m_entries[static_cast<std::size_t>(y * m_nx + x)];
         if (entry.count == 0)
@@ -116,7 +118,7 @@ public:
 private:
     struct StEntry {
         std::uint32_t begin;
-        std::uint32_t count; ///< 0 as long as nobody has asked
+        std::uint32_t count; ///< 0 until it is computed
     };
 
     StEntry Find(std::int64_t x, std::int64_t y, CWorkPace& pace) {
@@ -155,7 +157,7 @@ public:
 
     [[nodiscard]] std::size_t Size() const { return m_points.size(); }
 
-    /// The greatest angle between two of them. Wrong if cancelled.
+    /// Returns the largest angle between two of the points; undefined if cancelled.
     [[nodiscard]] float GreatestAngle(CWorkPace& pace) const {
         double leastCosine = 1.0;
         double leastSquare = 1.0; // with the sign of the cosine
@@ -170,7 +172,8 @@ public:
                     return c_pi;
                 const auto wide = static_cast<double>(product);
                 const auto wideDot = static_cast<double>(dot);
-                // Squares tell most pairs off without a root; the margin is wider than their rounding.
+                // Comparing squares rejects most pairs without a root; the margin exceeds their rounding
+                // errors.
                 if (wideDot * std::fabs(wideDot) >= (leastSquare + c_margin) * wide)
                     continue;
                 leastCosine = std::min(leastCosine, wideDot / std::sqrt(wide));
@@ -196,7 +199,7 @@ private:
     std::vector<StPoint> m_points;
 };
 
-/// One call: what is the same for all slabs.
+/// The parameters of a call that are the same for all slabs.
 struct StTask {
     const CSquaredDistanceView& distance;
     const CImageView<const unsigned char>& mask;
@@ -228,7 +231,7 @@ public:
     }
 
 private:
-    /// To project a pixel, and for each point of its extended projection.
+    /// Units of work for projecting a pixel, and for each point of its extended projection.
     static constexpr std::int64_t c_unitsPerPixel = 128;
     static constexpr std::int64_t c_unitsPerPoint = 16;
 

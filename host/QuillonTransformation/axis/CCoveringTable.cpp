@@ -14,11 +14,12 @@ namespace ORVEN {
 
 namespace {
 
-/// Tables up to here are kept, and made for the next power of two, so that similar images find theirs. With
-/// what is built in that is 42 MB at most.
+/// Tables up to this distance are kept, and are built for the next power of two, so that similar images share
+/// them. With the built-in list, such a table takes at most 42 MB.
 constexpr std::int32_t c_greatestKeptDistance = 128 * 128;
 
-/// The list of the file where it suffices for the image or reaches farther than the built-in one.
+/// Returns the list in the file if it suffices for the image or reaches at least as far as the built-in one,
+/// else the built-in one.
 StMedialAxisNeighborhood NeighborhoodFor(const std::string& path, std::int32_t greatestDistance) {
     const StMedialAxisNeighborhood& builtIn = BuiltInMedialAxisNeighborhood();
     if (path.empty())
@@ -28,7 +29,7 @@ StMedialAxisNeighborhood NeighborhoodFor(const std::string& path, std::int32_t g
     return suffices || fromFile.reach >= builtIn.reach ? fromFile : builtIn;
 }
 
-/// max{|u|^2 + 2 u v : |u|^2 < R} for each of some vectors v, while R grows.
+/// max{|u|^2 + 2 u v : |u|^2 < R} for each of several vectors v, updated as R grows.
 class CRunningMaxima {
 public:
     explicit CRunningMaxima(std::span<const StSortedVector> vectors)
@@ -43,7 +44,7 @@ public:
         }
     }
 
-    /// Of all images of u the sorted one is the farthest from -v.
+    /// Of all images of u, the sorted one is the farthest from -v.
     void Include(const StSortedVector& u) {
         const std::int32_t length = u.SquaredLength();
         for (std::size_t i = 0; i < m_values.size(); ++i) {
@@ -126,7 +127,8 @@ CCoveringTable::ForImage(const std::string& path, std::int32_t greatestDistance,
             kept->Neighborhood().generators == neighborhood.generators)
             return kept;
     }
-    // Threads that want a table at the same time each build one: nobody waits, deaf to a cancellation.
+    // Threads that need a table at the same time each build their own. A thread that waited for another would
+    // not react to a cancellation.
     const bool isKept = greatestDistance <= c_greatestKeptDistance;
     const auto roundedUp =
         static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(greatestDistance)));

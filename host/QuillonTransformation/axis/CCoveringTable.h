@@ -31,9 +31,9 @@ public:
     static constexpr std::uint16_t c_never = 0xFFFF;
 
     /// Returns the table for an image with the given largest squared distance. It is based on the file at
-    /// `path`, or on the built-in neighbourhood if the path is empty or the file does not reach further.
-    /// Raises as `ReadMedialAxisNeighborhood`. Tables of moderate size are kept for the next image. Returns
-    /// null if cancelled.
+    /// `path`, or on the built-in neighbourhood if the path is empty, or if the reach of the file is shorter
+    /// than both the image needs and the built-in one provides. Raises as `ReadMedialAxisNeighborhood`.
+    /// Tables of moderate size are kept for the next image. Returns null if cancelled.
     static std::shared_ptr<const CCoveringTable> ForImage(const std::string& path,
                                                           std::int32_t greatestDistance, CWorkPace& pace);
 

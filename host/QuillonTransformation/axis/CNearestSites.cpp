@@ -23,7 +23,8 @@ std::shared_ptr<const CSphereVectors> SpheresForImage(const std::string& path, s
         if (kept != nullptr && kept->Reach() >= reach)
             return kept;
     }
-    // Threads that want vectors at the same time each compute them: nobody waits, deaf to a cancellation.
+    // Threads that need vectors at the same time each compute their own. A thread that waited for another
+    // would not react to a cancellation.
     const auto roundedUp = static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(reach)));
     auto found = CSphereVectors::Find(roundedUp, pace);
     if (!found)

@@ -9,7 +9,7 @@ namespace ORVEN {
 
 namespace {
 
-/// By descending a, then b. False if cancelled.
+/// Ordered by descending a, then b. Returns false if cancelled.
 template <class Body>
 bool ForEachSortedVector(std::int32_t reach, CWorkPace& pace, const Body& body) {
     const auto root = static_cast<std::int32_t>(std::sqrt(static_cast<double>(reach)));
@@ -43,7 +43,7 @@ std::optional<CSphereVectors> CSphereVectors::Find(std::int32_t reach, CWorkPace
 
 bool CSphereVectors::Fill(std::int32_t reach, CWorkPace& pace) {
     m_starts.assign(static_cast<std::size_t>(reach) + 2, 0);
-    // A counting sort, with the counts one place ahead so that they end up as the starts.
+    // A counting sort, with the counts shifted by one so that they become the starts.
     const bool areCounted = ForEachSortedVector(reach, pace, [this](const StSortedVector& vector) {
         ++m_starts[static_cast<std::size_t>(vector.SquaredLength()) + 1];
     });

@@ -9,7 +9,7 @@ namespace ORVEN {
 
 namespace {
 
-/// The place of a sorted vector among all, by a, then b, then c.
+/// The index of a sorted vector among all, ordered by a, then b, then c.
 std::size_t PlaceOf(std::int64_t a, std::int64_t b, std::int64_t c) {
     return static_cast<std::size_t>(a * (a + 1) * (a + 2) / 6 + b * (b + 1) / 2 + c);
 }
@@ -27,18 +27,19 @@ std::int32_t RootOf(std::int32_t square) {
     return root;
 }
 
-/// The balls around a point, {|u|^2 < R}, growing with R, and the squared distance D of each vector in it to
-/// the outside. One vector stands for its 48 images.
+/// The balls around a point, {|u|^2 < R}, growing with R, and for each vector in the ball the squared
+/// distance D to the outside. Each sorted vector represents its 48 images.
 class CGrowingBall {
 public:
     explicit CGrowingBall(const CSphereVectors& spheres)
         : m_spheres(spheres)
-        // Neighbours of a vector are looked up a vector of the same length away.
+        // The search looks up vectors displaced by up to the vector's own length.
         , m_cells(PlaceOf(2 * RootOf(spheres.Reach()) + 2, 0, 0))
         , m_waiting(static_cast<std::size_t>(spheres.Reach()) + 1) {}
 
-    /// Goes on from the sphere of squared radius `previous` to the next one, R: takes in the vectors on the
-    /// former. Returns the places in `spheres.All()` of the vectors whose distance has changed, ascending.
+    /// Grows the ball from squared radius `previous` to the next one, R, by adding the vectors of squared
+    /// length `previous`. Returns the indices in `spheres.All()` of the vectors whose distance has changed,
+    /// ascending.
     std::vector<std::uint32_t> Grow(std::int32_t previous, std::int32_t next) {
         auto& changed = m_waiting[static_cast<std::size_t>(previous)];
         const std::uint32_t begin = m_spheres.Starts()[static_cast<std::size_t>(previous)];
@@ -62,16 +63,17 @@ public:
 private:
     struct StCell {
         std::int32_t distance = 0;
-        std::int32_t farthest = 0; ///< the squared length reached by going `distance` from here
+        std::int32_t farthest =
+            0; ///< the largest squared length reached by a step of squared length `distance` from here
     };
 
-    /// Raises D until that way leads out of the ball.
+    /// Increases D until a step of that length leads out of the ball.
     std::int32_t Advance(const StSortedVector& from, std::int32_t radius) {
         StCell& cell = m_cells[PlaceOf(from)];
         const std::int32_t length = from.SquaredLength();
         while (cell.farthest < radius) {
             ++cell.distance;
-            // Of all images of a step the sorted one leads farthest.
+            // Of all images of a step, the sorted one leads farthest.
             for (const StSortedVector& step : m_spheres.OfLength(cell.distance))
                 cell.farthest = std::max(cell.farthest, length + cell.distance + 2 * Dot(from, step));
         }
@@ -83,7 +85,7 @@ private:
     std::vector<std::vector<std::uint32_t>> m_waiting; ///< vectors by `farthest`
 };
 
-/// The list so far, with what the test of a pixel needs.
+/// The list found so far, with the data that the test of a pixel needs.
 class CNeighborhoodSearch {
 public:
     explicit CNeighborhoodSearch(const CSphereVectors& spheres)
@@ -91,7 +93,7 @@ public:
         , m_ball(spheres)
         , m_lastCover(spheres.All().size(), 0) {}
 
-    /// Makes the list complete for the next ball.
+    /// Completes the list for the next ball.
     void Grow(std::int32_t previous, std::int32_t next) {
         for (const std::uint32_t vector : m_ball.Grow(previous, next)) {
             if (m_spheres.All()[vector].a != 0 && !IsCovered(vector))
@@ -140,7 +142,7 @@ private:
         m_reachOf.push_back(ReachOf(added));
     }
 
-    /// By squared radius R: the greatest squared distance from v to a point of the ball {|u|^2 < R}.
+    /// Indexed by squared radius R: the largest squared distance from v to a point of the ball {|u|^2 < R}.
     [[nodiscard]] std::vector<std::int32_t> ReachOf(const StSortedVector& v) const {
         std::vector<std::int32_t> reach(static_cast<std::size_t>(m_spheres.Reach()) + 1, 0);
         std::int32_t greatest = 0;
@@ -154,7 +156,7 @@ private:
 
     const CSphereVectors& m_spheres;
     CGrowingBall m_ball;
-    std::vector<std::uint32_t> m_lastCover; ///< place of the generator, by vector
+    std::vector<std::uint32_t> m_lastCover; ///< index of the generator, by vector
     std::vector<StMedialAxisGenerator> m_generators;
     std::vector<std::vector<std::array<std::int16_t, 3>>> m_imagesOf; ///< by generator
     std::vector<std::vector<std::int32_t>> m_reachOf;                 ///< by generator and squared radius

@@ -27,9 +27,9 @@ constexpr std::size_t c_headerSize = 40;
 constexpr std::size_t c_checkedHeaderSize = 36;
 constexpr std::size_t c_generatorSize = 16;
 constexpr std::size_t c_vectorSize = 6;
-// All sorted vectors up to a reach of 1024^2 are half of this.
+// The file of all sorted vectors up to a reach of 1024^2 is half as large.
 constexpr std::uintmax_t c_greatestFileSize = 1 << 30;
-// Enough for a reach of 1024^2, and what is made of it stays within memory.
+// Enough for a reach of 1024^2; the tables built from that many generators still fit into memory.
 constexpr std::uint32_t c_greatestGeneratorCount = 1 << 16;
 
 std::uint32_t Crc32(std::string_view bytes) {
@@ -47,7 +47,7 @@ void Append(std::string& bytes, const StSortedVector& vector) {
         Append(bytes, static_cast<std::uint16_t>(component));
 }
 
-/// Numbers one after the other; whoever reads has made sure that there are enough.
+/// Reads consecutive numbers. The caller must ensure that there are enough.
 class CNumberReader {
 public:
     explicit CNumberReader(std::string_view bytes)
@@ -79,7 +79,7 @@ bool IsSorted(const StSortedVector& vector) {
     return vector.a >= vector.b && vector.b >= vector.c && vector.c >= 0;
 }
 
-/// How many sorted vectors there are up to a squared length.
+/// Returns the number of sorted vectors up to a squared length.
 std::uint64_t CountVectors(std::int64_t reach) {
     std::uint64_t count = 0;
     for (std::int64_t a = 0; a * a <= reach; ++a) {
@@ -91,7 +91,7 @@ std::uint64_t CountVectors(std::int64_t reach) {
     return count;
 }
 
-/// The header of a file and the bytes behind it.
+/// The header of a file and the bytes that follow it.
 class CTableFile {
 public:
     explicit CTableFile(const std::string& path)
@@ -116,7 +116,7 @@ public:
             const auto leastDistance = reader.Next<std::uint32_t>();
             const auto foundAt = reader.Next<std::uint32_t>();
             Require(IsSorted(vector) && vector.a > 0 && unused == 0, "a record is no sorted vector");
-            // A generator is a vector in the ball that needs it; the list is ordered by those.
+            // A generator is a vector in the ball that needs it, and the list is ordered by these balls.
             Require(foundAt >= foundBefore && foundAt <= m_reach &&
                         std::cmp_less(SquaredLength(vector), foundAt) && leastDistance <= foundAt,
                     "a record is out of range");
@@ -131,7 +131,7 @@ public:
         const std::size_t startCount = std::size_t{m_reach} + 2;
         Require(Payload().size() == startCount * sizeof(std::uint32_t) + m_recordCount * c_vectorSize,
                 "its sizes do not agree");
-        // As many as there are, each at its place: then none is missing.
+        // The number of records is correct and each is at its place, so none is missing.
         Require(m_recordCount == CountVectors(m_reach), "it is not complete");
         CNumberReader reader(Payload());
         std::vector<std::uint32_t> starts(startCount);
@@ -150,7 +150,7 @@ public:
 private:
     void Load() {
         std::error_code error;
-        // A pipe would be waited for.
+        // Reading a pipe would block.
         Require(std::filesystem::is_regular_file(m_path, error), "it cannot be read");
         const auto size = std::filesystem::file_size(m_path, error);
         std::ifstream file(m_path, std::ios::binary);

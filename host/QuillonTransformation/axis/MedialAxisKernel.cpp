@@ -15,11 +15,11 @@
 #include <memory>
 #include <vector>
 
-// Nearly every pixel lies in the ball of one of its 26 neighbours, which is found out row by row, without a
-// branch. What is left is the axis and a few more. With w leading from such a pixel to its nearest background
-// pixel, a ball around x + v that contains the one of x must not reach x + w either: |w - v|^2 > M, which is
-// -2 w v >= the excess of the table. The sorted images of w and v tell for all 48 images of v at once whether
-// one can be so, and that leaves a small share of the list.
+// Nearly every pixel lies in the ball of one of its 26 neighbours. This is tested row by row, without
+// branches; only the axis and a few other pixels remain. If w leads from such a pixel x to its nearest
+// background pixel, a ball around x + v that contains the ball of x must not reach x + w either: |w - v|^2 >
+// M, that is, -2 w v >= the excess in the table. The sorted images of w and v show for all 48 images of v at
+// once whether any can satisfy this, which leaves a small part of the list.
 
 namespace ORVEN {
 
@@ -27,7 +27,7 @@ namespace {
 
 const char* const c_function = "MarkMedialAxis";
 
-/// One call: what is the same for all planes.
+/// The parameters of a call that are the same for all planes.
 struct StTask {
     const CSquaredDistanceView& distance;
     const CImageView<unsigned char>& output;
@@ -37,8 +37,8 @@ struct StTask {
     std::int64_t leastDistance;
 };
 
-/// A vector w to a nearest background pixel, as its sorted image and the way there: component k of the sorted
-/// image of -w is found along axis `axes[k]`, with the sign `signs[k]`.
+/// A vector w to a nearest background pixel, stored as its sorted image and the mapping to it: component k of
+/// the sorted image of -w belongs to axis `axes[k]`, with the sign `signs[k]`.
 struct StDirection {
     std::array<std::int16_t, 3> lengths{};
     std::array<std::size_t, 3> axes{0, 1, 2};
@@ -55,8 +55,8 @@ struct StDirection {
         }
     }
 
-    /// Calls `body(x, y, z)` for the images v of a vector with -2 w v >= excess, until a call answers false.
-    /// Returns whether none did.
+    /// Calls `body(x, y, z)` for the images v of a vector with -2 w v >= excess, until a call returns false.
+    /// Returns true if no call did.
     template <class Body>
     bool ForEachOpposite(const StSortedVector& vector, std::int32_t excess, const Body& body) const {
         return ForEachArrangement(vector, [&](std::int32_t a, std::int32_t b, std::int32_t c) {
@@ -67,7 +67,8 @@ struct StDirection {
     }
 
 private:
-    /// Turns components from the k-th on round as long as the product has that much to spare.
+    /// Tries both signs of the components from the k-th on, as long as the product exceeds the limit by
+    /// enough.
     template <std::size_t k, class Body>
     [[nodiscard]] bool ForEachSign(const std::array<std::int32_t, 3>& v, std::int32_t spare,
                                    std::array<std::int32_t, 3> image, const Body& body) const {
@@ -110,7 +111,7 @@ public:
 
 private:
     static constexpr std::int64_t c_unitsPerPixel = 4;
-    /// For a vector whose images are all looked at.
+    /// Units of work for a vector whose images are all tested.
     static constexpr std::int64_t c_unitsPerFarVector = 64;
 
     void MarkRow(std::int64_t y, std::int64_t z, CWorkPace& pace) {
@@ -153,7 +154,7 @@ private:
                 {m_limits[0].data(), m_limits[1].data(), m_limits[2].data()}};
     }
 
-    /// The same for any pixel, also at the end of a row.
+    /// The same for a single pixel, which can be at the end of a row.
     [[nodiscard]] bool IsCoveredByNearest(std::int64_t x, std::int64_t y, std::int64_t z) const {
         const std::int32_t distance = m_task.distance.At(x, y, z);
         for (std::size_t stepCount = 1; stepCount <= c_nearVectors.size(); ++stepCount) {

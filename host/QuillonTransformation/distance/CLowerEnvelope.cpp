@@ -16,7 +16,7 @@ void CLowerEnvelope::AddSite(std::int64_t place, double value, double w) {
     const auto isBetter = [&](const StSite& site, std::int64_t x) {
         return valueAt(value, x - place) < valueAt(site.value, x - site.place);
     };
-    // Two seeds share what lies between them, and neither hides the other.
+    // Two seeds divide the interval between them, and neither hides the other.
     if (value == 0.0 && w > 0.0 && m_siteCount > 0 && m_sites[m_siteCount - 1].value == 0.0) {
         const std::int64_t middle = (place + m_sites[m_siteCount - 1].place) >> 1;
         if (middle + 1 < m_length)
@@ -29,9 +29,9 @@ void CLowerEnvelope::AddSite(std::int64_t place, double value, double w) {
         m_sites[m_siteCount++] = {value, place, 0};
         return;
     }
-    // The two are equal at (place + top.place + difference) / 2. The whole part is taken before the places
-    // are added, so that no rounding can take whole numbers across one. Further out than the line is long in
-    // either direction it makes no difference where.
+    // The two are equal at (place + top.place + difference) / 2. The integer part is taken before the places
+    // are added, so that rounding cannot move a whole number across an integer. Beyond the length of the line
+    // in either direction, the exact position does not matter.
     const StSite& top = m_sites[m_siteCount - 1];
     const auto reach = static_cast<double>(2 * m_length + 2);
     const double difference = (value - top.value) / (w * static_cast<double>(place - top.place));
@@ -39,7 +39,7 @@ void CLowerEnvelope::AddSite(std::int64_t place, double value, double w) {
         return;
     const auto shift = static_cast<std::int64_t>(std::floor(std::max(difference, -reach)));
     std::int64_t firstRuled = std::max(((shift + place + top.place) >> 1) + 1, top.firstRuled);
-    // For other numbers the values decide, as they are when rounded.
+    // For other numbers, the values decide, as rounded.
     if (firstRuled > top.firstRuled && isBetter(top, firstRuled - 1))
         --firstRuled;
     else if (!isBetter(top, firstRuled))

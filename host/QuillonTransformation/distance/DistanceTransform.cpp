@@ -16,16 +16,16 @@
 #include <type_traits>
 #include <vector>
 
-// One axis after the other, x first, in place in the map. The rows of a plane are measured straight from the
-// binary image and then transformed along y while they are in the cache, a plane at a time; the lines along z
-// follow. Along y and z the work is done for 32 neighbouring lines at once, of which each pixel row is two
+// One axis after the other, x first, in place in the map. The rows of a plane are measured directly from the
+// binary image and then transformed along y while they are in the cache, one plane at a time; the lines along
+// z follow. Along y and z, 32 neighbouring lines are processed at once; each of their pixel rows takes two
 // cache lines of the map.
 //
 // There are two ways to transform such a group of lines. Where no result is farther than 127 pixels from a
-// seed, all of it is done by trying the neighbours one after the other, in 16-bit integers as long as pixels
-// have length 1 and in doubles otherwise. Elsewhere each line goes through the lower envelope, whose time
-// does not depend on the distances. Both find the least of the same doubles, or of whole numbers that are
-// exact in either, so that the map does not tell which was taken.
+// seed, the whole group is transformed by trying the neighbours one after the other, in 16-bit integers as
+// long as pixels have length 1, and in doubles otherwise. Elsewhere each line is transformed with the lower
+// envelope, whose time does not depend on the distances. Both compute the minimum of the same doubles, or of
+// whole numbers that are exact in either representation, so the result is the same whichever is used.
 
 namespace ORVEN {
 
@@ -33,7 +33,7 @@ namespace {
 
 constexpr std::int64_t c_lanes = c_shortLanes;
 
-/// What is left to do when squared distances are there. Returns the extrema of a map of floats.
+/// Performs the steps that follow the squared distances. Returns the extrema of a float map.
 class CFinisher {
 public:
     explicit CFinisher(const StDistanceTransform& transform)
@@ -49,7 +49,7 @@ public:
             const float product = row[x] == c_noSeed<float> ? 0.0F : factor * row[x];
             const float squared = product <= largest ? product : largest;
             row[x] = m_isSquared ? squared : std::sqrt(squared);
-            // Floats that are not negative have the order of their bits.
+            // Non-negative floats have the same order as their bits.
             const auto bits = std::bit_cast<std::int32_t>(row[x]);
             minimum = std::min(minimum, bits);
             maximum = std::max(maximum, bits);
@@ -81,7 +81,7 @@ private:
     std::int32_t m_maximum = 0;
 };
 
-/// One call: the images, and what is to be done.
+/// The images and parameters of a call.
 template <class T>
 struct StTask {
     StTask(const StDistanceTransform& what, const IImage& binaryImage, IImage& mapImage)
@@ -94,13 +94,13 @@ struct StTask {
         transform.factor = StoredWeight<T>(transform.factor);
     }
 
-    /// Whether what the axes before this one have left are whole numbers.
+    /// Whether the results of the previous axes are whole numbers.
     [[nodiscard]] bool HoldsWholeNumbers(int axis) const {
         return std::all_of(transform.weights.begin(), transform.weights.begin() + axis,
                            [](double weight) { return weight == std::round(weight); });
     }
 
-    /// Calls `write` with what is to be done to each row that it has written, if this is the last axis.
+    /// Calls `write` with the function to apply to each row that it has written, if this is the last axis.
     template <class Write>
     void FinishIfLast(int axis, const Write& write) {
         if (axis + 1 < dimension)
@@ -116,13 +116,13 @@ struct StTask {
     CImageView<const unsigned char> binary;
     CImageView<T> map;
     int dimension;
-    StDistanceRange range{std::numeric_limits<float>::max(), 0.0F}; ///< of what is finished
+    StDistanceRange range{std::numeric_limits<float>::max(), 0.0F}; ///< of the finished pixels
 
 private:
     std::mutex m_rangeGuard;
 };
 
-/// Does the rows along x.
+/// Processes the rows along x.
 template <class T>
 class CRowTransformer {
 public:
@@ -158,7 +158,7 @@ private:
     CLowerEnvelope m_envelope;
 };
 
-/// Does the lines along y or z.
+/// Processes the lines along y or z.
 template <class T>
 class CLineTransformer {
 public:
@@ -186,7 +186,7 @@ public:
     }
 
 private:
-    /// To move a row of a group of lines into scratch memory or back.
+    /// Units of work for moving a row of a group of lines into scratch memory or back.
     static constexpr std::int64_t c_unitsPerMove = 3 * c_lanes;
     static constexpr std::int64_t c_unitsPerEnvelopePlace = 16;
 

@@ -22,15 +22,15 @@
 
 namespace ORVEN {
 
-// A pixel that is not queued was taken out of a queue before, so that its distance is not above the present
-// one. What is queued again therefore goes into the queue of the present distance and into no other: the
-// queues that begin filled are slices of one array and never grow, and one more serves all distances.
+// A pixel that is not queued has been taken out of a queue before, so its distance does not exceed the
+// current one. Pixels are therefore always queued again at the current distance. The initial queues are
+// slices of one array and never grow, and a single extra queue serves all distances.
 
 namespace {
 
 const char* const g_site = "CSkeletonCouprierZour::EuclideanSkeleton";
 
-/// To enter a pixel into a set of pixels or look for it there.
+/// Units of work for adding a pixel to a set of pixels or looking it up there.
 constexpr std::int64_t c_unitsPerPixel = 8;
 
 struct StImages {
@@ -39,8 +39,8 @@ struct StImages {
     CImageView<const unsigned char> anchors;
 };
 
-/// Calls `body(place, squaredDistance, isAnchor)` for the pixels of the object in raster order. Returns false
-/// if the run was cancelled.
+/// Calls `body(place, squaredDistance, isAnchor)` for the object pixels in raster order. Returns false if the
+/// run was cancelled.
 template <class Body>
 bool ForEachObjectPixel(const StImages& images, const CFramedBits& frame, IProgress& progress,
                         const Body& body) {
@@ -81,11 +81,12 @@ std::uint32_t InRasterOrder(std::uint32_t block) {
            std::uint32_t{transposed[block >> 18]} << 18;
 }
 
-/// The places of the pixels that may fall: by squared distance, in raster order within each.
+/// The places of the pixels that may be removed: ordered by squared distance, and in raster order within
+/// each.
 template <class Place>
 class CQueues {
 public:
-    /// Begins with room for so many pixels of each distance.
+    /// Reserves space for the given number of pixels of each distance.
     explicit CQueues(std::vector<std::size_t> counts)
         : m_ends(std::move(counts)) {
         std::size_t total = 0;
@@ -99,7 +100,7 @@ public:
         m_places[m_ends[squaredDistance]++] = static_cast<Place>(place);
     }
 
-    /// What has been appended; nothing is missing by then.
+    /// The places appended for a distance. Call it only after all have been appended.
     [[nodiscard]] std::span<const Place> OfDistance(std::size_t squaredDistance) const {
         const std::size_t begin = squaredDistance > 0 ? m_ends[squaredDistance - 1] : 0;
         return {m_places.get() + begin, m_ends[squaredDistance] - begin};
@@ -109,16 +110,16 @@ public:
     [[nodiscard]] std::size_t PixelCount() const { return m_total; }
 
 private:
-    std::vector<std::size_t> m_ends; // of what has been appended
+    std::vector<std::size_t> m_ends; // of the places appended so far
     std::unique_ptr<Place[]> m_places;
     std::size_t m_total = 0;
 };
 
-/// Empties the queues.
+/// Processes the queues.
 template <class Place, class Neighborhood>
 class CThinning {
 public:
-    /// `none` is a set without pixels. The run is told as `stepCount` steps.
+    /// `none` is an empty set of pixels. The run is reported as `stepCount` steps of progress.
     CThinning(CFramedBits& object, CFramedBits none, std::int64_t stepCount, IProgress& progress)
         : m_object(object)
         , m_standing(std::move(none))
@@ -187,14 +188,15 @@ private:
         m_told = step;
     }
 
-    /// How far memory is asked for ahead of the test: pixels of a distance lie scattered all over the image.
+    /// How many tests ahead memory is prefetched: pixels of equal distance are scattered over the whole
+    /// image.
     static constexpr std::size_t c_testsAhead = 16;
-    /// How many pixels are tested between two looks at the progress.
+    /// Number of pixels tested between two updates of the progress.
     static constexpr std::uint64_t c_testsALook = 1 << 13;
 
     const CSimplePoints<Neighborhood>& m_isSimple = CSimplePoints<Neighborhood>::Obj();
     CFramedBits& m_object;
-    CFramedBits m_standing; // pixels of the object that were tested, are no anchors, and are not queued
+    CFramedBits m_standing; // object pixels that were tested, are not anchors, and are not queued
     std::vector<Place> m_again;
     std::array<Place, 27> m_offsets{}; // modulo the range of the type
     std::uint64_t m_tests = 0;
@@ -204,7 +206,7 @@ private:
     IProgress& m_progress;
 };
 
-/// Takes all pixels out of the object that fall. Returns false if the run was cancelled.
+/// Removes pixels from the object until none is left to remove. Returns false if the run was cancelled.
 template <class Place, class Neighborhood>
 bool Thin(const StImages& images, CFramedBits& object, IProgress& progress) {
     std::vector<std::size_t> counts(static_cast<std::size_t>(images.squaredDistance.Greatest()) + 1);
@@ -225,7 +227,7 @@ bool Thin(const StImages& images, CFramedBits& object, IProgress& progress) {
     return CThinning<Place, Neighborhood>(object, std::move(none), images.input.nz, progress).Run(queues);
 }
 
-/// Calls `thin` for the neighbourhood of that id.
+/// Calls `thin` for the neighbourhood with the given id.
 template <class Thin>
 bool WithNeighborhood(const std::string& id, const Thin& thin) {
     if (id == CNeighborhood3dDiffN6::id)

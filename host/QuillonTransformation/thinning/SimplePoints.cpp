@@ -12,7 +12,7 @@ constexpr std::uint32_t Bit(std::int64_t dx, std::int64_t dy, std::int64_t dz) {
     return std::uint32_t{1} << BlockBit(dx, dy, dz);
 }
 
-/// The neighbours of a block's pixel.
+/// The neighbours of the centre pixel of a block.
 template <class Neighborhood>
 consteval std::uint32_t AllOf() {
     std::uint32_t block = 0;
@@ -26,7 +26,7 @@ constexpr std::uint32_t g_corners = Bit(-1, -1, -1) | Bit(1, -1, -1) | Bit(-1, 1
                                     Bit(-1, -1, 1) | Bit(1, -1, 1) | Bit(-1, 1, 1) | Bit(1, 1, 1);
 constexpr std::uint32_t g_atMostTwoSteps = AllOf<CNeighborhood3dDiffN26>() & ~g_corners;
 
-/// The pixels of a block, and those beside them along an axis.
+/// The pixels of a block together with their neighbours along the axes.
 constexpr std::uint32_t GrownByN6(std::uint32_t block) {
     constexpr std::uint32_t notFirstY = 0b110110110110110110110110110;
     constexpr std::uint32_t notLastY = notFirstY >> 1;
@@ -36,7 +36,7 @@ constexpr std::uint32_t GrownByN6(std::uint32_t block) {
            (block >> 3 & notLastX) | block << 9 | block >> 9;
 }
 
-/// The component of `whole` that `part` lies in, where `grow` adds the neighbours.
+/// The component of `whole` that contains `part`; `grow` adds the neighbours.
 template <class Grow>
 std::uint32_t Flood(std::uint32_t part, std::uint32_t whole, const Grow& grow) {
     for (;;) {
@@ -49,8 +49,8 @@ std::uint32_t Flood(std::uint32_t part, std::uint32_t whole, const Grow& grow) {
 
 constexpr std::uint32_t LowestBit(std::uint32_t bits) { return bits & (0U - bits); }
 
-/// Calls `body(index, part)` for all parts of `whole`, ascending, which is the order of the bits in a table's
-/// index.
+/// Calls `body(index, part)` for all subsets of `whole`, ascending. This is the order of the bits in the
+/// index of a table.
 template <class Body>
 void ForEachPart(std::uint32_t whole, const Body& body) {
     std::uint32_t part = 0;
@@ -61,7 +61,7 @@ void ForEachPart(std::uint32_t whole, const Body& body) {
     } while (part != 0);
 }
 
-/// The bits of `bits` that are set in `mask`, side by side.
+/// The bits of `bits` that are set in `mask`, packed together.
 std::uint32_t Packed(std::uint32_t bits, std::uint32_t mask) {
     std::uint32_t packed = 0;
     for (unsigned place = 0; mask != 0; mask &= mask - 1)
@@ -69,19 +69,20 @@ std::uint32_t Packed(std::uint32_t bits, std::uint32_t mask) {
     return packed;
 }
 
-/// Whether the face neighbours in the background are one 6-component of it and there are some.
+/// Whether there are face neighbours in the background, all in one 6-component of it.
 bool AreFacesConnected(std::uint32_t background) {
     const std::uint32_t faces = background & g_faceNeighbors;
     return faces != 0 && (faces & ~Flood(LowestBit(faces), background, GrownByN6)) == 0;
 }
 
-/// A cell at a pixel's surface, or the pixel: removing the pixel takes it away unless it has another owner.
+/// The pixel itself or a cell at its surface. Removing the pixel removes the cell unless another pixel owns
+/// it.
 struct StCell {
     std::uint32_t otherOwners;
-    std::int8_t sign; ///< of its share in the Euler number
+    std::int8_t sign; ///< of its contribution to the Euler number
 };
 
-/// The cells whose centre lies half of the offset away from the pixel's.
+/// The cells whose centre is displaced from the pixel's by `dz` / 2 along z.
 consteval std::array<StCell, 9> CellsAtHeight(int dz) {
     std::array<StCell, 9> cells{};
     std::size_t found = 0;

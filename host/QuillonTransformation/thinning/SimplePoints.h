@@ -11,12 +11,12 @@
 /// answer is exact and depends on the 26 neighbours only.
 ///
 /// Object and background use dual neighbourhoods: N26 with N6, N6 with N26, and N14_1 and N14_2 each with
-/// itself. With N26, a pixel is simple if its object neighbours form one 26-component, and those 6-components
-/// of the background among the 18 neighbours with at most two steps that touch a face neighbour are exactly
-/// one. With N6, the same holds with object and background exchanged. With N14_k, both the object and the
-/// background among the 14 neighbours form one component: the neighbours are the corners of a triangulated
-/// sphere, and the part of it that the object fills is contractible exactly if that part and the rest are
-/// both connected and not empty.
+/// itself. With N26, a pixel is simple if its object neighbours form one 26-component, and exactly one
+/// 6-component of the background among the 18 neighbours with at most two steps touches a face neighbour.
+/// With N6, the same holds with object and background exchanged. With N14_k, a pixel is simple if both the
+/// object and the background among the 14 neighbours form one component: the neighbours are the corners of a
+/// triangulated sphere, and the part of it that the object fills is contractible exactly if that part and the
+/// rest are both connected and not empty.
 ///
 /// G. Bertrand, G. Malandain, "A new characterization of three-dimensional simple points", 1994. For N14_k
 /// cf. T. Y. Kong, A. Rosenfeld, "Digital topology: introduction and survey", 1989.
@@ -59,8 +59,8 @@ private:
 
     std::bitset<1 << 18> m_isBackgroundConnected;
     // If the background is connected, the object neighbours are connected exactly if the Euler number does
-    // not change: two look-ups replace a flood fill. The tables hold twice the loss in a lower half block,
-    // and the loss in its middle plane.
+    // not change: two look-ups replace a flood fill. Each entry is the loss for a half block, with cells in
+    // the outer plane counted twice and cells in the middle plane, which both halves share, once.
     std::array<std::int8_t, 1 << 17> m_lostEulerNumber{};
 };
 
