@@ -45,8 +45,8 @@ public:
     /// the rest of the output unchanged.
     ///
     /// Raises `CException` "Image type %1 not supported." for any other input or output type, and
-    /// `CExBadParam` "Output of size %1 does not fit the input of size %2." or "Unknown thresholding method
-    /// %1.".
+    /// `CExBadParam` "Output of size %1 does not fit the input of size %2." or
+    /// "Unknown thresholding method %1.".
     void Binarize(IImage& output, const IImage& input);
 
     std::int32_t m_nWindowSize = 7; ///< half width w in pixels; negative values count as 0

@@ -63,8 +63,7 @@ public:
 private:
     struct StCell {
         std::int32_t distance = 0;
-        std::int32_t farthest =
-            0; ///< the largest squared length reached by a step of squared length `distance` from here
+        std::int32_t farthest = 0; ///< the largest squared length reached by a step of `distance`
     };
 
     /// Increases D until a step of that length leads out of the ball.
