@@ -4,8 +4,8 @@
 #include <sorblib2core/CString.h>
 #include <sorblib2core/CValueMap.h>
 
-/// "ConvexifyObjects": replaces every object of a binary or label image by its convex hull. What happens
-/// where hulls meet is told in measurement/ConvexifyLabels.h.
+/// "ConvexifyObjects": replaces every object of a binary or label image by its convex hull. See
+/// measurement/ConvexifyLabels.h for the result where hulls overlap.
 class CConvexifyObjectsPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

@@ -3,9 +3,9 @@
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CValueMap.h>
 
-/// "CylinderMask": sets the pixels outside a cylinder to 0, on request after the image is cut to the
-/// cylinder's bounding box, and leaves the cylinder on record in the image for later steps. See
-/// `CCylinderMask` for what is inside.
+/// "CylinderMask": sets the pixels outside a cylinder to 0. On request it first crops the image to the
+/// cylinder's bounding box. The cylinder is recorded in the image's header for later steps. See
+/// `CCylinderMask` for the definition of the inside.
 class CCylinderMaskPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -17,7 +17,8 @@ private:
     void MaskFocusedImage(ORVEN::CValueMap& tree);
 
     ORVEN::CValueMap* m_focusedDocument = nullptr;
-    // There are no defaults, a host sends all of them. These values only keep a run without them defined.
+    // The parameters have no defaults: a host passes all of them. These values only keep a run without them
+    // well-defined.
     char m_axis = 'Z';
     double m_s = 0.0;
     double m_t = 0.0;

@@ -6,9 +6,9 @@
 
 namespace quillon {
 
-/// "EuclideanSkeleton": thins a 3-d binary image to its medial axis, of the pixels with enough radius, and
-/// what joins them, with the topology of the object. See `CSkeletonCouprierZour`, whose stages run one by one
-/// here and can be cancelled in between.
+/// "EuclideanSkeleton": thins a 3-d binary image to the pixels of its medial axis with a sufficient radius
+/// and the pixels that connect them. The topology of the object is preserved. The stages of
+/// `CSkeletonCouprierZour` run one by one here, so that the run can be cancelled between them.
 class CEuclideanSkeletonPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

@@ -7,8 +7,8 @@
 
 namespace quillon {
 
-/// "ExactBisector": the angle under which each object pixel of a 3-d binary image sees its nearest
-/// background, as a float image. See `CExactBisector`.
+/// "ExactBisector": computes the angle under which each object pixel of a 3-d binary image sees its nearest
+/// background pixels, as a float image. See `CExactBisector`.
 class CExactBisectorPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -20,7 +20,7 @@ public:
 
 private:
     ORVEN::CValueMap* m_focusedDocument = nullptr;
-    std::int32_t m_minRadius = 0; // pixels; told in the history, and that is all
+    std::int32_t m_minRadius = 0; // pixels; only reported in the history
     float m_minAngle = 0.0F;      // radians
 };
 

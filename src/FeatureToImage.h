@@ -2,8 +2,8 @@
 
 #include <sorblib2core/CPluginBase.h>
 
-/// "FeatureToImage": makes an image of a measurement that stands in the header of the image in focus, to look
-/// features up in by label or grey value. With more than one measurement a person picks one in a dialog.
+/// "FeatureToImage": makes an image from a measurement in the header of the image in focus, for looking up
+/// features by label or grey value. If there are several measurements, the user picks one in a dialog.
 class CFeatureMapToFeatureImagePlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

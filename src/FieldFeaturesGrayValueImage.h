@@ -4,8 +4,8 @@
 
 namespace quillon {
 
-/// "FieldFeaturesGrayValueImage": measures the structure of the pixels brighter than a threshold, for every
-/// threshold, and leaves the features in the header of the image. See `CFieldFeatures` for what they are.
+/// "FieldFeaturesGrayValueImage": for every threshold, measures the structure of the pixels brighter than it,
+/// and stores the features in the header of the image. See `CFieldFeatures` for the features.
 class CFieldFeaturesGrayValueImagePlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

@@ -5,7 +5,7 @@
 
 namespace quillon {
 
-/// "GaussFilter": smooths a grey volume into a float image. See `CYoungVanVliet` for the filter.
+/// "GaussFilter": smooths a 3-d grey image into a float image. See `CYoungVanVliet` for the filter.
 class CGaussFilterPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

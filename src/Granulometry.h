@@ -7,12 +7,12 @@
 
 namespace quillon {
 
-/// Where a granulometry lies among the attributes of an image: a map with the numbers of pixels by diameter
-/// below "data".
+/// The key of a granulometry among the attributes of an image. It names a map whose entry "data" holds the
+/// number of pixels for each diameter.
 std::string GranulometryKey();
 
-/// "Granulometry": measures how much of a binary structure is covered by balls of each diameter. Leaves the
-/// sizes in the header of the image, or in that of a new image that shows them pixel by pixel. See
+/// "Granulometry": measures how much of a binary structure is covered by balls of each diameter. The sizes
+/// are stored in the header of the image, or in the header of a new image that shows them for each pixel. See
 /// `CGranulometry`.
 class CGranulometryPlugin : public ORVEN::CPluginBase {
 public:
@@ -23,8 +23,8 @@ public:
 
 private:
     ORVEN::CValueMap* m_focusedDocument = nullptr;
-    ORVEN::CString m_viewPlugin; // kept, by contract, and not used
-    double m_stepWidth = -1.0;   // not above 0: diameters are not binned
+    ORVEN::CString m_viewPlugin; // stored but deliberately not used
+    double m_stepWidth = -1.0;   // diameters are not binned unless this is above 0
     bool m_isFiltered = false;
     bool m_isOnForeground = true;
     bool m_returnsImage = false;

@@ -8,8 +8,8 @@
 
 namespace quillon {
 
-/// "GranulometryExport": writes the numbers of pixels by diameter that "Granulometry" has left in an image to
-/// a table of text, which a person picks a file for.
+/// "GranulometryExport": writes the numbers of pixels by diameter that "Granulometry" has stored in an image
+/// to a text table. The user picks the file.
 class CGranulometryExportPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -22,8 +22,8 @@ private:
 
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     ORVEN::CString m_label;
-    // Of the last image in focus that had been measured. The image owns the result and can have another one
-    // by the time of the export.
+    // From the most recent image in focus that had been measured. The image owns the result, and may have
+    // replaced it by the time of the export.
     const ORVEN::CValueMap* m_result = nullptr;
     const ORVEN::CImage* m_image = nullptr;
 };

@@ -3,8 +3,8 @@
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CValueMap.h>
 
-/// "LinearDt": the distance of each pixel to the nearest pixel of the other phase along one axis. See
-/// `CLinearDistanceTransformation`.
+/// "LinearDt": computes the distance of each pixel to the nearest pixel of the other phase along one axis.
+/// See `CLinearDistanceTransformation`.
 class CLinearDistanceTransformationPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -17,5 +17,5 @@ private:
     char m_direction = 'x';
     bool m_onForeground = false;
     bool m_embeddedEdge = false;
-    bool m_exactValues = true; ///< else squared ones
+    bool m_exactValues = true; ///< otherwise squared distances
 };

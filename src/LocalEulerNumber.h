@@ -6,8 +6,8 @@
 
 namespace quillon {
 
-/// "LocalEulerNumber": the Euler number of the 3 x 3 x 3 pixels around each pixel of a binary image. See
-/// `CLocalEulerNumbers`.
+/// "LocalEulerNumber": computes the Euler number of the 3 x 3 x 3 neighbourhood of each pixel of a binary
+/// image. See `CLocalEulerNumbers`.
 class CLocalEulerNumberPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

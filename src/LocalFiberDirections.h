@@ -8,8 +8,8 @@
 
 #include <cstdint>
 
-/// "LocalFiberDirections": measures the directions of bright fibres and stores the measurement among the
-/// features of the image; on request the directions of the pixels become documents of their own. See
+/// "LocalFiberDirections": measures the directions of bright fibres and stores the measurement with the
+/// features of the image. On request the direction maps become documents of their own. See
 /// `CSubfieldFiberDirections` for the measurement.
 class CLocalFiberDirectionsPlugin : public ORVEN::CPluginBase {
 public:
@@ -25,7 +25,7 @@ private:
 
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     ORVEN::CString m_viewPlugin;
-    std::int64_t m_subfieldX = -1; // in pixels; all three at -1 for no subfields
+    std::int64_t m_subfieldX = -1; // in pixels; -1 for all three means no subfields
     std::int64_t m_subfieldY = -1;
     std::int64_t m_subfieldZ = -1;
     double m_fiberRadius = 1.0; // in the unit of the spacing

@@ -14,13 +14,13 @@ namespace quillon {
 
 class CLocalFiberDirectionsDialog;
 
-/// "LocalFiberDirectionsDialog": asks for the parameters of the plug-in "LocalFiberDirections" in a dialog,
-/// and puts them into the tree for it. Opens on the thread that calls `GetData`, which has to be that of the
-/// host's user interface.
+/// "LocalFiberDirectionsDialog": asks for the parameters of the plug-in "LocalFiberDirections" in a dialog
+/// and stores them in the tree. The dialog opens on the thread that calls `GetData`, which has to be the
+/// host's user interface thread.
 ///
-/// What was accepted last is what the next dialog starts from, also that of another object. The dialog itself
-/// stays until the next one opens, by contract, and the object's end leaves it alone: a host deletes it with
-/// its other windows, before it unloads the pack.
+/// A new dialog starts from the values that were accepted last, even if another object asked for them. The
+/// dialog deliberately stays alive until the next one opens, and the plug-in's destructor does not delete it:
+/// the host deletes it with its other windows, before it unloads the pack.
 class CLocalFiberDirectionsDialogPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -34,7 +34,7 @@ private:
     [[nodiscard]] std::unique_ptr<ORVEN::CValueMap> ParametersOfDialog() const;
     [[nodiscard]] std::unique_ptr<ORVEN::CValueMap> AdvancedParametersOfDialog() const;
 
-    QPointer<CLocalFiberDirectionsDialog> m_dialog; // owned, but the host can be faster
+    QPointer<CLocalFiberDirectionsDialog> m_dialog; // owned, but the host may delete it first
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     std::map<std::string, const ORVEN::CImage*> m_maskImages;
 };

@@ -8,8 +8,8 @@
 
 namespace quillon {
 
-/// "LocalFiberDirectionsExport": writes the fibre directions that "LocalFiberDirections" has left in an image
-/// to a table of text, one row for the field, for each subfield and for each slice.
+/// "LocalFiberDirectionsExport": writes the fibre directions that "LocalFiberDirections" has stored in an
+/// image to a text table, with one row for the field, one for each subfield and one for each slice.
 class CLocalFiberDirectionsExportPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -23,7 +23,7 @@ private:
 
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     ORVEN::CString m_label;
-    // Of the image in focus, which owns the features and can have others by the time of the export.
+    // From the image in focus, which owns the features and may have replaced them by the time of the export.
     const ORVEN::CImage* m_image = nullptr;
     const ORVEN::CValueMap* m_features = nullptr;
     bool m_exportsField = true;

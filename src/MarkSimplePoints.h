@@ -6,8 +6,9 @@
 
 namespace quillon {
 
-/// "MarkSimplePoints": marks the foreground pixels of a binary image that can go without a change of its
-/// local topology: 255, where others keep what they were. See `topology/SimplePointTest.h` for the test.
+/// "MarkSimplePoints": marks the foreground pixels of a binary image that can be removed without changing its
+/// local topology. Marked pixels are 255, all others keep their value. See `topology/SimplePointTest.h` for
+/// the test.
 class CMarkSimplePointsPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

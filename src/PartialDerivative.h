@@ -7,8 +7,8 @@
 
 namespace quillon {
 
-/// "PartialDerivative": the partial derivative of a float image, of some order along each axis. See
-/// `CPartialDerivatives` for the differences.
+/// "PartialDerivative": computes the partial derivative of a float image, of a given order along each axis.
+/// See `CPartialDerivatives` for the difference scheme.
 class CPartialDerivativePlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

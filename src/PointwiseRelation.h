@@ -5,8 +5,8 @@
 
 namespace quillon {
 
-/// "PointwiseRelation": compares two images, pixel by pixel and in their headers, and shows the verdict in a
-/// message box. See measurement/CompareImages.h for what it says.
+/// "PointwiseRelation": compares the pixels and the headers of two images, and shows the result in a message
+/// box. See measurement/CompareImages.h for the text.
 class CPointwiseRelationPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

@@ -6,9 +6,9 @@
 
 namespace quillon {
 
-/// "Skeleton": thins a 3-d binary image to the pixels of its medial axis with enough radius and bisector
-/// angle and what joins them, with the topology of the object. See `CSkeletonCouprierZour`, which does it in
-/// one call.
+/// "Skeleton": thins a 3-d binary image to the pixels of its medial axis with a sufficient radius and
+/// bisector angle, and the pixels that connect them. The topology of the object is preserved. See
+/// `CSkeletonCouprierZour`, which does all of this in one call.
 class CTopologicalSkeletonPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;

@@ -8,7 +8,7 @@
 
 namespace quillon {
 
-/// "SphericalMorphology": erosion, dilation, opening or closing of a binary image with a ball. See
+/// "SphericalMorphology": erodes, dilates, opens or closes a binary image with a ball. See
 /// `CSphericalMorphology`.
 class CSphericalMorphologyPlugin : public ORVEN::CPluginBase {
 public:

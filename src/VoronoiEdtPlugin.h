@@ -4,8 +4,8 @@
 #include <sorblib2core/CString.h>
 #include <sorblib2core/CValueMap.h>
 
-/// "VoronoiEdtPlugin": the Euclidean distance map of a binary image, on request only inside the cylinder that
-/// the image has on record. See `CEdtVoronoi` and `CCylinderMask`.
+/// "VoronoiEdtPlugin": computes the Euclidean distance map of a binary image, on request only inside the
+/// cylinder recorded in its header. See `CEdtVoronoi` and `CCylinderMask`.
 class CVoronoiEdtPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -17,6 +17,6 @@ private:
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     bool m_onForeground = false;
     ORVEN::CString m_edgeTreatment;
-    bool m_exactValues = true; ///< else squared ones
+    bool m_exactValues = true; ///< otherwise squared distances
     bool m_usesCylinder = true;
 };

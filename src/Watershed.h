@@ -11,8 +11,8 @@
 
 namespace quillon {
 
-/// "Watershed": divides a grey image into labelled regions around its minima, or around markers, with lines
-/// of label 0 between them. See `CWatershedTemplate` for the transform.
+/// "Watershed": divides a grey image into labelled regions that grow from its minima or from markers. Pixels
+/// between regions get label 0. See `CWatershedTemplate` for the transform.
 class CWatershedPlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
@@ -23,7 +23,7 @@ public:
 
 private:
     ORVEN::CValueMap* m_focusedDocument = nullptr;
-    std::array<char, 100> m_neighborhood{}; // without terminator if the text fills it
+    std::array<char, 100> m_neighborhood{}; // not terminated if the text fills it
     std::uint32_t m_parameter = 0;
     ORVEN::EnWatershedMode m_mode = ORVEN::WATERSHED_NORMAL;
     ORVEN::CImage* m_markers = nullptr;

@@ -14,8 +14,9 @@ namespace quillon {
 
 /// Asks for the parameters of a measurement of fibre directions.
 ///
-/// Lengths are typed in the unit of the image's spacing and shown in whole pixels beside. Colours warn of a
-/// fibre or a subfield that does not fit the image, and block nothing: OK can be pressed at any time.
+/// Lengths are entered in the unit of the image's spacing, and the dialog shows them in whole pixels as well.
+/// Colours warn of a fibre or subfield that does not fit the image, but do not block anything: OK is always
+/// enabled.
 ///
 /// Call `SetImageGeometry` before the dialog is shown, and `AddMaskName` before `SetValues`.
 class CLocalFiberDirectionsDialog : public CLocalFiberDirectionsDialog_skel {
@@ -23,24 +24,24 @@ public:
     explicit CLocalFiberDirectionsDialog(QWidget* parent = nullptr, const char* name = nullptr,
                                          bool modal = false, Qt::WindowFlags flags = {});
 
-    /// Pixel size along x, y, z, and the image's extents. Of an image that is not three-dimensional, z counts
-    /// as one pixel of no size, whatever is passed.
+    /// Sets the pixel size along x, y, z and the image's extents. If the image is not three-dimensional, z
+    /// counts as one pixel of size 0, whatever is passed.
     void SetImageGeometry(const std::array<double, 3>& spacing, const ORVEN::CSize& size);
 
-    /// Adds a mask image to choose from, at the end. Its bytes are taken for Latin-1, which brings any name
-    /// back as it was.
+    /// Appends a mask image to the list of choices. The bytes of the name are read as Latin-1, so that
+    /// `GetMaskName` returns any name unchanged.
     void AddMaskName(const std::string& name);
 
-    /// Fills the form. Numbers get six significant digits on the way.
+    /// Fills in the form. Numbers are rounded to six significant digits.
     void SetValues(double radius, bool usesSubfields, double size, bool isAdvanced, bool outputsDirections,
                    double otsuFactor);
 
-    /// The subfield's extents in pixels and in the unit of the spacing; left as they are without subfields. A
-    /// field that shows nothing gives 0.
+    /// Returns the subfield's extents in pixels, or in the unit of the spacing. The arguments are left
+    /// unchanged if no subfields are used. A field that shows nothing gives 0.
     void GetSubfieldPixels(std::int64_t& x, std::int64_t& y, std::int64_t& z) const;
     void GetSubfieldSizes(double& x, double& y, double& z) const;
 
-    /// The mask image that is chosen; empty if there is none to choose from.
+    /// The chosen mask image; empty if the list is empty.
     [[nodiscard]] std::string GetMaskName() const;
     [[nodiscard]] double GetOtsuFactor() const;
     [[nodiscard]] double FiberRadius() const { return m_fiberRadius; }

@@ -8,9 +8,9 @@
 
 namespace quillon {
 
-/// Runs the two stages of the exact plug-ins: squared distances of the object first, then the algorithm of
-/// class `Algorithm`, as `run(algorithm, progress, squaredDistance, result)`. Cancellation is left to them:
-/// the result is delivered whatever they make of it.
+/// Runs the two stages of the exact plug-ins: first the squared distances of the object, then `run(algorithm,
+/// progress, squaredDistance, result)` with an algorithm of class `Algorithm`. Cancellation is left to the
+/// stages; the result is delivered in any case.
 template <class Algorithm, class Run>
 std::unique_ptr<ORVEN::CImage> ComputeFromSquaredDistances(const ORVEN::CImage& object,
                                                            const ORVEN::IImage::CType& resultType,
@@ -24,7 +24,7 @@ std::unique_ptr<ORVEN::CImage> ComputeFromSquaredDistances(const ORVEN::CImage& 
 
     auto result = std::make_unique<CImage>(resultType, object.Size(), none);
     Algorithm algorithm(nullptr, nullptr);
-    // From here on the sink of the first algorithm speaks for the second.
+    // From here on the progress proxy of the first algorithm reports for the second one.
     progress = static_cast<const CProgressProxy&>(algorithm.Progress());
     run(algorithm, progress, squaredDistance, *result);
     return result;
