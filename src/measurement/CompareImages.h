@@ -6,14 +6,14 @@
 
 namespace quillon {
 
-/// What two images have to do with each other, as lines of text.
+/// Compares two images and describes the result as lines of text.
 ///
-/// Types, sizes, spacings and extensions are compared; these lines stand last. For images of the same size
-/// the pixels are compared before: which of equal, greater, lower, greater or equal, lower or equal holds
-/// everywhere, how often each holds, and the range of the differences. Reports to the host's progress sink; a
-/// cancelled comparison tells of the pixels seen so far.
+/// The last lines compare types, sizes, spacings and extensions. If the images have the same size, the text
+/// starts with a comparison of the pixels: which of equal, greater, lower, greater or equal, lower or equal
+/// holds everywhere, how often each of them holds, and the range of the differences. Progress goes to the
+/// host's progress sink. If the comparison is cancelled, the text covers the pixels visited so far.
 ///
-/// The images are binary, of 8, 16, 32 bits or float; another type raises `CException` if the pixels are to
+/// The images are binary, of 8, 16 or 32 bits or float. Other types raise `CException` if the pixels have to
 /// be compared.
 std::string CompareImages(const ORVEN::CImage& a, const ORVEN::CImage& b);
 

@@ -10,10 +10,12 @@
 
 namespace ORVEN::visitors {
 
-/// Counts in which relation the pixels of two images stand. Pixels are compared as floats if one is a float,
-/// so that a large integer loses digits, and as integers else; differences are exact, of doubles.
+/// Counts how often each relation holds between the pixels of two images. If one of the images is a float
+/// image, pixels are compared as floats, and large integers lose digits; otherwise they are compared as
+/// integers. Differences are computed exactly, in double precision.
 ///
-/// Two NaN are equal, and neither lower or equal nor greater or equal; one NaN is in no relation to a number.
+/// Two NaN are equal, but neither "lower or equal" nor "greater or equal" holds for them. No relation holds
+/// between NaN and a number.
 template <class A, class B>
 struct COperationAnalyzeRelation : StVisitor<const A, const B> {
     void preprocess() { *this = {}; }

@@ -6,8 +6,8 @@
 
 namespace quillon {
 
-/// Takes the path of a look-up table from the settings of `Configure`, if a text of that key names a file
-/// that exists; else the path stays, without a word.
+/// Reads the path of a look-up table from the settings of `Configure`. If the entry is missing, or does not
+/// name an existing file, `path` stays unchanged and nothing is reported.
 void TakePathOfExistingFile(const ORVEN::CValueMap& settings, const char* key, std::string& path);
 
 } // namespace quillon

@@ -7,10 +7,10 @@
 
 namespace ORVEN {
 
-/// Connected sets of pixels that wait for a label, with the number of pixels in each. Sets are told apart by
-/// number; after a join both numbers stand for the joint set.
+/// Connected sets of pixels that wait for a label, and the number of pixels in each. Each set is identified
+/// by a number; after two sets are joined, both numbers refer to the joint set.
 ///
-/// Time: practically constant for each call. Memory: 8 bytes for each number given out.
+/// Time: practically constant per call. Memory: 8 bytes per number issued.
 ///
 /// Source: union by size with path halving; R. E. Tarjan, J. van Leeuwen, *Worst-case analysis of set union
 /// algorithms*, Journal of the ACM 31(2), 1984.
@@ -18,8 +18,8 @@ class CBasins {
 public:
     using Number = std::uint32_t;
 
-    /// The number of a new basin without pixels. Raises `std::length_error` when numbers run out, below
-    /// `end`.
+    /// Returns the number of a new basin without pixels. Raises `std::length_error` when there are no numbers
+    /// left below `end`.
     Number Add(Number end) {
         if (m_entries.size() >= end)
             throw std::length_error("watershed: too many basins");
@@ -27,7 +27,7 @@ public:
         return static_cast<Number>(m_entries.size() - 1);
     }
 
-    /// The number that stands for a whole basin, of all that its pixels carry.
+    /// Returns the number that represents the whole basin, given any of its numbers.
     Number Find(Number basin) {
         while (IsJoined(basin)) {
             const Number parent = Parent(basin);
@@ -38,8 +38,7 @@ public:
         return basin;
     }
 
-    /// Joins two basins, each given by the number that stands for it, and returns the one that stands for
-    /// both.
+    /// Joins two basins, each given by its representative, and returns the representative of the joint basin.
     Number Join(Number a, Number b) {
         if (a == b)
             return a;
@@ -50,7 +49,7 @@ public:
         return a;
     }
 
-    /// The number has to be the one that stands for the basin.
+    /// `basin` has to be the representative of its basin.
     void AddPixel(Number basin) { ++m_entries[basin]; }
     [[nodiscard]] std::uint64_t PixelCount(Number basin) const { return m_entries[basin]; }
 
@@ -63,7 +62,7 @@ private:
     [[nodiscard]] Number Parent(Number basin) const { return static_cast<Number>(m_entries[basin]); }
 
     std::vector<std::uint64_t>
-        m_entries; ///< the pixels of a basin, or `joined` and the one that it went into
+        m_entries; ///< the number of pixels of a basin, or `joined` and the basin it was joined to
 };
 
 } // namespace ORVEN

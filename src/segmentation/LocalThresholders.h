@@ -10,27 +10,28 @@
 #include <limits>
 #include <vector>
 
-/// The older local thresholders, for 8-bit and 16-bit images. Results that were made with them stay
-/// reproducible; `CFastLocalThresholding` is what new work should use.
+/// The older local thresholders for 8-bit and 16-bit images. They are kept so that earlier results can be
+/// reproduced; new work should use `CFastLocalThresholding`.
 ///
-/// A thresholder binarises with a threshold from mean and standard deviation of the cube of side 2w + 1
-/// around a pixel, clipped to the image. The window is gathered once a row and then moved along it by one
-/// column in and one out, so that a pixel costs of order (2w + 1)^2. Sources: Niblack, *An Introduction to
-/// Digital Image Processing*, 1986; Sauvola and Pietikainen, *Adaptive document image binarization*, 2000.
+/// A thresholder binarises with a threshold computed from the mean and standard deviation of a cube of side
+/// 2w + 1 around each pixel, clipped to the image. The window is filled once per row and then moved along the
+/// row by adding one column and removing another, so the cost per pixel is of order (2w + 1)^2. Sources:
+/// Niblack, *An Introduction to Digital Image Processing*, 1986; Sauvola and Pietikainen, *Adaptive document
+/// image binarization*, 2000.
 namespace quillon {
 
 namespace Impl {
 
-/// A pixel's square as 32-bit signed arithmetic gives it: 16-bit values of 46341 and more wrap. Deliberately
-/// so; the thresholders notice it by a threshold that is not finite.
+/// Squares a pixel in 32-bit signed arithmetic: 16-bit values from 46341 up wrap around. This is deliberate;
+/// the thresholders detect it by a threshold that is not finite.
 template <class T>
 double WrappingSquare(T value) {
     const auto wide = static_cast<std::uint32_t>(value);
     return static_cast<std::int32_t>(wide * wide);
 }
 
-/// The range of the window on one axis, both ends inside: half width `w` around `centre`, clipped to 0 ..
-/// extent - 1.
+/// The range of the window along one axis, including both ends: half width `w` around `centre`, clipped to 0
+/// .. extent - 1.
 struct StClippedRange {
     StClippedRange(std::int64_t centre, std::int64_t w, std::int64_t extent)
         : first(centre - std::min(centre, w))
@@ -40,15 +41,15 @@ struct StClippedRange {
     std::int64_t last;
 };
 
-/// What both thresholders share: the scan. `Formula` gives the threshold and the texts of a failure.
+/// The scan that both thresholders share. `Formula` provides the threshold and the error messages.
 template <class Formula, class T>
 struct StLocalThresholder {
     std::int32_t windowSize; ///< half width w of the window
     float coefficient;       ///< k of the formula
     const ORVEN::CImage* input;
 
-    /// Writes 1 where the input is above its local threshold and 0 elsewhere into an output of 8-bit pixels.
-    /// An output of another size is left as it is. Raises `CException` if a threshold is not finite.
+    /// Writes 1 where the input is above its local threshold and 0 elsewhere. The pixels of `output` have 8
+    /// bits; an output of another size stays unchanged. Raises `CException` if a threshold is not finite.
     void operator()(ORVEN::CImage& output) const {
         if (!(output.Size() == input->Size()))
             return;
@@ -108,10 +109,10 @@ private:
                 }
                 count -= column;
             }
-            // Column x + w comes in here, though the window of the next pixel lacks column x + w + 1 and the
-            // first window holds column w already. So column w counts twice until x = 2w and one copy of it
-            // stays to the end of the row, and the right edge of the window lags one column behind.
-            // Deliberately so, and not to be mended: thresholds of earlier work depend on it.
+            // This adds column x + w, although the window of the next pixel lacks column x + w + 1 and the
+            // first window already contains column w. So column w counts twice until x = 2w, one copy of it
+            // stays until the end of the row, and the right edge of the window lags one column behind. This
+            // is deliberate and must not be fixed: thresholds of earlier work depend on it.
             if (x < in.nx - w) {
                 for (const T* row : entering) {
                     sum += row[x + w];
@@ -152,7 +153,7 @@ struct StSauvolaFormula {
 
 } // namespace Impl
 
-/// Threshold s k + m, of the mean m and the standard deviation s of the window.
+/// Threshold s k + m, with the mean m and the standard deviation s of the window.
 template <class T>
 using CNiblackThresholder = Impl::StLocalThresholder<Impl::StNiblackFormula, T>;
 

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-/// What the two local thresholding plug-ins share: all but the formula and the words.
+/// Shared by the two local thresholding plug-ins: everything except the formula and the texts.
 namespace quillon {
 
 /// The members of a local thresholding plug-in.
@@ -15,30 +15,31 @@ struct StLocalThresholding {
     std::int32_t windowSize = 5; ///< half width of the window, in pixels
     bool useNewImplementation = true;
 
-    /// Takes the parameters, all three of which are required once there are "parameters" at all, then the
-    /// document. A missing one raises `CException`; one of another kind ends the reading, the document's
-    /// included.
+    /// Reads the parameters, then the focused document. If "parameters" exists, all three of them are
+    /// required: a missing one raises `CException`. One of the wrong kind stops the reading, and the document
+    /// is not read either.
     void Update(const ORVEN::CValueMap& tree);
 };
 
-/// How the two plug-ins differ.
+/// The differences between the two plug-ins.
 struct StLocalThresholdingMethod {
-    const char* name;        ///< in the history, and the label of a result without one
+    const char* name;        ///< in the history, and the label of the result if the input has none
     std::int32_t fastMethod; ///< of `CFastLocalThresholding`
-    bool tellsTime;          ///< writes the time of the computation to standard output
-    const char* unsupported; ///< message where the older implementation cannot take the image
+    bool tellsTime;          ///< writes the computing time to standard output
+    const char* unsupported; ///< message if the older implementation does not support the image
     void (*older8)(const StLocalThresholding&, const ORVEN::CImage&, ORVEN::CImage&);
     void (*older16)(const StLocalThresholding&, const ORVEN::CImage&, ORVEN::CImage&);
 };
 
-/// Whether the tree holds a grey image in focus, of dimension 2 or 3 and at least 2 pixels wide on each axis.
+/// Whether the tree holds a grey image in focus, of dimension 2 or 3 and at least 2 pixels wide along each
+/// axis.
 bool AcceptsLocalThresholding(const ORVEN::CValueMap& tree);
 
 /// Binarises the focused image into a new document.
 void RunLocalThresholding(ORVEN::CValueMap& tree, const StLocalThresholding& settings,
                           const StLocalThresholdingMethod& method);
 
-/// Runs one of the older thresholders, `CNiblackThresholder` or `CSauvolaThresholder` of a pixel type.
+/// Runs one of the older thresholders: `CNiblackThresholder` or `CSauvolaThresholder` for a pixel type.
 template <class Thresholder>
 void RunOlderThresholder(const StLocalThresholding& settings, const ORVEN::CImage& image,
                          ORVEN::CImage& result) {

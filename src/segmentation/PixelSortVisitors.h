@@ -9,12 +9,12 @@
 #include <cstdint>
 #include <vector>
 
-/// The visitors of the pixel sort, see PixelSort.h. T is the pixel type of the image to sort, L that of an
-/// image of seeds, whose pixels with a label other than 0 are left out, and Dim the dimension.
+/// The visitors of the pixel sort, see PixelSort.h. T is the pixel type of the image to sort, Dim its
+/// dimension, and L the pixel type of an image of seeds. Pixels with a label other than 0 are left out.
 namespace ORVEN::visitors {
 
-/// Where a pixel is counted: up to 16 bits in the bin of its value, beyond in that of the leading half of its
-/// key.
+/// The bin in which a pixel is counted: for up to 16 bits that of its value, otherwise that of the leading
+/// half of its key.
 template <class T>
 std::size_t BinOf(T pixel) {
     if constexpr (sizeof(T) <= sizeof(std::uint16_t))
@@ -23,8 +23,8 @@ std::size_t BinOf(T pixel) {
         return OrderedKey(pixel) >> 16;
 }
 
-/// Counts the pixels of 32 bits by the leading half of their keys. With the trailing halves, which the sorter
-/// takes, that gives the levels of a count by value in linear time.
+/// Counts the pixels of 32 bits by the leading halves of their keys. Together with the trailing halves, which
+/// the sorter takes, this yields the levels of a count by value in linear time.
 template <class T>
 struct CAnalyzerHistogramOfLeadingHalves : StVisitor<const T> {
     using StandsFor = CAnalyzerCountValues<T, std::size_t>;
@@ -38,7 +38,7 @@ struct CAnalyzerHistogramOfLeadingHalves : StVisitor<const T> {
     std::vector<std::size_t>& bins;
 };
 
-/// What the counting pass learns about the seeds.
+/// The information that the counting pass collects about the seeds.
 template <class L>
 struct StSeedCount {
     /// Whether the pixel takes part in the sort.
@@ -78,14 +78,14 @@ struct CAnalyzerHistogramOnlyInUnlabeledRegions : StVisitor<const T, const L> {
     StSeedCount<L> seeds;
 };
 
-/// The same for values beyond 16 bits, by the leading half of their keys.
+/// The same for values of more than 16 bits, by the leading half of their keys.
 template <class T, class L>
 struct CAnalyzerCountValuesOnlyInUnlabeledRegions : CAnalyzerHistogramOnlyInUnlabeledRegions<T, L> {
     using CAnalyzerHistogramOnlyInUnlabeledRegions<T, L>::CAnalyzerHistogramOnlyInUnlabeledRegions;
 };
 
-/// Deals the pixels out to their bins. Each bin has a place that its next pixel goes to, so that the pixels
-/// of a bin keep the order they come in. A level is a bin, whether it has pixels or not.
+/// Distributes the pixels to their bins. Each bin keeps the position of its next pixel, so that the pixels of
+/// a bin keep the order in which they arrive. Each bin is a level, even if it has no pixels.
 template <class T, int Dim>
 struct CDistributivePixelSortByHistogram : StVisitor<const T> {
     CDistributivePixelSortByHistogram(std::size_t numberOfPixels,
@@ -109,27 +109,27 @@ struct CDistributivePixelSortByHistogram : StVisitor<const T> {
 
     void operator()(T pixel, std::int64_t x, std::int64_t y, std::int64_t z) { Place(BinOf(pixel), x, y, z); }
 
-    /// What is left to do after the pass; false if cancelled in it.
+    /// Completes the sort after the pass; returns false if it is cancelled.
     bool Finish(std::int64_t /*lineLength*/, IProgress& /*progress*/) const { return true; }
 
     std::size_t pixelCount;
     const std::vector<std::size_t>& counts;
     StSortedPixels sorted;
-    std::vector<std::uint64_t> nextPlaces; ///< by bin
+    std::vector<std::uint64_t> nextPlaces; ///< per bin
 
 protected:
     std::uint64_t Place(std::size_t bin, std::int64_t x, std::int64_t y, std::int64_t z) {
         const std::uint64_t place = nextPlaces[bin]++;
         if constexpr (Dim > 2)
-            sorted.z[place] = static_cast<std::uint16_t>(z); // in a plane all z are 0, as the list is filled
+            sorted.z[place] = static_cast<std::uint16_t>(z); // in two dimensions z stays 0
         sorted.y[place] = static_cast<std::uint16_t>(y);
         sorted.x[place] = static_cast<std::uint16_t>(x);
         return place;
     }
 };
 
-/// A level is a value that occurs. The pixels are dealt out by the leading halves of their keys, and each bin
-/// is sorted by the trailing halves in the end.
+/// Each value that occurs is a level. The pixels are distributed by the leading halves of their keys, and
+/// finally each bin is sorted by the trailing halves.
 template <class T, int Dim>
 struct CDistributivePixelSortByValueCount : CDistributivePixelSortByHistogram<T, Dim> {
     using Base = CDistributivePixelSortByHistogram<T, Dim>;
@@ -145,16 +145,16 @@ struct CDistributivePixelSortByValueCount : CDistributivePixelSortByHistogram<T,
     }
 
     bool Finish(std::int64_t lineLength, IProgress& progress) const {
-        // A cancelled pass has not filled the bins, and nobody will look at the levels.
+        // A cancelled pass has not filled the bins, and its levels are not used.
         const bool isFilled = std::equal(this->nextPlaces.begin(), this->nextPlaces.end(),
                                          this->sorted.levelStarts.begin() + 1);
         return !isFilled || RefineLevels(this->sorted, trailingHalves, lineLength, progress);
     }
 
-    std::vector<std::uint16_t> trailingHalves; ///< by place
+    std::vector<std::uint16_t> trailingHalves; ///< by index in the sorted order
 };
 
-/// A sorter that passes over the pixels with a seed.
+/// A sorter that skips the pixels with a seed.
 template <class Sorter, class T, class L>
 struct CSortOnlyInUnlabeledRegions : Sorter {
     using Pixels = typename StVisitor<const T, const L>::Pixels;

@@ -9,7 +9,7 @@ namespace ORVEN {
 
 namespace visitors {
 
-/// The four vectors that the pixel sort fills for its caller.
+/// The four vectors that the pixel sort fills for the caller.
 struct StSortedPixels {
     std::vector<std::uint16_t>& x;
     std::vector<std::uint16_t>& y;
@@ -19,16 +19,16 @@ struct StSortedPixels {
 
 } // namespace visitors
 
-/// Finishes the sort of pixels whose levels hold the leading halves of their keys: each level is sorted by
-/// the trailing halves, which are given in `trailingHalves` by place, and split into one level per value;
-/// empty levels are removed. Pixels of one value keep their order.
+/// Completes the sort of pixels whose levels contain the leading halves of their keys: sorts each level by
+/// the trailing halves, given in `trailingHalves` by index, splits it into one level per value, and removes
+/// empty levels. Pixels of equal value keep their order.
 ///
-/// Asks `progress` whether it is cancelled once per `lineLength` pixels of each of its passes, as a traversal
-/// of lines of that length would. Returns false if cancelled; the pixels are then partly sorted.
+/// Checks `progress` for cancellation once per `lineLength` pixels in each of its passes, like a traversal of
+/// lines of that length. Returns false if cancelled; the pixels are then partly sorted.
 ///
-/// Time linear in the pixels, by two counting passes of eight bits over each level, which fits the cache as a
-/// rule (H. H. Seward, *Information sorting in the application of electronic digital computers to business
-/// operations*, 1954). Memory: 16 bytes a pixel of the largest level.
+/// Time: linear in the number of pixels, in two counting passes of eight bits over each level, which usually
+/// fits into the cache (H. H. Seward, *Information sorting in the application of electronic digital computers
+/// to business operations*, 1954). Memory: 16 bytes per pixel of the largest level.
 bool RefineLevels(const visitors::StSortedPixels& sorted, const std::vector<std::uint16_t>& trailingHalves,
                   std::int64_t lineLength, IProgress& progress);
 
