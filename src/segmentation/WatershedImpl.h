@@ -24,37 +24,39 @@
 
 namespace ORVEN {
 
-/// The watershed transform by immersion: turns a grey image into a 32-bit label image, in which regions are
-/// numbered from 1 and the lines between them are pixels of label 0.
+/// The watershed transform by immersion. Turns a grey image into a 32-bit label image in which regions are
+/// numbered from 1 and the lines between them have label 0.
 ///
-/// The pixels are flooded level by level, from low to high. On a level the regions there are first spread
-/// breadth-first through the pixels of the level, which divides plateaus by geodesic distance; what they do
-/// not reach is a new minimum and starts a new region, if criterion C takes it. With an image of seeds the
-/// regions are the seeds alone. A pixel that meets two regions becomes a line, for good; one that has met
-/// only a line takes the first region it meets. The order of the neighbourhood's table decides which of two
-/// equally near regions comes first. Levels and the order within a level are those of
+/// The pixels are flooded level by level, from low to high. At each level the existing regions first spread
+/// breadth-first through the pixels of the level, which divides plateaus by geodesic distance. Pixels that
+/// they do not reach form new minima, each of which starts a new region if criterion C accepts it. With an
+/// image of seeds, the seeds are the only regions. A pixel that meets two regions becomes part of a line
+/// permanently. A pixel that has only met a line takes the first region it meets. Between two equally near
+/// regions, the order of the neighbourhood's table decides. Levels and the order within a level are those of
 /// `GetHistogramAndPixelSort`.
 ///
 /// N is one of the neighbourhoods of Neighborhoods.h, T the pixel type of the input, C one of
 /// WatershedCriteria.h.
 ///
-/// Time: linear in pixels times neighbours, beside the sort, whatever a criterion refuses. Memory beside the
-/// images: 6 bytes a pixel for the sort, a quarter byte for states, and the queue, as a rule small; 8 bytes
-/// for each minimum, if the criterion counts pixels. One thread.
+/// Time, besides the sort: linear in the number of pixels times neighbours, even if the criterion refuses
+/// minima. Memory besides the images: 6 bytes per pixel for the sort, a quarter byte per pixel for the
+/// states, and the queue, which is usually small. A criterion that counts pixels takes 8 more bytes per
+/// minimum. Runs on one thread.
 ///
 /// Source: L. Vincent, P. Soille, *Watersheds in digital spaces: an efficient algorithm based on immersion
-/// simulations*, IEEE PAMI 13(6), 1991. In the paper distances are kept in an image of their own; here the
-/// order of the queue and a flag on pixels that have met only a line do that work.
+/// simulations*, IEEE PAMI 13(6), 1991. The paper keeps distances in a separate image; here the order of the
+/// queue and a flag for pixels that have only met a line replace it.
 template <class N>
 class CWatershedTemplate {
 public:
-    /// Floods `input` into `output`, an image of 32-bit labels of the same size. `seeds` can be null,
-    /// `parameters` is the record of C. Returns the number of regions, which with seeds is the highest seed,
-    /// and 0 if the run was cancelled. Raises what `CheckWatershedImages` raises, before anything is changed.
+    /// Floods `input` into `output`, an image of 32-bit labels of the same size. `seeds` can be null;
+    /// `parameters` is the parameter record of C. Returns the number of regions, which with seeds is the
+    /// highest seed, or 0 if the run was cancelled. Raises the errors of `CheckWatershedImages` before
+    /// anything is changed.
     ///
-    /// `progress` is asked between the steps and at each level. Filling the labels and the sort report to the
-    /// host's sink, as traversals do, and ask that one. A caller who wants one sink for all of it passes the
-    /// host's.
+    /// `progress` is checked for cancellation between the steps and at each level. Filling the labels and the
+    /// sort report to the host's sink, like all traversals, and check that one. To have a single sink for
+    /// everything, pass the host's.
     template <class T, class C>
     std::uint32_t DoWatershed(IImage& output, const IImage& input, const IImage* seeds,
                               typename C::StParameters* parameters, IProgress& progress) {
@@ -109,7 +111,7 @@ private:
     static constexpr std::string_view siteDimension = N::dimension == 3 ? "3dDiff" : "2dDiff";
     static constexpr std::string_view siteId = N::id;
     static constexpr std::string_view siteEnd = ">::DoWatershed";
-    /// The name under which the engine raises; contract wording.
+    /// The name under which the engine raises errors; contract wording.
     using Site = Impl::CJoinedText<siteBegin, siteDimension, siteId, siteEnd>;
 
     void TakeLabels(IImage::IAccess& access, const CSize& size, bool isSeeded) {
@@ -124,7 +126,7 @@ private:
             const auto& offset = States::offsets[slot];
             m_steps[slot] = offset.dx * m_strideX + offset.dy * m_strideY + offset.dz * m_strideZ;
         }
-        // Labels are read by rows only where those of a row stand side by side.
+        // Labels are read in rows only if the labels of a row are contiguous.
         const bool areLabelsPacked = m_strideX == sizeof(std::uint32_t);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             const int behind = axis == 0 ? 3 : 2;
@@ -141,7 +143,7 @@ private:
         m_queue.Clear();
     }
 
-    /// Seeds are final from the start. A seed of the value `LabelMask` is taken for an open pixel.
+    /// Seeds are final from the start. A seed with the value `LabelMask` counts as an open pixel.
     void TakeSeeds() {
         for (std::int16_t z = 0; z < m_size[2]; ++z) {
             for (std::int16_t y = 0; y < m_size[1]; ++y) {
@@ -158,7 +160,7 @@ private:
         }
     }
 
-    /// All levels; false if the run was cancelled.
+    /// Floods all levels; returns false if the run was cancelled.
     template <class C>
     bool Flood(StLevels& levels, const C& criterion, bool makesRegions, IProgress& progress) {
         for (std::uint32_t level = 0; level < levels.count; ++level) {
@@ -176,11 +178,11 @@ private:
         return !progress.IsCancelled();
     }
 
-    /// Opens the pixels of a level, but for those beside a region or a line, which go into the queue. What is
-    /// in the queue or open for the time of a level only is no concern of the label image.
+    /// Opens the pixels of a level, except those next to a region or a line, which go into the queue. Pixels
+    /// that are queued, or open only while the level is processed, are not marked in the label image.
     ///
-    /// The opened pixels move to the front of the level, as they alone are asked for once more. Returns their
-    /// end. Whether a pixel is opened is anybody's guess, so that nothing here branches on it.
+    /// The opened pixels are moved to the front of the level, because only they are visited again. Returns
+    /// the end of this range. Whether a pixel is opened is unpredictable, so this code does not branch on it.
     std::uint64_t Mark(StLevels& levels, std::uint64_t first, std::uint64_t end) {
         std::uint64_t openEnd = first;
         for (std::uint64_t place = first; place < end; ++place) {
@@ -196,7 +198,7 @@ private:
         return openEnd;
     }
 
-    /// Grows the regions there are through the open pixels, breadth-first.
+    /// Grows the existing regions through the open pixels, breadth-first.
     void Spread() {
         while (!m_queue.IsEmpty()) {
             Prefetch(m_queue.Ahead(prefetchDistance));
@@ -204,8 +206,8 @@ private:
         }
     }
 
-    /// What is still open of the opened pixels of a level are new minima. A refused one is asked for again at
-    /// each of its pixels, as the answer can depend on the number that is next.
+    /// The opened pixels of a level that are still open form new minima. A refused minimum is tried again at
+    /// each of its pixels, because the answer can depend on the next free number.
     template <class C>
     void MakeRegions(const StLevels& levels, std::uint64_t first, std::uint64_t end, const C& criterion) {
         if constexpr (CountsPixels<C>())
@@ -231,7 +233,7 @@ private:
             return C::dependsOnPixelCount;
     }
 
-    /// Whether the criterion makes a region of the basin of an open pixel.
+    /// Whether the criterion accepts the basin of an open pixel as a region.
     template <class C>
     bool IsTaken(StPixelPosition pixel, const C& criterion) {
         if constexpr (C::takesEveryMinimum) {
@@ -244,11 +246,11 @@ private:
         }
     }
 
-    /// Joins what is still open of the opened pixels of a level to the basins of earlier levels beside them.
+    /// Joins the opened pixels of a level that are still open to the adjacent basins of earlier levels.
     ///
-    /// Basins only ever grow together or go as a whole, since what reaches one pixel of a basin floods all of
-    /// it. So nothing of an earlier level is looked at anew. While a pixel is open its label is the number of
-    /// its basin, which `MaskRefused` mends in the end.
+    /// Basins only grow together or disappear as a whole, because a region that reaches one pixel of a basin
+    /// floods all of it. So pixels of earlier levels need not be visited again. While a pixel is open, its
+    /// label holds the number of its basin; `MaskRefused` replaces it in the end.
     void JoinBasins(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
         for (std::uint64_t place = first; place < end; ++place) {
             const StPixelPosition pixel = levels.Pixel(place);
@@ -265,10 +267,10 @@ private:
         }
     }
 
-    /// The basin that comes of all those around a pixel; a new one if there are none.
+    /// Joins all basins around a pixel and returns the result, or a new basin if there are none.
     CBasins::Number BasinAround(StPixelPosition pixel) {
         const unsigned char* const centre = Address(pixel);
-        CBasins::Number last = LabelInit; // as neighbours mostly are of one basin
+        CBasins::Number last = LabelInit; // most neighbours belong to the same basin
         CBasins::Number basin = LabelInit;
         for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1) {
             const CBasins::Number neighbor = LabelAt(centre, States::FirstSlot(open));
@@ -281,7 +283,7 @@ private:
         return basin == LabelInit ? m_basins.Add(LabelInit) : basin;
     }
 
-    /// Pixels that are still open wait, and the label image says so.
+    /// Marks the pixels that are still open as waiting in the label image.
     void MaskRefused() {
         for (std::int16_t z = 0; z < m_size[2]; ++z) {
             for (std::int16_t y = 0; y < m_size[1]; ++y) {
@@ -295,7 +297,7 @@ private:
         }
     }
 
-    /// What is still open of them waits for a later level, and the label image says so.
+    /// Marks those of the given pixels that are still open as waiting for a later level in the label image.
     void MaskOpen(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
         for (std::uint64_t place = first; place < end; ++place) {
             const StPixelPosition pixel = levels.Pixel(place);
@@ -304,11 +306,11 @@ private:
         }
     }
 
-    /// Decides the label of a pixel from those of its neighbours, and queues the open ones among these.
+    /// Decides the label of a pixel from those of its neighbours, and queues the open neighbours.
     ///
-    /// By contract the table is walked with a flag for "line, but only because a line was met". That comes to
-    /// this: one region met and no other gives its number; two regions give a line; no region and a line give
-    /// a line. The order of the table matters for the queue alone.
+    /// The result is deliberately that of a walk through the table with a flag for "line, but only because a
+    /// line was met": if exactly one region is met, its number; if two regions are met, a line; if only lines
+    /// are met, a line. The order of the table affects only the queue.
     void ProcessQueuedPixel(StPixelPosition pixel) {
         const typename States::Neighbors around = m_states.Around(pixel);
         unsigned char* const centre = Address(pixel);
@@ -322,8 +324,8 @@ private:
         }
     }
 
-    /// Whether the image has labels from the left neighbour to the second right one in all rows around a
-    /// pixel, which is what `OnlyRegionAmong` reads.
+    /// Whether the image contains the pixels from the left neighbour to the second one on the right, in all
+    /// rows around a pixel. `OnlyRegionAmong` reads these labels.
     [[nodiscard]] bool HasLabelsAround(StPixelPosition pixel) const {
         const auto isWithin = [](std::uint16_t position, std::uint16_t count) {
             return static_cast<std::uint16_t>(position - 1) < count;
@@ -332,11 +334,12 @@ private:
                (N::dimension == 2 || isWithin(pixel.z, m_insideCount[2]));
     }
 
-    /// The only region among the final neighbours of the pixel at `centre`; the label of a line if there are
-    /// two, or none. All labels of a row are read at once, as which of them are final is anybody's guess.
+    /// The only region among the final neighbours of the pixel at `centre`, or the label of a line if there
+    /// are two or none. All labels of a row are read at once, because it is unpredictable which of them are
+    /// final.
     [[nodiscard]] std::uint32_t OnlyRegionAmong(const unsigned char* centre,
                                                 typename States::Neighbors around) const {
-        // Numbers of regions are equal if what any of them has set is what all of them have set.
+        // The numbers are equal if the bits set in any of them are the bits set in all of them.
         FourLabels any{};
         FourLabels all = ~any;
 #pragma GCC unroll 9
@@ -352,7 +355,7 @@ private:
         return anyBits == allBits ? anyBits : LabelWatershed;
     }
 
-    /// The same, neighbour by neighbour.
+    /// The same, neighbour by neighbour, for pixels near the border.
     [[nodiscard]] std::uint32_t OnlyRegionAtBorder(const unsigned char* centre,
                                                    typename States::Neighbors around) const {
         std::uint32_t region = LabelWatershed;
@@ -374,7 +377,7 @@ private:
         m_queue.PushBack(pixel);
     }
 
-    /// Floods the open pixels connected with an open pixel by the current label.
+    /// Floods the open pixels connected to an open pixel with the current label.
     void FloodNewRegion(StPixelPosition first) {
         TakeIntoRegion(first);
         while (!m_queue.IsEmpty()) {
@@ -404,8 +407,8 @@ private:
         return *reinterpret_cast<const std::uint32_t*>(centre + m_steps[slot]);
     }
 
-    /// Asks for the labels around a pixel that will be decided soon. A row is in one line of memory, as a
-    /// rule.
+    /// Prefetches the labels around a pixel that will be decided soon. A row usually lies within one cache
+    /// line.
     void Prefetch(StPixelPosition pixel) const {
         const auto centre = reinterpret_cast<std::uintptr_t>(Address(pixel));
         for (std::size_t slot = 1; slot < States::slotCount; slot += 3)
@@ -418,7 +421,7 @@ private:
     /// A row of three labels and the one after it.
     using FourLabels = std::uint32_t __attribute__((vector_size(4 * sizeof(std::uint32_t))));
 
-    /// By the states of a row: all bits of the labels that are final.
+    /// For the states of a row: a mask with all bits of the labels that are final.
     static constexpr std::array<FourLabels, States::rowStateCount> finalMasks = [] {
         std::array<FourLabels, States::rowStateCount> masks{};
         for (std::uint32_t states = 0; states < States::rowStateCount; ++states) {
@@ -436,11 +439,11 @@ private:
     std::int64_t m_strideY = 0;
     std::int64_t m_strideZ = 0;
     std::array<std::int16_t, 3> m_size{};
-    std::array<std::uint16_t, 3> m_insideCount{};          // from 1 on, the positions that `HasLabelsAround`
+    std::array<std::uint16_t, 3> m_insideCount{};          // from position 1: how many pass `HasLabelsAround`
     std::array<std::int64_t, States::slotCount> m_steps{}; // from a pixel to its neighbours, in bytes
-    std::uint32_t m_currentLabel = 0;                      // the region made last
+    std::uint32_t m_currentLabel = 0;                      // the newest region
     std::uint32_t m_currentLevel = 0;
-    bool m_hasRefused = false; // the criterion, some pixel
+    bool m_hasRefused = false; // the criterion has refused a minimum
     CBasins m_basins;
     States m_states;
     CPixelQueue m_queue;

@@ -13,17 +13,17 @@
 
 namespace ORVEN {
 
-/// What a flood knows of each pixel beside its label, in two bits: whether it has a final label, and whether
-/// it waits for one. All neighbours of a pixel are read at once, a row of three by one load.
+/// The state of each pixel in a flood, in two bits: whether it has a final label, and whether it waits for
+/// one. The states of all neighbours of a pixel are read at once, with one load per row of three.
 ///
-/// The labels say the same in 32 bits a pixel, but sixteen times the memory does not fit a cache, and a flood
-/// jumps about the image. A frame of one pixel around the image, neither final nor open, spares all tests for
-/// the border.
+/// The label image holds the same information in 32 bits per pixel. But that is sixteen times the memory and
+/// does not fit into a cache, and a flood accesses pixels in irregular order. A frame of one pixel around the
+/// image, neither final nor open, makes all border tests unnecessary.
 ///
-/// N is one of the neighbourhoods of Neighborhoods.h. A quarter byte a pixel.
+/// N is one of the neighbourhoods of Neighborhoods.h. Memory: a quarter byte per pixel.
 template <class N>
 class CFloodStates {
-    /// The rows of three pixels that the neighbourhood has pixels of, in the order of its table.
+    /// The rows of three pixels in which the neighbourhood has pixels, in the order of its table.
     struct StRow {
         int dy;
         int dz;
@@ -51,11 +51,11 @@ class CFloodStates {
     }();
 
 public:
-    /// Slots are places in the set that `Around` answers: three a row, the rows in the order of the table, so
-    /// that ascending slots are neighbours in the order of the table.
+    /// Slots are the positions in the set that `Around` returns: three per row, with the rows in the order of
+    /// the table, so that ascending slots are neighbours in the order of the table.
     static constexpr std::size_t slotCount = 3 * rowCount;
 
-    /// The offset of the pixel in a slot.
+    /// The offset from the centre to the pixel of a slot.
     struct StOffset {
         int dx;
         int dy;
@@ -68,23 +68,23 @@ public:
         return result;
     }();
 
-    /// A set of neighbours, with two bits a slot.
+    /// A set of neighbours, with two bits per slot.
     using Neighbors = std::uint64_t;
     static constexpr Neighbors openBits = 0x5555555555555555U;
     static constexpr Neighbors finalBits = 0xAAAAAAAAAAAAAAAAU;
 
-    /// The states of the three slots of a row, a number below `rowStateCount`.
+    /// The states of the three slots of a row, as a number below `rowStateCount`.
     static std::size_t Row(Neighbors neighbors, std::size_t row) {
         return neighbors >> (6 * row) & (rowStateCount - 1);
     }
     static constexpr std::size_t rowStateCount = 64;
 
-    /// The slot of the first neighbour in a set that is not empty.
+    /// The slot of the first neighbour in a non-empty set.
     static std::size_t FirstSlot(Neighbors neighbors) {
         return static_cast<std::size_t>(std::countr_zero(neighbors)) / 2;
     }
 
-    /// All pixels of an image of that size, neither final nor open.
+    /// Resets the states for an image of the given size: no pixel is final or open.
     void Clear(const CSize& size) {
         m_rowBytes = (size.x + 2 + 3) / 4;
         m_planeBytes = N::dimension == 3 ? m_rowBytes * (size.y + 2) : 0;
@@ -102,7 +102,7 @@ public:
         char8_t& byte = m_states[Byte(pixel)];
         byte = static_cast<char8_t>(byte | (condition ? 1U : 0U) << Shift(pixel));
     }
-    /// Neither final nor open.
+    /// Makes a pixel neither final nor open.
     void SetNone(StPixelPosition pixel) { Set(pixel, 0); }
 
     [[nodiscard]] bool IsOpen(StPixelPosition pixel) const {
@@ -128,14 +128,14 @@ public:
     }
 
 private:
-    // In memory pixel (x, y, z) stands at x + 1, and in plane z + 1 if there are planes.
+    // In memory, pixel (x, y, z) is at x + 1, y + 1, and in three dimensions in plane z + 1.
     [[nodiscard]] std::size_t Byte(StPixelPosition pixel) const {
         return static_cast<std::size_t>((pixel.x + 1) / 4 + (pixel.y + 1) * m_rowBytes +
                                         (pixel.z + 1) * m_planeBytes);
     }
     static unsigned Shift(StPixelPosition pixel) { return 2 * ((pixel.x + 1U) % 4); }
 
-    /// Where the left neighbour stands, which is where a load of a row begins.
+    /// The address of the left neighbour, where the load of a row begins.
     [[nodiscard]] const char8_t* LeftOf(StPixelPosition pixel) const {
         return m_states.data() + pixel.x / 4 + (pixel.y + 1) * m_rowBytes + (pixel.z + 1) * m_planeBytes;
     }
@@ -157,7 +157,7 @@ private:
     std::int64_t m_rowBytes = 0;
     std::int64_t m_planeBytes = 0;
     std::array<std::int64_t, rowCount> m_rowSteps{};
-    // char8_t, which aliases nothing: a store leaves the other members in their registers.
+    // char8_t does not alias other types, so the other members stay in registers across a store.
     std::vector<char8_t> m_states;
 };
 

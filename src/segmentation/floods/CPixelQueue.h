@@ -7,8 +7,8 @@
 
 namespace ORVEN {
 
-/// A first-in first-out queue of pixels, as a ring in one block of memory, so that the pixels that come up
-/// next can be looked at ahead of time. It doubles when full and never shrinks; 6 bytes a pixel.
+/// A first-in first-out queue of pixels. It is a ring in one block of memory, so that the next pixels can be
+/// inspected ahead of time. It doubles its capacity when full and never shrinks. Memory: 6 bytes per pixel.
 class CPixelQueue {
 public:
     [[nodiscard]] bool IsEmpty() const { return m_first == m_end; }
@@ -30,7 +30,7 @@ public:
 
     StPixelPosition PopFront() { return m_ring[m_first++ & m_mask]; }
 
-    /// The pixel `steps` behind the first; the first for a queue that has not so many.
+    /// The pixel `steps` behind the first one, or the first one if the queue is shorter.
     [[nodiscard]] StPixelPosition Ahead(std::size_t steps) const {
         return m_ring[(m_first + (steps < Size() ? steps : 0)) & m_mask];
     }
@@ -49,7 +49,7 @@ private:
         m_end = size;
     }
 
-    std::vector<StPixelPosition> m_ring; // a power of two, or nothing
+    std::vector<StPixelPosition> m_ring; // its size is a power of two, or 0
     std::size_t m_mask = 0;
     std::size_t m_first = 0;
     std::size_t m_end = 0;

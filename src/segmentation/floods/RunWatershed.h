@@ -9,24 +9,25 @@
 
 namespace quillon {
 
-/// What a watershed run is given.
+/// The input of a watershed run.
 struct StWatershedRun {
-    ORVEN::CImage& labels; ///< 32-bit, of the size of the image
+    ORVEN::CImage& labels; ///< 32-bit, with the size of the image
     const ORVEN::CImage& image;
-    const ORVEN::CImage* markers; ///< null for regions from minima
+    const ORVEN::CImage* markers; ///< null to grow regions from minima
     ORVEN::EnWatershedMode mode;
-    std::uint32_t parameter; ///< the minimum of the mode's criterion
+    std::uint32_t parameter; ///< the `minimum` of the mode's criterion
 };
 
-/// What a flood returns besides the labels.
+/// The results of a flood besides the labels.
 struct StWatershedOutcome {
     std::uint32_t regionCount;
-    std::string modeText; ///< the mode, as the history names it
+    std::string modeText; ///< the mode, as it is written to the history
 };
 
-/// Runs the flood of neighbourhood N with the criterion of the mode and the pixel type of the image.
-/// Each neighbourhood is instantiated in a source of its own, made from RunWatershed.cpp.in, with five criteria
-/// and four pixel types. Raises `CException` for other pixel types, and what `CWatershedTemplate` raises.
+/// Runs the flood for neighbourhood N with the criterion of the mode and the pixel type of the image. Each
+/// neighbourhood is instantiated in a source file of its own, generated from RunWatershed.cpp.in, with five
+/// criteria and four pixel types. Raises `CException` for other pixel types, and the errors of
+/// `CWatershedTemplate`.
 template <class N>
 StWatershedOutcome RunWatershed(const StWatershedRun& run);
 

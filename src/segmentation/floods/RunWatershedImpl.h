@@ -11,7 +11,7 @@ namespace quillon {
 
 namespace Impl {
 
-/// The flood for the pixel type of the image, one of those named.
+/// Runs the flood for the pixel type of the image, which is one of T, Others.
 template <class N, class Criterion, class T, class... Others>
 std::uint32_t FloodByPixelType(const StWatershedRun& run, typename Criterion::StParameters& parameters,
                                ORVEN::IProgress& progress) {

@@ -2,16 +2,16 @@
 
 #include <cstdint>
 
-/// What a new minimum has to be like before the flood makes it a region. A refused candidate's pixels wait
-/// again, and a later level may take them.
+/// The criteria that decide whether a flood makes a new minimum a region. The pixels of a refused candidate
+/// wait again and may be flooded at a later level.
 ///
-/// By contract a candidate is flooded with the next free number, each of its pixels is shown to the criterion
-/// as it is found and all but the first once more as it leaves the queue, and a refused flood is undone.
-/// What a criterion can learn in this way depends on three numbers alone: the level, the number that the
-/// region would get, and the pixels N of the candidate, of which 2N - 1 are shown. So the criteria here
-/// answer from these, before anything is flooded; a flat basin that is refused for each of its pixels would
-/// cost the square of its size otherwise. That the last pixel counts once less, and the other oddities below,
-/// are contract behaviour: label images made with them stay reproducible.
+/// In the direct form of the algorithm, a candidate is flooded with the next free number. The criterion is
+/// shown each pixel when it is found, and all but the first once more when it leaves the queue. A refused
+/// flood is undone. What a criterion can learn in this way depends on three numbers only: the level, the
+/// number that the region would get, and the number N of pixels, of which 2N - 1 are shown. The criteria here
+/// decide from these numbers, before anything is flooded. Otherwise a flat basin that is refused at each of
+/// its pixels would take time quadratic in its size. The count 2N - 1 and the other oddities below are kept
+/// deliberately, so that existing label images can be reproduced.
 namespace ORVEN {
 
 /// Which criterion a flood uses.
@@ -23,17 +23,17 @@ enum EnWatershedMode : std::uint32_t {
     WATERSHED_MIN_VOLUME = 4,
 };
 
-/// A minimum that asks to become a region.
+/// A minimum that may become a region.
 struct StWatershedCandidate {
-    std::uint32_t level;          ///< that is being flooded
-    std::uint32_t label;          ///< that the region would get
-    std::uint64_t pixelCount = 0; ///< counted for criteria that depend on it only
+    std::uint32_t level;          ///< the level that is being flooded
+    std::uint32_t label;          ///< the label that the region would get
+    std::uint64_t pixelCount = 0; ///< counted only for criteria that depend on it
 
-    /// How many pixels the criterion is shown, by contract.
+    /// How many times the criterion is shown a pixel, see above.
     [[nodiscard]] std::uint64_t ShownCount() const { return 2 * pixelCount - 1; }
 };
 
-/// Takes every minimum; the flood asks it nothing.
+/// Accepts every minimum; the flood does not even ask it.
 class CWatershedCriterionNone {
 public:
     struct StParameters {};
@@ -43,7 +43,7 @@ public:
     static constexpr bool takesEveryMinimum = true;
 };
 
-/// At least `minimum` pixels, counted as told above.
+/// Accepts minima of at least `minimum` pixels, counted as described above.
 class CWatershedCriterionArea {
 public:
     struct StParameters {
@@ -66,7 +66,8 @@ private:
     StParameters* m_parameters;
 };
 
-/// Born above level `minimum`. Up to 16 bits a level is a grey value, beyond it is the rank of the value.
+/// Accepts minima born above level `minimum`. Up to 16 bits a level is a grey value; beyond, it is the rank
+/// of the value.
 class CWatershedCriterionHeight {
 public:
     struct StParameters {
@@ -87,9 +88,9 @@ private:
     StParameters* m_parameters;
 };
 
-/// Some pixel more than `minimum` + 1 below the level - where the height of a pixel is read from the label
-/// image, which holds the candidate's own number there and no grey value, and a label above the level wraps
-/// around. Contract behaviour, not to be mended.
+/// Accepts minima with a pixel more than `minimum` + 1 below the level. The height of a pixel is read from
+/// the label image, which at that point holds the candidate's own number instead of a grey value; a label
+/// above the level wraps around. This is deliberate and must not be fixed.
 class CWatershedCriterionDepth {
 public:
     struct StParameters {
@@ -114,9 +115,10 @@ private:
     StParameters* m_parameters;
 };
 
-/// At least `minimum` of water, the sum over the pixels of the level less their height, plus one - where the
-/// height is read from the label image as with the depth, with the same wrap-around. Contract behaviour, not
-/// to be mended. Sums are exact up to 2^53, which is far above any minimum of 32 bits.
+/// Accepts minima with a water volume of at least `minimum`: the sum, over the pixels, of the level minus the
+/// height of the pixel plus one. The height is read from the label image as for the depth, with the same
+/// wrap-around. This is deliberate and must not be fixed. Sums are exact up to 2^53, far above any 32-bit
+/// minimum.
 class CWatershedCriterionVolume {
 public:
     struct StParameters {
@@ -132,7 +134,7 @@ public:
     static constexpr bool dependsOnPixelCount = true;
 
     [[nodiscard]] bool Takes(const StWatershedCandidate& candidate) const {
-        // The one is added in 32 bits too, before the number is widened: it is part of what wraps around.
+        // The one is also added in 32 bits, before the number is widened, and takes part in the wrap-around.
         const std::uint32_t waterOfAPixel = candidate.level - candidate.label + 1;
         m_parameters->level = candidate.level;
         m_parameters->sum = static_cast<double>(waterOfAPixel) * static_cast<double>(candidate.ShownCount());
