@@ -6,11 +6,11 @@
 
 #include <type_traits>
 
-/// The neighbourhoods that the plug-ins of local topology work with, and what goes with each.
+/// The neighbourhoods that the plug-ins of local topology support, and the properties of each.
 namespace quillon {
 
-/// For neighbourhood N of the foreground: the code of its Euler coefficients, and the neighbourhood of the
-/// background that fits it.
+/// For neighbourhood N of the foreground: the code of its Euler coefficients, and the matching neighbourhood
+/// of the background.
 template <class N>
 struct StAdjacency;
 
@@ -38,8 +38,8 @@ struct StAdjacency<ORVEN::CNeighborhood3dDiffN14_2> {
     using Background = ORVEN::CNeighborhood3dDiffN14_2;
 };
 
-/// Calls `work(std::type_identity<N>())` for the neighbourhood of that id. For any other id `CException` is
-/// raised in the name of the plug-in.
+/// Calls `work(std::type_identity<N>())` for the neighbourhood with the given id. Any other id raises
+/// `CException` in the name of the plug-in.
 template <class Work>
 void WithNeighborhood(const char* plugin, const ORVEN::CString& id, const Work& work) {
     using namespace ORVEN;

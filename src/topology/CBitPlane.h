@@ -8,23 +8,23 @@
 
 namespace quillon {
 
-/// One plane of an image as bits, 64 pixels a word, with nothing set around it: a row of words before the
-/// first and behind the last, and between two rows a bit at least, so that a look past an end finds 0.
+/// One plane of an image as bits, 64 pixels per word, surrounded by zeros: a row of words before the first
+/// row and after the last one, and at least one bit between two rows. So a read past an end returns 0.
 class CBitPlane {
 public:
-    /// Words are dealt with in groups of so many; the last group is filled up.
+    /// Words are processed in groups of this size; the last group is padded.
     static constexpr std::size_t c_group = 8;
 
     CBitPlane(std::int64_t nx, std::int64_t ny);
 
     void Clear();
-    /// Sets the bits of bytes that are not 0.
+    /// Sets the bits of all bytes that are not 0.
     void TakeNonZero(const ORVEN::CImageView<const unsigned char>& pixels, std::int64_t z);
-    /// Sets the bits of bytes that are exactly 1.
+    /// Sets the bits of all bytes that are exactly 1.
     void TakeOnes(const ORVEN::CImageView<unsigned char>& pixels, std::int64_t z);
 
-    /// From the first word of row 0 on, in groups to the end of the last row. Neighbouring words, and those a
-    /// row before and behind, can be read everywhere.
+    /// The words from the first one of row 0, in groups up to the end of the last row. The adjacent words,
+    /// and those one row before and after, can always be read.
     [[nodiscard]] std::uint64_t* Words() { return m_words.data() + m_rowWords + 1; }
     [[nodiscard]] const std::uint64_t* Words() const { return m_words.data() + m_rowWords + 1; }
     [[nodiscard]] std::size_t RowWords() const { return m_rowWords; }

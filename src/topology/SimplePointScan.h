@@ -4,13 +4,13 @@
 
 namespace quillon {
 
-/// Writes 255 to the pixels of `result` that are exactly 1 and whose surroundings in `image` pass the test
-/// for simple points (`SimplePointTest.h`); all others stay. The result is a copy of the image, or part of
-/// one. Surroundings are those of the unchanged image, in which 0 is background and all else foreground. Both
-/// are of one size and of one byte a pixel.
+/// Writes 255 to the pixels of `result` that are exactly 1 and whose neighbourhoods in `image` pass the test
+/// for simple points (`SimplePointTest.h`); all others stay unchanged. `result` is a copy of the image, or of
+/// part of it. Neighbourhoods are taken from the unchanged image, in which 0 is background and everything
+/// else foreground. Both images have the same size and one byte per pixel.
 ///
-/// Runs on the caller's thread and tells no progress. Time is linear in pixels, whatever they are; memory is
-/// half a byte a pixel of one plane.
+/// Runs on the calling thread and reports no progress. Time: linear in the number of pixels, regardless of
+/// their values. Memory: half a byte per pixel of one plane.
 template <class N>
 void MarkSimplePoints(const ORVEN::IImage& image, ORVEN::IImage& result);
 

@@ -9,14 +9,16 @@
 #include <cstdint>
 #include <vector>
 
-/// The test for simple points, told step by step at one pixel: the definition that `SimplePointWords.h`,
-/// which does 64 pixels at once, is held against.
+/// The test for simple points, step by step and for one pixel. It is the reference for `SimplePointWords.h`,
+/// which tests 64 pixels at once.
 namespace quillon {
 
-/// Whether every cell of value 1 of the helper's cube can be reached, through cells of value 1, from the
-/// first such cell along x of some row. A cube without any answers false. Leaves visited flags behind.
+/// Whether every cell of value 1 in the helper's cube can be reached, through cells of value 1, from the
+/// first such cell along x of any row. Returns false for a cube without such cells. Leaves visited flags in
+/// the cube.
 ///
-/// Each row gives a seed. One seed for all would be the test for one component; that is not what this is.
+/// Each row provides a seed. With a single seed this would be the test for one component, which is
+/// deliberately not what it is.
 template <class N>
 bool IsCubeConnected(ORVEN::CSkeletonHelper& helper) {
     using Cell = std::array<std::uint32_t, 3>;
@@ -62,9 +64,9 @@ bool IsCubeConnected(ORVEN::CSkeletonHelper& helper) {
     return total == reached;
 }
 
-/// Whether the foreground pixel at the position is to be marked: without it the Euler number of its cube is
-/// the same, and of what is left of the cube, foreground and background are connected as told above. The
-/// helper has the coefficients of the neighbourhood.
+/// Whether the foreground pixel at the position has to be marked: removing it does not change the Euler
+/// number of its cube, and foreground and background of the remaining cube are both connected in the above
+/// sense. The helper has the coefficients of the neighbourhood.
 template <class N>
 bool IsMarkedPoint(ORVEN::CSkeletonHelper& helper, const ORVEN::CTriple<long long>& position) {
     const auto clearCenter = [&] { helper.m_cube[2][2][2].value = 0; };

@@ -10,24 +10,25 @@
 
 /// The test for simple points of `SimplePointTest.h`, for as many pixels at once as a word has bits.
 ///
-/// A cube of words holds one cell of the cubes around all these pixels in each word, and the test is a
-/// circuit of bitwise operations: no branches, no tables, and a compiler that has wider registers can take
-/// several words at once. It rests on these facts.
+/// In a cube of words, each word holds one cell of the cubes around all these pixels. The test is a circuit
+/// of bitwise operations without branches or tables, and a compiler can process several words at once in
+/// wider registers. It is based on these facts.
 ///
-/// *Euler number.* Removing the centre removes the cells of the complex that it is a corner of: 1 point, the
-/// edges to its neighbours, faces and solids. The Euler number stays if these, counted with (-1)^dimension,
-/// give 0: if there are as many edges and solids as there are faces, and 1. Whether a cell is there is the
-/// AND of its other corners. With F faces that could be there, edges + solids + missing faces = F + 1, so
-/// that one counter and one comparison with a constant do. For N26 the coefficients are those of N6 for the
-/// complement, and so is the change of their sum but for its sign: the same circuit tells of the complement.
+/// *Euler number.* Removing the centre removes the cells of the complex that have it as a corner: 1 point,
+/// the edges to its neighbours, faces and solids. The Euler number stays the same if these, counted with
+/// (-1)^dimension, sum to 0, that is, if there are as many edges and solids as there are faces, plus 1. A
+/// cell is present if all of its other corners are set, which is an AND. With F possible faces, the condition
+/// becomes edges + solids + missing faces = F + 1, so one counter and one comparison with a constant are
+/// enough. For N26 the coefficients are those of N6 for the complement, and the change of the sum is the same
+/// except for its sign. So the same circuit applies to the complement.
 ///
-/// *Connectedness.* Steps along x are in every neighbourhood. So within a row of three cells all that are set
-/// hang together with the first, the seed, but for the third in a row set - empty - set: only such a third
-/// cell can fail to be reached. It is reached at once if it has a neighbour in the middle slab, where all
-/// cells are reached, and else by way of other third cells: a flood of 3 x 3 cells.
+/// *Connectedness.* Every neighbourhood contains steps along x. So all set cells of a row of three are
+/// connected to the first one, the seed, except the third cell in a row "set, empty, set". Only such third
+/// cells can fail to be reached. A third cell is reached directly if it has a neighbour in the middle slab,
+/// where all cells are reached, and otherwise through other third cells: a flood of 3 x 3 cells.
 namespace quillon {
 
-/// Cell (i, j, k), each from 0 to 2, i along x, at i + 3 j + 9 k.
+/// Cell (i, j, k), each from 0 to 2, i along x, is at index i + 3 j + 9 k.
 template <class Word>
 using WordCube = std::array<Word, 27>;
 
@@ -39,8 +40,8 @@ constexpr int CellIndex(std::int64_t i, std::int64_t j, std::int64_t k) {
     return static_cast<int>(i + 3 * j + 9 * k);
 }
 
-/// How many of the words have a bit set, for each bit: the number's binary digits, lowest first. Three words
-/// of a digit make one of it and one of the next, as in an adder.
+/// For each bit, counts the words that have it set, as the binary digits of the number, lowest first. As in
+/// an adder, three words of a digit give one of that digit and one of the next.
 template <class Word, std::size_t count>
 constexpr auto CountWords(const std::array<Word, count>& words) {
     if constexpr (count == 1) {
@@ -67,7 +68,7 @@ constexpr auto CountWords(const std::array<Word, count>& words) {
     }
 }
 
-/// A cell of a complex that has the centre for a corner, by its other corners.
+/// A cell of a complex that has the centre as a corner, given by its other corners.
 struct StComplexCell {
     std::array<std::size_t, 7> corners{};
     std::size_t cornerCount = 0;
@@ -76,8 +77,8 @@ struct StComplexCell {
     constexpr void Add(int corner) { corners[cornerCount++] = static_cast<std::size_t>(corner); }
 };
 
-/// For N6: the boxes, one towards each neighbour of the block, that have it and the centre for opposite
-/// corners.
+/// For N6: the boxes that have the centre and one neighbour of the block as opposite corners, one box per
+/// neighbour.
 constexpr auto BoxesAroundCenter() {
     using Block = ORVEN::CNeighborhood3dDiffN26;
     std::array<StComplexCell, Block::count> boxes{};
@@ -97,8 +98,8 @@ constexpr auto BoxesAroundCenter() {
     return boxes;
 }
 
-/// For the others: the simplices, which are all sets of the centre and neighbours that are neighbours of each
-/// other. There are 14 edges, 36 triangles and 24 tetrahedra.
+/// For the others: the simplices, that is all sets of the centre and neighbours in which any two are
+/// neighbours of each other. There are 14 edges, 36 triangles and 24 tetrahedra.
 template <class N>
 constexpr auto SimplicesAroundCenter() {
     const auto areNeighbors = [](std::size_t a, std::size_t b) {
@@ -136,7 +137,7 @@ constexpr auto c_cellsAroundCenter = SimplicesAroundCenter<N>();
 template <>
 constexpr auto c_cellsAroundCenter<ORVEN::CNeighborhood3dDiffN6> = BoxesAroundCenter();
 
-/// Neighbours of cell `at` of the third slab that lie in slab `i` of the cube, by index.
+/// The neighbours of cell `at` of the third slab that lie in slab `i` of the cube, by index.
 template <class N, std::size_t at, int i>
 constexpr auto NeighborsOfThird() {
     struct {
@@ -154,7 +155,7 @@ constexpr auto NeighborsOfThird() {
 
 } // namespace circuit
 
-/// Where the Euler number of a cube stays as it is without its centre.
+/// The bits for which removing the centre does not change the Euler number of the cube.
 template <class N, class Word>
 constexpr Word KeepsEulerNumber(const WordCube<Word>& cube) {
     constexpr auto& cells = circuit::c_cellsAroundCenter<N>;
@@ -178,7 +179,7 @@ constexpr Word KeepsEulerNumber(const WordCube<Word>& cube) {
     return isEqual;
 }
 
-/// Where a cube whose centre is empty is connected as `IsCubeConnected` tells.
+/// The bits for which a cube with an empty centre is connected in the sense of `IsCubeConnected`.
 template <class N, class Word>
 constexpr Word IsCubeConnected(const WordCube<Word>& cube) {
     std::array<Word, 9> reached{};
@@ -187,14 +188,14 @@ constexpr Word IsCubeConnected(const WordCube<Word>& cube) {
         const Word first = cube[3 * row];
         const Word third = cube[3 * row + 2];
         any |= first | cube[3 * row + 1] | third;
-        // The second cell is among the neighbours: where it is set there is no gap.
+        // The second cell is among the neighbours: where it is set, there is no gap.
         constexpr auto beside = circuit::NeighborsOfThird<N, row, 1>();
         Word isReached = ~first;
         Unroll<beside.count>([&](auto index) { isReached |= cube[beside.cells[index]]; });
         reached[row] = third & isReached;
     });
-    // To and fro in the order of rows. The fifth sweep is the last that can reach anything in 3 x 3 cells,
-    // whatever their neighbourhood.
+    // The sweeps alternate between both directions of the row order. In 3 x 3 cells, with any neighbourhood,
+    // a sixth sweep would reach nothing new.
     Unroll<5>([&](auto sweep) {
         Unroll<9>([&](auto step) {
             constexpr bool isForward = sweep % 2 == 0;
@@ -214,7 +215,8 @@ constexpr Word IsCubeConnected(const WordCube<Word>& cube) {
     return any & ~isMissing;
 }
 
-/// Where `IsMarkedPoint` answers true for a foreground pixel. The centre of the cube is not looked at.
+/// The bits for which `IsMarkedPoint` returns true for a foreground pixel. The centre of the cube is not
+/// read.
 template <class N, class Word>
 constexpr Word IsMarkedPoint(WordCube<Word> foreground) {
     WordCube<Word> background{};

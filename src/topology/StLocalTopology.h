@@ -6,20 +6,20 @@
 
 namespace quillon {
 
-/// The image of a document; null for anything but a binary image.
+/// Returns the image of a document, or null for anything but a binary image.
 [[nodiscard]] const ORVEN::CImage* BinaryImageOf(const ORVEN::CValueMap* document);
 
-/// What the plug-ins of local topology are told, and how they are told it: alike in both.
+/// The parameters shared by the plug-ins of local topology, and how they are read.
 struct StLocalTopology {
     ORVEN::CValueMap* focusedDocument = nullptr;
     ORVEN::CString neighborhood; ///< its id
 
-    /// Whether the image in focus is binary and has three dimensions.
+    /// Whether the image in focus is binary and three-dimensional.
     static bool Accepts(const ORVEN::CValueMap& tree);
     void Update(const ORVEN::CValueMap& tree);
     /// `BinaryImageOf` the document.
     [[nodiscard]] const ORVEN::CImage* BinaryImage() const;
-    /// A text with the id of the neighbourhood for its placeholder.
+    /// Returns a text with its placeholder replaced by the id of the neighbourhood.
     [[nodiscard]] ORVEN::CString HistoryLine(const char* text) const;
 };
 

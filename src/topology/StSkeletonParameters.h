@@ -6,15 +6,15 @@
 
 namespace quillon {
 
-/// What the two skeleton plug-ins are told, and how they are told it: alike in both.
+/// The parameters shared by the two skeleton plug-ins, and how they are read.
 struct StSkeletonParameters : StLocalTopology {
     std::int32_t minRadius = 0; ///< pixels
     float minAngle = 0.0F;      ///< radians
 
-    /// Takes the paths of the look-up tables over for all skeletons of the process.
+    /// Applies the paths of the look-up tables to all skeletons of the process.
     static void Configure(const ORVEN::CValueMap& settings);
     void Update(const ORVEN::CValueMap& tree);
-    /// A text with neighbourhood, angle and radius for its placeholders.
+    /// Returns a text with its placeholders replaced by neighbourhood, angle and radius.
     [[nodiscard]] ORVEN::CString HistoryLine(const char* text) const;
 };
 

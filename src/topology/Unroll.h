@@ -6,8 +6,8 @@
 
 namespace quillon {
 
-/// Calls `body` with the constants 0 to count - 1, one after the other: a loop that is always unrolled, so
-/// that words stay in registers.
+/// Calls `body` with the constants 0 to count - 1 in order. The loop is always unrolled, so that words stay
+/// in registers.
 template <std::size_t count, class Body>
 constexpr void Unroll(const Body& body) {
     [&]<std::size_t... index>(std::index_sequence<index...>) {

@@ -9,7 +9,7 @@
 
 namespace ORVEN {
 
-/// Calls `body(std::type_identity<T>())` with the one of the pixel types that the image type holds:
+/// Calls `body(std::type_identity<T>())` with the given pixel type that matches the image type:
 ///
 ///     DispatchImageType<unsigned int, unsigned short, unsigned char>(
 ///         "Copy", input.Type(), [&]<class T>(std::type_identity<T>) {
@@ -17,8 +17,8 @@ namespace ORVEN {
 ///             CPointOperations(nullptr, nullptr).Visit(copy, result, input);
 ///         });
 ///
-/// `unsigned char` stands for grey and foreground images alike. A type without a match raises `CException`
-/// with "Image type %1 not supported.", in the name of `dispatcher`.
+/// `unsigned char` matches grey and foreground images. If no type matches, raises `CException` with "Image
+/// type %1 not supported." in the name of `dispatcher`.
 template <class T, class... Others, class Body>
 decltype(auto) DispatchImageType(const char* dispatcher, const IImage::CType& type, Body&& body) {
     if (Impl::HoldsPixels<T>(type) && type != IMAGE_BINARY_BG)

@@ -6,8 +6,8 @@
 
 namespace ORVEN::Impl {
 
-/// Texts put together by the compiler: the result lives as long as the program, which is what names of
-/// locations have to, and no thread waits for another to make it.
+/// Text joined at compile time. The result lives as long as the program, which the names of locations
+/// require, and no thread has to wait for another one to create it.
 template <const std::string_view&... parts>
 class CJoinedText {
     static constexpr auto characters = [] {
@@ -23,7 +23,7 @@ class CJoinedText {
 
 public:
     static constexpr std::string_view text{characters.data(), characters.size() - 1};
-    /// The same, with a terminator.
+    /// The text as a null-terminated string.
     static constexpr const char* c_str() { return characters.data(); }
 };
 

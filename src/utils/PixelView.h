@@ -4,12 +4,11 @@
 
 namespace quillon {
 
-/// A second image over the pixels of `image`, without a copy of them and without its attributes: for a host
-/// algorithm that is to see the pixels of an input, or other attributes, but not the input itself. The view
-/// is valid as long as `image` keeps its pixels.
+/// Returns a second image over the pixels of `image`, without copying them and without its attributes. It is
+/// meant for host algorithms that need the pixels of an input, possibly with other attributes, but must not
+/// modify the input itself. The view is valid as long as `image` keeps its pixels.
 ///
-/// Raises `CExBadParam` for an image whose pixels do not stand in rows, lines and planes as those of a
-/// `CImage` do.
+/// Raises `CExBadParam` if the pixels are not arranged in rows and planes like those of a `CImage`.
 ORVEN::CImage PixelViewOf(ORVEN::CImage& image);
 
 } // namespace quillon

@@ -7,13 +7,14 @@
 
 namespace ORVEN {
 
-/// The algorithm object of a traversal: made on the stack for one call, so that it can be seen and cancelled.
+/// The algorithm object of a traversal. It is created on the stack for one call, so that the traversal can be
+/// observed and cancelled.
 class CPointOperations : public CAlgorithm {
 public:
     using CAlgorithm::CAlgorithm;
     ~CPointOperations() override;
 
-    /// Runs the visitor over one image or two. N, the errors and the answer are those of
+    /// Runs the visitor over one or two images. For N, the errors and the return value see
     /// `Impl::VisitorHelper`.
     template <int N = 0, class Visitor, class... Images>
     bool Visit(Visitor& visitor, Images&... images) const {
@@ -21,8 +22,8 @@ public:
     }
 };
 
-/// Finds the extrema of an image of floats and stores them among its metadata, under `c_sMetaMinMax`, minimum
-/// first. Name and parent are those of the algorithm object. Returns what was found.
+/// Finds the extrema of a float image and stores them in its metadata under `c_sMetaMinMax`, minimum first.
+/// The algorithm object gets the given name and parent. Returns the extrema.
 visitors::CAnalyzerMinMax<float> StoreMinMax(IImage& image, const char* name = nullptr,
                                              const IObject* parent = nullptr);
 

@@ -19,15 +19,15 @@ namespace ORVEN {
 class CImage;
 }
 
-/// The bridge from images, whose pixel type is known at run time only, to loops over pixels of a C type.
+/// Connects images, whose pixel type is known only at run time, with loops over pixels of a C++ type.
 ///
-/// `VisitorHelper<0>::VisitImageData(image, visitor, progress)` proves that the image holds the pixels that
-/// the visitor takes, and calls the visitor at each of them; with two images it walks both in lock step, each
-/// with its own strides. `VisitorHelper<2>` passes the position along. How a visitor looks is told in
-/// `visitors::StVisitor`; `CPointOperations` has the usual way to call.
+/// `VisitorHelper<0>::VisitImageData(image, visitor, progress)` checks that the image holds the pixel type
+/// that the visitor takes, and calls the visitor for each pixel. With two images it visits both in step, each
+/// with its own strides. `VisitorHelper<2>` also passes the position. See `visitors::StVisitor` for how to
+/// write a visitor, and `CPointOperations` for the usual way to run one.
 namespace ORVEN::Impl {
 
-/// Whether images of the type hold pixels of type T.
+/// Whether images of the given type hold pixels of type T.
 template <class T>
 constexpr bool HoldsPixels(const IImage::CType& type) {
     if constexpr (std::is_same_v<T, unsigned char>)
@@ -40,42 +40,42 @@ constexpr bool HoldsPixels(const IImage::CType& type) {
         return std::is_same_v<T, float> && type == IMAGE_GREY_F;
 }
 
-/// What a traversal knows of one of its images.
+/// What a traversal needs to know about one of its images.
 struct StImageRecord {
     std::int64_t sizeX = 0; ///< extents beyond the dimension stay 0
     std::int64_t sizeY = 0;
     std::int64_t sizeZ = 0;
-    std::uint8_t dimension = 0; ///< 255 from 255 up
+    std::uint8_t dimension = 0; ///< 255 stands for 255 and above
     bool isInterleaved = false;
     std::uint8_t isBinary = 0;
-    const char* name = ""; ///< of the image in messages
+    const char* name = ""; ///< the name of the image in messages
     const std::type_info* pixelTypeInfo = nullptr;
     std::int32_t access = IImage::LOCK_READ;
 };
 
-/// The checks between an image and a loop over its pixels. All raise `CException`; the types of the template
-/// tell the location only. Instances exist for `CImage` and `IImage`, const or not, and the four pixel types,
-/// const or not.
+/// The checks that come before a loop over the pixels of an image. All of them raise `CException`; the
+/// template arguments only appear in the location. The class is instantiated for `CImage` and `IImage`, const
+/// or not, and the four pixel types, const or not.
 template <class ImageClass, class PixelType>
 class CImageDataExtractor : public StImageRecord {
 public:
-    /// Notes down dimension, type flags, name and access, and checks nothing.
+    /// Records dimension, type flags, name and access without checking anything.
     CImageDataExtractor(const IImage& image, const char* imageName, IImage::EnLockMode imageAccess);
 
-    /// The record of an image that has passed all checks of its own.
+    /// Returns the record of an image after all checks that concern this image alone.
     static CImageDataExtractor Checked(const IImage& image, const char* imageName,
                                        IImage::EnLockMode imageAccess);
 
-    /// The extents of a size of dimension 1 to 3; those beyond it are 0.
+    /// Returns the extents of a size of dimension 1 to 3; extents beyond the dimension are 0.
     static std::array<std::int64_t, 3> InitSize(const CSize& size);
     void CheckImageValidy() const;
     void SetPixelTypeInfo(const IImage& image);
     void CheckPixelType() const;
-    /// Same dimension and same extents.
+    /// Checks that both images have the same dimension and extents.
     void CheckImagesAgainst(const StImageRecord& other) const;
 };
 
-/// One line of pixels, walked from its first to its last.
+/// Steps along one line of pixels, from the first to the last.
 template <class Pixel>
 class CPixelLine {
     using Byte = std::conditional_t<std::is_const_v<Pixel>, const unsigned char, unsigned char>;
@@ -89,8 +89,8 @@ public:
 
     void Advance() { m_position += m_stride; }
 
-    /// Asks for the pixel six steps ahead, which may lie behind the image. It is used once only, hence
-    /// without claim to the cache.
+    /// Prefetches the pixel six steps ahead, which may lie past the end of the image. It is used only once,
+    /// so it is not meant to stay in the cache.
     void Prefetch() const {
         const auto ahead =
             reinterpret_cast<std::uintptr_t>(m_position) + static_cast<std::uintptr_t>(6 * m_stride);
@@ -102,7 +102,7 @@ private:
     std::int64_t m_stride;
 };
 
-/// The pixels of an image as a traversal sees them: it locks a region, then takes the lines of one plane.
+/// The pixels of an image during a traversal: locks a region, then provides the lines of one plane.
 template <class Pixel>
 class CLockedPixels {
     using Image = std::conditional_t<std::is_const_v<Pixel>, const IImage, IImage>;
@@ -138,20 +138,20 @@ private:
     std::int64_t m_strideY = 0;
 };
 
-/// Writes which visitor is about to see which image to the standard output.
+/// Writes to standard output which visitor is about to visit which image.
 void WriteDebugLine(const char* accessName, IImage::EnLockMode access, const std::type_info& visitor,
                     const std::type_info& imageClass, const std::type_info& pixel);
 
-/// Raises the error of a traversal that knows no way through the image.
+/// Raises the error for an image whose dimension a traversal does not support.
 [[noreturn]] void ThrowUnsupportedDimension(const char* function, const StImageRecord& record);
 
-/// Walks images pixel by pixel, x fastest, then y, then z. N = 0 calls the visitor with the pixels, N = 2
-/// with the pixels and x, y, z.
+/// Visits images pixel by pixel, x fastest, then y, then z. With N = 0 the visitor is called with the pixels,
+/// with N = 2 with the pixels and x, y, z.
 ///
-/// Returns false if the traversal was cancelled, which is asked at each line and plane of a two- or
-/// three-dimensional image; what was visited up to then stays. Progress: a total of lines + 1, one step a
-/// pixel; sinks tolerate the difference. Three-dimensional images are locked plane by plane. One virtual call
-/// a pixel, no allocation.
+/// Returns false if the traversal was cancelled, which is checked at each line and plane of a two- or
+/// three-dimensional image; pixels visited before stay changed. Progress: the total is the number of lines +
+/// 1, with one step per pixel; sinks tolerate the difference. Three-dimensional images are locked plane by
+/// plane. Cost per pixel: one virtual call, no allocation.
 template <int N>
 class VisitorHelper {
     static_assert(N == 0 || N == 2);
@@ -167,7 +167,7 @@ public:
         return Visit(record, visitor, progress, pixels);
     }
 
-    /// Raises if the two images differ in size.
+    /// Raises `CException` if the two images differ in size.
     template <class FirstClass, class SecondClass, visitors::VisitorOf<2> Visitor>
     static bool VisitImageData(FirstClass& first, SecondClass& second, Visitor& visitor,
                                IProgress& progress) {
@@ -187,7 +187,7 @@ private:
     static constexpr const char* functionName = N == 0 ? "ORVEN::Impl::VisitorHelper<0>::VisitImageData"
                                                        : "ORVEN::Impl::VisitorHelper<2>::VisitImageData";
 
-    /// An image is const to a visitor that only reads it.
+    /// An image is const for a visitor that only reads it.
     template <class ImageClass, class Pixel>
     using Seen =
         std::conditional_t<std::is_const_v<Pixel>, const ImageClass, std::remove_const_t<ImageClass>>;
@@ -267,7 +267,7 @@ private:
         }
     }
 
-    /// The first and the last pixel. An empty axis ends one before its start.
+    /// The first and the last pixel. On an empty axis the last position is one before the first.
     static std::pair<CPos, CPos> Corners(const StImageRecord& record) {
         CPos first(0, 0, 0);
         CPos last(record.sizeX - 1, record.sizeY - 1, record.sizeZ - 1);
@@ -286,7 +286,8 @@ private:
         }
     }
 
-    // The lines are copies whose address nobody else has, so that they stay in registers across the calls.
+    // The lines are passed by value and their addresses do not escape, so they stay in registers across the
+    // calls.
     template <class Visitor, class... Pixel>
     static void VisitLine(Visitor& visitor, IProgress& progress, std::int64_t sizeX, std::int64_t y,
                           std::int64_t z, CPixelLine<Pixel>... lines) {
@@ -301,7 +302,7 @@ private:
         }
     }
 
-    /// Of two images one that is written is not worth it: it is seldom read as well.
+    /// With two images, prefetching the one that is written does not pay off: it is rarely read as well.
     template <std::size_t imageCount, class Pixel>
     static void PrefetchIfRead(const CPixelLine<Pixel>& line) {
         constexpr bool isRead = imageCount == 1 || std::is_const_v<Pixel>;

@@ -10,8 +10,8 @@
 
 namespace ORVEN::visitors {
 
-/// Finds the least and the greatest pixel. NaN is passed over; without any number the minimum stays the
-/// largest value of T and the maximum the smallest.
+/// Finds the smallest and the largest pixel. NaN is skipped. If there are no numbers, the minimum stays at
+/// the largest value of T and the maximum at the smallest.
 template <class T>
 struct CAnalyzerMinMax : StVisitor<const T> {
     void preprocess() {
@@ -31,12 +31,12 @@ struct CAnalyzerMinMax : StVisitor<const T> {
 
     T minimum = 0;
     T maximum = 0;
-    bool continues = false; ///< start from the next two instead of afresh
+    bool continues = false; ///< start from the next two instead of from scratch
     T startMinimum = 0;
     T startMaximum = 0;
 };
 
-/// Counts the pixels of each value. A value beyond the bins is a fault of the caller.
+/// Counts the pixels of each value. The caller has to provide a bin for every value.
 template <class T, class Count>
 struct CAnalyzerHistogram : StVisitor<const T> {
     CAnalyzerHistogram(std::size_t numberOfBins, std::vector<Count>* counts)
@@ -51,12 +51,12 @@ struct CAnalyzerHistogram : StVisitor<const T> {
     std::vector<Count>* bins;
 };
 
-/// Counts the pixels of each value that occurs. Both zeros of a float are one value, and so are all NaN, the
-/// greatest.
+/// Counts the pixels of each value that occurs. Both zeros of a float count as one value, and so do all NaN,
+/// which are the largest value.
 ///
-/// Takes a walk down the map for each pixel, and a node for each value. For an image of floats, which can
-/// have nearly as many values as pixels, that is a minute a volume: the pixel sort, which needs the order of
-/// the values and not the map, has `CAnalyzerHistogramOfLeadingHalves` stand for it.
+/// Time: one search in the map per pixel. Memory: one node per value. A float image can have nearly as many
+/// values as pixels, and then this takes about a minute per volume. The pixel sort needs only the order of
+/// the values and not the map, and uses `CAnalyzerHistogramOfLeadingHalves` instead.
 template <class T, class Count>
 struct CAnalyzerCountValues : StVisitor<const T> {
     void preprocess() { counts.clear(); }

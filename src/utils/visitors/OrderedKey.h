@@ -6,9 +6,9 @@
 
 namespace ORVEN::visitors {
 
-/// A 32-bit whole number for a 32-bit pixel value, in the order of the values. +0.0 and -0.0 are one value;
-/// all NaN are one value too, above +infinity. A positive float has the order of its bits, a negative one the
-/// reverse.
+/// Maps a 32-bit pixel value to a 32-bit unsigned integer with the same order. +0.0 and -0.0 are one value;
+/// all NaN are also one value, above +infinity. Positive floats have the order of their bit patterns,
+/// negative ones the reverse order.
 template <class T>
 std::uint32_t OrderedKey(T value) {
     static_assert(std::is_same_v<T, unsigned int> || std::is_same_v<T, float>);
@@ -23,7 +23,7 @@ std::uint32_t OrderedKey(T value) {
     }
 }
 
-/// The order of the values for containers: less-than, and total for floats.
+/// Less-than for ordered containers; a total order for floats too.
 struct StLessByOrderedKey {
     template <class T>
     bool operator()(T a, T b) const {

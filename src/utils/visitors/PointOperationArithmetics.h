@@ -15,8 +15,8 @@ namespace ORVEN::visitors {
 template <class T>
 inline constexpr bool isComplexPixel = std::is_same_v<T, std::complex<float>>;
 
-/// Multiplies an image by a factor. What leaves the range of finite floats, NaN included, becomes the
-/// greatest float, or the least if exactly one of factor and pixel is below 0.
+/// Multiplies an image by a factor. Results outside the range of finite floats, NaN included, become the
+/// largest float, or the lowest one if exactly one of factor and pixel is below 0.
 template <class TPixel, class TFactor>
 struct CMultValue : StVisitor<TPixel> {
     explicit CMultValue(TFactor multiplier)
@@ -39,9 +39,9 @@ struct CMultValue : StVisitor<TPixel> {
     TFactor factor;
 };
 
-/// Square root of each pixel, in double precision. With `m_spread` it is stretched so that pixels from
-/// `m_fX0` to `m_fX1` give `m_fY0` to `m_fY1`. Results beyond the finite floats become the nearest of them;
-/// NaN, as of a negative pixel, stays.
+/// Takes the square root of each pixel, in double precision. With `m_spread` the result is scaled so that
+/// pixels from `m_fX0` to `m_fX1` map to `m_fY0` to `m_fY1`. Results outside the finite floats become the
+/// nearest finite float; NaN, for example of a negative pixel, stays NaN.
 template <class TTarget, class TSource>
 struct CRoot : StVisitor<TTarget> {
     CRoot() {
@@ -52,7 +52,7 @@ struct CRoot : StVisitor<TTarget> {
         }
     }
 
-    /// Raises `CException` for bounds that are not finite, or stand in the wrong order.
+    /// Raises `CException` for bounds that are not finite or not in ascending order.
     void preprocess() {
         CheckBounds();
         m_scale = 1.0;

@@ -10,7 +10,7 @@ struct CCopy : StVisitor<T, const T> {
     void operator()(T& target, T source) const { target = source; }
 };
 
-/// Copies the second image into the first and cuts off what lies beyond the bounds.
+/// Copies the second image into the first, clamping values to the bounds.
 template <class TTarget, class TSource>
 struct CCast : StVisitor<TTarget, const TSource> {
     CCast(TTarget lower, TTarget upper)
