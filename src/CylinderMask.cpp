@@ -27,15 +27,16 @@ bool IsSupported(const IImage::CType& type) {
            type == IMAGE_GREY_32 || type == IMAGE_GREY_F;
 }
 
-/// The number cut towards zero. What no image reaches ends at 2^53 on either side, NaN at the lower one, so
-/// that sizes can be told from it; a box with such a corner is refused as any other that leaves the image.
+/// Truncates a number towards zero. Values no image can reach are clamped to 2^53 in either direction, and
+/// NaN to the lower bound, so that sizes can be computed from the result. A box with such a corner is
+/// rejected like any other box that leaves the image.
 std::int64_t Truncated(double number) {
     constexpr double farOutside = 9007199254740992.0;
     return static_cast<std::int64_t>(std::fmin(std::fmax(number, -farOutside), farOutside));
 }
 
-/// What is cut out of an image of that size, in its dimension. Along z the centre's first coordinate stands
-/// for both and t has no part, by contract.
+/// The box to crop an image of the given size to, in its dimension. Along z, the first coordinate of the
+/// centre is deliberately used for both axes, and t is ignored.
 CBox CropBox(const CSize& size, char axis, double s, double t, double radius) {
     CBox box(CPos(0, 0, 0), CPos(size.x - 1, size.y - 1, size.z - 1));
     const auto narrow = [&](std::int64_t along, double center) {
@@ -54,9 +55,10 @@ CBox CropBox(const CSize& size, char axis, double s, double t, double radius) {
     return box;
 }
 
-/// The box as an image of its own. A box that leaves the image raises.
+/// Returns the box as a new image. Raises `CException` if the box leaves the image.
 std::unique_ptr<CImage> Cropped(const CImage& image, const CBox& box) {
-    // A box inside the image is no larger than it, and one outside needs no memory to be refused.
+    // A box inside the image is no larger than the image, and a box outside must be rejected without
+    // allocating it.
     CSize extent = box.Size();
     for (int axis = 0; axis < extent.Dim(); ++axis)
         extent[axis] = std::clamp<std::int64_t>(extent[axis], 0, image.Size()[axis]);
@@ -103,7 +105,7 @@ void CCylinderMaskPlugin::GetData(CValueMap& tree) {
     try {
         MaskFocusedImage(tree);
     } catch (const CException& exception) {
-        // contract wording, and not that of the other plug-ins
+        // contract wording, different from the other plug-ins
         std::cerr << "Plugin "
                   << "CylinderMask"
                   << " catched exception: " << exception.Message() << std::endl;
@@ -121,7 +123,7 @@ void CCylinderMaskPlugin::MaskFocusedImage(CValueMap& tree) {
     std::unique_ptr<CImage> result;
     if (crops) {
         result = Cropped(*image, CropBox(image->Size(), m_axis, m_s, m_t, m_radius));
-        // The centre of the cropped image. That it stays for a further run is contract.
+        // The centre of the cropped image. It deliberately stays in effect for the next run.
         m_s = m_radius;
         m_t = m_radius;
     } else {
@@ -134,7 +136,7 @@ void CCylinderMaskPlugin::MaskFocusedImage(CValueMap& tree) {
     mask.SetCylinderParameters(*result, CString(std::string(1, m_axis)), m_s, m_t, m_radius);
     mask.MaskImageWithMetaInfoCylinder(*result, 0.0);
 
-    // Stored anew, in the form that the header tools write, however the input came by them.
+    // Stored again in the format of the header tools, whatever format the input has.
     std::size_t labelCount = 0;
     if (CQuillonHeaderTools::GetNumberOfLabels(*image, labelCount))
         CQuillonHeaderTools::SetNumberOfLabels(*result, labelCount);
@@ -142,7 +144,7 @@ void CCylinderMaskPlugin::MaskFocusedImage(CValueMap& tree) {
     if (CQuillonHeaderTools::GetMaxDistance(*image, distance))
         CQuillonHeaderTools::SetMaxDistance(*result, distance);
     if (image->Type() == IMAGE_GREY_F)
-        StoreMinMax(*result); // of what is left, not of the input
+        StoreMinMax(*result); // of the result, not of the input
     contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
                        contract::LabelOf(*m_focusedDocument, ""));
 }

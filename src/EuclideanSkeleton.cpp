@@ -17,7 +17,7 @@ std::unique_ptr<IImage> Created(const IImage::CType& type, const CSize& size) {
     return std::unique_ptr<IImage>(CSorbImageFactory::Obj().Create(type, size));
 }
 
-/// After a stage: steps on, unless the run was cancelled.
+/// Called after a stage: advances the progress and returns true unless the run was cancelled.
 bool GoesOn(CProgressProxy& progress) {
     if (progress.IsCancelled())
         return false;
@@ -51,8 +51,8 @@ void CEuclideanSkeletonPlugin::GetData(CValueMap& tree) {
     const std::int64_t radius = m_parameters.minRadius;
     const CString label = contract::LabelOf(*m_parameters.focusedDocument, "EuclideanSkeleton");
 
-    // A cancelled run frees the images in the order of leaving the scope: the youngest first, the result
-    // last.
+    // A cancelled run frees the images in reverse order when it leaves the scope: the newest first, the
+    // result last.
     auto result = std::make_unique<CImage>(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
     CSkeletonCouprierZour algorithm(nullptr, nullptr);
     auto& progress = static_cast<CProgressProxy&>(algorithm.Progress());
@@ -68,9 +68,9 @@ void CEuclideanSkeletonPlugin::GetData(CValueMap& tree) {
     algorithm.Bisector(*squaredDistance, *medialAxis, *bisector, progress, false);
     if (!GoesOn(progress))
         return;
-    // The constraint set is thrown away and the skeleton kept to the medial axis in its place, so that the
-    // angle has no effect: results have always been so, and it is meant. `ConstrainedSet` and
-    // `EuclideanSkeleton` take over the image that is released to them.
+    // The constraint set is discarded and the skeleton is constrained to the medial axis instead, so the
+    // angle has no effect. This is deliberate: results have always been computed this way. `ConstrainedSet`
+    // and `EuclideanSkeleton` take ownership of the image that is released to them.
     const auto constraintSet = Created(IMAGE_BINARY_FG, size);
     algorithm.ConstrainedSet(*medialAxis, *squaredDistance, *bisector.release(), *constraintSet, radius,
                              m_parameters.minAngle, progress);

@@ -19,7 +19,7 @@ using namespace ORVEN;
 
 namespace {
 
-/// The range of angles, whichever of them there are.
+/// Stores the range of possible angles, whether or not they occur.
 void TellRange(CImage& angles) {
     const CValueVector range(new CValueDouble(0.0), new CValueDouble(std::numbers::pi));
     CQuillonHeaderTools::SetMetaInfo(angles, CQuillonHeaderTools::c_sMetaMinMax.c_str(), range);
@@ -33,7 +33,7 @@ void CExactBisectorPlugin::GetPluginSetup(CValueMap& setup) {
 }
 
 void CExactBisectorPlugin::Configure(void* /*context*/, CValueMap& settings) {
-    // The bisector itself has no use for the first table: one setting serves both plug-ins.
+    // The bisector itself does not use the first table; the same settings configure both plug-ins.
     TakePathOfExistingFile(settings, "malut", CExactMedialAxis::Lut());
     TakePathOfExistingFile(settings, "bslut", CExactBisector::Lut());
 }

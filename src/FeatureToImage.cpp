@@ -24,7 +24,7 @@ namespace {
 
 constexpr const char* g_object = "object";
 constexpr const char* g_greyValue = "grayvalue";
-// The grey values that are shown, whatever the type of the image that was measured.
+// The highest grey value that is shown, whatever the type of the measured image.
 constexpr int g_greatestGreyValue = 255;
 
 CValueString* NewText(const std::string& text) { return new CValueString(text.c_str(), text.size()); }
@@ -35,7 +35,7 @@ bool IsGreyValueFeaturesMap(const CValueMap& map) {
     });
 }
 
-/// Asks which of several measurements is to be shown.
+/// Asks which of several measurements to show.
 class CFeatureTypeSelectionDialog : public CAutoDialogPluginWrapper {
 public:
     CValueVector* CreateDialogDescription() override {
@@ -46,7 +46,7 @@ public:
         description->SetEntry("1/type", NewText("string"));
         const std::string first = names.empty() ? std::string() : names.front();
         description->SetEntry("1/default", NewText(selection.empty() ? first : selection));
-        description->SetEntry("1/selection", new CValueMap); // a name could be taken for an index
+        description->SetEntry("1/selection", new CValueMap); // a name could be mistaken for an index
         for (const std::string& name : names)
             description->SetEntry("1/selection/" + name, NewText(name));
         return description.release();
@@ -67,12 +67,12 @@ public:
     std::string selection;
 };
 
-/// Tells of a features map that is no use.
+/// Reports an unusable features map.
 void TellUnusable(const CValue_Key& key, const char* kind) {
     std::cout << key.ToString() << " is not " << kind << " map\n";
 }
 
-/// The kinds of the usable features maps, by their names.
+/// Returns the kinds of the usable features maps by name.
 std::map<std::string, std::string> UsableFeatures(const CValueMap& features) {
     std::map<std::string, std::string> kinds;
     for (auto entry = features.begin(); entry != features.end(); ++entry) {
@@ -87,7 +87,7 @@ std::map<std::string, std::string> UsableFeatures(const CValueMap& features) {
     return kinds;
 }
 
-/// The name of the one to show; empty if there is none or the dialog was cancelled.
+/// Returns the name of the measurement to show; empty if there is none or the dialog was cancelled.
 std::string SelectFeature(const std::map<std::string, std::string>& kinds) {
     CFeatureTypeSelectionDialog dialog;
     for (const auto& [name, kind] : kinds) {
@@ -143,7 +143,7 @@ void CFeatureMapToFeatureImagePlugin::MakeFeatureImage(CValueMap& tree) const {
         image != nullptr ? image->Attributes().Entry(CQuillonHeaderTools::c_sTagFeatures, true) : nullptr;
     if (tag == nullptr || tag->Map() == nullptr)
         return;
-    CValueMap features(*tag->Map()); // the header is not to change
+    CValueMap features(*tag->Map()); // the header must not change
     const std::map<std::string, std::string> kinds = UsableFeatures(features);
     const std::string name = SelectFeature(kinds);
     const auto kind = kinds.find(name);

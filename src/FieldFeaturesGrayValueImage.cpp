@@ -23,7 +23,7 @@ bool IsMeasurable(const IImage::CType& type) {
     return type == IMAGE_BINARY_FG || type == IMAGE_GREY_8 || type == IMAGE_GREY_16;
 }
 
-/// The format of the keys of grey values, all of one width so that they sort by value: "grayvalue 007".
+/// The format of grey-value keys. All have the same width so that they sort by value: "grayvalue 007".
 std::string KeyFormat(std::uint32_t greatestGreyValue) {
     const auto digits = static_cast<unsigned>(std::log10(static_cast<double>(greatestGreyValue))) + 1;
     return CStringTools::Printf("%s %%0%ulu", "grayvalue", digits);
@@ -36,7 +36,7 @@ std::string Key(const std::string& format, std::uint32_t greyValue) {
 #pragma GCC diagnostic pop
 }
 
-/// The features at one threshold, with what says whose they are.
+/// Returns the features at one threshold, together with the grey value and a status.
 std::unique_ptr<CValueMap> Entry(const StFieldFeaturesData3d& data, std::uint32_t greyValue) {
     auto entry = std::make_unique<CValueMap>(CValueMap(data));
     const CString text = CString("%1", CString::ENC_UTF8).Arg(static_cast<int>(greyValue), 0);
@@ -56,7 +56,7 @@ std::unique_ptr<CValueMap> Measure(const CImage& image) {
     StFieldFeaturesData3d data(StFieldFeaturesData3d::StandardParameter());
     for (std::uint32_t greyValue = 0; greyValue <= histograms.greatestGreyValue; ++greyValue) {
         const auto row = histograms.counts.begin() + std::ptrdiff_t{greyValue} * configuration.counts.size();
-        // All blocks lie inside the image, so that there is no edge to correct for.
+        // All blocks lie inside the image, so no edge correction is needed.
         std::copy_n(row, configuration.counts.size(), configuration.counts.begin());
         configuration.edgeCorrectedCounts = configuration.counts;
         CFieldFeatures(nullptr, nullptr).Calculate(configuration, parameter, data);

@@ -33,7 +33,7 @@ void CGaussFilterPlugin::GetData(CValueMap& tree) {
         return;
     const int dimension = image->Size().Dim();
     if (dimension != 3) {
-        // "%1d" is contract wording: a "d" follows the dimension.
+        // "%1d" is contract wording: the dimension is followed by a "d".
         throw CException(
             "GaussFilterPlugin",
             CString("Gauss filter only supports 3d images, current image is %1d.", CString::ENC_UTF8)
@@ -44,7 +44,7 @@ void CGaussFilterPlugin::GetData(CValueMap& tree) {
     CYoungVanVliet(m_sigma, nullptr, nullptr).gauss(*result, *image);
 
     contract::Inherit(*result, *image, CString("gaussian(sigma=%1)", CString::ENC_UTF8).Arg(m_sigma, 0));
-    // Written back, so that the result has a spacing even if the input has none.
+    // Stored again, so that the result has a spacing even if the input has none.
     double x = 1.0;
     double y = 1.0;
     double z = 1.0;

@@ -27,12 +27,12 @@ namespace {
 
 const char* const g_name = "CGranulometryPlugin";
 
-/// Numbers of pixels by diameter.
+/// The number of pixels for each diameter.
 using Histogram = std::map<float, std::uint64_t>;
 
-/// The format of diameters as keys. By contract its width goes by the largest; it hardly shows, as the text
-/// is longer. A pixel length near the limits of a float makes the largest infinite. That has no width, and
-/// must have none: "inf" would be padded with blanks, which end a key.
+/// The format of diameters as keys. Its width deliberately depends on the largest diameter, although this is
+/// rarely visible because the text is longer. If a pixel length is near the limits of a float, the largest
+/// diameter is infinite. Then no width is set: "inf" would be padded with blanks, and a blank ends a key.
 std::string KeyFormat(float largestDiameter) {
     const int width = std::isfinite(largestDiameter) ? 8 + static_cast<int>(std::log10(largestDiameter)) : 0;
     return CStringTools::Printf("%s%%0%ule", "", static_cast<unsigned>(std::max(width, 0)));
@@ -51,7 +51,7 @@ struct StNumericOrder {
     }
 };
 
-/// Diameters that are equal once they are written share an entry.
+/// Diameters with equal text share an entry.
 std::unique_ptr<CValueMap> DataOf(const Histogram& histogram) {
     const std::string format = KeyFormat(histogram.rbegin()->first);
     std::map<std::string, std::uint64_t, StNumericOrder> counts;
@@ -85,7 +85,7 @@ void CGranulometryPlugin::UpdateParameters(const CValueMap& tree) {
     contract::ReadParameter(tree, "parameters/featureViewPlugin", m_viewPlugin);
     contract::ReadParameter(tree, "parameters/onForeground", m_isOnForeground);
     contract::ReadParameter(tree, "parameters/returnImage", m_returnsImage);
-    // Unlike the others these do not outlast a call without them.
+    // Unlike the others, these parameters are reset if a call does not contain them.
     m_stepWidth = -1.0;
     m_isFiltered = false;
     bool isExperimental = false;
@@ -135,7 +135,7 @@ void CGranulometryPlugin::GetData(CValueMap& tree) {
                                           .Arg(stepWidth)
                                           .Arg(m_isFiltered ? ",medialaxispoint-filtered" : ""),
                                       0);
-    // The sizes are no copy of the image: of its attributes they take none.
+    // The sizes are not a copy of the image, so they do not inherit its attributes.
     contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(output),
                        contract::LabelOf(*m_focusedDocument, "Granulometry"));
 }

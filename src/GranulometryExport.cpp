@@ -21,7 +21,7 @@ using namespace ORVEN;
 namespace {
 
 const char* const g_name = "CGranulometryExportPlugin";
-// The name of the plug-in that measures, by contract.
+// Deliberately the name of the plug-in that measures.
 const char* const g_errorSource = "CGranulometryPlugin";
 constexpr char g_separator = ';';
 constexpr char g_quote = '"';
@@ -41,7 +41,7 @@ void CGranulometryExportPlugin::UpdateParameters(const CValueMap& tree) {
     contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_INPUT);
     m_label = m_focusedDocument != nullptr ? contract::LabelOf(*m_focusedDocument, "") : CString();
     const CImage* image = contract::ContentOf(m_focusedDocument);
-    // An image that has not been measured leaves the last one in place, by contract.
+    // An image without a measurement deliberately leaves the previous one in place.
     if (image == nullptr || !image->Attributes().HasEntry(GranulometryKey(), typeid(CValueMap)))
         return;
     m_image = image;
@@ -86,7 +86,7 @@ void CGranulometryExportPlugin::Save(const std::string& path) const {
     table << CCsvOStreamColumnTable::BindValueMap{data != nullptr ? data->Map() : nullptr, "diameter",
                                                   "count", true, true}
           << std::endl;
-    file.close(); // which can be the first to find the disk full
+    file.close(); // a full disk may be detected only here
     if (!file)
         throw CException(g_errorSource, "Can't write to file.", nullptr);
 }

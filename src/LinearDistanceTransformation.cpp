@@ -13,7 +13,7 @@ namespace contract = quillon::contract;
 
 namespace {
 
-/// The axis that a text names by its first character, in either case; 'x' for any other.
+/// Returns the axis named by the first character of a text, in either case; 'x' for any other text.
 char DirectionOf(const CString& text) {
     const char first = static_cast<const char*>(text)[0];
     if (first >= 'X' && first <= 'Z')
@@ -43,7 +43,7 @@ void CLinearDistanceTransformationPlugin::UpdateParameters(const CValueMap& tree
 }
 
 void CLinearDistanceTransformationPlugin::GetData(CValueMap& tree) {
-    // contract wording: the name of another plug-in
+    // contract wording: the name of a different plug-in
     contract::ReportExceptions("VoronoiEdtPlugin", [&] {
         const CImage* image = contract::ContentOf(m_focusedDocument);
         if (image == nullptr)

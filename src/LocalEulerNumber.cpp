@@ -19,8 +19,8 @@ namespace {
 
 struct StMinMax {
     float minimum = std::numeric_limits<float>::max();
-    // Meant: the smallest positive number, which only a figure of 1 or more exceeds, is the maximum of an
-    // image without any such.
+    // Deliberately the smallest positive number: it remains the maximum of an image without any value of 1 or
+    // more.
     float maximum = std::numeric_limits<float>::min();
 };
 

@@ -19,7 +19,7 @@ namespace {
 
 const char* const g_site = "CLocalFiberDirectionsPlugin";
 
-/// The value at a key that must be there.
+/// Returns the value at a key that is required.
 const CValue& Required(const CValueMap& parameters, const char* key) {
     const CValue* const value = parameters.Entry(key, true);
     if (value == nullptr) {
@@ -29,7 +29,7 @@ const CValue& Required(const CValueMap& parameters, const char* key) {
     return *value;
 }
 
-/// Stores the measurement in place of an earlier one.
+/// Stores the measurement, replacing an earlier one.
 void StoreMeasurement(CImage& image, std::unique_ptr<CValueMap> measurement) {
     CValueMap& attributes = image.Attributes();
     const std::string& features = CQuillonHeaderTools::c_sTagFeatures;
@@ -38,13 +38,13 @@ void StoreMeasurement(CImage& image, std::unique_ptr<CValueMap> measurement) {
     attributes.SetEntry(features + "/" + CSubfieldFiberDirections::sFiberDirectionsId, measurement.release());
 }
 
-/// A map of directions, or null for none; the caller owns it from now on.
+/// Takes ownership of a map of directions; null if there is none.
 std::unique_ptr<CImage> TakeMap(const IImage* map) {
     return std::unique_ptr<CImage>(dynamic_cast<CImage*>(const_cast<IImage*>(map)));
 }
 
-/// Gives a map the attributes of the image that was measured, a line of history, and its own least and
-/// greatest value back, which those attributes replace.
+/// Gives a map the attributes of the measured image and a line of history. These attributes replace the
+/// minimum and maximum of the map, which are restored afterwards.
 void CompleteMap(CImage& map, const CImage& image, const std::string& history) {
     const char* const key = CQuillonHeaderTools::c_sMetaMinMax.c_str();
     CValueVector minMax;
@@ -110,7 +110,7 @@ void CLocalFiberDirectionsPlugin::CheckParameters() const {
     };
     require(std::isfinite(m_fiberRadius), "Fiber radius must not be inf or nan.");
     require(m_fiberRadius > 0.0, "Fiber radius must be strictly positive.");
-    // Whether or not the factor is used.
+    // Checked even if the factor is not used.
     require(std::isfinite(m_otsuFactor), "Otsu factor must not be inf or nan.");
     require(!m_usesOtsu || m_otsuFactor > 0.0, "Otsu factor must be strictly positive.");
     require(m_usesOtsu || m_mask != nullptr, "No valid mask image.");
@@ -125,7 +125,7 @@ void CLocalFiberDirectionsPlugin::GetData(CValueMap& tree) {
         return;
     std::string history = "FiberDirections(";
     CSubfieldFiberDirections directions(m_fiberRadius, m_otsuFactor, m_subfieldX, m_subfieldY, m_subfieldZ);
-    // The mask goes along whatever Otsu's switch says, and wins.
+    // The mask is passed regardless of the switch for Otsu's method, and takes precedence.
     std::unique_ptr<CValueMap> measurement(directions.Compute(*image, history, m_mask, false));
     if (measurement == nullptr)
         return; // cancelled
@@ -143,10 +143,11 @@ void CLocalFiberDirectionsPlugin::GetData(CValueMap& tree) {
         directions.GetDirections(theta);
     auto thetaMap = TakeMap(theta);
     auto phiMap = TakeMap(phi);
-    // A label that is no text counts as an empty one: only a missing label leaves out the dash.
+    // A label that is not a text counts as an empty one: the dash is omitted only if there is no label.
     const bool hasLabel = m_focusedDocument->HasEntry("label");
     const std::string label = hasLabel ? contract::LabelOf(*m_focusedDocument, "").Std() + " - " : "";
-    // Both are complete before the first is handed over: a failure leaves nothing in the tree.
+    // Both maps are completed before the first one is handed over, so that a failure leaves nothing in the
+    // tree.
     if (phiMap != nullptr)
         CompleteMap(*phiMap, *image, history + "angle=phi)");
     CompleteMap(*thetaMap, *image, history + "angle=theta)");

@@ -23,7 +23,8 @@ using namespace ORVEN;
 
 namespace {
 
-/// What was accepted last, by any object. The choice of a mask is not remembered: the next image has others.
+/// The values that were accepted last, by any object. The mask is not remembered, because the next image has
+/// different ones.
 struct StMemory {
     bool isValid = false;
     double fiberRadius = 0.0;
@@ -36,7 +37,7 @@ struct StMemory {
 
 StMemory g_memory;
 
-/// Does the work; what it raises is written to standard error and goes on.
+/// Does the work. Exceptions are written to standard error and rethrown.
 template <class Work>
 void ReportExceptions(const char* operation, const Work& work) {
     try {
@@ -48,14 +49,14 @@ void ReportExceptions(const char* operation, const Work& work) {
         std::cerr << operation << " caught " << exception.what() << std::endl;
         throw;
     } catch (...) {
-        // This one names the same operation wherever it comes from, by contract.
+        // This message deliberately names the same operation in all cases.
         std::cerr << "CLocalFiberDirectionsDialogPlugin::UpdateParameters caught unknown exception"
                   << std::endl;
         throw;
     }
 }
 
-/// Pixel size along x, y, z; 1 where the image has none.
+/// The pixel size along x, y, z; 1 if the image does not store it.
 std::array<double, 3> SpacingOf(const CImage& image) {
     std::array<double, 3> spacing{1.0, 1.0, 1.0};
     const bool isVolume = image.Size().Dim() == 3;
@@ -136,7 +137,7 @@ std::unique_ptr<CValueMap> CLocalFiberDirectionsDialogPlugin::ParametersOfDialog
         std::int64_t y = 0;
         std::int64_t z = 0;
         m_dialog->GetSubfieldPixels(x, y, z);
-        // The fields show numbers of 32 bits.
+        // The dialog's fields show 32-bit numbers.
         parameters->SetEntry("subfield_x", new CValueLong(static_cast<std::int32_t>(x)));
         parameters->SetEntry("subfield_y", new CValueLong(static_cast<std::int32_t>(y)));
         parameters->SetEntry("subfield_z", new CValueLong(static_cast<std::int32_t>(z)));
@@ -149,7 +150,7 @@ std::unique_ptr<CValueMap> CLocalFiberDirectionsDialogPlugin::ParametersOfDialog
 std::unique_ptr<CValueMap> CLocalFiberDirectionsDialogPlugin::AdvancedParametersOfDialog() const {
     const auto mask = m_maskImages.find(m_dialog->GetMaskName());
     const bool isMaskChosen = !m_dialog->UsesOtsu() && mask != m_maskImages.end();
-    // A parameter points to an image that can be written to, which nobody does to a mask.
+    // The parameter is a pointer to a non-const image, but a mask is never written to.
     auto* image = isMaskChosen ? const_cast<CImage*>(mask->second) : nullptr;
 
     auto advanced = std::make_unique<CValueMap>();

@@ -41,7 +41,7 @@ constexpr char g_separator = ';';
 constexpr char g_quote = '"';
 const char* const g_idTitle = "ID";
 const char* const g_entryType = "Entry type";
-// What every entry that makes a row has.
+// Only maps with this entry become rows.
 const char* const g_tensor = "Orientation tensor";
 
 std::string MeasurementKey() {
@@ -50,14 +50,14 @@ std::string MeasurementKey() {
 
 std::string FieldKey() { return MeasurementKey() + "/" + CSubfieldFiberDirections::sFieldFiberDirectionsId; }
 
-/// The map at a key; null if there is none, and for no map at all.
+/// Returns the map at a key; null if there is none or `map` is null.
 const CValueMap* MapAt(const CValueMap* map, const char* key) {
     const CValue* entry = map != nullptr ? map->Entry(key, true) : nullptr;
     return entry != nullptr ? entry->Map() : nullptr;
 }
 
-/// The measurement of the field. `TestParameters` has seen an entry for it, but a file can hold anything
-/// there.
+/// Returns the measurement of the field. `TestParameters` has checked that the entry exists, but in a file
+/// from elsewhere it need not be a map.
 const CValueMap& Field(const CValueMap& features) {
     const CValueMap* field = MapAt(&features, CSubfieldFiberDirections::sFieldFiberDirectionsId);
     if (field == nullptr) {
@@ -84,7 +84,7 @@ int CountMaps(const CValueMap& map) {
     return count;
 }
 
-/// The row of the field, with the columns that the measurement does not have. Its keys make the titles.
+/// Returns the row of the field, with the columns that the measurement lacks. Its keys become the titles.
 std::unique_ptr<CValueMap> FieldRow(const CValueMap& field, const CValueMap* subfields) {
     auto row = CloneOf(field);
     SetText(*row, g_idTitle, CSubfieldFiberDirections::sFieldFiberDirectionsId);
@@ -98,7 +98,7 @@ std::unique_ptr<CValueMap> FieldRow(const CValueMap& field, const CValueMap* sub
     return row;
 }
 
-/// Copies what stands below a map of rows into the rows of the file, completed by `complete(row)`.
+/// Copies a map of rows to the rows of the file, after completing each with `complete(row)`.
 template <class Complete>
 void AddRows(CValueMap& rows, const CValueMap& source, const char* prefix, const Complete& complete) {
     const auto copy = CloneOf(source);
@@ -112,13 +112,13 @@ void AddRows(CValueMap& rows, const CValueMap& source, const char* prefix, const
 void AddSubfieldRows(CValueMap& rows, const CValueMap& subfields) {
     AddRows(rows, subfields, "", [](CValueMap& row) {
         SetText(row, g_entryType, "subfield");
-        // By contract another key than that of the field. It stands at the same place among the others.
+        // Deliberately a different key from that of the field. It sorts to the same position.
         row.SetEntry("Number pf subfields", new CValueLong(1));
         SetText(row, "Slice position", "n/a");
     });
 }
 
-/// The rows of the profiles along all axes; false if there are none.
+/// Adds the rows of the profiles along all axes; returns false if there are none.
 bool AddProfileRows(CValueMap& rows, const CValueMap* profiles) {
     constexpr std::array<std::array<const char*, 2>, 3> directions{
         {{"x-Direction", "X-Profile "}, {"y-Direction", "Y-Profile "}, {"z-Direction", "Z-Profile "}}};
@@ -148,7 +148,8 @@ void WriteRows(std::ostream& file, const CValueMap& rows) {
     }
 }
 
-/// Tells in the status bar of the main window, and at the end on standard output, how a file is getting on.
+/// Reports the progress of saving a file in the status bar of the main window, and finally on standard
+/// output.
 class CSaveStatusMessage {
 public:
     CSaveStatusMessage(bool isSaving, const std::string& name, const std::string& file)
@@ -197,8 +198,8 @@ void CLocalFiberDirectionsExportPlugin::UpdateParameters(const CValueMap& tree) 
     contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_INPUT);
     if (tree.HasEntry("input"))
         m_label = m_focusedDocument != nullptr ? contract::LabelOf(*m_focusedDocument, "") : CString();
-    // Nothing in focus, or no image there, is no reason to forget the last measurement and the choice of
-    // rows: it can still be exported, under a name without a label.
+    // If nothing is in focus, or no image, the last measurement and the selection of rows are kept: the
+    // measurement can still be exported, with a file name that does not contain a label.
     const CImage* image = contract::ContentOf(m_focusedDocument);
     if (image == nullptr)
         return;
@@ -235,21 +236,21 @@ void CLocalFiberDirectionsExportPlugin::GetData(CValueMap&) {
 
 void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     const CWaitCursor cursor;
-    // "profiles" has no blank in front, by contract.
+    // "profiles" deliberately has no blank in front.
     CSaveStatusMessage status(true,
                               std::string(g_name) + "(" + (m_exportsField ? " field" : "") +
                                   (m_exportsSubfields ? " subfields" : "") +
                                   (m_exportsProfiles ? "profiles" : "") + " )",
                               path);
-    // All of it is made before the file is opened: entries of another kind raise, and a table that was to be
-    // replaced stays.
+    // Everything is prepared before the file is opened: an entry of the wrong kind raises an error, and must
+    // not destroy an existing table.
     const CValueMap* subfields = MapAt(m_features, CSubfieldFiberDirections::sSubfieldFiberDirectionsId);
     const CValueMap* profiles = MapAt(m_features, CSubfieldFiberDirections::sSubfieldProfiles);
     std::stringstream head;
     head << CommentLine(m_exportsSubfields ? subfields : nullptr) << std::endl;
     std::unique_ptr<CValueMap> fieldRow = FieldRow(Field(*m_features), subfields);
     CCsvOStreamValueMapLineariser(*fieldRow, head, g_idTitle, g_separator, g_quote);
-    fieldRow->RemoveEntry(g_idTitle); // its place is that of the row's key
+    fieldRow->RemoveEntry(g_idTitle); // the key of the row takes its place
 
     CValueMap rows;
     bool isAnySelected = m_exportsField;
@@ -269,7 +270,7 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
         throw CException(g_name, text, nullptr);
     }
     if (!isAnySelected) {
-        // The cursor is restored here, for the box, and once more at the end, by contract.
+        // The cursor is restored here, for the message box, and deliberately once more at the end.
         QApplication::restoreOverrideCursor();
         Warn("No data written to file. Please pick some results (field, subfields) and make\n"
              "sure they have been computed in (Sub-)field fibre directions");
@@ -277,7 +278,7 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     }
     file << head.str();
     WriteRows(file, rows);
-    file.close(); // which can be the first to find the disk full
+    file.close(); // a full disk may be detected only here
     if (!file)
         throw CException(g_name, CString("Can't write to file '%1'.", CString::ENC_UTF8).Arg(path), nullptr);
     status.SetSuccess();

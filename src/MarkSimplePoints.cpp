@@ -25,7 +25,7 @@ void CMarkSimplePointsPlugin::GetData(CValueMap& tree) {
     if (image == nullptr)
         return;
     auto result = std::make_unique<CImage>(IMAGE_GREY_8, image->Size(), CSize(0, 0, 0));
-    // A cancelled copy leaves the rest 0, where nothing is marked then.
+    // If the copy is cancelled, the remaining pixels are 0 and are not marked.
     visitors::CCopy<unsigned char> copy;
     CPointOperations(nullptr, nullptr).Visit(copy, *result, *image);
     WithNeighborhood("CMarkSimplePointsPlugin", m_settings.neighborhood,

@@ -46,7 +46,7 @@ void CPartialDerivativePlugin::GetData(CValueMap& tree) {
     if (image == nullptr)
         return;
     RequireIsotropicPixels(*image, "PartialDerivativePlugin");
-    // Derived in place, and the input stays as it is.
+    // The derivative is computed in place on a copy, so that the input is unchanged.
     auto result = std::make_unique<CImage>(image->Type(), image->Size(), CSize(0, 0, 0));
     Copy(*result, *image);
     CPartialDerivatives(nullptr, nullptr).Derivative(*result, m_orderX, m_orderY, m_orderZ);

@@ -43,8 +43,8 @@ void* Create() {
     return new Plugin;
 }
 
-// The names are fixed texts, not made from those of the classes: only one ends in "Plugin", and "Skeleton" is
-// the topological one.
+// The names are fixed texts and cannot be derived from the class names: only one of them ends in "Plugin",
+// and "Skeleton" is the topological skeleton.
 constexpr std::array<StFactoryRow, 24> g_rows{{
     {"SegmNiblack", Create<CSegmNiblackPlugin>},
     {"SegmSauvola", Create<CSegmSauvolaPlugin>},
@@ -72,8 +72,8 @@ constexpr std::array<StFactoryRow, 24> g_rows{{
     {"CylinderMask", Create<CCylinderMaskPlugin>},
 }};
 
-// From the loading of the pack to its unloading. No plug-in transforms itself; the host libraries that they
-// call may.
+// Exists from the loading of the pack to its unloading. The plug-ins do not call FFTW themselves, but the
+// host libraries that they use may.
 const ORVEN::CRegisterFftwClient g_fftwClient;
 
 } // namespace

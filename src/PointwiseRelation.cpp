@@ -27,7 +27,7 @@ void CPointwiseRelationPlugin::Reset() {
 
 bool CPointwiseRelationPlugin::TestParameters(const CValueMap& tree) {
     return contract::AcceptsFocusedImage(tree, [](const CImage& image) {
-        // Complex images pass here, and the comparison refuses them with a reason.
+        // Complex images are accepted here; the comparison then rejects them with an explanation.
         const std::array types{IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16,
                                IMAGE_GREY_32,   IMAGE_GREY_F, IMAGE_COMPLEX_F};
         return std::find(types.begin(), types.end(), image.Type()) != types.end();
@@ -49,7 +49,7 @@ void CPointwiseRelationPlugin::GetData(CValueMap&) {
         const CWaitCursor cursor;
         message = CompareImages(*image, *m_secondImage);
     }
-    // Only here a window is needed: what the comparison refuses is refused in its own words.
+    // A window is only needed here, so images that cannot be compared are rejected by the comparison first.
     ShowBox("PointwiseRelation", EnBox::INFORMATION, nullptr, "PointwiseRelation",
             QString::fromStdString(message));
 }

@@ -66,7 +66,7 @@ void CSphericalMorphologyPlugin::GetData(CValueMap& tree) {
     if (image == nullptr)
         return;
     RequireIsotropicPixels(*image, g_site);
-    CImage view = PixelViewOf(*image); // the operations take a source that they could change
+    CImage view = PixelViewOf(*image); // the operations take a non-const source
     auto result = std::make_unique<CImage>(image->Type(), image->Size(), CSize(0, 0, 0));
     const Operation operation = OperationOfName(m_operation);
     CSphericalMorphology morphology(nullptr, nullptr);

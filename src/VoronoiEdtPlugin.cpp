@@ -15,7 +15,7 @@ namespace contract = quillon::contract;
 
 namespace {
 
-/// Reads whether a text parameter is that word; any other text is a no.
+/// Sets `member` to whether a text parameter equals `word`.
 void ReadChoice(const CValueMap& tree, const char* key, const char* word, bool& member) {
     CString text;
     if (contract::ReadParameter(tree, key, text))
@@ -62,8 +62,8 @@ void CVoronoiEdtPlugin::GetData(CValueMap& tree) {
         } else {
             calculate(*image);
         }
-        // This also replaces the greatest distance on record, which the transform has just set, by that of
-        // the input or by none. The linear transform inherits first and keeps its own.
+        // This also replaces the greatest distance, which the transform has just stored, with that of the
+        // input, or removes it. The linear transform inherits first and keeps its own.
         contract::Inherit(
             *result, *image,
             CString(CStringTools::Printf("EdtVoronoi(%s,%s,%s%s)", m_exactValues ? "exact" : "squared",

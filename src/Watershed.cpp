@@ -25,7 +25,7 @@ const char* const g_site = "WatershedPlugin";
 
 constexpr std::uint32_t g_unknownMode = 0xFFFFFFFF;
 
-/// The mode of that name. The last of the five is never looked for, by contract.
+/// Returns the mode with the given name. The last of the five names is deliberately never matched.
 std::uint32_t ModeOfName(std::string_view name) {
     constexpr std::array<std::string_view, 5> names{"Normal", "NoOfVoxel", "MinGreyValue", "MinDepth",
                                                     "MinVolume"};
@@ -36,7 +36,8 @@ std::uint32_t ModeOfName(std::string_view name) {
     return g_unknownMode;
 }
 
-/// A neighbourhood as the parameter words name it. The words are those of the 3-d ones, for both dimensions.
+/// Maps a parameter word to a neighbourhood. The words are the names of the 3-d neighbourhoods, in both
+/// dimensions.
 struct StNeighborhoodRow {
     std::string_view word;
     const char* id;
@@ -65,9 +66,9 @@ const StNeighborhoodRow& FindRow(int dimension, std::string_view word) {
     throw CException(g_site, "Neighborhood not supported", nullptr);
 }
 
-/// The labels in another type; what is above `greatest`, sentinels included, becomes `greatest`. The cast
-/// asks the host's sink like any traversal: if a cancelled flood left it cancelled, the result stays 0
-/// everywhere and shows none of the labels.
+/// Converts the labels to another type. Values above `greatest`, including sentinels, become `greatest`. Like
+/// any traversal, the cast checks the host's sink for cancellation: if a cancelled flood left it cancelled,
+/// the result stays 0 everywhere and shows none of the labels.
 template <class T>
 std::unique_ptr<CImage> Narrowed(const CImage& labels, const IImage::CType& type, T greatest) {
     auto result = std::make_unique<CImage>(type, labels.Size(), CSize(0, 0, 0));
@@ -76,7 +77,7 @@ std::unique_ptr<CImage> Narrowed(const CImage& labels, const IImage::CType& type
     return result;
 }
 
-/// The labels in the smallest type that holds all numbers of regions.
+/// Converts the labels to the smallest type that holds all region numbers.
 std::unique_ptr<CImage> Narrow(std::unique_ptr<CImage> labels, std::uint32_t regionCount) {
     if (regionCount < 255)
         return Narrowed<unsigned char>(*labels, IMAGE_GREY_8, 255);
@@ -111,7 +112,7 @@ void CWatershedPlugin::UpdateParameters(const CValueMap& tree) {
     CString word;
     if (parameters == nullptr || !contract::ReadParameter(*parameters, "Neighborhood", word))
         return;
-    // A neighbourhood starts the settings anew, so that nothing of an earlier run stays.
+    // A neighbourhood resets the settings, so that nothing from an earlier run remains.
     m_neighborhood.fill('\0');
     word.Std().copy(m_neighborhood.data(), m_neighborhood.size());
     m_mode = WATERSHED_NORMAL;
@@ -147,7 +148,7 @@ void CWatershedPlugin::GetData(CValueMap& tree) {
     auto labels = std::make_unique<CImage>(IMAGE_GREY_32, size, CSize(0, 0, 0));
     const std::string_view word(m_neighborhood.data(), strnlen(m_neighborhood.data(), m_neighborhood.size()));
     const StNeighborhoodRow& row = FindRow(size.Dim(), word);
-    // Without a minimum there is nothing to test.
+    // A minimum of 0 needs no test.
     const EnWatershedMode mode = m_parameter != 0 ? m_mode : WATERSHED_NORMAL;
     const StWatershedOutcome outcome = row.run({*labels, *image, m_markers, mode, m_parameter});
 

@@ -18,14 +18,14 @@ namespace quillon {
 
 namespace {
 
-/// The number cut towards zero, at the end of the range for one beyond it; NaN is the lowest.
+/// Truncates a number towards zero and clamps it to the range of `Integer`; NaN gives the lowest value.
 template <class Integer>
 Integer Truncated(double number) {
     constexpr auto lowest = std::numeric_limits<Integer>::lowest();
     constexpr auto highest = std::numeric_limits<Integer>::max();
     if (!(number >= static_cast<double>(lowest)))
         return lowest;
-    // The highest 64-bit integer is no double: what it is rounded to is beyond it.
+    // The highest 64-bit integer is not representable as a double; it is rounded up, out of range.
     if (number >= static_cast<double>(highest))
         return highest;
     return static_cast<Integer>(number);
@@ -41,7 +41,7 @@ QString PositionText(const std::array<std::int64_t, 3>& position) {
     return QString("(%1,%2,%3)").arg(position[0]).arg(position[1]).arg(position[2]);
 }
 
-/// The number of pixels that a field shows; -1 if it shows none, or none above 0.
+/// Returns the number of pixels that a field shows; -1 if it shows no number or one below 1.
 std::int64_t PixelsShown(const QLineEdit& edit) {
     bool isNumber = false;
     const int pixels = edit.text().toInt(&isNumber, 10);
@@ -85,7 +85,7 @@ void CLocalFiberDirectionsDialog::AddMaskName(const std::string& name) {
 
 void CLocalFiberDirectionsDialog::SetValues(double radius, bool usesSubfields, double size, bool isAdvanced,
                                             bool outputsDirections, double otsuFactor) {
-    radius_edit->setText(ShortForm(radius)); // fires the slot, which stores it
+    radius_edit->setText(ShortForm(radius)); // triggers the slot, which stores it
     select_size_group->setChecked(usesSubfields);
     sizex_edit->setText(usesSubfields ? ShortForm(size) : QString());
     advanced_box->setChecked(isAdvanced);
@@ -117,7 +117,7 @@ std::string CLocalFiberDirectionsDialog::GetMaskName() const {
 double CLocalFiberDirectionsDialog::GetOtsuFactor() const { return offset_edit->text().toDouble(); }
 
 void CLocalFiberDirectionsDialog::sizex_edit_changed(const QString& text) {
-    // An emptied text is no number and stores nothing: so `UpdateDisplay` can empty the field.
+    // An empty text is not a number and is not stored, so that `UpdateDisplay` can clear the field.
     bool isNumber = false;
     const double size = text.toDouble(&isNumber);
     if (!isNumber)
@@ -174,7 +174,7 @@ void CLocalFiberDirectionsDialog::ShowSubfield() {
         m_subfieldSize = 0.0;
         return;
     }
-    // The size along x is not written: that is where it is typed.
+    // The size along x is not written, because the user types into that field.
     const QString size = ShortForm(m_subfieldSize);
     const auto pixels = [this](std::size_t axis) {
         return QString::number(RoundedPixels(m_subfieldSize, m_spacing[axis]));
@@ -186,7 +186,7 @@ void CLocalFiberDirectionsDialog::ShowSubfield() {
         sizez_edit->setText(size);
         sizez_pixel_edit->setText(pixels(2));
     }
-    stepsize_edit->setText(size); // subfields lie side by side
+    stepsize_edit->setText(size); // adjacent subfields do not overlap
 }
 
 void CLocalFiberDirectionsDialog::ValidateDisplay() {
@@ -196,10 +196,10 @@ void CLocalFiberDirectionsDialog::ValidateDisplay() {
         Colour(*sizex_edit, SubfieldFits(radius));
 }
 
-/// Whether the subfield is larger than a fibre, and the image has room for it and a fibre on either side.
-/// `radius` is in pixels, -1 if there is none.
+/// Whether the subfield is larger than a fibre, and the image has room for it with one fibre on either side.
+/// `radius` is in pixels; -1 if there is none.
 bool CLocalFiberDirectionsDialog::SubfieldFits(std::int64_t radius) const {
-    // No image has a side as long as this; two of them can be added without overflow.
+    // No image has a side of this length, and the sum of two of them does not overflow.
     constexpr std::int64_t beyondAnyImage = std::int64_t{1} << 60;
     const std::int64_t margin = std::clamp(Truncated<std::int64_t>(m_fiberRadius / m_spacing[0] + 0.5),
                                            -beyondAnyImage, beyondAnyImage);

@@ -32,8 +32,8 @@ Widget* Make(QWidget* parent, const char* name) {
     return widget;
 }
 
-/// A line that only shows a value: nothing enables it later. Its value is there to be read, and not greyed
-/// out.
+/// Creates a read-only field that is never enabled. Its text is not greyed out, because it is there to be
+/// read.
 QLineEdit* MakeDisplay(QWidget* parent, const char* name) {
     auto* edit = Make<QLineEdit>(parent, name);
     edit->setEnabled(false);
@@ -44,7 +44,7 @@ QLineEdit* MakeDisplay(QWidget* parent, const char* name) {
     return edit;
 }
 
-/// A layout that stands inside another one.
+/// Creates a layout inside another one.
 template <class Layout>
 Layout* MakeInnerLayout(const char* name) {
     auto* layout = new Layout;
@@ -244,7 +244,7 @@ void CLocalFiberDirectionsDialog_skel::languageChange() {
     offset_edit->setText(Text("1.25"));
     radioMask->setText(Text("Mask image:"));
 
-    // The text of a button sets a key of its own, and so comes first.
+    // Setting the text of a button also sets its shortcut, so the text is set first.
     OK_button->setText(Text("&Ok"));
     OK_button->setShortcut(QKeySequence(Text("Alt+O")));
     Cancel_button->setText(Text("&Cancel"));

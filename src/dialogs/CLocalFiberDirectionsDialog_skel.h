@@ -15,14 +15,14 @@ namespace ORVEN {
 class CButtonGroupBox;
 }
 
-/// The form of `quillon::CLocalFiberDirectionsDialog`: widgets, layouts, texts and connections, and nothing
-/// of what they do. Widgets are called as their object names are, by which tests and scripts find them, and
-/// the slots keep the names and the order under which the meta object lists them.
+/// The form of `quillon::CLocalFiberDirectionsDialog`: widgets, layouts, texts and connections, without any
+/// behaviour. Each widget member has the object name of its widget, by which tests and scripts find it. The
+/// slots keep the names and the order in which the meta object lists them.
 class CLocalFiberDirectionsDialog_skel : public QDialog {
     Q_OBJECT
 
 public:
-    /// Without a name the dialog takes that of the class.
+    /// Without a name, the dialog gets the name of its class.
     explicit CLocalFiberDirectionsDialog_skel(QWidget* parent = nullptr, const char* name = nullptr,
                                               bool modal = false, Qt::WindowFlags flags = {});
 
@@ -71,7 +71,7 @@ public:
     QPushButton* Cancel_button;
 
 public Q_SLOTS:
-    // Those of the form only warn that nothing is behind them.
+    // The implementations in the form only warn that they are not implemented.
     virtual void sizex_edit_changed(const QString& text);
     /// Connected to nothing.
     virtual void activateSubfieldsSlot();
@@ -79,7 +79,7 @@ public Q_SLOTS:
     virtual void radio_otsu_toggled();
 
 protected Q_SLOTS:
-    /// Sets all texts in the language of the application.
+    /// Sets all texts in the application's language.
     virtual void languageChange();
 
 protected:

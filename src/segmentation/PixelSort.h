@@ -20,8 +20,8 @@ namespace ORVEN {
 /// one level, the last, above +infinity.
 ///
 /// Both passes report to the host's progress sink. Check its `IsCancelled` before using the result: a
-/// cancelled sort leaves the lists partly filled; a cancelled count leaves all four vectors empty and returns
-/// 0. Raises the `CException` of a traversal for images of another type or size.
+/// cancelled sort can leave the lists partly filled; a cancelled count leaves all four vectors empty and
+/// returns 0. Raises the `CException` of a traversal for images of another type or size.
 ///
 /// Time: linear in the number of pixels. Memory: 6 bytes per pixel and 8 per level. During the sort
 /// additionally 24 bytes per bin (256 or 65536 bins), and beyond 16 bits 2 more per pixel and 16 per pixel of
