@@ -16,7 +16,8 @@ namespace {
 
 constexpr float g_noSeed = std::numeric_limits<float>::max();
 
-/// 0 at the seeds, which are the pixels of the phase that is not measured, and the greatest value elsewhere.
+/// Sets the seeds, that is the pixels of the phase that is not measured, to 0 and all others to the greatest
+/// value.
 template <class T>
 struct CInitDistImage : visitors::StVisitor<T, const unsigned char> {
     explicit CInitDistImage(bool measuresForeground)
@@ -29,7 +30,7 @@ struct CInitDistImage : visitors::StVisitor<T, const unsigned char> {
     unsigned char seed;
 };
 
-/// Squared distances in pixels to those in the unit of the spacing; what has no seed becomes 0.
+/// Scales squared distances from pixels to the unit of the spacing; pixels without a seed become 0.
 struct CorrectInitAndDoIsotropicScaling : visitors::CMultValue<float, float> {
     using CMultValue::CMultValue;
 
@@ -60,7 +61,7 @@ void CLinearDistanceTransformation::CalculateDistanceMap(IImage& distance, const
     else
         InitializeDistances<unsigned int>(distance, binary, onForeground, this);
 
-    // A line knows one pixel length only: it is transformed in units of it, and the squares are scaled after.
+    // A line has a single pixel length, so it is transformed in pixels and the squares are scaled afterwards.
     double pixelLength = 1.0;
     const int axis = direction - 'x';
     if (axis >= 0 && axis < distance.Size().Dim()) {
@@ -69,7 +70,7 @@ void CLinearDistanceTransformation::CalculateDistanceMap(IImage& distance, const
         pixelLength = spacing[static_cast<std::size_t>(axis)];
         TransformLines(distance, axis, embeddedEdge);
     }
-    // No IMAGE_GREY_32 gets past this visitor.
+    // This visitor rejects an IMAGE_GREY_32.
     CorrectInitAndDoIsotropicScaling scale(static_cast<float>(pixelLength * pixelLength));
     CPointOperations(nullptr, nullptr).Visit(scale, distance);
     if (!squared) {

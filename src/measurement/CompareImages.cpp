@@ -18,7 +18,7 @@ using namespace ORVEN;
 
 namespace {
 
-/// A figure for each axis.
+/// A number for each axis.
 using Figures = std::array<double, 3>;
 
 Figures SpacingOf(const CImage& image) {
@@ -36,14 +36,14 @@ Figures ExtensionOf(const CImage& image) {
 
 bool AreSame(const Figures& a, const Figures& b, int dimension) {
     for (std::size_t axis = 0; axis < static_cast<std::size_t>(dimension); ++axis) {
-        // Also for NaN: a difference that is no number does not exceed anything.
+        // Also correct for NaN: a difference that is NaN does not exceed anything.
         if (std::abs(a[axis] - b[axis]) > std::numeric_limits<double>::epsilon())
             return false;
     }
     return true;
 }
 
-/// "(1,2,0.5" with six significant digits; in less than three dimensions the first two.
+/// Formats "(1,2,0.5" with six significant digits; below three dimensions, only the first two numbers.
 std::string OpenList(const Figures& figures, int dimension) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
@@ -53,7 +53,7 @@ std::string OpenList(const Figures& figures, int dimension) {
     return text.str();
 }
 
-/// Two lists of figures, or one if they are the same.
+/// Formats both lists, or only one if they are equal.
 std::string SameOrDifferent(const char* what, const Figures& a, const Figures& b, int dimension,
                             const char* endOfSecond) {
     const bool isSame = AreSame(a, b, dimension);
@@ -64,7 +64,7 @@ std::string SameOrDifferent(const char* what, const Figures& a, const Figures& b
     return text;
 }
 
-/// Compares the headers; true if the images are of the same size.
+/// Compares the headers; returns true if the images have the same size.
 bool CompareHeaders(const CImage& a, const CImage& b, std::string& text) {
     const std::string typeA = a.Type().ToString();
     const std::string typeB = b.Type().ToString();
@@ -79,7 +79,7 @@ bool CompareHeaders(const CImage& a, const CImage& b, std::string& text) {
     if (dimension != b.Size().Dim())
         return false;
     text += SameOrDifferent("pixel sizes", SpacingOf(a), SpacingOf(b), dimension, ")") + "\n";
-    // The last bracket of this line is missing, by contract.
+    // The missing closing bracket of this line is deliberate.
     text += SameOrDifferent("physical extension", ExtensionOf(a), ExtensionOf(b), dimension, "") + " m^" +
             std::to_string(dimension) + "\n";
     return isSameSize;
@@ -87,7 +87,7 @@ bool CompareHeaders(const CImage& a, const CImage& b, std::string& text) {
 
 template <class Relation>
 const char* VerdictOf(const Relation& relation) {
-    // Equal comes before all that it implies, and strict before not strict.
+    // "Equal" comes before the relations it implies, and strict relations before non-strict ones.
     if (relation.isEqual)
         return " - image a is pointwise equal to image b\n";
     if (relation.isGreater)

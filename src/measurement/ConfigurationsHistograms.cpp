@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t g_pixelsOfBlock = 8;
 constexpr std::size_t g_configurationCount = StConfigurationsHistograms::configurationCount;
 
-/// One number each of neighbouring blocks.
+/// A vector with one number for each of several neighbouring blocks.
 template <class Number, std::size_t lanes>
 struct StLanes {
     typedef Number Vector __attribute__((vector_size(lanes * sizeof(Number))));
@@ -31,8 +31,8 @@ void Order(V& a, V& b) {
     a = less;
 }
 
-/// Sorts the eight numbers of each lane, ascending, by the network of 19 comparators (Batcher's odd-even
-/// merge sort; Knuth, The Art of Computer Programming 3, 5.3.4).
+/// Sorts the eight numbers of each lane in ascending order, with a network of 19 comparators (Batcher's
+/// odd-even merge sort; Knuth, The Art of Computer Programming 3, 5.3.4).
 template <class V>
 void SortLanes(V (&numbers)[g_pixelsOfBlock]) {
     constexpr std::array<std::array<std::size_t, 2>, 19> network{{{0, 1},
@@ -59,17 +59,17 @@ void SortLanes(V (&numbers)[g_pixelsOfBlock]) {
         Order(numbers[low], numbers[high]);
 }
 
-/// Enters blocks where their configurations change, see the header.
+/// Records the changes of configuration of each block, see the header.
 template <class T>
 class CChangeCounter {
-    /// A pixel as a number: its value, and below it, in eight bits, the bit of its place in the block.
-    /// Numbers sort like values, and tell how the configuration changes where the threshold reaches the
-    /// value.
+    /// A pixel as a number: its value, followed by eight bits that hold the bit of its position in the block.
+    /// These numbers sort like the values, and they show how the configuration changes when the threshold
+    /// reaches the value.
     using Number = std::conditional_t<sizeof(T) == 1, std::uint16_t, std::uint32_t>;
-    /// As many as the least of processors has room for.
+    /// As many as fit into a register of the least capable processor.
     static constexpr std::size_t lanes = 16 / sizeof(Number);
     using Numbers = typename StLanes<Number, lanes>::Vector;
-    /// Processors have the minimum and maximum of signed numbers.
+    /// Processors provide the minimum and maximum of signed numbers.
     using SignedNumbers = typename StLanes<std::make_signed_t<Number>, lanes>::Vector;
     static constexpr Number signBit = static_cast<Number>(Number{1} << (8 * sizeof(Number) - 1));
 
@@ -77,7 +77,7 @@ public:
     explicit CChangeCounter(std::uint64_t* counts)
         : m_counts(counts) {}
 
-    /// A row of blocks: `rows` are the four rows of pixels that they stand in, y fastest.
+    /// Counts a row of blocks. `rows` are the four rows of pixels that contain them, y fastest.
     void CountRow(const std::array<const T*, 4>& rows, std::int64_t blockCount) {
         constexpr auto step = static_cast<std::int64_t>(lanes);
         std::int64_t x = 0;
@@ -85,7 +85,7 @@ public:
             CountBlocks({rows[0] + x, rows[1] + x, rows[2] + x, rows[3] + x}, lanes);
         if (x == blockCount)
             return;
-        // The last blocks from a copy, as there are not pixels for all lanes.
+        // The last blocks are read from a copy, because there are not enough pixels for all lanes.
         std::array<std::array<T, lanes + 1>, 4> rest{};
         for (std::size_t row = 0; row < 4; ++row)
             std::copy(rows[row] + x, rows[row] + blockCount + 1, rest[row].begin());
@@ -93,11 +93,12 @@ public:
                     static_cast<std::size_t>(blockCount - x));
     }
 
-    /// Enters all blocks at the least grey value, with the configuration that they have below their pixels.
+    /// Records that all blocks, at the lowest grey value, start with the configuration below all their
+    /// pixels.
     void Finish() { m_counts[g_configurationCount - 1] += m_blockCount; }
 
 private:
-    /// The same number in all lanes.
+    /// Returns the same number in all lanes.
     static Numbers Filled(Number number) {
         Numbers numbers;
         for (std::size_t lane = 0; lane < lanes; ++lane)
@@ -105,7 +106,7 @@ private:
         return numbers;
     }
 
-    /// Up to as many neighbouring blocks as there are lanes.
+    /// Counts neighbouring blocks, at most as many as there are lanes.
     void CountBlocks(const std::array<const T*, 4>& rows, std::size_t blockCount) {
         SignedNumbers sorted[g_pixelsOfBlock];
         for (std::size_t pixel = 0; pixel < g_pixelsOfBlock; ++pixel) {
@@ -117,8 +118,8 @@ private:
         }
         SortLanes(sorted);
 
-        // Where each pixel takes a block from one configuration to the next, as places in the counts. Between
-        // equal values stand configurations that none has; they cancel.
+        // The changes of configuration at each pixel, as indices into the counts. Between equal values these
+        // include configurations that do not occur; they cancel out.
         Number left[g_pixelsOfBlock][lanes];
         Number entered[g_pixelsOfBlock][lanes];
         Numbers configuration = Filled(g_configurationCount - 1);

@@ -20,7 +20,7 @@ using namespace ORVEN;
 
 namespace {
 
-/// Gives the second image back what was object in the first.
+/// Restores in the second image all object pixels of the first one.
 template <class T>
 struct OpRedoLabelIfWasNotBackground : visitors::StVisitor<const T, T> {
     void operator()(T before, T& pixel) const {
@@ -62,7 +62,7 @@ void RedoLabelIfWasNotBackground(const CImage& input, CImage& result) {
     });
 }
 
-/// Gives a view of the input the attributes and the spacing that its labels are measured with.
+/// Copies to a view the attributes and the spacing of the input that are needed to measure its labels.
 void CopyHeader(const CImage& input, CImage& view) {
     CQuillonHeaderTools::SetAttributes(view, input.Attributes());
     double x = 1.0;
@@ -72,10 +72,10 @@ void CopyHeader(const CImage& input, CImage& view) {
     CQuillonHeaderTools::SetSpacing(view, x, y, z);
 }
 
-/// Loads the label data in the header, or measures the image without them. Returns the highest label to
-/// visit.
+/// Reads the label data from the header, or measures the image if there are none. Returns the highest label
+/// to visit.
 std::size_t GetLabelData(CImage& input, StLabelingData& data) {
-    CImage view = PixelViewOf(input); // so that nothing is written to the header of the input
+    CImage view = PixelViewOf(input); // so that the header of the input is not modified
     CopyHeader(input, view);
     const std::string key = CQuillonHeaderTools::c_sTagFeatures + "/" + CExtractorLabelData::KeyToLabelData();
     const CValueMap& attributes = input.Attributes();
@@ -84,7 +84,7 @@ std::size_t GetLabelData(CImage& input, StLabelingData& data) {
         std::size_t labelCount = 0;
         CQuillonHeaderTools::GetNumberOfLabels(input, labelCount);
         CQuillonHeaderTools::SetNumberOfLabels(view, labelCount);
-        return labelCount + 1; // one more than the header names, by contract
+        return labelCount + 1; // deliberately one more than the header says
     }
     const std::uint32_t highestLabel = GetMaximum(input);
     CQuillonHeaderTools::SetNumberOfLabels(view, std::size_t{highestLabel} + 1);
@@ -92,7 +92,7 @@ std::size_t GetLabelData(CImage& input, StLabelingData& data) {
     return highestLabel;
 }
 
-/// The bounding boxes of a record in pixels of the image.
+/// The bounding boxes of a record, in pixels of the image.
 class CLabelBoxes {
 public:
     CLabelBoxes(const CImage& image, const StLabelingData& data)
@@ -119,7 +119,7 @@ private:
     unsigned long m_offsetZ = 0;
 };
 
-/// Paints the hull that the object has in the input over the result.
+/// Paints the hull of an object of the input over the result.
 void ConvexifyLabel(const CImage& input, CImage& result, std::size_t label, CConvexHullComputer::CBox box) {
     CConvexHullComputer hull(static_cast<std::size_t>(input.Size().Dim()), nullptr, nullptr);
     hull.loadPointsFromImageBox(input, label, box.startX, box.startY, box.startZ, box.endX, box.endY,

@@ -20,13 +20,13 @@ namespace {
 
 const char* const g_focused = "input/documents/focused";
 
-/// The value at the key if it is exactly of class V, else null.
+/// Returns the value at the key if its class is exactly V, otherwise null.
 template <class V>
 const V* TypedEntry(const CValueMap& values, const char* key) {
     return values.HasEntry(key, typeid(V)) ? static_cast<const V*>(values.Entry(key, true)) : nullptr;
 }
 
-/// Whether the tree says which document is in focus, if only that there is none.
+/// Whether the tree specifies the document in focus, even if only to say that there is none.
 bool IsFocusGiven(const CValueMap& tree, EnFocusTest test) {
     switch (test) {
     case EnFocusTest::ANY_ENTRY:

@@ -16,7 +16,7 @@ using namespace ORVEN;
 
 namespace {
 
-// Contract wording: both plug-ins raise and report under this one name.
+// Contract wording: both plug-ins use this name in errors and reports.
 const char* const g_site = "SegmSauvolaPlugin";
 
 void RequireParameter(const CValueMap& parameters, const char* key) {

@@ -13,20 +13,20 @@ namespace {
 
 using Coordinates = std::vector<std::uint16_t>;
 
-/// Values up to 16 bits have a bin and a level each; all others share bins.
+/// Types of up to 16 bits have one bin and one level per value; for all others, values share bins.
 template <class T>
 constexpr bool hasHistogram = sizeof(T) <= sizeof(std::uint16_t);
 
 template <class T>
 constexpr std::size_t binCount = std::size_t{1} << (sizeof(T) == 1 ? 8 : 16);
 
-/// Runs both passes. `seededPixelCount()`, the pixels that the first one has left out, is asked between them.
-/// Returns the number of levels.
+/// Runs both passes. `seededPixelCount()` returns the number of pixels that the first one left out; it is
+/// called between the passes. Returns the number of levels.
 template <class Sorter>
 std::uint32_t CountAndSort(auto& counting, const std::vector<std::size_t>& bins, const auto& seededPixelCount,
                            const visitors::StSortedPixels& sorted, const IImage& image,
                            const auto&... seeds) {
-    // What a cancelled step leaves must not be used, even if the sink has forgotten by the next question.
+    // The results of a cancelled step must not be used, even if the sink no longer reports the cancellation.
     const auto giveUp = [&sorted] {
         sorted.x.clear();
         sorted.y.clear();
@@ -37,7 +37,7 @@ std::uint32_t CountAndSort(auto& counting, const std::vector<std::size_t>& bins,
     CPointOperations(nullptr, nullptr).Visit(counting, image, seeds...);
     const std::size_t pixelCount = std::accumulate(bins.begin(), bins.end(), std::size_t{0});
     if (pixelCount + seededPixelCount() != static_cast<std::size_t>(image.Size().PixelCount()))
-        return giveUp(); // the second pass would find pixels that have no place
+        return giveUp(); // the second pass would have no place for some pixels
     Sorter sorting(pixelCount, bins, sorted);
     const CPointOperations pass(nullptr, nullptr);
     pass.template Visit<2>(sorting, image, seeds...);

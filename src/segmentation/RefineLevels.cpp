@@ -19,14 +19,15 @@ struct StRecord {
 
 using Records = std::span<StRecord>;
 
-/// Does the passes over the pixels line by line, and asks before each line whether to go on.
+/// Runs the passes over the pixels line by line, and checks for cancellation before each line.
 class CLines {
 public:
     CLines(std::int64_t length, IProgress& progress)
         : m_length(static_cast<std::uint64_t>(std::max<std::int64_t>(length, 1)))
         , m_progress(progress) {}
 
-    /// Calls `body(place)` for all places from `first` to before `end`; false if cancelled.
+    /// Calls `body(place)` for all places from `first` up to but not including `end`; returns false if
+    /// cancelled.
     template <class Body>
     bool ForEach(std::uint64_t first, std::uint64_t end, const Body& body) const {
         for (std::uint64_t line = first; line < end; line += m_length) {
@@ -44,7 +45,8 @@ private:
     IProgress& m_progress;
 };
 
-/// Deals the records out by one byte of their trailing half, keeping their order. False if cancelled.
+/// Distributes the records by one byte of their trailing half, keeping their order. Returns false if
+/// cancelled.
 bool DealOut(Records from, Records to, unsigned shift, const CLines& lines) {
     const auto byteOf = [shift](const StRecord& record) { return (record.trailingHalf >> shift) & 0xFFU; };
     std::array<std::size_t, 256> places{};
@@ -68,7 +70,7 @@ void InsertionSort(Records records) {
     }
 }
 
-/// False if cancelled.
+/// Sorts the records by their trailing halves. Returns false if cancelled.
 bool Sort(Records records, std::vector<StRecord>& scratch, const CLines& lines) {
     constexpr std::size_t few = 48;
     if (records.size() <= few) {

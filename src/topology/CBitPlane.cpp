@@ -11,10 +11,10 @@ namespace {
 constexpr std::uint64_t g_lowBits = 0x0101010101010101U;
 constexpr std::uint64_t g_sevenBits = 0x7F7F7F7F7F7F7F7FU;
 
-// The first byte in memory is the lowest of a word.
+// The first byte in memory is the lowest byte of a word.
 static_assert(std::endian::native == std::endian::little);
 
-/// 1 in each byte that is not 0: an addition carries into its top bit then, unless that was set before.
+/// Returns 1 in each byte that is not 0: the addition carries into the top bit, or that bit was already set.
 constexpr std::uint64_t NonZeroBytes(std::uint64_t bytes) {
     return ((((bytes & g_sevenBits) + g_sevenBits) | bytes) >> 7) & g_lowBits;
 }
@@ -29,8 +29,8 @@ struct StOnes {
     }
 };
 
-/// The lowest bits of eight bytes side by side: the product brings that of byte k to bit 56 + k, and no two
-/// to the same.
+/// Gathers the lowest bits of eight bytes into one byte. The product moves the bit of byte k to bit 56 + k,
+/// and no two partial products overlap.
 constexpr std::uint64_t Gathered(std::uint64_t lowBits) { return (lowBits * 0x0102040810204080U) >> 56; }
 
 template <class Test>

@@ -14,10 +14,10 @@ namespace {
 
 using Word = std::uint64_t;
 
-/// Three planes as bits, that of the pixels in question in the middle.
+/// Three planes as bits; the middle one contains the pixels to test.
 using PlaneTriple = std::array<const Word*, 3>;
 
-/// The cubes around the 64 pixels of a word. Pixel x is bit x, so that the bits of x - 1 come from below.
+/// Returns the cubes around the 64 pixels of a word. Pixel x is bit x, so x - 1 is the next lower bit.
 WordCube<Word> CubesAround(const PlaneTriple& planes, std::ptrdiff_t word, std::ptrdiff_t rowWords) {
     WordCube<Word> cubes;
     Unroll<9>([&](auto row) {
@@ -30,7 +30,7 @@ WordCube<Word> CubesAround(const PlaneTriple& planes, std::ptrdiff_t word, std::
     return cubes;
 }
 
-/// Keeps of a group of candidates those that are to be marked.
+/// Keeps those candidates of a group that have to be marked.
 template <class N>
 void SiftGroup(const PlaneTriple& planes, std::ptrdiff_t rowWords, std::ptrdiff_t first, Word* candidates) {
     for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(CBitPlane::c_group); ++i)

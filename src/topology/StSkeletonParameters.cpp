@@ -23,8 +23,8 @@ void StSkeletonParameters::Update(const CValueMap& tree) {
 }
 
 CString StSkeletonParameters::HistoryLine(const char* text) const {
-    // The angle fills the figure behind "r=" and the radius that behind "a=". Readers of histories know the
-    // lines as they are, so this is kept.
+    // The angle replaces the placeholder after "r=" and the radius the one after "a=". This is kept because
+    // readers of histories expect these lines.
     return StLocalTopology::HistoryLine(text).Arg(static_cast<double>(minAngle), 0).Arg(minRadius, 0);
 }
 

@@ -17,8 +17,8 @@ CImage PixelViewOf(CImage& image) {
     const CPos strides = access->Strides();
     auto* data = static_cast<unsigned char*>(access->Data());
 
-    // An image does not tell its border, but the border shows in the strides. That of the last axis shows
-    // nowhere, and does not matter: a view without it sees the same pixels.
+    // An image does not report its border, but the border follows from the strides. The border along the last
+    // axis does not, but it is not needed: a view without it covers the same pixels.
     CSize border(0, 0, 0);
     border.SetDim(size.Dim());
     bool isRegular = strides.x == image.Type().PixelSize();

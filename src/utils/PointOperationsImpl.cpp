@@ -50,7 +50,7 @@ StExLocation Where(const std::source_location& where = std::source_location::cur
                 where);
 }
 
-/// The extents with a comma behind each, also behind the last: "(4,5,6,)". Contract wording.
+/// Formats the extents with a comma after each, including the last: "(4,5,6,)". Contract wording.
 std::string SizeText(const StImageRecord& record) {
     std::string text = ")";
     const auto putInFront = [&text](std::int64_t extent) {
@@ -110,7 +110,7 @@ std::array<std::int64_t, 3> CImageDataExtractor<ImageClass, PixelType>::InitSize
 template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::CheckImageValidy() const {
     if (dimension == 0 || dimension > 3) {
-        // contract wording: these are no placeholders, so the text reaches the user unfilled
+        // contract wording: these are not placeholders, so the text is shown with them unreplaced
         throw CException(Where<ImageClass, PixelType, g_checkImageValidy>(),
                          CString("%s: image dimension '%d' not supported.", CString::ENC_UTF8)
                              .Arg(name)
@@ -127,7 +127,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckImageValidy() const {
 template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::SetPixelTypeInfo(const IImage& image) {
     if (!HoldsPixels<std::remove_const_t<PixelType>>(image.Type())) {
-        // contract wording: the image type finds no placeholder, since %2 stands there twice
+        // contract wording: %2 occurs twice, so there is no placeholder for the image type
         throw CException(Where<ImageClass, PixelType, g_setPixelTypeInfo>(),
                          CString("%1: Pixel type '%2' and image type '%2' do not match -- unregistered image "
                                  "type?.",
@@ -141,7 +141,7 @@ void CImageDataExtractor<ImageClass, PixelType>::SetPixelTypeInfo(const IImage& 
 
 template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::CheckPixelType() const {
-    // A binary image may be told to hold bool, which is a byte as well.
+    // A binary image may also be described as holding bool, which has one byte too.
     const bool isByte = typeid(PixelType) == typeid(unsigned char);
     if (*pixelTypeInfo == typeid(PixelType) || (isByte && *pixelTypeInfo == typeid(bool)))
         return;
@@ -188,8 +188,8 @@ void ThrowUnsupportedDimension(const char* function, const StImageRecord& record
                                          .Arg(int{record.dimension}, 0));
 }
 
-// The whole family, const or not. `VisitorHelper` needs some of them only: a visitor that writes sees pixels
-// and image without const, one that reads sees a const image.
+// All combinations, const or not. `VisitorHelper` needs only some of them: a visitor that writes sees
+// non-const pixels and images, one that reads sees a const image.
 #define QUILLON_INSTANTIATE(Pixel)                                                                           \
     template class CImageDataExtractor<CImage, Pixel>;                                                       \
     template class CImageDataExtractor<CImage, const Pixel>;                                                 \

@@ -12,7 +12,7 @@ namespace ORVEN {
 
 namespace visitors {
 
-/// Label from seed: the seed itself, or "not reached" where there is none.
+/// Converts a seed to a label: the seed itself, or `LabelInit` where there is none.
 template <class L>
 struct CWatershedInitWithSeeding : StVisitor<unsigned int, const L> {
     void operator()(unsigned int& label, L seed) { label = seed != 0 ? seed : LabelInit; }
@@ -33,7 +33,7 @@ bool IsLabelType(const IImage::CType& type) {
 
 void CheckWatershedImages(const char* site, int dimension, const IImage& output, const IImage& input,
                           const IImage* seeds, const std::array<std::int16_t, 3>& engineSize) {
-    // The messages are contract wording, with the brackets that two of them lack.
+    // The messages are contract wording, including the missing brackets in two of them.
     const auto require = [site](bool isMet, const CString& message) {
         if (isMet)
             return;
@@ -55,7 +55,7 @@ void CheckWatershedImages(const char* site, int dimension, const IImage& output,
     require(IsLabelType(input.Type()) || Impl::HoldsPixels<float>(input.Type()),
             Text("input image type '%1' does not match (should be gray float or int 8bit/16bit/32bit).")
                 .Arg(input.Type().ToString()));
-    // Names the type of the input, not of the output: contract behaviour.
+    // Deliberately names the type of the input, not of the output.
     require(Impl::HoldsPixels<unsigned int>(output.Type()),
             Text("output image type '%1' does not match (should be gray int 32bit).")
                 .Arg(input.Type().ToString()));
@@ -67,8 +67,8 @@ void CheckWatershedImages(const char* site, int dimension, const IImage& output,
                                                  "gray label type: int 8bit/16bit/32bit).")
                                                 .Arg(seeds->Type().ToString()));
     }
-    // Never raises, and so has no test: the engine takes its size later, and three extents of 16 bits do not
-    // reach the limit anyway. It stands here by contract.
+    // This check is kept deliberately, but it never fails and so has no test: the engine sets its size later,
+    // and the product of three 16-bit extents cannot reach the limit anyway.
     constexpr double maxPixelCount = 9223372036854775807.0;
     const double pixelCount = static_cast<double>(engineSize[0]) * engineSize[1] * engineSize[2];
     require(pixelCount <= maxPixelCount,
