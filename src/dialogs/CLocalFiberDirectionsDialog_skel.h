@@ -73,7 +73,7 @@ public:
 public Q_SLOTS:
     // The implementations in the form only warn that they are not implemented.
     virtual void sizex_edit_changed(const QString& text);
-    /// Connected to nothing.
+    /// Not connected to any signal.
     virtual void activateSubfieldsSlot();
     virtual void radius_edit_changed(const QString& text);
     virtual void radio_otsu_toggled();

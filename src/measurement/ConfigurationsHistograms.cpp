@@ -141,7 +141,7 @@ private:
                 continue;
             }
             for (std::size_t pixel = 0; pixel < g_pixelsOfBlock; ++pixel) {
-                --m_counts[left[pixel][lane]]; // wraps around until the running sum
+                --m_counts[left[pixel][lane]]; // may wrap around; the running sum undoes this
                 ++m_counts[entered[pixel][lane]];
             }
         }

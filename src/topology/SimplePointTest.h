@@ -53,7 +53,7 @@ bool IsCubeConnected(ORVEN::CSkeletonHelper& helper) {
             const Cell next{at[0] + static_cast<std::uint32_t>(N::dx[n]),
                             at[1] + static_cast<std::uint32_t>(N::dy[n]),
                             at[2] + static_cast<std::uint32_t>(N::dz[n])};
-            // Index 0 passes: the cells there are never 1.
+            // Index 0 needs no test: the cells there are never 1.
             if (next[0] > 3 || next[1] > 3 || next[2] > 3)
                 continue;
             const auto& cell = cube[next[0]][next[1]][next[2]];

@@ -17,7 +17,7 @@ struct StLocalTopology {
     /// Whether the image in focus is binary and three-dimensional.
     static bool Accepts(const ORVEN::CValueMap& tree);
     void Update(const ORVEN::CValueMap& tree);
-    /// `BinaryImageOf` the document.
+    /// Returns `BinaryImageOf` the document in focus.
     [[nodiscard]] const ORVEN::CImage* BinaryImage() const;
     /// Returns a text with its placeholder replaced by the id of the neighbourhood.
     [[nodiscard]] ORVEN::CString HistoryLine(const char* text) const;
