@@ -7,7 +7,7 @@
 
 namespace cli {
 
-/// How the program ends, for scripts to act on.
+/// Exit status of the program, for scripts to act on.
 enum EnExitStatus {
     STATUS_DONE = 0,
     STATUS_PLUGIN_RAISED = 1,
@@ -17,7 +17,7 @@ enum EnExitStatus {
     STATUS_CANCELLED = 130,
 };
 
-/// The one mapping from an engine's error to an exit status.
+/// The exit status for an engine error; nothing else maps one to the other.
 constexpr EnExitStatus ExitStatusOf(engine::EnFault fault) {
     switch (fault) {
     case engine::EnFault::CALLER:
@@ -31,13 +31,14 @@ constexpr EnExitStatus ExitStatusOf(engine::EnFault fault) {
     return STATUS_PLUGIN_RAISED;
 }
 
-/// Ends a command: the message goes to standard error as one line, the status to the caller of the program.
+/// Ends a command. The message is printed on standard error as one line, and the status becomes the exit
+/// status of the program.
 class CCommandError : public std::runtime_error {
 public:
     CCommandError(EnExitStatus status, const std::string& message)
         : std::runtime_error(message)
         , m_status(status) {}
-    /// An error of the engine as the end of a command.
+    /// Ends a command with the message and exit status of an engine error.
     explicit CCommandError(const engine::CEngineError& error)
         : CCommandError(ExitStatusOf(error.Fault()), error.what()) {}
 

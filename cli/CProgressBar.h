@@ -11,24 +11,24 @@
 
 namespace cli {
 
-/// A line on the terminal that says what is done, how much of it, and how long it will still take; and the
-/// place where algorithms learn that the user has pressed Ctrl-C.
+/// A progress line on the terminal that shows the current phase, the share done and the estimated time left.
+/// Algorithms also ask it whether the user has pressed Ctrl-C.
 ///
-/// A step costs an addition and a comparison, since some traversals step once a pixel: the clock is asked
-/// once every thousandth of a phase, and the line is drawn at most ten times a second. The innermost phase is
-/// shown.
+/// A step costs one addition and one comparison, because some traversals step once per pixel: the clock is
+/// read only once per thousandth of a phase, and the line is drawn at most ten times per second. The
+/// innermost phase is shown.
 class CProgressBar : public ORVEN::IProgress {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// What takes the line off a terminal.
+    /// Control sequence that erases the line from a terminal.
     static constexpr const char* wipeLine = "\r\033[K";
 
-    /// Draws on the file descriptor; -1 draws nothing. The clock is for tests.
+    /// Draws to the file descriptor; with -1, draws nothing. Tests can replace the clock.
     explicit CProgressBar(int descriptor, std::function<Clock::time_point()> now = Clock::now);
     CProgressBar(const CProgressBar&) = delete;
     CProgressBar& operator=(const CProgressBar&) = delete;
-    /// Wipes the line.
+    /// Erases the line.
     ~CProgressBar() override;
 
     void Start(unsigned total, const char* text) override;
@@ -44,7 +44,7 @@ private:
         std::string text;
         std::uint64_t total;
         std::uint64_t done;
-        std::uint64_t lookAgainAt; // steps done before the clock is asked again
+        std::uint64_t lookAgainAt; // number of steps at which the clock is read again
         Clock::time_point start;
     };
 

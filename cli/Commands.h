@@ -8,8 +8,8 @@ class App;
 
 namespace cli {
 
-// Each adds its command to the program. The command runs as the callback of its subcommand and raises
-// `CCommandError` to end with another status than done.
+// Each function adds one command to the program. The command runs as the callback of its subcommand and
+// raises `CCommandError` to end with an exit status other than `STATUS_DONE`.
 void AddListCommand(CLI::App& program);
 void AddDescribeCommand(CLI::App& program);
 void AddRunCommand(CLI::App& program);

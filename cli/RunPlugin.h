@@ -4,11 +4,11 @@
 
 namespace cli {
 
-/// The work of `quillon run`: one plug-in on one image file.
+/// Carries out `quillon run`: runs one plug-in on one image file.
 ///
-/// All that can be wrong with the command line, and folders that are not there, are found before the plug-in
-/// starts, so that no long run is lost for a typing error. Raises `CCommandError` for every end but "done"; a
-/// report that was asked for is written before, as soon as there was a plug-in.
+/// Errors in the command line and missing folders are found before the plug-in starts, so that no long run is
+/// lost to a typing error. Raises `CCommandError` for every exit status other than `STATUS_DONE`. If a report
+/// was requested and the plug-in exists, the report is written first.
 void RunPlugin(const StRunOptions& options);
 
 } // namespace cli

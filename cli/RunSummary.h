@@ -7,7 +7,8 @@
 
 namespace cli {
 
-/// What a run has done, in a few lines for a person; `outputs` are the files that were asked for.
+/// Summarises a run in a few lines for a human reader; `outputs` are the output files named on the command
+/// line.
 std::string RunSummary(const engine::StRunRecord& record, std::span<const std::string> outputs);
 
 } // namespace cli

@@ -5,8 +5,8 @@
 
 namespace cli {
 
-/// Reads "x,y,z", or "x,y" for an image without depth, as sizes of a pixel; z is 1 then. Raises
-/// `CCommandError` of status usage unless all are positive numbers.
+/// Parses a pixel size "x,y,z", or "x,y" for a 2-d image, in which case z is 1. Raises `CCommandError` with
+/// `STATUS_USAGE` unless all are positive numbers.
 std::array<double, 3> ParseSpacing(const std::string& text);
 
 } // namespace cli

@@ -6,7 +6,7 @@
 
 namespace cli {
 
-/// What the command line of `quillon run` says, as it stands there.
+/// The options of `quillon run` as given on the command line, not yet parsed or checked.
 struct StRunOptions {
     std::string plugin;
     std::string image;
@@ -20,7 +20,7 @@ struct StRunOptions {
     std::optional<std::string> label;
     bool hasNoLabel = false;
     std::vector<std::string> outputs;
-    std::optional<std::string> file;  ///< for file dialogs
+    std::optional<std::string> file;  ///< the answer to file dialogs
     std::vector<std::string> choices; ///< KEY=VALUE
     std::vector<std::string> answers; ///< OBJECTNAME=VALUE
     bool cancelsDialogs = false;
@@ -29,7 +29,7 @@ struct StRunOptions {
     std::optional<std::string> report;
     std::optional<std::string> packLog;
     bool isQuiet = false;
-    int threads = 0; ///< 0: the default
+    int threads = 0; ///< 0 means the default
 };
 
 } // namespace cli

@@ -5,15 +5,14 @@
 
 namespace cli {
 
-/// Gives the descriptors of those standard streams that the caller of the program closed a place that takes
-/// and gives nothing, so that no file is opened in their stead and filled with words of the program. For the
-/// start of the program.
+/// Opens a null device on each standard descriptor that the calling process left closed, so that no file
+/// opened later gets that descriptor and receives the program's messages. Call this once at program start.
 void ReserveStandardStreams();
 
-/// Whether nothing can be written to standard output, as it is closed.
+/// Whether standard output was closed, so that nothing can be written to it.
 bool IsStandardOutputClosed();
 
-/// Writes out what waits for standard output; returns the reason if any of it, now or before, was lost.
+/// Flushes standard output. Returns the reason if any output, now or earlier, could not be written.
 std::optional<std::string> FlushStandardOutput();
 
 } // namespace cli

@@ -10,26 +10,26 @@ namespace engine {
 
 /// What a pack declares about its plug-ins: names, parameters, accepted images.
 ///
-/// A pack can only be asked for a plug-in by name, so this is also the list of names to ask for.
+/// A pack creates plug-ins by name but cannot list them, so the catalogue also serves as the list of names.
 class CCatalogue {
 public:
-    /// The catalogue of a pack that brings none.
+    /// An empty catalogue, for a pack that has none.
     CCatalogue() = default;
-    /// Parses {"pack": TEXT, "version": TEXT, "plugins": [ENTRY, ...]}. Raises `std::runtime_error`, as
-    /// `ParseCatalogueEntry` does for an entry.
+    /// Parses {"pack": TEXT, "version": TEXT, "plugins": [ENTRY, ...]}. Raises `std::runtime_error` for
+    /// anything missing, unknown or of the wrong kind, as `ParseCatalogueEntry` does.
     explicit CCatalogue(std::string_view text);
 
-    /// The file beside a pack's library: lib/libName.so has lib/Name.catalogue.json.
+    /// The path of the catalogue file next to a pack's library: lib/Name.catalogue.json for lib/libName.so.
     static std::string PathBeside(const std::string& packPath);
-    /// Reads that file; a pack without one has an empty catalogue. Raises `CFileError` that names the file if
-    /// it cannot be read or is no catalogue.
+    /// Reads that file; returns an empty catalogue if it does not exist. Raises `CFileError`, naming the
+    /// file, if it cannot be read or is not a catalogue.
     static CCatalogue OfPack(const std::string& packPath);
 
     /// Name and version of the pack; empty for a pack without a catalogue.
     [[nodiscard]] const std::string& Pack() const { return m_pack; }
     [[nodiscard]] const std::string& Version() const { return m_version; }
 
-    /// Null for a name that the catalogue does not know. Capitals count.
+    /// The entry of a plug-in, or null if it is not in the catalogue. Names are case-sensitive.
     [[nodiscard]] const StCatalogueEntry* Find(std::string_view name) const;
     [[nodiscard]] const std::vector<StCatalogueEntry>& Entries() const { return m_entries; }
     [[nodiscard]] std::vector<std::string> Names() const;
@@ -40,7 +40,7 @@ private:
     std::vector<StCatalogueEntry> m_entries;
 };
 
-/// The sentence for a name that is not there, with the nearest one that is.
+/// The error message for an unknown plug-in name; suggests the most similar known name.
 std::string UnknownPluginMessage(const std::string& name, const CCatalogue& catalogue);
 
 } // namespace engine

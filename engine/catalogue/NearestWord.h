@@ -6,8 +6,9 @@
 
 namespace engine {
 
-/// The candidate that the word was most likely meant to be: the one with the fewest letters changed, added or
-/// left out, capitals not counting. The first of equals; empty without candidates.
+/// The candidate most similar to the word, for suggestions after a typing error: the one with the smallest
+/// number of letters changed, added or left out, ignoring case. Returns the first of several equally similar
+/// ones, and an empty string without candidates.
 std::string NearestWord(std::string_view word, std::span<const std::string> candidates);
 
 } // namespace engine

@@ -6,19 +6,20 @@
 
 namespace engine {
 
-/// The Qt application that a pack's dialogs need: on the offscreen platform for batch runs, where no display
-/// is needed, or with real windows. Costs about a millisecond; one at a time.
+/// The Qt application that a pack's dialogs need. It uses the offscreen platform for batch runs, which needs
+/// no display, or real windows. Construction takes about a millisecond. Only one may exist at a time.
 ///
-/// The locale for numbers stays "C", which Qt would set to the user's: files and history lines are the same
-/// everywhere.
+/// Qt would set the locale for numbers to the user's; this class keeps it at "C", so that files and history
+/// lines are the same everywhere.
 ///
-/// Dialogs that plug-ins leave behind are deleted with it: it has to end before their pack is unloaded.
+/// The destructor deletes dialogs that plug-ins have left behind, so it must run before their pack is
+/// unloaded.
 class CGuiApplication {
 public:
     using OnFatal = void (*)(const std::string& reason);
 
-    /// Raises `CCallerError` if real windows are asked for and there is no display.
-    /// Qt ends the process if its platform cannot start; `onFatal` gets the reason just before.
+    /// Raises `CCallerError` if real windows are requested and there is no display. Qt ends the process if
+    /// its platform cannot start; `onFatal` is called with the reason just before.
     explicit CGuiApplication(bool withWindows, OnFatal onFatal = nullptr);
     CGuiApplication(const CGuiApplication&) = delete;
     CGuiApplication& operator=(const CGuiApplication&) = delete;

@@ -5,16 +5,16 @@
 
 namespace engine {
 
-/// Who has to act so that the same call succeeds.
+/// Who has to act before the same call can succeed.
 enum class EnFault {
-    CALLER,  ///< asked for something that does not exist or makes no sense
+    CALLER,  ///< the request names something that does not exist, or makes no sense
     FILE,    ///< a file is missing or damaged, or cannot be written
     PLUGIN,  ///< the plug-in or its pack failed or broke the contract
     MACHINE, ///< memory, threads or another resource ran out
 };
 
-/// What every part of the engine raises. The message is one sentence for users, without a final full stop.
-/// What an error means for a process, such as its exit code, is up to the front end.
+/// Base class of all errors that the engine raises. The message is one sentence for users, without a final
+/// full stop. The front end decides what an error means for the process, such as its exit code.
 class CEngineError : public std::runtime_error {
 public:
     CEngineError(EnFault fault, const std::string& message)
@@ -34,7 +34,7 @@ public:
         : CEngineError(EnFault::FILE, message) {}
 };
 
-/// The caller asked for something that does not exist or makes no sense.
+/// The caller's request names something that does not exist, or makes no sense.
 class CCallerError : public CEngineError {
 public:
     explicit CCallerError(const std::string& message)

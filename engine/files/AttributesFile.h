@@ -8,30 +8,30 @@
 
 namespace engine {
 
-/// What an image carries besides its pixels, as a file tells it.
+/// Type, size and attributes of an image, as found in a file.
 struct StImageFacts {
     std::optional<ORVEN::IImage::CType> type;
     std::optional<ORVEN::CSize> size;
-    std::unique_ptr<ORVEN::CValueMap> attributes; ///< null where the file tells none
+    std::unique_ptr<ORVEN::CValueMap> attributes; ///< null if the file has none
 };
 
-/// Where the side file of an image file is.
+/// The path of the side file of an image file.
 std::string SideFilePath(const std::string& imagePath);
-/// Whether the file is one that `SideFileText` made.
+/// Whether the file was made by `SideFileText`.
 bool IsSideFile(const std::string& path);
 
-/// The pixel type of that name, such as "IMAGE_GREY_8", that files can hold.
+/// The pixel type with the given name, such as "IMAGE_GREY_8"; nothing unless files can hold this type.
 std::optional<ORVEN::IImage::CType> PixelTypeOfName(const std::string& name);
 
-/// The attributes as one line of plain ASCII. See ValueJson.h for how values are told.
+/// The attributes as JSON on one line of plain ASCII. See ValueJson.h for the representation of values.
 std::string AttributesText(const ORVEN::CValueMap& attributes);
-/// The other way round. Raises `CFileError` that names `path` for a text that is none.
+/// Parses such a text. Raises `CFileError`, naming `path`, if the text is not valid.
 std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& path, const std::string& text);
 
 /// The text of the side file of an image.
 std::string SideFileText(const ORVEN::CImage& image);
-/// What the side file of the image file says; nothing if there is none. Raises `CFileError` that names the
-/// side file if it is damaged.
+/// Reads the side file of the image file; the result is empty if there is none. Raises `CFileError`, naming
+/// the side file, if it is damaged.
 StImageFacts ReadSideFile(const std::string& imagePath);
 
 } // namespace engine

@@ -9,23 +9,23 @@
 
 namespace engine {
 
-/// A file, with others that belong to it, that appears under its name only when it is complete.
+/// Writes a file and its companion files so that they appear under their names only when complete.
 ///
-/// They are written into a folder of their own beside the target, under their final names (so that a library
-/// that goes by the extension, or writes a name into a header, needs to know nothing), and moved by `Commit`.
-/// Until then, and after any failure, what stands under the names is untouched; the destructor removes the
-/// rest. A symbolic link is followed: the file that it leads to is replaced. Raises `CFileError`,
+/// The files are written to a temporary folder next to the target, under their final names, because some
+/// libraries go by the extension or write the name into a header. `Commit` moves them into place. Until then,
+/// and after any failure, existing files of the same names are untouched; the destructor removes the
+/// temporary files. A symbolic link is followed: the file that it points to is replaced. Raises `CFileError`,
 /// "cannot write 'PATH': REASON".
 class CAtomicFile {
 public:
     explicit CAtomicFile(const std::string& target);
 
-    /// Where to write the file.
+    /// The path to write the file to.
     [[nodiscard]] std::string Path() const;
-    /// Where to write a companion that is to have this name beside the target.
+    /// The path to write a companion file to that will have this name next to the target.
     [[nodiscard]] std::string CompanionPath(const std::string& name) const;
-    /// Moves everything in place, companions first. Those of `companions` that stand beside the target from
-    /// before and were not written anew are removed.
+    /// Moves all files into place, companions first. Existing files named in `companions` that were not
+    /// rewritten are removed.
     void Commit(const std::vector<std::string>& companions = {});
 
 private:
@@ -36,7 +36,7 @@ private:
     std::optional<CWorkFolder> m_folder;
 };
 
-/// Where a file of that name is really written: a symbolic link leads to another place.
+/// The path that a file of this name is actually written to, after following a symbolic link.
 std::filesystem::path FollowLink(const std::string& path);
 
 /// "cannot write 'PATH': REASON", as one line.

@@ -6,14 +6,13 @@
 
 namespace engine {
 
-/// A file that is written from beginning to end and notices when not all could be stored. Every operation
-/// raises `CFileError` and the system's reason; the path is for the caller to
-/// add.
+/// A file that is written sequentially and checks that everything was stored. Every operation raises
+/// `CFileError` with the system's reason on failure; the caller adds the path.
 class COutputFile {
 public:
-    /// Makes the file or empties it.
+    /// Creates or truncates the file.
     explicit COutputFile(const std::string& path);
-    /// Takes over a descriptor that can be written to.
+    /// Takes ownership of a writable descriptor.
     explicit COutputFile(int descriptor)
         : m_descriptor(descriptor) {}
     COutputFile(const COutputFile&) = delete;
@@ -21,9 +20,9 @@ public:
     ~COutputFile();
 
     void Write(std::string_view bytes);
-    /// Writes the parts, one behind the other, as one stream of gzip data.
+    /// Writes the concatenated parts as one gzip stream.
     void WriteGzip(std::initializer_list<std::string_view> parts);
-    /// To be called when all is written: some systems tell of a full disk only now.
+    /// Must be called after the last write: some systems report a full disk only then.
     void Close();
 
 private:

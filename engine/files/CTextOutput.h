@@ -4,9 +4,9 @@
 
 namespace engine {
 
-/// A text file that is to be written later. A device or a pipe is opened at once and written to as it stands,
-/// so that one which nobody reads is found out before long work; a pipe stays open until it is written. Any
-/// other file appears when it is complete. Raises `CFileError`, "cannot write 'PATH': REASON".
+/// A text file that will be written later. A device or pipe is opened at once and written to directly, so
+/// that a pipe without a reader is reported before long work begins; it stays open until the text is written.
+/// A regular file appears only when it is complete. Raises `CFileError`, "cannot write 'PATH': REASON".
 class CTextOutput {
 public:
     explicit CTextOutput(std::string path);
@@ -21,10 +21,10 @@ private:
     int m_special = -1; // the descriptor of a device or pipe
 };
 
-/// Whether something stands at the path that is neither a file nor a folder.
+/// Whether the path exists and is neither a regular file nor a folder.
 bool IsDeviceOrPipe(const std::string& path);
 
-/// Writes a text under the name at once.
+/// Writes a text file at once.
 void WriteTextFile(const std::string& path, const std::string& text);
 
 } // namespace engine

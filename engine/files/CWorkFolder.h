@@ -4,15 +4,15 @@
 
 namespace engine {
 
-/// A hidden folder, ".quillon-partial-" and six more characters, for files that are not finished. It is
-/// removed with what is in it when this object goes.
+/// A hidden folder for unfinished files, named ".quillon-partial-" and six more characters. The destructor
+/// removes it with its contents.
 ///
-/// The folder is locked for as long as the process that made it lives. One whose lock is free was left behind
-/// by a program that was killed; making a new one beside it removes it. On file systems without locks nothing
-/// is removed but the own folder.
+/// The folder stays locked as long as the process that created it runs. A folder whose lock is free was left
+/// behind by a killed process; creating a new one next to it removes it. On file systems without locks, only
+/// the folder of this object is ever removed.
 class CWorkFolder {
 public:
-    /// Makes the folder in `parent`. Raises `CFileError` with the system's reason if it cannot.
+    /// Creates the folder in `parent`. Raises `CFileError` with the system's reason if this fails.
     explicit CWorkFolder(const std::filesystem::path& parent);
     CWorkFolder(const CWorkFolder&) = delete;
     CWorkFolder& operator=(const CWorkFolder&) = delete;

@@ -6,10 +6,11 @@
 
 namespace engine {
 
-/// What ends the program from outside: Ctrl-C, a plain `kill`, a terminal that goes away.
+/// Signals that end the program: Ctrl-C, a plain `kill`, and a closed terminal.
 inline constexpr std::array g_endingSignals = {SIGINT, SIGTERM, SIGHUP};
 
-/// Holds the ending signals back from the calling thread while it lives, for steps that belong together.
+/// Blocks the ending signals for the calling thread while it exists, so that a group of steps is not
+/// interrupted.
 class CEndingSignalsBlock {
 public:
     CEndingSignalsBlock();
