@@ -3,25 +3,25 @@
 #include <string>
 #include <vector>
 
-// What can be known to be wrong with the files that a command is to write, before it does long work.
+// Checks of output files that a command makes before it starts long work.
 
 namespace engine {
 
-/// Raises `CFileError`, "cannot write 'PATH': REASON", if no file can be made under that name: its folder is
-/// not there or cannot be written to, the name is too long, or something other than a file stands there.
+/// Raises `CFileError`, "cannot write 'PATH': REASON", if no file can be created under that name: its folder
+/// is missing or not writable, the name is too long, or something other than a file has that name.
 void RequireWritableFile(const std::string& path);
 
-/// The same, for an image file with all that goes with it: files that do not belong to the image are not
-/// replaced. The ending has to be a known one.
+/// The same for an image file with its companions; also raises if a file that does not belong to the image
+/// would be replaced. The extension must be a known one.
 void RequireWritableImage(const std::string& path);
 
-/// Raises `CFileError` for a name that stands for no place, as the working folder is gone.
+/// Raises `CFileError` if the name cannot be resolved because the working folder no longer exists.
 void RequirePlace(const std::string& path);
 
-/// All files that writing the image file makes, replaces or removes, as paths that compare equal for the same
-/// file however it is spelled.
+/// All files that writing the image file creates, replaces or removes, as normalised paths: two spellings of
+/// the same file compare equal.
 std::vector<std::string> FilesOfImage(const std::string& path);
-/// The same for a file that goes alone.
+/// The same for a file without companions.
 std::string FileItself(const std::string& path);
 
 } // namespace engine

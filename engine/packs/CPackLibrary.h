@@ -7,19 +7,21 @@
 
 namespace engine {
 
-/// A loaded pack. Its plug-ins, and all that came from them, must be gone before it is.
+/// A loaded pack. It must outlive its plug-ins and every object that they created.
 class CPackLibrary {
 public:
-    /// Loads the shared library; raises `CFileError` if it cannot, or if it is no pack.
+    /// Loads the shared library. Raises `CFileError` if it cannot be loaded or is not a pack.
     explicit CPackLibrary(const std::string& path);
     CPackLibrary(const CPackLibrary&) = delete;
     CPackLibrary& operator=(const CPackLibrary&) = delete;
     ~CPackLibrary();
 
-    /// The pack that belongs to this program: ../lib/libQuillonPack.so beside it.
+    /// The path of the pack installed with this program: ../lib/libQuillonPack.so, relative to the program's
+    /// folder.
     static std::string DefaultPath();
 
-    /// A new plug-in of that name; null if the pack has none. Raises what its constructor raises.
+    /// Creates the plug-in of that name; returns null if the pack has none. Passes on whatever its
+    /// constructor raises.
     [[nodiscard]] std::unique_ptr<ORVEN::CPluginBase> Create(const std::string& name) const;
     [[nodiscard]] bool Provides(const std::string& name) const { return Create(name) != nullptr; }
 

@@ -21,13 +21,13 @@ struct StCurve {
     std::vector<StPoint> points; ///< by ascending x
 };
 
-/// The curve of a measurement by size, grey value or label, of which `map` has an entry each: x is the number
-/// that the key is or ends with, y the value. Where entries are maps of their own, `feature` is the path in
-/// them to the value. Entries without such numbers, or with infinite ones, are left out. Raises
-/// `CCallerError` if that leaves none, with the features that there are.
+/// The curve of a measurement by size, grey value or label, with one entry in `map` for each: x is the number
+/// that the key consists of or ends with, y the value. If the entries are maps themselves, `feature` is the
+/// path to the value in them. Entries without such numbers, or with infinite ones, are left out. If none
+/// remain, raises `CCallerError`, listing the available features.
 StCurve CurveOf(const ORVEN::CValueMap& map, const std::string& name, const std::string& feature);
 
-/// The curve in a frame with axes, as the text of an SVG picture.
+/// Draws the curve in a frame with axes. Returns the SVG text.
 std::string CurveAsSvg(const StCurve& curve);
 
 } // namespace engine

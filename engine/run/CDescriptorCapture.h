@@ -4,7 +4,7 @@
 
 namespace engine {
 
-/// Diverts what is written to one file descriptor of the process into memory, from construction to `Stop`.
+/// Captures everything written to one file descriptor of the process, from construction to `Stop`.
 class CDescriptorCapture {
 public:
     /// Raises `std::system_error` if the system refuses.
@@ -13,12 +13,12 @@ public:
     CDescriptorCapture& operator=(const CDescriptorCapture&) = delete;
     ~CDescriptorCapture();
 
-    /// Puts the descriptor back and keeps the text; once is enough.
+    /// Restores the descriptor and keeps the text; further calls have no effect.
     void Stop();
 
-    /// Where the descriptor led before; open as long as this object lives.
+    /// A duplicate of the original descriptor, open as long as this object exists.
     [[nodiscard]] int Original() const { return m_original; }
-    /// What was written, complete after `Stop`.
+    /// The captured text; available after `Stop`.
     [[nodiscard]] const std::string& Text() const { return m_text; }
 
 private:

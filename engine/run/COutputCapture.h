@@ -4,8 +4,8 @@
 
 namespace engine {
 
-/// Keeps what is written to standard output and standard error, by whatever library and language, from its
-/// construction to `Stop`, so that a pack's chatter does not mix with the program's own words.
+/// Captures standard output and standard error, from any library and language, from construction to `Stop`,
+/// so that a pack's output does not mix with the program's own.
 class COutputCapture {
 public:
     COutputCapture();
@@ -13,10 +13,10 @@ public:
     COutputCapture& operator=(const COutputCapture&) = delete;
     ~COutputCapture();
 
-    /// Both streams are the program's own again; once is enough.
+    /// Restores both streams; further calls have no effect.
     void Stop();
 
-    /// What was written, complete after `Stop`.
+    /// The captured text; available after `Stop`.
     [[nodiscard]] const std::string& StandardOutput() const { return m_output.Text(); }
     [[nodiscard]] const std::string& StandardError() const { return m_error.Text(); }
     /// The program's own standard error, to draw a progress bar on.

@@ -11,29 +11,29 @@
 
 namespace engine {
 
-/// Builds the "parameters" of a call, or its settings, from what the command line says and the catalogue
-/// knows.
+/// Builds the "parameters" or settings of a call from the command line and the catalogue.
 ///
-/// Everything that can be wrong with the command line is found before the first file is opened: images are
-/// read by `ReadImages` only. The images belong to this object, which must outlive the call.
+/// Errors in the command line are reported before any image is opened: only `ReadImages` reads images. This
+/// object owns the images and must outlive the call.
 class CParameterMap {
 public:
     /// `what` is the word for a value in messages: "parameter" or "setting". `known` is null for a plug-in
-    /// that the catalogue does not know.
+    /// that is not in the catalogue.
     CParameterMap(std::string what, const std::vector<StCatalogueParameter>* known);
 
-    /// Starts from the map in a JSON file, as it stands: the map itself, or a report, which holds one. A file
-    /// holds no images: null ones are added where their group is sent. Raises `CFileError`.
+    /// Starts from the map in a JSON file, which is either the map itself or a report containing one. Nothing
+    /// is checked against the catalogue. A file holds no images: null images are added for groups that are
+    /// sent. Raises `CFileError`.
     void ReadFile(const std::string& path);
-    /// Sets one value, in place of an earlier one. Raises `CCallerError` for a text that is
-    /// not of the kind, and for an unknown key without a kind, naming the nearest one.
+    /// Sets one value, replacing an earlier one. Raises `CCallerError` for a text that is not of the kind,
+    /// and for an unknown key without a kind, suggesting the most similar known key.
     void Set(const StAssignment& assignment);
-    /// Adds what the catalogue marks as always sent, and null images where their group is sent.
+    /// Adds parameters that the catalogue marks as always sent, and null images for groups that are sent.
     void FillDefaults();
-    /// Reads the image files named. Raises as `ReadImage` does.
+    /// Reads the image files that were named. Raises the errors of `ReadImage`.
     void ReadImages();
 
-    /// The map built; this object starts again with an empty one but keeps the images.
+    /// Returns the map. This object continues with an empty map but keeps the images.
     std::unique_ptr<ORVEN::CValueMap> Take();
     [[nodiscard]] const ORVEN::CValueMap& Map() const { return *m_map; }
 

@@ -14,33 +14,33 @@
 
 namespace engine {
 
-/// What a plug-in is called with.
+/// The inputs of a plug-in call.
 struct StPluginRequest {
     std::string name;
-    ORVEN::CValueMap* document = nullptr;         ///< the focused one; must outlive the outcome
-    std::unique_ptr<ORVEN::CValueMap> parameters; ///< null sends no "parameters"
+    ORVEN::CValueMap* document = nullptr;         ///< the focused document; must outlive the outcome
+    std::unique_ptr<ORVEN::CValueMap> parameters; ///< if null, no "parameters" are sent
     ORVEN::CValueMap* settings = nullptr;         ///< null or empty: `Configure` is not called
-    bool runsRefused = false;                     ///< goes on although `TestParameters` answers false
+    bool runsRefused = false;                     ///< continues even if `TestParameters` returns false
 };
 
-/// Who failed and why.
+/// Source and reason of a failure.
 struct StFailure {
     std::string source;
     std::string message;
 };
 
-/// What came of it.
+/// The result of a plug-in call.
 struct StPluginOutcome {
-    std::optional<bool> isAccepted; ///< nothing if it failed before the plug-in was asked
+    std::optional<bool> isAccepted; ///< not set if the call failed before the plug-in was asked
     std::optional<StFailure> failure;
     std::vector<std::unique_ptr<ORVEN::CValueMap>> documents;
-    std::vector<std::string> views;                       ///< the types of the views asked for
-    nlohmann::json parameters = nlohmann::json::object(); ///< as they stand in the tree after the run
+    std::vector<std::string> views;                       ///< types of the requested views
+    nlohmann::json parameters = nlohmann::json::object(); ///< their values in the tree after the run
     double seconds = 0;
 };
 
-/// A document as a plug-in finds it in the tree. The image stays the caller's; no label leaves that entry
-/// out.
+/// Builds a document in the form that plug-ins find in the tree. The caller keeps ownership of the image.
+/// Without a label, the document has no such entry.
 std::unique_ptr<ORVEN::CValueMap> MakeDocument(ORVEN::CImage& image, const std::optional<std::string>& label);
 
 /// The image of a document; null if it has none.
@@ -49,8 +49,8 @@ const ORVEN::CImage* ImageOf(const ORVEN::CValueMap& document);
 /// The title of a document; empty if it has none.
 std::string LabelOf(const ORVEN::CValueMap& document);
 
-/// Drives the plug-in through one run: setup, settings, test, update, data. Whatever it raises ends up in the
-/// outcome, and so do documents that it had handed over by then.
+/// Takes the plug-in through one run: setup, settings, test, update, data. Exceptions from the plug-in are
+/// recorded in the outcome, together with the documents handed over before.
 StPluginOutcome CallPlugin(ORVEN::CPluginBase& plugin, StPluginRequest request);
 
 } // namespace engine

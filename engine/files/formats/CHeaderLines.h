@@ -7,19 +7,20 @@
 
 namespace engine {
 
-/// The lines of a text header in front of binary data, read one by one and never further than a header can
-/// go. What is no text, or does not end, is refused before it takes memory. Raises `CFileError`, "cannot read
-/// 'PATH': its header is damaged...".
+/// Reads the lines of a text header in front of binary data, one at a time and within the size limits of a
+/// header. A header that is not text or does not end is refused before it takes much memory. Raises
+/// `CFileError`, "cannot read 'PATH': its header is damaged...".
 class CHeaderLines {
 public:
-    /// `maxTotal` bytes in all lines together, `maxLine` in one of them, but in a line that begins with
-    /// `longLine`; empty for no such line.
+    /// `maxTotal` limits the bytes of all lines together, `maxLine` those of one line, except for a line that
+    /// begins with `longLine`; if that is empty, there is no exception.
     CHeaderLines(const std::string& path, std::int64_t maxTotal, std::int64_t maxLine,
                  std::string longLine = {});
 
-    /// The next line, without its end and a carriage return before it; false at the end of the file.
+    /// Reads the next line, without its line end (line feed, or carriage return and line feed). Returns false
+    /// at the end of the file.
     bool Next(std::string& line);
-    /// The place in the file behind the lines read so far.
+    /// The position in the file after the lines read so far.
     [[nodiscard]] std::int64_t Position() const { return m_position; }
 
 private:

@@ -10,52 +10,53 @@
 #include <string_view>
 #include <vector>
 
-// What every header goes through before pixels are read by it: a damaged or hostile file must not make us
-// allocate what it announces.
+// Checks that every header must pass before pixels are read: a damaged or malicious file must not cause the
+// allocation of whatever size it announces.
 
 namespace engine {
 
-/// Deflate makes at most 1032 bytes out of one; a little above it, for headers and rounding.
+/// Upper bound of the Deflate compression ratio: at most 1032 to 1, plus a margin for headers and rounding.
 inline constexpr std::int64_t g_maxDeflateRatio = 1040;
 
-/// Raises `CFileError` with the one line "cannot read 'PATH': REASON".
+/// Raises `CFileError` with the one-line message "cannot read 'PATH': REASON".
 [[noreturn]] void ThrowUnreadable(const std::string& path, const std::string& reason);
 
-/// The length of a regular file; raises if the path is none.
+/// The size of a regular file in bytes. Raises `CFileError` if the path is not a regular file.
 std::int64_t FileSize(const std::string& path);
 
-/// The size of an image with these extents, x first: trailing extents of 1 beyond the third are dropped, and
-/// a single extent is one row. Raises for no extents, extents below 1, more than three dimensions, and for
-/// more bytes (of `bytesPerPixel`) than 2^62.
+/// The size of an image with these extents, x first. Trailing extents of 1 beyond the third are dropped, and
+/// a single extent gives one row. Raises `CFileError` for no extents, extents below 1, more than three
+/// dimensions, and images of more than 2^62 bytes at `bytesPerPixel`.
 ORVEN::CSize CheckedSize(const std::string& path, std::vector<std::int64_t> extents,
                          std::int64_t bytesPerPixel);
 
-/// The bytes to be passed over before the pixels, if they are few enough to be a header of any kind: in
-/// packed data they have to be unpacked. Raises for more than 256 MiB.
+/// Returns `skip`, the number of bytes before the pixels, if it is small enough for a header of any kind:
+/// skipped bytes in packed data must be unpacked. Raises `CFileError` for more than 256 MiB.
 std::int64_t CheckedSkip(const std::string& path, std::int64_t skip);
 
-/// Raises unless `stored` bytes of the file can unpack to the `announced` ones at no more than `ratio` to 1.
+/// Raises `CFileError` unless `stored` bytes can unpack to `announced` bytes at a ratio of at most `ratio` to
+/// 1.
 void RequireData(const std::string& path, std::int64_t announced, std::int64_t stored, std::int64_t ratio);
 
-/// Raises for raw data of which the header announces only a part: one of both is wrong.
+/// Raises `CFileError` for raw data longer than the header announces: one of the two must be wrong.
 [[noreturn]] void ThrowSurplus(const std::string& path, std::int64_t announced, std::int64_t stored);
 
-/// Raises if the machine has no such amount of memory to give away right now.
+/// Raises `CFileError` if less memory than this is available at the moment.
 void RequireMemory(const std::string& path, std::int64_t byteCount);
 
-/// The spacing if all numbers are finite and not zero (a sign tells a direction, which is not kept).
+/// The spacing, if all numbers are finite and not zero. A sign gives a direction and is dropped.
 std::optional<std::array<double, 3>> CheckedSpacing(std::span<const double> numbers);
 
-/// The shortest decimal text that reads back as this very number, in the C locale.
+/// The shortest decimal text that reads back as exactly this number, in the C locale.
 std::string ShortestText(double number);
 
-/// The text without blanks around it.
+/// The text without leading and trailing blanks.
 std::string_view Trimmed(std::string_view text);
 
-/// The words between blanks.
+/// Splits the text at blanks.
 std::vector<std::string_view> Words(std::string_view text);
 
-/// The number that the whole text tells, in the C locale.
+/// Parses the whole text as a number, in the C locale; returns nothing if it is not one.
 template <class Number>
 std::optional<Number> NumberOf(std::string_view text) {
     Number number{};
@@ -65,7 +66,7 @@ std::optional<Number> NumberOf(std::string_view text) {
     return number;
 }
 
-/// The numbers that all words of the text tell; nothing if one of them tells none.
+/// Parses all words of the text as numbers; returns nothing if one of them is not a number.
 template <class Number>
 std::optional<std::vector<Number>> NumbersOf(std::string_view text) {
     std::vector<Number> numbers;

@@ -6,9 +6,9 @@
 
 namespace engine {
 
-/// Finds out by its content what kind of image file it is, and reads and checks its header. Nothing in the
-/// order of the pixels is read or allocated. Raises `CFileError` for a file of
-/// another kind, and for one whose header cannot be true.
+/// Identifies the format of an image file by its contents, and reads and checks its header. Allocates nothing
+/// whose size depends on the number of pixels. Raises `CFileError` for an unknown format and for an
+/// inconsistent header.
 StImageHeader ReadImageHeader(const std::string& path);
 
 } // namespace engine

@@ -6,26 +6,26 @@
 #include <string>
 #include <string_view>
 
-// MetaImage files, .mha with the pixels behind the text header and .mhd with the pixels in a file of their
-// own.
+// MetaImage files: .mha with the pixels after the text header, and .mhd with the pixels in a separate file.
 
 namespace engine {
 
-/// Whether these first bytes of a file begin the text header of a MetaImage.
+/// Whether these bytes are the start of a MetaImage text header.
 bool IsMetaHeader(std::string_view beginning);
 
-/// Reads and checks the header. The pixels stand in the file itself, or in one other file that the header
-/// names relative to itself; lists and patterns of files, and pixels written as text, are refused.
+/// Reads and checks the header. The pixels are in the file itself or in one other file, whose path in the
+/// header is relative to the header. Lists and patterns of files, and pixels written as text, are refused.
 ///
-/// Spacing: "ElementSpacing", else "ElementSize". Raises `CFileError` if header and data do not fit.
+/// Spacing comes from "ElementSpacing", or else from "ElementSize". Raises `CFileError` if header and data do
+/// not match.
 StImageHeader ReadMetaHeader(const std::string& path);
 
-/// The file that a header at the path names for the pixels; nothing if there is no such header, or if they
-/// stand behind it.
+/// The pixel data file named by the header at the path; nothing if there is no such header, or if the pixels
+/// follow the header.
 std::optional<std::string> MetaDataFile(const std::string& path);
 
-/// Writes header and samples, raw. The samples go behind the header, or to a file of the name `dataFile`
-/// beside it if that is not empty. Copies nothing.
+/// Writes header and samples, uncompressed. The samples follow the header or, if `dataFile` is not empty, go
+/// to a file of that name in the same folder. Makes no copy of the samples.
 void WriteMeta(const std::string& path, const std::string& dataFile, const StImageHeader& header,
                std::string_view samples);
 

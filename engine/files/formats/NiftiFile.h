@@ -5,24 +5,25 @@
 #include <string>
 #include <string_view>
 
-// NIfTI-1 files in one piece, .nii and .nii.gz (R. W. Cox et al., nifti1.h, 2003).
+// Single-file NIfTI-1, .nii and .nii.gz (R. W. Cox et al., nifti1.h, 2003).
 
 namespace engine {
 
-/// Bytes of the header of NIfTI version 1.
+/// Size of the NIfTI-1 header in bytes.
 inline constexpr std::size_t g_niftiHeaderSize = 348;
 
-/// Whether these first bytes, unpacked if they were gzip, begin a NIfTI file of version 1.
+/// Whether these bytes are the start of a NIfTI-1 file. Gzip data must be unpacked first.
 bool IsNiftiHeader(std::string_view beginning);
 
-/// Reads and checks the header, of either byte order. A pair of .hdr and .img, colours and complex pixels are
+/// Reads and checks the header, in either byte order. Pairs of .hdr and .img, colours and complex pixels are
 /// refused. "scl_slope" and "scl_inter" become the header's scale.
 ///
-/// Spacing: "pixdim", if none is 0. Raises `CFileError` if header and data do not fit together.
+/// Spacing comes from "pixdim" if none of its values is 0. Raises `CFileError` if header and data do not
+/// match.
 StImageHeader ReadNiftiHeader(const std::string& path);
 
-/// Writes header and samples; gzip packs both, as the format wants it. Extents must be below 2^15. A spacing
-/// that is not known is written as 1, since readers stumble over 0. Copies nothing.
+/// Writes header and samples; gzip compresses both, as the format requires. Extents must be below 2^15. An
+/// unknown spacing is written as 1, because some readers fail on 0. Makes no copy of the samples.
 void WriteNifti(const std::string& path, const StImageHeader& header, std::string_view samples,
                 EnPacking packing);
 

@@ -9,16 +9,17 @@
 
 namespace engine {
 
-/// Reads and checks the header. The pixels stand raw or as gzip in the file itself, or in one other file that
-/// the header names relative to itself; several data files, and pixels written as text, are refused.
+/// Reads and checks the header. The pixels may be raw or gzip data, in the file itself or in one other file,
+/// whose path in the header is relative to the header. Several data files, and pixels written as text, are
+/// refused.
 ///
-/// Spacing: "spacings", or the lengths of the "space directions", if every axis states one. An axis whose
-/// kind is that of a colour or vector counts as samples of a pixel and must be the first one. Raises
-/// `CFileError` if header and data do not fit together.
+/// Spacing comes from "spacings", or from the lengths of the "space directions", if every axis has one. An
+/// axis of a colour or vector kind holds the samples of a pixel and must be the first. Raises `CFileError` if
+/// header and data do not match.
 StImageHeader ReadNrrdHeader(const std::string& path);
 
-/// Writes header and samples, with type name and attributes of the header as key/value fields. Copies
-/// nothing.
+/// Writes header and samples, with the header's type name and attributes as key/value fields. Makes no copy
+/// of the samples.
 void WriteNrrd(const std::string& path, const StImageHeader& header, std::string_view samples,
                EnPacking packing);
 

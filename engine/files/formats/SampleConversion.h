@@ -10,29 +10,29 @@
 
 namespace engine {
 
-/// The pixel type whose pixels are the very bytes of these samples; nothing if there is none.
+/// The pixel type with the same memory layout as these samples; nothing if there is none.
 std::optional<ORVEN::IImage::CType> SameSampleType(EnSampleType sample);
 
-/// The numbers that scaled samples stand for. Linear in their count.
+/// Applies the scale to the samples. Linear in their count.
 std::unique_ptr<float[]> ScaledSamples(const void* samples, EnSampleType sample, std::int64_t count,
                                        const StScale& scale);
 
-/// What a pixel of the type is in a file: a binary one is a byte. Raises `CFileError` for complex pixels.
+/// The sample type that stores a pixel of this type in a file; binary pixels are stored as bytes. Raises
+/// `CFileError` for complex pixels.
 EnSampleType SampleOfType(const ORVEN::IImage::CType& type);
 
-/// Makes an image of `size` from as many samples, `samplesPerPixel` side by side, which must then be equal
-/// but for a last one of two or four (its opacity), which is passed over.
+/// Makes an image of `size` from samples, with `samplesPerPixel` adjacent samples per pixel. These must be
+/// equal; the last of two or four is the opacity and is ignored.
 ///
-/// Without `type`: the narrowest type that holds the samples. Unsigned integers keep their width; signed ones
-/// without a negative value become unsigned of the same width; else 8 and 16 bits become floats, which hold
-/// them exactly, and wider ones too if floats hold each value exactly. 64 bits become 32. Doubles become
-/// floats, rounded.
-/// With `type`: binary is 1 where a sample is not 0 (not a number counts as not 0). Integers take only whole
-/// numbers in their range. Floats take everything, rounded to the nearest, but finite numbers beyond their
-/// range.
+/// Without `type`, the narrowest type that holds the samples is used. Unsigned integers keep their width;
+/// signed ones without a negative value become unsigned of the same width. Otherwise 8 and 16 bits become
+/// floats, which hold them exactly, and so do wider integers if floats hold each value exactly. 64-bit
+/// integers become 32-bit ones. Doubles become floats, rounded. With `type`, binary is 1 where a sample is
+/// not 0 (NaN counts as not 0). Integer types accept only integers in their range. Floats accept everything
+/// except finite numbers beyond their range, rounded to the nearest.
 ///
-/// Raises `CFileError`, naming `path`, the first value that does not fit and
-/// what would. Linear in the pixels, two passes.
+/// Raises `CFileError`, naming `path`, the first value that does not fit and the type that would hold it.
+/// Linear in the pixels, in two passes.
 std::unique_ptr<ORVEN::CImage> MakeImage(const std::string& path, const ORVEN::CSize& size,
                                          const void* samples, EnSampleType sample, int samplesPerPixel,
                                          const std::optional<ORVEN::IImage::CType>& type);
