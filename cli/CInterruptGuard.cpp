@@ -20,7 +20,7 @@ namespace {
 
 std::atomic<bool> g_isGuarded{false};
 std::atomic<bool> g_isRequested{false};
-// Set before `g_isGuarded`, and not changed until it is reset.
+// Set before `g_isGuarded` is set, and not changed until it is cleared.
 std::atomic<const char*> g_notice{nullptr};
 std::atomic<std::size_t> g_noticeLength{0};
 std::atomic<int> g_noticeDescriptor{-1};
@@ -28,7 +28,7 @@ static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<const char*>
                   std::atomic<std::size_t>::is_always_lock_free && std::atomic<int>::is_always_lock_free,
               "a signal handler must not wait");
 
-/// Only with what a signal handler may call.
+/// Calls only functions that are allowed in a signal handler.
 void WriteNotice() {
     const int before = errno;
     [[maybe_unused]] const ssize_t written = write(g_noticeDescriptor, g_notice, g_noticeLength);

@@ -13,11 +13,11 @@ namespace cli {
 namespace {
 
 constexpr std::chrono::milliseconds drawingInterval{100};
-/// Phases that a plug-in never finishes must not pile up.
+/// Limits the number of phases that a plug-in starts and never finishes.
 constexpr std::size_t deepestNesting = 16;
 constexpr std::size_t longestText = 40;
 
-/// The text as it can stand on one line of a terminal: not too long, and without control characters.
+/// Makes the text fit on one line of a terminal: truncated if too long, and without control characters.
 std::string ForTerminal(const char* text) {
     std::string line(text != nullptr ? text : "");
     std::replace_if(
@@ -113,7 +113,7 @@ void CProgressBar::Draw(const StPhase& phase, Clock::time_point now) {
             static_cast<double>(std::min(phase.done, phase.total)) / static_cast<double>(phase.total);
         line += "  " + std::to_string(static_cast<int>(100 * share)) + " %";
         const double seconds = std::chrono::duration<double>(now - phase.start).count();
-        // An estimate from the first moments would only jump about.
+        // In the first moments an estimate would be too unstable.
         if (seconds >= 1 && share >= 0.01 && share < 1)
             line += "  " + Duration(seconds / share - seconds) + " left";
     }
@@ -122,7 +122,7 @@ void CProgressBar::Draw(const StPhase& phase, Clock::time_point now) {
 }
 
 void CProgressBar::Write(const std::string& text) const {
-    // A terminal that takes no more text is no reason to end a run.
+    // A failed write to the terminal is no reason to end a run.
     [[maybe_unused]] const ssize_t written = write(m_descriptor, text.data(), text.size());
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t lineWidth = 96;
 
-/// The words in lines of readable length, each behind the indent.
+/// Wraps the text to lines of readable length, each with the indent in front.
 std::string Wrapped(const std::string& text, const std::string& indent) {
     std::string wrapped;
     std::string line;

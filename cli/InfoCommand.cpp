@@ -34,7 +34,7 @@ struct StInfoOptions {
     bool isJson = false;
 };
 
-/// Least and greatest finite pixel as a pair, null if there is none.
+/// Smallest and largest finite pixel value as a pair; null if there is none.
 template <class Pixel>
 ordered_json MinMaxOf(const ORVEN::CImage& image) {
     const ORVEN::CImageView<const Pixel> view(image);
@@ -117,7 +117,7 @@ std::string Joined(const ordered_json& values, const std::string& between) {
     return text;
 }
 
-/// A text as it is but for control characters, which a terminal would obey.
+/// The text without control characters, which a terminal would interpret.
 std::string Readable(const ordered_json& value) {
     if (!value.is_string())
         return value.dump();
@@ -127,7 +127,7 @@ std::string Readable(const ordered_json& value) {
     return text;
 }
 
-/// The rest of the attributes as lines "path  value"; a list of plain values stays in one line.
+/// Prints the remaining attributes as lines "path  value", with a list of plain values on one line.
 void PrintTree(const json& tree, const std::string& path) {
     const bool isSpecial = tree.is_object() && tree.size() == 1 && tree.begin().key().starts_with('/');
     if (!tree.is_object() || tree.empty() || isSpecial) {

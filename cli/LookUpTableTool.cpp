@@ -35,12 +35,12 @@ struct StToolOptions {
     std::string file;
 };
 
-/// Finds the test neighbourhood up to a radius, with a word on the way for who waits at a terminal.
+/// Finds the test neighbourhood up to a radius, and shows progress if standard error is a terminal.
 StMedialAxisNeighborhood FindNeighborhood(std::int32_t radius) {
     const bool tells = isatty(STDERR_FILENO) != 0;
     const auto neighborhood =
         FindMedialAxisNeighborhood(radius * radius, [tells, radius](std::int32_t squaredRadius) {
-            // The work grows with a high power of the radius: of the end there is much to tell.
+            // The work grows with a high power of the radius, so most of the time goes into the last steps.
             if (tells && squaredRadius % 64 == 0)
                 std::fprintf(stderr, "\rballs up to %d of %d", squaredRadius, radius * radius);
             return false;
@@ -50,7 +50,7 @@ StMedialAxisNeighborhood FindNeighborhood(std::int32_t radius) {
     return neighborhood;
 }
 
-/// The file to write to when the long work is done, checked before.
+/// Checks and opens the output file before the long work begins.
 CTextOutput OpenOutput(const std::string& path) {
     if (!IsDeviceOrPipe(path))
         RequireWritableFile(path);
@@ -82,7 +82,7 @@ void CheckTable(const StToolOptions& options) {
                 summary.reach);
 }
 
-/// The source of the list that is compiled in.
+/// Writes the source file of the list that is compiled into the library.
 void WriteConstants(const StToolOptions& options) {
     CTextOutput output = OpenOutput(options.file);
     const StMedialAxisNeighborhood neighborhood = FindNeighborhood(options.reach);

@@ -32,7 +32,7 @@ const CValueMap* MapAt(const CValueMap& map, const std::string& path) {
     return entry != nullptr ? entry->Map() : nullptr;
 }
 
-/// The measurement of that name, or at that path; the file's own are listed if there is none.
+/// Finds the measurement with the given name or path; if there is none, the error lists those in the file.
 const CValueMap& FindMeasurement(const StPlotOptions& options, const ORVEN::CImage& image) {
     const std::string& tag = ORVEN::CQuillonHeaderTools::c_sTagFeatures;
     for (const std::string& path :

@@ -11,7 +11,8 @@ using namespace engine;
 
 namespace {
 
-/// An option that is repeated for several values. One value a time, so that what follows stays what it is.
+/// Adds an option that is repeated for several values. Each occurrence takes one value, so that it does not
+/// consume the arguments after it.
 void AddRepeated(CLI::App& command, const std::string& name, std::vector<std::string>& values,
                  const std::string& description, const std::string& form) {
     command.add_option(name, values, description)->allow_extra_args(false)->option_text(form + " ...");

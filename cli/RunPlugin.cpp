@@ -32,7 +32,7 @@ using namespace ORVEN;
 
 namespace {
 
-/// Algorithms report to the sink while this lives.
+/// Algorithms report their progress to the sink while this object exists.
 class CHostSinkGuard {
 public:
     explicit CHostSinkGuard(IProgress* sink)
@@ -55,26 +55,27 @@ const StCatalogueEntry* FindPlugin(const std::string& name, const CPackLibrary& 
     return entry;
 }
 
-/// What to say when Ctrl-C may have no effect: a plug-in that does not ask for it would leave a person
-/// waiting without a word. Nothing for a plug-in that can be cancelled anywhere, or that the catalogue does
-/// not know.
+/// The notice to print when Ctrl-C may have no effect: otherwise a user would wait without explanation for a
+/// plug-in that does not check for cancellation. Empty for a plug-in that can be cancelled anywhere or is not
+/// in the catalogue.
 std::string CancelNotice(const StCatalogueEntry* entry, bool isTerminal) {
     if (entry == nullptr || entry->cancel == CANCEL_ANYWHERE)
         return "";
-    // On a terminal the notice takes the line of the progress bar.
+    // On a terminal the notice replaces the progress bar.
     return (isTerminal ? CProgressBar::wipeLine : "") + ("quillon: " + entry->name) +
            (entry->cancel == CANCEL_PARTLY ? " cannot be cancelled in all parts of its work; if it goes on, a"
                                            : " cannot be cancelled; a") +
            " second Ctrl-C ends the program at once\n";
 }
 
-/// Qt ends the process itself when it cannot open windows; it gets the exit status of a usage error.
+/// Qt itself would end the process if it cannot open windows; this exits first, with the status of a usage
+/// error.
 void EndWithoutWindows(const std::string& reason) {
     std::fprintf(stderr, "quillon: --gui: %s\n", reason.c_str());
     std::_Exit(STATUS_USAGE);
 }
 
-/// Runs the plug-in with dialogs answered, output kept and progress shown.
+/// Runs the plug-in, answers its dialogs, captures its output and shows its progress.
 StRunRecord Execute(const StRunOptions& options, const StCatalogueEntry* entry, const CPackLibrary& pack,
                     StRunInputs& inputs) {
     StRunRecord record;
@@ -116,7 +117,7 @@ StRunRecord Execute(const StRunOptions& options, const StCatalogueEntry* entry, 
     return record;
 }
 
-/// Whether the plug-in did its work, and what it delivered is to be kept.
+/// Whether the plug-in succeeded, so that its results are kept.
 bool HasResults(const StRunRecord& record, const StRunOptions& options) {
     return !record.isCancelled && !record.outcome.failure && !record.dialogProblem &&
            (record.outcome.isAccepted.value_or(false) || options.runsRefused);
@@ -133,7 +134,7 @@ void WriteDocuments(const std::vector<std::string>& files, StRunRecord& record) 
     }
 }
 
-/// Why the image was refused: what it is, and what the plug-in takes.
+/// Explains why the image was refused: its type and size, and what the plug-in accepts.
 std::string RefusalMessage(const StRunOptions& options, const StCatalogueEntry* entry, const CImage& image) {
     std::string message = options.plugin + " does not take " + options.image + " (" +
                           WordOfPixelType(image.Type()) + ", " + SizeInWords(image.Size()) + ")";
@@ -142,7 +143,7 @@ std::string RefusalMessage(const StRunOptions& options, const StCatalogueEntry* 
     return message + "; it takes " + AcceptedInWords(entry->images);
 }
 
-/// How the program is to end, if not with "done".
+/// The error to end the program with; nothing if the run succeeded.
 std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions& options,
                                    const StCatalogueEntry* entry, const CImage& image) {
     const StPluginOutcome& outcome = record.outcome;
@@ -165,7 +166,7 @@ std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions
     return std::nullopt;
 }
 
-/// Does the work; of several failures the first is the one that the program ends with.
+/// Runs `work`; of several failures, the first is the one that the program ends with.
 template <class Work>
 void KeepFirstError(std::optional<CCommandError>& first, const Work& work) {
     try {
@@ -179,22 +180,23 @@ void KeepFirstError(std::optional<CCommandError>& first, const Work& work) {
     }
 }
 
-/// Keeps the file that a plug-in asks for in a dialog and writes to under its own name.
+/// Protects an existing file while a plug-in that asked for it in a dialog writes directly to it.
 class CPickedFile {
 public:
-    /// Makes the answers keep the file as soon as a dialog is given it.
+    /// Arranges for the file to be protected as soon as a dialog is given its name.
     CPickedFile(const std::optional<std::string>& file, StDialogAnswers& answers) {
         if (file)
             answers.beforeSaving = [this, name = *file] { return Keep(name); };
     }
 
-    /// Decides which of both files stays. Raises `CFileError` if it could not be kept or put back.
+    /// Decides whether the old or the new file stays. Raises `CFileError` if the old one could not be
+    /// protected or restored.
     void Settle(const StRunRecord& record, bool hasResults) {
         if (m_problem)
             throw CFileError(*m_problem);
         if (!m_kept)
             return;
-        // A plug-in that warns of an empty table means to leave it where there was none.
+        // A plug-in that warns of an empty table still means to leave the new file if there was none before.
         const bool isMeant = record.errorBox && record.errorBox->kind == "warning" && !m_kept->HasOld();
         if (hasResults && (!record.errorBox || isMeant))
             m_kept->Release();

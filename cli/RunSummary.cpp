@@ -26,7 +26,7 @@ std::string Duration(double seconds) {
     return text.data();
 }
 
-/// The share of object pixels.
+/// The fraction of object pixels.
 double ForegroundFraction(const ORVEN::CImage& image) {
     const ORVEN::CImageView<const unsigned char> view(image);
     std::int64_t count = 0;
@@ -37,8 +37,7 @@ double ForegroundFraction(const ORVEN::CImage& image) {
     return static_cast<double>(count) / static_cast<double>(std::max<std::int64_t>(view.PixelCount(), 1));
 }
 
-/// What a person asks of an image first: type and size, spacing if it is known, how much is object, how many
-/// labels.
+/// The main facts about an image: type and size, spacing if known, object fraction, number of labels.
 std::string Description(const ORVEN::CImage& image) {
     std::string text = WordOfPixelType(image.Type()) + ", " + SizeInWords(image.Size());
     std::array<double, 3> spacing{};
@@ -79,7 +78,7 @@ std::string Closing(const StRunRecord& record, std::span<const std::string> outp
             return "Nothing was written: give -o FILE to keep the result.\n";
         if (record.hasMeasured)
             return "Nothing was written: give -o FILE to keep the image with what was measured.\n";
-        // What a plug-in has shown in a box, or put into a file itself, is all there is to keep.
+        // Results that the plug-in has shown in a box or written to a file itself need no further saving.
         const bool isKept = record.showedWindows || record.isReported || !record.pickedFile.empty();
         return record.boxes.empty() && !isKept
                    ? "Nothing was written: give --report FILE to keep the parameters as they are now.\n"

@@ -22,7 +22,7 @@ using namespace ORVEN;
 
 namespace {
 
-/// All files that the command line asks for; raises if one of them is asked for twice.
+/// Raises if two outputs of the command line, including their companion files, are the same file.
 void RequireDifferentFiles(const StRunOptions& options) {
     std::set<std::string> files;
     const auto add = [&files](const std::string& named, const std::string& file) {
@@ -64,7 +64,7 @@ void PrepareOutputs(const StRunOptions& options, StRunInputs& inputs) {
     }
 }
 
-/// Raises for a setting that is to name a file and names a pipe or device, which the plug-in would wait for.
+/// Raises if a file setting names a pipe or device, because the plug-in could wait for it forever.
 void RequireFilesOfSettings(const StCatalogueEntry* entry, const CValueMap& settings) {
     if (entry == nullptr)
         return;

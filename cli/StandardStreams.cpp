@@ -14,8 +14,8 @@ void ReserveStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) >= 0)
             continue;
-        // The lowest free descriptor is this one. Standard output is opened to read, so that writing to it
-        // still fails; with standard error there is nobody to tell.
+        // `open` returns the lowest free descriptor, which is this one. Standard output is opened for reading
+        // only, so that writing to it still fails; for standard error a failure could not be reported anyway.
         const int mode = stream == STDERR_FILENO ? O_WRONLY : O_RDONLY;
         (void)!open("/dev/null", mode);
     }

@@ -17,7 +17,7 @@ namespace {
 using namespace cli;
 using namespace engine;
 
-/// The program's one line about what went wrong.
+/// Prints the error as one line.
 void PrintError(std::string message) {
     std::replace_if(
         message.begin(), message.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
@@ -40,7 +40,7 @@ int Run(CLI::App& program, int argumentCount, char** arguments) {
             std::fputs(program.help().c_str(), stdout);
         return STATUS_DONE;
     } catch (const CLI::ParseError& error) {
-        // Help and version are raised, too.
+        // The library raises help and version as errors, too.
         return error.get_exit_code() == 0 ? program.exit(error) : EndUsage(program, error);
     } catch (const CCommandError& error) {
         PrintError(error.what());

@@ -12,7 +12,7 @@ namespace {
 
 char Lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
 
-/// Levenshtein's distance, row by row.
+/// Levenshtein distance, computed row by row.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});

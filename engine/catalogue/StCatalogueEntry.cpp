@@ -14,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-/// Hands out the members of a JSON object and complains about those that nobody asked for.
+/// Reads the members of a JSON object and raises an error for those that were never read.
 class CMemberReader {
 public:
     CMemberReader(const json& object, std::string place)
@@ -60,7 +60,7 @@ public:
 private:
     template <class T>
     T Convert(const json& member, const char* name) const {
-        // The library would take a number for a truth value and a fraction for a whole number.
+        // The JSON library would accept a number as a Boolean and a fraction as an integer.
         const bool isFitting = std::is_same_v<T, bool>   ? member.is_boolean()
                                : std::is_integral_v<T>   ? member.is_number_integer()
                                : std::is_arithmetic_v<T> ? member.is_number()
@@ -89,7 +89,7 @@ bool IsOfKind(const json& value, EnValueKind kind) {
     case KIND_STRING:
         return value.is_string();
     case KIND_IMAGE:
-        return false; // a file is nothing to stand in a catalogue
+        return false; // a catalogue cannot contain a file
     }
     return false;
 }

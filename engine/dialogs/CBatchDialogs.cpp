@@ -33,8 +33,8 @@ const char* KindOf(const QMessageBox& box) {
     return "plain";
 }
 
-/// The dialog's button of that meaning: a standard one, else one whose text or object name is the word, as in
-/// "&Ok" or "OK_button".
+/// The dialog's button with this role: a standard button, or else one whose text or object name is the word,
+/// as in "&Ok" or "OK_button".
 QPushButton* FindButton(const QDialog& dialog, QDialogButtonBox::StandardButton standard,
                         const QString& word) {
     for (const auto* box : dialog.findChildren<QDialogButtonBox*>()) {
@@ -63,7 +63,7 @@ QPushButton* FindDefaultButton(const QDialog& dialog) {
 void Reject(QDialog& dialog) {
     const QPointer<QDialog> guard(&dialog);
     dialog.reject();
-    // Not even a dialog that refuses to be rejected can be left to wait for somebody.
+    // Even a dialog that refuses to be rejected must not wait for a user.
     if (guard && guard->isVisible())
         guard->hide();
 }
@@ -92,7 +92,7 @@ std::vector<std::string> CBatchDialogs::UnusedAnswers() const {
 bool CBatchDialogs::eventFilter(QObject* watched, QEvent* event) {
     auto* window = event->type() == QEvent::Show ? qobject_cast<QWidget*>(watched) : nullptr;
     if (window != nullptr && window->isWindow() && window->isModal() && !event->spontaneous()) {
-        // The window waits in an event loop of its own by the time this runs.
+        // By the time this runs, the window is in its own event loop.
         QTimer::singleShot(0, this, [this, shown = QPointer<QWidget>(window)] {
             if (shown && shown->isVisible())
                 Handle(*shown);
@@ -116,7 +116,7 @@ void CBatchDialogs::HandleBox(QMessageBox& box) {
     m_boxes.push_back({KindOf(box), box.windowTitle().toStdString(), box.text().toStdString()});
     const QPointer<QMessageBox> guard(&box);
     if (m_answers.cancel)
-        box.close(); // as by the Escape key; a box without a way out stays
+        box.close(); // as by the Escape key; a box without an escape button stays open
     if (!guard || !guard->isVisible())
         return;
     QAbstractButton* button = FindDefaultButton(box);
@@ -134,7 +134,7 @@ void CBatchDialogs::HandleFileDialog(QFileDialog& dialog) {
         Reject(dialog);
         return;
     }
-    // Naming a file on the command line is consent enough to replace it.
+    // Naming the file on the command line is sufficient consent to replace it.
     dialog.setOption(QFileDialog::DontConfirmOverwrite);
     const QString path = QFileInfo(QString::fromStdString(*m_answers.file)).absoluteFilePath();
     dialog.selectFile(path);

@@ -14,13 +14,14 @@ namespace {
 
 CGuiApplication::OnFatal g_onFatal = nullptr;
 
-/// While Qt starts, its remarks about the environment are dropped; only what ends the process matters.
+/// While Qt starts, its messages about the environment are dropped; only fatal ones matter.
 void OnMessageAtStart(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
     if (type == QtFatalMsg && g_onFatal != nullptr)
         g_onFatal(text.simplified().toLocal8Bit().toStdString());
 }
 
-/// Messages of a batch run are the pack's, but for the offscreen platform's apologies for what it lacks.
+/// In a batch run, messages come from the pack, except for those about features that the offscreen platform
+/// lacks.
 void OnMessageOffscreen(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text) {
     if (!text.startsWith("This plugin does not support"))
         std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
@@ -47,7 +48,8 @@ CGuiApplication::CGuiApplication(bool withWindows, OnFatal onFatal)
 
 CGuiApplication::~CGuiApplication() {
     QWidgetList windows = QApplication::topLevelWidgets();
-    windows.removeIf([](const QWidget* window) { return window->parent() != nullptr; }); // go with it
+    // Child windows are deleted with their parents.
+    windows.removeIf([](const QWidget* window) { return window->parent() != nullptr; });
     qDeleteAll(windows);
 }
 

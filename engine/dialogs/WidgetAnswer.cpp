@@ -19,7 +19,7 @@ namespace {
 std::string Set(QLineEdit& edit, const QString& text) {
     if (edit.isReadOnly())
         return "it cannot be edited";
-    // Typed in place of the old text: unlike setText, this asks the validator and tells that the user edited.
+    // Replaces the old text as if typed: unlike setText, this applies the validator and signals a user edit.
     edit.selectAll();
     edit.insert(text);
     if (edit.text() != text)

@@ -76,7 +76,7 @@ std::string SideFilePath(const std::string& imagePath) {
 
 bool IsSideFile(const std::string& path) {
     try {
-        (void)FileSize(path); // a pipe is not to be emptied
+        (void)FileSize(path); // raises for a pipe, which must not be drained
         const json file = json::parse(ReadTextFile(path), nullptr, false);
         return file.is_object() && file.contains(g_type) && file.contains(g_attributes);
     } catch (const CFileError&) {
@@ -99,7 +99,7 @@ StImageFacts ReadSideFile(const std::string& imagePath) {
     std::error_code error;
     if (!std::filesystem::exists(path, error))
         return facts;
-    (void)FileSize(path); // refuses what is no regular file
+    (void)FileSize(path); // raises unless it is a regular file
     const json file = json::parse(ReadTextFile(path), nullptr, false);
     if (!file.is_object())
         ThrowUnreadable(path, "it is damaged");

@@ -56,7 +56,7 @@ void CAtomicFile::Commit(const std::vector<std::string>& companions) {
         if (entry.path().filename() != m_target.filename())
             written.push_back(entry.path().filename());
     }
-    const CEndingSignalsBlock block; // a file without its companions is worth nothing
+    const CEndingSignalsBlock block; // a file without its companions is useless
     for (const auto& name : written)
         Move(name);
     for (const fs::path name : companions) {

@@ -18,7 +18,7 @@ namespace engine {
 
 namespace {
 
-/// Whether there is a file that may not be written to: whoever tries will fail, and nothing will be lost.
+/// Whether the file exists and is write-protected: writing to it will fail, so nothing can be lost.
 bool IsProtected(const fs::path& path) {
     return access(path.c_str(), F_OK) == 0 && access(path.c_str(), W_OK) != 0;
 }
@@ -31,7 +31,7 @@ CKeptFile::CKeptFile(const std::string& path)
     , m_isDecided(IsDeviceOrPipe(path) || IsProtected(m_place)) {
     if (m_isDecided)
         return;
-    const CEndingSignalsBlock block; // from the moving of the file to its being remembered
+    const CEndingSignalsBlock block; // no signal may arrive between moving and registering
     std::error_code error;
     if (fs::is_regular_file(m_place, error)) {
         std::string folder = (m_place.parent_path() / ".quillon-kept-XXXXXX").string();

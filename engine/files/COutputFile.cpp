@@ -18,12 +18,12 @@ namespace engine {
 
 namespace {
 
-// What Linux writes and zlib takes in one call at most, rounded down.
+// The most that Linux writes and zlib accepts in one call, rounded down.
 constexpr std::size_t g_maxChunk = std::size_t{1} << 30;
-// Level 1 is no quicker and packs less; level 6 takes half as long again on grey values and three times as
+// Level 1 is no faster and compresses less; level 6 takes 1.5 times as long on grey values and three times as
 // long on masks.
 constexpr int g_gzipLevel = 2;
-constexpr int g_gzipWindow = 15 + 16; // the greatest window, in a gzip wrapper
+constexpr int g_gzipWindow = 15 + 16; // the largest window, with a gzip wrapper
 
 [[noreturn]] void ThrowSystemError() { throw CFileError(std::strerror(errno)); }
 
@@ -50,7 +50,7 @@ void COutputFile::Write(std::string_view bytes) {
 }
 
 void COutputFile::WriteGzip(std::initializer_list<std::string_view> parts) {
-    constexpr int memoryLevel = 9; // of 9; 256 KiB
+    constexpr int memoryLevel = 9; // the maximum; 256 KiB
     z_stream stream{};
     if (deflateInit2(&stream, g_gzipLevel, Z_DEFLATED, g_gzipWindow, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
         throw std::bad_alloc();

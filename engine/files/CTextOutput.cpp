@@ -18,7 +18,7 @@ namespace engine {
 
 namespace {
 
-/// Makes a pipe that is no longer read fail the write instead of ending the program.
+/// Makes a write to a pipe without a reader fail instead of ending the program.
 class CBrokenPipeGuard {
 public:
     CBrokenPipeGuard()
@@ -43,7 +43,7 @@ CTextOutput::CTextOutput(std::string path)
     : m_path(std::move(path)) {
     if (!IsDeviceOrPipe(m_path))
         return;
-    // Opening a pipe that nobody reads would wait for somebody who does.
+    // Without O_NONBLOCK, opening a pipe without a reader would wait for one.
     m_special = open(m_path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (m_special < 0)
         ThrowUnwritable(m_path, errno == ENXIO ? "it is a pipe that nobody reads" : std::strerror(errno));

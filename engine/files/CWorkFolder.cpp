@@ -35,7 +35,8 @@ int OpenFolder(const fs::path& path) {
     return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-/// Whether the descriptor still stands for the folder at the path, which may have been removed meanwhile.
+/// Whether the descriptor still refers to the folder at the path, which may have been removed in the
+/// meantime.
 bool IsAt(int folder, const fs::path& path) {
     struct stat opened {};
     struct stat found {};
@@ -68,7 +69,7 @@ void RemoveLeftBehind(const fs::path& parent) {
 
 CWorkFolder::CWorkFolder(const fs::path& parent) {
     RemoveLeftBehind(parent.empty() ? "." : parent);
-    const CEndingSignalsBlock block; // from the making of the folder to its being remembered
+    const CEndingSignalsBlock block; // no signal may arrive between creating and registering
     do {
         if (m_lock >= 0)
             close(m_lock);
@@ -79,7 +80,7 @@ CWorkFolder::CWorkFolder(const fs::path& parent) {
         m_lock = OpenFolder(m_path);
         if (m_lock >= 0)
             flock(m_lock, LOCK_EX);
-        // Before the lock was taken, the folder looked as if it had been left behind.
+        // Before it was locked, the folder looked abandoned, and another process may have removed it.
     } while (m_lock >= 0 && !IsAt(m_lock, m_path));
     RememberUnfinishedFolder(m_path);
 }

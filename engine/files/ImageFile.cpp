@@ -49,12 +49,13 @@ void ReadSamples(const std::string& path, const StImageHeader& header, void* sam
         ReadPixelData(path, header, samples);
 }
 
-/// The extents as three, those beyond the dimension being 1.
+/// The extents as three numbers, those beyond the dimension being 1.
 std::array<std::int64_t, 3> Extents(const CSize& size) {
     return {size.x, size.Dim() > 1 ? size.y : 1, size.Dim() > 2 ? size.z : 1};
 }
 
-/// What the file itself or the file beside it says besides pixels; may correct the dimension in the header.
+/// Reads type, size and attributes from the file itself or its side file. May correct the dimension in the
+/// header.
 StImageFacts ReadFacts(const std::string& path, StImageHeader& header) {
     if (header.format != FORMAT_NRRD) {
         StImageFacts facts = ReadSideFile(path);
@@ -89,7 +90,7 @@ unsigned char* Bytes(CImage& image) {
                               "; say with --as what to make of it");
 }
 
-/// Pixels of the image's type, read into their place.
+/// Reads pixels that already have the image's type directly into the image.
 std::unique_ptr<CImage> ReadInPlace(const std::string& path, const StImageHeader& header,
                                     const IImage::CType& type) {
     RequireMemory(path, header.ByteCount());
@@ -173,7 +174,7 @@ void RequireHoldable(const StImageHeader& header) {
         require(longest <= maxPlaneExtent, "the image is too long for this format; use .nrrd");
 }
 
-/// What we would not read again is not written.
+/// Raises for attributes that are too long to be read again.
 void RequireReadableText(const std::string& attributes) {
     if (attributes.size() > g_maxTextSize)
         throw CFileError("its attributes take more than " + std::to_string(g_maxTextSize >> 20) + " MiB");
@@ -197,7 +198,7 @@ StImageHeader HeaderOf(const CImage& image, EnFileFormat format) {
     return header;
 }
 
-/// The pixels without gaps: the image's own, or copied into `copy` if it has a border.
+/// The pixels as one contiguous block: those of the image, or a copy in `copy` if the image has a border.
 std::string_view DensePixels(const CImage& image, std::string& copy) {
     const std::unique_ptr<const IImage::IAccess> access(image.CreateAccess(false));
     ORVEN::Impl::LockWhole(*access, image.Size(), IImage::LOCK_READ);
@@ -216,9 +217,9 @@ std::string_view DensePixels(const CImage& image, std::string& copy) {
     return copy;
 }
 
-/// Whether gzip saves a quarter or more, judged by blocks from all over the pixels. On CT grey values it
-/// works at 50 MB a second to save a sixth; on masks and labels at seven times that speed to save more than
-/// nine tenths.
+/// Whether gzip saves a quarter or more, estimated from blocks spread over all pixels. On CT grey values it
+/// runs at 50 MB per second and saves a sixth; on masks and labels it runs seven times as fast and saves more
+/// than nine tenths.
 bool IsWorthPacking(std::string_view bytes) {
     constexpr std::size_t blockSize = 65536;
     constexpr std::size_t maxBlocks = 64;
@@ -260,7 +261,7 @@ void WriteSamples(const std::string& path, const StImageHeader& header, std::str
     }
 }
 
-/// Whether the file alone comes back as this image.
+/// Whether reading the file without a side file gives this image.
 bool TellsAll(const StImageHeader& found, const CImage& image) {
     CImage alone(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
     SetHeaderSpacing(alone, found);
@@ -268,7 +269,7 @@ bool TellsAll(const StImageHeader& found, const CImage& image) {
            alone.Attributes().Equal(image.Attributes());
 }
 
-/// Writes the image file and, where it does not tell all, the side file.
+/// Writes the image file and, if that does not hold all attributes, the side file.
 void WriteFiles(const CAtomicFile& file, const CImage& image, StTarget target) {
     const StImageHeader header = HeaderOf(image, target.format);
     RequireHoldable(header);
@@ -314,7 +315,7 @@ void WriteImage(const CImage& image, const std::string& path) {
     } catch (const std::bad_alloc&) {
         ThrowUnwritable(path, "there is not enough memory");
     }
-    RequireOwnCompanions(path); // others may have written meanwhile
+    RequireOwnCompanions(path); // other programs may have written in the meantime
     file.Commit(CompanionNames(std::filesystem::path(file.Path()).filename()));
 }
 

@@ -19,7 +19,7 @@ namespace engine {
 namespace {
 
 constexpr std::string_view g_attributesEnding = ".attributes.json";
-constexpr std::size_t g_maxNameSize = 255; // of all file systems in use but a few
+constexpr std::size_t g_maxNameSize = 255; // in bytes, of nearly all file systems in use
 
 bool IsOwnDataFile(const fs::path& image, const fs::path& data) {
     const auto named = MetaDataFile(image.string());
@@ -72,7 +72,7 @@ std::string DataFileName(const std::string& imageName) {
 std::vector<std::string> CompanionNames(const std::string& imageName) {
     const auto target = TargetOfName(imageName);
     std::vector<std::string> names;
-    if (target && target->format != FORMAT_NRRD) // which holds all attributes itself
+    if (target && target->format != FORMAT_NRRD) // NRRD holds all attributes itself
         names.push_back(SideFileName(imageName));
     if (target && target->hasDataFile)
         names.push_back(DataFileName(imageName));

@@ -34,7 +34,7 @@ private:
     int m_descriptor;
 };
 
-/// Reads on; 0 at the end. Waits for a pipe only while there is somebody who writes to it.
+/// Reads the next bytes; returns 0 at the end. Waits for a pipe only while it has a writer.
 ssize_t ReadSome(int file, std::array<char, 65536>& buffer) {
     for (;;) {
         const ssize_t count = read(file, buffer.data(), buffer.size());

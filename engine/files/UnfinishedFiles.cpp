@@ -35,13 +35,13 @@ struct StKept {
 StFolder g_unfinished;
 StKept g_kept;
 
-/// What the kernel writes for each name in a folder.
+/// The kernel's directory entry, as returned by getdents64.
 struct StKernelEntry {
     std::uint64_t inode;
     std::int64_t nextOffset;
     std::uint16_t length;
     std::uint8_t type;
-    char name[1]; // and on, up to its zero byte
+    char name[1]; // continues up to its zero byte
 };
 
 bool Store(Path& path, const std::string& text) {
@@ -53,7 +53,7 @@ bool Store(Path& path, const std::string& text) {
 
 void RemoveFolder(const Path& path) noexcept {
     const int folder = open(path.data(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    // opendir allocates memory, which the interrupted code may be in the midst of.
+    // opendir is not allowed here: it allocates memory, and the signal may have interrupted an allocation.
     alignas(StKernelEntry) std::array<char, 4096> buffer{};
     for (long size = 0; (size = syscall(SYS_getdents64, folder, buffer.data(), buffer.size())) > 0;) {
         for (long at = 0; at < size;) {
@@ -61,7 +61,7 @@ void RemoveFolder(const Path& path) noexcept {
             std::uint16_t length = 0;
             std::memcpy(&length, entry + offsetof(StKernelEntry, length), sizeof length);
             unlinkat(folder, entry + offsetof(StKernelEntry, name),
-                     0); // fails for "." and "..", which is well
+                     0); // fails for "." and "..", as intended
             at += length;
         }
     }
@@ -94,7 +94,7 @@ void AbandonUnfinishedFiles() noexcept {
         unlink(g_kept.place.data());
         return;
     }
-    // The folder goes only when it is empty: a file that cannot be moved back must not be lost.
+    // The folder is removed only if it is empty: a file that cannot be moved back must not be lost.
     if (std::rename(g_kept.kept.data(), g_kept.place.data()) == 0)
         rmdir(g_kept.folder.data());
 }

@@ -36,7 +36,7 @@ void RequireDepth(int depth) {
     }
 }
 
-/// Whether the JSON library can write the text: it alone knows its rules.
+/// Whether the JSON library can write the text; asks the library, so that its own rules apply.
 bool IsUtf8(const std::string& text) {
     try {
         (void)json(text).dump();
@@ -132,7 +132,7 @@ std::unique_ptr<CValue> ValueOfInteger(Integer number) {
     return std::make_unique<ORVEN::CValueDouble>(static_cast<double>(number));
 }
 
-/// The double or text that JSON has no word for; null if the object is a plain map.
+/// Decodes a double or text that JSON cannot represent; returns null if the object is an ordinary map.
 std::unique_ptr<CValue> SpecialValue(const json& object) {
     if (object.size() != 1 || !object.front().is_string())
         return nullptr;

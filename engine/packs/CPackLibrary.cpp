@@ -10,13 +10,13 @@ namespace engine {
 
 namespace {
 
-/// The path as the system's loader takes it.
+/// The path in the form that the system's loader expects.
 std::string PlaceOf(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
         throw CFileError("cannot load the pack: '" + path + "' is no regular file");
-    // A bare name would be looked for in the system's folders.
+    // The loader would search for a bare name in the system's library folders.
     return path.find('/') == std::string::npos ? "./" + path : path;
 }
 
@@ -42,8 +42,8 @@ std::string CPackLibrary::DefaultPath() {
 }
 
 std::unique_ptr<ORVEN::CPluginBase> CPackLibrary::Create(const std::string& name) const {
-    // The factory hands out the most derived class, which derives from CPluginBase alone: one address for
-    // both.
+    // The factory returns a pointer to the most derived class, whose only base is CPluginBase: both have the
+    // same address.
     return std::unique_ptr<ORVEN::CPluginBase>(static_cast<ORVEN::CPluginBase*>(m_create(name.c_str())));
 }
 

@@ -21,7 +21,7 @@ using ORVEN::CValueMap;
 
 namespace {
 
-/// The number that a key is or ends with: "2.5e+00", "grayvalue 017".
+/// The number that a key consists of or ends with: "2.5e+00", "grayvalue 017".
 std::optional<double> NumberOfKey(std::string_view key) {
     const std::string_view word = key.substr(key.rfind(' ') + 1);
     double number = 0.0;
@@ -38,7 +38,7 @@ std::optional<double> NumberOf(const CValue* value) {
     return std::isfinite(number) ? std::optional(number) : std::nullopt;
 }
 
-/// The numbers in the entries, by their paths there, as a list for people.
+/// Lists the paths of the numbers in the entries, for an error message.
 std::string FeaturesOf(const CValueMap& map) {
     std::set<std::string> paths;
     for (const CValue* entry : map) {
@@ -91,7 +91,7 @@ constexpr double g_right = 700.0;
 constexpr double g_top = 20.0;
 constexpr double g_bottom = 360.0;
 
-/// A number of the picture, or of a tick: six digits are more than anybody sees.
+/// Formats a coordinate or tick; six digits are more than a viewer can see.
 std::string Text(double number) {
     std::array<char, 32> text{};
     const double shown = number == 0.0 ? 0.0 : number; // never "-0"
@@ -120,7 +120,7 @@ std::string Escaped(const std::string& text) {
     return escaped;
 }
 
-/// An axis from one end of the picture to the other, with round ticks.
+/// An axis from one end of the picture to the other, with ticks at round numbers.
 class CAxis {
 public:
     CAxis(double least, double greatest, double begin, double end)
@@ -128,7 +128,7 @@ public:
         , m_greatest(greatest)
         , m_begin(begin)
         , m_end(end) {
-        if (m_least == m_greatest) { // a single value stands in the middle
+        if (m_least == m_greatest) { // a single value is placed in the middle
             const double around = m_least == 0.0 ? 1.0 : std::abs(m_least) / 2.0;
             m_least -= around;
             m_greatest += around;
@@ -174,7 +174,7 @@ std::string Label(double x, double y, const char* anchor, const std::string& tex
 } // namespace
 
 std::string CurveAsSvg(const StCurve& curve) {
-    double least = 0.0; // with 0 in sight, heights can be compared
+    double least = 0.0; // heights can be compared only if 0 is visible
     double greatest = 0.0;
     for (const StCurve::StPoint& point : curve.points) {
         least = std::min(least, point.y);
@@ -202,7 +202,7 @@ std::string CurveAsSvg(const StCurve& curve) {
         svg += Text(across.Place(point.x)) + "," + Text(up.Place(point.y)) + " ";
     svg.back() = '"';
     svg += "/>\n";
-    // Few points are shown one by one.
+    // If there are few points, each is marked with a dot.
     constexpr std::size_t mostDots = 40;
     for (const StCurve::StPoint& point : curve.points) {
         if (curve.points.size() <= mostDots)

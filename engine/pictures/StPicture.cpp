@@ -27,7 +27,7 @@ struct StPictureAxes {
     std::size_t down;
 };
 
-/// The axes that run right and down in the picture when one looks along the axis.
+/// The axes that run right and down in the picture when viewed along the given axis.
 StPictureAxes AxesAlong(int axis) {
     constexpr std::array<StPictureAxes, 3> axes = {{{1, 2}, {0, 2}, {0, 1}}};
     return axes[static_cast<std::size_t>(axis)];
@@ -40,8 +40,8 @@ struct StPlane {
     std::vector<Pixel> pixels;
 };
 
-/// Calls `body(pixel of the plane, pixel of the image)` for the planes from `first` up to, not including,
-/// `end` on the axis, in the order of memory.
+/// Calls `body(pixel of the plane, pixel of the image)` for the planes from `first` to `end` (exclusive) on
+/// the axis, in memory order.
 template <class Pixel, class Body>
 void VisitPlanes(const ORVEN::CImageView<const Pixel>& view, int axis, std::int64_t first, std::int64_t end,
                  StPlane<Pixel>& plane, const Body& body) {
@@ -77,13 +77,13 @@ StPlane<Pixel> PlaneOf(const CImage& image, const StPictureOptions& options) {
     if (options.isProjection) {
         VisitPlanes(view, options.axis, 1, count, plane, [](Pixel& greatest, Pixel pixel) {
             if (pixel > greatest || greatest != greatest)
-                greatest = pixel; // anything is better than not a number
+                greatest = pixel; // any value is preferred to NaN
         });
     }
     return plane;
 }
 
-/// The values shown as black and white.
+/// The values shown as black and as white.
 struct StWindow {
     double black = 0;
     double white = 1;
@@ -91,7 +91,7 @@ struct StWindow {
 
 template <class Pixel>
 StWindow WindowOf(const std::vector<Pixel>& pixels) {
-    // A sample of this size tells the percentiles to a small part of a per cent.
+    // A sample of this size gives the percentiles to within a small fraction of a per cent.
     constexpr std::size_t maxSampled = 1 << 20;
     constexpr double cutOff = 0.005;
     std::vector<double> values;
@@ -119,7 +119,7 @@ StWindow WindowOf(const std::vector<Pixel>& pixels) {
     }
     if (least < greatest)
         return {least, greatest};
-    // One value: 0 is black, any other a middle grey.
+    // A single value: 0 is black, any other is a medium grey.
     return least == 0 ? StWindow{0, 1} : StWindow{least - 1, least + 1};
 }
 
@@ -130,7 +130,7 @@ Colour GreyOf(double value, const StWindow& window) {
     return {grey, grey, grey};
 }
 
-/// Red, green and blue of a hue (0 to 1 round the circle), saturation and value (A. R. Smith, Color gamut
+/// Red, green and blue from hue (0 to 1 for the full circle), saturation and value (A. R. Smith, Color gamut
 /// transform pairs, 1978).
 Colour ColourOfHue(double hue, double saturation, double value) {
     const auto channel = [&](double offset) {
@@ -141,8 +141,8 @@ Colour ColourOfHue(double hue, double saturation, double value) {
     return {channel(5), channel(3), channel(1)};
 }
 
-/// Steps of the golden ratio round the circle of hues keep each number far from those before it; numbers
-/// whose hues come near again (8, 13, 21 apart) differ in strength or lightness.
+/// Steps of the golden ratio around the hue circle give each label a hue far from those of the labels before
+/// it. Labels with similar hues (8, 13 or 21 apart) differ in saturation or value.
 Colour ColourOfLabel(std::uint64_t label) {
     constexpr std::uint32_t goldenRatio = 2654435769u; // of 2^32
     constexpr std::array saturations = {0.8, 0.5, 0.65};
@@ -209,7 +209,7 @@ StPicture EmptyPicture(std::int64_t width, std::int64_t height, double spacingRi
     return picture;
 }
 
-/// Each pixel of the picture takes the colour of the pixel of the plane that its centre lies in.
+/// Gives each pixel of the picture the colour of the plane's pixel that contains its centre.
 void Fill(StPicture& picture, std::int64_t width, std::int64_t height, const std::vector<Colour>& colours) {
     unsigned char* out = picture.rgb.data();
     for (std::int64_t y = 0; y < picture.height; ++y) {

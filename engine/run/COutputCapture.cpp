@@ -9,7 +9,7 @@ namespace engine {
 
 namespace {
 
-/// Text that waits in a stream's buffer belongs to where the stream led when it was written.
+/// Buffered text belongs to the destination that the stream had when it was written.
 void FlushStreams() {
     std::cout.flush();
     std::cerr.flush();
@@ -34,7 +34,8 @@ void COutputCapture::Stop() {
     FlushStreams();
     m_output.Stop();
     m_error.Stop();
-    // What did not fit into the capture, by a limit on the size of files, was not the program's own.
+    // Clears errors from pack output that exceeded a file-size limit: the program's own output has not
+    // failed.
     for (std::ostream* stream : {&std::cout, &std::cerr, &std::clog})
         stream->clear();
     std::clearerr(stdout);

@@ -28,13 +28,13 @@ std::vector<std::string> KeysOf(const std::vector<StCatalogueParameter>& paramet
 std::unique_ptr<ORVEN::CValue> DefaultOf(const StCatalogueParameter& parameter) {
     if (parameter.kind == KIND_IMAGE)
         return ParseValue(parameter.key, KIND_IMAGE, "");
-    // "1" is a good default for a double, too.
+    // "1" is also a valid default for a double.
     if (parameter.kind == KIND_DOUBLE)
         return std::make_unique<ORVEN::CValueDouble>(parameter.defaultValue.get<double>());
     return FromJson(parameter.defaultValue);
 }
 
-/// "advanced" of "advanced/mask_image"; empty for what is in no group.
+/// "advanced" of "advanced/mask_image"; empty for a key without a group.
 std::string GroupOf(const std::string& key) {
     const auto slash = key.rfind('/');
     return slash != std::string::npos ? key.substr(0, slash) : std::string();

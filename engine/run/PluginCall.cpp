@@ -31,7 +31,7 @@ CValueVector* VectorAt(CValueMap& tree, const char* path) {
     return value != nullptr ? value->Vector() : nullptr;
 }
 
-/// The documents are the host's from now on, and the tree is not to free them a second time.
+/// Takes ownership of the documents, so that the tree does not free them a second time.
 std::vector<std::unique_ptr<CValueMap>> TakeDocuments(CValueMap& tree) {
     std::vector<std::unique_ptr<CValueMap>> documents;
     const CValueVector* added = VectorAt(tree, "output/documents/add");
@@ -71,7 +71,7 @@ void Drive(CPluginBase& plugin, const StPluginRequest& request, CValueMap& tree,
     plugin.GetData(tree);
 }
 
-/// Runs the function and tells what it raised, on behalf of the plug-in of that name.
+/// Runs the function and returns what it raised as a failure of the named plug-in.
 template <class Function>
 std::optional<StFailure> FailureOf(const std::string& name, const Function& function) {
     try {
@@ -116,7 +116,7 @@ StPluginOutcome CallPlugin(CPluginBase& plugin, StPluginRequest request) {
     const auto start = std::chrono::steady_clock::now();
     outcome.failure = FailureOf(request.name, [&] { Drive(plugin, request, *tree, outcome); });
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    // What a plug-in hands over can be malformed, too.
+    // The documents that a plug-in hands over can be malformed, too.
     const auto badHandOver = FailureOf(request.name, [&] {
         outcome.documents = TakeDocuments(*tree);
         outcome.views = ViewTypes(*tree);

@@ -50,7 +50,7 @@ std::string ReportText(const StRunRecord& record) {
     report["stderr"] = record.standardError;
     report["cancelled"] = record.isCancelled;
     report["seconds"] = outcome.seconds;
-    // A pack may write any bytes; what is no UTF-8 shows as replacement characters.
+    // A pack may write arbitrary bytes; invalid UTF-8 becomes replacement characters.
     return report.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 

@@ -42,7 +42,7 @@ void CTiffLimits::CountDirectory(TIFF* tiff) {
     if (m_directoryBytes > m_fileSize)
         ThrowUnreadable(m_path, "it is damaged: its pages overlap");
     m_stripCount += StripCount(tiff);
-    constexpr std::int64_t bytesPerStrip = 4; // in the tables of places and lengths, at the least
+    constexpr std::int64_t bytesPerStrip = 4; // minimum in the tables of offsets and lengths
     if (m_stripCount > m_fileSize / bytesPerStrip)
         ThrowUnreadable(m_path, "its header announces more strips than it can hold");
 }
@@ -85,7 +85,7 @@ void CTiffLimits::RequirePixelData() {
     if (m_neededBytes > CoveredBytes())
         ThrowUnreadable(m_path, "its header announces " + std::to_string(m_pixelBytes) +
                                     " bytes of pixels, and its strips lie over each other");
-    // Bytes that many strips share are read again for each.
+    // Bytes shared by several strips are read once for each of them.
     if (m_stripBytes > m_fileSize + m_pixelBytes)
         ThrowUnreadable(m_path, "it is damaged: its strips lie over each other");
 }

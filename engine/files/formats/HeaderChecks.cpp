@@ -13,7 +13,7 @@ namespace {
 
 std::string Bytes(std::int64_t count) { return std::to_string(count) + (count == 1 ? " byte" : " bytes"); }
 
-/// What the system says it can hand out without swapping; nothing if it does not say.
+/// The memory that the system reports as available without swapping; nothing if it does not report it.
 std::optional<std::int64_t> AvailableMemory() {
     std::ifstream file("/proc/meminfo");
     for (std::string line; std::getline(file, line);) {

@@ -17,7 +17,7 @@ namespace engine {
 
 namespace {
 
-/// The first bytes of the file, unpacked if they are gzip.
+/// The first bytes of the file, unpacked if they are gzip data.
 std::string Beginning(const std::string& path) {
     errno = 0;
     const gzFile file = gzopen(path.c_str(), "rb");

@@ -14,12 +14,12 @@ namespace engine {
 
 namespace {
 
-// A text file that begins like a header must not be read as one to its end.
+// Bounds the part that is read of a text file that merely begins like a header.
 constexpr std::int64_t g_maxHeaderSize = 1 << 20;
 
 struct StMetaText {
     std::map<std::string, std::string> fields; // "Name = value"
-    std::int64_t byteCount = 0;                // up to where local data begin
+    std::int64_t byteCount = 0;                // size of the header; local data begin there
 };
 
 StMetaText ReadText(const std::string& path) {
@@ -58,7 +58,7 @@ std::vector<Number> Numbers(const std::string& path, const StMetaText& text, con
     return std::move(*numbers);
 }
 
-/// The name of each sample type, in the order of the enumeration.
+/// Names of the sample types, in the order of the enumeration.
 constexpr std::array<std::string_view, 10> g_typeNames = {
     "MET_CHAR", "MET_UCHAR",     "MET_SHORT",      "MET_USHORT", "MET_INT",
     "MET_UINT", "MET_LONG_LONG", "MET_ULONG_LONG", "MET_FLOAT",  "MET_DOUBLE"};
@@ -73,7 +73,7 @@ EnSampleType SampleOf(const std::string& path, const std::string& name) {
     return static_cast<EnSampleType>(found - g_typeNames.begin());
 }
 
-/// The only number of a field that can be missing.
+/// The first number in an optional field; nothing if the field is missing.
 std::optional<std::int64_t> OnlyNumber(const std::string& path, const StMetaText& text,
                                        const std::string& name) {
     const auto numbers = Numbers<std::int64_t>(path, text, name);
@@ -86,7 +86,7 @@ bool IsSwapped(const StMetaText& text) {
     return isBigEndian == (std::endian::native == std::endian::little);
 }
 
-/// The file with the pixels, and where what this header is about begins in it.
+/// The file with the pixels and, for pixels after the header, their offset.
 StPixelData PlaceOf(const std::string& path, const StMetaText& text) {
     StPixelData data;
     data.isSwapped = IsSwapped(text);
@@ -102,7 +102,7 @@ StPixelData PlaceOf(const std::string& path, const StMetaText& text) {
     return data;
 }
 
-/// Where the pixels stand, checked against what is there.
+/// The location of the pixels, checked against the size of the file.
 StPixelData DataOf(const std::string& path, const StMetaText& text, std::int64_t announced) {
     constexpr std::int64_t fromTheEnd = -1;
     if (!Field(text, "BinaryData").empty() && !IsTrue(Field(text, "BinaryData")))

@@ -21,8 +21,8 @@ struct StCloseGzip {
 };
 using GzipFile = std::unique_ptr<std::remove_pointer_t<gzFile>, StCloseGzip>;
 
-// Where the fields stand in the header: "dim", "datatype", "bitpix", "pixdim", "vox_offset", "scl_slope",
-// "scl_inter", "magic".
+// Offsets of the header fields "dim", "datatype", "bitpix", "pixdim", "vox_offset", "scl_slope", "scl_inter"
+// and "magic".
 constexpr std::size_t g_dimension = 40;
 constexpr std::size_t g_dataType = 70;
 constexpr std::size_t g_bitsPerPixel = 72;
@@ -33,13 +33,13 @@ constexpr std::size_t g_scaleIntercept = 116;
 constexpr std::size_t g_magic = 344;
 
 constexpr int g_maxDimension = 7;
-/// Bytes before the pixels of a file without extensions.
+/// Offset of the pixels in a file without extensions.
 constexpr std::size_t g_writtenDataOffset = 352;
 
-/// The number of each sample type in a header, in the order of the enumeration.
+/// Header codes of the sample types, in the order of the enumeration.
 constexpr std::array<std::int16_t, 10> g_dataTypes = {256, 2, 4, 512, 8, 768, 1024, 1280, 16, 64};
 
-/// The fields of the header by their place in it, in the byte order of the machine that wrote them.
+/// Reads header fields by offset, in the byte order of the machine that wrote them.
 class CNiftiFields {
 public:
     explicit CNiftiFields(std::string_view bytes)
@@ -75,7 +75,7 @@ private:
     bool m_isSwapped = false;
 };
 
-/// A text of `count` bytes from the current position of the file, shorter at its end.
+/// Reads `count` bytes from the current position of the file, or fewer at its end.
 std::string ReadBytes(gzFile file, std::size_t count) {
     std::string bytes(count, '\0');
     const int read = gzread(file, bytes.data(), static_cast<unsigned>(count));
@@ -90,7 +90,7 @@ EnSampleType SampleOf(const std::string& path, int dataType) {
     return static_cast<EnSampleType>(found - g_dataTypes.begin());
 }
 
-/// Where the pixels begin, behind the header and its extensions.
+/// The offset of the pixels, after the header and its extensions.
 std::int64_t DataOffset(const std::string& path, const CNiftiFields& fields) {
     constexpr double beyondAll = 1e18;
     const double offset = fields.DataOffset();
@@ -119,7 +119,7 @@ void Put(std::string& bytes, std::size_t offset, Number number) {
     std::memcpy(bytes.data() + offset, &number, sizeof(Number));
 }
 
-/// The header, and the four bytes behind it that say that there are no extensions.
+/// The header, followed by four bytes that mean that there are no extensions.
 std::string HeaderBytes(const StImageHeader& header) {
     std::string bytes(g_writtenDataOffset, '\0');
     Put(bytes, 0, static_cast<std::int32_t>(g_niftiHeaderSize));
@@ -131,7 +131,7 @@ std::string HeaderBytes(const StImageHeader& header) {
         const double spacing = isOurs && header.spacing ? (*header.spacing)[place - 1] : 1;
         Put(bytes, g_spacing + 4 * place, static_cast<float>(spacing));
     }
-    Put(bytes, g_spacing, 1.0f); // orientation of the axes: as they are
+    Put(bytes, g_spacing, 1.0f); // orientation of the axes: unchanged
     Put(bytes, g_dataType, g_dataTypes[header.sample]);
     Put(bytes, g_bitsPerPixel, static_cast<std::int16_t>(8 * SampleSize(header.sample)));
     Put(bytes, g_dataOffset, static_cast<float>(g_writtenDataOffset));

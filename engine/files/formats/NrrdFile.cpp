@@ -22,10 +22,10 @@ const char* const g_attributesKey = "quillon attributes";
 struct StNrrdText {
     std::map<std::string, std::string> fields;    // "name: value"
     std::map<std::string, std::string> keyValues; // "key:=value"
-    std::int64_t byteCount = 0;                   // up to where attached data would begin
+    std::int64_t byteCount = 0;                   // size of the header; attached data begin there
 };
 
-/// Key/value lines write a line break as \n and a backslash as \\.
+/// Key/value lines represent a line break as \n and a backslash as \\.
 std::string Unescaped(std::string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -37,7 +37,7 @@ std::string Unescaped(std::string_view text) {
     return result;
 }
 
-/// Field names are written with or without blanks and in any case: "data file", "datafile".
+/// Field names may be written with or without blanks and in any case: "data file", "datafile".
 std::string PlainName(std::string_view name) {
     std::string plain;
     for (const char c : name) {
@@ -52,20 +52,20 @@ const std::string* Find(const std::map<std::string, std::string>& entries, const
     return entry != entries.end() ? &entry->second : nullptr;
 }
 
-/// Whether the lines that follow name data files, one a line.
+/// Whether the following lines name data files, one per line.
 bool IsList(const StNrrdText& text) {
     const std::string* const name = Find(text.fields, "datafile");
     return name != nullptr && name->starts_with("LIST");
 }
 
 StNrrdText ReadText(const std::string& path) {
-    // Only our own attributes make long lines; escaping can double them.
+    // Only this program's attributes make long lines; escaping can double their length.
     constexpr std::int64_t maxLine = 1 << 20;
     constexpr std::int64_t maxTotal = 2 * std::int64_t{g_maxTextSize} + 16 * maxLine;
     CHeaderLines lines(path, maxTotal, maxLine, std::string(g_attributesKey) + ":=");
     StNrrdText text;
     std::string line;
-    lines.Next(line); // the magic, looked at before
+    lines.Next(line); // the magic number, checked before
     for (bool isEnd = false; !isEnd && lines.Next(line);) {
         isEnd = line.empty();
         if (isEnd || line.starts_with('#'))
@@ -90,7 +90,7 @@ const std::string& Required(const std::string& path, const StNrrdText& text, con
     return *value;
 }
 
-/// The names of each sample type, in the order of the enumeration; the first is the one that we write.
+/// Names of the sample types, in the order of the enumeration; the first of each is the one that is written.
 const std::array<std::vector<std::string>, 10> g_typeNames = {{
     {"int8", "int8_t", "signed char"},
     {"uint8", "uint8_t", "uchar", "unsigned char"},
@@ -119,7 +119,7 @@ bool IsSampleAxis(std::string_view kind) {
     return kind != "domain" && kind != "space" && kind != "time" && kind != "none" && kind != "???";
 }
 
-/// The number of axes, 0 or 1, that run inside a pixel.
+/// The number of axes, 0 or 1, that hold the samples of a pixel.
 std::size_t SampleAxes(const std::string& path, const StNrrdText& text, std::size_t dimension) {
     const std::string* field = Find(text.fields, "kinds");
     if (field == nullptr)
@@ -136,7 +136,7 @@ std::size_t SampleAxes(const std::string& path, const StNrrdText& text, std::siz
     return IsSampleAxis(kinds[0]) ? 1 : 0;
 }
 
-/// The length of each vector "(x,y,z)", not a number for "none".
+/// The length of each vector "(x,y,z)"; NaN for "none".
 std::vector<double> LengthsOfVectors(std::string_view text) {
     std::vector<double> lengths;
     for (text = Trimmed(text); !text.empty(); text = Trimmed(text)) {
@@ -189,7 +189,7 @@ bool IsSwapped(const StNrrdText& text) {
     return endian != nullptr && *endian == (std::endian::native == std::endian::little ? "big" : "little");
 }
 
-/// Where the pixels stand, checked against what is there.
+/// The location of the pixels, checked against the size of the file.
 StPixelData DataOf(const std::string& path, const StNrrdText& text, std::int64_t announced) {
     StPixelData data;
     data.path = path;

@@ -15,7 +15,7 @@ namespace engine {
 
 namespace {
 
-constexpr int g_anyWrapper = 15 + 32; // zlib or gzip, by what the data begin with
+constexpr int g_anyWrapper = 15 + 32; // zlib or gzip, detected from the first bytes
 
 /// Unpacks a stream of zlib or gzip data from a file.
 class CUnpacker {
@@ -30,7 +30,7 @@ public:
     CUnpacker& operator=(const CUnpacker&) = delete;
     ~CUnpacker() { inflateEnd(&m_stream); }
 
-    /// Fills the bytes; raises if the stream is damaged or ends before.
+    /// Fills the buffer. Raises `CFileError` if the stream is damaged or too short.
     void Read(std::span<unsigned char> bytes) {
         while (!bytes.empty()) {
             if (m_isAtEnd)
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    /// Raises unless the stream ends here and its check sum is right.
+    /// Raises `CFileError` unless the stream ends here with a correct checksum.
     void ReadEnd() {
         std::array<unsigned char, 1> more{};
         while (!m_isAtEnd) {
@@ -59,7 +59,7 @@ private:
             ThrowUnreadable(m_path, "its pixels end too early");
     }
 
-    /// Gzip data may be several streams in a row.
+    /// Gzip data may consist of several consecutive streams.
     void StartNextStream() {
         FillInput();
         inflateReset(&m_stream);

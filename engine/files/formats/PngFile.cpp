@@ -32,7 +32,7 @@ std::uint32_t BigEndian(std::string_view bytes) {
     return number;
 }
 
-/// The next block of the file, whose length is checked against what the file has left.
+/// Reads the next chunk of the file and checks its length against the rest of the file.
 StPngBlock NextBlock(const std::string& path, std::ifstream& file, std::int64_t fileSize) {
     std::string start(8, '\0');
     file.read(start.data(), 8);
@@ -66,8 +66,8 @@ int SamplesOf(const std::string& path, int colour) {
     }
 }
 
-// libpng reports errors by a jump. What it jumps over are the two functions below and its own ones, which
-// hold nothing to be destroyed; the rest of the work is done outside of them.
+// libpng reports errors by a longjmp. It skips only frames of the two functions below and of libpng itself,
+// which hold no objects with destructors; all other work is done outside them.
 
 struct StPngState {
     std::string_view input;
@@ -102,7 +102,7 @@ void AppendOutput(png_structp png, png_bytep bytes, std::size_t count) {
         png_error(png, "there is not enough memory");
 }
 
-/// Unpacks the file into rows of `rowBytes`; false, with the reason in the state, if it is damaged.
+/// Unpacks the file into rows of `rowBytes`. Returns false, with the reason in the state, if it is damaged.
 bool Decode(png_structp png, png_infop info, std::size_t rowBytes, unsigned char* samples) {
     if (setjmp(png_jmpbuf(png)) != 0)
         return false;

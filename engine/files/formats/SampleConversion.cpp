@@ -47,7 +47,7 @@ decltype(auto) DispatchSample(EnSampleType sample, Body&& body) {
     return body(std::type_identity<double>());
 }
 
-/// The samples of a file, of which one a pixel counts.
+/// The samples of a file, of which one per pixel is used.
 template <class Sample>
 struct StSamples {
     const Sample* first;
@@ -144,11 +144,11 @@ void ConvertToBinary(const StSamples<Sample>& samples, ORVEN::CImage& image) {
         pixels[i] = samples[i] != 0 ? 1 : 0;
 }
 
-/// Raises unless floats hold every integer exactly: nobody asked for rounding.
+/// Raises `CFileError` unless floats hold every integer exactly: rounding was not requested.
 template <class Sample>
 void RequireExactFloats(const std::string& path, const StSamples<Sample>& samples) {
     for (std::int64_t i = 0; i < samples.count; ++i) {
-        // 64 bits of mantissa hold every integer here.
+        // A long double with a 64-bit significand holds each of these integers exactly.
         if (static_cast<long double>(static_cast<float>(samples[i])) !=
             static_cast<long double>(samples[i])) {
             ThrowUnreadable(path, "it holds negative values, and floats do not hold its value " +

@@ -16,15 +16,15 @@ namespace engine {
 
 namespace {
 
-// LZW makes at most some 1400 bytes out of one; the younger methods more, of which this is a bound in
-// practice.
+// The compression ratio of LZW is at most about 1400; newer methods reach more, and this is a practical bound
+// for them.
 constexpr std::int64_t g_maxTiffRatio = 4096;
-// What libtiff may allocate at a time beyond what the file itself has bytes for.
+// What a single allocation of libtiff may take beyond the size of the file, in bytes.
 constexpr std::int64_t g_allocationSlack = std::int64_t{64} << 20;
 constexpr std::int64_t g_bytesPerWrittenStrip = std::int64_t{1} << 20;
 constexpr std::int64_t g_maxClassicSize = std::int64_t{1} << 31;
 
-/// A TIFF file that keeps what libtiff has to complain about instead of printing it.
+/// An open TIFF file that stores libtiff's error messages instead of printing them.
 class CTiff {
 public:
     CTiff(const std::string& path, const char* mode, std::int64_t maxAllocation) {
@@ -36,11 +36,11 @@ public:
         TIFFOpenOptionsFree(options);
     }
 
-    CTiff(const CTiff&) = delete; // libtiff knows its address
+    CTiff(const CTiff&) = delete; // libtiff holds a pointer to it
     CTiff& operator=(const CTiff&) = delete;
 
     [[nodiscard]] TIFF* Get() const { return m_tiff.get(); }
-    /// The first complaint, or that the file is damaged.
+    /// The first error message, or a general one for a damaged file.
     [[nodiscard]] std::string Error() const { return m_error.empty() ? "it is damaged" : m_error; }
 
     template <class Number>
@@ -69,11 +69,11 @@ private:
 
     static int IgnoreWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
 
-    std::string m_error; // closing can complain, so it outlives the file
+    std::string m_error; // closing can report errors, so it must outlive the file
     std::unique_ptr<TIFF, StClose> m_tiff;
 };
 
-/// What must be alike on all pages.
+/// Properties that must be equal on all pages.
 struct StPage {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
@@ -140,12 +140,12 @@ void RequireKnownColours(const std::string& path, const CTiff& tiff, const StPag
         ThrowUnreadable(path, "it holds colours in separate planes; only grey pixels can be read");
 }
 
-/// Bytes of a row of samples as the file packs them: 1-bit pixels are unpacked later.
+/// Bytes of a row of samples as stored in the file: 1-bit pixels are unpacked later.
 std::int64_t PackedRowBytes(const StPage& page) {
     return (std::int64_t{page.width} * page.samplesPerPixel * page.bits + 7) / 8;
 }
 
-/// How many bytes the packing of the pixels can make out of one.
+/// The maximum compression ratio of the file's compression method.
 std::int64_t PackingRatio(const CTiff& tiff) {
     const bool isPacked =
         tiff.Field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE) != COMPRESSION_NONE;
@@ -169,7 +169,7 @@ std::string InWords(const StPage& page) {
            std::to_string(page.bits) + " bits";
 }
 
-/// Goes to the next page that counts; false at the end. `limits`, if there are any, see all directories.
+/// Moves to the next page that is used; returns false at the end. `limits`, if given, count all directories.
 bool NextPage(const std::string& path, const CTiff& tiff, CTiffLimits* limits = nullptr) {
     while (TIFFLastDirectory(tiff.Get()) == 0) {
         if (TIFFReadDirectory(tiff.Get()) == 0)
@@ -182,7 +182,7 @@ bool NextPage(const std::string& path, const CTiff& tiff, CTiffLimits* limits = 
     return false;
 }
 
-/// Reads the packed rows of the page that the file stands at.
+/// Reads the packed rows of the current page of the file.
 class CPageReader {
 public:
     CPageReader(const std::string& path, const CTiff& tiff, const StPage& page)
@@ -247,7 +247,7 @@ private:
     std::int64_t m_rowBytes;
 };
 
-/// Makes a byte of each bit, the first pixel being the highest bit.
+/// Expands each bit to a byte; the highest bit is the first pixel.
 void Unpack(const StPage& page, const unsigned char* packed, unsigned char* pixels) {
     const std::int64_t rowBytes = PackedRowBytes(page);
     for (std::int64_t y = 0; y < page.height; ++y) {
@@ -345,7 +345,7 @@ private:
 
     void WriteResolution(double spacingX, double spacingY) {
         constexpr double millimetresPerCentimetre = 10;
-        constexpr double leastSpacing = 1e-8; // a TIFF fraction holds 32 bits above and below its line
+        constexpr double leastSpacing = 1e-8; // a TIFF fraction has a 32-bit numerator and denominator
         constexpr double greatestSpacing = 1e8;
         if (std::min(spacingX, spacingY) < leastSpacing || std::max(spacingX, spacingY) > greatestSpacing)
             return;
@@ -358,7 +358,7 @@ private:
         std::uint32_t strip = 0;
         for (std::int64_t row = 0; row < m_header.size.y; row += RowsPerStrip(), ++strip) {
             const std::int64_t bytes = std::min(RowsPerStrip(), m_header.size.y - row) * RowBytes();
-            // Uncompressed data in the machine's own byte order is written as it stands and not changed.
+            // libtiff does not change uncompressed data in the machine's own byte order.
             auto* const rows = const_cast<unsigned char*>(plane + row * RowBytes());
             Require(TIFFWriteEncodedStrip(m_tiff.Get(), strip, rows, bytes) == bytes);
         }
@@ -386,7 +386,7 @@ StImageHeader ReadTiffHeader(const std::string& path) {
     RequireKnownColours(path, *tiff, page);
     std::vector<std::int64_t> extents = {page.width, page.height};
     const std::int64_t bytesPerPixel = header.samplesPerPixel * SampleSize(header.sample);
-    (void)CheckedSize(path, extents, bytesPerPixel); // from here on a page's bytes can be counted
+    (void)CheckedSize(path, extents, bytesPerPixel); // from here on the bytes of a page cannot overflow
     std::int64_t pages = 0;
     do {
         ++pages;
