@@ -183,7 +183,7 @@ void KeepFirstError(std::optional<CCommandError>& first, const Work& work) {
 /// Protects an existing file while a plug-in that asked for it in a dialog writes directly to it.
 class CPickedFile {
 public:
-    /// Arranges for the file to be protected as soon as a dialog is given its name.
+    /// Arranges for the file to be protected just before a dialog is given its name.
     CPickedFile(const std::optional<std::string>& file, StDialogAnswers& answers) {
         if (file)
             answers.beforeSaving = [this, name = *file] { return Keep(name); };
