@@ -51,7 +51,7 @@ struct StCatalogueEntry {
     std::vector<StCatalogueParameter> settings; ///< passed to `Configure`
     bool opensDialogs = false;
     EnCancel cancel = CANCEL_NOWHERE;
-    int documentsOut = 0; ///< at most; 0 for a plug-in that only measures, shows or exports
+    int documentsOut = 0; ///< maximum; 0 for a plug-in that only measures, shows or exports
     nlohmann::ordered_json source;
 };
 

@@ -57,7 +57,7 @@ void COutputFile::WriteGzip(std::initializer_list<std::string_view> parts) {
     const std::unique_ptr<z_stream, int (*)(z_stream*)> end(&stream, &deflateEnd);
     std::array<char, 65536> packed;
     const auto deflateAll = [&](std::string_view chunk, int flush) {
-        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(chunk.data())); // zlib only reads it
+        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(chunk.data())); // zlib does not modify it
         stream.avail_in = static_cast<uInt>(chunk.size());
         do {
             stream.next_out = reinterpret_cast<Bytef*>(packed.data());

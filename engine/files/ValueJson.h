@@ -12,8 +12,8 @@
 // object with a single key that cannot occur in a map, because "/" separates the steps of a path:
 //
 //     {"/double": "nan"}    a double that is not finite: "nan", "inf" or "-inf"
-//     {"/bytes": "ff00"}    a text that is not valid UTF-8, two hexadecimal digits a byte
-//     "/ff00": ...          likewise a key
+//     {"/bytes": "ff00"}    a text that is not valid UTF-8, as two hexadecimal digits per byte
+//     "/ff00": ...          a key that is not valid UTF-8, likewise
 //
 // Every tree without pointers can be read back unchanged. Meta entries of values are not written.
 

@@ -7,7 +7,7 @@ namespace engine {
 /// Captures everything written to one file descriptor of the process, from construction to `Stop`.
 class CDescriptorCapture {
 public:
-    /// Raises `std::system_error` if the system refuses.
+    /// Raises `std::system_error` if a system call fails.
     explicit CDescriptorCapture(int descriptor);
     CDescriptorCapture(const CDescriptorCapture&) = delete;
     CDescriptorCapture& operator=(const CDescriptorCapture&) = delete;

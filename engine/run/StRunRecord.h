@@ -12,10 +12,10 @@ namespace engine {
 /// Everything known about a finished run, for the summary and for --report.
 struct StRunRecord {
     std::string plugin;
-    std::string image; ///< the file
+    std::string image; ///< path of the input file
     StPluginOutcome outcome;
     std::vector<std::string> files; ///< where each document was written; empty if it was not
-    std::string measuredFile; ///< where the input was written with its new attributes; empty if it was not
+    std::string measuredFile; ///< where the input with its new attributes was written; empty if it was not
     bool hasMeasured = false; ///< whether the run changed the attributes of the input
     std::optional<StMessageBox> errorBox; ///< the first box that reports an error
     std::string pickedFile;               ///< the answer given to a file dialog
