@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 // Up to seven pixels use the same projection. It is computed on first use and kept as long as its plane can
@@ -36,55 +37,35 @@ struct StSite {
     std::int16_t z;
 };
 
-/// Sites in blocks that are not moved when the store grows, so that the sites of a large plane are never
-/// copied.
-class CSiteStore {
+/// Sites side by side. It grows as a vector does, and asks for a cancellation while it moves.
+class CSiteList {
 public:
-    void Clear() {
-        m_usedBlocks = 0;
-        m_used = 0;
-        m_size = 0;
+    void Clear() { m_size = 0; }
+
+    void Append(const StSite& site, CWorkPace& pace) {
+        if (m_size == m_capacity)
+            Grow(pace);
+        m_sites[m_size++] = site;
     }
 
-    /// Stores the sites contiguously and returns their position.
-    std::uint32_t Keep(std::span<const StSite> sites) {
-        if (sites.size() > m_size - m_used)
-            NextBlock(sites.size());
-        std::ranges::copy(sites, m_blocks[m_usedBlocks - 1].sites.get() + m_used);
-        const auto place = static_cast<std::uint32_t>((m_usedBlocks - 1) * c_blockSize + m_used);
-        m_used += sites.size();
-        return place;
-    }
-
-    [[nodiscard]] const StSite* At(std::uint32_t place) const {
-        return m_blocks[place / c_blockSize].sites.get() + place % c_blockSize;
-    }
+    [[nodiscard]] std::size_t Size() const { return m_size; }
+    [[nodiscard]] const StSite* At(std::size_t place) const { return m_sites.get() + place; }
 
 private:
-    static constexpr std::size_t c_blockSize = 1 << 14;
-
-    struct StBlock {
-        std::unique_ptr<StSite[]> sites;
-        std::size_t size;
-    };
-
-    void NextBlock(std::size_t least) {
-        if (m_usedBlocks == m_blocks.size())
-            m_blocks.push_back({nullptr, 0});
-        StBlock& block = m_blocks[m_usedBlocks++];
-        if (block.size < least) {
-            block.size = std::max(least, c_blockSize);
-            block.sites = std::make_unique_for_overwrite<StSite[]>(block.size);
-        }
-        // A list longer than a normal block gets a block of its own, so that positions remain unambiguous.
-        m_size = std::max(least, c_blockSize);
-        m_used = 0;
+    /// Some sites are lost if cancelled.
+    [[gnu::noinline]] void Grow(CWorkPace& pace) {
+        const std::size_t capacity = std::max<std::size_t>(2 * m_capacity, 1 << 12);
+        auto moved = std::make_unique_for_overwrite<StSite[]>(capacity);
+        ForEachPiece(static_cast<std::int64_t>(m_size), 2, pace, [&](std::int64_t first, std::int64_t end) {
+            std::copy(m_sites.get() + first, m_sites.get() + end, moved.get() + first);
+        });
+        m_sites = std::move(moved);
+        m_capacity = capacity;
     }
 
-    std::vector<StBlock> m_blocks;
-    std::size_t m_usedBlocks = 0;
-    std::size_t m_used = 0; ///< of the last block
+    std::unique_ptr<StSite[]> m_sites;
     std::size_t m_size = 0;
+    std::size_t m_capacity = 0;
 };
 
 /// The projections computed so far for the pixels of one plane.
@@ -110,8 +91,6 @@ public:
         StEntry& entry = m_entries[static_cast<std::size_t>(y * m_nx + x)];
         if (entry.count == 0)
             entry = Find(x, y, pace);
-        if (entry.count == 0)
-            return {};
         return {m_found.At(entry.begin), entry.count};
     }
 
@@ -121,16 +100,15 @@ private:
         std::uint32_t count; ///< 0 until it is computed
     };
 
-    StEntry Find(std::int64_t x, std::int64_t y, CWorkPace& pace) {
-        m_projection.clear();
-        m_sites.Visit(x, y, m_z, pace, [this](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
-            m_projection.push_back({static_cast<std::int16_t>(vx), static_cast<std::int16_t>(vy),
-                                    static_cast<std::int16_t>(vz)});
+    [[gnu::noinline]] StEntry Find(std::int64_t x, std::int64_t y, CWorkPace& pace) {
+        const std::size_t begin = m_found.Size();
+        m_sites.Visit(x, y, m_z, pace, [this, &pace](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
+            m_found.Append(
+                {static_cast<std::int16_t>(vx), static_cast<std::int16_t>(vy), static_cast<std::int16_t>(vz)},
+                pace);
             return true;
         });
-        if (m_projection.empty())
-            return {0, 0};
-        return {m_found.Keep(m_projection), static_cast<std::uint32_t>(m_projection.size())};
+        return {static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(m_found.Size() - begin)};
     }
 
     const CNearestSites& m_sites;
@@ -138,8 +116,7 @@ private:
     std::int64_t m_entryCount;
     std::int64_t m_z = 0;
     std::unique_ptr<StEntry[]> m_entries;
-    std::vector<StSite> m_projection;
-    CSiteStore m_found;
+    CSiteList m_found;
 };
 
 /// The points of an extended projection, as seen from the pixel.
@@ -234,6 +211,7 @@ private:
     /// Units of work for projecting a pixel, and for each point of its extended projection.
     static constexpr std::int64_t c_unitsPerPixel = 128;
     static constexpr std::int64_t c_unitsPerPoint = 16;
+    static constexpr std::int64_t c_unitsPerReport = 1 << 14;
 
     CPlaneProjections& Plane(std::int64_t z) { return m_planes[static_cast<std::size_t>((z + 3) % 3)]; }
 
@@ -242,16 +220,19 @@ private:
         const unsigned char* const mask = m_task.mask.Row(y, z);
         float* const angles = m_task.output.Row(y, z);
         std::fill_n(angles, m_task.distance.nx, 0.0F);
+        std::int64_t units = 0;
         for (std::int64_t x = 0; x < m_task.distance.nx; ++x) {
             if (mask[x] == 0 || distances[x] == 0)
                 continue;
             Project(x, y, z, distances[x], pace);
             const float angle = m_projection.GreatestAngle(pace);
-            if (pace.Add(c_unitsPerPixel + c_unitsPerPoint * static_cast<std::int64_t>(m_projection.Size())))
+            units += c_unitsPerPixel + c_unitsPerPoint * static_cast<std::int64_t>(m_projection.Size());
+            if (units > c_unitsPerReport && pace.Add(std::exchange(units, 0)))
                 return;
             if (angle >= m_task.minimumAngle)
                 angles[x] = angle;
         }
+        (void)pace.Add(units);
     }
 
     void Project(std::int64_t x, std::int64_t y, std::int64_t z, std::int32_t distance, CWorkPace& pace) {
@@ -268,12 +249,11 @@ private:
 
     void AddProjectionOf(std::int64_t x, std::int64_t y, std::int64_t z, std::int32_t dx, std::int32_t dy,
                          std::int32_t dz, CWorkPace& pace) {
-        for (const StSite& site : Plane(z + dz).Of(x + dx, y + dy, pace)) {
+        const std::span<const StSite> sites = Plane(z + dz).Of(x + dx, y + dy, pace);
+        for (const StSite& site : sites)
             m_projection.Add(site.x + dx, site.y + dy, site.z + dz);
-            if (m_projection.Size() >= c_manyPoints &&
-                pace.Add(static_cast<std::int64_t>(m_projection.Size())))
-                return;
-        }
+        if (sites.size() >= c_manyPoints)
+            (void)pace.Add(static_cast<std::int64_t>(sites.size() * m_projection.Size()));
     }
 
     const StTask& m_task;
