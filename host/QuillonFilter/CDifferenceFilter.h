@@ -24,15 +24,18 @@ public:
         const std::size_t windowSize = first < end ? m_differences.WindowAt(first).weights.size() : 0;
         const std::int64_t unitsOfPixel =
             static_cast<std::int64_t>(windowSize + 1) * c_unitsPerFilter * c_lanes;
-        ForEachPiece(end - first, unitsOfPixel, pace, [&](std::int64_t pieceBegin, std::int64_t pieceEnd) {
-            if (windowSize == 3)
-                SumCentral(block, first + pieceBegin, first + pieceEnd, lanes, std::make_index_sequence<3>());
-            else if (windowSize == 5)
-                SumCentral(block, first + pieceBegin, first + pieceEnd, lanes, std::make_index_sequence<5>());
-            else
-                for (std::int64_t pixel = first + pieceBegin; pixel < first + pieceEnd; ++pixel)
-                    Sum(block, pixel, lanes);
-        });
+        ForEachPiece(end - first, unitsOfPixel, pace,
+                     [=, this](std::int64_t pieceBegin, std::int64_t pieceEnd) {
+                         if (windowSize == 3)
+                             SumCentral(block, first + pieceBegin, first + pieceEnd, lanes,
+                                        std::make_index_sequence<3>());
+                         else if (windowSize == 5)
+                             SumCentral(block, first + pieceBegin, first + pieceEnd, lanes,
+                                        std::make_index_sequence<5>());
+                         else
+                             for (std::int64_t pixel = first + pieceBegin; pixel < first + pieceEnd; ++pixel)
+                                 Sum(block, pixel, lanes);
+                     });
         for (std::int64_t pixel = end; pixel < block.length; ++pixel)
             Sum(block, pixel, lanes);
         return block.results;

@@ -32,9 +32,10 @@ public:
 private:
     template <std::int64_t direction>
     void Recur(double* row, std::int64_t count, std::int64_t lanes, CWorkPace& pace) const {
-        ForEachPiece(count, c_unitsPerFilter * c_lanes, pace, [&](std::int64_t begin, std::int64_t end) {
-            Recur<direction>(row + direction * c_lanes * begin, end - begin, lanes);
-        });
+        ForEachPiece(count, c_unitsPerFilter * c_lanes, pace,
+                     [=, this](std::int64_t begin, std::int64_t end) {
+                         Recur<direction>(row + direction * c_lanes * begin, end - begin, lanes);
+                     });
     }
 
     /// Processes `count` rows starting at `row`. The last term depends on the previous step, so it is added

@@ -31,7 +31,7 @@ public:
             std::copy_n(last, lanes, last + row * c_lanes);
         }
         ForEachPiece(block.length, 2 * c_unitsPerFilter * c_lanes, pace,
-                     [&](std::int64_t begin, std::int64_t end) { Convolve(block, begin, end, lanes); });
+                     [=, this](std::int64_t begin, std::int64_t end) { Convolve(block, begin, end, lanes); });
         return block.results;
     }
 

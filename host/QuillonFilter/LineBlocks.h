@@ -309,7 +309,7 @@ private:
                               CWorkPace& pace, const RowAt& rowAt) {
         WithLaneCount(std::min(lines, c_lanes), [&](std::int64_t lanes) {
             ForEachPiece(block.length, c_unitsPerMove * c_lanes, pace,
-                         [&](std::int64_t begin, std::int64_t end) {
+                         [=, &rowAt](std::int64_t begin, std::int64_t end) {
                              for (std::int64_t i = begin; i < end; ++i) {
                                  const float* const row = rowAt(i);
                                  for (std::int64_t lane = 0; lane < lanes; ++lane)
@@ -318,7 +318,7 @@ private:
                          });
             const double* const results = filter(block, lanes, pace);
             ForEachPiece(block.length, c_unitsPerMove * c_lanes, pace,
-                         [&](std::int64_t begin, std::int64_t end) {
+                         [=, &rowAt](std::int64_t begin, std::int64_t end) {
                              for (std::int64_t i = begin; i < end; ++i) {
                                  float* const row = rowAt(i);
                                  for (std::int64_t lane = 0; lane < lanes; ++lane)
