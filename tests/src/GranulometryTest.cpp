@@ -348,7 +348,7 @@ TEST_F(Granulometry, TheWidthOfKeysGoesByTheLargestDiameterAndNeverCutsThem) {
         // From 1e5 on the width is larger than the text.
         {1e5, {{"02.000000e+05", 20}, {"06.000000e+05", 100}}},
         {1e7, {{"0002.000000e+07", 20}, {"0006.000000e+07", 100}}},
-        // A diameter that no float can hold is told as infinite, and gives no width.
+        // A diameter beyond the range of float is stored as infinity and has no width.
         {1e38, {{"2.000000e+38", 20}, {"inf", 100}}},
         {1e39, {{"inf", 120}}},
     };

@@ -48,7 +48,7 @@ protected:
         return RunAsItIs(host);
     }
 
-    /// The same with what the plug-in has been told before.
+    /// The same after earlier calls have set the plug-in's members.
     std::string RunAsItIs(test::CPackHost& host) {
         std::string text;
         AnswerNextDialog([this, &text](QDialog& dialog) {

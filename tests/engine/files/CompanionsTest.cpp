@@ -13,7 +13,7 @@ namespace engine::test {
 
 namespace {
 
-/// An image that needs no side file in a format of that name. NIfTI always tells a spacing.
+/// An image that needs no side file in a format of that name. NIfTI always states a spacing.
 std::unique_ptr<CImage> PlainImage(const std::string& name = "") {
     auto image = ImageOf<std::uint8_t>(IMAGE_GREY_8, CSize(4, 3), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12});
     if (name.find(".nii") != std::string::npos)

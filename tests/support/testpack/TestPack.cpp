@@ -195,7 +195,7 @@ public:
     }
 };
 
-/// Saves a table under the name that it is told in a file dialog. With "notices" (a FIFO) a byte goes there
+/// Saves a table under the name chosen in a file dialog. With "notices" (a FIFO) a byte goes there
 /// when the table is begun, and the rest waits for a cancellation, with "stubborn" for ever. "box" shows a
 /// box of that kind in the end, with "empty" instead of the table; "raise" raises.
 class CExport : public CTestPlugin {
