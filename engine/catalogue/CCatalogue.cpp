@@ -2,12 +2,13 @@
 
 #include "engine/catalogue/NearestWord.h"
 #include "engine/errors/CEngineError.h"
+#include "engine/files/TextFile.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
 namespace engine {
 
@@ -15,10 +16,15 @@ CCatalogue::CCatalogue(std::string_view text) {
     const auto catalogue = nlohmann::ordered_json::parse(text, nullptr, false);
     if (!catalogue.is_object() || !catalogue.contains("plugins") || !catalogue["plugins"].is_array())
         throw std::runtime_error("catalogue: not a JSON object with a list \"plugins\"");
-    m_pack = catalogue.value("pack", "");
-    m_version = catalogue.value("version", "");
+    for (const auto& [member, value] : {std::pair("pack", &m_pack), std::pair("version", &m_version)}) {
+        if (!catalogue.contains(member))
+            continue;
+        if (!catalogue[member].is_string())
+            throw std::runtime_error(std::string("catalogue: '") + member + "' is not a string");
+        *value = catalogue[member];
+    }
     for (const auto& entry : catalogue["plugins"])
-        m_entries.push_back(ParseCatalogueEntry(entry.dump()));
+        m_entries.push_back(ParseCatalogueEntry(entry));
 }
 
 std::string CCatalogue::PathBeside(const std::string& packPath) {
@@ -31,16 +37,14 @@ std::string CCatalogue::PathBeside(const std::string& packPath) {
 
 CCatalogue CCatalogue::OfPack(const std::string& packPath) {
     const std::string path = PathBeside(packPath);
-    if (!std::filesystem::exists(path))
+    std::error_code error;
+    if (std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found)
         return {};
-    std::ifstream file(path, std::ios::binary);
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (!file)
-        throw CFileError("cannot read '" + path + "'");
+    const std::string text = ReadTextFile(path);
     try {
         return CCatalogue(text);
-    } catch (const std::exception& error) {
-        throw CFileError("cannot read '" + path + "': " + error.what());
+    } catch (const std::exception& raised) {
+        throw CFileError("cannot read '" + path + "': " + raised.what());
     }
 }
 

@@ -174,8 +174,8 @@ EnCancel CancelOfWord(const std::string& word, const CMemberReader& reader) {
 
 } // namespace
 
-StCatalogueEntry ParseCatalogueEntry(std::string_view text) {
-    const json object = json::parse(text);
+StCatalogueEntry ParseCatalogueEntry(const nlohmann::ordered_json& source) {
+    const json object = source;
     CMemberReader reader(object, "an entry");
     StCatalogueEntry entry;
     entry.name = reader.Get<std::string>("name");
@@ -191,7 +191,7 @@ StCatalogueEntry ParseCatalogueEntry(std::string_view text) {
     reader.RefuseOthers();
     if (entry.title.empty() || entry.summary.empty() || entry.summary.find('\n') != std::string::npos)
         reader.Fail("needs a 'title', and a 'summary' of one line");
-    entry.source = nlohmann::ordered_json::parse(text);
+    entry.source = source;
     return entry;
 }
 

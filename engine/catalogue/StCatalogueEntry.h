@@ -57,7 +57,7 @@ struct StCatalogueEntry {
 
 /// Parses an entry strictly: raises `std::runtime_error`, naming the entry and member, for anything missing,
 /// unknown or of the wrong kind.
-StCatalogueEntry ParseCatalogueEntry(std::string_view text);
+StCatalogueEntry ParseCatalogueEntry(const nlohmann::ordered_json& source);
 
 /// Describes the accepted images in words.
 std::string AcceptedInWords(const StAcceptedImages& images);

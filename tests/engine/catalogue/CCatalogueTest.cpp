@@ -28,7 +28,7 @@ nlohmann::json SoundEntry() {
 
 CCatalogue PackCatalogue() { return CCatalogue::OfPack(QUILLON_PACK); }
 
-StCatalogueEntry Parse(const nlohmann::json& entry) { return ParseCatalogueEntry(entry.dump()); }
+StCatalogueEntry Parse(const nlohmann::json& entry) { return ParseCatalogueEntry(entry); }
 
 std::string Complaint(const nlohmann::json& entry) {
     return test::Raised<std::runtime_error>([&] { Parse(entry); }).what();

@@ -261,16 +261,14 @@ TEST(WatershedLabels, ABorderIsLeftAlone) {
         const CSize size = flood.dimension == 3 ? CSize(3, 2, 2) : CSize(3, 2);
         const CSize border = flood.dimension == 3 ? CSize(1, 2, 1) : CSize(1, 2);
         const std::size_t allocated = 5 * 6 * (flood.dimension == 3 ? 4U : 1U);
-        auto memory = std::make_unique<std::uint32_t[]>(allocated);
-        std::fill_n(memory.get(), allocated, 0xABABABABU);
-        const std::uint32_t* const pixels = memory.get();
-        CImage labels(IMAGE_GREY_32, size, reinterpret_cast<unsigned char*>(memory.release()), nullptr,
-                      nullptr, border);
+        std::vector<std::uint32_t> memory(allocated, 0xABABABABU);
+        CImage labels(IMAGE_GREY_32, size, reinterpret_cast<unsigned char*>(memory.data()), nullptr, nullptr,
+                      border);
         const CapturedOutput silence;
         EXPECT_EQ(flood.run({labels, Image(IMAGE_GREY_8, size), nullptr, WATERSHED_NORMAL, 0}).regionCount,
                   1U);
-        EXPECT_EQ(std::count(pixels, pixels + allocated, 1U), size.PixelCount());
-        EXPECT_EQ(std::count(pixels, pixels + allocated, 0xABABABABU),
+        EXPECT_EQ(std::count(memory.begin(), memory.end(), 1U), size.PixelCount());
+        EXPECT_EQ(std::count(memory.begin(), memory.end(), 0xABABABABU),
                   static_cast<std::int64_t>(allocated) - size.PixelCount());
     }
 }
