@@ -1,3 +1,4 @@
+#include "support/CRandomSeeds.h"
 #include "support/PluginTest.h"
 #include "support/TestImage.h"
 
@@ -80,40 +81,6 @@ void SetLabelData(CImage& image, const StLabelingData& data) {
 
 // --- frame
 
-TEST_F(ConvexifyObjectsPlugin, TellsItsVersionAndNothingElse) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 1U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-}
-
-TEST_F(ConvexifyObjectsPlugin, TakesBinaryAndLabelImagesInTwoAndThreeDimensions) {
-    CSize line(4, 1, 1);
-    line.SetDim(1);
-    for (const auto& type : {IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32}) {
-        EXPECT_TRUE(Takes(type, CSize(2, 2))) << type.ToString();
-        EXPECT_TRUE(Takes(type, CSize(2, 2, 2))) << type.ToString();
-        EXPECT_FALSE(Takes(type, line)) << type.ToString();
-    }
-    for (const auto& type : {IMAGE_GREY_F, IMAGE_COMPLEX_F, IMAGE_BINARY_BG})
-        EXPECT_FALSE(Takes(type, CSize(2, 2, 2))) << type.ToString();
-}
-
-TEST_F(ConvexifyObjectsPlugin, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    m_plugin->UpdateParameters(tree);
-    m_plugin->GetData(tree);
-    EXPECT_TRUE(tree.IsEmpty());
-}
-
-TEST_F(ConvexifyObjectsPlugin, AFocusedTextIsRefusedAndRaises) {
-    CValueMap tree;
-    tree.SetEntry("input/documents/focused", Text("focus"));
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    EXPECT_THROW(m_plugin->UpdateParameters(tree), CExBadParam);
-}
-
 TEST_F(ConvexifyObjectsPlugin, MakesANewDocumentWithTheHeaderOfTheInputAndLeavesTheInputAsItWas) {
     test::CPackHost host(ImageOf<unsigned char>(IMAGE_GREY_8, CSize(3, 3), {4, 0, 4, 0, 0, 0, 4, 0, 0}),
                          "grains");
@@ -144,7 +111,7 @@ TEST_F(ConvexifyObjectsPlugin, MakesANewDocumentWithTheHeaderOfTheInputAndLeaves
     EXPECT_TRUE(host.Image().Attributes().Equal(attributes));
 }
 
-TEST_F(ConvexifyObjectsPlugin, ReplacesWhatStoodAmongTheNewDocuments) {
+TEST_F(ConvexifyObjectsPlugin, ReplacesEarlierNewDocuments) {
     test::CPackHost host(Empty(IMAGE_GREY_8, CSize(2, 2)));
     host.Tree().SetEntry("output/documents/add/3", Text("from an earlier run"));
     host.Tree().SetEntry("output/documents/other", Text("too"));
@@ -190,7 +157,7 @@ TEST_F(ConvexifyObjectsPlugin, AnImageWithoutObjectHasACountOf1ForTheBackground)
     }
 }
 
-TEST_F(ConvexifyObjectsPlugin, Labels1And2And5GiveACountOf4) {
+TEST_F(ConvexifyObjectsPlugin, Labels1And2And5YieldACountOf4) {
     // clang-format off
     test::CPackHost host(ImageOf<unsigned short>(IMAGE_GREY_16, CSize(6, 4), {1, 0, 1, 5, 0, 5,
                                                                             0, 0, 0, 5, 0, 0,
@@ -419,8 +386,7 @@ void CompareWithTheSlowWay(CPluginBase& plugin, const IImage::CType& type, const
 }
 
 TEST_F(ConvexifyObjectsPlugin, FollowsTheRulesOnRandomImagesOfAllTypes) {
-    for (unsigned seed = 0; seed < 25; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 25)) {
         std::mt19937 random(seed);
         const auto extent = [&random] { return static_cast<std::int64_t>(1 + random() % 11); };
         const CSize size =
@@ -501,7 +467,7 @@ TEST_F(ConvexifyObjectsPlugin, LabelsBeyondTheEndOfTheDataAreAbsent) {
     EXPECT_EQ(FilledCorners(host.Result()), (Filled{1, 1, 0}));
 }
 
-TEST_F(ConvexifyObjectsPlugin, LabelDataAreBelievedWithoutALookAtThePixels) {
+TEST_F(ConvexifyObjectsPlugin, LabelDataAreTrustedWithoutReadingThePixels) {
     auto image = ThreeCorners();
     StLabelingData data = Measured(*image);
     data.volume[2] = 0;
@@ -555,7 +521,7 @@ TEST_F(ConvexifyObjectsPlugin, DamagedLabelDataRaiseAndLeaveTheTreeAsItWas) {
     EXPECT_FALSE(host.Tree().HasEntry("output"));
 }
 
-TEST_F(ConvexifyObjectsPlugin, SomethingElseUnderTheKeyOfTheLabelDataIsPassedOver) {
+TEST_F(ConvexifyObjectsPlugin, AValueOfAnotherKindUnderTheKeyOfTheLabelDataIsIgnored) {
     auto image = ThreeCorners();
     CQuillonHeaderTools::SetFeatures(*image, CExtractorLabelData::KeyToLabelData(), CValueBool(true));
     test::CPackHost host(std::move(image));

@@ -78,40 +78,6 @@ using Numbers = std::vector<double>;
 // --- frame
 // --------------------------------------------------------------------------------------------------------
 
-TEST_F(CylinderMaskPlugin, TellsItsVersionAndNothingElse) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 1U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-}
-
-TEST_F(CylinderMaskPlugin, TakesBinaryAndTheFourGreyTypesInTwoAndThreeDimensions) {
-    CSize line(4, 1, 1);
-    line.SetDim(1);
-    for (const auto& type : {IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F}) {
-        EXPECT_TRUE(Takes(type, CSize(2, 2))) << type.ToString();
-        EXPECT_TRUE(Takes(type, CSize(2, 2, 2))) << type.ToString();
-        EXPECT_FALSE(Takes(type, line)) << type.ToString();
-    }
-    EXPECT_FALSE(Takes(IMAGE_BINARY_BG, CSize(2, 2)));
-    EXPECT_FALSE(Takes(IMAGE_COMPLEX_F, CSize(2, 2, 2)));
-}
-
-TEST_F(CylinderMaskPlugin, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    m_plugin->UpdateParameters(tree);
-    m_plugin->GetData(tree);
-    EXPECT_TRUE(tree.IsEmpty());
-}
-
-TEST_F(CylinderMaskPlugin, AFocusedTextIsRefusedAndRaises) {
-    CValueMap tree;
-    tree.SetEntry("input/documents/focused", Text("focus"));
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    EXPECT_THROW(m_plugin->UpdateParameters(tree), CExBadParam);
-}
-
 // --- the mask
 // -----------------------------------------------------------------------------------------------------
 
@@ -195,7 +161,7 @@ void ExpectBox(const CImage& cropped, const CPos& first, const CSize& size) {
     }
 }
 
-TEST_F(CylinderMaskPlugin, AlongZTheBoxTakesSForXAndYAndAllOfZAndTheCentreIsTheRadius) {
+TEST_F(CylinderMaskPlugin, AlongZTheBoxSpansZAndUsesSForXAndYAndTheCentreIsTheRadius) {
     test::CPackHost host(Positions(CSize(21, 30, 4)));
     SetCylinder(host, "Z", 10, 20, 5, true);
     EXPECT_EQ(Run(host), "cylinderMask(axis=Z, s=10, t=20, radius=5, cropped)");
@@ -219,7 +185,7 @@ TEST_F(CylinderMaskPlugin, SmallLettersAndAnyOtherActAsCapitalZ) {
     }
 }
 
-TEST_F(CylinderMaskPlugin, AlongXTheBoxLeavesXAndTakesSForYAndTForZ) {
+TEST_F(CylinderMaskPlugin, AlongXTheBoxSpansXAndUsesSForYAndTForZ) {
     test::CPackHost host(Positions(CSize(4, 30, 26)));
     SetCylinder(host, "X", 10, 20, 5, true);
     EXPECT_EQ(Run(host), "cylinderMask(axis=X, s=10, t=20, radius=5, cropped)");
@@ -227,7 +193,7 @@ TEST_F(CylinderMaskPlugin, AlongXTheBoxLeavesXAndTakesSForYAndTForZ) {
     EXPECT_EQ(RecordedCylinder(host.Result()), (Numbers{5, 5, 5}));
 }
 
-TEST_F(CylinderMaskPlugin, AlongYTheBoxTakesSForXAndLeavesYAndTakesTForZ) {
+TEST_F(CylinderMaskPlugin, AlongYTheBoxSpansYAndUsesSForXAndTForZ) {
     test::CPackHost host(Positions(CSize(30, 4, 26)));
     SetCylinder(host, "Y", 10, 20, 5, true);
     EXPECT_EQ(Run(host), "cylinderMask(axis=Y, s=10, t=20, radius=5, cropped)");
@@ -352,7 +318,7 @@ TEST_F(CylinderMaskPlugin, TheAxisIsTheFirstCharacterOfATextThatIsNotEmpty) {
     EXPECT_EQ(Run(host), "cylinderMask(axis=X, s=10, t=2, radius=1)");
 }
 
-TEST_F(CylinderMaskPlugin, TheHistoryTellsNumbersInSixDigits) {
+TEST_F(CylinderMaskPlugin, TheHistoryShowsNumbersInSixDigits) {
     test::CPackHost host(Positions(CSize(3, 3)));
     SetCylinder(host, "Z", 1.23456789, -0.5, 1e100, false);
     EXPECT_EQ(Run(host), "cylinderMask(axis=Z, s=1.23457, t=-0.5, radius=1e+100)");
@@ -436,17 +402,6 @@ TEST_F(CylinderMaskPlugin, AnImageOfAnotherTypeEndsTheRunSilently) {
             EXPECT_EQ(host.DocumentCount(), 0U);
         }
     }
-}
-
-TEST_F(CylinderMaskPlugin, TwoRunsMakeTwoResults) {
-    test::CPackHost first(Positions(CSize(5, 5)));
-    SetCylinder(first, "Z", 2, 2, 2, false);
-    Run(first);
-    test::CPackHost second(Positions(CSize(5, 5)));
-    SetCylinder(second, "Z", 2, 2, 2, false);
-    Run(second);
-    EXPECT_NE(&first.Result(), &second.Result());
-    EXPECT_EQ(PixelsOf<unsigned short>(first.Result()), PixelsOf<unsigned short>(second.Result()));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // "ExactMedialAxis" and "ExactBisector", through the loaded pack.
 
-#include "host/QuillonTransformation/AxisOracle.h"
+#include "oracles/AxisOracle.h"
+#include "support/CRandomSeeds.h"
 #include "support/PluginTest.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
@@ -84,23 +85,6 @@ INSTANTIATE_TEST_SUITE_P(, ExactPlugins,
                                                        "Bisector(exact,r=0,a=0)", true}),
                          [](const auto& words) { return words.param.name; });
 
-TEST_P(ExactPlugins, TellVersionAndName) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 2U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-    EXPECT_EQ(setup.EntryString("PluginName").Std(), GetParam().className);
-}
-
-TEST_P(ExactPlugins, TakeBinaryVolumesAndNothingElse) {
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(3, 3, 3)));
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(1, 1, 1)));
-    EXPECT_FALSE(Takes(IMAGE_BINARY_FG, CSize(3, 3)));
-    for (const auto& type :
-         {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F, IMAGE_COMPLEX_F})
-        EXPECT_FALSE(Takes(type, CSize(3, 3, 3))) << type.ToString();
-}
-
 TEST_P(ExactPlugins, TestTheirInputStepByStep) {
     CValueMap tree;
     EXPECT_FALSE(m_plugin->TestParameters(tree));
@@ -182,15 +166,6 @@ TEST_P(ExactPlugins, ResetKeepsParametersAndDocument) {
     host.Tree().RemoveEntry("parameters");
     host.Tree().RemoveEntry("input");
     EXPECT_EQ(Run(host), line);
-}
-
-TEST_P(ExactPlugins, GiveTwoEqualDocumentsInTwoRuns) {
-    std::mt19937 random(3);
-    test::CPackHost host(test::RandomObject(random, 16).Image());
-    Run(host);
-    const Bytes first = BytesOf(host.Result());
-    Run(host);
-    EXPECT_EQ(BytesOf(host.Result()), first);
 }
 
 TEST_P(ExactPlugins, TakeImagesWithoutObjectFullAndOfOnePixel) {
@@ -353,8 +328,7 @@ protected:
 };
 
 TEST_F(ExactMedialAxisPlugin, MarksTheCentresOfMaximalBalls) {
-    for (unsigned seed = 0; seed < 10; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 10)) {
         std::mt19937 random(seed);
         const test::StObject object = test::RandomObject(random, 10);
         test::CPackHost host(object.Image());
@@ -433,8 +407,7 @@ protected:
 };
 
 TEST_F(ExactBisectorPlugin, WritesTheAnglesOfAllObjectPixels) {
-    for (unsigned seed = 0; seed < 10; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 10)) {
         std::mt19937 random(seed);
         const test::StObject object = test::RandomObject(random, 9);
         test::CPackHost host(object.Image());

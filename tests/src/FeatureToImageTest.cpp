@@ -68,13 +68,13 @@ protected:
     std::string m_output;
 };
 
-TEST_F(FeatureToImage, AnImageWithoutFeaturesIsRefusedWithoutAWord) {
+TEST_F(FeatureToImage, AnImageWithoutFeaturesIsRefusedSilently) {
     test::CPackHost host(NewImage());
     EXPECT_FALSE(Accepts(host));
     EXPECT_EQ(m_output, "");
 }
 
-TEST_F(FeatureToImage, EntriesThatAreNoMapsAreRefusedWithoutAWord) {
+TEST_F(FeatureToImage, EntriesThatAreNoMapsAreRefusedSilently) {
     test::CPackHost host(NewImage());
     host.Image().Attributes().SetEntry("features/a", new CValueDouble(1.0));
     host.Image().Attributes().SetEntry("features/b", NewText("text"));
@@ -82,7 +82,7 @@ TEST_F(FeatureToImage, EntriesThatAreNoMapsAreRefusedWithoutAWord) {
     EXPECT_EQ(m_output, "");
 }
 
-TEST_F(FeatureToImage, MapsOfNoUseAreToldOf) {
+TEST_F(FeatureToImage, UnusableMapsAreReported) {
     test::CPackHost host(NewImage());
     AddOther(host.Image(), "Granulometry");
     EXPECT_FALSE(Accepts(host));
@@ -168,7 +168,7 @@ TEST_F(FeatureToImage, NoUsableMapDeliversNothing) {
     EXPECT_EQ(m_output, "");
 }
 
-TEST_F(FeatureToImage, ADocumentWithoutLabelGivesAnEmptyOne) {
+TEST_F(FeatureToImage, ADocumentWithoutLabelYieldsAnEmptyOne) {
     test::CPackHost host(NewImage(), "");
     AddObjects(host.Image(), "Objects");
     Run(host);

@@ -44,30 +44,6 @@ double FeatureAt(const CValueMap& result, const char* path) {
     return value != nullptr ? value->Double() : -1.0;
 }
 
-bool Accepts(const IImage::CType& type, const CSize& size) {
-    test::CPackHost host(std::make_unique<CImage>(type, size, CSize(0, 0, 0)));
-    return test::CreatePlugin("FieldFeaturesGrayValueImage")->TestParameters(host.Tree());
-}
-
-TEST(FieldFeaturesGrayValueImage, TakesBinary8And16BitImagesOf2And3Dimensions) {
-    for (const IImage::CType& type : {IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16}) {
-        EXPECT_TRUE(Accepts(type, CSize(3, 3)));
-        EXPECT_TRUE(Accepts(type, CSize(3, 3, 3)));
-    }
-}
-
-TEST(FieldFeaturesGrayValueImage, Refuses32BitAndFloatImages) {
-    EXPECT_FALSE(Accepts(IMAGE_GREY_32, CSize(3, 3, 3)));
-    EXPECT_FALSE(Accepts(IMAGE_GREY_F, CSize(3, 3, 3)));
-}
-
-TEST(FieldFeaturesGrayValueImage, TellsItsVersionAndItsNameWithoutALeadingC) {
-    CValueMap setup;
-    test::CreatePlugin("FieldFeaturesGrayValueImage")->GetPluginSetup(setup);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-    EXPECT_EQ(setup.EntryString("PluginName").Std(), "FieldFeaturesGrayValueImagePlugin");
-}
-
 TEST(FieldFeaturesGrayValueImage, KeysOf8BitsHaveThreeDigitsAndTheTextInsideNone) {
     test::CPackHost host(RandomGrey(CSize(6, 5, 4)));
     const CValueMap& result = Measure(host);
@@ -159,7 +135,7 @@ TEST(FieldFeaturesGrayValueImage, RunsOnADocumentWithoutLabel) {
 TEST(FieldFeaturesGrayValueImage, ASecondRunReplacesTheResult) {
     test::CPackHost host(RandomGrey(CSize(4, 4, 4)));
     (void)Measure(host);
-    host.Image().Attributes().SetEntry(std::string(g_result) + "/stale", new CValueDouble(1.0));
+    host.Image().Attributes().SetEntry(std::string(g_result).append("/stale"), new CValueDouble(1.0));
     EXPECT_FALSE(Measure(host).HasEntry("stale"));
 }
 

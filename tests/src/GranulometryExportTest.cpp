@@ -121,7 +121,7 @@ protected:
     std::string m_error;
 };
 
-TEST_F(GranulometryExport, TakesAnyImageThatCarriesAResult) {
+TEST_F(GranulometryExport, AcceptsAnyImageThatCarriesAResult) {
     EXPECT_TRUE(m_plugin->TestParameters(test::CPackHost(MeasuredImage()).Tree()));
     auto other = std::make_unique<CImage>(IMAGE_GREY_F, CSize(3, 3, 3), CSize(0, 0, 0));
     other->Attributes().SetEntry(g_result + "/on foreground", new CValueBool(true));
@@ -134,13 +134,6 @@ TEST_F(GranulometryExport, DoesNotTakeAnImageWithoutResult) {
     CQuillonHeaderTools::SetFeatures(*other, "Other", CValueDouble(1.0));
     EXPECT_FALSE(m_plugin->TestParameters(test::CPackHost(std::move(other)).Tree()));
     EXPECT_FALSE(m_plugin->TestParameters(CValueMap()));
-}
-
-TEST_F(GranulometryExport, TellsItsVersion) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 1U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
 }
 
 TEST_F(GranulometryExport, WritesHeaderAndTable) {
@@ -170,7 +163,7 @@ TEST_F(GranulometryExport, WritesHeaderAndTable) {
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(GranulometryExport, AResultOfTheBackgroundSaysSo) {
+TEST_F(GranulometryExport, AResultOfTheBackgroundIsExportedAsSuch) {
     test::CPackHost host(MeasuredImage(false));
     PickFile(Path());
     Run(host);
@@ -208,7 +201,7 @@ TEST_F(GranulometryExport, ACancelledFileDialogCreatesNoFileAndShowsNothing) {
     EXPECT_TRUE(std::filesystem::is_empty(m_folder.path().toStdString()));
 }
 
-TEST_F(GranulometryExport, ALabelThatEndsInCsvIsOfferedAsItStandsAndOthersGetTheEnding) {
+TEST_F(GranulometryExport, ALabelThatEndsInCsvIsOfferedUnchangedAndOthersGetTheEnding) {
     const std::vector<std::array<const char*, 2>> cases{{"table.csv", "table.csv"},
                                                         {"scan.tif", "scan_granulometry.csv"},
                                                         {"a.b.tif", "a.b_granulometry.csv"},
@@ -273,7 +266,7 @@ TEST_F(GranulometryExport, ExportsNothingOnceANewMeasurementHasReplacedTheOneTha
     EXPECT_FALSE(std::filesystem::exists(Path()));
 }
 
-TEST_F(GranulometryExport, ExportsTheResultAsItStandsInTheImage) {
+TEST_F(GranulometryExport, ExportsTheCurrentResultOfTheImage) {
     test::CPackHost host(MeasuredImage());
     m_plugin->UpdateParameters(host.Tree());
     host.Image().Attributes().SetEntry(g_result + "/data/6.000000e+00", new CValueLong(101));
@@ -349,7 +342,7 @@ TEST_F(GranulometryExport, AResultWithoutDataWritesTitlesAlone) {
     EXPECT_EQ(Lines().back(), "\"diameter\";\"count\"");
 }
 
-TEST_F(GranulometryExport, APathThatCannotBeOpenedGivesTheBoxAndALineOnStandardError) {
+TEST_F(GranulometryExport, APathThatCannotBeOpenedShowsTheBoxAndPrintsALineOnStandardError) {
     test::CPackHost host(MeasuredImage());
     const std::string path = Path("missing") + "/out.csv";
     // The dialog itself would not take the path; a folder that goes away behind its back does.
@@ -368,7 +361,7 @@ TEST_F(GranulometryExport, APathThatCannotBeOpenedGivesTheBoxAndALineOnStandardE
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(GranulometryExport, AFullDiskGivesTheBoxToo) {
+TEST_F(GranulometryExport, AFullDiskShowsTheBoxToo) {
     test::CPackHost host(MeasuredImage());
     AnswerNextDialog([this](QDialog& dialog) {
         AnswerNextDialog([this](QDialog& question) {

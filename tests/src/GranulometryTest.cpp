@@ -99,25 +99,6 @@ protected:
 
 const std::string g_refusal = "CGranulometryPlugin: Only isotropic pixels are supported, but spacing is ";
 
-TEST_F(Granulometry, TakesBinaryImagesOf2And3Dimensions) {
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(3, 3)));
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(3, 3, 3)));
-    CSize line(3, 1, 1);
-    line.SetDim(1);
-    EXPECT_FALSE(Takes(IMAGE_BINARY_FG, line));
-    EXPECT_FALSE(Takes(IMAGE_BINARY_BG, CSize(3, 3)));
-    EXPECT_FALSE(Takes(IMAGE_GREY_8, CSize(3, 3)));
-    CValueMap empty;
-    EXPECT_FALSE(m_plugin->TestParameters(empty));
-}
-
-TEST_F(Granulometry, TellsItsVersionAndNoName) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(KeysOf(setup), std::vector<std::string>{"Version"});
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-}
-
 TEST_F(Granulometry, ASpacingThatDiffersAlongZFailsThere) {
     EXPECT_EQ(RefusalOf(Cube(), 1, 1, 2), g_refusal + "(1.000000,1.000000,2.000000).");
 }
@@ -179,7 +160,7 @@ TEST_F(Granulometry, WithoutAnImageItAsksForAViewAndLeavesTheDocumentsUntouched)
     EXPECT_EQ(UnwrapPointer<CValueMap>((*views)[0]->Map()->Entry("document", true)), &host.Document());
 }
 
-TEST_F(Granulometry, TheNameOfAViewPluginDoesNotTakePart) {
+TEST_F(Granulometry, TheNameOfAViewPluginIsIgnored) {
     test::CPackHost host(LineAndBar());
     host.Set("featureViewPlugin", test::Text("SomeView"));
     (void)Measure(host);
@@ -216,7 +197,7 @@ TEST_F(Granulometry, TheNewImageCarriesTheResultAndItsHistoryAlone) {
     EXPECT_EQ(test::HistoryOf(host.Result()), std::vector<std::string>{"granulometry(spherical,fg)"});
 }
 
-TEST_F(Granulometry, TheHistoryTellsWhatWasMeasuredAndHow) {
+TEST_F(Granulometry, TheHistoryDescribesWhatWasMeasuredAndHow) {
     test::CPackHost host(LineAndBar());
     host.Set("returnImage", new CValueBool(true)).Set("onForeground", new CValueBool(false));
     EXPECT_EQ(Run(host), "granulometry(spherical,bg)");
@@ -360,7 +341,7 @@ TEST_F(Granulometry, TheWidthOfKeysGoesByTheLargestDiameterAndNeverCutsThem) {
     }
 }
 
-TEST_F(Granulometry, DiametersThatReadAlikeShareAnEntry) {
+TEST_F(Granulometry, DiametersThatPrintAlikeShareAnEntry) {
     // Two discs of squared radii 800^2 and 800^2 + 1, of which seven digits do not tell the diameters apart.
     auto image = Shape(CSize(1610, 3220), [](std::int64_t x, std::int64_t y) {
         const std::int64_t fromMiddle = y < 1610 ? y - 805 : y - 2415;

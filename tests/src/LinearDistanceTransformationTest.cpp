@@ -1,4 +1,5 @@
 #include "distance/CLinearDistanceTransformation.h"
+#include "support/CRandomSeeds.h"
 #include "support/PluginTest.h"
 #include "support/TestImage.h"
 
@@ -51,31 +52,6 @@ protected:
 // --- frame
 // --------------------------------------------------------------------------------------------------------
 
-TEST_F(LinearDtPlugin, TellsItsVersionAndNothingElse) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 1U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-}
-
-TEST_F(LinearDtPlugin, TakesBinaryImagesOfAnyDimension) {
-    CSize line(4, 1, 1);
-    line.SetDim(1);
-    for (const CSize& size : {line, CSize(2, 2), CSize(2, 2, 2)}) {
-        EXPECT_TRUE(Takes(IMAGE_BINARY_FG, size));
-        for (const auto& type : {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F})
-            EXPECT_FALSE(Takes(type, size)) << type.ToString();
-    }
-}
-
-TEST_F(LinearDtPlugin, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    m_plugin->UpdateParameters(tree);
-    m_plugin->GetData(tree);
-    EXPECT_TRUE(tree.IsEmpty());
-}
-
 TEST_F(LinearDtPlugin, ADefaultObjectMeasuresExactDistancesInTheBackgroundAlongX) {
     test::CPackHost host(Binary(CSize(5, 2), {0, 0, 1, 0, 1, 1, 0, 0, 0, 0}));
     EXPECT_EQ(Run(host), "LinearDt(x,exact,bg,NET)");
@@ -104,7 +80,7 @@ TEST_F(LinearDtPlugin, TheFirstLetterOfTheDirectionSelectsTheAxis) {
     }
 }
 
-TEST_F(LinearDtPlugin, TheHistoryTellsAllParameters) {
+TEST_F(LinearDtPlugin, TheHistoryListsAllParameters) {
     test::CPackHost host(Binary(CSize(2, 2, 2)));
     host.Set("direction", Text("y"));
     host.Set("compute on foreground", new CValueBool(true));
@@ -148,7 +124,7 @@ TEST_F(LinearDtPlugin, EmbeddedThePixelsBeyondBothEndsAreSeeds) {
     EXPECT_EQ(Row({0, 0, 0, 0, 1, 0}, false, true), (Floats{1, 2, 2, 1, 0, 1}));
 }
 
-TEST_F(LinearDtPlugin, ADirectionThatTheImageLacksGives0Everywhere) {
+TEST_F(LinearDtPlugin, ADirectionThatTheImageLacksYields0Everywhere) {
     test::CPackHost host(Binary(CSize(3, 2), {0, 1, 0, 1, 1, 0}));
     CQuillonHeaderTools::SetSpacing(host.Image(), 1, 2, std::numeric_limits<double>::quiet_NaN());
     for (const bool isEmbedded : {false, true}) {
@@ -213,12 +189,10 @@ Floats BruteForce(const CImage& binary, int axis, bool onForeground, bool square
 }
 
 TEST_F(LinearDtPlugin, EqualsTheDefinitionOnRandomImagesInAllModes) {
-    constexpr unsigned seed = 3111;
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 18)(random); };
-    const auto coin = [&random] { return random() % 2 == 0; };
-    for (int trial = 0; trial < 400; ++trial) {
+    for (const unsigned seed : test::CRandomSeeds(0, 400)) {
+        std::mt19937 random(seed);
+        const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 18)(random); };
+        const auto coin = [&random] { return random() % 2 == 0; };
         const bool isFlat = coin();
         const CSize size = isFlat ? CSize(extent(), extent()) : CSize(extent(), extent(), extent());
         test::CPackHost host(Binary(size));
@@ -328,7 +302,7 @@ TEST_F(LinearDtPlugin, TheResultHasTheSpacingOfTheInputExtremaAndGreatestDistanc
               (std::vector<std::string>{"earlier", "LinearDt(x,exact,bg,NET)"}));
 }
 
-TEST_F(LinearDtPlugin, WithoutSpacingTheResultSays1InEachDirection) {
+TEST_F(LinearDtPlugin, WithoutSpacingTheResultHas1InEachDirection) {
     test::CPackHost host(Binary(CSize(2, 2)));
     Run(host);
     double x = 0;
@@ -347,7 +321,7 @@ TEST_F(LinearDtPlugin, TheLabelIsThatOfTheDocumentOrVoronoiEdt) {
     EXPECT_EQ(bare.ResultLabel(), "Voronoi EDT");
 }
 
-TEST_F(LinearDtPlugin, TellsItsPhasesAndWritesTheDebuggingLinesOfItsTraversals) {
+TEST_F(LinearDtPlugin, ReportsItsPhasesAndWritesTheDebuggingLinesOfItsTraversals) {
     test::CPackHost host(Binary(CSize(2, 2)));
     test::HostProgress progress;
     const test::CapturedOutput output;
@@ -442,7 +416,7 @@ TEST(CLinearDistanceTransformation, AnyOtherDirectionRunsNoLine) {
     }
 }
 
-TEST(CLinearDistanceTransformation, TakesOnly0And1ForSeeds) {
+TEST(CLinearDistanceTransformation, AcceptsOnly0And1AsSeeds) {
     const test::CapturedOutput silence;
     const auto binary = Binary(CSize(3, 1), {1, 7, 0});
     CImage distance(IMAGE_GREY_F, CSize(3, 1), CSize(0, 0, 0));

@@ -54,29 +54,6 @@ protected:
 // --- frame
 // --------------------------------------------------------------------------------------------------------
 
-TEST_F(LocalEulerNumberPlugin, TellsItsVersionAndItsName) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 2U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-    EXPECT_EQ(setup.EntryString("PluginName").Std(), "CLocalEulerNumberPlugin");
-}
-
-TEST_F(LocalEulerNumberPlugin, TakesBinaryImagesOfThreeDimensions) {
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(1, 1, 1)));
-    EXPECT_FALSE(Takes(IMAGE_BINARY_FG, CSize(5, 5)));
-    for (const auto& type : {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F})
-        EXPECT_FALSE(Takes(type, CSize(5, 5, 5))) << type.ToString();
-}
-
-TEST_F(LocalEulerNumberPlugin, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    EXPECT_NO_THROW(m_plugin->UpdateParameters(tree));
-    EXPECT_NO_THROW(m_plugin->GetData(tree));
-    EXPECT_TRUE(tree.IsEmpty());
-}
-
 TEST_F(LocalEulerNumberPlugin, DoesNothingForAnImageOfAnotherType) {
     for (const auto& type : {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_F}) {
         test::CPackHost host(std::make_unique<CImage>(type, CSize(3, 3, 3), CSize(0, 0, 0)));
@@ -105,7 +82,7 @@ TEST_F(LocalEulerNumberPlugin, KeepsTheNeighbourhoodWhenNoneIsGivenOrItIsNoText)
     EXPECT_EQ(Run(host), "localeulernumber(N26)");
 }
 
-TEST_F(LocalEulerNumberPlugin, TellsTheNeighbourhoodInTheHistory) {
+TEST_F(LocalEulerNumberPlugin, RecordsTheNeighbourhoodInTheHistory) {
     for (const std::string id : g_ids) {
         test::CPackHost host(Empty(CSize(3, 3, 3)));
         host.Set("Neighborhood", Text(id));

@@ -272,7 +272,7 @@ TEST_F(LocalFiberDirectionsDialog, ForgetsTheSubfieldWhenOneIsAcceptedWithout) {
     });
 }
 
-TEST_F(LocalFiberDirectionsDialog, TakesPixelsForTheUnitWithoutSpacing) {
+TEST_F(LocalFiberDirectionsDialog, UsesPixelsAsUnitWithoutSpacing) {
     test::CPackHost host(NewImage());
     Cancel(host, [](const QDialog& dialog) {
         SetText(dialog, "radius_edit", "2.6");
@@ -281,7 +281,7 @@ TEST_F(LocalFiberDirectionsDialog, TakesPixelsForTheUnitWithoutSpacing) {
     });
 }
 
-TEST_F(LocalFiberDirectionsDialog, TakesA2dImageForOneOfOnePixelAlongZ) {
+TEST_F(LocalFiberDirectionsDialog, TreatsA2dImageAsOneOfOnePixelAlongZ) {
     auto image = NewImage(CSize(100, 80));
     CQuillonHeaderTools::SetSpacing(*image, 0.5, 0.25, 1.0);
     test::CPackHost host(std::move(image));
@@ -444,7 +444,7 @@ TEST_F(LocalFiberDirectionsDialog, DoesNothingWithoutAnImage) {
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
 }
 
-TEST_F(LocalFiberDirectionsDialog, TellsWhatGetDataRaisesAndRaisesItAgain) {
+TEST_F(LocalFiberDirectionsDialog, ReportsWhatGetDataRaisesAndRaisesItAgain) {
     test::CPackHost host(NewImage());
     plugin->UpdateParameters(host.Tree());
     const auto getData = [&] { plugin->GetData(host.Tree()); };
@@ -465,7 +465,7 @@ TEST_F(LocalFiberDirectionsDialog, TellsWhatGetDataRaisesAndRaisesItAgain) {
               "CLocalFiberDirectionsDialogPlugin::GetData caught the size is lost\n");
 }
 
-TEST_F(LocalFiberDirectionsDialog, TellsWhatUpdateParametersRaisesAndRaisesItAgain) {
+TEST_F(LocalFiberDirectionsDialog, ReportsWhatUpdateParametersRaisesAndRaisesItAgain) {
     test::CPackHost host(NewImage());
     const auto update = [&] { plugin->UpdateParameters(host.Tree()); };
     CBrokenImage<CException> raising(CException("image", "the disk is gone", nullptr));

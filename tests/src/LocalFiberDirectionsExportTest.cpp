@@ -155,7 +155,7 @@ const char* const g_fieldTitles =
     R"("Evaluated area/y0";"Evaluated area/y1";"Evaluated area/z0";"Evaluated area/z1";"Number of subfields";)"
     R"("Orientation tensor/xx";"Orientation tensor/yy";"Slice position")";
 
-TEST_F(LocalFiberDirectionsExport, TakesAnyImageThatCarriesTheFieldMeasurement) {
+TEST_F(LocalFiberDirectionsExport, AcceptsAnyImageThatCarriesTheFieldMeasurement) {
     EXPECT_TRUE(m_plugin->TestParameters(test::CPackHost(MeasuredImage()).Tree()));
     auto other = std::make_unique<CImage>(IMAGE_GREY_F, CSize(3, 3), CSize(0, 0));
     EXPECT_FALSE(m_plugin->TestParameters(test::CPackHost(std::move(other)).Tree()));
@@ -352,7 +352,7 @@ TEST_F(LocalFiberDirectionsExport, ALabelThatIsNoTextCountsAsEmpty) {
     EXPECT_EQ(m_suggestion, "_fiberdirections.csv");
 }
 
-TEST_F(LocalFiberDirectionsExport, WithoutAnyFlagItSaysThatNoDataIsSelected) {
+TEST_F(LocalFiberDirectionsExport, WithoutAnyFlagReportsThatNoDataIsSelected) {
     test::CPackHost host(MeasuredImage());
     host.Set("export_field", new CValueBool(false));
     ReadNextBox();
@@ -443,7 +443,7 @@ private:
     QMainWindow m_window;
 };
 
-TEST_F(LocalFiberDirectionsExport, TellsTheStatusBarHowTheFileIsGettingOn) {
+TEST_F(LocalFiberDirectionsExport, ReportsTheProgressOfTheFileInTheStatusBar) {
     const CWatchedWindow window;
     test::CPackHost host(MeasuredImage());
     (void)Export(host, true, false, false);
@@ -462,7 +462,7 @@ TEST_F(LocalFiberDirectionsExport, ShowsTheWaitCursorWhileItSaves) {
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(LocalFiberDirectionsExport, ABoxShowsAPathThatLooksLikeMarkupAsItStands) {
+TEST_F(LocalFiberDirectionsExport, ABoxShowsAPathThatLooksLikeMarkupUnchanged) {
     test::CPackHost host(MeasuredImage());
     const std::string folder = Path("<b>bold<");
     std::filesystem::create_directory(folder);

@@ -1,4 +1,4 @@
-#include "host/QuillonFilterOrientations/FiberPhantom.h"
+#include "support/FiberPhantom.h"
 #include "support/PackHost.h"
 #include "support/PluginTest.h"
 #include "support/TestImage.h"
@@ -111,32 +111,6 @@ protected:
 
 // --- frame
 // --------------------------------------------------------------------------------------------------------
-
-TEST_F(LocalFiberDirections, TellsItsVersionAndNothingElse) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 1U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-}
-
-TEST_F(LocalFiberDirections, Takes8BitsInTwoAndThreeDimensions) {
-    EXPECT_TRUE(Takes(IMAGE_GREY_8, CSize(1, 1)));
-    EXPECT_TRUE(Takes(IMAGE_GREY_8, CSize(1, 1, 1)));
-    EXPECT_FALSE(Takes(IMAGE_GREY_8, test::SizeOf(1, 5, 0, 0)));
-    for (const auto& type :
-         {IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F, IMAGE_COMPLEX_F, IMAGE_BINARY_FG, IMAGE_BINARY_BG}) {
-        EXPECT_FALSE(Takes(type, CSize(9, 9))) << type.ToString();
-        EXPECT_FALSE(Takes(type, CSize(9, 9, 9))) << type.ToString();
-    }
-}
-
-TEST_F(LocalFiberDirections, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    EXPECT_NO_THROW(m_plugin->UpdateParameters(tree));
-    EXPECT_NO_THROW(m_plugin->GetData(tree)); // not even the parameters are looked at
-    EXPECT_TRUE(tree.IsEmpty());
-}
 
 TEST_F(LocalFiberDirections, AFocusThatIsNoDocumentIsNotAcceptedAndStoresNothing) {
     CValueMap tree;
@@ -402,7 +376,7 @@ TEST_F(LocalFiberDirections, TheMeasurementIsThatOfTheLibrary) {
     EXPECT_GT(host.Measured("FieldFiberDirections/Evaluated pixels"), 100.0);
 }
 
-TEST_F(LocalFiberDirections, ARunReplacesTheMeasurementAndNothingElse) {
+TEST_F(LocalFiberDirections, ARunReplacesTheMeasurementOnly) {
     CFiberHost host;
     CQuillonHeaderTools::SetFeatures(host.Image(), "Granulometry", CValueDouble(3.0));
     CQuillonHeaderTools::SetSpacing(host.Image(), 1.0, 1.0, 1.0);
@@ -451,7 +425,7 @@ TEST_F(LocalFiberDirections, AViewIsAskedForAndNoDocumentAddedUnlessItIsWanted) 
 // --- the maps of directions
 // ---------------------------------------------------------------------------------------
 
-TEST_F(LocalFiberDirections, APlaneGivesOneNewDocument) {
+TEST_F(LocalFiberDirections, APlaneYieldsOneNewDocument) {
     CFiberHost host(Plane());
     SetAdvanced(host, true, 1.25, true, nullptr);
     Measure(host);
@@ -471,7 +445,7 @@ TEST_F(LocalFiberDirections, APlaneGivesOneNewDocument) {
         EXPECT_NEAR(angle, 53.13, 8.0);
 }
 
-TEST_F(LocalFiberDirections, AVolumeGivesThetaAndPhi) {
+TEST_F(LocalFiberDirections, AVolumeYieldsThetaAndPhi) {
     CFiberHost host;
     SetSubfields(host, 6, 7, 8);
     SetAdvanced(host, true, 1.25, true, nullptr);
@@ -486,7 +460,7 @@ TEST_F(LocalFiberDirections, AVolumeGivesThetaAndPhi) {
     EXPECT_NE(PixelsOf<float>(host.Result(0)), PixelsOf<float>(host.Result(1)));
 }
 
-TEST_F(LocalFiberDirections, WithAMaskTheHistorySaysSo) {
+TEST_F(LocalFiberDirections, WithAMaskTheHistoryRecordsIt) {
     CFiberHost host;
     const auto mask = MaskOf(host.Image(), 120);
     SetAdvanced(host, true, 1.25, false, mask.get());
@@ -495,7 +469,7 @@ TEST_F(LocalFiberDirections, WithAMaskTheHistorySaysSo) {
               std::vector<std::string>{"FiberDirections(radius=2,mask,angle=phi)"});
 }
 
-TEST_F(LocalFiberDirections, ADocumentWithoutLabelGivesThetaAndPhi) {
+TEST_F(LocalFiberDirections, ADocumentWithoutLabelYieldsThetaAndPhi) {
     CFiberHost host(Volume(), "");
     SetAdvanced(host, true, 1.25, true, nullptr);
     const auto documents = RunInTree(host);

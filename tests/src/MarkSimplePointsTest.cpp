@@ -64,29 +64,6 @@ protected:
 // --- frame
 // --------------------------------------------------------------------------------------------------------
 
-TEST_F(MarkSimplePointsPlugin, TellsItsVersionAndItsName) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 2U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-    EXPECT_EQ(setup.EntryString("PluginName").Std(), "CMarkSimplePointsPlugin");
-}
-
-TEST_F(MarkSimplePointsPlugin, TakesBinaryImagesOfThreeDimensions) {
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(1, 1, 1)));
-    EXPECT_FALSE(Takes(IMAGE_BINARY_FG, CSize(5, 5)));
-    for (const auto& type : {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F})
-        EXPECT_FALSE(Takes(type, CSize(5, 5, 5))) << type.ToString();
-}
-
-TEST_F(MarkSimplePointsPlugin, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    EXPECT_NO_THROW(m_plugin->UpdateParameters(tree));
-    EXPECT_NO_THROW(m_plugin->GetData(tree));
-    EXPECT_TRUE(tree.IsEmpty());
-}
-
 TEST_F(MarkSimplePointsPlugin, DoesNothingForAnImageOfAnotherType) {
     for (const auto& type : {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_F}) {
         test::CPackHost host(std::make_unique<CImage>(type, CSize(3, 3, 3), CSize(0, 0, 0)));
@@ -117,7 +94,7 @@ TEST_F(MarkSimplePointsPlugin, KeepsTheNeighbourhoodWhenNoneIsGivenOrItIsNoText)
     EXPECT_EQ(Run(host), "simplepoints(N26)");
 }
 
-TEST_F(MarkSimplePointsPlugin, TellsTheNeighbourhoodInTheHistory) {
+TEST_F(MarkSimplePointsPlugin, RecordsTheNeighbourhoodInTheHistory) {
     for (const std::string id : g_ids) {
         test::CPackHost host(Empty(CSize(3, 3, 3)));
         host.Set("Neighborhood", Text(id));
@@ -258,7 +235,7 @@ TEST_F(MarkSimplePointsPlugin, InASolidBallOnlyTheSurfaceIsMarkedAndTheBackgroun
     }
 }
 
-TEST_F(MarkSimplePointsPlugin, AnInputWithoutForegroundGivesZeros) {
+TEST_F(MarkSimplePointsPlugin, AnInputWithoutForegroundYieldsZeros) {
     for (const std::string id : g_ids) {
         test::CPackHost host(Empty(CSize(5, 4, 3)));
         host.Set("Neighborhood", Text(id));
@@ -294,7 +271,7 @@ TEST_F(MarkSimplePointsPlugin, TwoNeighbouringSimplePointsAreBothMarked) {
     }
 }
 
-TEST_F(MarkSimplePointsPlugin, APixelBetweenTwoThatNothingElseConnectsStays1) {
+TEST_F(MarkSimplePointsPlugin, APixelThatAloneConnectsTwoOthersStays1) {
     for (const std::string id : g_ids) {
         EXPECT_EQ(Marked(CSize(3, 1, 1), {1, 1, 1}, id), (Bytes{255, 1, 255})) << id;
         EXPECT_EQ(Marked(CSize(1, 3, 1), {1, 1, 1}, id), (Bytes{255, 1, 255})) << id;

@@ -75,7 +75,7 @@ const char* const g_floatHeader = " - same pixel types 'IMAGE_GREY_F'\n"
                                   " - same pixel sizes (1,1)\n"
                                   " - same physical extension (3,1) m^2\n";
 
-TEST_F(PointwiseRelation, TellsTheRelationFirstAndTheHeadersLast) {
+TEST_F(PointwiseRelation, ReportsTheRelationFirstAndTheHeadersLast) {
     EXPECT_EQ(Compare(Floats({1, 2, 4}), *Floats({1, 3, 2.5F})),
               std::string("\n"
                           " - images have no pointwise relation\n"
@@ -164,7 +164,7 @@ TEST_F(PointwiseRelation, ImagesOfDifferentSizesGetFourLinesOfWhichTheLastLacksA
                                           " - different physical extension (2,1) and (1.5,0.25 m^2\n");
 }
 
-TEST_F(PointwiseRelation, TellsThreeFiguresInThreeDimensions) {
+TEST_F(PointwiseRelation, ReportsThreeFiguresInThreeDimensions) {
     Image a = std::make_unique<CImage>(IMAGE_GREY_8, CSize(2, 3, 4), CSize(0, 0, 0));
     const CImage b(IMAGE_GREY_8, CSize(2, 3, 4), CSize(0, 0, 0));
     CQuillonHeaderTools::SetSpacing(*a, 1.0 / 3.0, 2.0, 1e-7);
@@ -238,16 +238,6 @@ TEST_F(PointwiseRelation, AComplexImageIsTakenAndThenRefused) {
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
-TEST_F(PointwiseRelation, TakesAllRealTypesOfAnyDimension) {
-    for (const IImage::CType& type :
-         {IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F}) {
-        test::CPackHost host(std::make_unique<CImage>(type, CSize(3, 3), CSize(0, 0)));
-        EXPECT_TRUE(m_plugin->TestParameters(host.Tree())) << type.ToString();
-    }
-    CValueMap empty;
-    EXPECT_FALSE(m_plugin->TestParameters(empty));
-}
-
 TEST_F(PointwiseRelation, ShowsNothingWithoutBothImages) {
     test::CPackHost host(Bytes({1, 2}));
     EXPECT_EQ(Run(host), "") << "no second image";
@@ -302,7 +292,7 @@ TEST_F(PointwiseRelation, ShowsTheWaitCursorWhileItCompares) {
     EXPECT_TRUE(progress.waits);
 }
 
-TEST_F(PointwiseRelation, TheBoxTakesNothingForMarkup) {
+TEST_F(PointwiseRelation, TheBoxTreatsNothingAsMarkup) {
     EXPECT_NE(Compare(Bytes({1, 2}), *Bytes({1, 2})), "");
     EXPECT_TRUE(m_isBoxPlain);
 }

@@ -160,7 +160,7 @@ protected:
     test::CPackHost m_host{test::ImageOf<unsigned char>(IMAGE_BINARY_FG, CSize(2, 2, 2), {1})};
 };
 
-TEST_F(SkeletonCalls, TheTopologicalPluginMakesOneCall) {
+TEST_F(SkeletonCalls, TheTopologicalPluginCallsOnce) {
     Run("Skeleton");
     EXPECT_EQ(m_spy.log, (Log{"RunSkeletonCouprierZour(input, result; N14_1, 3, 0.5, 1, 0)", "end"}));
 }

@@ -1,7 +1,7 @@
 // "Skeleton" and "EuclideanSkeleton", through the loaded pack and with the library's own algorithms. What
 // they call, and who frees what, is in SkeletonCallsTest.cpp.
 
-#include "host/QuillonTransformation/TopologyOracle.h"
+#include "oracles/TopologyOracle.h"
 #include "support/PluginTest.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
@@ -58,23 +58,6 @@ INSTANTIATE_TEST_SUITE_P(, SkeletonPlugins,
                          [](const auto& words) { return words.param.name; });
 
 void SetNeighborhood(test::CPackHost& host, const std::string& id) { host.Set("Neighborhood", Text(id)); }
-
-TEST_P(SkeletonPlugins, TellVersionAndName) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 2U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-    EXPECT_EQ(setup.EntryString("PluginName").Std(), GetParam().className);
-}
-
-TEST_P(SkeletonPlugins, TakeBinaryVolumesAndNothingElse) {
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(3, 3, 3)));
-    EXPECT_TRUE(Takes(IMAGE_BINARY_FG, CSize(1, 1, 1)));
-    EXPECT_FALSE(Takes(IMAGE_BINARY_FG, CSize(3, 3)));
-    for (const auto& type :
-         {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F, IMAGE_COMPLEX_F})
-        EXPECT_FALSE(Takes(type, CSize(3, 3, 3))) << type.ToString();
-}
 
 TEST_P(SkeletonPlugins, TestTheirInputStepByStep) {
     CValueMap tree;
@@ -223,17 +206,6 @@ TEST_P(SkeletonPlugins, NameTheResultThemselvesWhereTheDocumentHasNoLabel) {
     host.Document().SetEntry("label", new CValueBool(true));
     Run(host);
     EXPECT_EQ(host.ResultLabel(), GetParam().label);
-}
-
-TEST_P(SkeletonPlugins, GiveTwoEqualDocumentsInTwoRuns) {
-    std::mt19937 random(3);
-    const test::StObject object = test::RandomObject(random, 16);
-    test::CPackHost first(object.Image());
-    test::CPackHost second(object.Image());
-    SetNeighborhood(first, "N26");
-    SetNeighborhood(second, "N26");
-    EXPECT_EQ(Run(first), Run(second));
-    EXPECT_EQ(test::PixelsOf<unsigned char>(first.Result()), test::PixelsOf<unsigned char>(second.Result()));
 }
 
 TEST_P(SkeletonPlugins, ResetKeepsParametersAndDocument) {

@@ -1,3 +1,4 @@
+#include "support/CRandomSeeds.h"
 #include "support/PluginTest.h"
 #include "support/TestImage.h"
 
@@ -54,32 +55,6 @@ protected:
 // --- frame
 // --------------------------------------------------------------------------------------------------------
 
-TEST_F(SphericalMorphologyPlugin, TellsItsVersionAndNothingElse) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 1U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-}
-
-TEST_F(SphericalMorphologyPlugin, TakesBinaryImagesOf2And3Dimensions) {
-    CSize line(4, 1, 1);
-    line.SetDim(1);
-    EXPECT_FALSE(Takes(IMAGE_BINARY_FG, line));
-    for (const CSize& size : {CSize(2, 2), CSize(2, 2, 2)}) {
-        EXPECT_TRUE(Takes(IMAGE_BINARY_FG, size));
-        for (const auto& type : {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F})
-            EXPECT_FALSE(Takes(type, size)) << type.ToString();
-    }
-}
-
-TEST_F(SphericalMorphologyPlugin, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    m_plugin->UpdateParameters(tree);
-    m_plugin->GetData(tree);
-    EXPECT_TRUE(tree.IsEmpty());
-}
-
 TEST_F(SphericalMorphologyPlugin, ADefaultObjectErodesWithRadius1) {
     test::CPackHost host(Binary(CSize(5, 5), Bytes(25, 1)));
     EXPECT_EQ(Run(host), "morph(spherical,op=erosion,r=1)");
@@ -116,12 +91,10 @@ TEST_F(SphericalMorphologyPlugin, EachNameSelectsItsOperation) {
 }
 
 TEST_F(SphericalMorphologyPlugin, EqualsTheBallMovedOverRandomImages) {
-    constexpr unsigned seed = 33;
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 12)(random); };
-    for (int trial = 0; trial < 60; ++trial) {
-        const CSize size = trial % 2 == 0 ? CSize(extent(), extent()) : CSize(extent(), extent(), extent());
+    for (const unsigned seed : test::CRandomSeeds(0, 60)) {
+        std::mt19937 random(seed);
+        const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 12)(random); };
+        const CSize size = seed % 2 == 0 ? CSize(extent(), extent()) : CSize(extent(), extent(), extent());
         const auto image = test::RandomImage<unsigned char>(IMAGE_BINARY_FG, size, random, 0, 2);
         const Bytes pixels = PixelsOf<unsigned char>(*image);
         const auto radius = static_cast<std::int32_t>(random() % 4);

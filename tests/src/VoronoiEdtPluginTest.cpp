@@ -1,3 +1,4 @@
+#include "support/CRandomSeeds.h"
 #include "support/PluginTest.h"
 #include "support/TestImage.h"
 
@@ -41,31 +42,6 @@ protected:
 
 // --- frame
 // --------------------------------------------------------------------------------------------------------
-
-TEST_F(VoronoiEdtPlugin, TellsItsVersionAndNothingElse) {
-    CValueMap setup;
-    m_plugin->GetPluginSetup(setup);
-    EXPECT_EQ(setup.Size(), 1U);
-    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
-}
-
-TEST_F(VoronoiEdtPlugin, TakesBinaryImagesOfAnyDimension) {
-    CSize line(4, 1, 1);
-    line.SetDim(1);
-    for (const CSize& size : {line, CSize(2, 2), CSize(2, 2, 2)}) {
-        EXPECT_TRUE(Takes(IMAGE_BINARY_FG, size));
-        for (const auto& type : {IMAGE_BINARY_BG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F})
-            EXPECT_FALSE(Takes(type, size)) << type.ToString();
-    }
-}
-
-TEST_F(VoronoiEdtPlugin, WithoutADocumentAcceptsNothingAndDoesNothing) {
-    CValueMap tree;
-    EXPECT_FALSE(m_plugin->TestParameters(tree));
-    m_plugin->UpdateParameters(tree);
-    m_plugin->GetData(tree);
-    EXPECT_TRUE(tree.IsEmpty());
-}
 
 TEST_F(VoronoiEdtPlugin, AFocusedTextIsNotTakenAndLeavesTheOldDocument) {
     test::CPackHost host(Binary(CSize(2, 2)));
@@ -115,7 +91,7 @@ TEST_F(VoronoiEdtPlugin, OnlyTheTextEmbeddedWithASmallEIsEmbedded) {
     }
 }
 
-TEST_F(VoronoiEdtPlugin, AnyTextButExactValuesGivesSquares) {
+TEST_F(VoronoiEdtPlugin, AnyTextButExactValuesYieldsSquares) {
     test::CPackHost host(Binary(CSize(3, 1), {0, 0, 1}));
     host.Set("use cylindrical mask", new CValueBool(false));
     for (const char* text : {"squared values", "Exact values", "exact", ""}) {
@@ -242,12 +218,10 @@ Floats BruteForce(const CImage& binary, bool onForeground, bool isEmbedded,
 }
 
 TEST_F(VoronoiEdtPlugin, EqualsTheDefinitionOnRandomImagesInAllModes) {
-    constexpr unsigned seed = 6007;
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 9)(random); };
-    const auto coin = [&random] { return random() % 2 == 0; };
-    for (int trial = 0; trial < 200; ++trial) {
+    for (const unsigned seed : test::CRandomSeeds(0, 200)) {
+        std::mt19937 random(seed);
+        const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 9)(random); };
+        const auto coin = [&random] { return random() % 2 == 0; };
         const CSize size(extent(), extent(), extent());
         test::CPackHost host(Binary(size));
         const CImageView<unsigned char> view(host.Image());

@@ -93,7 +93,7 @@ TYPED_TEST(AnyNeighborhood, EntriesFromBothEndsAreOpposite) {
     }
 }
 
-TYPED_TEST(AnyNeighborhood, StandsInRasterOrder) {
+TYPED_TEST(AnyNeighborhood, IsInRasterOrder) {
     const Offsets offsets = OffsetsOf<TypeParam>();
     EXPECT_TRUE(std::ranges::is_sorted(offsets, [](const Offset& a, const Offset& b) {
         return std::tuple(a[2], a[1], a[0]) < std::tuple(b[2], b[1], b[0]);

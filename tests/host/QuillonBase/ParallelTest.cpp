@@ -1,7 +1,7 @@
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonBase/Parallel.h>
 
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 
 #include <gtest/gtest.h>
@@ -104,7 +104,7 @@ TEST_P(ParallelForWithThreads, StepsAddUpAndComeFromTheCallingThread) {
                             [](const std::string& call) { return call.starts_with("Step"); }));
 }
 
-TEST_P(ParallelForWithThreads, MakesOneWorkerPerThreadThatTakesPart) {
+TEST_P(ParallelForWithThreads, CreatesOneWorkerPerParticipatingThread) {
     std::mutex guard;
     std::multiset<std::thread::id> makers;
     EXPECT_TRUE(ParallelFor(1000, m_progress, [&]() -> Item {
@@ -125,7 +125,7 @@ TEST_P(ParallelForWithThreads, ReallyRunsItemsAtTheSameTime) {
                             [&]() -> Item { return [&](std::int64_t) { allBegun.arrive_and_wait(); }; }));
 }
 
-TEST_P(ParallelForWithThreads, TakesNoMoreThreadsThanItems) {
+TEST_P(ParallelForWithThreads, UsesNoMoreThreadsThanItems) {
     std::atomic<int> workers{0};
     EXPECT_TRUE(ParallelFor(2, m_progress, [&]() -> Item {
         ++workers;
@@ -205,7 +205,7 @@ TEST_P(ParallelForWithThreads, AFailureEndsLongItemsOfOtherThreads) {
                  std::runtime_error);
 }
 
-TEST_P(ParallelForWithThreads, TakesWorkersThatCannotBeCopied) {
+TEST_P(ParallelForWithThreads, AcceptsWorkersThatCannotBeCopied) {
     std::atomic<std::int64_t> sum{0};
     EXPECT_TRUE(ParallelFor(1000, m_progress, [&] {
         return [&sum, one = std::make_unique<std::int64_t>(1)](std::int64_t) { sum += *one; };

@@ -1,7 +1,7 @@
 #include <QuillonBase/CAlgorithm.h>
 #include <QuillonBase/CProgressProxy.h>
 
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRecordingProgress.h"
 #include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
@@ -64,14 +64,14 @@ TEST(CProgressProxy, PassesEverythingOn) {
     EXPECT_TRUE(proxy.IsCancelled());
 }
 
-TEST(CProgressProxy, CaptionStandsInForTheTextsOfAllPhases) {
+TEST(CProgressProxy, CaptionReplacesTheTextsOfAllPhases) {
     CRecordingProgress sink;
     CProgressProxy proxy(&sink, "caption");
     RunEveryOperation(proxy);
     EXPECT_EQ(sink.calls, (Calls{"Start 10 caption", "Step 1 0", "SetPosition 5", "Finish"}));
 }
 
-TEST(CProgressProxy, WithoutATargetTellsNobodyAndIsNeverCancelled) {
+TEST(CProgressProxy, WithoutATargetReportsNothingAndIsNeverCancelled) {
     CProgressProxy none;
     CProgressProxy null(nullptr, "caption");
     for (CProgressProxy* proxy : {&none, &null}) {
@@ -146,13 +146,13 @@ TEST(CAlgorithm, ItsNameIsShownInPlaceOfTheTexts) {
     EXPECT_EQ(sink.calls, Calls{"Start 3 Linear distance"});
 }
 
-TEST(CAlgorithm, WithoutAHostReportsToNobody) {
+TEST(CAlgorithm, WithoutAHostReportsNothing) {
     const CAlgorithm algorithm("name", nullptr);
     EXPECT_NO_THROW(RunEveryOperation(algorithm.Progress()));
     EXPECT_FALSE(algorithm.Progress().IsCancelled());
 }
 
-TEST(CAlgorithm, ReportsToAnotherSinkOnceTold) {
+TEST(CAlgorithm, ReportsToAnotherSinkOnceItIsSet) {
     CRecordingProgress first;
     CRecordingProgress second;
     const CHostSink host(&first);
@@ -163,7 +163,7 @@ TEST(CAlgorithm, ReportsToAnotherSinkOnceTold) {
     EXPECT_EQ(second.calls, Calls{"Start 1 phase"});
 }
 
-TEST(CAlgorithm, KnowsItsParentAndIsAnObject) {
+TEST(CAlgorithm, ReturnsItsParentAndIsAnObject) {
     const CAlgorithm parent(nullptr, nullptr);
     EXPECT_EQ(parent.Parent(), nullptr);
     const std::unique_ptr<IObject> child(new CAlgorithm("child", &parent));

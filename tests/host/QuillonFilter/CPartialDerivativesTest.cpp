@@ -1,4 +1,4 @@
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -129,7 +129,7 @@ TEST(CPartialDerivatives, ALineOfOneMorePixelThanTheOrderIsExactToTheOrder) {
     }
 }
 
-TEST(CPartialDerivatives, ALineOfNoMorePixelsThanTheOrderGivesZero) {
+TEST(CPartialDerivatives, ALineOfNoMorePixelsThanTheOrderYieldsZero) {
     const auto image = RandomFloats(CSize(4, 3, 2), 1);
     const Floats zeros(24, 0.0F);
     EXPECT_EQ(Derived(*image, 4, 0, 0), zeros);

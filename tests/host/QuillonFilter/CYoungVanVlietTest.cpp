@@ -1,5 +1,5 @@
-#include "host/QuillonBase/CRecordingProgress.h"
 #include "host/QuillonFilter/CPaddedImage.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -415,7 +415,7 @@ void ExpectTheSameAsFloats(const IImage::CType& type, double greatest) {
     EXPECT_EQ(test::PixelsOf<float>(*Smoothed(*image, 0.0)), Floats(pixels.begin(), pixels.end()));
 }
 
-TEST(CYoungVanVliet, TakesAllGreyTypes) {
+TEST(CYoungVanVliet, AcceptsAllGreyTypes) {
     ExpectTheSameAsFloats<unsigned char>(IMAGE_GREY_8, 255.99);
     ExpectTheSameAsFloats<unsigned short>(IMAGE_GREY_16, 65535.99);
     ExpectTheSameAsFloats<unsigned int>(IMAGE_GREY_32, 0x1p24);
@@ -436,7 +436,7 @@ TEST(CYoungVanVliet, IntegersOf32BitsAreNotRoundedBeforeTheyAreSmoothed) {
         EXPECT_EQ(smoothed[row * 600 + 300], static_cast<float>(base + 2)) << row;
 }
 
-TEST(CYoungVanVliet, SigmaZeroNegativeAndNanGiveAnExactCopy) {
+TEST(CYoungVanVliet, SigmaZeroNegativeAndNanYieldAnExactCopy) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float tiny = std::numeric_limits<float>::denorm_min();
     const Floats pixels{1.0F, -0.0F, nan, tiny, -std::numeric_limits<float>::infinity(), 3.4e38F, 0.1F, 7.0F};
@@ -459,7 +459,7 @@ TEST(CYoungVanVliet, ResultAndSourceCanBeOneImage) {
     EXPECT_EQ(test::PixelsOf<float>(*image), expected);
 }
 
-TEST(CYoungVanVliet, TakesImagesWithABorderAndImagesThatAreNoCImage) {
+TEST(CYoungVanVliet, AcceptsImagesWithABorderAndImagesThatAreNoCImage) {
     const CSize size(37, 10, 6);
     const auto image = RandomFloats(size, 9);
     const CImageView<const float> view(*image);
@@ -589,7 +589,7 @@ TEST(CYoungVanVliet, ACancelledRunLeavesEarlyWithoutAnError) {
     EXPECT_EQ(progress.calls.back(), "Finish");
 }
 
-TEST(CYoungVanVliet, ReportsUnderTheNameThatItWasGiven) {
+TEST(CYoungVanVliet, ReportsUnderTheNameOfTheCall) {
     const auto image = RandomFloats(CSize(3, 3, 3), 2);
     test::CRecordingProgress progress;
     IProgress* const before = CProgressProxy::SetHostSink(&progress);

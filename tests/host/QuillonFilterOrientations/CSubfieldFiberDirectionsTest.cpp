@@ -1,8 +1,9 @@
 #include <QuillonFilterOrientations/CHessianOrientations.h>
 #include <QuillonFilterOrientations/CSubfieldFiberDirections.h>
 
-#include "host/QuillonBase/CRecordingProgress.h"
-#include "host/QuillonFilterOrientations/FiberPhantom.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
+#include "support/FiberPhantom.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -206,8 +207,7 @@ TEST_F(FiberDirections, OfAnObliqueFiberAreAccurate) {
 }
 
 TEST_F(FiberDirections, OfAnyFiberInNoiseAreWithin2Degrees) {
-    for (const unsigned seed : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U}) {
-        SCOPED_TRACE(testing::Message() << "seed " << seed);
+    for (const unsigned seed : test::CRandomSeeds(1, 11)) {
         std::mt19937 random(seed);
         const double radius = std::uniform_real_distribution(2.0, 6.0)(random);
         const Vector direction = test::RandomDirection(random);
@@ -236,7 +236,7 @@ TEST_F(FiberDirections, RespectUnequalSpacing) {
     }
 }
 
-TEST_F(FiberDirections, OfManyFibersGiveTheTensorOfTheDrawnOnes) {
+TEST_F(FiberDirections, OfManyFibersYieldTheTensorOfTheDrawnOnes) {
     std::mt19937 random(20);
     const auto fibers = RandomFibers(60, 3.0, 96.0, random);
     const auto image = DrawFibers(CSize(96, 96, 96), fibers, EnEdges::SMOOTH);
@@ -261,7 +261,7 @@ TEST_F(FiberDirections, OfManyFibersGiveTheTensorOfTheDrawnOnes) {
     ExpectNear(TensorOf(CMeasured(*image, {.radius = 3.0}).Field()), expected, 0.03);
 }
 
-TEST_F(FiberDirections, OfAnIsotropicSetGiveAThirdOnTheDiagonal) {
+TEST_F(FiberDirections, OfAnIsotropicSetHaveAThirdOnTheDiagonal) {
     // 64 rods, each in its own cell, with directions distributed evenly over a hemisphere.
     std::vector<StFiber> rods;
     for (int i = 0; i < 64; ++i) {

@@ -1,6 +1,6 @@
 #include <QuillonFilterOrientations/StAxisAngles.h>
 
-#include "host/QuillonFilterOrientations/FiberPhantom.h"
+#include "support/FiberPhantom.h"
 
 #include <gtest/gtest.h>
 

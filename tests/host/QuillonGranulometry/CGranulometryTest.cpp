@@ -1,6 +1,7 @@
 #include <QuillonGranulometry/CGranulometry.h>
 
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -253,8 +254,7 @@ void ExpectAllCallsAsTheSlowTwin(const CImage& image) {
 }
 
 TEST(Granulometry, EqualsTheDefinitionOnNoise) {
-    for (unsigned seed = 1; seed <= 12; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(1, 13)) {
         std::mt19937 random(seed);
         const auto extent = [&random](int greatest) {
             return static_cast<std::int64_t>(1 + random() % greatest);
@@ -269,8 +269,7 @@ TEST(Granulometry, EqualsTheDefinitionOnNoise) {
 }
 
 TEST(Granulometry, EqualsTheDefinitionOnBlobs) {
-    for (unsigned seed = 1; seed <= 6; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(1, 7)) {
         std::mt19937 random(seed);
         ExpectAllCallsAsTheSlowTwin(*Blobs(CSize(23, 17), random, 6, 7.0));
         ExpectAllCallsAsTheSlowTwin(*Blobs(CSize(9, 8, 10), random, 5, 5.0));
@@ -278,8 +277,7 @@ TEST(Granulometry, EqualsTheDefinitionOnBlobs) {
 }
 
 TEST(Granulometry, EqualsTheDefinitionAcrossTheWordsOfARow) {
-    for (unsigned seed = 1; seed <= 3; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(1, 4)) {
         std::mt19937 random(seed);
         for (const std::int64_t nx : {63, 64, 65, 130}) {
             const auto image = Blobs(CSize(nx, 9), random, 14, 7.0);
@@ -386,7 +384,7 @@ TEST(Granulometry, ASinglePixelHasDiameter2) {
     }
 }
 
-TEST(Granulometry, AnEmptyStructureGivesAnEmptyResult) {
+TEST(Granulometry, AnEmptyStructureYieldsAnEmptyResult) {
     for (const int mode : {0, 1, 2, 3}) {
         const StResult result = Measure(*Full(CSize(4, 3, 2)), {.isOnForeground = false, .mode = mode});
         EXPECT_TRUE(result.histogram.empty());
@@ -503,7 +501,7 @@ private:
     std::atomic<int> m_left;
 };
 
-TEST(Granulometry, ACancelledRunGivesAnEmptyResultAndDoesNotRaise) {
+TEST(Granulometry, ACancelledRunReturnsAnEmptyResultAndDoesNotRaise) {
     std::mt19937 random(10);
     const auto image = Blobs(CSize(20, 20, 40), random, 20, 6.0);
     SetThreadCount(1);

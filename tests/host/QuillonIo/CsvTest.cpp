@@ -1,3 +1,5 @@
+#include "support/CRandomSeeds.h"
+
 #include <QuillonIo/CCsvHeader.h>
 #include <QuillonIo/CCsvOStream.h>
 #include <QuillonIo/CCsvOStreamColumnTable.h>
@@ -145,9 +147,9 @@ TEST(CCsvOStream, WritesSeparatorsOnlyBetweenFieldsOfALine) {
 }
 
 TEST(CCsvOStream, AnyTextsReadBack) {
-    std::mt19937 random(7);
     const std::string alphabet = "a;\"\n, 'x\xc3\xa4";
-    for (int round = 0; round < 500; ++round) {
+    for (const unsigned seed : test::CRandomSeeds(0, 500)) {
+        std::mt19937 random(seed);
         CValueVector row;
         std::vector<std::string> texts;
         for (unsigned field = 0; field < 1 + random() % 5; ++field) {

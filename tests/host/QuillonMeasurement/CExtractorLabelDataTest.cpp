@@ -1,4 +1,5 @@
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -117,8 +118,7 @@ StLabelingData SlowlyMeasured(const CImage& image) {
 }
 
 TEST(ExtractorLabelData, EqualsBruteForceOnRandomImagesOfAllTypes) {
-    for (unsigned seed = 0; seed < 150; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 150)) {
         std::mt19937 random(seed);
         const CSize size = seed % 4 == 0 ? CSize(1 + random() % 20, 1 + random() % 20)
                                          : CSize(1 + random() % 12, 1 + random() % 9, 1 + random() % 9);

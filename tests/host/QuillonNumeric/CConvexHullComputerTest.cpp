@@ -1,3 +1,4 @@
+#include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -177,8 +178,7 @@ TEST(ConvexHullComputer, LeavesABoxAndABallUnchanged) {
 
 TEST(ConvexHullComputer, EqualsTheSupportingHalfSpacesOfSmallSets) {
     int computed = 0;
-    for (unsigned seed = 0; seed < 600; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 600)) {
         std::mt19937 random(seed);
         std::uniform_int_distribution<std::int64_t> extent(1, seed % 5 == 0 ? 60 : 9);
         const bool isFlat = seed % 3 == 0;
@@ -224,8 +224,7 @@ Bytes RandomObject(const CSize& size, std::mt19937& random) {
 }
 
 TEST(ConvexHullComputer, EqualsTheHalfSpacesOfItsFacetsForWholeObjects) {
-    for (unsigned seed = 0; seed < 40; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 40)) {
         std::mt19937 random(seed);
         const CSize size(20 + seed % 17, 33 - seed % 13, 18 + seed % 23);
         const Bytes pixels = RandomObject(size, random);
@@ -262,8 +261,7 @@ Bytes Moved(const Bytes& pixels, std::int64_t n, const std::array<std::size_t, 3
 TEST(ConvexHullComputer, CommutesWithAll48Symmetries) {
     const std::int64_t n = 15;
     const CSize size(n, n, n);
-    for (unsigned seed = 0; seed < 4; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 4)) {
         std::mt19937 random(seed);
         const Bytes pixels = RandomObject(size, random);
         const Bytes hull = HullOf(size, pixels);
@@ -292,8 +290,7 @@ TEST(ConvexHullComputer, CommutesWithTranslations) {
 }
 
 TEST(ConvexHullComputer, IsExactInLongImages) {
-    for (unsigned seed = 0; seed < 6; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 6)) {
         std::mt19937 random(seed);
         const CSize size = seed % 2 == 0 ? CSize(600001, 4, 3) : CSize(600001, 9);
         Points points;

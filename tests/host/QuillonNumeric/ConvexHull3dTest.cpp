@@ -1,3 +1,5 @@
+#include "support/CRandomSeeds.h"
+
 #include <QuillonNumeric/ConvexHull3d.h>
 
 #include <gtest/gtest.h>
@@ -112,8 +114,7 @@ TEST(ConvexHull3d, ACubeFullOfPointsHasTwelveTriangles) {
 }
 
 TEST(ConvexHull3d, IsTheHullOfRandomPointsSparseAndDense) {
-    for (unsigned seed = 0; seed < 400; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 400)) {
         std::mt19937 random(seed);
         // Few positions for many points: many are equal, many are coplanar.
         Points points = RandomPoints(random, 4 + static_cast<int>(seed % 60), 1 + seed % 13);
@@ -142,8 +143,7 @@ TEST(ConvexHull3d, HasAllPointsOnASphereAsCorners) {
 }
 
 TEST(ConvexHull3d, IsExactOverTheFullExtentOfLargeImages) {
-    for (unsigned seed = 0; seed < 20; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 20)) {
         std::mt19937 random(seed);
         // 2^19 along each axis corresponds to an image of 2^57 pixels. The points are a slightly sloped plane
         // and points one pixel beside it: in floating point they would be coplanar.

@@ -1,4 +1,5 @@
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/TestImage.h"
 
 #include <QuillonBase/Parallel.h>
@@ -232,13 +233,12 @@ using Integers = testing::Types<unsigned char, unsigned short, unsigned int>;
 TYPED_TEST_SUITE(CFastLocalThresholdingOfIntegers, Integers);
 
 TYPED_TEST(CFastLocalThresholdingOfIntegers, EqualsTheDefinitionSummedWindowByWindow) {
-    for (unsigned seed = 0; seed < 600; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 600)) {
         std::mt19937 random(seed);
         const CSize size = RandomSize(random);
         const auto image = RandomIntegers<TypeParam>(size, random);
         const StParameters parameters = RandomParameters(random);
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", size " + size.ToString() + ", " +
-                     ToString(parameters));
+        SCOPED_TRACE("size " + size.ToString() + ", " + ToString(parameters));
         ASSERT_EQ(Binarized(*image, parameters), BruteForce<TypeParam>(*image, parameters));
     }
 }
@@ -251,8 +251,7 @@ TYPED_TEST(CFastLocalThresholdingOfIntegers, EqualsTheDefinitionBeyondTheFirstCh
             const auto image = RandomIntegers<TypeParam>(size, random);
             for (const std::int32_t method : {c_niblack, c_sauvola}) {
                 const StParameters parameters{w, -0.2, method};
-                SCOPED_TRACE("seed " + std::to_string(seed) + ", size " + size.ToString() + ", " +
-                             ToString(parameters));
+                SCOPED_TRACE("size " + size.ToString() + ", " + ToString(parameters));
                 ASSERT_EQ(Binarized(*image, parameters), BruteForce<TypeParam>(*image, parameters));
             }
         }
@@ -285,7 +284,7 @@ TYPED_TEST(CFastLocalThresholdingOfIntegers, HoldsTheSumsOfLargeWindows) {
     }
 }
 
-TYPED_TEST(CFastLocalThresholdingOfIntegers, MakesBackgroundOfAConstantImageByNiblack) {
+TYPED_TEST(CFastLocalThresholdingOfIntegers, AConstantImageBecomesBackgroundByNiblack) {
     for (const double value : {0.0, 1.0, 77.0, static_cast<double>(std::numeric_limits<TypeParam>::max())}) {
         const auto image =
             ImageOf(CSize(9, 4, 5), std::vector<TypeParam>(180, static_cast<TypeParam>(value)));
@@ -319,8 +318,7 @@ TYPED_TEST(CFastLocalThresholdingOfIntegers, ComparesAPixelWithItselfInAWindowOf
 TYPED_TEST(CFastLocalThresholdingOfIntegers, DoesNotDependOnOrderAndDirectionOfTheAxes) {
     constexpr std::array<std::array<int, 3>, 6> orders{
         {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}}};
-    for (unsigned seed = 0; seed < 12; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : test::CRandomSeeds(0, 12)) {
         std::mt19937 random(seed);
         const std::array<std::int64_t, 3> extents{11, 6, 4};
         const auto image = RandomIntegers<TypeParam>(CSize(11, 6, 4), random);
@@ -380,7 +378,7 @@ TEST(CFastLocalThresholding, CutsTheWindowAtTheBorder) {
     EXPECT_EQ(Binarized(*image, {1, 0.0, c_niblack}), (Bytes{0, 1, 1, 0}));
 }
 
-TEST(CFastLocalThresholding, TakesOneThresholdForAllPixelsOnceTheWindowCoversTheImage) {
+TEST(CFastLocalThresholding, UsesOneThresholdForAllPixelsIfTheWindowCoversTheImage) {
     std::mt19937 random(5);
     const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, CSize(8, 9, 10), random, 0.0, 256.0);
     const std::vector<unsigned char> pixels = test::PixelsOf<unsigned char>(*image);
@@ -400,8 +398,8 @@ TEST(CFastLocalThresholding, TakesOneThresholdForAllPixelsOnceTheWindowCoversThe
     EXPECT_LT(leastAbove, 256);
 }
 
-TEST(CFastLocalThresholding, AnswersForThirtyTwoBitsAsForSixteenByNiblack) {
-    for (unsigned seed = 0; seed < 50; ++seed) {
+TEST(CFastLocalThresholding, Thresholds32BitsLike16ByNiblack) {
+    for (const unsigned seed : test::CRandomSeeds(0, 50)) {
         std::mt19937 random(seed);
         const CSize size = RandomSize(random);
         const auto words = RandomIntegers<unsigned short>(size, random);
@@ -409,17 +407,17 @@ TEST(CFastLocalThresholding, AnswersForThirtyTwoBitsAsForSixteenByNiblack) {
         const auto longs = ImageOf(size, std::vector<unsigned int>(pixels.begin(), pixels.end()));
         StParameters parameters = RandomParameters(random);
         parameters.method = c_niblack;
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + ToString(parameters));
+        SCOPED_TRACE(ToString(parameters));
         ASSERT_EQ(Binarized(*longs, parameters), Binarized(*words, parameters));
     }
 }
 
-TEST(CFastLocalThresholding, AnswersForFloatsAsExactArithmeticWould) {
+TEST(CFastLocalThresholding, ThresholdsFloatsAsExactArithmeticDoes) {
     constexpr std::array<std::array<double, 2>, 5> ranges{
         {{0.0, 1.0}, {-1.0, 1.0}, {0.0, 65535.0}, {999'999.0, 1'000'001.0}, {-1e30, 1e30}}};
     std::int64_t pixelCount = 0;
     std::int64_t closeCount = 0;
-    for (unsigned seed = 0; seed < 600; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 600)) {
         std::mt19937 random(seed);
         const CSize size = seed % 20 == 0 ? CSize(3, 4, 80) : RandomSize(random);
         const auto range = ranges[random() % ranges.size()];
@@ -427,8 +425,7 @@ TEST(CFastLocalThresholding, AnswersForFloatsAsExactArithmeticWould) {
         StParameters parameters = RandomParameters(random);
         // A window of one is its own mean, and what exact arithmetic calls equal is close.
         parameters.w = std::max(parameters.w, 1);
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", size " + size.ToString() + ", " +
-                     ToString(parameters));
+        SCOPED_TRACE("size " + size.ToString() + ", " + ToString(parameters));
         const Bytes answer = Binarized(*image, parameters);
         const std::vector<StFloatAnswer> expected = BruteForceFloat(*image, parameters);
         ASSERT_EQ(answer.size(), expected.size());
@@ -442,7 +439,7 @@ TEST(CFastLocalThresholding, AnswersForFloatsAsExactArithmeticWould) {
 }
 
 // The means differ widely from that of the image, by which floats are shifted.
-TEST(CFastLocalThresholding, MakesBackgroundOfWhatIsConstantInAFloatImage) {
+TEST(CFastLocalThresholding, ConstantPartsOfAFloatImageBecomeBackground) {
     for (const float value : {0.0F, 0.1F, -1000.0F, 3.25F}) {
         for (const std::int32_t w : {1, 2, 5}) {
             std::mt19937 random(1);
@@ -460,7 +457,7 @@ TEST(CFastLocalThresholding, MakesBackgroundOfWhatIsConstantInAFloatImage) {
     }
 }
 
-TEST(CFastLocalThresholding, AnswersForAShiftedFloatImageAlikeByNiblack) {
+TEST(CFastLocalThresholding, ThresholdsAShiftedFloatImageAlikeByNiblack) {
     std::mt19937 random(11);
     const CSize size(20, 18, 70);
     std::vector<float> pixels;
@@ -476,11 +473,10 @@ TEST(CFastLocalThresholding, AnswersForAShiftedFloatImageAlikeByNiblack) {
     }
 }
 
-TEST(CFastLocalThresholding, MakesBackgroundOfWindowsWithPixelsThatAreNotFinite) {
+TEST(CFastLocalThresholding, WindowsWithPixelsThatAreNotFiniteBecomeBackground) {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     constexpr std::array bad{std::numeric_limits<float>::quiet_NaN(), infinity, -infinity};
-    for (unsigned seed = 0; seed < 60; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : test::CRandomSeeds(0, 60)) {
         std::mt19937 random(seed);
         const CSize size = seed % 10 == 0 ? CSize(4, 5, 70) : RandomSize(random);
         const auto image = test::RandomImage<float>(IMAGE_GREY_F, size, random, 100.0, 200.0);
@@ -502,14 +498,14 @@ TEST(CFastLocalThresholding, MakesBackgroundOfWindowsWithPixelsThatAreNotFinite)
     }
 }
 
-TEST(CFastLocalThresholding, MakesBackgroundOfAnImageWithoutAFinitePixel) {
+TEST(CFastLocalThresholding, AnImageWithoutAFinitePixelBecomesBackground) {
     const auto image =
         ImageOf(CSize(4, 3, 2), std::vector<float>(24, std::numeric_limits<float>::quiet_NaN()));
     EXPECT_EQ(Binarized(*image, {1, -0.2, c_niblack}), Bytes(24, 0));
     EXPECT_EQ(Binarized(*image, {1, 0.2, c_sauvola}), Bytes(24, 0));
 }
 
-TEST(CFastLocalThresholding, MakesBackgroundOfEverythingIfTheThresholdIsNotANumber) {
+TEST(CFastLocalThresholding, EverythingBecomesBackgroundIfTheThresholdIsNotANumber) {
     constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
     std::mt19937 random(2);
     const CSize size(5, 6, 7);
@@ -557,7 +553,7 @@ TEST_F(CFastLocalThresholdingThreads, GiveTheSameWhateverTheirNumber) {
     }
 }
 
-TEST(CFastLocalThresholding, TakesImagesWithABorder) {
+TEST(CFastLocalThresholding, AcceptsImagesWithABorder) {
     std::mt19937 random(23);
     const CSize size(9, 8, 7);
     const auto image = test::RandomImage<unsigned short>(IMAGE_GREY_16, size, random, 0.0, 65536.0);

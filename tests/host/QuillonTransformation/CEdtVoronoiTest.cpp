@@ -1,5 +1,6 @@
-#include "host/QuillonBase/CRecordingProgress.h"
-#include "host/QuillonTransformation/DistanceOracle.h"
+#include "oracles/DistanceOracle.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 
 #include <QuillonBase/Parallel.h>
@@ -135,8 +136,7 @@ TEST(VoronoiEdt, PutsSeedsJustOutsideAnEmbeddedLine) {
 
 TEST(VoronoiEdt, TakesUpDistancesFoundAlongOtherAxes) {
     CLines lines;
-    for (unsigned seed = 0; seed < 2000; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 2000)) {
         std::mt19937 random(seed);
         Floats line(1 + random() % 40);
         const auto range = 1 + random() % (seed % 2 == 0 ? 12 : 1000);
@@ -260,12 +260,11 @@ TEST(CEdtVoronoi, HonoursTheSpacing) {
 }
 
 TEST(CEdtVoronoi, EqualsEverySeedTriedToTheInteger) {
-    for (unsigned seed = 0; seed < 400; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 400)) {
         std::mt19937 random(seed);
         const auto image = test::RandomBinary(random, test::RandomSize(random, seed % 8 == 0 ? 33 : 16));
         const StMode mode = RandomMode(random);
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + image->Size().ToString() + ", " +
-                     ToString(mode));
+        SCOPED_TRACE(image->Size().ToString() + ", " + ToString(mode));
         ASSERT_EQ(Map<float>(*image, mode), Expected<float>(*image, mode, {1, 1, 1}));
         ASSERT_EQ(Map<unsigned>(*image, mode), Expected<unsigned>(*image, mode, {1, 1, 1}));
     }
@@ -274,21 +273,20 @@ TEST(CEdtVoronoi, EqualsEverySeedTriedToTheInteger) {
 TEST(CEdtVoronoi, EqualsEverySeedTriedForPixelsThatAreNoCubes) {
     constexpr std::array<Spacing, 6> spacings{Spacing{1, 2, 3}, {3, 1, 2},      {1.5, 1, 1},
                                               {1, 1, 2},        {0.5, 2, 0.25}, {4, 4, 1}};
-    for (unsigned seed = 0; seed < 300; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 300)) {
         std::mt19937 random(seed);
         const auto image = test::RandomBinary(random, test::RandomSize(random, 17));
         const Spacing& spacing = spacings[seed % spacings.size()];
         CQuillonHeaderTools::SetSpacing(*image, spacing[0], spacing[1], spacing[2]);
         const StMode mode = RandomMode(random);
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + image->Size().ToString() + ", " +
-                     ToString(mode));
+        SCOPED_TRACE(image->Size().ToString() + ", " + ToString(mode));
         // All these squares are exact in floats.
         ASSERT_EQ(Map<float>(*image, mode), Expected<float>(*image, mode, Squares(spacing)));
     }
 }
 
 TEST(CEdtVoronoi, StaysWithinARoundingForAnySpacing) {
-    for (unsigned seed = 0; seed < 200; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 200)) {
         std::mt19937 random(seed);
         const auto image = test::RandomBinary(random, test::RandomSize(random, 16));
         std::uniform_real_distribution<double> exponent(-3.0, 3.0);
@@ -296,8 +294,7 @@ TEST(CEdtVoronoi, StaysWithinARoundingForAnySpacing) {
                               std::exp(exponent(random))};
         CQuillonHeaderTools::SetSpacing(*image, spacing[0], spacing[1], spacing[2]);
         const StMode mode{true, random() % 2 == 0, true, random() % 2 == 0};
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + image->Size().ToString() + ", " +
-                     ToString(mode));
+        SCOPED_TRACE(image->Size().ToString() + ", " + ToString(mode));
         const Floats map = Map<float>(*image, mode);
         const auto expected = Expected<double>(*image, mode, Squares(spacing));
         for (std::size_t i = 0; i < map.size(); ++i)
@@ -305,7 +302,7 @@ TEST(CEdtVoronoi, StaysWithinARoundingForAnySpacing) {
     }
 }
 
-TEST(CEdtVoronoi, GivesExactMultiplesForPixelsThatAreCubes) {
+TEST(CEdtVoronoi, ReturnsExactMultiplesForCubicPixels) {
     for (const double length : {0.7, 2.0, 3e-6, 1e5, 0.0}) {
         std::mt19937 random(17);
         const CSize size = length == 2.0 ? CSize(20, 9) : CSize(20, 9, 7);
@@ -328,7 +325,7 @@ TEST(CEdtVoronoi, CutsOffWhatIsTooLargeForAFloat) {
     EXPECT_EQ(Map<float>(*image, {true, true, true, false})[2], std::nextafter(c_none, 0.0F));
 }
 
-TEST(CEdtVoronoi, TakesPixelsOfNoLengthAndOfNone) {
+TEST(CEdtVoronoi, AcceptsPixelsOfLengthZeroAndOfNoLength) {
     const auto image = Binary(CSize(3, 2), {0, 1, 1, 1, 1, 1});
     CQuillonHeaderTools::SetSpacing(*image, 0.0, 1.0, 1.0);
     EXPECT_EQ(Map<float>(*image, {true, true, true, false}), (Floats{0, 0, 0, 1, 1, 1}));
@@ -355,8 +352,8 @@ TEST(CEdtVoronoi, RoundsTheSpacingOfAMapOfIntegers) {
 }
 
 // A map is made by quicker ways where they do; one line alone goes through the lower envelope.
-TEST(CEdtVoronoi, GivesToTheBitWhatLineAfterLineGives) {
-    for (unsigned seed = 0; seed < 120; ++seed) {
+TEST(CEdtVoronoi, EqualsLineByLineProcessingToTheBit) {
+    for (const unsigned seed : test::CRandomSeeds(0, 120)) {
         std::mt19937 random(seed);
         const auto binary = test::RandomBinary(random, test::RandomSize(random, 33));
         const CSize& size = binary->Size();
@@ -365,7 +362,7 @@ TEST(CEdtVoronoi, GivesToTheBitWhatLineAfterLineGives) {
             seed % 4 == 0 ? Spacing{1, 1, 1} : Spacing{length(random), length(random), length(random)};
         CQuillonHeaderTools::SetSpacing(*binary, spacing[0], spacing[1], spacing[2]);
         const bool embedded = random() % 2 == 0;
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + size.ToString());
+        SCOPED_TRACE(size.ToString());
 
         Floats pixels;
         for (const unsigned char pixel : test::PixelsOf<unsigned char>(*binary))
@@ -399,7 +396,7 @@ TEST(CEdtVoronoi, GivesToTheBitWhatLineAfterLineGives) {
 TEST(CEdtVoronoi, EqualsEverySeedTriedWhereSeedsAreFarApart) {
     constexpr std::array<std::array<std::int64_t, 3>, 6> sizes{
         {{300, 40, 3}, {40, 300, 3}, {3, 40, 300}, {260, 260, 1}, {33, 20, 180}, {1, 1000, 20}}};
-    for (unsigned seed = 0; seed < 36; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 36)) {
         std::mt19937 random(seed);
         const auto& extents = sizes[seed % sizes.size()];
         const CSize size(extents[0], extents[1], extents[2]);
@@ -408,7 +405,7 @@ TEST(CEdtVoronoi, EqualsEverySeedTriedWhereSeedsAreFarApart) {
             pixels[random() % pixels.size()] = 0;
         const auto image = Binary(size, pixels);
         const StMode mode{true, true, true, seed % 5 == 0};
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + size.ToString() + ", " + ToString(mode));
+        SCOPED_TRACE(size.ToString() + ", " + ToString(mode));
         ASSERT_EQ(Map<float>(*image, mode), Expected<float>(*image, mode, {1, 1, 1}));
         ASSERT_EQ(Map<unsigned>(*image, mode), Expected<unsigned>(*image, mode, {1, 1, 1}));
     }
@@ -454,7 +451,7 @@ TEST(CEdtVoronoi, IsExactUpTo4096PixelsAndRoundsBeyond) {
     }
 }
 
-TEST(CEdtVoronoi, GivesZeroWhereThereIsNoSeedAtAll) {
+TEST(CEdtVoronoi, ReturnsZeroIfThereIsNoSeed) {
     for (const CSize& size : {CSize(7, 6, 5), CSize(300, 2), Line(9)}) {
         const auto count = static_cast<std::size_t>(size.PixelCount());
         const auto image = Binary(size, Bytes(count, 1));
@@ -464,7 +461,7 @@ TEST(CEdtVoronoi, GivesZeroWhereThereIsNoSeedAtAll) {
     }
 }
 
-TEST(CEdtVoronoi, TakesAnEmbeddedImageAsSurroundedBySeeds) {
+TEST(CEdtVoronoi, TreatsAnEmbeddedImageAsSurroundedBySeeds) {
     std::mt19937 random(5);
     const CSize size(19, 8, 7);
     const auto image = test::RandomBinary(random, size);
@@ -493,8 +490,8 @@ TEST(CEdtVoronoi, TakesAnEmbeddedImageAsSurroundedBySeeds) {
     }
 }
 
-TEST(CEdtVoronoi, GivesTheTransposedMapOfATransposedImage) {
-    for (unsigned seed = 0; seed < 20; ++seed) {
+TEST(CEdtVoronoi, ReturnsTheTransposedMapOfATransposedImage) {
+    for (const unsigned seed : test::CRandomSeeds(0, 20)) {
         std::mt19937 random(seed);
         const CSize size(1 + random() % 40, 1 + random() % 40, 1 + random() % 40);
         const auto image = test::RandomBinary(random, size);
@@ -582,7 +579,7 @@ TEST(CEdtVoronoi, FindsTheExtremaOfAnEmbeddedLineToo) {
     EXPECT_EQ(extrema[1]->Double(), 4.0);
 }
 
-TEST(CEdtVoronoi, GivesAMapSpacing1WhereTheImageHasNone) {
+TEST(CEdtVoronoi, SetsSpacing1WhereTheImageHasNone) {
     const auto image = Binary(CSize(2, 2), {0, 1, 1, 1});
     CImage map(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
     CQuillonHeaderTools::SetSpacing(map, 7.0, 8.0, 9.0);
@@ -595,7 +592,7 @@ TEST(CEdtVoronoi, GivesAMapSpacing1WhereTheImageHasNone) {
     EXPECT_EQ(test::PixelsOf<float>(map), (Floats{0, 1, 1, 2}));
 }
 
-TEST(CEdtVoronoi, TakesImagesOfOtherClassesAndWithBorders) {
+TEST(CEdtVoronoi, AcceptsImagesOfOtherClassesAndWithBorders) {
     std::mt19937 random(4);
     const CSize size(35, 20, 18);
     const auto image = test::RandomBinary(random, size);
@@ -760,10 +757,10 @@ TEST(SquaredDistancesToBackground, MeasureTheLayersOfACube) {
 }
 
 TEST(SquaredDistancesToBackground, EqualEveryBackgroundPixelTried) {
-    for (unsigned seed = 0; seed < 200; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 200)) {
         std::mt19937 random(seed);
         const auto image = test::RandomBinary(random, test::RandomSize(random, 17));
-        SCOPED_TRACE("seed " + std::to_string(seed) + ", " + image->Size().ToString());
+        SCOPED_TRACE(image->Size().ToString());
         CImage squares(IMAGE_GREY_32, image->Size(), CSize(0, 0, 0));
         CProgressProxy progress;
         SquaredDistancesToBackground(*image, squares, progress);

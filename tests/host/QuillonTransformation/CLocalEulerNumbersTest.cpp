@@ -1,3 +1,4 @@
+#include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -49,7 +50,7 @@ TEST(LocalEulerNumbers, AreThoseOfTheHelperInImagesOfAnyShapeAndDensity) {
     const std::vector<CSize> sizes{CSize(1, 1, 1), CSize(1, 1, 9), CSize(1, 9, 1), CSize(9, 1, 1),
                                    CSize(2, 2, 2), CSize(1, 7, 8), CSize(3, 1, 5), CSize(33, 5, 2),
                                    CSize(8, 9, 7), CSize(17, 12),  CSize(1, 1)};
-    for (std::uint32_t seed = 0; seed < 9; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 9)) {
         for (const CSize& size : sizes) {
             SCOPED_TRACE(size.ToString() + " seed " + std::to_string(seed));
             std::mt19937 random(seed);

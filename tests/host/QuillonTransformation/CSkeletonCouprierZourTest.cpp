@@ -1,6 +1,7 @@
 #include "engine/files/ImageFile.h"
-#include "host/QuillonBase/CRecordingProgress.h"
-#include "host/QuillonTransformation/TopologyOracle.h"
+#include "oracles/TopologyOracle.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 
 #include <QuillonBase/Parallel.h>
@@ -160,8 +161,7 @@ INSTANTIATE_TEST_SUITE_P(, Thinning, testing::ValuesIn(test::g_neighborhoodIds),
                          [](const auto& id) { return id.param; });
 
 TEST_P(Thinning, IsTheOneOfTheDefinitionWithAndWithoutAnchors) {
-    for (unsigned seed = 1; seed <= 60; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : test::CRandomSeeds(1, 61)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, 11);
         const std::vector<std::uint32_t> distances = test::SquaredDistancesOf(object);
@@ -176,8 +176,7 @@ TEST_P(Thinning, IsTheOneOfTheDefinitionWithAndWithoutAnchors) {
 }
 
 TEST_P(Thinning, KeepsTheTopologyOfLargerObjects) {
-    for (unsigned seed = 1; seed <= 3; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : test::CRandomSeeds(1, 4)) {
         const StObject object = Foam(seed, 30, static_cast<std::int64_t>(seed));
         StStages stages(object);
         stages.FindAxis();
@@ -217,8 +216,7 @@ TEST_P(Thinning, LeavesAClosedSurfaceOfAHollowSolid) {
 }
 
 TEST_P(Thinning, MovesWithTheObjectWhateverLiesAroundIt) {
-    for (unsigned seed = 1; seed <= 20; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : test::CRandomSeeds(1, 21)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, 12);
         StStages stages(object);
@@ -228,7 +226,7 @@ TEST_P(Thinning, MovesWithTheObjectWhateverLiesAroundIt) {
     }
 }
 
-TEST_P(Thinning, GivesTheSameTwiceAndWithAnyNumberOfThreads) {
+TEST_P(Thinning, ReturnsTheSameTwiceAndWithAnyNumberOfThreads) {
     const StObject object = Foam(5, 24, 2);
     const Bytes expected = SkeletonInOneCall(object, GetParam(), 1, 1.0F).pixels;
     for (const int threadCount : {1, 2, 7}) {
@@ -248,7 +246,7 @@ TEST_P(Thinning, WithWidePlacesIsTheSame) {
     EXPECT_EQ(ObjectOf(*output).pixels, stages.Skeleton(GetParam(), None(object)).pixels);
 }
 
-TEST_P(Thinning, TakesImagesWithoutPixelsAndWithOne) {
+TEST_P(Thinning, AcceptsImagesWithoutPixelsAndWithOne) {
     for (const CSize& size : {CSize(0, 0, 0), CSize(0, 5, 5), CSize(5, 5, 0)}) {
         const auto image = NewImage(IMAGE_BINARY_FG, size);
         const auto output = NewImage(IMAGE_BINARY_FG, size);
@@ -302,7 +300,7 @@ TEST(Skeletons, OfARingWithoutAnchorsAreClosedCurves) {
     }
 }
 
-TEST(TopologyOracle, KnowsTheEulerNumbersOfTwoPixels) {
+TEST(TopologyOracle, ComputesTheEulerNumbersOfTwoPixels) {
     const auto numbers = [](const test::Vector& first, const test::Vector& second) {
         StObject object(2, 2, 2);
         object.pixels[object.Index(first)] = 1;
@@ -406,7 +404,7 @@ TEST(RunSkeletonCouprierZour, RefusesAnotherNeighborhoodBeforeItBegins) {
 
 // --- errors
 
-TEST(EuclideanSkeleton, RefusesImagesThatDoNotFitAndSaysWhich) {
+TEST(EuclideanSkeleton, RefusesImagesThatDoNotFitAndNamesThem) {
     const CSize size(4, 4, 4);
     const auto binary = NewImage(IMAGE_BINARY_FG, size);
     const auto grey = NewImage(IMAGE_GREY_8, size);
@@ -517,7 +515,7 @@ TEST(RunSkeletonCouprierZour, CancelledAnywhereLeavesZeros) {
     EXPECT_GT(questions, 4 * 14);
 }
 
-TEST(EuclideanSkeleton, TellsItsProgressInOnePhase) {
+TEST(EuclideanSkeleton, ReportsItsProgressInOnePhase) {
     test::CRecordingProgress sink;
     CProgressProxy progress(&sink);
     const StObject object = Foam(11, 16, 1);

@@ -1,3 +1,4 @@
+#include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -138,7 +139,7 @@ bool IsCleanAround(const CSkeletonHelper& helper) {
     return isClean;
 }
 
-TEST(SkeletonHelperCube, StandsForThePixelsAroundAPosition) {
+TEST(SkeletonHelperCube, RepresentsThePixelsAroundAPosition) {
     // 5 x 4 x 3 pixels; foreground is where x + 2 y + 4 z divides by 3.
     std::vector<unsigned char> pixels;
     for (int z = 0; z < 3; ++z) {
@@ -163,7 +164,7 @@ TEST(SkeletonHelperCube, StandsForThePixelsAroundAPosition) {
     }
 }
 
-TEST(SkeletonHelperCube, TakesWhatIsBeyondTheBorderForBackgroundOrForegroundAsTold) {
+TEST(SkeletonHelperCube, TreatsPixelsBeyondTheBorderAsBackgroundOrForegroundAsRequested) {
     const auto image = test::ImageOf<unsigned char>(IMAGE_BINARY_FG, CSize(1, 1, 1), {1});
     CSkeletonHelper helper(*image);
     const auto cube = [&](int object, int outside) {
@@ -381,8 +382,7 @@ std::set<Pixel> RandomPixels(std::mt19937& random) {
 }
 
 TEST_F(SkeletonHelperEulerNumber, IsThatOfTheComplexWhoseCellsAreCounted) {
-    for (std::uint32_t seed = 0; seed < 400; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 400)) {
         std::mt19937 random(seed);
         const std::set<Pixel> pixels = RandomPixels(random);
         const std::vector expected{
@@ -443,8 +443,7 @@ std::vector<int> TunnelsOf(const std::vector<int>& eulerNumbers, const std::set<
 }
 
 TEST_F(SkeletonHelperEulerNumber, NeverExceedsThePiecesAndCavitiesThatAreCounted) {
-    for (std::uint32_t seed = 0; seed < 1000; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 1000)) {
         std::mt19937 random(seed);
         const std::set<Pixel> pixels = RandomPixels(random);
         ASSERT_GE(std::ranges::min(TunnelsOf(EulerNumbersOf(pixels), pixels)), 0);

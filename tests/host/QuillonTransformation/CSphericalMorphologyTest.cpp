@@ -1,5 +1,6 @@
-#include "host/QuillonBase/CRecordingProgress.h"
-#include "host/QuillonTransformation/DistanceOracle.h"
+#include "oracles/DistanceOracle.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 
 #include <QuillonBase/Parallel.h>
@@ -258,8 +259,7 @@ TEST(CSphericalMorphology, FollowsItsDefinitionForEveryRadius) {
 }
 
 TEST(CSphericalMorphology, FollowsItsDefinitionForRandomImages) {
-    for (unsigned seed = 0; seed < 250; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 250)) {
         std::mt19937 random(seed);
         const auto image = test::RandomBinary(random, test::RandomSize(random, seed % 10 == 0 ? 33 : 9));
         const auto square = static_cast<std::int64_t>(random() % 17);
@@ -345,7 +345,7 @@ TEST(CSphericalMorphology, SurvivesHugeRadii) {
 }
 
 TEST(CSphericalMorphology, OrdersErosionOpeningImageClosingAndDilation) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 60)) {
         std::mt19937 random(seed);
         const auto image = test::RandomBinary(random, CSize(30, 20, 18));
         const float radius = static_cast<float>(random() % 50) / 10.0F;
@@ -363,8 +363,7 @@ TEST(CSphericalMorphology, OrdersErosionOpeningImageClosingAndDilation) {
 }
 
 TEST(CSphericalMorphology, GrowsWithTheImage) {
-    for (unsigned seed = 0; seed < 30; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 30)) {
         std::mt19937 random(seed);
         const CSize size(25, 14, 16);
         const auto image = test::RandomBinary(random, size);
@@ -396,7 +395,7 @@ TEST(CSphericalMorphology, ErodesTheObjectAsItDilatesTheBackgroundWhenReflected)
     }
 }
 
-TEST(CSphericalMorphology, TakesAllThatIsNotZeroAsObjectAndAnswersWithOnes) {
+TEST(CSphericalMorphology, TreatsAnyNonZeroPixelAsObjectAndWritesOnes) {
     const auto image = Binary(CSize(4, 1), {0, 200, 0, 0});
     EXPECT_EQ(Result(&CSphericalMorphology::Dilate, *image, 1.0F), (Bytes{1, 1, 1, 0}));
     EXPECT_EQ(Result(&CSphericalMorphology::Closing, *image, 0.0F), (Bytes{0, 1, 0, 0}));
@@ -418,7 +417,7 @@ TEST(CSphericalMorphology, LeavesTheSourceAloneAndWorksInPlace) {
     }
 }
 
-TEST(CSphericalMorphology, TakesImagesOfOtherClassesAndWithBorders) {
+TEST(CSphericalMorphology, AcceptsImagesOfOtherClassesAndWithBorders) {
     std::mt19937 random(4);
     const CSize size(35, 20, 18);
     const auto image = test::RandomBinary(random, size);

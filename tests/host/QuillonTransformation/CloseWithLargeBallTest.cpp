@@ -1,4 +1,5 @@
-#include "host/QuillonTransformation/DistanceOracle.h"
+#include "oracles/DistanceOracle.h"
+#include "support/CRandomSeeds.h"
 
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonBase/Parallel.h>
@@ -121,8 +122,7 @@ std::size_t CountOf(const Bytes& pixels) {
 TEST(CloseWithLargeBall, FollowsTheDefinitionForBallsOfEverySizeInRandomImages) {
     std::size_t changed = 0;
     std::size_t kept = 0;
-    for (unsigned seed = 0; seed < 150; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 150)) {
         std::mt19937 random(seed);
         const CSize size = test::RandomSize(random, 7);
         // Up to a radius of twice the largest image.

@@ -1,4 +1,5 @@
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -134,16 +135,14 @@ TEST(CCylinderMask, TreatsEveryAxisButCapitalXAndYAsZ) {
 }
 
 TEST(CCylinderMask, EqualsThePixelwiseTestForAllKindsOfCylinders) {
-    constexpr unsigned seed = 20240703;
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 17)(random); };
     const std::array<std::string, 3> axes{"X", "Y", "Z"};
-    for (int trial = 0; trial < 3000; ++trial) {
-        const CSize size = trial % 3 == 0 ? CSize(extent(), extent()) : CSize(extent(), extent(), extent());
+    for (const unsigned seed : test::CRandomSeeds(0, 3000)) {
+        std::mt19937 random(seed);
+        const auto extent = [&random] { return std::uniform_int_distribution<std::int64_t>(1, 17)(random); };
+        const CSize size = seed % 3 == 0 ? CSize(extent(), extent()) : CSize(extent(), extent(), extent());
         std::uniform_real_distribution<double> number(-6, 24);
         StCylinder cylinder{axes[random() % 3], number(random), number(random), number(random) / 2};
-        if (trial % 2 == 0) { // integers lie exactly on the edge of the cylinder
+        if (seed % 2 == 0) { // integers lie exactly on the edge of the cylinder
             cylinder.s = std::round(cylinder.s);
             cylinder.t = std::round(2 * cylinder.t) / 2;
             cylinder.radius = std::round(cylinder.radius);

@@ -2,6 +2,7 @@
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2image/CImageExtraction.h>
 
+#include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -80,9 +81,6 @@ TEST(CImageExtraction, CopiesPartOfALine) {
 }
 
 TEST(CImageExtraction, BoxCopiesEveryPixelOfRandomBoxes) {
-    const auto seed = std::random_device()();
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
     const CSize size(7, 6, 5);
     CImage source(IMAGE_GREY_F, size, CSize(1, 2, 1));
     const CImageView<float> pixels(source);
@@ -92,7 +90,8 @@ TEST(CImageExtraction, BoxCopiesEveryPixelOfRandomBoxes) {
                 pixels.Row(y, z)[x] = static_cast<float>(x + 10 * y + 100 * z);
         }
     }
-    for (int round = 0; round < 200; ++round) {
+    for (const unsigned seed : test::CRandomSeeds(0, 200)) {
+        std::mt19937 random(seed);
         CBox box;
         for (int axis = 0; axis < 3; ++axis) {
             box.first[axis] = std::uniform_int_distribution<std::int64_t>(0, size[axis] - 1)(random);

@@ -166,7 +166,7 @@ TEST(CImage, AttributesAreATreeThatCanBeWritten) {
     EXPECT_TRUE(constant.Attributes().HasEntry("meta/unit"));
 }
 
-TEST(CImage, ResizeGivesAZeroImageOfTheNewSize) {
+TEST(CImage, AResizedImageHasTheNewSizeAndIsZero) {
     const auto image = CountingImage(CSize(5, 4, 3));
     image->Attributes().SetEntry("label", new CValueLong(1));
     EXPECT_EQ(&image->Resize(CSize(2, 3), CSize(1, 0)), image.get());
@@ -256,7 +256,7 @@ TEST(CImage, CopyOfAViewIsDeep) {
     EXPECT_EQ(PixelsOf<Byte>(copy), Counting(6));
 }
 
-TEST(CImage, ResizeGivesAViewPixelsOfItsOwn) {
+TEST(CImage, AResizedViewHasPixelsOfItsOwn) {
     Bytes pixels = Counting(6);
     CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
     view.Resize(CSize(2, 2), g_noBorder);

@@ -55,11 +55,13 @@ CValueMap* Listed(CValueMap& tree, std::size_t index) {
 
 using Documents = std::vector<std::unique_ptr<CValueMap>>;
 
-/// What a document shows: label, type, size and all bytes of the pixels.
+/// What a document shows: label, type, size, history and all bytes of the pixels.
 std::string Shown(const CValueMap& document) {
     const auto& image = *UnwrapPointer<CImage>(document.Entry("content", true));
     std::string shown = document.Entry("label", true)->String().Std() + " " + image.Type().ToString() + " " +
                         image.Size().ToString() + " ";
+    for (const std::string& line : test::HistoryOf(image))
+        shown += line + "\n";
     const auto addPixels = [&]<class T>(T) {
         for (const T pixel : test::PixelsOf<T>(image)) {
             char bytes[sizeof pixel];
@@ -117,7 +119,7 @@ TEST_P(HandOver, ReplacesWhatThePluginBeginsAnewAndKeepsTheRest) {
     EXPECT_EQ(count, m_row.documentCount);
 }
 
-TEST_P(HandOver, ATextInPlaceOfTheOutputGivesWayOrRefusesTheDocumentAndStays) {
+TEST_P(HandOver, ATextInPlaceOfTheOutputIsReplacedOrRaisesAndStays) {
     m_tree.SetEntry("output", new CValueString("in the way", CString::NPOS));
     if (m_begunAnew == "output") {
         EXPECT_NO_THROW(m_run.GetData());

@@ -35,6 +35,8 @@ enum class EnWindow { NONE, MESSAGE, FORM, FILE };
 struct StPluginRow {
     /// What the factory is asked for.
     const char* name;
+    /// The name that the plug-in reports itself; null for none.
+    const char* pluginName = nullptr;
     /// The types and dimensions that `TestParameters` takes, and the least extent along each axis.
     std::vector<ORVEN::IImage::CType> types;
     std::vector<int> dimensions;

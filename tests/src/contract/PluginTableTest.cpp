@@ -3,10 +3,15 @@
 #include "src/contract/PluginTable.h"
 #include "support/QtTest.h"
 
+#include <sorblib2core/CExBadParam.h>
+#include <sorblib2core/CString.h>
+#include <sorblib2core/CValueString.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 
 namespace {
 
@@ -14,12 +19,19 @@ using namespace ORVEN;
 using test::EnWindow;
 using test::StPluginRow;
 
+/// These keep the document that they have where the tree holds none. The others raise.
+bool IgnoresWrongDocuments(const StPluginRow& row) {
+    constexpr std::array<std::string_view, 4> names{"FeatureToImage", "LocalFiberDirections",
+                                                    "LocalFiberDirectionsDialog", "VoronoiEdtPlugin"};
+    return std::ranges::count(names, row.name) != 0;
+}
+
 class PluginTable : public testing::TestWithParam<const StPluginRow*> {
 protected:
     const StPluginRow& m_row = *GetParam();
 };
 
-TEST_P(PluginTable, TakesTheTypesDimensionsAndExtentsOfItsRowAndNoOther) {
+TEST_P(PluginTable, AcceptsTheTypesDimensionsAndExtentsOfItsRowOnly) {
     constexpr std::array types{IMAGE_GREY_8,    IMAGE_GREY_16,   IMAGE_GREY_32,  IMAGE_GREY_F,
                                IMAGE_COMPLEX_F, IMAGE_BINARY_FG, IMAGE_BINARY_BG};
     for (const auto& type : types) {
@@ -37,7 +49,7 @@ TEST_P(PluginTable, TakesTheTypesDimensionsAndExtentsOfItsRowAndNoOther) {
     }
 }
 
-TEST_P(PluginTable, TheNormalRunDeliversMeasuresAndShowsWhatItsRowSays) {
+TEST_P(PluginTable, TheNormalRunDeliversMeasuresAndShowsWhatItsRowDescribes) {
     test::CPluginRun run(m_row);
     ASSERT_TRUE(run.Accepts());
     run.Run();
@@ -55,6 +67,38 @@ TEST_P(PluginTable, TheNormalRunWorksWithAllAttributesToo) {
     ASSERT_TRUE(run.Accepts());
     run.Run();
     EXPECT_EQ(run.Host().DocumentCount(), m_row.documentCount);
+}
+
+TEST_P(PluginTable, SetupHoldsTheVersionAndTheNameOfItsRowOnly) {
+    CValueMap setup;
+    test::CreatePlugin(m_row.name)->GetPluginSetup(setup);
+    EXPECT_EQ(setup.EntryString("Version").Std(), "version 1.0.0");
+    ASSERT_EQ(setup.HasEntry("PluginName"), m_row.pluginName != nullptr);
+    if (m_row.pluginName != nullptr) {
+        EXPECT_EQ(setup.EntryString("PluginName").Std(), m_row.pluginName);
+    }
+    EXPECT_EQ(setup.Size(), m_row.pluginName != nullptr ? 2U : 1U);
+}
+
+TEST_P(PluginTable, AnEmptyTreeIsRefusedAndStaysEmpty) {
+    test::CPluginRun run(m_row);
+    run.Host().Tree().Clear();
+    EXPECT_FALSE(run.Accepts());
+    EXPECT_NO_THROW(run.Update());
+    EXPECT_NO_THROW(run.GetData());
+    EXPECT_TRUE(run.Host().Tree().IsEmpty());
+    EXPECT_TRUE(run.Windows().empty());
+}
+
+TEST_P(PluginTable, ATextInPlaceOfTheDocumentIsRefused) {
+    test::CPluginRun run(m_row);
+    run.Host().Tree().SetEntry("input/documents/focused", new CValueString("focus", CString::NPOS));
+    EXPECT_FALSE(run.Accepts());
+    if (IgnoresWrongDocuments(m_row)) {
+        EXPECT_NO_THROW(run.Update());
+    } else {
+        EXPECT_THROW(run.Update(), CExBadParam);
+    }
 }
 
 class PluginTableOfReaders : public PluginTable {};

@@ -132,11 +132,11 @@ protected:
     test::CPluginRun m_run{m_row};
 };
 
-TEST_P(WrongAttributes, AreRefusedOrPassedOver) { CheckEveryStep(g_kinds); }
+TEST_P(WrongAttributes, AreRefusedOrIgnored) { CheckEveryStep(g_kinds); }
 
-TEST_P(WrongAttributes, WithExtremeNumbersAreRefusedOrPassedOver) { CheckEveryStep(g_extremes); }
+TEST_P(WrongAttributes, WithExtremeNumbersAreRefusedOrIgnored) { CheckEveryStep(g_extremes); }
 
-TEST_P(WrongAttributes, ThatComeAfterTheUpdateAreRefusedOrPassedOver) {
+TEST_P(WrongAttributes, SetAfterTheUpdateAreRefusedOrIgnored) {
     ForEachWrongEntry(g_kinds, [&](const std::function<void()>& spoil) {
         m_run.Update();
         spoil();

@@ -60,13 +60,13 @@ protected:
     CValueMap m_document;
 };
 
-TEST_P(WrongContent, NoneAtAllAndANullPointerAreNothingToWorkOn) {
+TEST_P(WrongContent, MissingOrNullIsIgnored) {
     ReturnsWithoutWritingAnything();
     m_document.SetEntry("content", new CValuePointer<CImage>(nullptr, 1));
     ReturnsWithoutWritingAnything();
 }
 
-TEST_P(WrongContent, OfAnotherKindIsPassedOverOrRefused) {
+TEST_P(WrongContent, OfAnotherKindIsIgnoredOrRefused) {
     CValueMap other;
     const std::array<std::function<CValue*()>, 4> kinds{
         []() -> CValue* { return new CValueString("image", CString::NPOS); },

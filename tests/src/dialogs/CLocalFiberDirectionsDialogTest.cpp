@@ -86,7 +86,7 @@ TEST_F(FiberDirectionsDialog, LetsFractionsBeTypedButNoLettersAndSigns) {
     EXPECT_EQ(Text(dialog.radius_edit), "2.75");
 }
 
-TEST_F(FiberDirectionsDialog, TakesNumbersWithAPointInAnyLocale) {
+TEST_F(FiberDirectionsDialog, ReadsNumbersWithAPointInAnyLocale) {
     const QLocale before;
     QLocale::setDefault(QLocale(QLocale::German));
     {
@@ -201,7 +201,7 @@ TEST_F(FiberDirectionsDialog, SwitchesBetweenOtsuAndMask) {
     EXPECT_FALSE(dialog.comboMasks->isEnabled());
 }
 
-TEST_F(FiberDirectionsDialog, TellsTheMaskThatIsChosen) {
+TEST_F(FiberDirectionsDialog, ReportsTheMaskThatIsChosen) {
     EXPECT_EQ(dialog.GetMaskName(), "");
     const std::string name = "Maske gro\xc3\x9f.nrrd"; // UTF-8, and comes back byte by byte
     dialog.AddMaskName("b.nrrd");
@@ -371,7 +371,7 @@ TEST_F(FiberDirectionsDialog, HandsOutSubfieldsOnlyWhenTheyAreAskedFor) {
     EXPECT_EQ((std::array{sizeX, sizeY, sizeZ}), (std::array{20.5, 20.5, 0.0}));
 }
 
-TEST_F(FiberDirectionsDialog, GivesNoOtsuFactorForNoText) {
+TEST_F(FiberDirectionsDialog, ReturnsNoOtsuFactorForAnEmptyText) {
     dialog.offset_edit->clear();
     EXPECT_EQ(dialog.GetOtsuFactor(), 0.0);
 }

@@ -181,7 +181,7 @@ TEST_F(FiberDirectionsForm, ReachesTheSameWidgetsThroughItsMembers) {
         EXPECT_EQ(&Find(name), member) << name;
 }
 
-TEST_F(FiberDirectionsForm, IsLaidOutAsItIsToldTo) {
+TEST_F(FiberDirectionsForm, HasTheDescribedLayout) {
     EXPECT_EQ(Describe(*form.layout()),
               "CLocalFiberDirectionsDialog_skelLayout[select_radius_group select_size_group advanced_box "
               "layout14_2[spacer OK_button Cancel_button]]");
@@ -240,7 +240,7 @@ TEST_F(FiberDirectionsForm, TakesItsNameFlagsAndModalityAsArguments) {
     EXPECT_EQ(other.windowType(), Qt::Tool);
 }
 
-TEST_F(FiberDirectionsForm, IsAsLargeAsItIsToldToUnlessItNeedsMore) {
+TEST_F(FiberDirectionsForm, HasTheRequestedSizeUnlessItNeedsMore) {
     EXPECT_EQ(form.size(), QSize(536, 502).expandedTo(form.minimumSizeHint()));
 }
 
@@ -277,7 +277,7 @@ TEST_F(FiberDirectionsForm, ConnectsTheEditsAndTheFirstRadioButtonToTheirSlots) 
     EXPECT_EQ(CWarnings::TakeAll(), Texts{g_otsuWarning});
 }
 
-TEST_F(FiberDirectionsForm, ConnectsNothingElseToASlot) {
+TEST_F(FiberDirectionsForm, ConnectsNoOtherSignalToASlot) {
     for (const bool isOn : {true, false}) {
         form.select_size_group->setChecked(isOn);
         form.advanced_box->setChecked(isOn);
@@ -297,7 +297,7 @@ TEST_F(FiberDirectionsForm, IsClosedByItsTwoButtons) {
     EXPECT_EQ(form.exec(), QDialog::Rejected);
 }
 
-TEST_F(FiberDirectionsForm, GivesItsButtonsTheirKeysAndSizes) {
+TEST_F(FiberDirectionsForm, SetsTheKeysAndSizesOfItsButtons) {
     EXPECT_EQ(form.OK_button->shortcut(), QKeySequence("Alt+O"));
     EXPECT_EQ(form.Cancel_button->shortcut(), QKeySequence("Alt+C"));
     for (const QPushButton* button : {form.OK_button, form.Cancel_button})
@@ -336,7 +336,7 @@ TEST_F(FiberDirectionsForm, KeepsItsDisplaysAndRadioButtonsDisabledWhateverIsSwi
         EXPECT_TRUE(widget->isEnabled()) << widget->objectName().toStdString();
 }
 
-TEST_F(FiberDirectionsForm, LooksAsItIsToldTo) {
+TEST_F(FiberDirectionsForm, HasTheDescribedLook) {
     EXPECT_EQ(form.select_size_group->palette().color(QPalette::WindowText), QColor(Qt::black));
     for (const QLabel* label : {form.textLabel1, form.textLabel2_5})
         EXPECT_EQ(label->alignment(), Qt::AlignRight | Qt::AlignVCenter);

@@ -28,11 +28,11 @@ std::string Refusal(const CSize& size, double x, double y, double z) {
 const CSize g_flat(2, 2);
 const CSize g_volume(2, 2, 2);
 
-TEST(RequireIsotropicPixels, LetsAnImageWithoutSpacingPass) {
+TEST(RequireIsotropicPixels, AcceptsAnImageWithoutSpacing) {
     EXPECT_NO_THROW(quillon::RequireIsotropicPixels(CImage(IMAGE_GREY_8, g_volume, CSize(0, 0, 0)), ""));
 }
 
-TEST(RequireIsotropicPixels, LetsEqualLengthsPassWhateverTheyAre) {
+TEST(RequireIsotropicPixels, AcceptsEqualLengthsOfAnyValue) {
     EXPECT_EQ(Refusal(g_volume, 0.25, 0.25, 0.25), "nothing");
     EXPECT_EQ(Refusal(g_flat, 3e-6, 3e-6, 3e-6), "nothing");
 }
@@ -56,7 +56,7 @@ TEST(RequireIsotropicPixels, ComparesWithoutTolerance) {
         "SomePlugin: Only isotropic pixels are supported, but spacing is (1.000000,1.000000,1.000000).");
 }
 
-TEST(RequireIsotropicPixels, TakesNaNForDifferent) {
+TEST(RequireIsotropicPixels, TreatsNaNAsDifferent) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(Refusal(g_flat, nan, nan, nan),
               "SomePlugin: Only isotropic pixels are supported, but spacing is (nan,nan).");

@@ -1,4 +1,5 @@
 #include "measurement/ConfigurationsHistograms.h"
+#include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -44,8 +45,7 @@ Row RowOf(const StConfigurationsHistograms& histograms, std::size_t greyValue) {
 }
 
 TEST(ConfigurationsHistograms, EqualAPassForEachThresholdOn8Bits) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 60)) {
         std::mt19937 random(seed);
         const CSize size(1 + random() % 20, 1 + random() % 6, 1 + random() % 5);
         // From nearly binary, where most values are equal, to all values.

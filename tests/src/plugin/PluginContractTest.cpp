@@ -206,7 +206,7 @@ StKept KeptAfter(contract::EnHandOver way) {
     return kept;
 }
 
-TEST(PluginContractHandOver, ReplacesAsMuchOfTheEarlierOutputAsItIsTold) {
+TEST(PluginContractHandOver, ReplacesTheRequestedPartOfTheEarlierOutput) {
     EXPECT_EQ(KeptAfter(contract::EnHandOver::NEW_OUTPUT), (StKept{false, false, false}));
     EXPECT_EQ(KeptAfter(contract::EnHandOver::NEW_DOCUMENTS), (StKept{true, false, false}));
     EXPECT_EQ(KeptAfter(contract::EnHandOver::NEW_LIST), (StKept{true, true, false}));

@@ -1,6 +1,7 @@
 #include "segmentation/PixelSort.h"
 
 #include "segmentation/PixelSortVisitors.h"
+#include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 #include "support/TraversalTools.h"
@@ -148,8 +149,7 @@ std::vector<T> RandomValues(std::size_t count, std::mt19937& random) {
 
 template <class T>
 void CompareWithComparisonSort(const IImage::CType& type, unsigned firstSeed) {
-    for (unsigned seed = firstSeed; seed < firstSeed + 100; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(firstSeed, firstSeed + 100)) {
         std::mt19937 random(seed);
         const auto upTo = [&](unsigned most) { return static_cast<std::int64_t>(random() % (most + 1)); };
         const bool isVolume = seed % 2 == 0;
@@ -408,8 +408,7 @@ void ExpectTheLevelsOfTheCountOfValues(const CImage& image) {
 } // namespace
 
 TEST(PixelSort, LevelsAreTheEntriesOfTheCountOfValues) {
-    for (unsigned seed = 1; seed <= 10; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(1, 11)) {
         std::mt19937 random(seed);
         const double greatest = seed % 2 == 0 ? 20.0 : 4e9;
         const CSize size(17, 13, 15);
@@ -440,7 +439,7 @@ TEST(PixelSort, RunsVisitorsOfImageAndSeedsSideBySide) {
                                float, unsigned char, 3>)));
 }
 
-TEST(PixelSort, CancelledCountSortsNothingWhateverTheSinkSaysLater) {
+TEST(PixelSort, CancelledCountSortsNothingWhateverTheSinkReportsLater) {
     // Questions of the count over 2 x 3 x 2 pixels: one a plane and one a line. A sink may take the
     // cancellation back at any later question; the counts are incomplete all the same.
     constexpr int questionsOfTheCount = 2 * (1 + 3);

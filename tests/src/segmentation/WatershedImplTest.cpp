@@ -94,7 +94,7 @@ TEST(Watershed, RegionNumbersFollowTheLevelFirstAndRasterOrderWithinALevel) {
                                 4}));
 }
 
-TEST(Watershed, APixelThatMetALineOnlyTakesTheRegionItMeetsNext) {
+TEST(Watershed, APixelThatMetOnlyALineJoinsTheRegionItMeetsNext) {
     // The pixel of value 2 sees the line above it before the region on its left.
     EXPECT_EQ(FloodedN4({"010", //
                          "123"}),
@@ -167,7 +167,7 @@ TEST(Watershed, TheLongestAxisIs32766Pixels) {
 // --- seeds
 // --------------------------------------------------------------------------------------------------------
 
-TEST(WatershedSeeds, ASeedImageOfZerosGives0AndLeavesEveryPixelWaiting) {
+TEST(WatershedSeeds, ASeedImageOfZerosReturns0AndLeavesEveryPixelWaiting) {
     for (const auto& flood : floods) {
         const CSize size = flood.dimension == 3 ? CSize(3, 2, 2) : CSize(3, 2);
         const auto pixelCount = static_cast<std::size_t>(size.PixelCount());
@@ -297,7 +297,7 @@ TEST(WatershedLabels, TheFloodLocksThemOnceAsAWholeAndUnlocksThem) {
                          "image: destroyed"}));
 }
 
-TEST(WatershedLabels, OneEngineTakesOneImageAfterTheOther) {
+TEST(WatershedLabels, OneEngineProcessesSeveralImagesInTurn) {
     CWatershedTemplate<CNeighborhood2dDiffN4> engine;
     RecordingProgress progress;
     const auto flooded = [&](const Rows& picture) {
@@ -383,7 +383,7 @@ TEST(WatershedChecks, TheInputIsGrey) {
               "8bit/16bit/32bit).");
 }
 
-TEST(WatershedChecks, AnOutputOfTheWrongTypeIsRefusedInTheNameOfTheInputsType) {
+TEST(WatershedChecks, AnOutputOfTheWrongTypeIsRefusedWithTheTypeOfTheInput) {
     for (const auto& type :
          {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_F, IMAGE_COMPLEX_F, IMAGE_BINARY_FG, IMAGE_BINARY_BG})
         EXPECT_EQ(Message({.outputType = type}),
@@ -413,7 +413,7 @@ TEST(WatershedChecks, SeedsOfAByteThatAreNoLabelsAreRefusedByTheInitialisation) 
               "Image type IMAGE_BINARY_BG not supported.");
 }
 
-TEST(WatershedChecks, OfTwoThingsThatAreWrongTheEarlierIsTold) {
+TEST(WatershedChecks, OfTwoErrorsTheFirstIsReported) {
     // Each case has what is told first, and what would be told next.
     StRefused refused{.inputSize = CSize(32767, 1), .outputSize = CSize(32767, 1)};
     EXPECT_EQ(Message(refused), "image dimension of input image and neighborhood does not match (2 vs 3).");

@@ -1,6 +1,7 @@
+#include "oracles/WatershedOracle.h"
 #include "segmentation/WatershedImpl.h"
-#include "src/segmentation/floods/ReferenceWatershed.h"
 #include "src/segmentation/floods/WatershedTools.h"
+#include "support/CRandomSeeds.h"
 
 #include <gtest/gtest.h>
 
@@ -73,7 +74,7 @@ std::unique_ptr<CImage> Ramp(const CSize& size) {
 
 constexpr std::uint32_t c_tooMany = 1000000;
 
-TEST(WatershedWork, AFlatBasinThatIsTooSmallIsLookedAtOnceAndNotOncePerPixel) {
+TEST(WatershedWork, AFlatBasinThatIsTooSmallIsVisitedOnceAndNotOncePerPixel) {
     const auto image = Constant<unsigned char>(IMAGE_GREY_8, CSize(12, 12, 12), 7);
     EXPECT_LE((VisitsPerPixel<CNeighborhood3dDiffN26, unsigned char, CWatershedCriterionArea>(
                   *image, {.minimum = c_tooMany})),
@@ -89,7 +90,7 @@ TEST(WatershedWork, AFlatBasinThatIsTooSmallIsLookedAtOnceAndNotOncePerPixel) {
               3.0);
 }
 
-TEST(WatershedWork, ABasinThatGrowsLevelByLevelIsNotLookedAtAnewOnEachLevel) {
+TEST(WatershedWork, ABasinThatGrowsLevelByLevelIsNotVisitedAgainOnEachLevel) {
     const auto image = Ramp(CSize(12, 12, 12));
     EXPECT_LE((VisitsPerPixel<CNeighborhood3dDiffN26, unsigned int, CWatershedCriterionArea>(
                   *image, {.minimum = c_tooMany})),
@@ -100,7 +101,7 @@ TEST(WatershedWork, ABasinThatGrowsLevelByLevelIsNotLookedAtAnewOnEachLevel) {
               4.0);
 }
 
-TEST(WatershedWork, APixelIsLookedAtTwiceWhereNothingIsRefused) {
+TEST(WatershedWork, APixelIsVisitedTwiceIfNothingIsRejected) {
     std::mt19937 random(3);
     const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, CSize(12, 12, 12), random, 0, 40);
     EXPECT_LE((VisitsPerPixel<CNeighborhood3dDiffN26, unsigned char, CWatershedCriterionNone>(*image, {})),
@@ -117,8 +118,7 @@ TEST_P(Preflood, LabelsAreThoseOfTheFloodThatTriesEveryPixelAnew) {
     const test::StFlood& flood = GetParam();
     const CSize size = flood.dimension == 3 ? CSize(9, 8, 7) : CSize(23, 21);
     int refusals = 0;
-    for (unsigned seed = 0; seed < 100; ++seed) {
-        SCOPED_TRACE("random seed " + std::to_string(seed));
+    for (const unsigned seed : test::CRandomSeeds(0, 100)) {
         std::mt19937 random(seed);
         const int levels = std::uniform_int_distribution<int>(1, 12)(random);
         const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, size, random, 0, levels);

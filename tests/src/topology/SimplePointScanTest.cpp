@@ -1,5 +1,6 @@
 #include "topology/SimplePointScan.h"
 #include "src/topology/TopologyTools.h"
+#include "support/CRandomSeeds.h"
 #include "support/TestImage.h"
 #include "topology/CBitPlane.h"
 
@@ -70,17 +71,16 @@ TEST(SimplePointScan, AgreesWithTheDefinitionInImagesOfAnyShapeAndDensity) {
     }
 }
 
-TEST(SimplePointScan, TakesEveryByteBut0ForForegroundAndLooksAtOnesAlone) {
+TEST(SimplePointScan, TreatsEveryByteBut0AsForegroundAndTestsOnesOnly) {
     const CSize size(70, 6, 5);
-    for (std::uint32_t seed = 0; seed < 3; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 3)) {
         std::mt19937 random(seed);
         const Bytes bytes = RandomBytes(size, 6, 2, random);
         ExpectDefinition(*test::ImageOf(IMAGE_BINARY_FG, size, bytes), bytes);
     }
 }
 
-TEST(SimplePointScan, LooksAtThePixelsThatTheResultHoldsAsOnes) {
+TEST(SimplePointScan, TestsThePixelsThatAreOneInTheResult) {
     const CSize size(20, 7, 6);
     std::mt19937 random(5);
     const Bytes bytes = RandomBytes(size, 5, 0, random);

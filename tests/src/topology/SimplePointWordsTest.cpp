@@ -236,7 +236,7 @@ std::uint32_t RandomSurroundings(std::mt19937& random) {
 
 TEST(SimplePointWords, AgreeWithTheDefinitionInRandomSurroundingsOfAnyDensity) {
 #if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__)
-    constexpr int batchCount = 4000;
+    constexpr int batchCount = 1500;
 #else
     constexpr int batchCount = 700;
 #endif

@@ -121,7 +121,7 @@ protected:
 
 } // namespace
 
-TEST(PixelView, SharesThePixelsAndNothingElse) {
+TEST(PixelView, SharesThePixelsOnly) {
     for (const CSize& border : {CSize(0, 0, 0), CSize(1, 0, 0), CSize(2, 3, 0), CSize(1, 2, 3)}) {
         SCOPED_TRACE(border.ToString());
         const auto image = Bordered(CSize(5, 4, 3), border);

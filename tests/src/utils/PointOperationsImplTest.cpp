@@ -1,5 +1,6 @@
 #include "utils/PointOperationsImpl.h"
 
+#include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 #include "support/TraversalTools.h"
@@ -546,8 +547,7 @@ TEST(VisitorHelper, LeavesTheBorderOfAnImageAlone) {
 }
 
 TEST(VisitorHelper, CopiesRandomImagesOfEveryDimensionAndBorder) {
-    for (unsigned seed = 1; seed <= 60; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(1, 61)) {
         std::mt19937 random(seed);
         const auto upTo = [&](unsigned most) { return static_cast<std::int64_t>(random() % (most + 1)); };
         const int dimension = static_cast<int>(1 + upTo(2));

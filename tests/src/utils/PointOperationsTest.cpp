@@ -74,7 +74,7 @@ TEST(DispatchImageType, GivesThePixelTypeOfTheImage) {
     EXPECT_EQ(DispatchedName(IMAGE_BINARY_FG), typeid(unsigned char).name());
 }
 
-TEST(DispatchImageType, RefusesOtherTypesInTheNameOfTheDispatcher) {
+TEST(DispatchImageType, RefusesOtherTypesWithTheDispatcherAsSource) {
     for (const auto& type : {IMAGE_GREY_F, IMAGE_COMPLEX_F, IMAGE_BINARY_BG}) {
         const auto raised = Raised<CException>([&] { DispatchedName(type); });
         EXPECT_STREQ(raised.Source(), "Copy");

@@ -3,8 +3,9 @@
 #include "QuillonTransformation/CExactBisector.h"
 #include "QuillonTransformation/axis/LookUpTableFile.h"
 
-#include "host/QuillonBase/CRecordingProgress.h"
-#include "host/QuillonTransformation/AxisOracle.h"
+#include "oracles/AxisOracle.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -107,8 +108,7 @@ TEST(ComputeBisector, AnImageOfOnePixelAndNone) {
 }
 
 TEST(ComputeBisector, EqualsTheDefinitionOnRandomObjects) {
-    for (unsigned seed = 0; seed < 300; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 300)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, seed % 16 == 0 ? 12 : 7);
         ASSERT_NO_FATAL_FAILURE(ExpectSameAngles(BisectorOf(object), test::BisectorAngles(object)));
@@ -155,8 +155,7 @@ TEST(ComputeBisector, ARaisedAngleOnlyTurnsValuesInto0) {
 }
 
 TEST(ComputeBisector, CommutesWithTheSymmetriesOfTheGrid) {
-    for (unsigned seed = 0; seed < 6; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 6)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, 12);
         const Floats angles = BisectorOf(object);
@@ -172,8 +171,7 @@ TEST(ComputeBisector, CommutesWithTheSymmetriesOfTheGrid) {
 }
 
 TEST(ComputeBisector, BackgroundAroundTheImageChangesNothing) {
-    for (unsigned seed = 0; seed < 30; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 30)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, 9);
         StObject outer(object.size[0] + 3, object.size[1] + 4, object.size[2] + 5);
@@ -259,7 +257,7 @@ TEST(ComputeBisector, RefusesOtherTypesAndSizes) {
 }
 
 TEST(ComputeBisector, RunsThroughDistancesThatAreNone) {
-    for (unsigned seed = 0; seed < 20; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 20)) {
         std::mt19937 random(seed);
         const auto distance =
             test::RandomImage<std::uint32_t>(IMAGE_GREY_32, CSize(20, 20, 20), random, 0, 100);
@@ -302,7 +300,7 @@ TEST_F(ExactBisector, ATableDoesNotChangeTheResult) {
     }
 }
 
-TEST_F(ExactBisector, TakesTheTableOfTheCallThenThatOfTheProcess) {
+TEST_F(ExactBisector, PrefersTheTableOfTheCallToThatOfTheProcess) {
     EXPECT_EQ(CExactBisector::Lut(), "");
     const StObject ball = test::Ball(4);
     EXPECT_EQ(Run(ball, {}), BisectorOf(ball));

@@ -75,7 +75,7 @@ protected:
     const std::string m_path = testing::TempDir() + "table-%2-" + std::to_string(getpid()) + ".lut";
 };
 
-TEST_F(LookUpTableFile, GivesBackANeighbourhood) {
+TEST_F(LookUpTableFile, ReadsBackANeighbourhood) {
     Store(AxisBytes(BuiltInMedialAxisNeighborhood()));
     const StMedialAxisNeighborhood read = ReadMedialAxisNeighborhood(m_path);
     EXPECT_EQ(read.reach, BuiltInMedialAxisNeighborhood().reach);
@@ -86,7 +86,7 @@ TEST_F(LookUpTableFile, GivesBackANeighbourhood) {
     EXPECT_EQ(summary.recordCount, 1289U);
 }
 
-TEST_F(LookUpTableFile, GivesBackSpheres) {
+TEST_F(LookUpTableFile, ReadsBackSpheres) {
     for (const std::int32_t reach : {1, 2, 7, 576}) {
         Store(SphereBytes(reach));
         const CSphereVectors read = ReadSphereVectors(m_path);
@@ -98,7 +98,7 @@ TEST_F(LookUpTableFile, GivesBackSpheres) {
     }
 }
 
-TEST_F(LookUpTableFile, HoldsTheBytesThatItsHeaderTellsOf) {
+TEST_F(LookUpTableFile, HoldsTheBytesThatItsHeaderAnnounces) {
     std::string expected("DTLUT\r\n\x1a", 8);
     const auto append = [&expected](std::uint64_t value, std::size_t size) {
         expected.resize(expected.size() + size);

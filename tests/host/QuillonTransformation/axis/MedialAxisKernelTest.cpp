@@ -4,8 +4,9 @@
 #include "QuillonTransformation/axis/FindMedialAxisNeighborhood.h"
 #include "QuillonTransformation/axis/LookUpTableFile.h"
 
-#include "host/QuillonBase/CRecordingProgress.h"
-#include "host/QuillonTransformation/AxisOracle.h"
+#include "oracles/AxisOracle.h"
+#include "support/CRandomSeeds.h"
+#include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -115,8 +116,7 @@ TEST(MarkMedialAxis, TheSquaredRadiusIsTestedAfterMaximality) {
 }
 
 TEST(MarkMedialAxis, EqualsTheCentresOfMaximalBallsOfRandomObjects) {
-    for (unsigned seed = 0; seed < 400; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 400)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, seed % 2 == 0 ? 16 : 9);
         const Bytes axis = AxisOf(object);
@@ -127,8 +127,7 @@ TEST(MarkMedialAxis, EqualsTheCentresOfMaximalBallsOfRandomObjects) {
 
 TEST(MarkMedialAxis, EqualsTheCentresOfMaximalBallsWhereBallsAreLarge) {
     // Balls that lean on one another just so are what needs the long vectors.
-    for (unsigned seed = 0; seed < 3; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 3)) {
         std::mt19937 random(seed);
         std::uniform_int_distribution<std::int64_t> shift(0, 5);
         std::uniform_int_distribution<std::int64_t> squaredRadius(60, 170);
@@ -151,8 +150,7 @@ TEST(MarkMedialAxis, EqualsTheCentresOfMaximalBallsWhereBallsAreLarge) {
 }
 
 TEST(MarkMedialAxis, CommutesWithTheSymmetriesOfTheGrid) {
-    for (unsigned seed = 0; seed < 6; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 6)) {
         std::mt19937 random(seed);
         StObject object = test::RandomObject(random, 14);
         const Bytes axis = AxisOf(object);
@@ -166,8 +164,7 @@ TEST(MarkMedialAxis, CommutesWithTheSymmetriesOfTheGrid) {
 }
 
 TEST(MarkMedialAxis, BackgroundAroundTheImageChangesNothing) {
-    for (unsigned seed = 0; seed < 40; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 40)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, 10);
         const auto padded = [](const StObject& inner, const Bytes& pixels) {
@@ -268,8 +265,7 @@ TEST(MarkMedialAxis, RefusesDistancesThatNoObjectHas) {
 }
 
 TEST(MarkMedialAxis, RunsThroughDistancesThatAreNone) {
-    for (unsigned seed = 0; seed < 20; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(0, 20)) {
         std::mt19937 random(seed);
         const auto distance =
             test::RandomImage<std::uint32_t>(IMAGE_GREY_32, CSize(20, 20, 20), random, 0, 100);
@@ -298,9 +294,9 @@ protected:
 /// The first ball for which the nearest neighbours alone do not suffice.
 StObject LongVectorObject() { return test::Ball(26); }
 
-TEST_F(MedialAxisTables, ATableThatReachesAsFarGivesTheSame) {
+TEST_F(MedialAxisTables, ATableThatReachesAsFarYieldsTheSame) {
     Write(FindMedialAxisNeighborhood(100));
-    for (unsigned seed = 0; seed < 20; ++seed) {
+    for (const unsigned seed : test::CRandomSeeds(0, 20)) {
         std::mt19937 random(seed);
         const StObject object = test::RandomObject(random, 12);
         ASSERT_EQ(AxisOf(object, 0, m_path), AxisOf(object)) << seed;
@@ -355,7 +351,7 @@ TEST_F(ExactMedialAxis, MarksFromASquaredRadiusOn) {
     EXPECT_EQ(CountOf(solid, std::numeric_limits<std::uint64_t>::max(), {}), 0);
 }
 
-TEST_F(ExactMedialAxis, TakesTheTableOfTheCallThenThatOfTheProcess) {
+TEST_F(ExactMedialAxis, PrefersTheTableOfTheCallToThatOfTheProcess) {
     EXPECT_EQ(CExactMedialAxis::Lut(), "");
     StMedialAxisNeighborhood poor{100, {}};
     Write(poor);

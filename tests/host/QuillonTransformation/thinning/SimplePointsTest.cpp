@@ -1,4 +1,4 @@
-#include "host/QuillonTransformation/TopologyOracle.h"
+#include "oracles/TopologyOracle.h"
 
 #include <QuillonTransformation/thinning/CFramedBits.h>
 #include <QuillonTransformation/thinning/SimplePoints.h>

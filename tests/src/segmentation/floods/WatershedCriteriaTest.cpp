@@ -2,6 +2,7 @@
 
 #include "segmentation/WatershedImpl.h"
 #include "src/segmentation/floods/WatershedTools.h"
+#include "support/CRandomSeeds.h"
 
 #include <gtest/gtest.h>
 
@@ -48,8 +49,8 @@ typename Criterion::StParameters RecordAfter(const Rows& picture, typename Crite
 }
 
 TEST(WatershedNoCriterion, NoPixelEverWaitsInTheEnd) {
-    std::mt19937 random(7);
-    for (int round = 0; round < 50; ++round) {
+    for (const unsigned seed : test::CRandomSeeds(0, 50)) {
+        std::mt19937 random(seed);
         for (const auto& flood : floods) {
             const CSize size = flood.dimension == 3 ? CSize(5, 4, 3) : CSize(8, 7);
             const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, size, random, 0, 5);
@@ -60,13 +61,13 @@ TEST(WatershedNoCriterion, NoPixelEverWaitsInTheEnd) {
     }
 }
 
-TEST(WatershedArea, AMinimumOf1TakesEveryCandidate) {
+TEST(WatershedArea, AMinimumOf1AcceptsEveryCandidate) {
     const Rows image{"0919", "2939", "9991"};
     EXPECT_EQ(WithArea(image, 1), FloodedN4(image));
     EXPECT_EQ(WithArea(image, 1).regionCount, 3U);
 }
 
-TEST(WatershedArea, AMinimumOf2RefusesALonePixelAndTakesItWithOneMore) {
+TEST(WatershedArea, AMinimumOf2RejectsALonePixelAndAcceptsTwo) {
     EXPECT_EQ(WithArea({"0"}, 2), (StFloodedPicture{{"m"}, 0}));
     // At the same level, and by a pixel of the next one.
     EXPECT_EQ(WithArea({"00"}, 2), (StFloodedPicture{{"11"}, 1}));
@@ -79,7 +80,7 @@ TEST(WatershedArea, ACandidateOfNPixelsCounts2NMinus1) {
     EXPECT_EQ((RecordAfter<CWatershedCriterionArea>({"000"}, {.minimum = 6}).count), 5U);
 }
 
-TEST(WatershedArea, AMinimumAboveTwiceTheImageGives0AndLeavesEveryPixelWaiting) {
+TEST(WatershedArea, AMinimumAboveTwiceTheImageReturns0AndLeavesEveryPixelWaiting) {
     EXPECT_EQ(WithArea({"0919", "2939", "9991"}, 25), (StFloodedPicture{{"mmmm", "mmmm", "mmmm"}, 0}));
 }
 
@@ -183,7 +184,7 @@ TEST(WatershedCriteria, WithSeedsNoCriterionIsAsked) {
         EXPECT_EQ(FloodedN4({"00900"}, {"2...1"}, mode, 4000000000), (StFloodedPicture{{"22011"}, 2}));
 }
 
-TEST(WatershedCriteria, TheHistoryTellsTheMinimumOfAllButTheVolume) {
+TEST(WatershedCriteria, TheHistoryShowsTheMinimumOfAllButTheVolume) {
     const CapturedOutput silence;
     CImage labels(IMAGE_GREY_32, CSize(1, 1), CSize(0, 0));
     const auto image = ImageOf(Rows{"9"});

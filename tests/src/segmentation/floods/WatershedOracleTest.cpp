@@ -1,5 +1,6 @@
-#include "src/segmentation/floods/ReferenceWatershed.h"
+#include "oracles/WatershedOracle.h"
 #include "src/segmentation/floods/WatershedTools.h"
+#include "support/CRandomSeeds.h"
 #include "utils/ImageTypeDispatch.h"
 
 #include <gtest/gtest.h>
@@ -188,9 +189,8 @@ StFlooded FloodIntoRubbish(const StFlood& flood, const CImage& image, const CIma
 
 class WatershedOracle : public testing::TestWithParam<StFlood> {
 protected:
-    /// A case of a seed of its own, so that it can be told by that.
+    /// One image, flooded by each criterion and from seeds.
     void CompareRandomRuns(unsigned seed) {
-        SCOPED_TRACE("random seed " + std::to_string(seed));
         std::mt19937 random(seed);
         const StFlood& flood = GetParam();
         const CSize size = RandomSize(flood.dimension, random);
@@ -229,8 +229,11 @@ INSTANTIATE_TEST_SUITE_P(AllNeighborhoods, WatershedOracle, testing::ValuesIn(fl
                          [](const auto& parameter) { return std::string(parameter.param.id); });
 
 TEST_P(WatershedOracle, AgreesToThePixelForAllTypesCriteriaAndSeeds) {
-    for (unsigned seed = 0; seed < 400 && !HasFatalFailure(); ++seed)
+    for (const unsigned seed : test::CRandomSeeds(0, 400)) {
         CompareRandomRuns(seed);
+        if (HasFatalFailure())
+            return;
+    }
 }
 
 // --- what holds for any image flooded from its minima

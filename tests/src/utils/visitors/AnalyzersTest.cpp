@@ -1,5 +1,6 @@
 #include "utils/visitors/Analyzers.h"
 
+#include "support/CRandomSeeds.h"
 #include "support/TestImage.h"
 #include "support/TraversalTools.h"
 
@@ -122,8 +123,7 @@ TEST(CAnalyzerCountValues, HoldsAnOrderedMapFromValueToCount) {
 }
 
 TEST(CAnalyzerCountValues, AgreesWithAnOrderedMap) {
-    for (unsigned seed = 1; seed <= 30; ++seed) {
-        SCOPED_TRACE(seed);
+    for (const unsigned seed : test::CRandomSeeds(1, 31)) {
         std::mt19937 random(seed);
         const double greatestValue = seed % 2 == 0 ? 20.0 : 4e9;
         const auto image =

@@ -95,7 +95,7 @@ TEST(CRoot, TakesTheSquareRootOfEachPixel) {
                                   static_cast<float>(std::sqrt(static_cast<double>(1e30F)))}));
 }
 
-TEST(CRoot, NegativePixelGivesNaN) {
+TEST(CRoot, NegativePixelYieldsNaN) {
     Root root;
     EXPECT_TRUE(std::isnan(RootOf(root, -1.0F)));
     EXPECT_TRUE(std::isnan(RootOf(root, notANumber)));

@@ -1,4 +1,4 @@
-#include "host/QuillonTransformation/DistanceOracle.h"
+#include "oracles/DistanceOracle.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/QuillonTransformation/AxisOracle.h"
+#include "oracles/AxisOracle.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "host/QuillonTransformation/AxisOracle.h"
+#include "oracles/AxisOracle.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "host/QuillonTransformation/TopologyOracle.h"
+#include "oracles/TopologyOracle.h"
 
 #include <algorithm>
 #include <deque>

@@ -1,4 +1,4 @@
-#include "src/segmentation/floods/ReferenceWatershed.h"
+#include "oracles/WatershedOracle.h"
 
 #include <algorithm>
 #include <deque>
