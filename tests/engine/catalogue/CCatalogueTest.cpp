@@ -174,6 +174,16 @@ TEST(Catalogue, IsEmptyForAPackWithoutOne) {
     EXPECT_EQ(catalogue.Pack(), "");
 }
 
+TEST(Catalogue, RefusesAPackOrVersionThatIsNotAString) {
+    const auto complaint = [](const char* text) {
+        return std::string(test::Raised<std::runtime_error>([&] { CCatalogue{text}; }).what());
+    };
+    EXPECT_EQ(complaint(R"({"pack": 1, "plugins": []})"), "catalogue: 'pack' is not a string");
+    EXPECT_EQ(complaint(R"({"pack": "A", "version": 1.0, "plugins": []})"),
+              "catalogue: 'version' is not a string");
+    EXPECT_EQ(complaint(R"({"pack": null, "plugins": []})"), "catalogue: 'pack' is not a string");
+}
+
 TEST(Catalogue, NamesTheFileThatIsNone) {
     const test::CTestFolder folder;
     for (const char* text : {"", "{", "[]", "{}", R"({"plugins": 1})", R"({"plugins": [{}]})",
