@@ -1,6 +1,6 @@
 #include "cli/Commands.h"
-#include "engine/errors/CEngineError.h"
 #include "engine/files/CAtomicFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/OutputChecks.h"
 #include "engine/files/formats/PngFile.h"
@@ -44,11 +44,7 @@ void WritePicture(const StPicture& picture, const std::string& path) {
     header.size = ORVEN::CSize(picture.width, picture.height);
     header.samplesPerPixel = 3;
     CAtomicFile file(path);
-    try {
-        WritePng(file.Path(), header, picture.rgb.data());
-    } catch (const CFileError& error) {
-        ThrowUnwritable(path, error.what());
-    }
+    Writing(path, [&] { WritePng(file.Path(), header, picture.rgb.data()); });
     file.Commit();
 }
 

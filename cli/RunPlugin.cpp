@@ -151,11 +151,8 @@ std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions
         return CCommandError(STATUS_CANCELLED, "cancelled; nothing was written");
     if (record.dialogProblem)
         return CCommandError(STATUS_USAGE, *record.dialogProblem);
-    if (outcome.failure) {
-        const std::string& source = outcome.failure->source;
-        return CCommandError(STATUS_PLUGIN_RAISED,
-                             (source.empty() ? options.plugin : source) + ": " + outcome.failure->message);
-    }
+    if (outcome.failure)
+        return CCommandError(ErrorOf(*outcome.failure, options.plugin));
     if (!outcome.isAccepted.value_or(false) && !options.runsRefused)
         return CCommandError(STATUS_IMAGE_REFUSED, RefusalMessage(options, entry, image));
     if (record.errorBox)

@@ -1,7 +1,7 @@
 #include "engine/catalogue/CCatalogue.h"
 
 #include "engine/catalogue/NearestWord.h"
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/TextFile.h"
 
 #include <algorithm>
@@ -44,7 +44,7 @@ CCatalogue CCatalogue::OfPack(const std::string& packPath) {
     try {
         return CCatalogue(text);
     } catch (const std::exception& raised) {
-        throw CFileError("cannot read '" + path + "': " + raised.what());
+        ThrowUnreadable(path, CFileReason(raised.what()));
     }
 }
 
