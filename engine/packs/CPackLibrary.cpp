@@ -56,11 +56,6 @@ CPackLibrary::~CPackLibrary() {
 #endif
 }
 
-std::string CPackLibrary::DefaultPath() {
-    const auto program = std::filesystem::read_symlink("/proc/self/exe");
-    return (program.parent_path().parent_path() / "lib" / "libQuillonPack.so").string();
-}
-
 std::unique_ptr<ORVEN::CPluginBase> CPackLibrary::Create(const std::string& name) const {
     try {
         // The factory returns a pointer to the most derived class, whose only base is CPluginBase: both have

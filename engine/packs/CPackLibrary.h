@@ -17,10 +17,6 @@ public:
     CPackLibrary& operator=(const CPackLibrary&) = delete;
     ~CPackLibrary();
 
-    /// The path of the pack installed with this program: ../lib/libQuillonPack.so, relative to the program's
-    /// folder.
-    static std::string DefaultPath();
-
     /// Creates the plug-in of that name; returns null if the pack has none. Raises
     /// `CPluginError` with the message of an exception from its constructor.
     [[nodiscard]] std::unique_ptr<ORVEN::CPluginBase> Create(const std::string& name) const;

@@ -79,7 +79,7 @@ TEST(Catalogue, FindsNamesWithTheirCapitalsOnly) {
 }
 
 TEST(Catalogue, NamesTheNearestPluginForAnUnknownOne) {
-    EXPECT_EQ(UnknownPluginMessage("segmniblak", PackCatalogue()),
+    EXPECT_EQ(UnknownPluginMessage("segmniblak", PackCatalogue().Names()),
               "there is no plug-in 'segmniblak'; the nearest name is 'SegmNiblack'");
 }
 

@@ -59,7 +59,8 @@ TEST(FileErrors, BlameTheMachineForAnImageBeyondItsMemory) {
     const test::CTestFolder folder;
     const std::string path = folder / "huge.nrrd";
     // Gzip data can unpack to a thousand times their size: the file may announce more than any memory holds.
-    std::ofstream(path) << "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 1000000 1000000 64\nencoding: gzip\n\n";
+    std::ofstream(path) << "NRRD0004\ntype: uint8\ndimension: 3\n"
+                           "sizes: 1000000 1000000 64\nencoding: gzip\n\n";
     std::filesystem::resize_file(path, std::uintmax_t{1} << 40);
     const auto error = test::Raised<CFileError>([&] { (void)ReadImage(path); });
     EXPECT_EQ(error.Fault(), EnFault::MACHINE) << error.what();
