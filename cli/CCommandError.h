@@ -23,9 +23,9 @@ constexpr EnExitStatus ExitStatusOf(engine::EnFault fault) {
     case engine::EnFault::CALLER:
         return STATUS_USAGE;
     case engine::EnFault::FILE:
+    case engine::EnFault::MACHINE: // ran out while a file was read, written or loaded
         return STATUS_FILE;
     case engine::EnFault::PLUGIN:
-    case engine::EnFault::MACHINE:
         break;
     }
     return STATUS_PLUGIN_RAISED;

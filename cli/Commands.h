@@ -1,21 +1,18 @@
 #pragma once
 
+#include "cli/CArgumentParser.h"
 #include "cli/CCommandError.h"
-
-namespace CLI {
-class App;
-}
 
 namespace cli {
 
-// Each function adds one command to the program. The command runs as the callback of its subcommand and
+// Each function adds one command to the program. The command runs inside `CArgumentParser::Run` and
 // raises `CCommandError` to end with an exit status other than `STATUS_DONE`.
-void AddListCommand(CLI::App& program);
-void AddDescribeCommand(CLI::App& program);
-void AddRunCommand(CLI::App& program);
-void AddInfoCommand(CLI::App& program);
-void AddConvertCommand(CLI::App& program);
-void AddPreviewCommand(CLI::App& program);
-void AddPlotCommand(CLI::App& program);
+void AddListCommand(CArgumentParser& program);
+void AddDescribeCommand(CArgumentParser& program);
+void AddRunCommand(CArgumentParser& program);
+void AddInfoCommand(CArgumentParser& program);
+void AddConvertCommand(CArgumentParser& program);
+void AddPreviewCommand(CArgumentParser& program);
+void AddPlotCommand(CArgumentParser& program);
 
 } // namespace cli

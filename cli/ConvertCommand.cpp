@@ -5,8 +5,6 @@
 
 #include <sorblib2image/CQuillonHeaderTools.h>
 
-#include <CLI/CLI.hpp>
-
 #include <array>
 #include <memory>
 #include <string>
@@ -41,27 +39,24 @@ void Convert(const StConvertOptions& options) {
 
 } // namespace
 
-void AddConvertCommand(CLI::App& program) {
-    CLI::App* command =
-        program.add_subcommand("convert", "Write an image file in another format, pixel type or spacing");
+void AddConvertCommand(CArgumentParser& program) {
+    CCommand command =
+        program.AddCommand("convert", "Write an image file in another format, pixel type or spacing");
     const auto options = std::make_shared<StConvertOptions>();
-    command->add_option("IN", options->input, "The image file")->required()->option_text(" ");
+    command.AddPositional("IN", options->input, "The image file");
+    command.AddPositional("OUT", options->output,
+                          "The new file: .nrrd, .mha, .mhd, .nii, .nii.gz, .tif, .tiff or .png");
     command
-        ->add_option("OUT", options->output,
-                     "The new file: .nrrd, .mha, .mhd, .nii, .nii.gz, .tif, .tiff or .png")
-        ->required()
-        ->option_text(" ");
-    command
-        ->add_option(
+        .AddOption(
             "--as", options->pixelType,
             "Make binary (non-zero is 1), grey8, grey16, grey32 or greyf of the pixels; values that do "
-            "not fit are refused")
-        ->check(CLI::IsMember({"binary", "grey8", "grey16", "grey32", "greyf"}))
-        ->option_text("TYPE");
-    command->add_option("--spacing", options->spacing, "The size of a pixel, in place of the file's own")
-        ->option_text("X,Y,Z");
-    command->footer("Example: quillon convert scan.tif scan.nrrd --spacing 0.01,0.01,0.02");
-    command->callback([options] { Convert(*options); });
+            "not fit are refused",
+            "TYPE")
+        .OneOf({"binary", "grey8", "grey16", "grey32", "greyf"});
+    command.AddOption("--spacing", options->spacing, "The size of a pixel, in place of the file's own",
+                      "X,Y,Z");
+    command.SetFooter("Example: quillon convert scan.tif scan.nrrd --spacing 0.01,0.01,0.02");
+    command.OnRun([options] { Convert(*options); });
 }
 
 } // namespace cli

@@ -1,8 +1,5 @@
 #include "cli/Commands.h"
-#include "engine/catalogue/CCatalogue.h"
-#include "engine/packs/CPackLibrary.h"
-
-#include <CLI/CLI.hpp>
+#include "engine/packs/CPackSet.h"
 
 #include <algorithm>
 #include <array>
@@ -73,10 +70,8 @@ void PrintTable(const char* heading, const std::vector<StCatalogueParameter>& pa
 }
 
 void Describe(const std::string& name, bool asJson) {
-    const CCatalogue catalogue = CCatalogue::OfPack(CPackLibrary::DefaultPath());
-    const StCatalogueEntry* entry = catalogue.Find(name);
-    if (entry == nullptr)
-        throw CCommandError(STATUS_USAGE, UnknownPluginMessage(name, catalogue));
+    CPackSet packs(CPackSet::DefaultPaths());
+    const StCatalogueEntry* const entry = &packs.Describe(name);
     if (asJson) {
         std::printf("%s\n", entry->source.dump(2).c_str());
         return;
@@ -97,19 +92,16 @@ void Describe(const std::string& name, bool asJson) {
 
 } // namespace
 
-void AddDescribeCommand(CLI::App& program) {
-    CLI::App* command =
-        program.add_subcommand("describe", "Tell a plug-in's parameters and the images it takes");
+void AddDescribeCommand(CArgumentParser& program) {
+    CCommand command = program.AddCommand("describe", "Tell a plug-in's parameters and the images it takes");
     struct StDescribeOptions {
         std::string name;
         bool asJson = false;
     };
     const auto options = std::make_shared<StDescribeOptions>();
-    command->add_option("NAME", options->name, "The plug-in, see 'quillon list'")
-        ->required()
-        ->option_text(" ");
-    command->add_flag("--json", options->asJson, "As JSON");
-    command->callback([options] { Describe(options->name, options->asJson); });
+    command.AddPositional("NAME", options->name, "The plug-in, see 'quillon list'");
+    command.AddFlag("--json", options->asJson, "As JSON");
+    command.OnRun([options] { Describe(options->name, options->asJson); });
 }
 
 } // namespace cli

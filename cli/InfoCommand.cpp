@@ -11,7 +11,6 @@
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
@@ -171,14 +170,14 @@ void Info(const StInfoOptions& options) {
 
 } // namespace
 
-void AddInfoCommand(CLI::App& program) {
-    CLI::App* command = program.add_subcommand(
+void AddInfoCommand(CArgumentParser& program) {
+    CCommand command = program.AddCommand(
         "info", "Tell type, size, spacing, range, history and attributes of an image file");
     const auto options = std::make_shared<StInfoOptions>();
-    command->add_option("FILE", options->file, "The image file")->required()->option_text(" ");
-    command->add_flag("--json", options->isJson, "As JSON, for programs");
-    command->footer("The range is that of the finite pixels.\n\nExample: quillon info volume.nrrd");
-    command->callback([options] { Info(*options); });
+    command.AddPositional("FILE", options->file, "The image file");
+    command.AddFlag("--json", options->isJson, "As JSON, for programs");
+    command.SetFooter("The range is that of the finite pixels.\n\nExample: quillon info volume.nrrd");
+    command.OnRun([options] { Info(*options); });
 }
 
 } // namespace cli

@@ -1,9 +1,8 @@
 #include "cli/Commands.h"
-#include "engine/catalogue/CCatalogue.h"
-#include "engine/packs/CPackLibrary.h"
+#include "cli/PackOption.h"
+#include "engine/packs/CPackSet.h"
 
-#include <CLI/CLI.hpp>
-
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -15,54 +14,89 @@ namespace {
 
 struct StListOptions {
     bool asJson = false;
-    std::optional<std::string> pack;
+    std::vector<std::string> packs;
 };
 
-void PrintJson(const std::vector<const StCatalogueEntry*>& provided) {
+/// What a pack offers, by its own account.
+struct StPackContents {
+    std::string name;
+    std::string version;
+    bool hasCatalogue = false;
+    std::vector<const StCatalogueEntry*> provided;
+    std::string missing; ///< names in the catalogue that the library does not provide
+};
+
+StPackContents ContentsOf(CPack& pack) {
+    const CPackLibrary& library = pack.Library();
+    const CCatalogue& catalogue = pack.Catalogue();
+    StPackContents contents;
+    contents.name = pack.Name();
+    contents.version = catalogue.Version();
+    contents.hasCatalogue = !catalogue.Entries().empty();
+    for (const StCatalogueEntry& entry : catalogue.Entries()) {
+        if (library.Provides(entry.name))
+            contents.provided.push_back(&entry);
+        else
+            contents.missing.append(contents.missing.empty() ? "" : ", ").append(entry.name);
+    }
+    return contents;
+}
+
+void PrintJson(const std::vector<StPackContents>& packs) {
     auto list = nlohmann::ordered_json::array();
-    for (const StCatalogueEntry* entry : provided)
-        list.push_back({{"name", entry->name}, {"title", entry->title}, {"summary", entry->summary}});
+    for (const StPackContents& pack : packs) {
+        for (const StCatalogueEntry* entry : pack.provided) {
+            list.push_back({{"name", entry->name}, {"title", entry->title}, {"summary", entry->summary}});
+            if (packs.size() > 1)
+                list.back()["pack"] = pack.name;
+        }
+    }
     std::printf("%s\n", list.dump(2).c_str());
 }
 
-void PrintLines(const std::vector<const StCatalogueEntry*>& provided) {
+void PrintLines(const StPackContents& pack, const std::string& indent) {
     std::size_t width = 0;
-    for (const StCatalogueEntry* entry : provided)
+    for (const StCatalogueEntry* entry : pack.provided)
         width = std::max(width, entry->name.size());
-    for (const StCatalogueEntry* entry : provided)
-        std::printf("%-*s  %s\n", static_cast<int>(width), entry->name.c_str(), entry->summary.c_str());
+    for (const StCatalogueEntry* entry : pack.provided)
+        std::printf("%s%-*s  %s\n", indent.c_str(), static_cast<int>(width), entry->name.c_str(),
+                    entry->summary.c_str());
+    if (!pack.missing.empty())
+        std::printf("%sKnown but not in this pack: %s\n", indent.c_str(), pack.missing.c_str());
+}
+
+void PrintGroups(const std::vector<StPackContents>& packs) {
+    for (const StPackContents& pack : packs) {
+        std::printf("%s%s%s%s\n", &pack == packs.data() ? "" : "\n", pack.name.c_str(),
+                    pack.version.empty() ? "" : " ", pack.version.c_str());
+        if (pack.hasCatalogue)
+            PrintLines(pack, "  ");
+        else
+            std::printf("  This pack has no catalogue, so its plug-ins cannot be listed.\n");
+    }
 }
 
 void List(const StListOptions& options) {
-    const std::string path = options.pack.value_or(CPackLibrary::DefaultPath());
-    const CPackLibrary pack(path);
-    const CCatalogue catalogue = CCatalogue::OfPack(path);
-    std::vector<const StCatalogueEntry*> provided;
-    std::string missing;
-    for (const StCatalogueEntry& entry : catalogue.Entries()) {
-        if (pack.Provides(entry.name))
-            provided.push_back(&entry);
-        else
-            missing.append(missing.empty() ? "" : ", ").append(entry.name);
-    }
-    if (options.asJson) {
-        PrintJson(provided);
-        return;
-    }
-    PrintLines(provided);
-    if (!missing.empty())
-        std::printf("Known but not in this pack: %s\n", missing.c_str());
+    CPackSet set(PackPaths(options.packs));
+    std::vector<StPackContents> packs;
+    std::transform(set.Packs().begin(), set.Packs().end(), std::back_inserter(packs), ContentsOf);
+    if (options.asJson)
+        PrintJson(packs);
+    else if (packs.size() == 1)
+        PrintLines(packs.front(), "");
+    else
+        PrintGroups(packs);
 }
 
 } // namespace
 
-void AddListCommand(CLI::App& program) {
-    CLI::App* command = program.add_subcommand("list", "List the plug-ins, one line each");
+void AddListCommand(CArgumentParser& program) {
+    CCommand command = program.AddCommand("list", "List the plug-ins, one line each");
     const auto options = std::make_shared<StListOptions>();
-    command->add_flag("--json", options->asJson, "As JSON");
-    command->add_option("--pack", options->pack, "The pack to ask instead of the one beside the program")
-        ->option_text("PATH");
-    command->callback([options] { List(*options); });
+    command.AddFlag("--json", options->asJson, "As JSON");
+    command.AddRepeated("--pack", options->packs, "The pack to list in place of those beside the program",
+                        "PATH");
+    command.OnRun([options] { List(*options); });
 }
 
 } // namespace cli

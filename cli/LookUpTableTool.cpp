@@ -11,8 +11,6 @@
 #include <QuillonTransformation/axis/LookUpTableFile.h>
 #include <sorblib2core/CException.h>
 
-#include <CLI/CLI.hpp>
-
 #include <unistd.h>
 
 #include <cstdint>
@@ -124,28 +122,26 @@ void VerifyBuiltIn() {
     std::printf("%zu vectors, all as found\n", found.generators.size());
 }
 
-CLI::App* AddTableCommand(CLI::App& program, const std::string& name, const std::string& description,
-                          void (*run)(const StToolOptions&)) {
-    CLI::App* command = program.add_subcommand(name, description);
+void AddTableCommand(CArgumentParser& program, const std::string& name, const std::string& description,
+                     void (*run)(const StToolOptions&)) {
+    CCommand command = program.AddCommand(name, description);
     const auto options = std::make_shared<StToolOptions>();
     command
-        ->add_option("--reach", options->reach,
-                     "The radius in pixels of the largest ball that fits into an object")
-        ->required()
-        ->check(CLI::Range(1, 1024))
-        ->option_text("N");
-    command->add_option("-o,--output", options->file, "The new file")->required()->option_text("FILE");
-    command->callback([options, run] { run(*options); });
-    return command;
+        .AddOption("--reach", options->reach,
+                   "The radius in pixels of the largest ball that fits into an object", "N")
+        .Required()
+        .InRange(1, 1024);
+    command.AddOption("-o,--output", options->file, "The new file", "FILE").Required();
+    command.OnRun([options, run] { run(*options); });
 }
 
-int Run(CLI::App& program, int argumentCount, char** arguments) {
+int Run(CArgumentParser& program, int argumentCount, char** arguments) {
     try {
-        program.parse(argumentCount, arguments);
-        return STATUS_DONE;
-    } catch (const CLI::ParseError& error) {
-        const bool isRequest = error.get_exit_code() == 0;
-        return program.exit(error) == 0 && isRequest ? STATUS_DONE : STATUS_USAGE;
+        const auto usageError = program.Run(argumentCount, arguments);
+        if (!usageError)
+            return STATUS_DONE;
+        std::fputs(usageError->withHint.c_str(), stderr);
+        return STATUS_USAGE;
     } catch (const CCommandError& error) {
         std::fprintf(stderr, "quillon-lut: %s\n", error.what());
         return error.Status();
@@ -162,9 +158,9 @@ int Run(CLI::App& program, int argumentCount, char** arguments) {
 int main(int argumentCount, char** arguments) {
     ReserveStandardStreams();
     HandleInterrupts();
-    CLI::App program("Write and check the look-up tables of medial axis and bisector.", "quillon-lut");
-    program.require_subcommand(1);
-    program.footer(
+    CArgumentParser program("Write and check the look-up tables of medial axis and bisector.", "quillon-lut");
+    program.TakeOneCommand(true);
+    program.SetFooter(
         "Examples:\n"
         "  quillon-lut axis --reach 160 -o axis-160.lut\n"
         "  quillon-lut check axis-160.lut\n"
@@ -179,12 +175,11 @@ int main(int argumentCount, char** arguments) {
                     WriteSphereTable);
     AddTableCommand(program, "constants", "Write the source file of the list that is compiled in",
                     WriteConstants);
-    CLI::App* check = program.add_subcommand("check", "Read a table and say what is in it");
+    CCommand check = program.AddCommand("check", "Read a table and say what is in it");
     const auto options = std::make_shared<StToolOptions>();
-    check->add_option("FILE", options->file, "The table")->required()->option_text(" ");
-    check->callback([options] { CheckTable(*options); });
-    program.add_subcommand("verify", "Find the list that is compiled in anew, and compare")
-        ->callback(VerifyBuiltIn);
+    check.AddPositional("FILE", options->file, "The table");
+    check.OnRun([options] { CheckTable(*options); });
+    program.AddCommand("verify", "Find the list that is compiled in anew, and compare").OnRun(VerifyBuiltIn);
     const int status = Run(program, argumentCount, arguments);
     const auto lost = FlushStandardOutput();
     if (!lost || status != STATUS_DONE)

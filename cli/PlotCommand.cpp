@@ -7,8 +7,6 @@
 #include <sorblib2core/CValueMap.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 #include <string>
 
@@ -61,25 +59,20 @@ void Plot(const StPlotOptions& options) {
 
 } // namespace
 
-void AddPlotCommand(CLI::App& program) {
-    CLI::App* command = program.add_subcommand("plot", "Draw a measurement in an image file as a curve");
+void AddPlotCommand(CArgumentParser& program) {
+    CCommand command = program.AddCommand("plot", "Draw a measurement in an image file as a curve");
     const auto options = std::make_shared<StPlotOptions>();
-    command->add_option("FILE", options->file, "The image file")->required()->option_text(" ");
-    command
-        ->add_option("MEASUREMENT", options->measurement,
-                     "What was measured, such as Granulometry, or the path of any attribute with numbers")
-        ->required()
-        ->option_text(" ");
-    command
-        ->add_option("--feature", options->feature,
-                     "The feature to draw, where there are several for each size, grey value or label")
-        ->option_text("NAME");
-    command->add_option("-o,--output", options->output, "Where the plot goes")
-        ->required()
-        ->option_text("SVG");
-    command->footer(
+    command.AddPositional("FILE", options->file, "The image file");
+    command.AddPositional(
+        "MEASUREMENT", options->measurement,
+        "What was measured, such as Granulometry, or the path of any attribute with numbers");
+    command.AddOption("--feature", options->feature,
+                      "The feature to draw, where there are several for each size, grey value or label",
+                      "NAME");
+    command.AddOption("-o,--output", options->output, "Where the plot goes", "SVG").Required();
+    command.SetFooter(
         "Example: quillon plot measured.nrrd FieldFeaturesOverGrayvalue --feature V_V -o curve.svg");
-    command->callback([options] { Plot(*options); });
+    command.OnRun([options] { Plot(*options); });
 }
 
 } // namespace cli

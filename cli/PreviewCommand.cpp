@@ -1,12 +1,10 @@
 #include "cli/Commands.h"
-#include "engine/errors/CEngineError.h"
 #include "engine/files/CAtomicFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/OutputChecks.h"
 #include "engine/files/formats/PngFile.h"
 #include "engine/pictures/StPicture.h"
-
-#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <string>
@@ -44,11 +42,7 @@ void WritePicture(const StPicture& picture, const std::string& path) {
     header.size = ORVEN::CSize(picture.width, picture.height);
     header.samplesPerPixel = 3;
     CAtomicFile file(path);
-    try {
-        WritePng(file.Path(), header, picture.rgb.data());
-    } catch (const CFileError& error) {
-        ThrowUnwritable(path, error.what());
-    }
+    Writing(path, [&] { WritePng(file.Path(), header, picture.rgb.data()); });
     file.Commit();
 }
 
@@ -70,30 +64,24 @@ void Preview(const StPreviewOptions& options) {
 
 } // namespace
 
-void AddPreviewCommand(CLI::App& program) {
-    CLI::App* command = program.add_subcommand("preview", "Make a picture of one plane of an image file");
+void AddPreviewCommand(CArgumentParser& program) {
+    CCommand command = program.AddCommand("preview", "Make a picture of one plane of an image file");
     const auto options = std::make_shared<StPreviewOptions>();
-    command->add_option("FILE", options->file, "The image file")->required()->option_text(" ");
-    command->add_option("-o,--output", options->output, "Where the picture goes")
-        ->required()
-        ->option_text("PNG");
-    command->add_option("--axis", options->axis, "The axis that one looks along, z unless said otherwise")
-        ->check(CLI::IsMember({"x", "y", "z"}))
-        ->option_text("x|y|z");
-    CLI::Option* const slice = command
-                                   ->add_option("--slice", options->slice,
-                                                "The plane on that axis, from 0; without it the middle one")
-                                   ->option_text("N");
+    command.AddPositional("FILE", options->file, "The image file");
+    command.AddOption("-o,--output", options->output, "Where the picture goes", "PNG").Required();
     command
-        ->add_flag("--mip", options->isProjection, "The greatest value along the axis instead of one plane")
-        ->excludes(slice);
-    CLI::Option* const labels =
-        command->add_flag("--labels", options->showsLabels,
-                          "A colour for each number; by itself for an image that tells its number of labels");
-    command->add_flag("--angles", options->showsAngles, "A hue for each angle of a direction map, in radians")
-        ->excludes(labels);
-    command->footer("Example: quillon preview volume.nrrd -o volume.png --axis x --slice 12");
-    command->callback([options] { Preview(*options); });
+        .AddOption("--axis", options->axis, "The axis that one looks along, z unless said otherwise", "x|y|z")
+        .OneOf({"x", "y", "z"});
+    command.AddOption("--slice", options->slice, "The plane on that axis, from 0; without it the middle one",
+                      "N");
+    command.AddFlag("--mip", options->isProjection, "The greatest value along the axis instead of one plane")
+        .Excludes("--slice");
+    command.AddFlag("--labels", options->showsLabels,
+                    "A colour for each number; by itself for an image that tells its number of labels");
+    command.AddFlag("--angles", options->showsAngles, "A hue for each angle of a direction map, in radians")
+        .Excludes("--labels");
+    command.SetFooter("Example: quillon preview volume.nrrd -o volume.png --axis x --slice 12");
+    command.OnRun([options] { Preview(*options); });
 }
 
 } // namespace cli

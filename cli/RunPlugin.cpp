@@ -3,15 +3,15 @@
 #include "cli/CInterruptGuard.h"
 #include "cli/CProgressBar.h"
 #include "cli/Commands.h"
+#include "cli/PackOption.h"
 #include "cli/RunSummary.h"
 #include "cli/StRunInputs.h"
-#include "engine/catalogue/CCatalogue.h"
 #include "engine/dialogs/CGuiApplication.h"
 #include "engine/errors/CEngineError.h"
 #include "engine/files/CKeptFile.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/ImageWords.h"
-#include "engine/packs/CPackLibrary.h"
+#include "engine/packs/CPackSet.h"
 #include "engine/run/COutputCapture.h"
 #include "engine/run/StRunRecord.h"
 
@@ -44,16 +44,6 @@ public:
 private:
     IProgress* m_previous;
 };
-
-const StCatalogueEntry* FindPlugin(const std::string& name, const CPackLibrary& pack,
-                                   const CCatalogue& catalogue) {
-    const StCatalogueEntry* entry = catalogue.Find(name);
-    if (!pack.Provides(name)) {
-        throw CCommandError(STATUS_USAGE, entry != nullptr ? "the pack does not provide '" + name + "'"
-                                                           : UnknownPluginMessage(name, catalogue));
-    }
-    return entry;
-}
 
 /// The notice to print when Ctrl-C may have no effect: otherwise a user would wait without explanation for a
 /// plug-in that does not check for cancellation. Empty for a plug-in that can be cancelled anywhere or is not
@@ -151,11 +141,8 @@ std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions
         return CCommandError(STATUS_CANCELLED, "cancelled; nothing was written");
     if (record.dialogProblem)
         return CCommandError(STATUS_USAGE, *record.dialogProblem);
-    if (outcome.failure) {
-        const std::string& source = outcome.failure->source;
-        return CCommandError(STATUS_PLUGIN_RAISED,
-                             (source.empty() ? options.plugin : source) + ": " + outcome.failure->message);
-    }
+    if (outcome.failure)
+        return CCommandError(ErrorOf(*outcome.failure, options.plugin));
     if (!outcome.isAccepted.value_or(false) && !options.runsRefused)
         return CCommandError(STATUS_IMAGE_REFUSED, RefusalMessage(options, entry, image));
     if (record.errorBox)
@@ -223,10 +210,8 @@ private:
 
 void RunPlugin(const StRunOptions& options) {
     SetThreadCount(options.threads);
-    const std::string packPath = options.pack.value_or(CPackLibrary::DefaultPath());
-    const CPackLibrary pack(packPath);
-    const CCatalogue catalogue = CCatalogue::OfPack(packPath);
-    const StCatalogueEntry* entry = FindPlugin(options.plugin, pack, catalogue);
+    CPackSet packs(PackPaths(options.packs));
+    const auto [pack, entry] = packs.Find(options.plugin);
     StRunInputs inputs = PrepareInputs(options, entry);
     const CImage& image = *inputs.image;
     const CValueMap attributesBefore(image.Attributes());

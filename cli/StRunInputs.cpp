@@ -3,7 +3,7 @@
 #include "cli/Commands.h"
 #include "cli/Spacing.h"
 #include "cli/StandardStreams.h"
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/OutputChecks.h"
 #include "engine/run/PluginCall.h"
@@ -73,7 +73,7 @@ void RequireFilesOfSettings(const StCatalogueEntry* entry, const CValueMap& sett
             continue;
         const std::string file = settings.Entry(setting.key, true)->String().Std();
         if (IsDeviceOrPipe(file))
-            throw CFileError("cannot read '" + file + "': it is no regular file");
+            ThrowUnreadable(file, CFileReason("it is no regular file"));
     }
 }
 

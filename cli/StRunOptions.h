@@ -10,7 +10,7 @@ namespace cli {
 struct StRunOptions {
     std::string plugin;
     std::string image;
-    std::optional<std::string> pack;
+    std::vector<std::string> packs;      ///< empty: those installed with the program
     std::vector<std::string> parameters; ///< KEY=VALUE or KEY:KIND=VALUE
     std::optional<std::string> parametersFile;
     bool isBare = false;

@@ -5,8 +5,6 @@
 
 #include <sorblib2core/CException.h>
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cstdio>
 #include <new>
@@ -25,23 +23,17 @@ void PrintError(std::string message) {
     std::fprintf(stderr, "quillon: %s\n", message.c_str());
 }
 
-int EndUsage(const CLI::App& program, const CLI::ParseError& error) {
-    const auto commands = program.get_subcommands();
+int EndUsage(const StUsageError& error) {
     const std::string help =
-        commands.empty() ? "quillon --help" : "quillon " + commands.front()->get_name() + " --help";
-    PrintError(std::string(error.what()) + " (see '" + help + "')");
+        error.command.empty() ? "quillon --help" : "quillon " + error.command + " --help";
+    PrintError(error.message + " (see '" + help + "')");
     return STATUS_USAGE;
 }
 
-int Run(CLI::App& program, int argumentCount, char** arguments) {
+int Run(CArgumentParser& program, int argumentCount, char** arguments) {
     try {
-        program.parse(argumentCount, arguments);
-        if (program.get_subcommands().empty())
-            std::fputs(program.help().c_str(), stdout);
-        return STATUS_DONE;
-    } catch (const CLI::ParseError& error) {
-        // The library raises help and version as errors, too.
-        return error.get_exit_code() == 0 ? program.exit(error) : EndUsage(program, error);
+        const auto usageError = program.Run(argumentCount, arguments);
+        return usageError ? EndUsage(*usageError) : STATUS_DONE;
     } catch (const CCommandError& error) {
         PrintError(error.what());
         return error.Status();
@@ -63,15 +55,15 @@ int Run(CLI::App& program, int argumentCount, char** arguments) {
 int main(int argumentCount, char** arguments) {
     ReserveStandardStreams();
     HandleInterrupts();
-    CLI::App program("Segment, measure and filter 2-d and 3-d images with the plug-ins of a pack.",
-                     "quillon");
-    program.set_version_flag("--version", "quillon " QUILLON_VERSION);
-    program.require_subcommand(0, 1);
-    program.footer("Examples:\n"
-                   "  quillon list\n"
-                   "  quillon describe SegmSauvola\n"
-                   "  quillon run SegmSauvola page.png -p windowsize=12 -o text.png\n"
-                   "  quillon info text.png");
+    CArgumentParser program("Segment, measure and filter 2-d and 3-d images with the plug-ins of a pack.",
+                            "quillon");
+    program.SetVersion("quillon " QUILLON_VERSION);
+    program.TakeOneCommand(false);
+    program.SetFooter("Examples:\n"
+                      "  quillon list\n"
+                      "  quillon describe SegmSauvola\n"
+                      "  quillon run SegmSauvola page.png -p windowsize=12 -o text.png\n"
+                      "  quillon info text.png");
     AddListCommand(program);
     AddDescribeCommand(program);
     AddRunCommand(program);

@@ -1,7 +1,7 @@
 #include "engine/catalogue/CCatalogue.h"
 
 #include "engine/catalogue/NearestWord.h"
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/TextFile.h"
 
 #include <algorithm>
@@ -44,7 +44,7 @@ CCatalogue CCatalogue::OfPack(const std::string& packPath) {
     try {
         return CCatalogue(text);
     } catch (const std::exception& raised) {
-        throw CFileError("cannot read '" + path + "': " + raised.what());
+        ThrowUnreadable(path, CFileReason(raised.what()));
     }
 }
 
@@ -61,11 +61,15 @@ std::vector<std::string> CCatalogue::Names() const {
     return names;
 }
 
-std::string UnknownPluginMessage(const std::string& name, const CCatalogue& catalogue) {
-    std::string message = "there is no plug-in '" + name + "'";
-    if (const std::string nearest = NearestWord(name, catalogue.Names()); !nearest.empty())
-        message += "; the nearest name is '" + nearest + "'";
-    return message;
+std::string UnknownPluginMessage(const std::string& name, std::span<const std::string> known) {
+    const std::vector<std::string> nearest = NearestWords(name, known);
+    std::string list;
+    for (std::size_t i = 0; i < nearest.size(); ++i)
+        list += (i == 0 ? "'" : i + 1 < nearest.size() ? ", '" : " and '") + nearest[i] + "'";
+    return "there is no plug-in '" + name + "'" +
+           (nearest.empty()       ? ""
+            : nearest.size() == 1 ? "; the nearest name is " + list
+                                  : "; the nearest names are " + list);
 }
 
 } // namespace engine

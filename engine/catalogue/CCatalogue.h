@@ -2,6 +2,7 @@
 
 #include "engine/catalogue/StCatalogueEntry.h"
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,7 +41,7 @@ private:
     std::vector<StCatalogueEntry> m_entries;
 };
 
-/// The error message for an unknown plug-in name; suggests the most similar known name.
-std::string UnknownPluginMessage(const std::string& name, const CCatalogue& catalogue);
+/// The error message for a plug-in name that is none of the known ones; suggests the most similar of them.
+std::string UnknownPluginMessage(const std::string& name, std::span<const std::string> known);
 
 } // namespace engine

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <limits>
 #include <numeric>
 #include <utility>
-#include <vector>
 
 namespace engine {
 
@@ -29,12 +29,25 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
 
 } // namespace
 
+std::vector<std::string> NearestWords(std::string_view word, std::span<const std::string> candidates) {
+    constexpr std::size_t most = 10;
+    std::vector<std::string> nearest;
+    std::size_t least = std::numeric_limits<std::size_t>::max();
+    for (const std::string& candidate : candidates) {
+        const std::size_t distance = EditDistance(word, candidate);
+        if (distance < least)
+            nearest.clear();
+        least = std::min(least, distance);
+        const bool isNew = std::find(nearest.begin(), nearest.end(), candidate) == nearest.end();
+        if (distance == least && isNew && nearest.size() < most)
+            nearest.push_back(candidate);
+    }
+    return nearest;
+}
+
 std::string NearestWord(std::string_view word, std::span<const std::string> candidates) {
-    const auto nearest =
-        std::min_element(candidates.begin(), candidates.end(), [word](const auto& a, const auto& b) {
-            return EditDistance(word, a) < EditDistance(word, b);
-        });
-    return nearest != candidates.end() ? *nearest : std::string();
+    const std::vector<std::string> nearest = NearestWords(word, candidates);
+    return !nearest.empty() ? nearest.front() : std::string();
 }
 
 } // namespace engine

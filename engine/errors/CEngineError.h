@@ -10,7 +10,7 @@ enum class EnFault {
     CALLER,  ///< the request names something that does not exist, or makes no sense
     FILE,    ///< a file is missing or damaged, or cannot be written
     PLUGIN,  ///< the plug-in or its pack failed or broke the contract
-    MACHINE, ///< memory, threads or another resource ran out
+    MACHINE, ///< memory, disk space or another resource ran out, or a system library is missing
 };
 
 /// Base class of all errors that the engine raises. The message is one sentence for users, without a final
@@ -27,11 +27,19 @@ private:
     EnFault m_fault;
 };
 
-/// A file could not be read or written.
+/// A file could not be read or written. The fault is `MACHINE` if the machine ran out of memory or disk
+/// space, so that the same file could be read or written elsewhere.
 class CFileError : public CEngineError {
 public:
-    explicit CFileError(const std::string& message)
-        : CEngineError(EnFault::FILE, message) {}
+    explicit CFileError(const std::string& message, EnFault fault = EnFault::FILE)
+        : CEngineError(fault, message) {}
+};
+
+/// A plug-in raised an exception.
+class CPluginError : public CEngineError {
+public:
+    explicit CPluginError(const std::string& message)
+        : CEngineError(EnFault::PLUGIN, message) {}
 };
 
 /// The caller's request names something that does not exist, or makes no sense.

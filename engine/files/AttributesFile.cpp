@@ -1,6 +1,6 @@
 #include "engine/files/AttributesFile.h"
 
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFileName.h"
 #include "engine/files/TextFile.h"
 #include "engine/files/ValueJson.h"
@@ -24,30 +24,47 @@ const char* const g_damaged = "its attributes are damaged";
 
 constexpr int g_indent = 2;
 
-std::unique_ptr<ORVEN::CValueMap> MapOfJson(const std::string& path, const json& object) {
+std::unique_ptr<ORVEN::CValueMap> MapOfJson(const json& object) {
     if (!object.is_object())
-        ThrowUnreadable(path, g_damaged);
+        throw CFileReason(g_damaged);
     std::unique_ptr<ORVEN::CValue> value;
     try {
         value = FromJson(object);
     } catch (const CFileError& error) {
-        ThrowUnreadable(path, std::string(g_damaged) + ": " + error.what());
+        throw CFileReason(std::string(g_damaged) + ": " + error.what());
     }
     if (value == nullptr || value->Map() == nullptr)
-        ThrowUnreadable(path, g_damaged);
+        throw CFileReason(g_damaged);
     auto map = std::make_unique<ORVEN::CValueMap>();
     map->Copy(*value, ORVEN::CValue::TF_NONE, false);
     return map;
 }
 
-ORVEN::CSize SizeOfJson(const std::string& path, const json& array) {
+ORVEN::CSize SizeOfJson(const json& array) {
     std::vector<std::int64_t> extents;
     for (const json& extent : array) {
         if (!extent.is_number_integer())
-            ThrowUnreadable(path, g_damaged);
+            throw CFileReason(g_damaged);
         extents.push_back(extent.get<std::int64_t>());
     }
-    return CheckedSize(path, std::move(extents), 1);
+    return CheckedSize(std::move(extents), 1);
+}
+
+StImageFacts FactsOf(const json& file) {
+    StImageFacts facts;
+    if (!file.is_object())
+        throw CFileReason("it is damaged");
+    if (const auto type = file.find(g_type); type != file.end()) {
+        facts.type = type->is_string() ? PixelTypeOfName(type->get<std::string>()) : std::nullopt;
+        if (!facts.type)
+            throw CFileReason("the image type " + type->dump(-1, ' ', true, json::error_handler_t::replace) +
+                              " is unknown");
+    }
+    if (const auto size = file.find(g_size); size != file.end())
+        facts.size = SizeOfJson(*size);
+    if (const auto attributes = file.find(g_attributes); attributes != file.end())
+        facts.attributes = MapOfJson(*attributes);
+    return facts;
 }
 
 } // namespace
@@ -65,8 +82,8 @@ std::string AttributesText(const ORVEN::CValueMap& attributes) {
     return ToJson(attributes).dump(-1, ' ', true);
 }
 
-std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& path, const std::string& text) {
-    return MapOfJson(path, json::parse(text, nullptr, false));
+std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& text) {
+    return MapOfJson(json::parse(text, nullptr, false));
 }
 
 std::string SideFilePath(const std::string& imagePath) {
@@ -95,26 +112,13 @@ std::string SideFileText(const ORVEN::CImage& image) {
 
 StImageFacts ReadSideFile(const std::string& imagePath) {
     const std::string path = SideFilePath(imagePath);
-    StImageFacts facts;
     std::error_code error;
     if (!std::filesystem::exists(path, error))
-        return facts;
-    (void)FileSize(path); // raises unless it is a regular file
-    const json file = json::parse(ReadTextFile(path), nullptr, false);
-    if (!file.is_object())
-        ThrowUnreadable(path, "it is damaged");
-    if (const auto type = file.find(g_type); type != file.end()) {
-        facts.type = type->is_string() ? PixelTypeOfName(type->get<std::string>()) : std::nullopt;
-        if (!facts.type)
-            ThrowUnreadable(path, "the image type " +
-                                      type->dump(-1, ' ', true, json::error_handler_t::replace) +
-                                      " is unknown");
-    }
-    if (const auto size = file.find(g_size); size != file.end())
-        facts.size = SizeOfJson(path, *size);
-    if (const auto attributes = file.find(g_attributes); attributes != file.end())
-        facts.attributes = MapOfJson(path, *attributes);
-    return facts;
+        return {};
+    return Reading(path, [&path] {
+        (void)FileSize(path); // raises unless it is a regular file
+        return FactsOf(json::parse(ReadTextFile(path), nullptr, false));
+    });
 }
 
 } // namespace engine

@@ -25,8 +25,8 @@ std::optional<ORVEN::IImage::CType> PixelTypeOfName(const std::string& name);
 
 /// The attributes as JSON on one line of plain ASCII. See ValueJson.h for the representation of values.
 std::string AttributesText(const ORVEN::CValueMap& attributes);
-/// Parses such a text. Raises `CFileError`, naming `path`, if the text is not valid.
-std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& path, const std::string& text);
+/// Parses such a text. Raises `CFileReason` if the text is not valid.
+std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& text);
 
 /// The text of the side file of an image.
 std::string SideFileText(const ORVEN::CImage& image);

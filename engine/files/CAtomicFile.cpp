@@ -1,17 +1,13 @@
 #include "engine/files/CAtomicFile.h"
 
-#include "engine/errors/CEngineError.h"
 #include "engine/files/EndingSignals.h"
+#include "engine/files/FileErrors.h"
 
 #include <algorithm>
 
 namespace fs = std::filesystem;
 
 namespace engine {
-
-void ThrowUnwritable(const std::string& path, const std::string& reason) {
-    throw CFileError("cannot write '" + path + "': " + reason);
-}
 
 fs::path FollowLink(const std::string& path) {
     std::error_code error;
@@ -30,11 +26,7 @@ CAtomicFile::CAtomicFile(const std::string& target)
         ThrowUnwritable(m_named, "it is no regular file");
     if (!m_target.has_filename())
         ThrowUnwritable(m_named, "it names no file");
-    try {
-        m_folder.emplace(m_target.parent_path());
-    } catch (const CFileError& reason) {
-        ThrowUnwritable(m_named, reason.what());
-    }
+    Writing(m_named, [this] { m_folder.emplace(m_target.parent_path()); });
 }
 
 std::string CAtomicFile::Path() const { return CompanionPath(m_target.filename()); }
@@ -47,7 +39,7 @@ void CAtomicFile::Move(const fs::path& name) const {
     std::error_code error;
     fs::rename(m_folder->Path() / name, m_target.parent_path() / name, error);
     if (error)
-        ThrowUnwritable(m_named, error.message());
+        ThrowUnwritable(m_named, SystemReason(error.value()));
 }
 
 void CAtomicFile::Commit(const std::vector<std::string>& companions) {
@@ -64,7 +56,7 @@ void CAtomicFile::Commit(const std::vector<std::string>& companions) {
         if (std::find(written.begin(), written.end(), name) == written.end())
             fs::remove(m_target.parent_path() / name, error);
         if (error)
-            ThrowUnwritable(m_named, error.message());
+            ThrowUnwritable(m_named, SystemReason(error.value()));
     }
     Move(m_target.filename());
 }

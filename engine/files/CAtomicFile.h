@@ -39,7 +39,4 @@ private:
 /// The path that a file of this name is actually written to, after following a symbolic link.
 std::filesystem::path FollowLink(const std::string& path);
 
-/// "cannot write 'PATH': REASON", as one line.
-[[noreturn]] void ThrowUnwritable(const std::string& path, const std::string& reason);
-
 } // namespace engine

@@ -1,9 +1,9 @@
 #include "engine/files/CKeptFile.h"
 
-#include "engine/errors/CEngineError.h"
 #include "engine/files/CAtomicFile.h"
 #include "engine/files/CTextOutput.h"
 #include "engine/files/EndingSignals.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/UnfinishedFiles.h"
 
 #include <unistd.h>

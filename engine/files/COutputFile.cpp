@@ -1,6 +1,6 @@
 #include "engine/files/COutputFile.h"
 
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
@@ -25,14 +24,12 @@ constexpr std::size_t g_maxChunk = std::size_t{1} << 30;
 constexpr int g_gzipLevel = 2;
 constexpr int g_gzipWindow = 15 + 16; // the largest window, with a gzip wrapper
 
-[[noreturn]] void ThrowSystemError() { throw CFileError(std::strerror(errno)); }
-
 } // namespace
 
 COutputFile::COutputFile(const std::string& path)
     : m_descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
     if (m_descriptor < 0)
-        ThrowSystemError();
+        throw SystemReason(errno);
 }
 
 COutputFile::~COutputFile() {
@@ -44,7 +41,7 @@ void COutputFile::Write(std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = write(m_descriptor, bytes.data(), std::min(bytes.size(), g_maxChunk));
         if (count < 0 && errno != EINTR)
-            ThrowSystemError();
+            throw SystemReason(errno);
         bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
 }
@@ -75,7 +72,7 @@ void COutputFile::WriteGzip(std::initializer_list<std::string_view> parts) {
 
 void COutputFile::Close() {
     if (close(std::exchange(m_descriptor, -1)) != 0)
-        ThrowSystemError();
+        throw SystemReason(errno);
 }
 
 } // namespace engine

@@ -7,7 +7,7 @@
 namespace engine {
 
 /// A file that is written sequentially and checks that everything was stored. Every operation raises
-/// `CFileError` with the system's reason on failure; the caller adds the path.
+/// `CFileReason` with the system's reason on failure.
 class COutputFile {
 public:
     /// Creates or truncates the file.

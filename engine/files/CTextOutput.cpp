@@ -1,15 +1,14 @@
 #include "engine/files/CTextOutput.h"
 
-#include "engine/errors/CEngineError.h"
 #include "engine/files/CAtomicFile.h"
 #include "engine/files/COutputFile.h"
+#include "engine/files/FileErrors.h"
 
 #include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -46,7 +45,8 @@ CTextOutput::CTextOutput(std::string path)
     // Without O_NONBLOCK, opening a pipe without a reader would wait for one.
     m_special = open(m_path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (m_special < 0)
-        ThrowUnwritable(m_path, errno == ENXIO ? "it is a pipe that nobody reads" : std::strerror(errno));
+        ThrowUnwritable(m_path,
+                        errno == ENXIO ? CFileReason("it is a pipe that nobody reads") : SystemReason(errno));
     fcntl(m_special, F_SETFL, fcntl(m_special, F_GETFL) & ~O_NONBLOCK);
 }
 
@@ -56,25 +56,17 @@ CTextOutput::~CTextOutput() {
 }
 
 void CTextOutput::Write(const std::string& text) {
-    try {
-        if (m_special >= 0) {
-            const CBrokenPipeGuard guard;
-            COutputFile file(std::exchange(m_special, -1));
-            file.Write(text);
-            file.Close();
-            return;
-        }
-    } catch (const CFileError& error) {
-        ThrowUnwritable(m_path, error.what());
-    }
-    CAtomicFile target(m_path);
-    try {
-        COutputFile file(target.Path());
+    const auto writeAll = [&text](COutputFile file) {
         file.Write(text);
         file.Close();
-    } catch (const CFileError& error) {
-        ThrowUnwritable(m_path, error.what());
+    };
+    if (m_special >= 0) {
+        const CBrokenPipeGuard guard;
+        Writing(m_path, [&] { writeAll(COutputFile(std::exchange(m_special, -1))); });
+        return;
     }
+    CAtomicFile target(m_path);
+    Writing(m_path, [&] { writeAll(COutputFile(target.Path())); });
     target.Commit();
 }
 

@@ -1,7 +1,7 @@
 #include "engine/files/CWorkFolder.h"
 
-#include "engine/errors/CEngineError.h"
 #include "engine/files/EndingSignals.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/UnfinishedFiles.h"
 
 #include <fcntl.h>
@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -75,7 +74,7 @@ CWorkFolder::CWorkFolder(const fs::path& parent) {
             close(m_lock);
         std::string path = (parent / (std::string(g_prefix) + std::string(g_random))).string();
         if (mkdtemp(path.data()) == nullptr)
-            throw CFileError(std::strerror(errno));
+            throw SystemReason(errno);
         m_path = path;
         m_lock = OpenFolder(m_path);
         if (m_lock >= 0)

@@ -12,7 +12,7 @@ namespace engine {
 /// the folder of this object is ever removed.
 class CWorkFolder {
 public:
-    /// Creates the folder in `parent`. Raises `CFileError` with the system's reason if this fails.
+    /// Creates the folder in `parent`. Raises `CFileReason` with the system's reason if this fails.
     explicit CWorkFolder(const std::filesystem::path& parent);
     CWorkFolder(const CWorkFolder&) = delete;
     CWorkFolder& operator=(const CWorkFolder&) = delete;

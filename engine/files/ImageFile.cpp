@@ -4,6 +4,7 @@
 #include "engine/files/AttributesFile.h"
 #include "engine/files/CAtomicFile.h"
 #include "engine/files/COutputFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFileName.h"
 #include "engine/files/TextFile.h"
 #include "engine/files/formats/HeaderChecks.h"
@@ -24,7 +25,6 @@
 
 #include <algorithm>
 #include <map>
-#include <new>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -46,7 +46,7 @@ void ReadSamples(const std::string& path, const StImageHeader& header, void* sam
     else if (header.format == FORMAT_PNG)
         ReadPngSamples(path, header, samples);
     else
-        ReadPixelData(path, header, samples);
+        ReadPixelData(header, samples);
 }
 
 /// The extents as three numbers, those beyond the dimension being 1.
@@ -60,9 +60,9 @@ StImageFacts ReadFacts(const std::string& path, StImageHeader& header) {
     if (header.format != FORMAT_NRRD) {
         StImageFacts facts = ReadSideFile(path);
         if (facts.size && Extents(*facts.size) != Extents(header.size)) {
-            ThrowUnreadable(SideFilePath(path), "it belongs to an image of size " + facts.size->ToString() +
-                                                    ", and '" + path + "' has size " +
-                                                    header.size.ToString());
+            ThrowUnreadable(SideFilePath(path),
+                            CFileReason("it belongs to an image of size " + facts.size->ToString() +
+                                        ", and '" + path + "' has size " + header.size.ToString()));
         }
         header.size = facts.size.value_or(header.size);
         return facts;
@@ -71,10 +71,10 @@ StImageFacts ReadFacts(const std::string& path, StImageHeader& header) {
     if (header.typeName) {
         facts.type = PixelTypeOfName(*header.typeName);
         if (!facts.type)
-            ThrowUnreadable(path, "its image type '" + *header.typeName + "' is unknown");
+            throw CFileReason("its image type '" + *header.typeName + "' is unknown");
     }
     if (header.attributes)
-        facts.attributes = AttributesOfText(path, *header.attributes);
+        facts.attributes = AttributesOfText(*header.attributes);
     return facts;
 }
 
@@ -84,16 +84,15 @@ unsigned char* Bytes(CImage& image) {
     return static_cast<unsigned char*>(access->Data());
 }
 
-[[noreturn]] void ThrowOtherType(const std::string& path, const IImage::CType& type,
-                                 const std::string& found) {
-    ThrowUnreadable(path, std::string("its attributes say it is ") + type.ToString() + ", but " + found +
-                              "; say with --as what to make of it");
+[[noreturn]] void ThrowOtherType(const IImage::CType& type, const std::string& found) {
+    throw CFileReason(std::string("its attributes say it is ") + type.ToString() + ", but " + found +
+                      "; say with --as what to make of it");
 }
 
 /// Reads pixels that already have the image's type directly into the image.
 std::unique_ptr<CImage> ReadInPlace(const std::string& path, const StImageHeader& header,
                                     const IImage::CType& type) {
-    RequireMemory(path, header.ByteCount());
+    RequireMemory(header.ByteCount());
     auto image = std::make_unique<CImage>(type, header.size, CSize(0, 0, 0));
     ReadSamples(path, header, Bytes(*image));
     return image;
@@ -101,16 +100,16 @@ std::unique_ptr<CImage> ReadInPlace(const std::string& path, const StImageHeader
 
 std::unique_ptr<CImage> ReadAndConvert(const std::string& path, const StImageHeader& header,
                                        const std::optional<IImage::CType>& type) {
-    RequireMemory(path, header.ByteCount());
+    RequireMemory(header.ByteCount());
     const auto samples = std::make_unique_for_overwrite<std::uint64_t[]>(
         static_cast<std::size_t>(header.ByteCount() / 8 + 1)); // aligned for every sample type
     ReadSamples(path, header, samples.get());
     if (header.scale) {
         const auto scaled =
             ScaledSamples(samples.get(), header.sample, header.size.PixelCount(), *header.scale);
-        return MakeImage(path, header.size, scaled.get(), SAMPLE_FLOAT, 1, type);
+        return MakeImage(header.size, scaled.get(), SAMPLE_FLOAT, 1, type);
     }
-    return MakeImage(path, header.size, samples.get(), header.sample, header.samplesPerPixel, type);
+    return MakeImage(header.size, samples.get(), header.sample, header.samplesPerPixel, type);
 }
 
 void MakeBinary(CImage& image) {
@@ -118,30 +117,30 @@ void MakeBinary(CImage& image) {
         pixel = pixel != 0 ? 1 : 0;
 }
 
-void RequireBinary(const std::string& path, CImage& image) {
+void RequireBinary(CImage& image) {
     for (const unsigned char pixel :
          std::span(Bytes(image), static_cast<std::size_t>(image.Size().PixelCount()))) {
         if (pixel > 1)
-            ThrowOtherType(path, image.Type(), "it holds the value " + std::to_string(pixel));
+            ThrowOtherType(image.Type(), "it holds the value " + std::to_string(pixel));
     }
 }
 
 std::unique_ptr<CImage> ReadPixels(const std::string& path, const StImageHeader& header,
                                    const std::optional<IImage::CType>& as,
-                                   const std::optional<IImage::CType>& told) {
+                                   const std::optional<IImage::CType>& stored) {
     const bool isPlain = header.samplesPerPixel == 1 && !header.scale;
     const auto own = isPlain ? SameSampleType(header.sample) : std::nullopt;
-    const auto type = as ? as : told ? told : own;
+    const auto type = as ? as : stored ? stored : own;
     const bool isSame = own && type && SampleOfType(*type) == header.sample;
-    if (!as && told && !isSame)
-        ThrowOtherType(path, *told, "its pixels are of another type");
+    if (!as && stored && !isSame)
+        ThrowOtherType(*stored, "its pixels are of another type");
     if (!isSame)
         return ReadAndConvert(path, header, type);
     auto image = ReadInPlace(path, header, *type);
     if (type->IsBinary() && as)
         MakeBinary(*image);
     else if (type->IsBinary())
-        RequireBinary(path, *image);
+        RequireBinary(*image);
     return image;
 }
 
@@ -156,7 +155,7 @@ void SetHeaderSpacing(CImage& image, const StImageHeader& header) {
 void RequireHoldable(const StImageHeader& header) {
     const auto require = [](bool isMet, const char* reason) {
         if (!isMet)
-            throw CFileError(reason);
+            throw CFileReason(reason);
     };
     constexpr std::int64_t maxNiftiExtent = 32767;
     constexpr std::int64_t maxPlaneExtent = 0x7fffffff;
@@ -177,7 +176,7 @@ void RequireHoldable(const StImageHeader& header) {
 /// Raises for attributes that are too long to be read again.
 void RequireReadableText(const std::string& attributes) {
     if (attributes.size() > g_maxTextSize)
-        throw CFileError("its attributes take more than " + std::to_string(g_maxTextSize >> 20) + " MiB");
+        throw CFileReason("its attributes take more than " + std::to_string(g_maxTextSize >> 20) + " MiB");
 }
 
 StImageHeader HeaderOf(const CImage& image, EnFileFormat format) {
@@ -261,8 +260,12 @@ void WriteSamples(const std::string& path, const StImageHeader& header, std::str
     }
 }
 
+StImageHeader ReadBack(const std::string& path) {
+    return Reading(path, [&path] { return ReadImageHeader(path); });
+}
+
 /// Whether reading the file without a side file gives this image.
-bool TellsAll(const StImageHeader& found, const CImage& image) {
+bool IsCompleteAlone(const StImageHeader& found, const CImage& image) {
     CImage alone(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
     SetHeaderSpacing(alone, found);
     return found.size == image.Size() && SameSampleType(found.sample) == image.Type() &&
@@ -278,7 +281,7 @@ void WriteFiles(const CAtomicFile& file, const CImage& image, StTarget target) {
     if (target.format == FORMAT_NRRD && IsWorthPacking(samples))
         target.packing = PACKING_GZIP;
     WriteSamples(file.Path(), header, samples, target);
-    if (target.format == FORMAT_NRRD || TellsAll(ReadImageHeader(file.Path()), image))
+    if (target.format == FORMAT_NRRD || IsCompleteAlone(ReadBack(file.Path()), image))
         return;
     const std::string text = SideFileText(image);
     RequireReadableText(text);
@@ -290,7 +293,7 @@ void WriteFiles(const CAtomicFile& file, const CImage& image, StTarget target) {
 } // namespace
 
 std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<IImage::CType>& as) {
-    try {
+    return Reading(path, [&] {
         StImageHeader header = ReadImageHeader(path);
         const StImageFacts facts = ReadFacts(path, header);
         auto image = ReadPixels(path, header, as, facts.type);
@@ -299,22 +302,14 @@ std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<I
         else
             SetHeaderSpacing(*image, header);
         return image;
-    } catch (const std::bad_alloc&) {
-        ThrowUnreadable(path, "there is not enough memory");
-    }
+    });
 }
 
 void WriteImage(const CImage& image, const std::string& path) {
     RequireImageFileName(path);
     RequireOwnCompanions(path);
     CAtomicFile file(path);
-    try {
-        WriteFiles(file, image, *TargetOfName(path));
-    } catch (const CFileError& error) {
-        ThrowUnwritable(path, error.what());
-    } catch (const std::bad_alloc&) {
-        ThrowUnwritable(path, "there is not enough memory");
-    }
+    Writing(path, [&] { WriteFiles(file, image, *TargetOfName(path)); });
     RequireOwnCompanions(path); // other programs may have written in the meantime
     file.Commit(CompanionNames(std::filesystem::path(file.Path()).filename()));
 }

@@ -2,6 +2,7 @@
 
 #include "engine/files/AttributesFile.h"
 #include "engine/files/CAtomicFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/MetaFile.h"
 
 #include <zlib.h>

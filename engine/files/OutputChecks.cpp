@@ -1,6 +1,7 @@
 #include "engine/files/OutputChecks.h"
 
 #include "engine/files/CAtomicFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFileName.h"
 
 #include <unistd.h>

@@ -1,6 +1,6 @@
 #include "engine/files/TextFile.h"
 
-#include "engine/files/formats/HeaderChecks.h"
+#include "engine/files/FileErrors.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,7 +10,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <utility>
 
 namespace engine {
@@ -45,20 +44,18 @@ ssize_t ReadSome(int file, std::array<char, 65536>& buffer) {
     }
 }
 
-} // namespace
-
-std::string ReadTextFile(const std::string& path) {
+std::string ReadText(const std::string& path) {
     const CDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status {};
     if (file.Get() < 0 || fstat(file.Get(), &status) != 0)
-        ThrowUnreadable(path, std::strerror(errno));
+        throw SystemReason(errno);
     if (S_ISDIR(status.st_mode))
-        ThrowUnreadable(path, "it is a folder");
+        throw CFileReason("it is a folder");
     if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode))
-        ThrowUnreadable(path, "it is no regular file");
-    const auto requireShort = [&path](std::uint64_t size) {
+        throw CFileReason("it is no regular file");
+    const auto requireShort = [](std::uint64_t size) {
         if (size > g_maxTextSize)
-            ThrowUnreadable(path, "it is longer than " + std::to_string(g_maxTextSize >> 20) + " MiB");
+            throw CFileReason("it is longer than " + std::to_string(g_maxTextSize >> 20) + " MiB");
     };
     requireShort(static_cast<std::uint64_t>(status.st_size));
     std::string text;
@@ -69,10 +66,16 @@ std::string ReadTextFile(const std::string& path) {
         requireShort(text.size());
     }
     if (count < 0)
-        ThrowUnreadable(path, std::strerror(errno));
+        throw SystemReason(errno);
     if (text.empty() && S_ISFIFO(status.st_mode))
-        ThrowUnreadable(path, "it is a pipe that nobody writes to");
+        throw CFileReason("it is a pipe that nobody writes to");
     return text;
+}
+
+} // namespace
+
+std::string ReadTextFile(const std::string& path) {
+    return Reading(path, [&path] { return ReadText(path); });
 }
 
 } // namespace engine

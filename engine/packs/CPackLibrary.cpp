@@ -2,9 +2,13 @@
 
 #include "engine/errors/CEngineError.h"
 
+#include <sorblib2core/CException.h>
+
 #include <dlfcn.h>
 
+#include <exception>
 #include <filesystem>
+#include <new>
 
 namespace engine {
 
@@ -20,13 +24,23 @@ std::string PlaceOf(const std::string& path) {
     return path.find('/') == std::string::npos ? "./" + path : path;
 }
 
+/// The error after a failed dlopen of the pack. If the loader names another library than the pack, the pack
+/// itself was found, and this machine lacks a library that it needs.
+CFileError LoadError(const std::string& place) {
+    const std::string reason = dlerror();
+    return CFileError("cannot load the pack: " + reason,
+                      reason.starts_with(place) ? EnFault::FILE : EnFault::MACHINE);
+}
+
 } // namespace
 
 CPackLibrary::CPackLibrary(const std::string& path)
-    : m_library(dlopen(PlaceOf(path).c_str(), RTLD_NOW | RTLD_LOCAL))
+    : m_library(nullptr)
     , m_create(nullptr) {
+    const std::string place = PlaceOf(path);
+    m_library = dlopen(place.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_library == nullptr)
-        throw CFileError(std::string("cannot load the pack: ") + dlerror());
+        throw LoadError(place);
     m_create = reinterpret_cast<CreateFunction>(dlsym(m_library, "CreatePluginInstanceEx"));
     if (m_create == nullptr) {
         dlclose(m_library);
@@ -42,15 +56,18 @@ CPackLibrary::~CPackLibrary() {
 #endif
 }
 
-std::string CPackLibrary::DefaultPath() {
-    const auto program = std::filesystem::read_symlink("/proc/self/exe");
-    return (program.parent_path().parent_path() / "lib" / "libQuillonPack.so").string();
-}
-
 std::unique_ptr<ORVEN::CPluginBase> CPackLibrary::Create(const std::string& name) const {
-    // The factory returns a pointer to the most derived class, whose only base is CPluginBase: both have the
-    // same address.
-    return std::unique_ptr<ORVEN::CPluginBase>(static_cast<ORVEN::CPluginBase*>(m_create(name.c_str())));
+    try {
+        // The factory returns a pointer to the most derived class, whose only base is CPluginBase: both have
+        // the same address.
+        return std::unique_ptr<ORVEN::CPluginBase>(static_cast<ORVEN::CPluginBase*>(m_create(name.c_str())));
+    } catch (const ORVEN::CException& error) {
+        throw CPluginError(std::string(error.Source()) + ": " + error.Message());
+    } catch (const std::bad_alloc&) {
+        throw CPluginError("not enough memory");
+    } catch (const std::exception& error) {
+        throw CPluginError(error.what());
+    }
 }
 
 } // namespace engine

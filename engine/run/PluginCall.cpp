@@ -90,6 +90,10 @@ std::optional<StFailure> FailureOf(const std::string& name, const Function& func
 
 } // namespace
 
+CPluginError ErrorOf(const StFailure& failure, const std::string& plugin) {
+    return CPluginError((failure.source.empty() ? plugin : failure.source) + ": " + failure.message);
+}
+
 std::unique_ptr<CValueMap> MakeDocument(CImage& image, const std::optional<std::string>& label) {
     auto document = std::make_unique<CValueMap>();
     document->SetEntry("content", new CValuePointer<CImage>(&image, 1));

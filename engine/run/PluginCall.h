@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/catalogue/StCatalogueEntry.h"
+#include "engine/errors/CEngineError.h"
 
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CValueMap.h>
@@ -28,6 +29,11 @@ struct StFailure {
     std::string source;
     std::string message;
 };
+
+/// The failure of the named plug-in as an error: "SOURCE: MESSAGE", or the plug-in's name if no source is
+/// given. What a plug-in raises is its own fault, even if it ran out of memory: it may have asked for too
+/// much.
+CPluginError ErrorOf(const StFailure& failure, const std::string& plugin);
 
 /// The result of a plug-in call.
 struct StPluginOutcome {

@@ -61,6 +61,33 @@ TEST(ListCommand, ListsAsJson) {
     EXPECT_TRUE(list[0]["summary"].is_string());
 }
 
+TEST(ListCommand, GroupsSeveralPacks) {
+    const test::StEnd end = test::Quillon({"list", "--pack", QUILLON_PACK, "--pack", QUILLON_TEST_PACK});
+    EXPECT_EQ(end.status, 0) << end.err;
+    EXPECT_TRUE(end.out.starts_with("QuillonPack 1.0.0\n  ConvexifyObjects ")) << end.out;
+    EXPECT_TRUE(Contains(end.out, "\n\nQuillonTestPack 1.0.0\n  SegmNiblack  Local threshold")) << end.out;
+    EXPECT_TRUE(Contains(end.out, "\n  Known but not in this pack: ConvexifyObjects, ")) << end.out;
+}
+
+TEST(ListCommand, NamesThePackOfEachPluginAsJson) {
+    const test::StEnd end =
+        test::Quillon({"list", "--json", "--pack", QUILLON_PACK, "--pack", QUILLON_TEST_PACK});
+    const json list = json::parse(end.out);
+    EXPECT_EQ(list.front()["pack"], "QuillonPack");
+    EXPECT_EQ(list.back()["pack"], "QuillonTestPack");
+    EXPECT_EQ(list.back()["name"], "SegmNiblack");
+}
+
+TEST(ListCommand, ReportsAPackWithoutACatalogue) {
+    const test::CTestFolder folder;
+    std::filesystem::copy_file(QUILLON_TEST_PACK, folder / "libBare.so");
+    const test::StEnd end =
+        test::Quillon({"list", "--pack", QUILLON_TEST_PACK, "--pack", folder / "libBare.so"});
+    EXPECT_TRUE(end.out.ends_with(
+        "\n\nlibBare.so\n  This pack has no catalogue, so its plug-ins cannot be listed.\n"))
+        << end.out;
+}
+
 TEST(ListCommand, FindsThePackBesideTheProgram) {
     const test::StEnd end = test::Quillon({"list"});
     EXPECT_EQ(end.status, 0) << end.err;

@@ -373,6 +373,10 @@ TEST_F(RunCommand, NamesTheNearestKeyAndPlugin) {
     end = Run("SegmSauvola");
     EXPECT_EQ(end.status, 2);
     EXPECT_EQ(end.err, "quillon: the pack does not provide 'SegmSauvola'\n");
+    EXPECT_EQ(test::Quillon({"run", "SegmSauvola", image, "--pack", QUILLON_TEST_PACK, "--pack", QUILLON_PACK,
+                             "-o", folder / "a.nrrd"})
+                  .status,
+              0);
 }
 
 // Dialogs

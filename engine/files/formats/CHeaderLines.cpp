@@ -1,5 +1,6 @@
 #include "engine/files/formats/CHeaderLines.h"
 
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <streambuf>
@@ -9,8 +10,7 @@ namespace engine {
 
 CHeaderLines::CHeaderLines(const std::string& path, std::int64_t maxTotal, std::int64_t maxLine,
                            std::string longLine)
-    : m_path(path)
-    , m_file(path, std::ios::binary)
+    : m_file(path, std::ios::binary)
     , m_maxTotal(maxTotal)
     , m_maxLine(maxLine)
     , m_longLine(std::move(longLine)) {}
@@ -27,12 +27,12 @@ bool CHeaderLines::Next(std::string& line) {
         if (c == '\n')
             break;
         if (c == '\0')
-            ThrowUnreadable(m_path, "its header is damaged: it is no text");
+            throw CFileReason("its header is damaged: it is no text");
         line += c;
         if (m_position > m_maxTotal)
-            ThrowUnreadable(m_path, "its header is damaged: it does not end");
+            throw CFileReason("its header is damaged: it does not end");
         if (std::cmp_greater(line.size(), m_maxLine) && (m_longLine.empty() || !line.starts_with(m_longLine)))
-            ThrowUnreadable(m_path, "its header is damaged: a line does not end");
+            throw CFileReason("its header is damaged: a line does not end");
     }
     if (line.ends_with('\r'))
         line.pop_back();

@@ -9,7 +9,7 @@ namespace engine {
 
 /// Reads the lines of a text header in front of binary data, one at a time and within the size limits of a
 /// header. A header that is not text or does not end is refused before it takes much memory. Raises
-/// `CFileError`, "cannot read 'PATH': its header is damaged...".
+/// `CFileReason`, "its header is damaged...".
 class CHeaderLines {
 public:
     /// `maxTotal` limits the bytes of all lines together, `maxLine` those of one line, except for a line that
@@ -24,7 +24,6 @@ public:
     [[nodiscard]] std::int64_t Position() const { return m_position; }
 
 private:
-    const std::string m_path;
     std::ifstream m_file;
     std::int64_t m_maxTotal;
     std::int64_t m_maxLine;

@@ -1,5 +1,6 @@
 #include "engine/files/formats/CTiffLimits.h"
 
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <algorithm>
@@ -37,14 +38,14 @@ void CTiffLimits::CountDirectory(TIFF* tiff) {
     const std::int64_t linkSize = isBig ? 8 : 4;
     if (!file || entries < 0 || entries > m_fileSize ||
         start + countSize + entries * entrySize + linkSize > m_fileSize)
-        ThrowUnreadable(m_path, "it ends too early");
+        throw CFileReason("it ends too early");
     m_directoryBytes += countSize + entries * entrySize + linkSize;
     if (m_directoryBytes > m_fileSize)
-        ThrowUnreadable(m_path, "it is damaged: its pages overlap");
+        throw CFileReason("it is damaged: its pages overlap");
     m_stripCount += StripCount(tiff);
     constexpr std::int64_t bytesPerStrip = 4; // minimum in the tables of offsets and lengths
     if (m_stripCount > m_fileSize / bytesPerStrip)
-        ThrowUnreadable(m_path, "its header announces more strips than it can hold");
+        throw CFileReason("its header announces more strips than it can hold");
 }
 
 void CTiffLimits::CountPixels(TIFF* tiff, std::int64_t pixelBytes, std::int64_t ratio) {
@@ -55,7 +56,7 @@ void CTiffLimits::CountPixels(TIFF* tiff, std::int64_t pixelBytes, std::int64_t 
         const std::uint64_t length = TIFFGetStrileByteCount(tiff, static_cast<std::uint32_t>(i));
         const auto end = static_cast<std::uint64_t>(m_fileSize);
         if (offset > end || length > end - offset)
-            ThrowUnreadable(m_path, "it ends too early");
+            throw CFileReason("it ends too early");
         stored += static_cast<std::int64_t>(length);
         const auto begin = static_cast<std::int64_t>(offset);
         if (!m_strips.empty() && m_strips.back().end == begin)
@@ -63,7 +64,7 @@ void CTiffLimits::CountPixels(TIFF* tiff, std::int64_t pixelBytes, std::int64_t 
         else
             m_strips.push_back({begin, begin + static_cast<std::int64_t>(length)});
     }
-    RequireData(m_path, pixelBytes, stored, ratio);
+    RequireData(pixelBytes, stored, ratio);
     m_stripBytes += stored;
     m_pixelBytes += pixelBytes;
     m_neededBytes += pixelBytes / ratio;
@@ -83,11 +84,11 @@ std::int64_t CTiffLimits::CoveredBytes() {
 
 void CTiffLimits::RequirePixelData() {
     if (m_neededBytes > CoveredBytes())
-        ThrowUnreadable(m_path, "its header announces " + std::to_string(m_pixelBytes) +
-                                    " bytes of pixels, and its strips lie over each other");
+        throw CFileReason("its header announces " + std::to_string(m_pixelBytes) +
+                          " bytes of pixels, and its strips lie over each other");
     // Bytes shared by several strips are read once for each of them.
     if (m_stripBytes > m_fileSize + m_pixelBytes)
-        ThrowUnreadable(m_path, "it is damaged: its strips lie over each other");
+        throw CFileReason("it is damaged: its strips lie over each other");
 }
 
 } // namespace engine

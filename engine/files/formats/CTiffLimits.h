@@ -13,7 +13,7 @@ namespace engine {
 ///
 /// The total size of all directories and the number of strips are bounded by the size of the file. The pixels
 /// are bounded by the bytes that the strips cover, with shared bytes counted once. Takes up to 16 bytes per
-/// strip. Raises `CFileError`, "cannot read 'PATH': REASON".
+/// strip. Raises `CFileReason`.
 class CTiffLimits {
 public:
     CTiffLimits(const std::string& path, std::int64_t fileSize);

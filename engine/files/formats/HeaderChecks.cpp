@@ -1,6 +1,6 @@
 #include "engine/files/formats/HeaderChecks.h"
 
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,69 +28,65 @@ std::optional<std::int64_t> AvailableMemory() {
 
 } // namespace
 
-void ThrowUnreadable(const std::string& path, const std::string& reason) {
-    throw CFileError("cannot read '" + path + "': " + reason);
-}
-
 std::int64_t FileSize(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (!std::filesystem::exists(status))
-        ThrowUnreadable(path, error.message());
+        throw CFileReason(error.message());
     if (!std::filesystem::is_regular_file(status))
-        ThrowUnreadable(path, "it is no regular file");
+        throw CFileReason("it is no regular file");
     const auto size = std::filesystem::file_size(path, error);
     if (error)
-        ThrowUnreadable(path, error.message());
+        throw CFileReason(error.message());
     return static_cast<std::int64_t>(size);
 }
 
-ORVEN::CSize CheckedSize(const std::string& path, std::vector<std::int64_t> extents,
-                         std::int64_t bytesPerPixel) {
+ORVEN::CSize CheckedSize(std::vector<std::int64_t> extents, std::int64_t bytesPerPixel) {
     while (extents.size() > 3 && extents.back() == 1)
         extents.pop_back();
     if (extents.empty() || extents.size() > 3) {
-        ThrowUnreadable(path, "it has " + std::to_string(extents.size()) +
-                                  " dimensions; images of 1, 2 and 3 dimensions can be read");
+        throw CFileReason("it has " + std::to_string(extents.size()) +
+                          " dimensions; images of 1, 2 and 3 dimensions can be read");
     }
     std::int64_t byteCount = bytesPerPixel;
     for (const std::int64_t extent : extents) {
         if (extent < 1)
-            ThrowUnreadable(path, "its header announces the extent " + std::to_string(extent));
+            throw CFileReason("its header announces the extent " + std::to_string(extent));
         if (__builtin_mul_overflow(byteCount, extent, &byteCount) || byteCount > std::int64_t{1} << 62)
-            ThrowUnreadable(path, "its header announces more pixels than any machine holds");
+            throw CFileReason("its header announces more pixels than any machine holds");
     }
     if (extents.size() == 3)
         return {extents[0], extents[1], extents[2]};
     return {extents[0], extents.size() > 1 ? extents[1] : 1};
 }
 
-std::int64_t CheckedSkip(const std::string& path, std::int64_t skip) {
+std::int64_t CheckedSkip(std::int64_t skip) {
     constexpr std::int64_t maxSkip = std::int64_t{1} << 28;
     if (skip > maxSkip)
-        ThrowUnreadable(path, "its pixels begin " + Bytes(skip) + " behind its header");
+        throw CFileReason("its pixels begin " + Bytes(skip) + " behind its header");
     return skip;
 }
 
-void RequireData(const std::string& path, std::int64_t announced, std::int64_t stored, std::int64_t ratio) {
+void RequireData(std::int64_t announced, std::int64_t stored, std::int64_t ratio) {
     stored = std::max<std::int64_t>(stored, 0);
     const std::int64_t needed = announced / ratio + (announced % ratio != 0 ? 1 : 0);
     if (needed > stored) {
-        ThrowUnreadable(path, "its header announces " + Bytes(announced) + " of pixels, but only " +
-                                  Bytes(stored) + " of data are there");
+        throw CFileReason("its header announces " + Bytes(announced) + " of pixels, but only " +
+                          Bytes(stored) + " of data are there");
     }
 }
 
-void ThrowSurplus(const std::string& path, std::int64_t announced, std::int64_t stored) {
-    ThrowUnreadable(path, "its header announces " + Bytes(announced) + " of pixels, but " + Bytes(stored) +
-                              " of data are there");
+void ThrowSurplus(std::int64_t announced, std::int64_t stored) {
+    throw CFileReason("its header announces " + Bytes(announced) + " of pixels, but " + Bytes(stored) +
+                      " of data are there");
 }
 
-void RequireMemory(const std::string& path, std::int64_t byteCount) {
+void RequireMemory(std::int64_t byteCount) {
     const auto available = AvailableMemory();
     if (available && byteCount > *available) {
-        ThrowUnreadable(path, "it needs " + Bytes(byteCount) + " of memory, and only " + Bytes(*available) +
-                                  " are free");
+        throw CFileReason("it needs " + Bytes(byteCount) + " of memory, and only " + Bytes(*available) +
+                              " are free",
+                          EnFault::MACHINE);
     }
 }
 

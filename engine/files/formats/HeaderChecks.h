@@ -11,38 +11,34 @@
 #include <vector>
 
 // Checks that every header must pass before pixels are read: a damaged or malicious file must not cause the
-// allocation of whatever size it announces.
+// allocation of whatever size it announces. A check that fails raises `CFileReason`.
 
 namespace engine {
 
 /// Upper bound of the Deflate compression ratio: at most 1032 to 1, plus a margin for headers and rounding.
 inline constexpr std::int64_t g_maxDeflateRatio = 1040;
 
-/// Raises `CFileError` with the one-line message "cannot read 'PATH': REASON".
-[[noreturn]] void ThrowUnreadable(const std::string& path, const std::string& reason);
-
-/// The size of a regular file in bytes. Raises `CFileError` if the path is not a regular file.
+/// The size of a regular file in bytes.
 std::int64_t FileSize(const std::string& path);
 
 /// The size of an image with these extents, x first. Trailing extents of 1 beyond the third are dropped, and
-/// a single extent gives one row. Raises `CFileError` for no extents, extents below 1, more than three
+/// a single extent gives one row. Raises `CFileReason` for no extents, extents below 1, more than three
 /// dimensions, and images of more than 2^62 bytes at `bytesPerPixel`.
-ORVEN::CSize CheckedSize(const std::string& path, std::vector<std::int64_t> extents,
-                         std::int64_t bytesPerPixel);
+ORVEN::CSize CheckedSize(std::vector<std::int64_t> extents, std::int64_t bytesPerPixel);
 
 /// Returns `skip`, the number of bytes before the pixels, if it is small enough for a header of any kind:
-/// skipped bytes in packed data must be unpacked. Raises `CFileError` for more than 256 MiB.
-std::int64_t CheckedSkip(const std::string& path, std::int64_t skip);
+/// skipped bytes in packed data must be unpacked. Raises `CFileReason` for more than 256 MiB.
+std::int64_t CheckedSkip(std::int64_t skip);
 
-/// Raises `CFileError` unless `stored` bytes can unpack to `announced` bytes at a ratio of at most `ratio` to
-/// 1.
-void RequireData(const std::string& path, std::int64_t announced, std::int64_t stored, std::int64_t ratio);
+/// Raises `CFileReason` unless `stored` bytes can unpack to `announced` bytes at a ratio of at most `ratio`
+/// to 1.
+void RequireData(std::int64_t announced, std::int64_t stored, std::int64_t ratio);
 
-/// Raises `CFileError` for raw data longer than the header announces: one of the two must be wrong.
-[[noreturn]] void ThrowSurplus(const std::string& path, std::int64_t announced, std::int64_t stored);
+/// Raises `CFileReason` for raw data longer than the header announces: one of the two must be wrong.
+[[noreturn]] void ThrowSurplus(std::int64_t announced, std::int64_t stored);
 
-/// Raises `CFileError` if less memory than this is available at the moment.
-void RequireMemory(const std::string& path, std::int64_t byteCount);
+/// Raises `CFileReason` if less memory than this is available at the moment.
+void RequireMemory(std::int64_t byteCount);
 
 /// The spacing, if all numbers are finite and not zero. A sign gives a direction and is dropped.
 std::optional<std::array<double, 3>> CheckedSpacing(std::span<const double> numbers);

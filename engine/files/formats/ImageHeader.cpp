@@ -1,5 +1,6 @@
 #include "engine/files/formats/ImageHeader.h"
 
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/HeaderChecks.h"
 #include "engine/files/formats/MetaFile.h"
 #include "engine/files/formats/NiftiFile.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace engine {
 
@@ -22,7 +22,7 @@ std::string Beginning(const std::string& path) {
     errno = 0;
     const gzFile file = gzopen(path.c_str(), "rb");
     if (file == nullptr)
-        ThrowUnreadable(path, errno != 0 ? std::strerror(errno) : "it cannot be opened");
+        throw errno != 0 ? SystemReason(errno) : CFileReason("it cannot be opened");
     std::string bytes(g_niftiHeaderSize, '\0');
     const int count = gzread(file, bytes.data(), static_cast<unsigned>(bytes.size()));
     gzclose(file);
@@ -40,7 +40,7 @@ bool IsTiff(std::string_view bytes) {
 
 StImageHeader ReadImageHeader(const std::string& path) {
     if (FileSize(path) == 0)
-        ThrowUnreadable(path, "it is empty");
+        throw CFileReason("it is empty");
     const std::string beginning = Beginning(path);
     if (IsNiftiHeader(beginning))
         return ReadNiftiHeader(path);
@@ -52,7 +52,7 @@ StImageHeader ReadImageHeader(const std::string& path) {
         return ReadTiffHeader(path);
     if (IsMetaHeader(beginning))
         return ReadMetaHeader(path);
-    ThrowUnreadable(path, "it is no NRRD, MetaImage, NIfTI, TIFF or PNG file");
+    throw CFileReason("it is no NRRD, MetaImage, NIfTI, TIFF or PNG file");
 }
 
 } // namespace engine

@@ -7,7 +7,7 @@
 namespace engine {
 
 /// Identifies the format of an image file by its contents, and reads and checks its header. Allocates nothing
-/// whose size depends on the number of pixels. Raises `CFileError` for an unknown format and for an
+/// whose size depends on the number of pixels. Raises `CFileReason` for an unknown format and for an
 /// inconsistent header.
 StImageHeader ReadImageHeader(const std::string& path);
 

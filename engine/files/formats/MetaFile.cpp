@@ -1,7 +1,7 @@
 #include "engine/files/formats/MetaFile.h"
 
-#include "engine/errors/CEngineError.h"
 #include "engine/files/COutputFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/CHeaderLines.h"
 #include "engine/files/formats/HeaderChecks.h"
 
@@ -28,16 +28,16 @@ StMetaText ReadText(const std::string& path) {
     std::string line;
     while (text.fields.count("ElementDataFile") == 0) {
         if (!lines.Next(line))
-            ThrowUnreadable(path, "its header is damaged: it does not come to 'ElementDataFile'");
+            throw CFileReason("its header is damaged: it does not come to 'ElementDataFile'");
         const auto sign = line.find('=');
         if (sign == std::string::npos && !Trimmed(line).empty())
-            ThrowUnreadable(path, "its header is damaged");
+            throw CFileReason("its header is damaged");
         if (sign == std::string::npos)
             continue;
         const std::string name(Trimmed(std::string_view(line).substr(0, sign)));
         const std::string value(Trimmed(std::string_view(line).substr(sign + 1)));
         if (!text.fields.emplace(name, value).second)
-            ThrowUnreadable(path, "its header is damaged: it has the field '" + name + "' twice");
+            throw CFileReason("its header is damaged: it has the field '" + name + "' twice");
     }
     text.byteCount = lines.Position();
     return text;
@@ -51,10 +51,10 @@ std::string Field(const StMetaText& text, const std::string& name) {
 bool IsTrue(const std::string& word) { return word.starts_with('T') || word.starts_with('t') || word == "1"; }
 
 template <class Number>
-std::vector<Number> Numbers(const std::string& path, const StMetaText& text, const std::string& name) {
+std::vector<Number> Numbers(const StMetaText& text, const std::string& name) {
     auto numbers = NumbersOf<Number>(Field(text, name));
     if (!numbers)
-        ThrowUnreadable(path, "its header is damaged: '" + name + "'");
+        throw CFileReason("its header is damaged: '" + name + "'");
     return std::move(*numbers);
 }
 
@@ -63,20 +63,19 @@ constexpr std::array<std::string_view, 10> g_typeNames = {
     "MET_CHAR", "MET_UCHAR",     "MET_SHORT",      "MET_USHORT", "MET_INT",
     "MET_UINT", "MET_LONG_LONG", "MET_ULONG_LONG", "MET_FLOAT",  "MET_DOUBLE"};
 
-EnSampleType SampleOf(const std::string& path, const std::string& name) {
+EnSampleType SampleOf(const std::string& name) {
     std::string_view known = name;
     if (name == "MET_LONG" || name == "MET_ULONG")
         known = name == "MET_LONG" ? "MET_INT" : "MET_UINT"; // a "long" of this format has 32 bits
     const auto* const found = std::find(g_typeNames.begin(), g_typeNames.end(), known);
     if (found == g_typeNames.end())
-        ThrowUnreadable(path, "pixels of type '" + name + "' cannot be read");
+        throw CFileReason("pixels of type '" + name + "' cannot be read");
     return static_cast<EnSampleType>(found - g_typeNames.begin());
 }
 
 /// The first number in an optional field; nothing if the field is missing.
-std::optional<std::int64_t> OnlyNumber(const std::string& path, const StMetaText& text,
-                                       const std::string& name) {
-    const auto numbers = Numbers<std::int64_t>(path, text, name);
+std::optional<std::int64_t> OnlyNumber(const StMetaText& text, const std::string& name) {
+    const auto numbers = Numbers<std::int64_t>(text, name);
     return numbers.empty() ? std::nullopt : std::optional(numbers.front());
 }
 
@@ -97,7 +96,7 @@ StPixelData PlaceOf(const std::string& path, const StMetaText& text) {
         return data;
     }
     if (name.empty() || name.starts_with("LIST") || name.find('%') != std::string::npos)
-        ThrowUnreadable(path, "pixels in several data files cannot be read");
+        throw CFileReason("pixels in several data files cannot be read");
     data.path = (std::filesystem::path(path).parent_path() / name).string();
     return data;
 }
@@ -106,25 +105,25 @@ StPixelData PlaceOf(const std::string& path, const StMetaText& text) {
 StPixelData DataOf(const std::string& path, const StMetaText& text, std::int64_t announced) {
     constexpr std::int64_t fromTheEnd = -1;
     if (!Field(text, "BinaryData").empty() && !IsTrue(Field(text, "BinaryData")))
-        ThrowUnreadable(path, "pixels written as text cannot be read");
+        throw CFileReason("pixels written as text cannot be read");
     StPixelData data = PlaceOf(path, text);
     data.isPacked = IsTrue(Field(text, "CompressedData"));
-    const std::int64_t fileSize = FileSize(data.path);
-    const std::int64_t skip = OnlyNumber(path, text, "HeaderSize").value_or(0);
+    const std::int64_t fileSize = Reading(data.path, [&] { return FileSize(data.path); });
+    const std::int64_t skip = OnlyNumber(text, "HeaderSize").value_or(0);
     if (skip > 0)
         data.offset = skip;
     const std::int64_t stored = fileSize - std::min(data.offset, fileSize);
     if (data.isPacked) {
-        const std::int64_t packed = OnlyNumber(path, text, "CompressedDataSize").value_or(stored);
-        RequireData(path, packed, stored, 1);
-        RequireData(path, announced, packed, g_maxDeflateRatio);
+        const std::int64_t packed = OnlyNumber(text, "CompressedDataSize").value_or(stored);
+        RequireData(packed, stored, 1);
+        RequireData(announced, packed, g_maxDeflateRatio);
         return data;
     }
-    RequireData(path, announced, stored, 1);
+    RequireData(announced, stored, 1);
     if (skip == fromTheEnd)
         data.offset = fileSize - announced;
     else if (skip == 0 && stored != announced)
-        ThrowSurplus(path, announced, stored);
+        ThrowSurplus(announced, stored);
     return data;
 }
 
@@ -159,27 +158,27 @@ bool IsMetaHeader(std::string_view beginning) {
 StImageHeader ReadMetaHeader(const std::string& path) {
     const StMetaText text = ReadText(path);
     if (!Field(text, "ObjectType").empty() && Field(text, "ObjectType") != "Image")
-        ThrowUnreadable(path, "it holds no image, but an object of type '" + Field(text, "ObjectType") + "'");
+        throw CFileReason("it holds no image, but an object of type '" + Field(text, "ObjectType") + "'");
     StImageHeader header;
     header.format = FORMAT_META;
-    header.sample = SampleOf(path, Field(text, "ElementType"));
+    header.sample = SampleOf(Field(text, "ElementType"));
     const auto dimension = NumberOf<std::size_t>(Field(text, "NDims"));
-    auto extents = Numbers<std::int64_t>(path, text, "DimSize");
+    auto extents = Numbers<std::int64_t>(text, "DimSize");
     if (!dimension || extents.size() != *dimension)
-        ThrowUnreadable(path, "its header is damaged: 'DimSize' does not fit 'NDims'");
-    const auto channels = Numbers<int>(path, text, "ElementNumberOfChannels");
+        throw CFileReason("its header is damaged: 'DimSize' does not fit 'NDims'");
+    const auto channels = Numbers<int>(text, "ElementNumberOfChannels");
     header.samplesPerPixel = channels.empty() ? 1 : channels.front();
     if (header.samplesPerPixel < 1 || header.samplesPerPixel > 65535)
-        ThrowUnreadable(path, "its header announces " + std::to_string(header.samplesPerPixel) +
-                                  " samples a pixel");
+        throw CFileReason("its header announces " + std::to_string(header.samplesPerPixel) +
+                          " samples a pixel");
 
     const std::string spacingName = Field(text, "ElementSpacing").empty() ? "ElementSize" : "ElementSpacing";
-    const auto spacing = Numbers<double>(path, text, spacingName);
+    const auto spacing = Numbers<double>(text, spacingName);
     if (spacing.size() == *dimension)
         header.spacing = CheckedSpacing(spacing);
     else if (!spacing.empty())
-        ThrowUnreadable(path, "its header is damaged: '" + spacingName + "' does not fit 'NDims'");
-    header.size = CheckedSize(path, std::move(extents), header.samplesPerPixel * SampleSize(header.sample));
+        throw CFileReason("its header is damaged: '" + spacingName + "' does not fit 'NDims'");
+    header.size = CheckedSize(std::move(extents), header.samplesPerPixel * SampleSize(header.sample));
     header.data = DataOf(path, text, header.ByteCount());
     return header;
 }

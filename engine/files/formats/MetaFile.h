@@ -16,8 +16,8 @@ bool IsMetaHeader(std::string_view beginning);
 /// Reads and checks the header. The pixels are in the file itself or in one other file, whose path in the
 /// header is relative to the header. Lists and patterns of files, and pixels written as text, are refused.
 ///
-/// Spacing comes from "ElementSpacing", or else from "ElementSize". Raises `CFileError` if header and data do
-/// not match.
+/// Spacing comes from "ElementSpacing", or else from "ElementSize". Raises `CFileReason` if header and data
+/// do not match.
 StImageHeader ReadMetaHeader(const std::string& path);
 
 /// The pixel data file named by the header at the path; nothing if there is no such header, or if the pixels

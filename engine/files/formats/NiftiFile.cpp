@@ -1,6 +1,7 @@
 #include "engine/files/formats/NiftiFile.h"
 
 #include "engine/files/COutputFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <zlib.h>
@@ -83,21 +84,21 @@ std::string ReadBytes(gzFile file, std::size_t count) {
     return bytes;
 }
 
-EnSampleType SampleOf(const std::string& path, int dataType) {
+EnSampleType SampleOf(int dataType) {
     const auto* const found = std::find(g_dataTypes.begin(), g_dataTypes.end(), dataType);
     if (found == g_dataTypes.end())
-        ThrowUnreadable(path, "pixels of NIfTI type " + std::to_string(dataType) + " cannot be read");
+        throw CFileReason("pixels of NIfTI type " + std::to_string(dataType) + " cannot be read");
     return static_cast<EnSampleType>(found - g_dataTypes.begin());
 }
 
 /// The offset of the pixels, after the header and its extensions.
-std::int64_t DataOffset(const std::string& path, const CNiftiFields& fields) {
+std::int64_t DataOffset(const CNiftiFields& fields) {
     constexpr double beyondAll = 1e18;
     const double offset = fields.DataOffset();
     if (!(offset >= static_cast<double>(g_niftiHeaderSize)) || offset > beyondAll ||
         offset != std::floor(offset))
-        ThrowUnreadable(path, "its header is damaged: the place of the pixels");
-    return CheckedSkip(path, static_cast<std::int64_t>(offset));
+        throw CFileReason("its header is damaged: the place of the pixels");
+    return CheckedSkip(static_cast<std::int64_t>(offset));
 }
 
 std::optional<StScale> ScaleOf(const CNiftiFields& fields) {
@@ -152,20 +153,20 @@ StImageHeader ReadNiftiHeader(const std::string& path) {
     const std::int64_t fileSize = FileSize(path);
     const GzipFile file(gzopen(path.c_str(), "rb"));
     if (!file)
-        ThrowUnreadable(path, "it cannot be opened");
+        throw CFileReason("it cannot be opened");
     const std::string bytes = ReadBytes(file.get(), g_niftiHeaderSize);
     if (!IsNiftiHeader(bytes))
-        ThrowUnreadable(path, "its header is damaged");
+        throw CFileReason("its header is damaged");
     const CNiftiFields fields(bytes);
     if (fields.Magic().starts_with("ni1"))
-        ThrowUnreadable(path, "a pair of .hdr and .img cannot be read; make it one .nii file");
+        throw CFileReason("a pair of .hdr and .img cannot be read; make it one .nii file");
     const int dimension = fields.Dimension();
     if (dimension < 1 || dimension > g_maxDimension)
-        ThrowUnreadable(path, "its header announces " + std::to_string(dimension) + " dimensions");
+        throw CFileReason("its header announces " + std::to_string(dimension) + " dimensions");
 
     StImageHeader header;
     header.format = FORMAT_NIFTI;
-    header.sample = SampleOf(path, fields.DataType());
+    header.sample = SampleOf(fields.DataType());
     std::vector<std::int64_t> extents;
     std::vector<double> spacing;
     for (int axis = 0; axis < dimension; ++axis) {
@@ -174,15 +175,14 @@ StImageHeader ReadNiftiHeader(const std::string& path) {
     }
     spacing.resize(static_cast<std::size_t>(std::min(dimension, 3)));
     header.spacing = CheckedSpacing(spacing);
-    header.size = CheckedSize(path, std::move(extents), SampleSize(header.sample));
+    header.size = CheckedSize(std::move(extents), SampleSize(header.sample));
     header.scale = ScaleOf(fields);
-    const std::int64_t dataOffset = DataOffset(path, fields);
+    const std::int64_t dataOffset = DataOffset(fields);
     header.data.path = path;
     header.data.isPacked = gzdirect(file.get()) == 0;
     (header.data.isPacked ? header.data.skip : header.data.offset) = dataOffset;
     header.data.isSwapped = fields.IsSwapped();
-    RequireData(path, dataOffset + header.ByteCount(), fileSize,
-                header.data.isPacked ? g_maxDeflateRatio : 1);
+    RequireData(dataOffset + header.ByteCount(), fileSize, header.data.isPacked ? g_maxDeflateRatio : 1);
     return header;
 }
 

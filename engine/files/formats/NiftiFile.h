@@ -18,7 +18,7 @@ bool IsNiftiHeader(std::string_view beginning);
 /// Reads and checks the header, in either byte order. Pairs of .hdr and .img, colours and complex pixels are
 /// refused. "scl_slope" and "scl_inter" become the header's scale.
 ///
-/// Spacing comes from "pixdim" if none of its values is 0. Raises `CFileError` if header and data do not
+/// Spacing comes from "pixdim" if none of its values is 0. Raises `CFileReason` if header and data do not
 /// match.
 StImageHeader ReadNiftiHeader(const std::string& path);
 

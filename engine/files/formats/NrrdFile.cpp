@@ -1,6 +1,7 @@
 #include "engine/files/formats/NrrdFile.h"
 
 #include "engine/files/COutputFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/TextFile.h"
 #include "engine/files/formats/CHeaderLines.h"
 #include "engine/files/formats/HeaderChecks.h"
@@ -72,8 +73,8 @@ StNrrdText ReadText(const std::string& path) {
             continue;
         const auto colon = line.find(':');
         if (colon == std::string::npos)
-            ThrowUnreadable(path, IsList(text) ? "pixels in several data files cannot be read"
-                                               : "its header is damaged");
+            throw CFileReason(IsList(text) ? "pixels in several data files cannot be read"
+                                           : "its header is damaged");
         if (line.compare(colon, 2, ":=") == 0)
             text.keyValues[Unescaped(line.substr(0, colon))] = Unescaped(line.substr(colon + 2));
         else
@@ -83,10 +84,10 @@ StNrrdText ReadText(const std::string& path) {
     return text;
 }
 
-const std::string& Required(const std::string& path, const StNrrdText& text, const std::string& name) {
+const std::string& Required(const StNrrdText& text, const std::string& name) {
     const std::string* value = Find(text.fields, name);
     if (value == nullptr)
-        ThrowUnreadable(path, "its header lacks the field '" + name + "'");
+        throw CFileReason("its header lacks the field '" + name + "'");
     return *value;
 }
 
@@ -105,13 +106,13 @@ const std::array<std::vector<std::string>, 10> g_typeNames = {{
     {"double"},
 }};
 
-EnSampleType SampleOf(const std::string& path, const std::string& name) {
+EnSampleType SampleOf(const std::string& name) {
     for (std::size_t sample = 0; sample < g_typeNames.size(); ++sample) {
         const auto& names = g_typeNames[sample];
         if (std::find(names.begin(), names.end(), name) != names.end())
             return static_cast<EnSampleType>(sample);
     }
-    ThrowUnreadable(path, "pixels of type '" + name + "' cannot be read");
+    throw CFileReason("pixels of type '" + name + "' cannot be read");
 }
 
 /// Whether the samples along an axis of that kind belong to one pixel.
@@ -120,18 +121,17 @@ bool IsSampleAxis(std::string_view kind) {
 }
 
 /// The number of axes, 0 or 1, that hold the samples of a pixel.
-std::size_t SampleAxes(const std::string& path, const StNrrdText& text, std::size_t dimension) {
+std::size_t SampleAxes(const StNrrdText& text, std::size_t dimension) {
     const std::string* field = Find(text.fields, "kinds");
     if (field == nullptr)
         return 0;
     const auto kinds = Words(*field);
     if (kinds.size() != dimension)
-        ThrowUnreadable(path, "its header is damaged: 'kinds' does not fit 'dimension'");
+        throw CFileReason("its header is damaged: 'kinds' does not fit 'dimension'");
     for (std::size_t axis = 1; axis < kinds.size(); ++axis) {
         if (IsSampleAxis(kinds[axis]))
-            ThrowUnreadable(path, "axis " + std::to_string(axis) + " is of kind '" +
-                                      std::string(kinds[axis]) +
-                                      "'; only the first axis can hold the samples of a pixel");
+            throw CFileReason("axis " + std::to_string(axis) + " is of kind '" + std::string(kinds[axis]) +
+                              "'; only the first axis can hold the samples of a pixel");
     }
     return IsSampleAxis(kinds[0]) ? 1 : 0;
 }
@@ -171,16 +171,16 @@ std::optional<std::array<double, 3>> SpacingOf(const StNrrdText& text, std::size
     return CheckedSpacing(std::span(numbers).subspan(sampleAxes));
 }
 
-std::int64_t ByteSkip(const std::string& path, const StNrrdText& text) {
+std::int64_t ByteSkip(const StNrrdText& text) {
     const std::string* const lines = Find(text.fields, "lineskip");
     if (lines != nullptr && *lines != "0")
-        ThrowUnreadable(path, "a 'line skip' cannot be read");
+        throw CFileReason("a 'line skip' cannot be read");
     const std::string* const field = Find(text.fields, "byteskip");
     if (field == nullptr)
         return 0;
     const auto skip = NumberOf<std::int64_t>(*field);
     if (!skip || *skip < -1)
-        ThrowUnreadable(path, "its header is damaged: 'byte skip'");
+        throw CFileReason("its header is damaged: 'byte skip'");
     return *skip;
 }
 
@@ -197,25 +197,25 @@ StPixelData DataOf(const std::string& path, const StNrrdText& text, std::int64_t
     data.isSwapped = IsSwapped(text);
     if (const std::string* name = Find(text.fields, "datafile")) {
         if (IsList(text) || name->find('%') != std::string::npos)
-            ThrowUnreadable(path, "pixels in several data files cannot be read");
+            throw CFileReason("pixels in several data files cannot be read");
         data.path = (std::filesystem::path(path).parent_path() / *name).string();
         data.offset = 0;
     }
-    const std::int64_t stored = FileSize(data.path) - data.offset;
-    const std::int64_t skip = ByteSkip(path, text);
-    const std::string encoding = PlainName(Required(path, text, "encoding"));
+    const std::int64_t stored = Reading(data.path, [&] { return FileSize(data.path); }) - data.offset;
+    const std::int64_t skip = ByteSkip(text);
+    const std::string encoding = PlainName(Required(text, "encoding"));
     if (encoding == "gzip" || encoding == "gz") {
-        data.skip = CheckedSkip(path, std::max<std::int64_t>(skip, 0));
-        RequireData(path, data.skip + announced, stored, g_maxDeflateRatio);
+        data.skip = CheckedSkip(std::max<std::int64_t>(skip, 0));
+        RequireData(data.skip + announced, stored, g_maxDeflateRatio);
         data.isPacked = true;
     } else if (encoding == "raw") {
         constexpr std::int64_t fromTheEnd = -1;
-        RequireData(path, announced, skip == fromTheEnd ? stored : stored - std::min(skip, stored), 1);
+        RequireData(announced, skip == fromTheEnd ? stored : stored - std::min(skip, stored), 1);
         data.offset += skip == fromTheEnd ? stored - announced : skip;
         if (skip == 0 && stored != announced)
-            ThrowSurplus(path, announced, stored);
+            ThrowSurplus(announced, stored);
     } else {
-        ThrowUnreadable(path, "the encoding '" + encoding + "' cannot be read; raw and gzip can");
+        throw CFileReason("the encoding '" + encoding + "' cannot be read; raw and gzip can");
     }
     return data;
 }
@@ -262,22 +262,22 @@ StImageHeader ReadNrrdHeader(const std::string& path) {
     const StNrrdText text = ReadText(path);
     StImageHeader header;
     header.format = FORMAT_NRRD;
-    header.sample = SampleOf(path, Required(path, text, "type"));
-    auto extents = NumbersOf<std::int64_t>(Required(path, text, "sizes"));
-    const auto dimension = NumberOf<std::size_t>(Required(path, text, "dimension"));
+    header.sample = SampleOf(Required(text, "type"));
+    auto extents = NumbersOf<std::int64_t>(Required(text, "sizes"));
+    const auto dimension = NumberOf<std::size_t>(Required(text, "dimension"));
     if (!extents || !dimension || extents->size() != *dimension || extents->empty())
-        ThrowUnreadable(path, "its header is damaged: 'sizes' does not fit 'dimension'");
+        throw CFileReason("its header is damaged: 'sizes' does not fit 'dimension'");
 
-    const std::size_t sampleAxes = SampleAxes(path, text, *dimension);
+    const std::size_t sampleAxes = SampleAxes(text, *dimension);
     if (sampleAxes == 1) {
         if (extents->front() < 1 || extents->front() > 65535)
-            ThrowUnreadable(path,
-                            "its header announces " + std::to_string(extents->front()) + " samples a pixel");
+            throw CFileReason("its header announces " + std::to_string(extents->front()) +
+                              " samples a pixel");
         header.samplesPerPixel = static_cast<int>(extents->front());
         extents->erase(extents->begin());
     }
     header.spacing = SpacingOf(text, sampleAxes, *dimension);
-    header.size = CheckedSize(path, std::move(*extents), header.samplesPerPixel * SampleSize(header.sample));
+    header.size = CheckedSize(std::move(*extents), header.samplesPerPixel * SampleSize(header.sample));
     header.data = DataOf(path, text, header.ByteCount());
     if (const std::string* typeName = Find(text.keyValues, g_typeKey))
         header.typeName = *typeName;

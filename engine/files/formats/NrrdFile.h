@@ -14,8 +14,8 @@ namespace engine {
 /// refused.
 ///
 /// Spacing comes from "spacings", or from the lengths of the "space directions", if every axis has one. An
-/// axis of a colour or vector kind holds the samples of a pixel and must be the first. Raises `CFileError` if
-/// header and data do not match.
+/// axis of a colour or vector kind holds the samples of a pixel and must be the first. Raises `CFileReason`
+/// if header and data do not match.
 StImageHeader ReadNrrdHeader(const std::string& path);
 
 /// Writes header and samples, with the header's type name and attributes as key/value fields. Makes no copy

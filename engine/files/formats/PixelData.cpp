@@ -1,5 +1,6 @@
 #include "engine/files/formats/PixelData.h"
 
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <zlib.h>
@@ -20,9 +21,8 @@ constexpr int g_anyWrapper = 15 + 32; // zlib or gzip, detected from the first b
 /// Unpacks a stream of zlib or gzip data from a file.
 class CUnpacker {
 public:
-    CUnpacker(const std::string& path, std::ifstream& file)
-        : m_path(path)
-        , m_file(file) {
+    explicit CUnpacker(std::ifstream& file)
+        : m_file(file) {
         if (inflateInit2(&m_stream, g_anyWrapper) != Z_OK)
             throw std::bad_alloc();
     }
@@ -30,7 +30,7 @@ public:
     CUnpacker& operator=(const CUnpacker&) = delete;
     ~CUnpacker() { inflateEnd(&m_stream); }
 
-    /// Fills the buffer. Raises `CFileError` if the stream is damaged or too short.
+    /// Fills the buffer. Raises `CFileReason` if the stream is damaged or too short.
     void Read(std::span<unsigned char> bytes) {
         while (!bytes.empty()) {
             if (m_isAtEnd)
@@ -39,12 +39,12 @@ public:
         }
     }
 
-    /// Raises `CFileError` unless the stream ends here with a correct checksum.
+    /// Raises `CFileReason` unless the stream ends here with a correct checksum.
     void ReadEnd() {
         std::array<unsigned char, 1> more{};
         while (!m_isAtEnd) {
             if (ReadSome(more) > 0)
-                ThrowUnreadable(m_path, "it holds more pixels than its header announces");
+                throw CFileReason("it holds more pixels than its header announces");
         }
     }
 
@@ -56,7 +56,7 @@ private:
         m_stream.next_in = reinterpret_cast<Bytef*>(m_packed.data());
         m_stream.avail_in = static_cast<uInt>(m_file.gcount());
         if (m_stream.avail_in == 0)
-            ThrowUnreadable(m_path, "its pixels end too early");
+            throw CFileReason("its pixels end too early");
     }
 
     /// Gzip data may consist of several consecutive streams.
@@ -74,21 +74,19 @@ private:
         m_stream.avail_out = wanted;
         const int result = inflate(&m_stream, Z_NO_FLUSH);
         if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR)
-            ThrowUnreadable(m_path, "its packed pixels are damaged");
+            throw CFileReason("its packed pixels are damaged");
         m_isAtEnd = result == Z_STREAM_END;
         return wanted - m_stream.avail_out;
     }
 
-    const std::string& m_path;
     std::ifstream& m_file;
     std::array<char, 65536> m_packed;
     z_stream m_stream{};
     bool m_isAtEnd = false;
 };
 
-void ReadPacked(const std::string& path, std::ifstream& file, std::int64_t skip,
-                std::span<unsigned char> bytes) {
-    CUnpacker unpacker(path, file);
+void ReadPacked(std::ifstream& file, std::int64_t skip, std::span<unsigned char> bytes) {
+    CUnpacker unpacker(file);
     std::array<unsigned char, 4096> dropped{};
     for (; skip > 0; skip -= std::min<std::int64_t>(skip, dropped.size()))
         unpacker.Read(std::span(dropped).first(std::min(static_cast<std::size_t>(skip), dropped.size())));
@@ -114,16 +112,16 @@ void SwapSamples(std::span<unsigned char> bytes, int sampleSize) {
 
 } // namespace
 
-void ReadPixelData(const std::string& path, const StImageHeader& header, void* samples) {
+void ReadPixelData(const StImageHeader& header, void* samples) {
     const StPixelData& data = header.data;
     const std::span bytes(static_cast<unsigned char*>(samples), static_cast<std::size_t>(header.ByteCount()));
     std::ifstream file(data.path, std::ios::binary);
     if (!file.seekg(data.offset))
-        ThrowUnreadable(path, "its pixels cannot be reached");
+        throw CFileReason("its pixels cannot be reached");
     if (data.isPacked)
-        ReadPacked(path, file, data.skip, bytes);
+        ReadPacked(file, data.skip, bytes);
     else if (!file.read(reinterpret_cast<char*>(bytes.data()), header.ByteCount()))
-        ThrowUnreadable(path, "its pixels end too early");
+        throw CFileReason("its pixels end too early");
     if (data.isSwapped)
         SwapSamples(bytes, SampleSize(header.sample));
 }

@@ -7,10 +7,10 @@
 namespace engine {
 
 /// Reads `header.ByteCount()` bytes from the place given by `header.data` and converts them to the machine's
-/// byte order. `path` is the file that the user named.
+/// byte order.
 ///
-/// Packed data must unpack to exactly that many bytes and match their stored checksum. Raises `CFileError`
+/// Packed data must unpack to exactly that many bytes and match their stored checksum. Raises `CFileReason`
 /// for damaged or truncated data. Allocates only a small buffer.
-void ReadPixelData(const std::string& path, const StImageHeader& header, void* samples);
+void ReadPixelData(const StImageHeader& header, void* samples);
 
 } // namespace engine

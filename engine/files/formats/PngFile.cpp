@@ -1,7 +1,7 @@
 #include "engine/files/formats/PngFile.h"
 
-#include "engine/errors/CEngineError.h"
 #include "engine/files/COutputFile.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <png.h>
@@ -33,12 +33,12 @@ std::uint32_t BigEndian(std::string_view bytes) {
 }
 
 /// Reads the next chunk of the file and checks its length against the rest of the file.
-StPngBlock NextBlock(const std::string& path, std::ifstream& file, std::int64_t fileSize) {
+StPngBlock NextBlock(std::ifstream& file, std::int64_t fileSize) {
     std::string start(8, '\0');
     file.read(start.data(), 8);
     const std::int64_t length = BigEndian(start);
     if (!file || length > fileSize - static_cast<std::int64_t>(file.tellg()) - 4)
-        ThrowUnreadable(path, "it ends too early");
+        throw CFileReason("it ends too early");
     StPngBlock block{start.substr(4), std::string(static_cast<std::size_t>(length), '\0')};
     std::string sum(4, '\0');
     file.read(block.data.data(), length);
@@ -46,11 +46,11 @@ StPngBlock NextBlock(const std::string& path, std::ifstream& file, std::int64_t 
     uLong computed = crc32(0, reinterpret_cast<const Bytef*>(block.name.data()), 4);
     computed = crc32(computed, reinterpret_cast<const Bytef*>(block.data.data()), static_cast<uInt>(length));
     if (!file || computed != BigEndian(sum))
-        ThrowUnreadable(path, "it is damaged: a check sum is wrong");
+        throw CFileReason("it is damaged: a check sum is wrong");
     return block;
 }
 
-int SamplesOf(const std::string& path, int colour) {
+int SamplesOf(int colour) {
     switch (colour) {
     case PNG_COLOR_TYPE_GRAY:
         return 1;
@@ -62,7 +62,7 @@ int SamplesOf(const std::string& path, int colour) {
     case PNG_COLOR_TYPE_RGB_ALPHA:
         return 4;
     default:
-        ThrowUnreadable(path, "it is damaged: the colour type " + std::to_string(colour));
+        throw CFileReason("it is damaged: the colour type " + std::to_string(colour));
     }
 }
 
@@ -152,25 +152,24 @@ StImageHeader ReadPngHeader(const std::string& path) {
     const std::int64_t fileSize = FileSize(path);
     std::ifstream file(path, std::ios::binary);
     file.seekg(g_signatureSize);
-    const StPngBlock first = NextBlock(path, file, fileSize);
+    const StPngBlock first = NextBlock(file, fileSize);
     if (first.name != "IHDR" || first.data.size() != 13)
-        ThrowUnreadable(path, "it is damaged: it does not begin with its header");
+        throw CFileReason("it is damaged: it does not begin with its header");
     const int depth = static_cast<unsigned char>(first.data[8]);
     const int colour = static_cast<unsigned char>(first.data[9]);
     StImageHeader header;
     header.format = FORMAT_PNG;
     header.sample = depth == 16 ? SAMPLE_UINT16 : SAMPLE_UINT8;
-    header.samplesPerPixel = SamplesOf(path, colour);
-    header.size =
-        CheckedSize(path, {BigEndian(first.data), BigEndian(std::string_view(first.data).substr(4))},
-                    header.samplesPerPixel * SampleSize(header.sample));
+    header.samplesPerPixel = SamplesOf(colour);
+    header.size = CheckedSize({BigEndian(first.data), BigEndian(std::string_view(first.data).substr(4))},
+                              header.samplesPerPixel * SampleSize(header.sample));
 
     std::int64_t stored = 0;
-    for (StPngBlock block = first; block.name != "IEND"; block = NextBlock(path, file, fileSize)) {
+    for (StPngBlock block = first; block.name != "IEND"; block = NextBlock(file, fileSize)) {
         if (block.name == "IDAT")
             stored += static_cast<std::int64_t>(block.data.size());
         if (block.name == "tRNS" && colour != PNG_COLOR_TYPE_GRAY_ALPHA && colour != PNG_COLOR_TYPE_RGB_ALPHA)
-            header.samplesPerPixel = SamplesOf(path, colour) + 1;
+            header.samplesPerPixel = SamplesOf(colour) + 1;
         if (block.name == "pHYs" && block.data.size() == 9 && block.data[8] == 1) {
             constexpr double millimetresPerMetre = 1000;
             header.spacing = CheckedSpacing(
@@ -178,8 +177,8 @@ StImageHeader ReadPngHeader(const std::string& path) {
                             millimetresPerMetre / BigEndian(std::string_view(block.data).substr(4))});
         }
     }
-    const int storedBits = depth * (colour == PNG_COLOR_TYPE_PALETTE ? 1 : SamplesOf(path, colour));
-    RequireData(path, header.size.PixelCount() / 8 * storedBits, stored, g_maxDeflateRatio);
+    const int storedBits = depth * (colour == PNG_COLOR_TYPE_PALETTE ? 1 : SamplesOf(colour));
+    RequireData(header.size.PixelCount() / 8 * storedBits, stored, g_maxDeflateRatio);
     return header;
 }
 
@@ -198,7 +197,7 @@ void ReadPngSamples(const std::string& path, const StImageHeader& header, void* 
     const bool isDone = Decode(png, info, RowBytes(header), static_cast<unsigned char*>(samples));
     png_destroy_read_struct(&png, &info, nullptr);
     if (!isDone)
-        ThrowUnreadable(path, "it is damaged (" + state.error + ")");
+        throw CFileReason("it is damaged (" + state.error + ")");
 }
 
 void WritePng(const std::string& path, const StImageHeader& header, const void* samples) {
@@ -214,7 +213,7 @@ void WritePng(const std::string& path, const StImageHeader& header, const void* 
         Encode(png, info, header, RowBytes(header), static_cast<const unsigned char*>(samples));
     png_destroy_write_struct(&png, &info);
     if (!isDone)
-        throw CFileError(state.error);
+        throw CFileReason(state.error);
     COutputFile file(path);
     file.Write(state.output);
     file.Close();

@@ -1,6 +1,6 @@
 #include "engine/files/formats/SampleConversion.h"
 
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <sorblib2image/GreyTypeDispatch.h>
@@ -58,16 +58,16 @@ struct StSamples {
 };
 
 template <class Sample>
-void RequireGrey(const std::string& path, const StSamples<Sample>& samples) {
+void RequireGrey(const StSamples<Sample>& samples) {
     const int colours = samples.perPixel % 2 == 0 ? samples.perPixel - 1 : samples.perPixel;
     if (samples.perPixel > 4)
-        ThrowUnreadable(path, "it holds vectors of " + std::to_string(samples.perPixel) +
-                                  " numbers; only grey pixels can be read");
+        throw CFileReason("it holds vectors of " + std::to_string(samples.perPixel) +
+                          " numbers; only grey pixels can be read");
     for (std::int64_t i = 0; i < samples.count; ++i) {
         const Sample* const pixel = samples.first + i * samples.perPixel;
         for (int colour = 1; colour < colours; ++colour) {
             if (pixel[colour] != pixel[0])
-                ThrowUnreadable(path, "it holds colours; only grey pixels can be read");
+                throw CFileReason("it holds colours; only grey pixels can be read");
         }
     }
 }
@@ -118,21 +118,21 @@ bool Fits(Sample value) {
 }
 
 template <class Pixel, class Sample>
-[[noreturn]] void ThrowUnfit(const std::string& path, Sample value, const IImage::CType& type) {
+[[noreturn]] void ThrowUnfit(Sample value, const IImage::CType& type) {
     std::string limit = "floats of 32 bits";
     if constexpr (!std::is_same_v<Pixel, float>)
         limit = "whole numbers from 0 to " + InWords(std::numeric_limits<Pixel>::max());
-    ThrowUnreadable(path, "its value " + InWords(value) + " does not fit " + type.ToString() +
-                              ", which holds " + limit);
+    throw CFileReason("its value " + InWords(value) + " does not fit " + type.ToString() + ", which holds " +
+                      limit);
 }
 
 template <class Pixel, class Sample>
-void Convert(const std::string& path, const StSamples<Sample>& samples, ORVEN::CImage& image) {
+void Convert(const StSamples<Sample>& samples, ORVEN::CImage& image) {
     Pixel* const pixels = ORVEN::CImageView<Pixel>(image).Row(0, 0);
     for (std::int64_t i = 0; i < samples.count; ++i) {
         const Sample value = samples[i];
         if (!Fits<Pixel>(value))
-            ThrowUnfit<Pixel>(path, value, image.Type());
+            ThrowUnfit<Pixel>(value, image.Type());
         pixels[i] = static_cast<Pixel>(value);
     }
 }
@@ -146,37 +146,35 @@ void ConvertToBinary(const StSamples<Sample>& samples, ORVEN::CImage& image) {
 
 /// Raises `CFileError` unless floats hold every integer exactly: rounding was not requested.
 template <class Sample>
-void RequireExactFloats(const std::string& path, const StSamples<Sample>& samples) {
+void RequireExactFloats(const StSamples<Sample>& samples) {
     for (std::int64_t i = 0; i < samples.count; ++i) {
         // A long double with a 64-bit significand holds each of these integers exactly.
         if (static_cast<long double>(static_cast<float>(samples[i])) !=
             static_cast<long double>(samples[i])) {
-            ThrowUnreadable(path, "it holds negative values, and floats do not hold its value " +
-                                      InWords(samples[i]) + " exactly; --as greyf takes the nearest ones");
+            throw CFileReason("it holds negative values, and floats do not hold its value " +
+                              InWords(samples[i]) + " exactly; --as greyf takes the nearest ones");
         }
     }
 }
 
 template <class Sample>
-std::unique_ptr<ORVEN::CImage> MakeFrom(const std::string& path, const ORVEN::CSize& size,
-                                        const StSamples<Sample>& samples,
+std::unique_ptr<ORVEN::CImage> MakeFrom(const ORVEN::CSize& size, const StSamples<Sample>& samples,
                                         const std::optional<IImage::CType>& asked) {
     if (samples.perPixel > 1)
-        RequireGrey(path, samples);
+        RequireGrey(samples);
     const IImage::CType type = asked ? *asked : OwnType(samples);
     if constexpr (std::is_integral_v<Sample> && sizeof(Sample) >= 4) {
         if (!asked && type == ORVEN::IMAGE_GREY_F)
-            RequireExactFloats(path, samples);
+            RequireExactFloats(samples);
     }
-    RequireMemory(path, samples.count * type.PixelSize());
+    RequireMemory(samples.count * type.PixelSize());
     auto image = std::make_unique<ORVEN::CImage>(type, size, ORVEN::CSize(0, 0, 0));
     if (type.IsBinary()) {
         ConvertToBinary(samples, *image);
         return image;
     }
-    ORVEN::DispatchGreyType("engine::MakeImage", type, [&]<class Pixel>(std::type_identity<Pixel>) {
-        Convert<Pixel>(path, samples, *image);
-    });
+    ORVEN::DispatchGreyType("engine::MakeImage", type,
+                            [&]<class Pixel>(std::type_identity<Pixel>) { Convert<Pixel>(samples, *image); });
     return image;
 }
 
@@ -218,15 +216,14 @@ EnSampleType SampleOfType(const IImage::CType& type) {
         return SAMPLE_UINT32;
     if (type == ORVEN::IMAGE_GREY_F)
         return SAMPLE_FLOAT;
-    throw CFileError(std::string("pixels of type ") + type.ToString() + " cannot be written");
+    throw CFileReason(std::string("pixels of type ") + type.ToString() + " cannot be written");
 }
 
-std::unique_ptr<ORVEN::CImage> MakeImage(const std::string& path, const ORVEN::CSize& size,
-                                         const void* samples, EnSampleType sample, int samplesPerPixel,
-                                         const std::optional<IImage::CType>& type) {
+std::unique_ptr<ORVEN::CImage> MakeImage(const ORVEN::CSize& size, const void* samples, EnSampleType sample,
+                                         int samplesPerPixel, const std::optional<IImage::CType>& type) {
     return DispatchSample(sample, [&]<class Sample>(std::type_identity<Sample>) {
         const StSamples<Sample> view{static_cast<const Sample*>(samples), size.PixelCount(), samplesPerPixel};
-        return MakeFrom(path, size, view, type);
+        return MakeFrom(size, view, type);
     });
 }
 

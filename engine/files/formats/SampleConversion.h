@@ -18,7 +18,7 @@ std::unique_ptr<float[]> ScaledSamples(const void* samples, EnSampleType sample,
                                        const StScale& scale);
 
 /// The sample type that stores a pixel of this type in a file; binary pixels are stored as bytes. Raises
-/// `CFileError` for complex pixels.
+/// `CFileReason` for complex pixels.
 EnSampleType SampleOfType(const ORVEN::IImage::CType& type);
 
 /// Makes an image of `size` from samples, with `samplesPerPixel` adjacent samples per pixel. These must be
@@ -31,10 +31,10 @@ EnSampleType SampleOfType(const ORVEN::IImage::CType& type);
 /// not 0 (NaN counts as not 0). Integer types accept only integers in their range. Floats accept everything
 /// except finite numbers beyond their range, rounded to the nearest.
 ///
-/// Raises `CFileError`, naming `path`, the first value that does not fit and the type that would hold it.
+/// Raises `CFileReason` with the first value that does not fit and the range of the type.
 /// Linear in the pixels, in two passes.
-std::unique_ptr<ORVEN::CImage> MakeImage(const std::string& path, const ORVEN::CSize& size,
-                                         const void* samples, EnSampleType sample, int samplesPerPixel,
+std::unique_ptr<ORVEN::CImage> MakeImage(const ORVEN::CSize& size, const void* samples, EnSampleType sample,
+                                         int samplesPerPixel,
                                          const std::optional<ORVEN::IImage::CType>& type);
 
 } // namespace engine

@@ -1,12 +1,13 @@
 #include "engine/files/formats/TiffFile.h"
 
-#include "engine/errors/CEngineError.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/formats/CTiffLimits.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -42,6 +43,11 @@ public:
     [[nodiscard]] TIFF* Get() const { return m_tiff.get(); }
     /// The first error message, or a general one for a damaged file.
     [[nodiscard]] std::string Error() const { return m_error.empty() ? "it is damaged" : m_error; }
+    /// The system's error number when the first error was reported.
+    [[nodiscard]] int SystemError() const { return m_systemError; }
+    [[nodiscard]] std::int64_t FileSize() const {
+        return static_cast<std::int64_t>(TIFFGetSizeProc(Get())(TIFFClientdata(Get())));
+    }
 
     template <class Number>
     [[nodiscard]] Number Field(std::uint32_t tag, Number fallback) const {
@@ -59,6 +65,7 @@ private:
     static int KeepError(TIFF*, void* self, const char*, const char* format, va_list arguments) {
         auto& error = static_cast<CTiff*>(self)->m_error;
         if (error.empty()) {
+            static_cast<CTiff*>(self)->m_systemError = errno;
             std::array<char, 300> text{};
             std::vsnprintf(text.data(), text.size(), format, arguments);
             error = text.data();
@@ -70,6 +77,7 @@ private:
     static int IgnoreWarning(TIFF*, void*, const char*, const char*, va_list) { return 1; }
 
     std::string m_error; // closing can report errors, so it must outlive the file
+    int m_systemError = 0;
     std::unique_ptr<TIFF, StClose> m_tiff;
 };
 
@@ -102,7 +110,7 @@ bool IsPassedOver(const CTiff& tiff) {
     return (tiff.Field<std::uint32_t>(TIFFTAG_SUBFILETYPE, 0) & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) != 0;
 }
 
-EnSampleType SampleOf(const std::string& path, const StPage& page) {
+EnSampleType SampleOf(const StPage& page) {
     const bool isUnsigned = page.sampleFormat == SAMPLEFORMAT_UINT;
     const bool isFloat = page.sampleFormat == SAMPLEFORMAT_IEEEFP;
     if (isUnsigned || page.sampleFormat == SAMPLEFORMAT_INT) {
@@ -127,17 +135,17 @@ EnSampleType SampleOf(const std::string& path, const StPage& page) {
         return SAMPLE_FLOAT;
     if (isFloat && page.bits == 64)
         return SAMPLE_DOUBLE;
-    ThrowUnreadable(path, "pixels of " + std::to_string(page.bits) + " bits and sample format " +
-                              std::to_string(page.sampleFormat) + " cannot be read");
+    throw CFileReason("pixels of " + std::to_string(page.bits) + " bits and sample format " +
+                      std::to_string(page.sampleFormat) + " cannot be read");
 }
 
-void RequireKnownColours(const std::string& path, const CTiff& tiff, const StPage& page) {
+void RequireKnownColours(const CTiff& tiff, const StPage& page) {
     if (page.photometric != PHOTOMETRIC_MINISBLACK && page.photometric != PHOTOMETRIC_MINISWHITE &&
         page.photometric != PHOTOMETRIC_RGB)
-        ThrowUnreadable(path, "it holds colours; only grey pixels can be read");
+        throw CFileReason("it holds colours; only grey pixels can be read");
     if (page.samplesPerPixel > 1 &&
         tiff.Field<std::uint16_t>(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) != PLANARCONFIG_CONTIG)
-        ThrowUnreadable(path, "it holds colours in separate planes; only grey pixels can be read");
+        throw CFileReason("it holds colours in separate planes; only grey pixels can be read");
 }
 
 /// Bytes of a row of samples as stored in the file: 1-bit pixels are unpacked later.
@@ -170,10 +178,10 @@ std::string InWords(const StPage& page) {
 }
 
 /// Moves to the next page that is used; returns false at the end. `limits`, if given, count all directories.
-bool NextPage(const std::string& path, const CTiff& tiff, CTiffLimits* limits = nullptr) {
+bool NextPage(const CTiff& tiff, CTiffLimits* limits = nullptr) {
     while (TIFFLastDirectory(tiff.Get()) == 0) {
         if (TIFFReadDirectory(tiff.Get()) == 0)
-            ThrowUnreadable(path, tiff.Error());
+            throw CFileReason(tiff.Error());
         if (limits != nullptr)
             limits->CountDirectory(tiff.Get());
         if (!IsPassedOver(tiff))
@@ -185,9 +193,8 @@ bool NextPage(const std::string& path, const CTiff& tiff, CTiffLimits* limits = 
 /// Reads the packed rows of the current page of the file.
 class CPageReader {
 public:
-    CPageReader(const std::string& path, const CTiff& tiff, const StPage& page)
-        : m_path(path)
-        , m_tiff(tiff)
+    CPageReader(const CTiff& tiff, const StPage& page)
+        : m_tiff(tiff)
         , m_page(page)
         , m_rowBytes(PackedRowBytes(page)) {}
 
@@ -201,7 +208,7 @@ public:
 private:
     void Require(tmsize_t count, std::int64_t expected) const {
         if (count < 0 || static_cast<std::int64_t>(count) != expected)
-            ThrowUnreadable(m_path, m_tiff.Error());
+            throw CFileReason(m_tiff.Error());
     }
 
     void ReadStrips(unsigned char* rows) const {
@@ -209,7 +216,7 @@ private:
         const std::int64_t rowsPerStrip =
             std::min<std::int64_t>(m_tiff.Field<std::uint32_t>(TIFFTAG_ROWSPERSTRIP, 0xffffffff), height);
         if (rowsPerStrip < 1)
-            ThrowUnreadable(m_path, "it is damaged");
+            throw CFileReason("it is damaged");
         std::uint32_t strip = 0;
         for (std::int64_t row = 0; row < height; row += rowsPerStrip, ++strip) {
             const std::int64_t bytes = std::min(rowsPerStrip, height - row) * m_rowBytes;
@@ -223,9 +230,9 @@ private:
         const std::int64_t tileRowBytes = TIFFTileRowSize(m_tiff.Get());
         const std::int64_t tileBytes = TIFFTileSize(m_tiff.Get());
         if (tileWidth < 1 || tileHeight < 1 || tileBytes < tileRowBytes * tileHeight ||
-            tileBytes > FileSize(m_path) * g_maxTiffRatio)
-            ThrowUnreadable(m_path, "it is damaged: the size of its tiles");
-        RequireMemory(m_path, tileBytes);
+            tileBytes > m_tiff.FileSize() * g_maxTiffRatio)
+            throw CFileReason("it is damaged: the size of its tiles");
+        RequireMemory(tileBytes);
         const auto tile =
             std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(tileBytes));
         std::uint32_t index = 0;
@@ -241,7 +248,6 @@ private:
         }
     }
 
-    const std::string& m_path;
     const CTiff& m_tiff;
     const StPage& m_page;
     std::int64_t m_rowBytes;
@@ -256,8 +262,8 @@ void Unpack(const StPage& page, const unsigned char* packed, unsigned char* pixe
     }
 }
 
-void ReadPage(const std::string& path, const CTiff& tiff, const StPage& page, unsigned char* samples) {
-    const CPageReader reader(path, tiff, page);
+void ReadPage(const CTiff& tiff, const StPage& page, unsigned char* samples) {
+    const CPageReader reader(tiff, page);
     if (page.bits != 1) {
         reader.Read(samples);
         return;
@@ -289,7 +295,7 @@ void TurnWhiteIsZero(const StPage& page, EnSampleType sample, void* samples, std
 std::unique_ptr<CTiff> OpenForReading(const std::string& path) {
     auto tiff = std::make_unique<CTiff>(path, "rm", FileSize(path) + g_allocationSlack);
     if (tiff->Get() == nullptr)
-        ThrowUnreadable(path, tiff->Error());
+        throw CFileReason(tiff->Error());
     return tiff;
 }
 
@@ -315,7 +321,7 @@ public:
 private:
     void Require(bool isDone) const {
         if (!isDone)
-            throw CFileError(m_tiff.Error());
+            throw CFileReason(m_tiff.Error(), SystemReason(m_tiff.SystemError()).Fault());
     }
 
     [[nodiscard]] std::int64_t RowBytes() const {
@@ -375,32 +381,32 @@ StImageHeader ReadTiffHeader(const std::string& path) {
     const auto tiff = OpenForReading(path);
     CTiffLimits limits(path, fileSize);
     limits.CountDirectory(tiff->Get());
-    if (IsPassedOver(*tiff) && !NextPage(path, *tiff, &limits))
-        ThrowUnreadable(path, "it has no page with a full image");
+    if (IsPassedOver(*tiff) && !NextPage(*tiff, &limits))
+        throw CFileReason("it has no page with a full image");
     const StPage page = PageOf(*tiff);
     StImageHeader header;
     header.format = FORMAT_TIFF;
-    header.sample = SampleOf(path, page);
+    header.sample = SampleOf(page);
     header.samplesPerPixel = page.samplesPerPixel;
     header.spacing = SpacingOf(*tiff);
-    RequireKnownColours(path, *tiff, page);
+    RequireKnownColours(*tiff, page);
     std::vector<std::int64_t> extents = {page.width, page.height};
     const std::int64_t bytesPerPixel = header.samplesPerPixel * SampleSize(header.sample);
-    (void)CheckedSize(path, extents, bytesPerPixel); // from here on the bytes of a page cannot overflow
+    (void)CheckedSize(extents, bytesPerPixel); // from here on the bytes of a page cannot overflow
     std::int64_t pages = 0;
     do {
         ++pages;
         const StPage other = PageOf(*tiff);
         if (!(other == page))
-            ThrowUnreadable(path, "its pages differ: page 1 is " + InWords(page) + ", page " +
-                                      std::to_string(pages) + " is " + InWords(other));
+            throw CFileReason("its pages differ: page 1 is " + InWords(page) + ", page " +
+                              std::to_string(pages) + " is " + InWords(other));
         limits.CountPixels(tiff->Get(), PackedRowBytes(page) * page.height, PackingRatio(*tiff));
-    } while (NextPage(path, *tiff, &limits));
+    } while (NextPage(*tiff, &limits));
     limits.RequirePixelData();
 
     if (pages > 1)
         extents.push_back(pages);
-    header.size = CheckedSize(path, std::move(extents), bytesPerPixel);
+    header.size = CheckedSize(std::move(extents), bytesPerPixel);
     return header;
 }
 
@@ -409,15 +415,15 @@ void ReadTiffSamples(const std::string& path, const StImageHeader& header, void*
     auto* plane = static_cast<unsigned char*>(samples);
     const std::int64_t planes = header.size.Dim() > 2 ? header.size.z : 1;
     const std::int64_t planeBytes = header.ByteCount() / planes;
-    bool isPage = !IsPassedOver(*tiff) || NextPage(path, *tiff);
+    bool isPage = !IsPassedOver(*tiff) || NextPage(*tiff);
     for (std::int64_t z = 0; z < planes; ++z, plane += planeBytes) {
         const StPage page = PageOf(*tiff);
         if (!isPage || page.width != header.size.x || page.height != header.size.y)
-            ThrowUnreadable(path, "it changed while it was read");
-        ReadPage(path, *tiff, page, plane);
+            throw CFileReason("it changed while it was read");
+        ReadPage(*tiff, page, plane);
         if (page.photometric == PHOTOMETRIC_MINISWHITE)
             TurnWhiteIsZero(page, header.sample, plane, planeBytes / SampleSize(header.sample));
-        isPage = NextPage(path, *tiff);
+        isPage = NextPage(*tiff);
     }
 }
 

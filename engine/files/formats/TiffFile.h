@@ -14,7 +14,7 @@
 namespace engine {
 
 /// Reads and checks the directories of the pages. One page is a 2-d image, several are a volume. Raises
-/// `CFileError` if they do not match each other or the contents of the file.
+/// `CFileReason` if they do not match each other or the contents of the file.
 StImageHeader ReadTiffHeader(const std::string& path);
 
 /// Reads all pages, one z plane after another, into a buffer of `header.ByteCount()` bytes. `header` is the

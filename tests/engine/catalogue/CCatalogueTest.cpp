@@ -79,7 +79,7 @@ TEST(Catalogue, FindsNamesWithTheirCapitalsOnly) {
 }
 
 TEST(Catalogue, NamesTheNearestPluginForAnUnknownOne) {
-    EXPECT_EQ(UnknownPluginMessage("segmniblak", PackCatalogue()),
+    EXPECT_EQ(UnknownPluginMessage("segmniblak", PackCatalogue().Names()),
               "there is no plug-in 'segmniblak'; the nearest name is 'SegmNiblack'");
 }
 
@@ -172,6 +172,16 @@ TEST(Catalogue, IsEmptyForAPackWithoutOne) {
     const CCatalogue catalogue = CCatalogue::OfPack(folder / "libThing.so");
     EXPECT_TRUE(catalogue.Entries().empty());
     EXPECT_EQ(catalogue.Pack(), "");
+}
+
+TEST(Catalogue, RefusesAPackOrVersionThatIsNotAString) {
+    const auto complaint = [](const char* text) {
+        return std::string(test::Raised<std::runtime_error>([&] { CCatalogue{text}; }).what());
+    };
+    EXPECT_EQ(complaint(R"({"pack": 1, "plugins": []})"), "catalogue: 'pack' is not a string");
+    EXPECT_EQ(complaint(R"({"pack": "A", "version": 1.0, "plugins": []})"),
+              "catalogue: 'version' is not a string");
+    EXPECT_EQ(complaint(R"({"pack": null, "plugins": []})"), "catalogue: 'pack' is not a string");
 }
 
 TEST(Catalogue, NamesTheFileThatIsNone) {

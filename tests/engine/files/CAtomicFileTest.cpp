@@ -74,7 +74,7 @@ TEST(WriteTextFile, WritesToADeviceWithoutReplacingIt) {
     WriteTextFile("/dev/null", "text");
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     const StCallEnd end = EndOf([] { WriteTextFile("/dev/full", "text"); });
-    EXPECT_EQ(end.fault, EnFault::FILE);
+    EXPECT_EQ(end.fault, EnFault::MACHINE);
     EXPECT_EQ(end.message, "cannot write '/dev/full': No space left on device");
 }
 

@@ -108,6 +108,15 @@ TEST(ParseValue, NamesKeyAndTextThatDoNotFit) {
     EXPECT_STREQ(error.what(), "windowsize: '5px' is not a whole number between -2147483648 and 2147483647");
 }
 
+TEST(NearestWord, ListsTheEquallySimilarOnesUpToTen) {
+    const std::vector<std::string> words = {"cat", "hat", "cat", "house"};
+    EXPECT_EQ(NearestWords("bat", words), (std::vector<std::string>{"cat", "hat"}));
+    std::vector<std::string> many;
+    for (char letter = 'a'; letter <= 'z'; ++letter)
+        many.push_back(std::string("word") + letter);
+    EXPECT_EQ(NearestWords("word", many).size(), 10u);
+}
+
 TEST(NearestWord, CountsChangedAddedAndMissingLetters) {
     const std::vector<std::string> words = {"windowsize", "coefficient", "usenewimpl"};
     EXPECT_EQ(NearestWord("windowsiz", words), "windowsize");
@@ -115,6 +124,7 @@ TEST(NearestWord, CountsChangedAddedAndMissingLetters) {
     EXPECT_EQ(NearestWord("coefficeint", words), "coefficient");
     EXPECT_EQ(NearestWord("newimpl", words), "usenewimpl");
     EXPECT_EQ(NearestWord("x", {}), "");
+    EXPECT_TRUE(NearestWords("x", {}).empty());
 }
 
 TEST(ParameterMap, TakesKindsFromTheCatalogue) {

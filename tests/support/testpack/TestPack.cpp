@@ -232,6 +232,14 @@ private:
     }
 };
 
+/// Its constructor raises.
+class CUnborn : public CTestPlugin {
+public:
+    CUnborn() { throw CException("UnbornPlugin", "it cannot be made", nullptr); }
+
+    void GetData(CValueMap& /*tree*/) override {}
+};
+
 } // namespace
 
 extern "C" [[gnu::visibility("default")]] void* CreatePluginInstanceEx(const char* name) {
@@ -251,5 +259,7 @@ extern "C" [[gnu::visibility("default")]] void* CreatePluginInstanceEx(const cha
         return new CDialog;
     if (wanted == "Export")
         return new CExport;
+    if (wanted == "Unborn")
+        return new CUnborn;
     return nullptr;
 }
