@@ -71,7 +71,7 @@ CString& CString::Arg(const CString& text) { return Arg(text.m_text); }
 
 CString& CString::Arg(const char* text) { return Arg(std::string(text != nullptr ? text : "")); }
 
-CString& CString::Arg(std::string text) {
+CString& CString::Arg(const std::string& text) {
     ReplaceLowestPlaceholder(text);
     return *this;
 }

@@ -40,7 +40,7 @@ public:
     /// written like printf's `%g`, with six significant digits, in the C locale.
     CString& Arg(const CString& text);
     CString& Arg(const char* text);
-    CString& Arg(std::string text);
+    CString& Arg(const std::string& text);
     CString& Arg(char character);
     CString& Arg(short number, int width);
     CString& Arg(int number, int width);

@@ -15,10 +15,10 @@ using Coordinates = std::vector<std::uint16_t>;
 
 /// Types of up to 16 bits have one bin and one level per value; for all others, values share bins.
 template <class T>
-constexpr bool hasHistogram = sizeof(T) <= sizeof(std::uint16_t);
+constexpr bool c_hasHistogram = sizeof(T) <= sizeof(std::uint16_t);
 
 template <class T>
-constexpr std::size_t binCount = std::size_t{1} << (sizeof(T) == 1 ? 8 : 16);
+constexpr std::size_t c_binCount = std::size_t{1} << (sizeof(T) == 1 ? 8 : 16);
 
 /// Runs both passes. `seededPixelCount()` returns the number of pixels that the first one left out; it is
 /// called between the passes. Returns the number of levels.
@@ -50,14 +50,14 @@ template <class T, class L, int dimension>
 std::uint32_t SortUnlabeled(const visitors::StSortedPixels& sorted, const IImage& image, const IImage& seeds,
                             std::uint32_t& highestLabel) {
     using namespace visitors;
-    using Counter = std::conditional_t<hasHistogram<T>, CAnalyzerHistogramOnlyInUnlabeledRegions<T, L>,
+    using Counter = std::conditional_t<c_hasHistogram<T>, CAnalyzerHistogramOnlyInUnlabeledRegions<T, L>,
                                        CAnalyzerCountValuesOnlyInUnlabeledRegions<T, L>>;
     using Sorter =
-        std::conditional_t<hasHistogram<T>,
+        std::conditional_t<c_hasHistogram<T>,
                            CDistributivePixelSortByHistogramOnlyInUnlabeledRegions<T, L, dimension>,
                            CDistributivePixelSortByValueCountOnlyInUnlabeledRegions<T, L, dimension>>;
     std::vector<std::size_t> bins;
-    Counter counting(binCount<T>, bins);
+    Counter counting(c_binCount<T>, bins);
     const auto seededPixelCount = [&counting] { return counting.seeds.seededPixelCount; };
     const auto levels = CountAndSort<Sorter>(counting, bins, seededPixelCount, sorted, image, seeds);
     highestLabel = counting.seeds.highestLabel;
@@ -72,9 +72,9 @@ std::uint32_t GetHistogramAndPixelSort(Coordinates& x, Coordinates& y, Coordinat
     const visitors::StSortedPixels sorted{x, y, z, levelStarts};
     const auto none = [] { return std::size_t{0}; };
     std::vector<std::size_t> bins;
-    if constexpr (hasHistogram<T>) {
+    if constexpr (c_hasHistogram<T>) {
         using Sorter = visitors::CDistributivePixelSortByHistogram<T, dimension>;
-        visitors::CAnalyzerHistogram<T, std::size_t> counting(binCount<T>, &bins);
+        visitors::CAnalyzerHistogram<T, std::size_t> counting(c_binCount<T>, &bins);
         return CountAndSort<Sorter>(counting, bins, none, sorted, image);
     } else {
         using Sorter = visitors::CDistributivePixelSortByValueCount<T, dimension>;

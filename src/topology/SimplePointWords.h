@@ -133,9 +133,9 @@ constexpr auto SimplicesAroundCenter() {
 }
 
 template <class N>
-constexpr auto c_cellsAroundCenter = SimplicesAroundCenter<N>();
+inline constexpr auto c_cellsAroundCenter = SimplicesAroundCenter<N>();
 template <>
-constexpr auto c_cellsAroundCenter<ORVEN::CNeighborhood3dDiffN6> = BoxesAroundCenter();
+inline constexpr auto c_cellsAroundCenter<ORVEN::CNeighborhood3dDiffN6> = BoxesAroundCenter();
 
 /// The neighbours of cell `at` of the third slab that lie in slab `i` of the cube, by index.
 template <class N, std::size_t at, int i>

@@ -94,7 +94,8 @@ public:
     void Prefetch() const {
         const auto ahead =
             reinterpret_cast<std::uintptr_t>(m_position) + static_cast<std::uintptr_t>(6 * m_stride);
-        __builtin_prefetch(reinterpret_cast<const void*>(ahead), 0, 0);
+        // A pointer past the end of the image must not be computed as a pointer.
+        __builtin_prefetch(reinterpret_cast<const void*>(ahead), 0, 0); // NOLINT(performance-no-int-to-ptr)
     }
 
 private:

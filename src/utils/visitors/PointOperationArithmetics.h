@@ -13,7 +13,7 @@
 namespace ORVEN::visitors {
 
 template <class T>
-inline constexpr bool isComplexPixel = std::is_same_v<T, std::complex<float>>;
+inline constexpr bool c_isComplexPixel = std::is_same_v<T, std::complex<float>>;
 
 /// Multiplies an image by a factor. Results outside the range of finite floats, NaN included, become the
 /// largest float, or the lowest one if exactly one of factor and pixel is below 0.
@@ -21,7 +21,7 @@ template <class TPixel, class TFactor>
 struct CMultValue : StVisitor<TPixel> {
     explicit CMultValue(TFactor multiplier)
         : factor(multiplier) {
-        if constexpr (isComplexPixel<TPixel> != isComplexPixel<TFactor>) {
+        if constexpr (c_isComplexPixel<TPixel> != c_isComplexPixel<TFactor>) {
             throw CException(Impl::Here("ORVEN::visitors::CMultValue::CMultValue"),
                              "Arithmetics for mixed complex and real tuples not implemented.");
         }
@@ -45,7 +45,7 @@ struct CMultValue : StVisitor<TPixel> {
 template <class TTarget, class TSource>
 struct CRoot : StVisitor<TTarget> {
     CRoot() {
-        if constexpr (isComplexPixel<TTarget> || isComplexPixel<TSource>) {
+        if constexpr (c_isComplexPixel<TTarget> || c_isComplexPixel<TSource>) {
             // contract wording
             throw CException(Impl::Here("ORVEN::visitors::CRoot::CRoot"),
                              "Square root complex numbers not implemented.");
