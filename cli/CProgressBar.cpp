@@ -6,16 +6,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 namespace cli {
 
 namespace {
 
-constexpr std::chrono::milliseconds drawingInterval{100};
+constexpr std::chrono::milliseconds c_drawingInterval{100};
 /// Limits the number of phases that a plug-in starts and never finishes.
-constexpr std::size_t deepestNesting = 16;
-constexpr std::size_t longestText = 40;
+constexpr std::size_t c_deepestNesting = 16;
+constexpr std::size_t c_longestText = 40;
 
 /// Makes the text fit on one line of a terminal: truncated if too long, and without control characters.
 std::string ForTerminal(const char* text) {
@@ -23,16 +24,16 @@ std::string ForTerminal(const char* text) {
     std::replace_if(
         line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 127; },
         ' ');
-    if (line.size() <= longestText)
+    if (line.size() <= c_longestText)
         return line;
-    std::size_t end = longestText;
+    std::size_t end = c_longestText;
     while (end > 0 && (static_cast<unsigned char>(line[end]) & 0xC0) == 0x80) // inside a UTF-8 sequence
         --end;
     return line.substr(0, end);
 }
 
 std::string Duration(double seconds) {
-    const auto whole = static_cast<long long>(seconds + 0.5);
+    const long long whole = std::llround(seconds);
     std::array<char, 40> text{};
     if (whole < 3600)
         std::snprintf(text.data(), text.size(), "%lld:%02lld", whole / 60, whole % 60);
@@ -47,7 +48,7 @@ std::string Duration(double seconds) {
 CProgressBar::CProgressBar(int descriptor, std::function<Clock::time_point()> now)
     : m_descriptor(descriptor)
     , m_now(std::move(now))
-    , m_nextDrawing(m_now() + drawingInterval) {}
+    , m_nextDrawing(m_now() + c_drawingInterval) {}
 
 CProgressBar::~CProgressBar() {
     if (m_isDrawn)
@@ -55,7 +56,7 @@ CProgressBar::~CProgressBar() {
 }
 
 void CProgressBar::Start(unsigned total, const char* text) {
-    if (m_phases.size() == deepestNesting)
+    if (m_phases.size() == c_deepestNesting)
         m_phases.erase(m_phases.begin());
     m_phases.push_back({ForTerminal(text), total, 0, 0, m_now()});
     LookAtClock(m_phases.back());
@@ -102,7 +103,7 @@ void CProgressBar::LookAtClock(StPhase& phase) {
     const Clock::time_point now = m_now();
     if (now < m_nextDrawing)
         return;
-    m_nextDrawing = now + drawingInterval;
+    m_nextDrawing = now + c_drawingInterval;
     Draw(phase, now);
 }
 

@@ -13,7 +13,7 @@ using namespace engine;
 
 namespace {
 
-constexpr std::size_t lineWidth = 96;
+constexpr std::size_t c_lineWidth = 96;
 
 /// Wraps the text to lines of readable length, each with the indent in front.
 std::string Wrapped(const std::string& text, const std::string& indent) {
@@ -21,7 +21,7 @@ std::string Wrapped(const std::string& text, const std::string& indent) {
     std::string line;
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        if (!line.empty() && indent.size() + line.size() + 1 + word.size() > lineWidth) {
+        if (!line.empty() && indent.size() + line.size() + 1 + word.size() > c_lineWidth) {
             wrapped += indent + line + "\n";
             line.clear();
         }

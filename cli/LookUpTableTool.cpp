@@ -36,7 +36,7 @@ struct StToolOptions {
 /// Finds the test neighbourhood up to a radius, and shows progress if standard error is a terminal.
 StMedialAxisNeighborhood FindNeighborhood(std::int32_t radius) {
     const bool tells = isatty(STDERR_FILENO) != 0;
-    const auto neighborhood =
+    auto neighborhood =
         FindMedialAxisNeighborhood(radius * radius, [tells, radius](std::int32_t squaredRadius) {
             // The work grows with a high power of the radius, so most of the time goes into the last steps.
             if (tells && squaredRadius % 64 == 0)

@@ -17,7 +17,7 @@ namespace engine {
 
 namespace {
 
-constexpr std::array<std::string_view, 5> words = {"bool", "long", "double", "string", "image"};
+constexpr std::array<std::string_view, 5> c_words = {"bool", "long", "double", "string", "image"};
 
 template <class Number>
 std::optional<Number> ParseWhole(std::string_view text) {
@@ -39,18 +39,18 @@ std::optional<Number> ParseWhole(std::string_view text) {
 
 std::string KindWords() {
     std::string all;
-    for (const std::string_view word : words)
+    for (const std::string_view word : c_words)
         all.append(all.empty() ? "" : ", ").append(word);
     return all;
 }
 
-std::string_view WordOfKind(EnValueKind kind) { return words[kind]; }
+std::string_view WordOfKind(EnValueKind kind) { return c_words[kind]; }
 
 std::optional<EnValueKind> KindOfWord(std::string_view word) {
-    const auto found = std::find(words.begin(), words.end(), word);
-    if (found == words.end())
+    const auto found = std::find(c_words.begin(), c_words.end(), word);
+    if (found == c_words.end())
         return std::nullopt;
-    return static_cast<EnValueKind>(found - words.begin());
+    return static_cast<EnValueKind>(found - c_words.begin());
 }
 
 std::optional<bool> ParseBool(std::string_view text) {

@@ -17,24 +17,24 @@ namespace engine {
 
 namespace {
 
-const char* const g_type = "quillon type";
-const char* const g_size = "size";
-const char* const g_attributes = "attributes";
-const char* const g_damaged = "its attributes are damaged";
+const char* const c_type = "quillon type";
+const char* const c_size = "size";
+const char* const c_attributes = "attributes";
+const char* const c_damaged = "its attributes are damaged";
 
-constexpr int g_indent = 2;
+constexpr int c_indent = 2;
 
 std::unique_ptr<ORVEN::CValueMap> MapOfJson(const json& object) {
     if (!object.is_object())
-        throw CFileReason(g_damaged);
+        throw CFileReason(c_damaged);
     std::unique_ptr<ORVEN::CValue> value;
     try {
         value = FromJson(object);
     } catch (const CFileError& error) {
-        throw CFileReason(std::string(g_damaged) + ": " + error.what());
+        throw CFileReason(std::string(c_damaged) + ": " + error.what());
     }
     if (value == nullptr || value->Map() == nullptr)
-        throw CFileReason(g_damaged);
+        throw CFileReason(c_damaged);
     auto map = std::make_unique<ORVEN::CValueMap>();
     map->Copy(*value, ORVEN::CValue::TF_NONE, false);
     return map;
@@ -44,7 +44,7 @@ ORVEN::CSize SizeOfJson(const json& array) {
     std::vector<std::int64_t> extents;
     for (const json& extent : array) {
         if (!extent.is_number_integer())
-            throw CFileReason(g_damaged);
+            throw CFileReason(c_damaged);
         extents.push_back(extent.get<std::int64_t>());
     }
     return CheckedSize(std::move(extents), 1);
@@ -54,15 +54,15 @@ StImageFacts FactsOf(const json& file) {
     StImageFacts facts;
     if (!file.is_object())
         throw CFileReason("it is damaged");
-    if (const auto type = file.find(g_type); type != file.end()) {
+    if (const auto type = file.find(c_type); type != file.end()) {
         facts.type = type->is_string() ? PixelTypeOfName(type->get<std::string>()) : std::nullopt;
         if (!facts.type)
             throw CFileReason("the image type " + type->dump(-1, ' ', true, json::error_handler_t::replace) +
                               " is unknown");
     }
-    if (const auto size = file.find(g_size); size != file.end())
+    if (const auto size = file.find(c_size); size != file.end())
         facts.size = SizeOfJson(*size);
-    if (const auto attributes = file.find(g_attributes); attributes != file.end())
+    if (const auto attributes = file.find(c_attributes); attributes != file.end())
         facts.attributes = MapOfJson(*attributes);
     return facts;
 }
@@ -95,7 +95,7 @@ bool IsSideFile(const std::string& path) {
     try {
         (void)FileSize(path); // raises for a pipe, which must not be drained
         const json file = json::parse(ReadTextFile(path), nullptr, false);
-        return file.is_object() && file.contains(g_type) && file.contains(g_attributes);
+        return file.is_object() && file.contains(c_type) && file.contains(c_attributes);
     } catch (const CFileError&) {
         return false;
     }
@@ -103,11 +103,11 @@ bool IsSideFile(const std::string& path) {
 
 std::string SideFileText(const ORVEN::CImage& image) {
     ordered_json file;
-    file[g_type] = image.Type().ToString();
+    file[c_type] = image.Type().ToString();
     for (int axis = 0; axis < image.Size().Dim(); ++axis)
-        file[g_size].push_back(image.Size()[axis]);
-    file[g_attributes] = ToJson(image.Attributes());
-    return file.dump(g_indent, ' ', true) + "\n";
+        file[c_size].push_back(image.Size()[axis]);
+    file[c_attributes] = ToJson(image.Attributes());
+    return file.dump(c_indent, ' ', true) + "\n";
 }
 
 StImageFacts ReadSideFile(const std::string& imagePath) {

@@ -12,7 +12,7 @@ namespace engine {
 fs::path FollowLink(const std::string& path) {
     std::error_code error;
     if (fs::is_symlink(path, error) && fs::exists(path, error)) {
-        if (const fs::path target = fs::canonical(path, error); !error)
+        if (fs::path target = fs::canonical(path, error); !error)
             return target;
     }
     return path;

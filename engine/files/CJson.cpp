@@ -48,9 +48,8 @@ private:
         std::vector<std::size_t> order(members.size());
         for (std::size_t i = 0; i < order.size(); ++i)
             order[i] = i;
-        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-            return members[a].first < members[b].first;
-        });
+        std::stable_sort(order.begin(), order.end(),
+                         [&](std::size_t a, std::size_t b) { return members[a].first < members[b].first; });
         std::vector<bool> isDropped(members.size(), false);
         for (std::size_t i = 0; i + 1 < order.size(); ++i)
             isDropped[order[i]] = members[order[i]].first == members[order[i + 1]].first;
