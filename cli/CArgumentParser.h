@@ -12,8 +12,8 @@ class App;
 class Option;
 } // namespace CLI
 
-// The syntax of a command line. Only CArgumentParser.cpp knows the library that parses it: that library is a large
-// header, which would dominate the build of every command.
+// The syntax of a command line. Only CArgumentParser.cpp knows the library that parses it: that library is a
+// large header, which would dominate the build of every command.
 
 namespace cli {
 
@@ -33,8 +33,8 @@ private:
     CLI::Option* m_option;
 };
 
-/// One command of a program: its arguments and what it does. The values that arguments are stored in must exist
-/// until the command has run.
+/// One command of a program: its arguments and what it does. The values that arguments are stored in must
+/// exist until the command has run.
 class CCommand {
 public:
     explicit CCommand(CLI::App* command)
@@ -88,8 +88,8 @@ public:
     /// A command line names one command; or none, unless `isRequired`.
     void TakeOneCommand(bool isRequired);
 
-    /// Parses the command line and runs the command, or prints help or version if asked for. Prints the help of
-    /// the program if no command is named. Returns the error of a command line that is refused.
+    /// Parses the command line and runs the command, or prints help or version if asked for. Prints the help
+    /// of the program if no command is named. Returns the error of a command line that is refused.
     std::optional<StUsageError> Run(int argumentCount, char** arguments);
 
 private:

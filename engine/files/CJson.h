@@ -11,8 +11,8 @@
 
 namespace engine {
 
-/// A JSON value. Only CJson.cpp knows the library that parses and writes the text: its header would take most of
-/// the time that a source which uses JSON takes to compile.
+/// A JSON value. Only CJson.cpp knows the library that parses and writes the text: its header would take most
+/// of the time that a source which uses JSON takes to compile.
 ///
 /// The members of an object keep their order. Looking one up takes time linear in their number.
 class CJson {
@@ -20,24 +20,21 @@ public:
     using Member = std::pair<std::string, CJson>;
 
     /// Null.
-    CJson() = default;
-    CJson(std::nullptr_t) {}
-    CJson(bool value)
-        : m_value(value) {}
+    CJson();
+    CJson(const CJson& other);
+    CJson(CJson&& other) noexcept;
+    CJson& operator=(const CJson& other);
+    CJson& operator=(CJson&& other) noexcept;
+    ~CJson();
+
+    CJson(bool value);
     template <std::integral Integer>
-        requires(!std::same_as<Integer, bool>)
-    CJson(Integer value) {
-        if (std::in_range<std::int64_t>(value))
-            m_value = static_cast<std::int64_t>(value);
-        else
-            m_value = static_cast<std::uint64_t>(value);
-    }
-    CJson(double value)
-        : m_value(value) {}
-    CJson(std::string value)
-        : m_value(std::move(value)) {}
-    CJson(const char* value)
-        : m_value(std::string(value)) {}
+    requires(!std::same_as<Integer, bool>) CJson(Integer value)
+        : CJson(StInteger{static_cast<std::uint64_t>(value), std::in_range<std::int64_t>(value)}) {}
+    CJson(double value);
+    CJson(std::string value);
+    CJson(const char* value);
+    CJson(std::nullptr_t) = delete;
 
     /// An array of these elements.
     static CJson Array(std::vector<CJson> elements = {});
@@ -47,8 +44,8 @@ public:
     /// Parses a text; nothing if it is not valid JSON. Of members with the same name, the last one counts.
     /// Containers nested more than 1000 deep become empty.
     static std::optional<CJson> Parse(std::string_view text);
-    /// Writes the value: on one line, or with `indent` blanks a level. `isAscii` writes other characters as \uXXXX.
-    /// Invalid UTF-8 becomes replacement characters.
+    /// Writes the value: on one line, or with `indent` blanks a level. `isAscii` writes other characters as
+    /// \uXXXX. Invalid UTF-8 becomes replacement characters.
     [[nodiscard]] std::string Text(int indent = -1, bool isAscii = false) const;
 
     [[nodiscard]] bool IsNull() const { return Is<std::monostate>(); }
@@ -66,7 +63,8 @@ public:
     template <std::integral Integer>
     [[nodiscard]] std::optional<Integer> IntegerAs() const {
         const auto fitting = [](auto number) {
-            return std::in_range<Integer>(number) ? std::optional(static_cast<Integer>(number)) : std::nullopt;
+            return std::in_range<Integer>(number) ? std::optional(static_cast<Integer>(number))
+                                                  : std::nullopt;
         };
         return Is<std::uint64_t>() ? fitting(std::get<std::uint64_t>(m_value))
                                    : fitting(std::get<std::int64_t>(m_value));
@@ -75,22 +73,28 @@ public:
     [[nodiscard]] double Number() const;
     [[nodiscard]] const std::string& String() const { return std::get<std::string>(m_value); }
     [[nodiscard]] const std::vector<CJson>& Elements() const { return std::get<std::vector<CJson>>(m_value); }
-    [[nodiscard]] const std::vector<Member>& Members() const { return std::get<std::vector<Member>>(m_value); }
+    [[nodiscard]] const std::vector<Member>& Members() const {
+        return std::get<std::vector<Member>>(m_value);
+    }
 
     /// The member of that name; null pointer if there is none, or if the value is not an object.
     [[nodiscard]] const CJson* Find(std::string_view name) const;
     /// Adds an element to an array.
-    void Append(CJson element) { std::get<std::vector<CJson>>(m_value).push_back(std::move(element)); }
+    void Append(CJson element);
     /// Adds a member, whose name must be new, to an object.
-    void Append(std::string name, CJson value) {
-        std::get<std::vector<Member>>(m_value).emplace_back(std::move(name), std::move(value));
-    }
+    void Append(std::string name, CJson value);
 
     /// The order of members counts.
-    friend bool operator==(const CJson&, const CJson&) = default;
+    bool operator==(const CJson& other) const;
 
 private:
     friend class CJsonBuilder;
+
+    struct StInteger {
+        std::uint64_t bits;
+        bool isSigned; // the number fits into std::int64_t
+    };
+    explicit CJson(StInteger value);
 
     template <class T>
     [[nodiscard]] bool Is() const {

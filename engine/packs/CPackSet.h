@@ -11,8 +11,8 @@
 
 namespace engine {
 
-/// A pack on disk: its library and its catalogue. Each is loaded when it is first asked for, so that a pack costs
-/// nothing as long as an earlier one has the plug-in. Not safe to use from several threads at once.
+/// A pack on disk: its library and its catalogue. Each is loaded when it is first asked for, so that a pack
+/// costs nothing as long as an earlier one has the plug-in. Not safe to use from several threads at once.
 class CPack {
 public:
     explicit CPack(std::string path)
@@ -47,16 +47,17 @@ public:
     /// The packs installed with this program: those in ../lib, relative to the program's folder.
     static std::vector<std::string> DefaultPaths();
     /// The packs in a folder: libQuillonPack.so, then by name each libNAME.so that has a NAME.catalogue.json.
-    /// If there is none, the path that libQuillonPack.so would have, so that loading it names what is missing.
+    /// If there is none, the path that libQuillonPack.so would have, so that loading it names what is
+    /// missing.
     static std::vector<std::string> PathsIn(const std::filesystem::path& folder);
 
     [[nodiscard]] std::vector<CPack>& Packs() { return m_packs; }
 
-    /// Finds a plug-in in the packs' libraries. Raises `CCallerError` if no pack has it, with the most similar
-    /// names, and the errors of loading a pack.
+    /// Finds a plug-in in the packs' libraries. Raises `CCallerError` if no pack has it, with the most
+    /// similar names, and the errors of loading a pack.
     StFoundPlugin Find(const std::string& name);
-    /// The first description of a plug-in in the catalogues; loads no library. Raises `CCallerError` if there is
-    /// none, with the most similar names.
+    /// The first description of a plug-in in the catalogues; loads no library. Raises `CCallerError` if there
+    /// is none, with the most similar names.
     const StCatalogueEntry& Describe(const std::string& name);
 
 private:

@@ -87,8 +87,8 @@ TEST_F(PackWithoutCatalogue, ProvidesItsPlugins) {
 
 TEST(PacksInAFolder, AreTheMainPackAndThoseWithACatalogue) {
     const test::CTestFolder folder;
-    for (const char* name : {"libB.so", "B.catalogue.json", "libA.so", "A.catalogue.json", "libQuillonPack.so",
-                             "libNoPack.so", "C.catalogue.json"})
+    for (const char* name : {"libB.so", "B.catalogue.json", "libA.so", "A.catalogue.json",
+                             "libQuillonPack.so", "libNoPack.so", "C.catalogue.json"})
         std::ofstream(folder / name) << "";
     EXPECT_EQ(CPackSet::PathsIn(folder / ""),
               (std::vector{folder / "libQuillonPack.so", folder / "libA.so", folder / "libB.so"}));
