@@ -27,7 +27,7 @@ using namespace ORVEN;
 
 namespace {
 
-const CSize g_size(256, 256, 256);
+const CSize c_size(256, 256, 256);
 
 double QuickestOf5(const std::function<void()>& work) {
     double quickest = 0.0;
@@ -41,11 +41,11 @@ double QuickestOf5(const std::function<void()>& work) {
     return quickest;
 }
 
-std::unique_ptr<CImage> NewImage() { return std::make_unique<CImage>(IMAGE_GREY_16, g_size, CSize(0, 0, 0)); }
+std::unique_ptr<CImage> NewImage() { return std::make_unique<CImage>(IMAGE_GREY_16, c_size, CSize(0, 0, 0)); }
 
 char* BytesOf(CImage& image) { return reinterpret_cast<char*>(CImageView<unsigned short>(image).Row(0, 0)); }
 
-std::streamsize ByteCount() { return 2 * g_size.PixelCount(); }
+std::streamsize ByteCount() { return 2 * c_size.PixelCount(); }
 
 /// Steps of the work, each timed over all objects.
 struct StSteps {

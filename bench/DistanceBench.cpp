@@ -35,7 +35,7 @@ struct StCase {
     std::array<double, 3> spacing;
 };
 
-constexpr std::array<StCase, 3> g_cases{{{"cubes", "radii 6 to 20", 6, 20, {1.0, 1.0, 1.0}},
+constexpr std::array<StCase, 3> c_cases{{{"cubes", "radii 6 to 20", 6, 20, {1.0, 1.0, 1.0}},
                                          {"boxes", "spacing 1, 1, 2.5", 6, 20, {1.0, 1.0, 2.5}},
                                          {"far", "radii 100 to 200", 100, 200, {1.0, 1.0, 1.0}}}};
 
@@ -94,10 +94,10 @@ int main(int argc, char** argv) {
     const std::string heading = std::to_string(edge) + "^3, one thread";
     std::printf("%-24s%9s%10s%9s%8s%11s%9s%14s\n", heading.c_str(), "ours s", "ns/voxel", "ITK s", "ratio",
                 "2 threads", "copy s", "copy / ours");
-    for (const StCase& current : g_cases) {
+    for (const StCase& current : c_cases) {
         const auto image = bench::BooleanModel(edge, current.leastRadius, current.greatestRadius);
         CQuillonHeaderTools::SetSpacing(*image, current.spacing[0], current.spacing[1], current.spacing[2]);
-        if (&current == g_cases.data())
+        if (&current == c_cases.data())
             WriteVolume(*image, argv[2]);
         CImage map(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
         SetThreadCount(1);

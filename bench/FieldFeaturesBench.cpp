@@ -25,7 +25,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::int64_t g_edge = 256;
+constexpr std::int64_t c_edge = 256;
 
 double QuickestOf5(const std::function<void()>& work) {
     double quickest = 1e9;
@@ -43,7 +43,7 @@ using Counts = std::array<std::uint64_t, 256>;
 /// One plain pass. A block's code slides along x, so a step reads four pixels instead of eight.
 Counts CountAt(const CImage& image, unsigned char threshold, std::vector<unsigned char>& binary) {
     const CImageView<const unsigned char> pixels(image);
-    const auto edge = static_cast<std::size_t>(g_edge);
+    const auto edge = static_cast<std::size_t>(c_edge);
     for (std::size_t z = 0; z < edge; ++z) {
         for (std::size_t y = 0; y < edge; ++y) {
             const unsigned char* const row =
@@ -72,7 +72,7 @@ Counts CountAt(const CImage& image, unsigned char threshold, std::vector<unsigne
 }
 
 void Compare(const char* name, const CImage& image) {
-    std::vector<unsigned char> binary(static_cast<std::size_t>(g_edge * g_edge * g_edge));
+    std::vector<unsigned char> binary(static_cast<std::size_t>(c_edge * c_edge * c_edge));
     quillon::StConfigurationsHistograms histograms;
     const double ours = QuickestOf5([&] { histograms = quillon::ConfigurationsHistograms(image); });
     Counts counts{};
@@ -80,7 +80,7 @@ void Compare(const char* name, const CImage& image) {
     const bool isEqual = std::equal(counts.begin(), counts.end(), histograms.counts.begin() + 100 * 256);
     std::printf(
         "%-8s all 256 thresholds %6.3f s (%4.1f ns/voxel)   one plain pass %6.3f s   = %4.1f passes   %s\n",
-        name, ours, ours * 1e9 / static_cast<double>(g_edge * g_edge * g_edge), plain, ours / plain,
+        name, ours, ours * 1e9 / static_cast<double>(c_edge * c_edge * c_edge), plain, ours / plain,
         isEqual ? "same counts" : "COUNTS DIFFER");
 }
 
@@ -91,7 +91,7 @@ int main(int argumentCount, char** arguments) {
         std::fprintf(stderr, "FieldFeaturesBench VOLUME\n");
         return 2;
     }
-    CImage image(IMAGE_GREY_8, CSize(g_edge, g_edge, g_edge), CSize(0, 0, 0));
+    CImage image(IMAGE_GREY_8, CSize(c_edge, c_edge, c_edge), CSize(0, 0, 0));
     const CImageView<unsigned char> pixels(image);
     std::ifstream(arguments[1], std::ios::binary)
         .read(reinterpret_cast<char*>(pixels.Row(0, 0)), pixels.PixelCount());

@@ -33,7 +33,7 @@ using namespace ORVEN;
 
 namespace {
 
-const CSize g_size(256, 256, 256);
+const CSize c_size(256, 256, 256);
 
 double Seconds(const std::function<void()>& work) {
     const auto begin = std::chrono::steady_clock::now();
@@ -49,7 +49,7 @@ double QuickestOf5(const std::function<void()>& work) {
 }
 
 std::unique_ptr<CImage> NewImage(const IImage::CType& type) {
-    return std::make_unique<CImage>(type, g_size, CSize(0, 0, 0));
+    return std::make_unique<CImage>(type, c_size, CSize(0, 0, 0));
 }
 
 template <class T>
@@ -60,7 +60,7 @@ std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<u
     return image;
 }
 
-std::size_t ByteCount() { return static_cast<std::size_t>(g_size.PixelCount()) * sizeof(float); }
+std::size_t ByteCount() { return static_cast<std::size_t>(c_size.PixelCount()) * sizeof(float); }
 
 bool HaveSameBytes(const CImage& a, const CImage& b) {
     return std::memcmp(CImageView<const float>(a).Row(0, 0), CImageView<const float>(b).Row(0, 0),
@@ -124,7 +124,7 @@ double ItkDerivativeSeconds(const CImage& image, unsigned axis, unsigned order) 
 /// Prints a table row. `moves` is how often the image is read and written at least; a peer time of 0 means no
 /// peer.
 void Print(const std::string& name, double seconds, double peerSeconds, int moves, double copySeconds) {
-    const auto pixels = static_cast<double>(g_size.PixelCount());
+    const auto pixels = static_cast<double>(c_size.PixelCount());
     std::printf("%-26s%9.4f%10.2f%7.1f%8.1f", name.c_str(), seconds, seconds / pixels * 1e9,
                 moves * 2.0 * sizeof(float) * pixels / seconds / 1e9, seconds / copySeconds);
     if (peerSeconds > 0.0)
@@ -180,7 +180,7 @@ void CompareDerivatives(const std::vector<unsigned char>& volume, std::ostream& 
 } // namespace
 
 int main(int argc, char** argv) {
-    std::vector<unsigned char> volume(static_cast<std::size_t>(g_size.PixelCount()));
+    std::vector<unsigned char> volume(static_cast<std::size_t>(c_size.PixelCount()));
     std::ifstream file(argc > 2 ? argv[1] : "", std::ios::binary);
     if (!file.read(reinterpret_cast<char*>(volume.data()), static_cast<std::streamsize>(volume.size()))) {
         std::cerr << "GaussBench VOLUME SECONDS; VOLUME is a file of 256^3 bytes\n";

@@ -22,12 +22,12 @@ using namespace ORVEN;
 
 namespace {
 
-const CSize g_size(256, 256, 256);
+const CSize c_size(256, 256, 256);
 constexpr int c_niblack = 0;
 constexpr int c_sauvola = 1;
 
 std::vector<unsigned char> ReadVolume(const char* path) {
-    std::vector<unsigned char> volume(static_cast<std::size_t>(g_size.PixelCount()));
+    std::vector<unsigned char> volume(static_cast<std::size_t>(c_size.PixelCount()));
     std::ifstream file(path, std::ios::binary);
     file.read(reinterpret_cast<char*>(volume.data()), static_cast<std::streamsize>(volume.size()));
     if (!file)
@@ -37,7 +37,7 @@ std::vector<unsigned char> ReadVolume(const char* path) {
 
 template <class T>
 std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<unsigned char>& volume) {
-    auto image = std::make_unique<CImage>(type, g_size, CSize(0, 0, 0));
+    auto image = std::make_unique<CImage>(type, c_size, CSize(0, 0, 0));
     const CImageView<T> view(*image);
     const T factor =
         std::is_floating_point_v<T> ? T(1) : static_cast<T>(std::numeric_limits<T>::max() / T(255));
@@ -53,7 +53,7 @@ std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<u
 
 /// The memory of image and output is touched before the first round and reused in every round.
 void Binarize(benchmark::State& state, const IImage& input, int method, int w, int threadCount) {
-    CImage output(IMAGE_BINARY_FG, g_size, CSize(0, 0, 0));
+    CImage output(IMAGE_BINARY_FG, c_size, CSize(0, 0, 0));
     CFastLocalThresholding algorithm(nullptr, nullptr);
     algorithm.m_nWindowSize = w;
     algorithm.m_fCoefficient = method == c_niblack ? -0.2 : 0.2;
@@ -63,7 +63,7 @@ void Binarize(benchmark::State& state, const IImage& input, int method, int w, i
     for (auto _ : state)
         algorithm.Binarize(output, input);
     SetThreadCount(0);
-    const auto pixels = static_cast<double>(g_size.PixelCount());
+    const auto pixels = static_cast<double>(c_size.PixelCount());
     state.counters["time/voxel"] = benchmark::Counter(pixels, benchmark::Counter::kIsIterationInvariantRate |
                                                                   benchmark::Counter::kInvert);
     state.counters["MVox/s"] =

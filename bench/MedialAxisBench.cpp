@@ -22,11 +22,11 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::int64_t g_edge = 256;
-const CSize g_size(g_edge, g_edge, g_edge);
+constexpr std::int64_t c_edge = 256;
+const CSize c_size(c_edge, c_edge, c_edge);
 
 std::unique_ptr<CImage> NewImage(const IImage::CType& type) {
-    return std::make_unique<CImage>(type, g_size, CSize(0, 0, 0));
+    return std::make_unique<CImage>(type, c_size, CSize(0, 0, 0));
 }
 
 std::unique_ptr<CImage> Block() {
@@ -44,12 +44,12 @@ std::int64_t Blow(const CImageView<unsigned char>& view, const std::array<std::i
                   std::int64_t radius) {
     std::int64_t cleared = 0;
     const auto [cx, cy, cz] = centre;
-    for (std::int64_t z = std::max<std::int64_t>(cz - radius, 0); z <= std::min(cz + radius, g_edge - 1);
+    for (std::int64_t z = std::max<std::int64_t>(cz - radius, 0); z <= std::min(cz + radius, c_edge - 1);
          ++z) {
-        for (std::int64_t y = std::max<std::int64_t>(cy - radius, 0); y <= std::min(cy + radius, g_edge - 1);
+        for (std::int64_t y = std::max<std::int64_t>(cy - radius, 0); y <= std::min(cy + radius, c_edge - 1);
              ++y) {
             for (std::int64_t x = std::max<std::int64_t>(cx - radius, 0);
-                 x <= std::min(cx + radius, g_edge - 1); ++x) {
+                 x <= std::min(cx + radius, c_edge - 1); ++x) {
                 const std::int64_t square = (x - cx) * (x - cx) + (y - cy) * (y - cy) + (z - cz) * (z - cz);
                 unsigned char& pixel = view.Row(y, z)[x];
                 if (square <= radius * radius) {
@@ -69,7 +69,7 @@ std::unique_ptr<CImage> Foam() {
     const auto below = [&random](unsigned limit) { return static_cast<std::int64_t>(random() % limit); };
     std::int64_t left = view.PixelCount();
     while (left > view.PixelCount() / 2)
-        left -= Blow(view, {below(g_edge), below(g_edge), below(g_edge)}, 10 + below(15));
+        left -= Blow(view, {below(c_edge), below(c_edge), below(c_edge)}, 10 + below(15));
     return image;
 }
 
@@ -95,7 +95,7 @@ void Measure(benchmark::State& state, const Compute& compute) {
     for (auto _ : state)
         compute(progress);
     state.counters["time/pixel"] =
-        benchmark::Counter(static_cast<double>(g_size.PixelCount()),
+        benchmark::Counter(static_cast<double>(c_size.PixelCount()),
                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 

@@ -19,7 +19,7 @@ using namespace ORVEN;
 
 namespace {
 
-const CSize g_size(256, 256, 256);
+const CSize c_size(256, 256, 256);
 
 /// Discards debugging output during its lifetime.
 class SilentOutput {
@@ -51,7 +51,7 @@ const IImage::CType& TypeOf() {
 
 template <class T>
 std::unique_ptr<CImage> RandomImage(unsigned valueCount) {
-    auto image = std::make_unique<CImage>(TypeOf<T>(), g_size, CSize(0, 0, 0));
+    auto image = std::make_unique<CImage>(TypeOf<T>(), c_size, CSize(0, 0, 0));
     std::minstd_rand random(1);
     std::uniform_int_distribution<unsigned> value(0, valueCount - 1);
     const CImageView<T> view(*image);
@@ -71,7 +71,7 @@ void Measure(benchmark::State& state, const Traverse& traverse) {
     for (auto _ : state)
         traverse();
     state.counters["time/pixel"] =
-        benchmark::Counter(static_cast<double>(g_size.PixelCount()),
+        benchmark::Counter(static_cast<double>(c_size.PixelCount()),
                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 

@@ -28,7 +28,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr const char* g_ids[] = {"N6", "N14_1", "N26"};
+constexpr const char* c_ids[] = {"N6", "N14_1", "N26"};
 
 double Seconds(const std::function<void()>& work) {
     const auto begin = std::chrono::steady_clock::now();
@@ -100,7 +100,7 @@ int main(int argc, char** argv) {
         std::printf("%lld^3, seconds on %d thread(s)\n%-8s%10s%10s%10s%10s%10s%10s%10s\n",
                     static_cast<long long>(image.Size().x), threadCount, "", "distance", "axis", "bisector",
                     "set", "thinning", "sum", "one call");
-        for (const char* id : g_ids) {
+        for (const char* id : c_ids) {
             const double sum = RunStages(image, result, id);
             CProgressProxy progress;
             CSkeletonCouprierZour algorithm(nullptr, nullptr);

@@ -33,8 +33,8 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::int64_t g_edge = 256;
-constexpr int g_runs = 7;
+constexpr std::int64_t c_edge = 256;
+constexpr int c_runs = 7;
 
 double Seconds(const std::function<void()>& work) {
     const auto begin = std::chrono::steady_clock::now();
@@ -62,7 +62,7 @@ std::unique_ptr<CImage> Noise(std::int64_t edge) {
 
 /// A gyroid: channels about 15 pixels wide between smooth walls.
 std::unique_ptr<CImage> Foam() {
-    return Binary(g_edge, [](auto... position) {
+    return Binary(c_edge, [](auto... position) {
         const auto [x, y, z] = std::array{0.2 * static_cast<double>(position)...};
         return std::sin(x) * std::cos(y) + std::sin(y) * std::cos(z) + std::sin(z) * std::cos(x) > 0;
     });
@@ -98,7 +98,7 @@ void Measure(const char* name, CImage& image) {
     CImage figures(IMAGE_GREY_F, image.Size(), CSize(0, 0, 0));
     StLeast plain;
     std::array<StLeast, 4> times;
-    for (int run = 0; run < g_runs; ++run) {
+    for (int run = 0; run < c_runs; ++run) {
         plain.Take(Seconds([&] { Copy(marks, image); }));
         times[0].Take(Seconds([&] { quillon::MarkSimplePoints<N>(image, marks); }));
         times[1].Take(Seconds([&] { RunPlugin<quillon::CMarkSimplePointsPlugin>(image, N::id); }));
@@ -157,7 +157,7 @@ void MeasureAll(const char* name, CImage& image) {
 int main() {
     std::cout.rdbuf(nullptr); // the debugging lines of the traversals
     std::printf("ns per pixel     plain    simple points: scan, plug-in     Euler numbers: scan, plug-in\n");
-    MeasureAll("noise", *Noise(g_edge));
+    MeasureAll("noise", *Noise(c_edge));
     MeasureAll("foam", *Foam());
     const auto corner = Noise(64);
     ForEachNeighborhood([&]<class N>(std::type_identity<N>) { MeasureDefinition<N>(*corner); });

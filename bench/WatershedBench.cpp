@@ -35,7 +35,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::int64_t g_edge = 256;
+constexpr std::int64_t c_edge = 256;
 
 double Seconds(const std::function<void()>& work) {
     const auto begin = std::chrono::steady_clock::now();
@@ -54,13 +54,13 @@ std::unique_ptr<CImage> MakeImage(const IImage::CType& type, const std::vector<u
     auto image = std::make_unique<CImage>(type, CSize(edge, edge, edge), CSize(0, 0, 0));
     const CImageView<T> view(*image);
     const auto mirrored = [](std::int64_t i) {
-        return i / g_edge % 2 == 0 ? i % g_edge : g_edge - 1 - i % g_edge;
+        return i / c_edge % 2 == 0 ? i % c_edge : c_edge - 1 - i % c_edge;
     };
     for (std::int64_t z = 0; z < edge; ++z) {
         for (std::int64_t y = 0; y < edge; ++y) {
             for (std::int64_t x = 0; x < edge; ++x) {
                 const auto value = volume[static_cast<std::size_t>(
-                    (mirrored(z) * g_edge + mirrored(y)) * g_edge + mirrored(x))];
+                    (mirrored(z) * c_edge + mirrored(y)) * c_edge + mirrored(x))];
                 view.Row(y, z)[x] = static_cast<T>(value);
                 if constexpr (std::is_same_v<T, float>)
                     view.Row(y, z)[x] +=
@@ -143,8 +143,8 @@ void Compare(const std::string& name, const CImage& image, const CImage* seeds) 
 template <class T>
 void CompareType(const std::string& typeName, const IImage::CType& type,
                  const std::vector<unsigned char>& volume) {
-    const auto image = MakeImage<T>(type, volume, g_edge);
-    const auto seeds = MakeSeeds(g_edge);
+    const auto image = MakeImage<T>(type, volume, c_edge);
+    const auto seeds = MakeSeeds(c_edge);
     Compare<T, CNeighborhood3dDiffN6>("N6, " + typeName, *image, nullptr);
     Compare<T, CNeighborhood3dDiffN26>("N26, " + typeName, *image, nullptr);
     Compare<T, CNeighborhood3dDiffN6>("N6 markers, " + typeName, *image, seeds.get());
@@ -168,7 +168,7 @@ void CompareSizes(const std::vector<unsigned char>& volume) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::vector<unsigned char> volume(static_cast<std::size_t>(g_edge * g_edge * g_edge));
+    std::vector<unsigned char> volume(static_cast<std::size_t>(c_edge * c_edge * c_edge));
     std::ifstream file(argc > 2 ? argv[1] : "", std::ios::binary);
     if (!file.read(reinterpret_cast<char*>(volume.data()), static_cast<std::streamsize>(volume.size()))) {
         std::cerr << "WatershedBench VOLUME SECONDS [--sizes]; VOLUME is a file of 256^3 bytes\n";

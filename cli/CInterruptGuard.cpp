@@ -51,9 +51,9 @@ void HandleInterrupts() {
     action.sa_handler = OnEndingSignal;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    for (const int signal : g_endingSignals)
+    for (const int signal : c_endingSignals)
         sigaddset(&action.sa_mask, signal);
-    for (const int signal : g_endingSignals) {
+    for (const int signal : c_endingSignals) {
         struct sigaction before {};
         sigaction(signal, nullptr, &before);
         if (signal != SIGHUP || before.sa_handler != SIG_IGN)

@@ -223,7 +223,7 @@ void RunPlugin(const StRunOptions& options) {
     KeepFirstError(end, [&] { pickedFile.Settle(record, hasResults); });
     if (hasResults) {
         KeepFirstError(end, [&] { WriteDocuments(options.outputs, record); });
-        record.showedWindows = options.showsWindows;
+        record.hasShownWindows = options.showsWindows;
         record.isReported = options.report.has_value();
         record.hasMeasured = !image.Attributes().Equal(attributesBefore);
         const bool isMeasurement = record.outcome.documents.empty() &&

@@ -79,7 +79,7 @@ std::string Closing(const StRunRecord& record, std::span<const std::string> outp
         if (record.hasMeasured)
             return "Nothing was written: give -o FILE to keep the image with what was measured.\n";
         // Results that the plug-in has shown in a box or written to a file itself need no further saving.
-        const bool isKept = record.showedWindows || record.isReported || !record.pickedFile.empty();
+        const bool isKept = record.hasShownWindows || record.isReported || !record.pickedFile.empty();
         return record.boxes.empty() && !isKept
                    ? "Nothing was written: give --report FILE to keep the parameters as they are now.\n"
                    : "";

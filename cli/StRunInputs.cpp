@@ -103,7 +103,7 @@ StDialogAnswers ParseAnswers(const StRunOptions& options) {
         answers.widgets.back().objectName.insert(0, "choice:");
     }
     answers.file = options.file;
-    answers.cancel = options.cancelsDialogs;
+    answers.isCancelled = options.cancelsDialogs;
     return answers;
 }
 

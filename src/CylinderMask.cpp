@@ -96,9 +96,9 @@ void CCylinderMaskPlugin::UpdateParameters(const CValueMap& tree) {
     contract::ReadParameter(parameters, "radius", m_radius);
     contract::ReadParameter(parameters, "s", m_s);
     contract::ReadParameter(parameters, "t", m_t);
-    bool crop = false;
-    if (contract::ReadParameter(parameters, "crop", crop))
-        m_crop = crop ? 1.0 : 0.0;
+    bool isCropped = false;
+    if (contract::ReadParameter(parameters, "crop", isCropped))
+        m_crop = isCropped ? 1.0 : 0.0;
 }
 
 void CCylinderMaskPlugin::GetData(CValueMap& tree) {

@@ -22,16 +22,16 @@ namespace contract = quillon::contract;
 
 namespace {
 
-constexpr const char* g_object = "object";
-constexpr const char* g_greyValue = "grayvalue";
+constexpr const char* c_object = "object";
+constexpr const char* c_greyValue = "grayvalue";
 // The highest grey value that is shown, whatever the type of the measured image.
-constexpr int g_greatestGreyValue = 255;
+constexpr int c_greatestGreyValue = 255;
 
 CValueString* NewText(const std::string& text) { return new CValueString(text.c_str(), text.size()); }
 
 bool IsGreyValueFeaturesMap(const CValueMap& map) {
     return std::any_of(map.begin(), map.end(), [](const CValue* value) {
-        return value->Map() != nullptr && value->Map()->HasEntry(g_greyValue, typeid(CValueString));
+        return value->Map() != nullptr && value->Map()->HasEntry(c_greyValue, typeid(CValueString));
     });
 }
 
@@ -79,10 +79,10 @@ std::map<std::string, std::string> UsableFeatures(const CValueMap& features) {
         const CValueMap* map = entry.Value()->Map();
         if (map == nullptr)
             continue;
-        if (IsObjectBasedFeaturesMap(*map, g_object))
-            kinds[entry.Key().ToString()] = g_object;
+        if (IsObjectBasedFeaturesMap(*map, c_object))
+            kinds[entry.Key().ToString()] = c_object;
         else if (IsGreyValueFeaturesMap(*map))
-            kinds[entry.Key().ToString()] = g_greyValue;
+            kinds[entry.Key().ToString()] = c_greyValue;
     }
     return kinds;
 }
@@ -118,7 +118,7 @@ bool CFeatureMapToFeatureImagePlugin::TestParameters(const CValueMap& tree) {
             const CValueMap* map = entry.Value()->Map();
             if (map == nullptr)
                 continue;
-            if (IsObjectBasedFeaturesMap(*map, g_object))
+            if (IsObjectBasedFeaturesMap(*map, c_object))
                 return true;
             TellUnusable(entry.Key(), "an OBJECT");
             if (IsGreyValueFeaturesMap(*map))
@@ -150,8 +150,8 @@ void CFeatureMapToFeatureImagePlugin::MakeFeatureImage(CValueMap& tree) const {
     if (kind == kinds.end())
         return;
     CValueMap& map = *features.Entry(name, true)->Map();
-    if (kind->second == g_greyValue)
-        map.SetEntry("maximum label", new CValueLong(g_greatestGreyValue));
+    if (kind->second == c_greyValue)
+        map.SetEntry("maximum label", new CValueLong(c_greatestGreyValue));
 
     auto result = std::make_unique<CImage>(IMAGE_GREY_F, CSize(3, 3), CSize(0, 0, 0)); // resized below
     CQuillonHeaderTools::SetAttributes(*result, image->Attributes());

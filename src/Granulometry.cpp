@@ -25,7 +25,7 @@ using namespace ORVEN;
 
 namespace {
 
-const char* const g_name = "CGranulometryPlugin";
+const char* const c_name = "CGranulometryPlugin";
 
 /// The number of pixels for each diameter.
 using Histogram = std::map<float, std::uint64_t>;
@@ -103,14 +103,14 @@ void CGranulometryPlugin::GetData(CValueMap& tree) {
     CImage* image = contract::ContentOf(m_focusedDocument);
     if (image == nullptr || !(image->Type() == IMAGE_BINARY_FG))
         return;
-    RequireIsotropicPixels(*image, g_name);
+    RequireIsotropicPixels(*image, c_name);
     auto output = std::make_unique<CImage>(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
     Histogram histogram;
     CGranulometry(nullptr, nullptr)
         .DoSphereGranulometryBinned(*image, *output, histogram, m_stepWidth, m_isFiltered, m_isOnForeground,
                                     m_isOnForeground ? 2 : 0);
     if (histogram.empty())
-        throw CException(g_name, "Image is empty or structur is too thin.", nullptr); // contract wording
+        throw CException(c_name, "Image is empty or structur is too thin.", nullptr); // contract wording
 
     auto result = std::make_unique<CValueMap>();
     result->SetEntry("data", DataOf(histogram).release());

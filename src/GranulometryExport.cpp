@@ -20,11 +20,11 @@ using namespace ORVEN;
 
 namespace {
 
-const char* const g_name = "CGranulometryExportPlugin";
+const char* const c_name = "CGranulometryExportPlugin";
 // Deliberately the name of the plug-in that measures.
-const char* const g_errorSource = "CGranulometryPlugin";
-constexpr char g_separator = ';';
-constexpr char g_quote = '"';
+const char* const c_errorSource = "CGranulometryPlugin";
+constexpr char c_separator = ';';
+constexpr char c_quote = '"';
 
 } // namespace
 
@@ -51,7 +51,7 @@ void CGranulometryExportPlugin::UpdateParameters(const CValueMap& tree) {
 void CGranulometryExportPlugin::GetData(CValueMap&) {
     if (!contract::HoldsMap(m_image, GranulometryKey(), m_result))
         return;
-    RequireWindows(g_name);
+    RequireWindows(c_name);
     const std::string path = AskForCsvFile(m_label.Std(), "_granulometry.csv");
     if (path.empty())
         return;
@@ -59,7 +59,7 @@ void CGranulometryExportPlugin::GetData(CValueMap&) {
         Save(path);
     } catch (const CException& exception) {
         std::cerr << exception.Message() << std::endl;
-        ShowBox(g_name, EnBox::CRITICAL, nullptr, "Save Error", "Could not save csv file.");
+        ShowBox(c_name, EnBox::CRITICAL, nullptr, "Save Error", "Could not save csv file.");
     }
 }
 
@@ -67,7 +67,7 @@ void CGranulometryExportPlugin::Save(const std::string& path) const {
     const CWaitCursor cursor;
     std::ofstream file(path);
     if (!file)
-        throw CException(g_errorSource, "Can't open file for writing.", nullptr);
+        throw CException(c_errorSource, "Can't open file for writing.", nullptr);
 
     bool isOnForeground = false;
     contract::ReadParameter(*m_result, "on foreground", isOnForeground);
@@ -75,20 +75,20 @@ void CGranulometryExportPlugin::Save(const std::string& path) const {
     parameters.SetEntry("on foreground",
                         new CValueString(isOnForeground ? "foreground" : "background", CString::NPOS));
     parameters.SetEntry("filename", new CValueString(path.c_str(), path.size()));
-    CCsvHeader header(file, g_separator, g_quote);
+    CCsvHeader header(file, c_separator, c_quote);
     header.AddVersionInformation();
     header.AddImageAttributes(*m_image);
     header.AddMap("parameters", parameters);
     header.Finish();
 
     const CValue* data = m_result->Entry("data", true);
-    CCsvOStreamColumnTable table(file, g_separator, g_quote);
+    CCsvOStreamColumnTable table(file, c_separator, c_quote);
     table << CCsvOStreamColumnTable::BindValueMap{data != nullptr ? data->Map() : nullptr, "diameter",
                                                   "count", true, true}
           << std::endl;
     file.close(); // a full disk may be detected only here
     if (!file)
-        throw CException(g_errorSource, "Can't write to file.", nullptr);
+        throw CException(c_errorSource, "Can't write to file.", nullptr);
 }
 
 } // namespace quillon

@@ -34,9 +34,9 @@ bool CLinearDistanceTransformationPlugin::TestParameters(const CValueMap& tree) 
 
 void CLinearDistanceTransformationPlugin::UpdateParameters(const CValueMap& tree) {
     contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::ANY_ENTRY);
-    contract::ReadParameter(tree, "parameters/compute on foreground", m_onForeground);
-    contract::ReadParameter(tree, "parameters/embedded edge treatment", m_embeddedEdge);
-    contract::ReadParameter(tree, "parameters/compute exact values", m_exactValues);
+    contract::ReadParameter(tree, "parameters/compute on foreground", m_isOnForeground);
+    contract::ReadParameter(tree, "parameters/embedded edge treatment", m_isEdgeEmbedded);
+    contract::ReadParameter(tree, "parameters/compute exact values", m_isExact);
     CString direction;
     if (contract::ReadParameter(tree, "parameters/direction", direction))
         m_direction = DirectionOf(direction);
@@ -52,12 +52,12 @@ void CLinearDistanceTransformationPlugin::GetData(CValueMap& tree) {
         contract::Inherit(*result, *image,
                           CString("LinearDt(%1,%2,%3,%4)", CString::ENC_UTF8)
                               .Arg(m_direction)
-                              .Arg(m_exactValues ? "exact" : "squared")
-                              .Arg(m_onForeground ? "fg" : "bg")
-                              .Arg(m_embeddedEdge ? "EMB" : "NET"));
+                              .Arg(m_isExact ? "exact" : "squared")
+                              .Arg(m_isOnForeground ? "fg" : "bg")
+                              .Arg(m_isEdgeEmbedded ? "EMB" : "NET"));
         CLinearDistanceTransformation(nullptr, nullptr)
-            .CalculateDistanceMap(*result, *image, m_direction, m_onForeground, !m_exactValues,
-                                  m_embeddedEdge);
+            .CalculateDistanceMap(*result, *image, m_direction, m_isOnForeground, !m_isExact,
+                                  m_isEdgeEmbedded);
         contract::HandOver(tree, contract::EnHandOver::NEW_OUTPUT, std::move(result),
                            contract::LabelOf(*m_focusedDocument, "Voronoi EDT"));
     });

@@ -15,7 +15,7 @@ public:
 private:
     ORVEN::CValueMap* m_focusedDocument = nullptr;
     char m_direction = 'x';
-    bool m_onForeground = false;
-    bool m_embeddedEdge = false;
-    bool m_exactValues = true; ///< otherwise squared distances
+    bool m_isOnForeground = false;
+    bool m_isEdgeEmbedded = false;
+    bool m_isExact = true; ///< otherwise squared distances
 };

@@ -17,7 +17,7 @@ namespace contract = quillon::contract;
 
 namespace {
 
-const char* const g_site = "CLocalFiberDirectionsPlugin";
+const char* const c_site = "CLocalFiberDirectionsPlugin";
 
 /// Returns the value at a key that is required.
 const CValue& Required(const CValueMap& parameters, const char* key) {
@@ -106,7 +106,7 @@ void CLocalFiberDirectionsPlugin::UpdateAdvanced(const CValueMap& parameters) {
 void CLocalFiberDirectionsPlugin::CheckParameters() const {
     const auto require = [](bool isFulfilled, const char* message) {
         if (!isFulfilled)
-            throw CException(g_site, message, nullptr);
+            throw CException(c_site, message, nullptr);
     };
     require(std::isfinite(m_fiberRadius), "Fiber radius must not be inf or nan.");
     require(m_fiberRadius > 0.0, "Fiber radius must be strictly positive.");

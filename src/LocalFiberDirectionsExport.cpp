@@ -36,13 +36,13 @@ using namespace ORVEN;
 
 namespace {
 
-const char* const g_name = "LocalFiberDirectionsExportPlugin";
-constexpr char g_separator = ';';
-constexpr char g_quote = '"';
-const char* const g_idTitle = "ID";
-const char* const g_entryType = "Entry type";
+const char* const c_name = "LocalFiberDirectionsExportPlugin";
+constexpr char c_separator = ';';
+constexpr char c_quote = '"';
+const char* const c_idTitle = "ID";
+const char* const c_entryType = "Entry type";
 // Only maps with this entry become rows.
-const char* const g_tensor = "Orientation tensor";
+const char* const c_tensor = "Orientation tensor";
 
 std::string MeasurementKey() {
     return CQuillonHeaderTools::c_sTagFeatures + "/" + CSubfieldFiberDirections::sFiberDirectionsId;
@@ -61,7 +61,7 @@ const CValueMap* MapAt(const CValueMap* map, const char* key) {
 const CValueMap& Field(const CValueMap& features) {
     const CValueMap* field = MapAt(&features, CSubfieldFiberDirections::sFieldFiberDirectionsId);
     if (field == nullptr) {
-        throw CException(g_name,
+        throw CException(c_name,
                          CString("The entry '%1' is not a map.", CString::ENC_UTF8)
                              .Arg(CSubfieldFiberDirections::sFieldFiberDirectionsId),
                          nullptr);
@@ -87,8 +87,8 @@ int CountMaps(const CValueMap& map) {
 /// Returns the row of the field, with the columns that the measurement lacks. Its keys become the titles.
 std::unique_ptr<CValueMap> FieldRow(const CValueMap& field, const CValueMap* subfields) {
     auto row = CloneOf(field);
-    SetText(*row, g_idTitle, CSubfieldFiberDirections::sFieldFiberDirectionsId);
-    SetText(*row, g_entryType, "field");
+    SetText(*row, c_idTitle, CSubfieldFiberDirections::sFieldFiberDirectionsId);
+    SetText(*row, c_entryType, "field");
     row->SetEntry("Difference to global direction", new CValueDouble(0.0));
     SetText(*row, "Slice position", "n/a");
     if (subfields != nullptr)
@@ -111,7 +111,7 @@ void AddRows(CValueMap& rows, const CValueMap& source, const char* prefix, const
 
 void AddSubfieldRows(CValueMap& rows, const CValueMap& subfields) {
     AddRows(rows, subfields, "", [](CValueMap& row) {
-        SetText(row, g_entryType, "subfield");
+        SetText(row, c_entryType, "subfield");
         // Deliberately a different key from that of the field. It sorts to the same position.
         row.SetEntry("Number pf subfields", new CValueLong(1));
         SetText(row, "Slice position", "n/a");
@@ -128,7 +128,7 @@ bool AddProfileRows(CValueMap& rows, const CValueMap* profiles) {
         if (slices == nullptr)
             continue;
         AddRows(rows, *slices, prefix, [](CValueMap& row) {
-            SetText(row, g_entryType, "profile");
+            SetText(row, c_entryType, "profile");
             for (const char* bound : {"x0", "x1", "y0", "y1", "z0", "z1"})
                 SetText(row, (std::string("Evaluated area/") + bound).c_str(), "n/a");
         });
@@ -138,12 +138,12 @@ bool AddProfileRows(CValueMap& rows, const CValueMap* profiles) {
 }
 
 void WriteRows(std::ostream& file, const CValueMap& rows) {
-    CCsvOStream fields(file, g_separator, g_quote);
+    CCsvOStream fields(file, c_separator, c_quote);
     for (auto row = rows.begin(); row != rows.end(); ++row) {
         const CValueMap* map = row.Value()->Map();
-        if (map == nullptr || !map->HasEntry(g_tensor))
+        if (map == nullptr || !map->HasEntry(c_tensor))
             continue;
-        file << g_quote << row.Key().ToString() << g_quote << g_separator;
+        file << c_quote << row.Key().ToString() << c_quote << c_separator;
         fields << *map << std::endl;
     }
 }
@@ -177,11 +177,11 @@ private:
     std::string m_text;
 };
 
-void ReportError(const std::string& text) { std::cerr << g_name << " Export Error: " << text << std::endl; }
+void ReportError(const std::string& text) { std::cerr << c_name << " Export Error: " << text << std::endl; }
 
 void Warn(const char* text) {
     ReportError(text);
-    ShowBox(g_name, EnBox::WARNING, MainWidget(), "Export Error", QString::fromUtf8(text));
+    ShowBox(c_name, EnBox::WARNING, MainWidget(), "Export Error", QString::fromUtf8(text));
 }
 
 } // namespace
@@ -216,7 +216,7 @@ void CLocalFiberDirectionsExportPlugin::UpdateParameters(const CValueMap& tree) 
 void CLocalFiberDirectionsExportPlugin::GetData(CValueMap&) {
     if (!contract::HoldsMap(m_image, MeasurementKey(), m_features))
         return;
-    RequireWindows(g_name);
+    RequireWindows(c_name);
     if (!m_exportsField && !m_exportsSubfields && !m_exportsProfiles) {
         Warn("No data selected for export.");
         return;
@@ -230,7 +230,7 @@ void CLocalFiberDirectionsExportPlugin::GetData(CValueMap&) {
         const QString text = QString("Could not save csv file '%1'.").arg(QFile::decodeName(path.c_str())) +
                              "\n" + QString::fromUtf8(exception.Message());
         ReportError(text.toStdString());
-        ShowBox(g_name, EnBox::CRITICAL, MainWidget(), "Export Error", text);
+        ShowBox(c_name, EnBox::CRITICAL, MainWidget(), "Export Error", text);
     }
 }
 
@@ -238,7 +238,7 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     const CWaitCursor cursor;
     // "profiles" deliberately has no blank in front.
     CSaveStatusMessage status(true,
-                              std::string(g_name) + "(" + (m_exportsField ? " field" : "") +
+                              std::string(c_name) + "(" + (m_exportsField ? " field" : "") +
                                   (m_exportsSubfields ? " subfields" : "") +
                                   (m_exportsProfiles ? "profiles" : "") + " )",
                               path);
@@ -249,8 +249,8 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     std::stringstream head;
     head << CommentLine(m_exportsSubfields ? subfields : nullptr) << std::endl;
     std::unique_ptr<CValueMap> fieldRow = FieldRow(Field(*m_features), subfields);
-    CCsvOStreamValueMapLineariser(*fieldRow, head, g_idTitle, g_separator, g_quote);
-    fieldRow->RemoveEntry(g_idTitle); // the key of the row takes its place
+    CCsvOStreamValueMapLineariser(*fieldRow, head, c_idTitle, c_separator, c_quote);
+    fieldRow->RemoveEntry(c_idTitle); // the key of the row takes its place
 
     CValueMap rows;
     bool isAnySelected = m_exportsField;
@@ -267,7 +267,7 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     if (!file) {
         const CString text = CString("Can't open file '%1' for writing.", CString::ENC_UTF8).Arg(path);
         ReportError(text.Std());
-        throw CException(g_name, text, nullptr);
+        throw CException(c_name, text, nullptr);
     }
     if (!isAnySelected) {
         // The cursor is restored here, for the message box, and deliberately once more at the end.
@@ -280,7 +280,7 @@ void CLocalFiberDirectionsExportPlugin::Save(const std::string& path) const {
     WriteRows(file, rows);
     file.close(); // a full disk may be detected only here
     if (!file)
-        throw CException(g_name, CString("Can't write to file '%1'.", CString::ENC_UTF8).Arg(path), nullptr);
+        throw CException(c_name, CString("Can't write to file '%1'.", CString::ENC_UTF8).Arg(path), nullptr);
     status.SetSuccess();
 }
 

@@ -45,7 +45,7 @@ void* Create() {
 
 // The names are fixed texts and cannot be derived from the class names: only one of them ends in "Plugin",
 // and "Skeleton" is the topological skeleton.
-constexpr std::array<StFactoryRow, 24> g_rows{{
+constexpr std::array<StFactoryRow, 24> c_rows{{
     {"SegmNiblack", Create<CSegmNiblackPlugin>},
     {"SegmSauvola", Create<CSegmSauvolaPlugin>},
     {"Granulometry", Create<quillon::CGranulometryPlugin>},
@@ -82,8 +82,8 @@ void* CreatePluginInstanceEx(const char* name) {
     if (name == nullptr)
         return nullptr;
     const std::string_view wanted(name);
-    const auto row = std::find_if(g_rows.begin(), g_rows.end(), [wanted](const StFactoryRow& candidate) {
+    const auto row = std::find_if(c_rows.begin(), c_rows.end(), [wanted](const StFactoryRow& candidate) {
         return candidate.name == wanted;
     });
-    return row != g_rows.end() ? row->create() : nullptr;
+    return row != c_rows.end() ? row->create() : nullptr;
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr quillon::StLocalThresholdingMethod g_method{
+constexpr quillon::StLocalThresholdingMethod c_method{
     .name = "Niblack",
     .fastMethod = 0,
     .tellsTime = false,
@@ -25,5 +25,5 @@ bool CSegmNiblackPlugin::TestParameters(const ORVEN::CValueMap& tree) {
 void CSegmNiblackPlugin::UpdateParameters(const ORVEN::CValueMap& tree) { m_settings.Update(tree); }
 
 void CSegmNiblackPlugin::GetData(ORVEN::CValueMap& tree) {
-    quillon::RunLocalThresholding(tree, m_settings, g_method);
+    quillon::RunLocalThresholding(tree, m_settings, c_method);
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr quillon::StLocalThresholdingMethod g_method{
+constexpr quillon::StLocalThresholdingMethod c_method{
     .name = "Sauvola",
     .fastMethod = 1,
     .tellsTime = true,
@@ -25,5 +25,5 @@ bool CSegmSauvolaPlugin::TestParameters(const ORVEN::CValueMap& tree) {
 void CSegmSauvolaPlugin::UpdateParameters(const ORVEN::CValueMap& tree) { m_settings.Update(tree); }
 
 void CSegmSauvolaPlugin::GetData(ORVEN::CValueMap& tree) {
-    quillon::RunLocalThresholding(tree, m_settings, g_method);
+    quillon::RunLocalThresholding(tree, m_settings, c_method);
 }

@@ -16,7 +16,7 @@ using namespace ORVEN;
 
 namespace {
 
-const char* const g_site = "SphericalMorphologyPlugin";
+const char* const c_site = "SphericalMorphologyPlugin";
 
 using Operation = void (CSphericalMorphology::*)(IImage& result, IImage& source, float radius);
 
@@ -25,7 +25,7 @@ struct StOperationRow {
     Operation operation;
 };
 
-constexpr std::array<StOperationRow, 6> g_operations{{
+constexpr std::array<StOperationRow, 6> c_operations{{
     {"erosion", &CSphericalMorphology::Erode},
     {"dilation", &CSphericalMorphology::Dilate},
     {"opening", &CSphericalMorphology::Opening},
@@ -35,11 +35,11 @@ constexpr std::array<StOperationRow, 6> g_operations{{
 }};
 
 Operation OperationOfName(const CString& name) {
-    for (const StOperationRow& row : g_operations) {
+    for (const StOperationRow& row : c_operations) {
         if (name == row.name)
             return row.operation;
     }
-    throw CException(g_site,
+    throw CException(c_site,
                      CString("unknown spherical morphological operation '%1'.", CString::ENC_UTF8).Arg(name),
                      nullptr);
 }
@@ -65,7 +65,7 @@ void CSphericalMorphologyPlugin::GetData(CValueMap& tree) {
     CImage* image = contract::ContentOf(m_focusedDocument);
     if (image == nullptr)
         return;
-    RequireIsotropicPixels(*image, g_site);
+    RequireIsotropicPixels(*image, c_site);
     CImage view = PixelViewOf(*image); // the operations take a non-const source
     auto result = std::make_unique<CImage>(image->Type(), image->Size(), CSize(0, 0, 0));
     const Operation operation = OperationOfName(m_operation);

@@ -33,9 +33,9 @@ bool CVoronoiEdtPlugin::TestParameters(const CValueMap& tree) {
 
 void CVoronoiEdtPlugin::UpdateParameters(const CValueMap& tree) {
     contract::StoreFocusedDocument(tree, m_focusedDocument, contract::EnFocusTest::POINTER_TO_DOCUMENT);
-    ReadChoice(tree, "parameters/ComputeOn", "foreground", m_onForeground);
+    ReadChoice(tree, "parameters/ComputeOn", "foreground", m_isOnForeground);
     contract::ReadParameter(tree, "parameters/EdgeTreatment", m_edgeTreatment);
-    ReadChoice(tree, "parameters/exact_or_squared", "exact values", m_exactValues);
+    ReadChoice(tree, "parameters/exact_or_squared", "exact values", m_isExact);
     contract::ReadParameter(tree, "parameters/use cylindrical mask", m_usesCylinder);
 }
 
@@ -48,7 +48,7 @@ void CVoronoiEdtPlugin::GetData(CValueMap& tree) {
         const bool isEmbedded = m_edgeTreatment == "embedded";
         const auto calculate = [&](const CImage& binary) {
             CEdtVoronoi(nullptr, nullptr)
-                .CalculateDistanceMap(*result, binary, true, m_onForeground, !m_exactValues, isEmbedded);
+                .CalculateDistanceMap(*result, binary, true, m_isOnForeground, !m_isExact, isEmbedded);
         };
         if (m_usesCylinder) {
             CImage masked(*image);
@@ -66,8 +66,8 @@ void CVoronoiEdtPlugin::GetData(CValueMap& tree) {
         // input, or removes it. The linear transform inherits first and keeps its own.
         contract::Inherit(
             *result, *image,
-            CString(CStringTools::Printf("EdtVoronoi(%s,%s,%s%s)", m_exactValues ? "exact" : "squared",
-                                         m_onForeground ? "fg" : "bg", isEmbedded ? "EMB" : "NET",
+            CString(CStringTools::Printf("EdtVoronoi(%s,%s,%s%s)", m_isExact ? "exact" : "squared",
+                                         m_isOnForeground ? "fg" : "bg", isEmbedded ? "EMB" : "NET",
                                          m_usesCylinder ? ",on cylindrical mask" : "")));
         StoreMinMax(*result);
         contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),

@@ -15,8 +15,8 @@ public:
 
 private:
     ORVEN::CValueMap* m_focusedDocument = nullptr;
-    bool m_onForeground = false;
+    bool m_isOnForeground = false;
     ORVEN::CString m_edgeTreatment;
-    bool m_exactValues = true; ///< otherwise squared distances
+    bool m_isExact = true; ///< otherwise squared distances
     bool m_usesCylinder = true;
 };

@@ -21,9 +21,9 @@ using namespace ORVEN;
 
 namespace {
 
-const char* const g_site = "WatershedPlugin";
+const char* const c_site = "WatershedPlugin";
 
-constexpr std::uint32_t g_unknownMode = 0xFFFFFFFF;
+constexpr std::uint32_t c_unknownMode = 0xFFFFFFFF;
 
 /// Returns the mode with the given name. The last of the five names is deliberately never matched.
 std::uint32_t ModeOfName(std::string_view name) {
@@ -33,7 +33,7 @@ std::uint32_t ModeOfName(std::string_view name) {
         if (names[mode] == name)
             return mode;
     }
-    return g_unknownMode;
+    return c_unknownMode;
 }
 
 /// Maps a parameter word to a neighbourhood. The words are the names of the 3-d neighbourhoods, in both
@@ -49,21 +49,21 @@ constexpr StNeighborhoodRow Row(std::string_view word) {
     return {word, N::id, RunWatershed<N>};
 }
 
-constexpr std::array g_rows3d{
+constexpr std::array c_rows3d{
     Row<CNeighborhood3dDiffN6>("Neigh_6"), Row<CNeighborhood3dDiffN14_1>("Neigh_14_1"),
     Row<CNeighborhood3dDiffN14_2>("Neigh_14_2"), Row<CNeighborhood3dDiffN26>("Neigh_26")};
-constexpr std::array g_rows2d{
+constexpr std::array c_rows2d{
     Row<CNeighborhood2dDiffN4>("Neigh_6"), Row<CNeighborhood2dDiffN6_1>("Neigh_14_1"),
     Row<CNeighborhood2dDiffN6_2>("Neigh_14_2"), Row<CNeighborhood2dDiffN8>("Neigh_26")};
 
 const StNeighborhoodRow& FindRow(int dimension, std::string_view word) {
     if (dimension != 2 && dimension != 3)
-        throw CException(g_site, "Image Dimension not supported", nullptr);
-    for (const StNeighborhoodRow& row : dimension == 3 ? g_rows3d : g_rows2d) {
+        throw CException(c_site, "Image Dimension not supported", nullptr);
+    for (const StNeighborhoodRow& row : dimension == 3 ? c_rows3d : c_rows2d) {
         if (row.word == word)
             return row;
     }
-    throw CException(g_site, "Neighborhood not supported", nullptr);
+    throw CException(c_site, "Neighborhood not supported", nullptr);
 }
 
 /// Converts the labels to another type. Values above `greatest`, including sentinels, become `greatest`. Like
@@ -123,7 +123,7 @@ void CWatershedPlugin::UpdateParameters(const CValueMap& tree) {
     const CString& type = parameters->EntryString("type", none);
     if (type == "preflood") {
         const std::uint32_t mode = ModeOfName("NoOfVoxel");
-        m_mode = mode != g_unknownMode ? static_cast<EnWatershedMode>(mode) : WATERSHED_NORMAL;
+        m_mode = mode != c_unknownMode ? static_cast<EnWatershedMode>(mode) : WATERSHED_NORMAL;
         const CValue* minimum = parameters->Entry("nParameter", true);
         if (m_mode != WATERSHED_NORMAL && minimum != nullptr)
             m_parameter = static_cast<std::uint32_t>(minimum->Long());
@@ -139,7 +139,7 @@ void CWatershedPlugin::GetData(CValueMap& tree) {
     const CSize& size = image->Size();
     if (m_markers != nullptr && !(m_markers->Size() == size)) {
         throw CException(
-            g_site,
+            c_site,
             CString("Size of marker image does not fit to current image: %1 vs %2.", CString::ENC_UTF8)
                 .Arg(m_markers->Size().ToString())
                 .Arg(size.ToString()),

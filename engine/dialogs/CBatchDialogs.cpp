@@ -115,7 +115,7 @@ void CBatchDialogs::Handle(QWidget& window) {
 void CBatchDialogs::HandleBox(QMessageBox& box) {
     m_boxes.push_back({KindOf(box), box.windowTitle().toStdString(), box.text().toStdString()});
     const QPointer<QMessageBox> guard(&box);
-    if (m_answers.cancel)
+    if (m_answers.isCancelled)
         box.close(); // as by the Escape key; a box without an escape button stays open
     if (!guard || !guard->isVisible())
         return;
@@ -130,7 +130,7 @@ void CBatchDialogs::HandleBox(QMessageBox& box) {
 
 void CBatchDialogs::HandleFileDialog(QFileDialog& dialog) {
     m_hasSeenFileDialog = true;
-    if (!m_problem.empty() || m_answers.cancel || !m_answers.file) {
+    if (!m_problem.empty() || m_answers.isCancelled || !m_answers.file) {
         Reject(dialog);
         return;
     }
@@ -156,7 +156,7 @@ void CBatchDialogs::HandleDialog(QDialog& dialog) {
         Reject(dialog);
         return;
     }
-    if (m_answers.cancel) {
+    if (m_answers.isCancelled) {
         const QPointer<QDialog> guard(&dialog);
         if (QPushButton* button = FindButton(dialog, QDialogButtonBox::Cancel, "cancel"))
             button->click();

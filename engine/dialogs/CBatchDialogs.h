@@ -35,7 +35,7 @@ struct StWidgetAnswer {
 struct StDialogAnswers {
     std::vector<StWidgetAnswer> widgets; ///< in the order in which they are set
     std::optional<std::string> file;     ///< the answer to file dialogs; without it they are cancelled
-    bool cancel = false;                 ///< presses Cancel instead of OK
+    bool isCancelled = false;            ///< presses Cancel instead of OK
     /// Called before a save dialog is given its file; if it returns false, the dialog is cancelled.
     std::function<bool()> beforeSaving;
 };
@@ -43,11 +43,11 @@ struct StDialogAnswers {
 /// Answers dialogs in place of a user. While it exists, it handles every modal window of the application once
 /// the window is shown and its own code has run, inside the event loop that the window opened.
 ///
-/// A message box is recorded and closed by its default button or, with `cancel`, as if by the Escape key. A
-/// file dialog gets the file. In any other dialog the inputs are set and OK is pressed; an answer applies to
-/// every dialog that has its widget. Boxes that open when OK is pressed are handled in turn. A dialog that
-/// cannot be answered, has its OK disabled, or stays open after OK is rejected, as is every dialog after it,
-/// and `Problem` returns the reason.
+/// A message box is recorded and closed by its default button or, with `isCancelled`, as if by the Escape
+/// key. A file dialog gets the file. In any other dialog the inputs are set and OK is pressed; an answer
+/// applies to every dialog that has its widget. Boxes that open when OK is pressed are handled in turn. A
+/// dialog that cannot be answered, has its OK disabled, or stays open after OK is rejected, as is every
+/// dialog after it, and `Problem` returns the reason.
 ///
 /// Needs a `QApplication` and must be created on its thread. Works on the offscreen platform and on a real
 /// one.

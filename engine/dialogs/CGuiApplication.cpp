@@ -27,9 +27,9 @@ void OnMessageOffscreen(QtMsgType /*type*/, const QMessageLogContext& /*context*
         std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
 }
 
-int& Prepare(bool withWindows, CGuiApplication::OnFatal onFatal, int& argumentCount) {
+int& Prepare(bool showsWindows, CGuiApplication::OnFatal onFatal, int& argumentCount) {
     g_onFatal = onFatal;
-    if (!withWindows)
+    if (!showsWindows)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     else if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
              qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
@@ -40,9 +40,9 @@ int& Prepare(bool withWindows, CGuiApplication::OnFatal onFatal, int& argumentCo
 
 } // namespace
 
-CGuiApplication::CGuiApplication(bool withWindows, OnFatal onFatal)
-    : m_application(Prepare(withWindows, onFatal, m_argumentCount), m_arguments) {
-    qInstallMessageHandler(withWindows ? nullptr : OnMessageOffscreen);
+CGuiApplication::CGuiApplication(bool showsWindows, OnFatal onFatal)
+    : m_application(Prepare(showsWindows, onFatal, m_argumentCount), m_arguments) {
+    qInstallMessageHandler(showsWindows ? nullptr : OnMessageOffscreen);
     std::setlocale(LC_NUMERIC, "C");
 }
 

@@ -20,7 +20,7 @@ public:
 
     /// Raises `CCallerError` if real windows are requested and there is no display. Qt ends the process if
     /// its platform cannot start; `onFatal` is called with the reason just before.
-    explicit CGuiApplication(bool withWindows, OnFatal onFatal = nullptr);
+    explicit CGuiApplication(bool showsWindows, OnFatal onFatal = nullptr);
     CGuiApplication(const CGuiApplication&) = delete;
     CGuiApplication& operator=(const CGuiApplication&) = delete;
     ~CGuiApplication();

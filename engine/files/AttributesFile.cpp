@@ -12,24 +12,24 @@ namespace engine {
 
 namespace {
 
-const char* const g_type = "quillon type";
-const char* const g_size = "size";
-const char* const g_attributes = "attributes";
-const char* const g_damaged = "its attributes are damaged";
+const char* const c_type = "quillon type";
+const char* const c_size = "size";
+const char* const c_attributes = "attributes";
+const char* const c_damaged = "its attributes are damaged";
 
-constexpr int g_indent = 2;
+constexpr int c_indent = 2;
 
 std::unique_ptr<ORVEN::CValueMap> MapOfJson(const CJson& object) {
     if (!object.IsObject())
-        throw CFileReason(g_damaged);
+        throw CFileReason(c_damaged);
     std::unique_ptr<ORVEN::CValue> value;
     try {
         value = FromJson(object);
     } catch (const CFileError& error) {
-        throw CFileReason(std::string(g_damaged) + ": " + error.what());
+        throw CFileReason(std::string(c_damaged) + ": " + error.what());
     }
     if (value == nullptr || value->Map() == nullptr)
-        throw CFileReason(g_damaged);
+        throw CFileReason(c_damaged);
     auto map = std::make_unique<ORVEN::CValueMap>();
     map->Copy(*value, ORVEN::CValue::TF_NONE, false);
     return map;
@@ -37,12 +37,12 @@ std::unique_ptr<ORVEN::CValueMap> MapOfJson(const CJson& object) {
 
 ORVEN::CSize SizeOfJson(const CJson& array) {
     if (!array.IsArray())
-        throw CFileReason(g_damaged);
+        throw CFileReason(c_damaged);
     std::vector<std::int64_t> extents;
     for (const CJson& extent : array.Elements()) {
         const auto number = extent.IsInteger() ? extent.IntegerAs<std::int64_t>() : std::nullopt;
         if (!number)
-            throw CFileReason(g_damaged);
+            throw CFileReason(c_damaged);
         extents.push_back(*number);
     }
     return CheckedSize(std::move(extents), 1);
@@ -52,14 +52,14 @@ StImageFacts FactsOf(const CJson& file) {
     StImageFacts facts;
     if (!file.IsObject())
         throw CFileReason("it is damaged");
-    if (const CJson* const type = file.Find(g_type)) {
+    if (const CJson* const type = file.Find(c_type)) {
         facts.type = type->IsString() ? PixelTypeOfName(type->String()) : std::nullopt;
         if (!facts.type)
             throw CFileReason("the image type " + type->Text(-1, true) + " is unknown");
     }
-    if (const CJson* const size = file.Find(g_size))
+    if (const CJson* const size = file.Find(c_size))
         facts.size = SizeOfJson(*size);
-    if (const CJson* const attributes = file.Find(g_attributes))
+    if (const CJson* const attributes = file.Find(c_attributes))
         facts.attributes = MapOfJson(*attributes);
     return facts;
 }
@@ -93,7 +93,7 @@ bool IsSideFile(const std::string& path) {
     try {
         (void)FileSize(path); // raises for a pipe, which must not be drained
         const CJson file = ParsedOrNull(ReadTextFile(path));
-        return file.Find(g_type) != nullptr && file.Find(g_attributes) != nullptr;
+        return file.Find(c_type) != nullptr && file.Find(c_attributes) != nullptr;
     } catch (const CFileError&) {
         return false;
     }
@@ -103,10 +103,10 @@ std::string SideFileText(const ORVEN::CImage& image) {
     CJson size = CJson::Array();
     for (int axis = 0; axis < image.Size().Dim(); ++axis)
         size.Append(image.Size()[axis]);
-    const CJson file = CJson::Object({{g_type, image.Type().ToString()},
-                                      {g_size, std::move(size)},
-                                      {g_attributes, ToJson(image.Attributes())}});
-    return file.Text(g_indent, true) + "\n";
+    const CJson file = CJson::Object({{c_type, image.Type().ToString()},
+                                      {c_size, std::move(size)},
+                                      {c_attributes, ToJson(image.Attributes())}});
+    return file.Text(c_indent, true) + "\n";
 }
 
 StImageFacts ReadSideFile(const std::string& imagePath) {

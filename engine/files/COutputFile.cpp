@@ -18,11 +18,11 @@ namespace engine {
 namespace {
 
 // The most that Linux writes and zlib accepts in one call, rounded down.
-constexpr std::size_t g_maxChunk = std::size_t{1} << 30;
+constexpr std::size_t c_maxChunk = std::size_t{1} << 30;
 // Level 1 is no faster and compresses less; level 6 takes 1.5 times as long on grey values and three times as
 // long on masks.
-constexpr int g_gzipLevel = 2;
-constexpr int g_gzipWindow = 15 + 16; // the largest window, with a gzip wrapper
+constexpr int c_gzipLevel = 2;
+constexpr int c_gzipWindow = 15 + 16; // the largest window, with a gzip wrapper
 
 } // namespace
 
@@ -39,7 +39,7 @@ COutputFile::~COutputFile() {
 
 void COutputFile::Write(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = write(m_descriptor, bytes.data(), std::min(bytes.size(), g_maxChunk));
+        const ssize_t count = write(m_descriptor, bytes.data(), std::min(bytes.size(), c_maxChunk));
         if (count < 0 && errno != EINTR)
             throw SystemReason(errno);
         bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
@@ -49,7 +49,7 @@ void COutputFile::Write(std::string_view bytes) {
 void COutputFile::WriteGzip(std::initializer_list<std::string_view> parts) {
     constexpr int memoryLevel = 9; // the maximum; 256 KiB
     z_stream stream{};
-    if (deflateInit2(&stream, g_gzipLevel, Z_DEFLATED, g_gzipWindow, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
+    if (deflateInit2(&stream, c_gzipLevel, Z_DEFLATED, c_gzipWindow, memoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
         throw std::bad_alloc();
     const std::unique_ptr<z_stream, int (*)(z_stream*)> end(&stream, &deflateEnd);
     std::array<char, 65536> packed;
@@ -64,8 +64,8 @@ void COutputFile::WriteGzip(std::initializer_list<std::string_view> parts) {
         } while (stream.avail_out == 0);
     };
     for (std::string_view part : parts) {
-        for (; !part.empty(); part.remove_prefix(std::min(part.size(), g_maxChunk)))
-            deflateAll(part.substr(0, g_maxChunk), Z_NO_FLUSH);
+        for (; !part.empty(); part.remove_prefix(std::min(part.size(), c_maxChunk)))
+            deflateAll(part.substr(0, c_maxChunk), Z_NO_FLUSH);
     }
     deflateAll({}, Z_FINISH);
 }

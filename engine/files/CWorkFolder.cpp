@@ -21,12 +21,12 @@ namespace engine {
 
 namespace {
 
-constexpr std::string_view g_prefix = ".quillon-partial-";
-constexpr std::string_view g_random = "XXXXXX"; // for mkdtemp to replace
+constexpr std::string_view c_prefix = ".quillon-partial-";
+constexpr std::string_view c_random = "XXXXXX"; // for mkdtemp to replace
 
 bool IsWorkFolderName(const std::string& name) {
-    return name.size() == g_prefix.size() + g_random.size() && name.starts_with(g_prefix) &&
-           std::all_of(name.begin() + g_prefix.size(), name.end(),
+    return name.size() == c_prefix.size() + c_random.size() && name.starts_with(c_prefix) &&
+           std::all_of(name.begin() + c_prefix.size(), name.end(),
                        [](unsigned char c) { return std::isalnum(c) != 0; });
 }
 
@@ -72,7 +72,7 @@ CWorkFolder::CWorkFolder(const fs::path& parent) {
     do {
         if (m_lock >= 0)
             close(m_lock);
-        std::string path = (parent / (std::string(g_prefix) + std::string(g_random))).string();
+        std::string path = (parent / (std::string(c_prefix) + std::string(c_random))).string();
         if (mkdtemp(path.data()) == nullptr)
             throw SystemReason(errno);
         m_path = path;

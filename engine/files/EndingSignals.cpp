@@ -5,7 +5,7 @@ namespace engine {
 CEndingSignalsBlock::CEndingSignalsBlock() {
     sigset_t ending{};
     sigemptyset(&ending);
-    for (const int signal : g_endingSignals)
+    for (const int signal : c_endingSignals)
         sigaddset(&ending, signal);
     pthread_sigmask(SIG_BLOCK, &ending, &m_before);
 }

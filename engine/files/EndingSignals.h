@@ -7,7 +7,7 @@
 namespace engine {
 
 /// Signals that end the program: Ctrl-C, a plain `kill`, and a closed terminal.
-inline constexpr std::array g_endingSignals = {SIGINT, SIGTERM, SIGHUP};
+inline constexpr std::array c_endingSignals = {SIGINT, SIGTERM, SIGHUP};
 
 /// Blocks the ending signals for the calling thread while it exists, so that a group of steps is not
 /// interrupted.

@@ -175,8 +175,8 @@ void RequireHoldable(const StImageHeader& header) {
 
 /// Raises for attributes that are too long to be read again.
 void RequireReadableText(const std::string& attributes) {
-    if (attributes.size() > g_maxTextSize)
-        throw CFileReason("its attributes take more than " + std::to_string(g_maxTextSize >> 20) + " MiB");
+    if (attributes.size() > c_maxTextSize)
+        throw CFileReason("its attributes take more than " + std::to_string(c_maxTextSize >> 20) + " MiB");
 }
 
 StImageHeader HeaderOf(const CImage& image, EnFileFormat format) {

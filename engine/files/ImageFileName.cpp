@@ -19,8 +19,8 @@ namespace engine {
 
 namespace {
 
-constexpr std::string_view g_attributesEnding = ".attributes.json";
-constexpr std::size_t g_maxNameSize = 255; // in bytes, of nearly all file systems in use
+constexpr std::string_view c_attributesEnding = ".attributes.json";
+constexpr std::size_t c_maxNameSize = 255; // in bytes, of nearly all file systems in use
 
 bool IsOwnDataFile(const fs::path& image, const fs::path& data) {
     const auto named = MetaDataFile(image.string());
@@ -57,13 +57,13 @@ std::optional<StTarget> TargetOfName(const std::string& path) {
 }
 
 std::string SideFileName(const std::string& imageName) {
-    if (imageName.size() + g_attributesEnding.size() <= g_maxNameSize)
-        return imageName + std::string(g_attributesEnding);
+    if (imageName.size() + c_attributesEnding.size() <= c_maxNameSize)
+        return imageName + std::string(c_attributesEnding);
     const auto sum = crc32_z(0, reinterpret_cast<const Bytef*>(imageName.data()), imageName.size());
     std::array<char, 16> mark{};
     std::snprintf(mark.data(), mark.size(), "~%08lx", static_cast<unsigned long>(sum));
-    const std::string ending = mark.data() + std::string(g_attributesEnding);
-    return imageName.substr(0, g_maxNameSize - ending.size()) + ending;
+    const std::string ending = mark.data() + std::string(c_attributesEnding);
+    return imageName.substr(0, c_maxNameSize - ending.size()) + ending;
 }
 
 std::string DataFileName(const std::string& imageName) {
@@ -88,7 +88,7 @@ void RequireOwnCompanions(const std::string& path) {
         const auto status = fs::symlink_status(companion, error);
         if (!fs::exists(status))
             continue;
-        const bool isOwn = name.ends_with(g_attributesEnding) ? IsOwnSideFile(image, companion)
+        const bool isOwn = name.ends_with(c_attributesEnding) ? IsOwnSideFile(image, companion)
                                                               : IsOwnDataFile(image, companion);
         if (!isOwn)
             ThrowUnwritable(path,

@@ -54,8 +54,8 @@ std::string ReadText(const std::string& path) {
     if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode))
         throw CFileReason("it is no regular file");
     const auto requireShort = [](std::uint64_t size) {
-        if (size > g_maxTextSize)
-            throw CFileReason("it is longer than " + std::to_string(g_maxTextSize >> 20) + " MiB");
+        if (size > c_maxTextSize)
+            throw CFileReason("it is longer than " + std::to_string(c_maxTextSize >> 20) + " MiB");
     };
     requireShort(static_cast<std::uint64_t>(status.st_size));
     std::string text;

@@ -24,12 +24,12 @@ namespace engine {
 
 namespace {
 
-const char* const g_doubleKey = "/double";
-const char* const g_bytesKey = "/bytes";
+const char* const c_doubleKey = "/double";
+const char* const c_bytesKey = "/bytes";
 
 void RequireDepth(int depth) {
-    if (depth > g_maxJsonDepth) {
-        throw CFileError("values stand more than " + std::to_string(g_maxJsonDepth) + " levels deep");
+    if (depth > c_maxJsonDepth) {
+        throw CFileError("values stand more than " + std::to_string(c_maxJsonDepth) + " levels deep");
     }
 }
 
@@ -61,13 +61,13 @@ std::optional<std::string> BytesOfHex(std::string_view hex) {
 CJson JsonOfDouble(double number) {
     if (std::isfinite(number))
         return number;
-    return CJson::Object({{g_doubleKey, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}});
+    return CJson::Object({{c_doubleKey, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}});
 }
 
 CJson JsonOfText(const std::string& text) {
     if (IsUtf8(text))
         return text;
-    return CJson::Object({{g_bytesKey, HexOfBytes(text)}});
+    return CJson::Object({{c_bytesKey, HexOfBytes(text)}});
 }
 
 CJson JsonOfValue(const CValue& value, int depth);
@@ -128,9 +128,9 @@ std::unique_ptr<CValue> SpecialValue(const CJson& object) {
         return nullptr;
     const std::string& key = object.Members().front().first;
     const std::string& text = object.Members().front().second.String();
-    if (key == g_doubleKey && (text == "nan" || text == "inf" || text == "-inf"))
+    if (key == c_doubleKey && (text == "nan" || text == "inf" || text == "-inf"))
         return std::make_unique<ORVEN::CValueDouble>(std::strtod(text.c_str(), nullptr));
-    if (key == g_bytesKey) {
+    if (key == c_bytesKey) {
         if (auto bytes = BytesOfHex(text))
             return std::make_unique<ORVEN::CValueString>(ORVEN::CString(std::move(*bytes)));
     }

@@ -20,16 +20,16 @@
 namespace engine {
 
 /// Maximum nesting depth of containers: far above any tree in use, and safe for recursion.
-inline constexpr int g_maxJsonDepth = 200;
+inline constexpr int c_maxJsonDepth = 200;
 
 /// Converts a value to JSON. Pointers are left out: they give no entry in a map, null in a vector (so that
-/// later elements keep their index), and null at the top level. Raises `CFileError` beyond `g_maxJsonDepth`.
+/// later elements keep their index), and null at the top level. Raises `CFileError` beyond `c_maxJsonDepth`.
 CJson ToJson(const ORVEN::CValue& value);
 
 /// Converts JSON to a value; returns null for JSON's null, which is not a value.
 ///
 /// Raises `CFileError` for a key that cannot occur in a map ("a/b" would be a path, a zero byte would end the
-/// key) and beyond `g_maxJsonDepth`.
+/// key) and beyond `c_maxJsonDepth`.
 std::unique_ptr<ORVEN::CValue> FromJson(const CJson& json);
 
 } // namespace engine

@@ -11,7 +11,7 @@ namespace engine {
 
 namespace {
 
-const char* const g_mainPack = "libQuillonPack.so";
+const char* const c_mainPack = "libQuillonPack.so";
 
 } // namespace
 
@@ -41,7 +41,7 @@ std::vector<std::string> CPackSet::DefaultPaths() {
 }
 
 std::vector<std::string> CPackSet::PathsIn(const fs::path& folder) {
-    const std::string mainPack = (folder / g_mainPack).string();
+    const std::string mainPack = (folder / c_mainPack).string();
     std::vector<std::string> paths;
     std::error_code error;
     for (auto entry = fs::directory_iterator(folder, error); entry != fs::directory_iterator();

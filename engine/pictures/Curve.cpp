@@ -84,12 +84,12 @@ StCurve CurveOf(const CValueMap& map, const std::string& name, const std::string
 
 namespace {
 
-constexpr double g_width = 720.0;
-constexpr double g_height = 420.0;
-constexpr double g_left = 80.0;
-constexpr double g_right = 700.0;
-constexpr double g_top = 20.0;
-constexpr double g_bottom = 360.0;
+constexpr double c_width = 720.0;
+constexpr double c_height = 420.0;
+constexpr double c_left = 80.0;
+constexpr double c_right = 700.0;
+constexpr double c_top = 20.0;
+constexpr double c_bottom = 360.0;
 
 /// Formats a coordinate or tick; six digits are more than a viewer can see.
 std::string Text(double number) {
@@ -180,23 +180,23 @@ std::string CurveAsSvg(const StCurve& curve) {
         least = std::min(least, point.y);
         greatest = std::max(greatest, point.y);
     }
-    const CAxis across(curve.points.front().x, curve.points.back().x, g_left, g_right);
-    const CAxis up(least, greatest, g_bottom, g_top);
+    const CAxis across(curve.points.front().x, curve.points.back().x, c_left, c_right);
+    const CAxis up(least, greatest, c_bottom, c_top);
 
-    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + Text(g_width) + " " +
-                      Text(g_height) +
+    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + Text(c_width) + " " +
+                      Text(c_height) +
                       "\" font-family=\"sans-serif\" font-size=\"13\">\n"
                       "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
     for (const double tick : across.Ticks()) {
         const double x = across.Place(tick);
-        svg += Line(x, g_top, x, g_bottom, "#dddddd") + Label(x, g_bottom + 18.0, "middle", Text(tick));
+        svg += Line(x, c_top, x, c_bottom, "#dddddd") + Label(x, c_bottom + 18.0, "middle", Text(tick));
     }
     for (const double tick : up.Ticks()) {
         const double y = up.Place(tick);
-        svg += Line(g_left, y, g_right, y, "#dddddd") + Label(g_left - 8.0, y + 4.0, "end", Text(tick));
+        svg += Line(c_left, y, c_right, y, "#dddddd") + Label(c_left - 8.0, y + 4.0, "end", Text(tick));
     }
     svg +=
-        Line(g_left, g_bottom, g_right, g_bottom, "black") + Line(g_left, g_top, g_left, g_bottom, "black");
+        Line(c_left, c_bottom, c_right, c_bottom, "black") + Line(c_left, c_top, c_left, c_bottom, "black");
     svg += "<polyline fill=\"none\" stroke=\"#1f5fa8\" stroke-width=\"2\" points=\"";
     for (const StCurve::StPoint& point : curve.points)
         svg += Text(across.Place(point.x)) + "," + Text(up.Place(point.y)) + " ";
@@ -209,8 +209,8 @@ std::string CurveAsSvg(const StCurve& curve) {
             svg += "<circle cx=\"" + Text(across.Place(point.x)) + "\" cy=\"" + Text(up.Place(point.y)) +
                    "\" r=\"3\" fill=\"#1f5fa8\"/>\n";
     }
-    svg += Label((g_left + g_right) / 2.0, g_height - 15.0, "middle", curve.xTitle);
-    svg += "<text transform=\"translate(18 " + Text((g_top + g_bottom) / 2.0) +
+    svg += Label((c_left + c_right) / 2.0, c_height - 15.0, "middle", curve.xTitle);
+    svg += "<text transform=\"translate(18 " + Text((c_top + c_bottom) / 2.0) +
            ") rotate(-90)\" text-anchor=\"middle\">" + Escaped(curve.yTitle) + "</text>\n";
     return svg + "</svg>\n";
 }

@@ -17,8 +17,8 @@ namespace engine {
 
 namespace {
 
-constexpr std::int64_t g_wantedShortSide = 256;
-constexpr std::int64_t g_maxLongSide = 8192;
+constexpr std::int64_t c_wantedShortSide = 256;
+constexpr std::int64_t c_maxLongSide = 8192;
 
 using Colour = std::array<unsigned char, 3>;
 
@@ -189,7 +189,7 @@ std::vector<Colour> ColoursOf(const CImage& image, const std::vector<Pixel>& pix
 }
 
 std::int64_t Rounded(double length) {
-    return std::clamp<std::int64_t>(std::llround(std::min(length, 1e9)), 1, 2 * g_maxLongSide);
+    return std::clamp<std::int64_t>(std::llround(std::min(length, 1e9)), 1, 2 * c_maxLongSide);
 }
 
 /// The size of the picture of a plane whose pixels are `spacingRight` wide and `spacingDown` high.
@@ -201,8 +201,8 @@ StPicture EmptyPicture(std::int64_t width, std::int64_t height, double spacingRi
         picture.height = Rounded(static_cast<double>(height) * spacingDown / spacingRight);
     const std::int64_t shortSide = std::min(picture.width, picture.height);
     const std::int64_t longSide = std::max(picture.width, picture.height);
-    const std::int64_t wanted = (g_wantedShortSide + shortSide - 1) / shortSide;
-    const std::int64_t factor = std::max<std::int64_t>(1, std::min(wanted, g_maxLongSide / longSide));
+    const std::int64_t wanted = (c_wantedShortSide + shortSide - 1) / shortSide;
+    const std::int64_t factor = std::max<std::int64_t>(1, std::min(wanted, c_maxLongSide / longSide));
     picture.width *= factor;
     picture.height *= factor;
     picture.rgb.resize(static_cast<std::size_t>(3 * picture.width * picture.height));

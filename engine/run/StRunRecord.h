@@ -19,7 +19,7 @@ struct StRunRecord {
     bool hasMeasured = false; ///< whether the run changed the attributes of the input
     std::optional<StMessageBox> errorBox; ///< the first box that reports an error
     std::string pickedFile;               ///< the answer given to a file dialog
-    bool showedWindows = false;           ///< to the user, who knows which file was picked
+    bool hasShownWindows = false;         ///< to the user, who knows which file was picked
     bool isReported = false;              ///< whether a report is written
     std::vector<StMessageBox> boxes;
     std::string standardOutput; ///< of the pack

@@ -23,13 +23,13 @@ namespace {
 
 std::atomic<int> g_threadCount{0};
 
-constexpr int g_sensibleThreadCount = 1024;
+constexpr int c_sensibleThreadCount = 1024;
 
 int DefaultThreadCount() {
     if (const char* text = std::getenv("OMP_NUM_THREADS")) {
         int count = 0;
         if (std::from_chars(text, text + std::strlen(text), count).ec == std::errc() && count > 0)
-            return std::min(count, g_sensibleThreadCount);
+            return std::min(count, c_sensibleThreadCount);
     }
     return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
@@ -41,7 +41,7 @@ int ThreadCount() {
     return count > 0 ? count : DefaultThreadCount();
 }
 
-void SetThreadCount(int count) { g_threadCount = std::clamp(count, 0, g_sensibleThreadCount); }
+void SetThreadCount(int count) { g_threadCount = std::clamp(count, 0, c_sensibleThreadCount); }
 
 namespace Impl {
 

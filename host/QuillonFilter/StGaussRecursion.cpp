@@ -15,14 +15,14 @@ using Complex = std::complex<Real>;
 using Triple = std::array<Complex, 3>;
 
 // The poles, as they appear in the denominator in z: this one, its conjugate, and a real one.
-const Complex g_complexPole(1.41650L, 1.00829L);
-constexpr Real g_realPole = 1.86543L;
+const Complex c_complexPole(1.41650L, 1.00829L);
+constexpr Real c_realPole = 1.86543L;
 
 /// The poles at scale q: the q-th roots.
 Triple PolesAt(Real scale) {
     const Complex pole =
-        std::polar(std::pow(std::abs(g_complexPole), 1 / scale), std::arg(g_complexPole) / scale);
-    return {pole, std::conj(pole), Complex(std::pow(g_realPole, 1 / scale))};
+        std::polar(std::pow(std::abs(c_complexPole), 1 / scale), std::arg(c_complexPole) / scale);
+    return {pole, std::conj(pole), Complex(std::pow(c_realPole, 1 / scale))};
 }
 
 /// The variance of the combined kernel of both runs.

@@ -32,15 +32,15 @@ const char* const CSubfieldFiberDirections::sSubfieldProfiles = "SubfieldProfile
 
 namespace {
 
-const char* const g_site = "CSubfieldFiberDirections";
-constexpr std::array g_profileKeys{"x-Direction", "y-Direction", "z-Direction"};
+const char* const c_site = "CSubfieldFiberDirections";
+constexpr std::array c_profileKeys{"x-Direction", "y-Direction", "z-Direction"};
 
 /// The value of a map of directions at pixels without a direction.
 constexpr float c_noAngle = -1.0F;
 
 [[noreturn]] void ThrowUnsupportedDimension(int dimension) {
     throw CException(
-        g_site, CString("Image dimension %1 not supported.", CString::ENC_UTF8).Arg(dimension, 0), nullptr);
+        c_site, CString("Image dimension %1 not supported.", CString::ENC_UTF8).Arg(dimension, 0), nullptr);
 }
 
 /// The number of decimal digits of the largest index, at least `least`. Padded to this width, keys sort in
@@ -203,7 +203,7 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     RequireMeasurable(image, mask);
     const StFiberScale scale(image, m_fiberRadius);
     if (scale.area.IsEmpty())
-        throw CException(g_site, "Image is too small for this fiber radius.", nullptr);
+        throw CException(c_site, "Image is too small for this fiber radius.", nullptr);
     m_measurement.reset();
     auto foreground = mask != nullptr ? std::optional(CForeground(*mask))
                                       : CForeground::ByOtsu(image, m_otsuFactor, Progress());
@@ -237,7 +237,7 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     if (!isFieldOnly) {
         auto profiles = std::make_unique<CValueMap>();
         for (std::size_t axis = 0; axis < scale.dimension; ++axis)
-            profiles->SetEntry(g_profileKeys[axis],
+            profiles->SetEntry(c_profileKeys[axis],
                                MapOfProfile(sums, scale.area, axis, entries, pace).release());
         result->SetEntry(sSubfieldProfiles, profiles.release());
     }
@@ -314,7 +314,7 @@ void CSubfieldFiberDirections::RepackMeasuredFeaturesForQuillon(CValueMap& tree,
 
 void CSubfieldFiberDirections::RequireMeasurable(const IImage& image, const IImage* mask) const {
     if (!(image.Type() == IMAGE_GREY_8))
-        ThrowUnsupportedType(g_site, image.Type());
+        ThrowUnsupportedType(c_site, image.Type());
     const CSize& size = image.Size();
     if (size.Dim() != 2 && size.Dim() != 3)
         ThrowUnsupportedDimension(size.Dim());
@@ -341,7 +341,7 @@ std::array<std::int64_t, 3> CSubfieldFiberDirections::SubfieldSize(std::size_t d
 
 const CSubfieldFiberDirections::StMeasurement& CSubfieldFiberDirections::Measured(int dimension) const {
     if (m_measurement == nullptr)
-        throw CException(g_site, "The directions have not been computed.", nullptr);
+        throw CException(c_site, "The directions have not been computed.", nullptr);
     if (m_measurement->image.Size().Dim() != dimension)
         ThrowUnsupportedDimension(m_measurement->image.Size().Dim());
     return *m_measurement;

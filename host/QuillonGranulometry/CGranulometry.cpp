@@ -170,7 +170,7 @@ struct StMeasurement {
         CImage squaredDistances(IMAGE_GREY_32, input.Size(), CSize(0, 0, 0));
         StDistanceTransform transform;
         transform.seeds = isOnForeground ? EnSeeds::Zeros : EnSeeds::NonZeros;
-        transform.outsideIsSeed = isLimitedByOutside;
+        transform.isOutsideSeed = isLimitedByOutside;
         if (!TransformDistances(transform, input, squaredDistances, progress))
             return false;
         CWorkPace paceOfSearch(progress);
@@ -214,12 +214,12 @@ CGranulometry::CGranulometry(const char* name, const IObject* parent)
 
 void CGranulometry::DoSphereGranulometryBinned(const IImage& input, IImage& output,
                                                std::map<float, std::uint64_t>& histogram, double stepWidth,
-                                               bool filtered, bool onForeground, int mode) {
+                                               bool isFiltered, bool onForeground, int mode) {
     RequireImages(input, output);
     histogram.clear();
     const CLayerView<float> pixels(output);
     const bool isLimitedByOutside = (mode & 1) == 0;
-    const StMeasurement measurement{input, pixels, filtered, onForeground, isLimitedByOutside, Progress()};
+    const StMeasurement measurement{input, pixels, isFiltered, onForeground, isLimitedByOutside, Progress()};
     const CDiameters diameters(input, stepWidth);
     SquaredSizes sizes;
     if (!measurement.Measure(sizes) || !WriteDiameters(pixels, diameters, Progress()))

@@ -48,7 +48,7 @@ public:
     /// distance*, 2005, is used, which loses no ball.
     void DoSphereGranulometryBinned(const IImage& input, IImage& output,
                                     std::map<float, std::uint64_t>& histogram, double stepWidth,
-                                    bool filtered, bool onForeground, int mode);
+                                    bool isFiltered, bool onForeground, int mode);
 };
 
 } // namespace ORVEN

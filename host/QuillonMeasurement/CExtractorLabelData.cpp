@@ -15,7 +15,7 @@ namespace ORVEN {
 
 namespace {
 
-const char* const g_source = "CExtractorLabelData";
+const char* const c_source = "CExtractorLabelData";
 
 /// The data of one label, kept together while the pixels are read.
 struct StLabel {
@@ -47,7 +47,7 @@ public:
         if (label >= m_labels.size()) {
             if (label > CExtractorLabelData::c_greatestLabel) {
                 throw CException(
-                    g_source,
+                    c_source,
                     CString("Label %1 cannot be measured: the greatest is %2.", CString::ENC_UTF8)
                         .Arg(static_cast<long long>(label), 0)
                         .Arg(static_cast<long long>(CExtractorLabelData::c_greatestLabel), 0),
@@ -95,7 +95,7 @@ CExtractorLabelData::~CExtractorLabelData() = default;
 
 void CExtractorLabelData::Extract(const CImage& image, StLabelingData& data) const {
     CLabelTable table;
-    DispatchLabelType(g_source, image.Type(), [&]<class T>(std::type_identity<T>) {
+    DispatchLabelType(c_source, image.Type(), [&]<class T>(std::type_identity<T>) {
         if (image.Type() == IMAGE_BINARY_FG)
             Measure<T>(image, table, Progress(), [](T pixel) { return std::uint32_t{pixel != 0}; });
         else

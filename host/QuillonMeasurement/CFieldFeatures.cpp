@@ -13,8 +13,8 @@ namespace ORVEN {
 
 namespace {
 
-constexpr unsigned g_configurationCount = 256;
-using Coefficients = std::array<double, g_configurationCount>;
+constexpr unsigned c_configurationCount = 256;
+using Coefficients = std::array<double, c_configurationCount>;
 
 /// The contribution of a block of each configuration to a density.
 struct StCoefficients {
@@ -92,9 +92,9 @@ double EulerNumber(unsigned configuration) {
     int edges = 0;
     int faces = 0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        for (const unsigned edge : PairsAlong(g_directions[axis]))
+        for (const unsigned edge : PairsAlong(c_directions[axis]))
             edges += isWhole(edge) ? 1 : 0;
-        for (const unsigned face : SectionsAcross(g_directions[axis]))
+        for (const unsigned face : SectionsAcross(c_directions[axis]))
             faces += isWhole(face) ? 1 : 0;
     }
     return std::popcount(complement) / 8.0 - edges / 4.0 + faces / 2.0 - (complement == 0xFFU ? 1.0 : 0.0);
@@ -121,12 +121,12 @@ double LengthAlong(const std::array<int, 3>& direction, const Vector3d& spacing)
 }
 
 StCoefficients MakeCoefficients(const Vector3d& spacing) {
-    std::array<Vector3d, g_directionCount> lines{};
-    std::array<Vector3d, g_directionCount> normals{};
-    for (std::size_t k = 0; k < g_directionCount; ++k) {
+    std::array<Vector3d, c_directionCount> lines{};
+    std::array<Vector3d, c_directionCount> normals{};
+    for (std::size_t k = 0; k < c_directionCount; ++k) {
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            lines[k][axis] = g_directions[k][axis] * spacing[axis];
-            normals[k][axis] = g_directions[k][axis] / spacing[axis];
+            lines[k][axis] = c_directions[k][axis] * spacing[axis];
+            normals[k][axis] = c_directions[k][axis] / spacing[axis];
         }
     }
     const auto lineShares = DirectionShares(lines);
@@ -134,21 +134,21 @@ StCoefficients MakeCoefficients(const Vector3d& spacing) {
 
     StCoefficients coefficients;
     coefficients.spacing = spacing;
-    for (unsigned configuration = 0; configuration < g_configurationCount; ++configuration) {
+    for (unsigned configuration = 0; configuration < c_configurationCount; ++configuration) {
         coefficients.volume[configuration] = std::popcount(configuration) / 8.0;
         coefficients.eulerNumber[configuration] =
             EulerNumber(configuration) / (spacing[0] * spacing[1] * spacing[2]);
     }
-    for (std::size_t k = 0; k < g_directionCount; ++k) {
-        const std::vector<unsigned> pairs = PairsAlong(g_directions[k]);
-        const std::vector<unsigned> sections = SectionsAcross(g_directions[k]);
+    for (std::size_t k = 0; k < c_directionCount; ++k) {
+        const std::vector<unsigned> pairs = PairsAlong(c_directions[k]);
+        const std::vector<unsigned> sections = SectionsAcross(c_directions[k]);
         // The two faces of an axis are shared with the neighbouring blocks; triangles are not.
         const double perSection =
             std::popcount(sections[0]) == 4 ? 1.0 / static_cast<double>(sections.size()) : 1.0;
         const double perPair = 0.5 / static_cast<double>(pairs.size());
-        const double line = 4.0 * lineShares[k] / LengthAlong(g_directions[k], spacing);
-        const double plane = 2.0 * std::numbers::pi * normalShares[k] / AreaAcross(g_directions[k], spacing);
-        for (unsigned configuration = 0; configuration < g_configurationCount; ++configuration) {
+        const double line = 4.0 * lineShares[k] / LengthAlong(c_directions[k], spacing);
+        const double plane = 2.0 * std::numbers::pi * normalShares[k] / AreaAcross(c_directions[k], spacing);
+        for (unsigned configuration = 0; configuration < c_configurationCount; ++configuration) {
             for (const unsigned pair : pairs)
                 coefficients.surface[configuration] +=
                     CountOf(configuration, pair) == 1 ? line * perPair : 0.0;
@@ -163,7 +163,7 @@ StCoefficients MakeCoefficients(const Vector3d& spacing) {
 double Density(const Coefficients& coefficients, const StNeighborConfiguration::Counts& counts,
                double blockCount) {
     double sum = 0.0;
-    for (unsigned configuration = 0; configuration < g_configurationCount; ++configuration)
+    for (unsigned configuration = 0; configuration < c_configurationCount; ++configuration)
         sum += coefficients[configuration] * static_cast<double>(counts[configuration]);
     return blockCount > 0.0 ? sum / blockCount : 0.0;
 }

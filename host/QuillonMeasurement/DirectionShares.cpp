@@ -73,16 +73,16 @@ double SphericalArea(Polygon polygon) {
 
 } // namespace
 
-std::array<double, g_directionCount>
-DirectionShares(const std::array<Vector3d, g_directionCount>& directions) {
+std::array<double, c_directionCount>
+DirectionShares(const std::array<Vector3d, c_directionCount>& directions) {
     std::vector<Vector3d> points;
     for (const Vector3d& direction : directions) {
         const Vector3d point = Unit(direction);
         points.push_back(point);
         points.push_back({-point[0], -point[1], -point[2]});
     }
-    std::array<double, g_directionCount> shares{};
-    for (std::size_t i = 0; i < g_directionCount; ++i) {
+    std::array<double, c_directionCount> shares{};
+    for (std::size_t i = 0; i < c_directionCount; ++i) {
         const Vector3d& point = points[2 * i];
         Polygon cell = TangentSquare(point);
         for (const Vector3d& other : points) {

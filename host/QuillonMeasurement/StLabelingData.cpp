@@ -22,7 +22,7 @@ struct StField {
     std::vector<std::int64_t> StLabelingData::*numbers;
 };
 
-constexpr std::array<StField, 7> g_fields{{{"volume", &StLabelingData::volume},
+constexpr std::array<StField, 7> c_fields{{{"volume", &StLabelingData::volume},
                                            {"extent x", &StLabelingData::extentX},
                                            {"extent y", &StLabelingData::extentY},
                                            {"extent z", &StLabelingData::extentZ},
@@ -69,21 +69,21 @@ std::vector<std::int64_t> Numbers(const CValueMap& map, const char* key) {
 
 std::size_t StLabelingData::LabelCount() const {
     std::size_t count = volume.size();
-    for (const StField& field : g_fields)
+    for (const StField& field : c_fields)
         count = std::min(count, (this->*field.numbers).size());
     return count;
 }
 
 void StLabelingData::Set(const CValueMap& map) {
     StLabelingData loaded;
-    for (const StField& field : g_fields)
+    for (const StField& field : c_fields)
         loaded.*field.numbers = Numbers(map, field.key);
     *this = std::move(loaded);
 }
 
 StLabelingData::operator CValueMap() const {
     CValueMap map;
-    for (const StField& field : g_fields) {
+    for (const StField& field : c_fields) {
         auto row = std::make_unique<CValueVector>();
         for (const std::int64_t number : this->*field.numbers)
             row->PushBack(ValueOf(number));

@@ -15,7 +15,7 @@ namespace ORVEN {
 
 namespace {
 
-const char* const g_source = "CConvexHullComputer";
+const char* const c_source = "CConvexHullComputer";
 
 /// A box clipped to an image, from first (included) to end (excluded).
 struct StCutBox {
@@ -34,12 +34,12 @@ struct StCutBox {
 };
 
 /// Number of pixels that are tested together without a branch, so that the compiler can vectorize the test.
-constexpr std::int64_t g_blockLength = 32;
+constexpr std::int64_t c_blockLength = 32;
 
 template <class T, class Test>
 bool HasAny(const T* block, const Test& test) {
     T any = 0;
-    for (std::int64_t i = 0; i < g_blockLength; ++i)
+    for (std::int64_t i = 0; i < c_blockLength; ++i)
         any = static_cast<T>(any | static_cast<T>(test(block[i])));
     return any != 0;
 }
@@ -47,8 +47,8 @@ bool HasAny(const T* block, const Test& test) {
 /// The first pixel at or after `first` that passes the test; `end` if there is none.
 template <class T, class Test>
 std::int64_t FirstPixel(const T* row, std::int64_t first, std::int64_t end, const Test& test) {
-    while (end - first >= g_blockLength && !HasAny(row + first, test))
-        first += g_blockLength;
+    while (end - first >= c_blockLength && !HasAny(row + first, test))
+        first += c_blockLength;
     while (first < end && !test(row[first]))
         ++first;
     return first;
@@ -57,8 +57,8 @@ std::int64_t FirstPixel(const T* row, std::int64_t first, std::int64_t end, cons
 /// The last pixel before `end` that passes the test. There must be one.
 template <class T, class Test>
 std::int64_t LastPixel(const T* row, std::int64_t first, std::int64_t end, const Test& test) {
-    while (end - first >= g_blockLength && !HasAny(row + end - g_blockLength, test))
-        end -= g_blockLength;
+    while (end - first >= c_blockLength && !HasAny(row + end - c_blockLength, test))
+        end -= c_blockLength;
     while (!test(row[end - 1]))
         --end;
     return end - 1;
@@ -127,7 +127,7 @@ CConvexHullComputer::CConvexHullComputer(std::size_t dimension, const char* name
     : CAlgorithm(name, parent)
     , m_dimension(dimension) {
     if (dimension != 2 && dimension != 3) {
-        throw CException(g_source,
+        throw CException(c_source,
                          CString("A convex hull has 2 or 3 dimensions, not %1.", CString::ENC_UTF8)
                              .Arg(static_cast<long long>(dimension), 0),
                          nullptr);
@@ -147,7 +147,7 @@ void CConvexHullComputer::loadPointsFromImageBox(const CImage& image, std::size_
         m_points = SliceCorners<unsigned char>(image, box, [](unsigned char pixel) { return pixel != 0; });
         return;
     }
-    DispatchLabelType(g_source, image.Type(), [&]<class T>(std::type_identity<T>) {
+    DispatchLabelType(c_source, image.Type(), [&]<class T>(std::type_identity<T>) {
         if (label > std::numeric_limits<T>::max())
             return;
         const auto wanted = static_cast<T>(label);
@@ -160,7 +160,7 @@ void CConvexHullComputer::compute() {
     const std::vector<std::uint32_t> independent = AffinelyIndependentPoints(m_points);
     if (independent.size() <= m_dimension) {
         throw CException(
-            g_source,
+            c_source,
             CString("Convex hull needs %1 affinely independent points, found %2.", CString::ENC_UTF8)
                 .Arg(static_cast<long long>(m_dimension + 1), 0)
                 .Arg(static_cast<long long>(independent.size()), 0),
@@ -175,7 +175,7 @@ void CConvexHullComputer::compute() {
 void CConvexHullComputer::paintConvexHullToImage(CImage& image, CBox box, std::size_t label) const {
     RequireDimension(image);
     if (!m_isComputed)
-        throw CException(g_source, "There is no convex hull to paint: it has not been computed.", nullptr);
+        throw CException(c_source, "There is no convex hull to paint: it has not been computed.", nullptr);
     CHullRows rows(m_extent.y, m_extent.z);
     if (m_dimension == 3) {
         for (const StHullFacet& facet : m_facets)
@@ -185,7 +185,7 @@ void CConvexHullComputer::paintConvexHullToImage(CImage& image, CBox box, std::s
             rows.AddEdge(m_points[corner], m_points[(corner + 1) % m_points.size()]);
     }
     const StCutBox cut(image.Size(), box);
-    DispatchLabelType(g_source, image.Type(), [&]<class T>(std::type_identity<T>) {
+    DispatchLabelType(c_source, image.Type(), [&]<class T>(std::type_identity<T>) {
         const CImageView<T> view(image);
         const auto fill = static_cast<T>(label);
         const std::int64_t endZ = std::min(cut.end.z, m_origin.z + m_extent.z);
@@ -204,7 +204,7 @@ void CConvexHullComputer::paintConvexHullToImage(CImage& image, CBox box, std::s
 
 void CConvexHullComputer::RequireDimension(const CImage& image) const {
     if (static_cast<std::size_t>(image.Size().Dim()) != m_dimension) {
-        throw CException(g_source,
+        throw CException(c_source,
                          CString("The convex hull has %1 dimensions and the image %2.", CString::ENC_UTF8)
                              .Arg(static_cast<long long>(m_dimension), 0)
                              .Arg(image.Size().Dim(), 0),

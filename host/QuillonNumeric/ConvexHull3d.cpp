@@ -9,7 +9,7 @@ namespace ORVEN {
 
 namespace {
 
-constexpr std::uint32_t g_none = 0xFFFFFFFFU;
+constexpr std::uint32_t c_none = 0xFFFFFFFFU;
 
 /// Whether the point increases the dimension spanned by up to three independent points.
 bool IsIndependent(std::span<const StLatticePoint> points, std::span<const std::uint32_t> found,
@@ -37,9 +37,9 @@ class CGrowingHull {
 public:
     CGrowingHull(std::span<const StLatticePoint> points, std::span<const std::uint32_t, 4> start)
         : m_points(points)
-        , m_seenFacet(points.size(), g_none)
-        , m_nextOfFacet(points.size(), g_none)
-        , m_facetFrom(points.size(), g_none) {
+        , m_seenFacet(points.size(), c_none)
+        , m_nextOfFacet(points.size(), c_none)
+        , m_facetFrom(points.size(), c_none) {
         MakeTetrahedron(start);
         std::array<std::uint32_t, 4> all{};
         std::iota(all.begin(), all.end(), 0U);
@@ -48,7 +48,7 @@ public:
     }
 
     void Insert(std::uint32_t point) {
-        if (m_seenFacet[point] == g_none)
+        if (m_seenFacet[point] == c_none)
             return;
         FindSeenFacets(point);
         CoverHole(point);
@@ -58,7 +58,7 @@ public:
             m_facets[facet].isInUse = false;
             m_unused.push_back(facet);
         }
-        m_seenFacet[point] = g_none;
+        m_seenFacet[point] = c_none;
     }
 
     [[nodiscard]] std::vector<StHullFacet> Facets() const {
@@ -100,7 +100,7 @@ private:
 
     [[nodiscard]] StFacet MakeFacet(std::uint32_t a, std::uint32_t b, std::uint32_t c) const {
         const StLatticePoint normal = Cross(m_points[b] - m_points[a], m_points[c] - m_points[a]);
-        return {{a, b, c}, {g_none, g_none, g_none}, normal, Dot(normal, m_points[a]), g_none, false, true};
+        return {{a, b, c}, {c_none, c_none, c_none}, normal, Dot(normal, m_points[a]), c_none, false, true};
     }
 
     void MakeTetrahedron(std::span<const std::uint32_t, 4> start) {
@@ -120,7 +120,7 @@ private:
     void Assign(std::uint32_t point, std::span<const std::uint32_t> facets) {
         const auto seen =
             std::ranges::find_if(facets, [&](std::uint32_t facet) { return Sees(point, facet); });
-        m_seenFacet[point] = seen != facets.end() ? *seen : g_none;
+        m_seenFacet[point] = seen != facets.end() ? *seen : c_none;
         if (seen != facets.end()) {
             m_nextOfFacet[point] = m_facets[*seen].firstPoint;
             m_facets[*seen].firstPoint = point;
@@ -186,7 +186,7 @@ private:
     /// outside the old hull, and can therefore enter the new hull only through a new facet.
     void ReassignPoints(std::uint32_t facet, std::uint32_t inserted) {
         std::uint32_t point = m_facets[facet].firstPoint;
-        while (point != g_none) {
+        while (point != c_none) {
             const std::uint32_t next = m_nextOfFacet[point];
             if (point != inserted)
                 Assign(point, m_new);

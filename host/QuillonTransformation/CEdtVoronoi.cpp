@@ -103,15 +103,15 @@ void CEdtVoronoi::CheckArguments(const char* function, IImage& distance, const I
     }
 }
 
-void CEdtVoronoi::CalculateDistanceMap(IImage& distance, const IImage& binary, bool useSpacing,
+void CEdtVoronoi::CalculateDistanceMap(IImage& distance, const IImage& binary, bool usesSpacing,
                                        bool onForeground, bool squared, bool embeddedEdge) {
     CheckArguments(c_calculateDistanceMap, distance, binary);
     std::array<double, 3> spacing{1.0, 1.0, 1.0};
-    if (useSpacing)
+    if (usesSpacing)
         CQuillonHeaderTools::GetSpacing(distance, spacing[0], spacing[1], spacing[2]);
     StDistanceTransform transform;
     transform.seeds = onForeground ? EnSeeds::Zeros : EnSeeds::Ones;
-    transform.outsideIsSeed = embeddedEdge;
+    transform.isOutsideSeed = embeddedEdge;
     transform.isSquared = squared;
     const auto axes = std::span(spacing).first(static_cast<std::size_t>(distance.Size().Dim()));
     if (std::all_of(axes.begin(), axes.end(), [&](double length) { return length == axes[0]; })) {

@@ -37,11 +37,11 @@ public:
     ~CEdtVoronoi() override;
 
     /// Fills all of `distance`, and sets its spacing (for floats), its minimum and maximum under
-    /// `c_sMetaMinMax`, and its largest distance. Without `useSpacing`, pixels have length 1. `squared` omits
-    /// the square root. A cancelled run returns early, with 0 wherever the result was not computed.
+    /// `c_sMetaMinMax`, and its largest distance. Without `usesSpacing`, pixels have length 1. `squared`
+    /// omits the square root. A cancelled run returns early, with 0 wherever the result was not computed.
     ///
     /// Raises `CException` as `CheckArguments` does.
-    void CalculateDistanceMap(IImage& distance, const IImage& binary, bool useSpacing, bool onForeground,
+    void CalculateDistanceMap(IImage& distance, const IImage& binary, bool usesSpacing, bool onForeground,
                               bool squared, bool embeddedEdge);
 
 protected:

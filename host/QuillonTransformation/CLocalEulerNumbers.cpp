@@ -15,21 +15,21 @@ namespace {
 
 // In a slab, pixel (y, z) is bit y + 3 z. Two adjacent lines, or a line and the empty one outside the slab,
 // take six bits, three per line.
-constexpr unsigned g_lineBits = 3;
-constexpr unsigned g_line = 0b111;
-constexpr unsigned g_twoLinesCount = 64;
+constexpr unsigned c_lineBits = 3;
+constexpr unsigned c_line = 0b111;
+constexpr unsigned c_twoLinesCount = 64;
 
 /// The lines z - 1 and z of a slab; lines 0 to 2 are inside it.
 constexpr unsigned TwoLines(unsigned slab, unsigned z) {
-    return slab << g_lineBits >> (g_lineBits * z) & (g_twoLinesCount - 1);
+    return slab << c_lineBits >> (c_lineBits * z) & (c_twoLinesCount - 1);
 }
 
 /// Sums of the four blocks between two lines of one slab and the same lines of the next.
 class CLineSums {
 public:
     explicit CLineSums(const CSkeletonHelper::Table& coefficients) {
-        for (unsigned lower = 0; lower < g_twoLinesCount; ++lower) {
-            for (unsigned upper = 0; upper < g_twoLinesCount; ++upper)
+        for (unsigned lower = 0; lower < c_twoLinesCount; ++lower) {
+            for (unsigned upper = 0; upper < c_twoLinesCount; ++upper)
                 m_sums[lower][upper] = Sum(coefficients, lower, upper);
         }
     }
@@ -52,13 +52,13 @@ private:
 
     /// The pixels y - 1 and y of both lines, at the bit positions of a block that belong to one slab.
     static std::size_t Spread(unsigned twoLines, unsigned y) {
-        const auto pair = [y](unsigned line) { return (line & g_line) << 1 >> y & 0b11U; };
+        const auto pair = [y](unsigned line) { return (line & c_line) << 1 >> y & 0b11U; };
         const unsigned first = pair(twoLines);
-        const unsigned second = pair(twoLines >> g_lineBits);
+        const unsigned second = pair(twoLines >> c_lineBits);
         return (first & 1U) | (first & 2U) << 1 | (second & 1U) << 4 | (second & 2U) << 5;
     }
 
-    std::array<std::array<int, g_twoLinesCount>, g_twoLinesCount> m_sums{};
+    std::array<std::array<int, c_twoLinesCount>, c_twoLinesCount> m_sums{};
 };
 
 /// The slabs of a row, which moves along y and z: slab x + 1 belongs to pixel x; the first and the last are

@@ -18,7 +18,7 @@ namespace ORVEN {
 
 namespace {
 
-const char* const g_constrainedSet = "CSkeletonCouprierZour::ConstrainedSet";
+const char* const c_constrainedSet = "CSkeletonCouprierZour::ConstrainedSet";
 
 /// The radius is limited to a value whose square is far above every squared distance.
 std::int64_t Squared(std::int64_t radius) {
@@ -43,7 +43,7 @@ CSkeletonCouprierZour::CSkeletonCouprierZour(const char* name, const IObject* pa
 void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage& output,
                                                     const std::string& neighborhood, std::int64_t radius,
                                                     float angle, CProgressProxy& progress,
-                                                    bool /*reserved*/) {
+                                                    bool /*isReserved*/) {
     RequireSkeletonNeighborhood(neighborhood); // checked before the lengthy stages
     const CSize& size = input.Size();
     const CSize none(0, 0, 0);
@@ -75,12 +75,12 @@ void CSkeletonCouprierZour::SquaredEdt(const IImage& input, IImage& output, CPro
 
 void CSkeletonCouprierZour::MedialAxis(const IImage& squaredDistance, IImage& output,
                                        std::int64_t squaredRadius, CProgressProxy& progress,
-                                       bool /*reserved*/) {
+                                       bool /*isReserved*/) {
     MarkMedialAxis(squaredDistance, output, squaredRadius, MaLut(), progress);
 }
 
 void CSkeletonCouprierZour::Bisector(const IImage& squaredDistance, const IImage& medialAxis, IImage& output,
-                                     CProgressProxy& progress, bool /*reserved*/) {
+                                     CProgressProxy& progress, bool /*isReserved*/) {
     ComputeBisector(squaredDistance, medialAxis, output, 0.0F, BsLut(), progress);
 }
 
@@ -88,10 +88,10 @@ void CSkeletonCouprierZour::ConstrainedSet(const IImage& medialAxis, const IImag
                                            const IImage& bisector, IImage& output, std::int64_t radius,
                                            float angle, CProgressProxy& progress) {
     const auto takenOver = CSorbImageFactory::TakeOver(bisector);
-    RequireFitting(g_constrainedSet, squaredDistance, IMAGE_GREY_32, squaredDistance);
-    RequireFitting(g_constrainedSet, medialAxis, IMAGE_BINARY_FG, squaredDistance);
-    RequireFitting(g_constrainedSet, bisector, IMAGE_GREY_F, squaredDistance);
-    RequireFitting(g_constrainedSet, output, IMAGE_BINARY_FG, squaredDistance);
+    RequireFitting(c_constrainedSet, squaredDistance, IMAGE_GREY_32, squaredDistance);
+    RequireFitting(c_constrainedSet, medialAxis, IMAGE_BINARY_FG, squaredDistance);
+    RequireFitting(c_constrainedSet, bisector, IMAGE_GREY_F, squaredDistance);
+    RequireFitting(c_constrainedSet, output, IMAGE_BINARY_FG, squaredDistance);
     const CImageView<const unsigned char> axis(medialAxis);
     const CImageView<const std::uint32_t> distances(squaredDistance);
     const CImageView<const float> angles(bisector);

@@ -33,18 +33,18 @@ public:
     /// requires. Memory in addition to input and output: at most 10 bytes per pixel, or 14 beyond about
     /// 1100^3.
     void RunSkeletonCouprierZour(const IImage& input, IImage& output, const std::string& neighborhood,
-                                 std::int64_t radius, float angle, CProgressProxy& progress, bool reserved);
+                                 std::int64_t radius, float angle, CProgressProxy& progress, bool isReserved);
 
     /// Computes the squared distance of each object pixel to the background.
     void SquaredEdt(const IImage& input, IImage& output, CProgressProxy& progress);
 
     /// Marks the centres of the maximal balls of at least the given squared radius.
     void MedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t squaredRadius,
-                    CProgressProxy& progress, bool reserved);
+                    CProgressProxy& progress, bool isReserved);
 
     /// Computes the bisector angle of the pixels of the medial axis.
     void Bisector(const IImage& squaredDistance, const IImage& medialAxis, IImage& output,
-                  CProgressProxy& progress, bool reserved);
+                  CProgressProxy& progress, bool isReserved);
 
     /// Selects the pixels of the medial axis with at least the given radius, whose sign is ignored, and the
     /// given angle.

@@ -10,7 +10,7 @@ namespace ORVEN {
 
 namespace {
 
-constexpr unsigned g_cornerCount = 8;
+constexpr unsigned c_cornerCount = 8;
 
 constexpr bool Contains(unsigned set, unsigned subset) { return (set & subset) == subset; }
 constexpr bool HasCorner(unsigned block, unsigned corner) { return (block >> corner & 1U) != 0; }
@@ -22,10 +22,10 @@ constexpr long long Share(unsigned axes) { return 1LL << std::popcount(axes); }
 /// union of its lowest corner with each subset of its axes.
 long long BoxesOf(unsigned block) {
     long long sum = 0;
-    for (unsigned lowest = 0; lowest < g_cornerCount; ++lowest) {
-        for (unsigned axes = 0; axes < g_cornerCount; ++axes) {
+    for (unsigned lowest = 0; lowest < c_cornerCount; ++lowest) {
+        for (unsigned axes = 0; axes < c_cornerCount; ++axes) {
             bool isPresent = (lowest & axes) == 0;
-            for (unsigned step = 0; step < g_cornerCount; ++step)
+            for (unsigned step = 0; step < c_cornerCount; ++step)
                 isPresent = isPresent && (!Contains(axes, step) || HasCorner(block, lowest | step));
             if (isPresent)
                 sum += std::popcount(axes) % 2 == 0 ? Share(axes) : -Share(axes);
@@ -39,7 +39,7 @@ long long BoxesOf(unsigned block) {
 /// axes.
 long long ChainsFrom(unsigned block, unsigned first, unsigned last) {
     long long sum = Share(first ^ last);
-    for (unsigned next = last + 1; next < g_cornerCount; ++next) {
+    for (unsigned next = last + 1; next < c_cornerCount; ++next) {
         if (HasCorner(block, next) && Contains(next, last))
             sum -= ChainsFrom(block, first, next); // one more dimension
     }
@@ -48,7 +48,7 @@ long long ChainsFrom(unsigned block, unsigned first, unsigned last) {
 
 long long ChainsOf(unsigned block) {
     long long sum = 0;
-    for (unsigned corner = 0; corner < g_cornerCount; ++corner)
+    for (unsigned corner = 0; corner < c_cornerCount; ++corner)
         sum += HasCorner(block, corner) ? ChainsFrom(block, corner, corner) : 0;
     return sum;
 }
@@ -80,18 +80,19 @@ Coefficient CoefficientOf(int code) {
 CSkeletonHelper::CSkeletonHelper(const IImage& image)
     : m_pixels(image) {}
 
-void CSkeletonHelper::_ecoeff(long long* table, int code, bool ofBackground) {
+void CSkeletonHelper::_ecoeff(long long* table, int code, bool isOfBackground) {
     const Coefficient coefficient = CoefficientOf(code);
     for (unsigned block = 0; block < 256; ++block)
-        table[block] = coefficient(ofBackground ? Complement(block) : block);
+        table[block] = coefficient(isOfBackground ? Complement(block) : block);
 }
 
-bool CSkeletonHelper::IsForeground(std::int64_t x, std::int64_t y, std::int64_t z, bool outside) const {
+bool CSkeletonHelper::IsForeground(std::int64_t x, std::int64_t y, std::int64_t z,
+                                   bool isOutsideObject) const {
     const auto isInside = [](std::int64_t position, std::int64_t length) {
         return position >= 0 && position < length;
     };
     if (!isInside(x, m_pixels.nx) || !isInside(y, m_pixels.ny) || !isInside(z, m_pixels.nz))
-        return outside;
+        return isOutsideObject;
     return m_pixels.Row(y, z)[x] != 0;
 }
 
@@ -117,7 +118,7 @@ int CSkeletonHelper::EulerNumber() const {
         for (std::size_t j = 0; j <= 3; ++j) {
             for (std::size_t k = 0; k <= 3; ++k) {
                 std::size_t block = 0;
-                for (std::size_t corner = 0; corner < g_cornerCount; ++corner) {
+                for (std::size_t corner = 0; corner < c_cornerCount; ++corner) {
                     const StCell& cell = m_cube[i + (corner & 1)][j + (corner >> 1 & 1)][k + (corner >> 2)];
                     block |= std::size_t{cell.value == 1} << corner;
                 }

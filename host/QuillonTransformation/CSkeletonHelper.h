@@ -40,11 +40,12 @@ public:
     ///     code 15  N14_1, which is its own dual: simplices between pixels that are neighbours of each other
     ///     code 18  N14_2, the mirror image in x
     ///
-    /// With `ofBackground`, entry c describes block 255 - c. Raises `CExBadParam` "Unknown Euler code '%1'.".
+    /// With `isOfBackground`, entry c describes block 255 - c. Raises `CExBadParam` "Unknown Euler code
+    /// '%1'.".
     ///
     /// T. Y. Kong, A. Rosenfeld, Digital topology: introduction and survey, 1989; G. Lohmann, Volumetric
     /// Image Analysis, 1998.
-    static void _ecoeff(long long* table, int code, bool ofBackground);
+    static void _ecoeff(long long* table, int code, bool isOfBackground);
 
     /// Rebuilds the cube around a position and clears its flags. A cell is 1 if its pixel is foreground
     /// (`object` 1) or background (`object` 0), else 0. If `outside` is 0, pixels beyond the border are
@@ -62,7 +63,8 @@ public:
 
 private:
     /// Whether the pixel is foreground; returns `outside` for positions outside the image.
-    [[nodiscard]] bool IsForeground(std::int64_t x, std::int64_t y, std::int64_t z, bool outside) const;
+    [[nodiscard]] bool IsForeground(std::int64_t x, std::int64_t y, std::int64_t z,
+                                    bool isOutsideObject) const;
 
     CImageView<const unsigned char> m_pixels;
 };

@@ -42,7 +42,7 @@ std::int64_t SquaredRadius(float radius) {
 /// The pixels to find: those within the ball of a seed.
 struct StSearch {
     EnSeeds seeds;
-    bool outsideIsSeed;  ///< the pixels beyond the border are seeds too
+    bool isOutsideSeed;  ///< the pixels beyond the border are seeds too
     std::int64_t square; ///< of the radius
     bool findsObject;    ///< whether the pixels found become object, else background
 };
@@ -50,8 +50,8 @@ struct StSearch {
 StSearch Dilation(std::int64_t square) { return {EnSeeds::NonZeros, false, square, true}; }
 
 /// An erosion removes the pixels near the background.
-StSearch Erosion(std::int64_t square, bool outsideIsBackground) {
-    return {EnSeeds::Zeros, outsideIsBackground, square, false};
+StSearch Erosion(std::int64_t square, bool isOutsideBackground) {
+    return {EnSeeds::Zeros, isOutsideBackground, square, false};
 }
 
 /// The number of places that a ball covers along an axis, counted from its centre, where `rest` of its
@@ -92,7 +92,7 @@ class CRows {
 public:
     explicit CRows(const StTask& task)
         : m_task(task)
-        , m_row(task.result.nx, task.search.outsideIsSeed) {}
+        , m_row(task.result.nx, task.search.isOutsideSeed) {}
 
     void operator()(std::int64_t y, std::int64_t z) {
         m_row.Measure(m_task.source.Row(y, z), m_task.search.seeds, m_task.radius);
@@ -128,7 +128,7 @@ public:
         : m_task(task)
         , m_axis(axis)
         , m_length(axis == 1 ? task.result.ny : task.result.nz)
-        , m_shortLines(m_length, task.search.outsideIsSeed, 1) {}
+        , m_shortLines(m_length, task.search.isOutsideSeed, 1) {}
 
     void operator()(std::int64_t other, std::int64_t x, std::int64_t endX, CWorkPace& pace) {
         if (m_axis + 1 == m_task.dimension)
@@ -188,7 +188,7 @@ private:
                 row[lane] = convert(reach);
             }
         };
-        const unsigned char atEnds = m_task.search.outsideIsSeed ? Reach(m_task.square) : 0;
+        const unsigned char atEnds = m_task.search.isOutsideSeed ? Reach(m_task.square) : 0;
         reaches.fill(atEnds);
         ForEachPiece(m_length, c_unitsPerSweep, pace, [&](std::int64_t first, std::int64_t end) {
             for (std::int64_t place = first; place < end; ++place)
@@ -221,7 +221,7 @@ void Fill(IImage& image, unsigned char pixel) {
 
 /// Undefined if cancelled.
 bool HasSeed(const StSearch& search, const IImage& source, CWorkPace& pace) {
-    if (search.outsideIsSeed)
+    if (search.isOutsideSeed)
         return true;
     const CImageView<const unsigned char> view(source);
     const auto isSeed = [&](unsigned char pixel) { return (pixel == 0) == (search.seeds == EnSeeds::Zeros); };
@@ -248,7 +248,7 @@ bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& res
     CImage squares(IMAGE_GREY_32, source.Size(), CSize(0, 0, 0));
     StDistanceTransform transform;
     transform.seeds = search.seeds;
-    transform.outsideIsSeed = search.outsideIsSeed;
+    transform.isOutsideSeed = search.isOutsideSeed;
     if (!TransformDistances(transform, source, squares, progress))
         return false;
     const CImageView<const unsigned> from(squares);

@@ -20,11 +20,11 @@ namespace ORVEN {
 
 namespace {
 
-const char* const g_record = "CylinderMask";
-const char* const g_axis = "axis";
-const char* const g_s = "s";
-const char* const g_t = "t";
-const char* const g_radius = "radius";
+const char* const c_record = "CylinderMask";
+const char* const c_axis = "axis";
+const char* const c_s = "s";
+const char* const c_t = "t";
+const char* const c_radius = "radius";
 
 struct StCylinder {
     [[nodiscard]] bool Contains(std::int64_t p, std::int64_t q) const {
@@ -41,9 +41,9 @@ struct StCylinder {
 
 /// Copies the record of the image into `record`; false if it is missing or incomplete.
 bool ReadRecord(const CImage& image, CValueMap& record) {
-    return CQuillonHeaderTools::GetMetaInfo(image, g_record, record) &&
-           record.HasEntry(g_axis, typeid(CValueString)) && record.HasEntry(g_s, typeid(CValueDouble)) &&
-           record.HasEntry(g_t, typeid(CValueDouble)) && record.HasEntry(g_radius, typeid(CValueDouble));
+    return CQuillonHeaderTools::GetMetaInfo(image, c_record, record) &&
+           record.HasEntry(c_axis, typeid(CValueString)) && record.HasEntry(c_s, typeid(CValueDouble)) &&
+           record.HasEntry(c_t, typeid(CValueDouble)) && record.HasEntry(c_radius, typeid(CValueDouble));
 }
 
 std::optional<StCylinder> RecordedCylinder(const CImage& image) {
@@ -51,8 +51,8 @@ std::optional<StCylinder> RecordedCylinder(const CImage& image) {
     if (!ReadRecord(image, record))
         return std::nullopt;
     const auto number = [&record](const char* key) { return record.Entry(key, true)->Double(); };
-    const char* const axis = record.Entry(g_axis, true)->String();
-    return StCylinder{axis[0], number(g_s), number(g_t), number(g_radius)};
+    const char* const axis = record.Entry(c_axis, true)->String();
+    return StCylinder{axis[0], number(c_s), number(c_t), number(c_radius)};
 }
 
 /// The pixels of a row from `begin` (included) to `end` (excluded).
@@ -159,18 +159,18 @@ CCylinderMask::~CCylinderMask() = default;
 void CCylinderMask::SetCylinderParameters(CImage& image, const CString& axis, double s, double t,
                                           double radius) const {
     CValueMap record;
-    record.SetEntry(g_axis, new CValueString(axis));
-    record.SetEntry(g_s, new CValueDouble(s));
-    record.SetEntry(g_t, new CValueDouble(t));
-    record.SetEntry(g_radius, new CValueDouble(radius));
-    CQuillonHeaderTools::SetMetaInfo(image, g_record, record);
+    record.SetEntry(c_axis, new CValueString(axis));
+    record.SetEntry(c_s, new CValueDouble(s));
+    record.SetEntry(c_t, new CValueDouble(t));
+    record.SetEntry(c_radius, new CValueDouble(radius));
+    CQuillonHeaderTools::SetMetaInfo(image, c_record, record);
 }
 
 bool CCylinderMask::CopyMetaInfo(const CImage& source, CImage& target) const {
     CValueMap record;
     if (!ReadRecord(source, record))
         return false;
-    CQuillonHeaderTools::SetMetaInfo(target, g_record, record);
+    CQuillonHeaderTools::SetMetaInfo(target, c_record, record);
     return true;
 }
 

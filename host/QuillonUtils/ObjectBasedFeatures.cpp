@@ -22,7 +22,7 @@ namespace ORVEN {
 
 namespace {
 
-const char* const g_convert = "ConvertObjectBasedFeaturesIntoFeatureImage";
+const char* const c_convert = "ConvertObjectBasedFeaturesIntoFeatureImage";
 
 using Index = std::int64_t;
 
@@ -88,7 +88,7 @@ void ForEachFeature(const CValueMap& entry, const std::string& kind, const Visit
 }
 
 [[noreturn]] void Raise(const char* text, const std::string& argument) {
-    throw CException(g_convert, CString(text, CString::ENC_UTF8).Arg(argument), nullptr);
+    throw CException(c_convert, CString(text, CString::ENC_UTF8).Arg(argument), nullptr);
 }
 
 /// The features that become the rows.

@@ -5,7 +5,7 @@ namespace ORVEN {
 namespace {
 
 /// More decimals than any text has.
-constexpr int g_anyDecimals = 1000;
+constexpr int c_anyDecimals = 1000;
 
 QLocale LocaleOfNumbers() {
     QLocale locale = QLocale::c();
@@ -21,7 +21,7 @@ CNumberValidator::CNumberValidator(double bottom, double top, int decimals, QObj
 }
 
 QValidator::State CNumberValidator::validate(QString& text, int& position) const {
-    QDoubleValidator precise(bottom(), top(), g_anyDecimals, nullptr);
+    QDoubleValidator precise(bottom(), top(), c_anyDecimals, nullptr);
     precise.setLocale(locale());
     const State state = precise.validate(text, position);
     if (state != Acceptable)

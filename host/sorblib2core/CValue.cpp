@@ -43,9 +43,9 @@ const CValuePointerBase* CValue::Pointer() const { return nullptr; }
 
 CValuePointerBase* CValue::Pointer() { return nullptr; }
 
-CValue& CValue::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+CValue& CValue::Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
     RequireSameKind(source, "ORVEN::CValue::Copy");
-    return CopyMeta(source, strategy, mergeMeta);
+    return CopyMeta(source, strategy, mergesMeta);
 }
 
 CValue& CValue::Move(CValue& source) { return Copy(source, TF_MOVE, false); }
@@ -83,10 +83,10 @@ const void* CValue::VoidPointer() const { return nullptr; }
 
 void* CValue::VoidPointer() { return nullptr; }
 
-CValue& CValue::CopyMeta(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+CValue& CValue::CopyMeta(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
     if (&source != this) {
         auto fresh = ClonedMeta(source, strategy);
-        TakeMeta(fresh, mergeMeta);
+        TakeMeta(fresh, mergesMeta);
     }
     return *this;
 }
@@ -100,8 +100,8 @@ std::unique_ptr<CValueMap> CValue::ClonedMeta(const CValue& source, EnTfOwnershi
     return clones;
 }
 
-void CValue::TakeMeta(std::unique_ptr<CValueMap>& fresh, bool mergeMeta) noexcept {
-    if (!mergeMeta || !m_meta)
+void CValue::TakeMeta(std::unique_ptr<CValueMap>& fresh, bool mergesMeta) noexcept {
+    if (!mergesMeta || !m_meta)
         m_meta.swap(fresh);
     else if (fresh)
         m_meta->TakeEntries(*fresh);

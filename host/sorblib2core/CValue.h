@@ -61,9 +61,9 @@ public:
     /// Returns a new value of the same kind with the same meta entries. The caller owns it.
     virtual CValue* Clone(EnTfOwnership strategy) const = 0;
     /// Copies the contents of `source`, which must be of the same kind (else `CExBadType`), and its meta
-    /// entries. These replace the existing meta entries, or are merged into them if `mergeMeta` is set. On
+    /// entries. These replace the existing meta entries, or are merged into them if `mergesMeta` is set. On
     /// failure both values stay unchanged, including meta entries and ownership.
-    virtual CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta);
+    virtual CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta);
     /// Copies with `TF_MOVE`, replacing the meta entries.
     virtual CValue& Move(CValue& source);
 
@@ -92,7 +92,7 @@ public:
 
     /// Copies the meta entries of `source`, replacing the existing ones or merging with them. On failure both
     /// values stay unchanged.
-    CValue& CopyMeta(const CValue& source, EnTfOwnership strategy, bool mergeMeta);
+    CValue& CopyMeta(const CValue& source, EnTfOwnership strategy, bool mergesMeta);
 
 protected:
     CValue(const CValue& other);
@@ -104,7 +104,7 @@ protected:
     [[nodiscard]] static std::unique_ptr<CValueMap> ClonedMeta(const CValue& source, EnTfOwnership strategy);
     /// Installs prepared meta entries, replacing the existing ones or merging with them. Replaced entries are
     /// left in `fresh`, so that the caller decides when to destroy them.
-    void TakeMeta(std::unique_ptr<CValueMap>& fresh, bool mergeMeta) noexcept;
+    void TakeMeta(std::unique_ptr<CValueMap>& fresh, bool mergesMeta) noexcept;
 
     /// Undoes a clone with `TF_MOVE`: returns ownership from `clone` to `original`, at every depth. A
     /// container whose cloning failed half-way contains only the first entries of the original, with null for

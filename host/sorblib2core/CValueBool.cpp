@@ -11,8 +11,8 @@ CValue* CValueBool::Clone(EnTfOwnership strategy) const {
     return clone.release();
 }
 
-CValue& CValueBool::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
-    CValue::Copy(source, strategy, mergeMeta);
+CValue& CValueBool::Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
+    CValue::Copy(source, strategy, mergesMeta);
     m_value = source.Bool();
     return *this;
 }

@@ -57,14 +57,14 @@ std::unique_ptr<CValue> CValueContainerBase::DetachDirectEntry(std::string_view 
     return Map() != nullptr ? Map()->DetachDirectEntry(step) : Vector()->DetachDirectEntry(step);
 }
 
-CValue* CValueContainerBase::Entry(const CValue_Key& key, bool /*followLinks*/) const {
+CValue* CValueContainerBase::Entry(const CValue_Key& key, bool /*followsLinks*/) const {
     std::string_view step;
     const CValueContainerBase* holder = Holder(key, step);
     return holder != nullptr ? holder->DirectEntry(step) : nullptr;
 }
 
-CValue* CValueContainerBase::Entry(const CValue_Key& key, bool followLinks) {
-    return std::as_const(*this).Entry(key, followLinks);
+CValue* CValueContainerBase::Entry(const CValue_Key& key, bool followsLinks) {
+    return std::as_const(*this).Entry(key, followsLinks);
 }
 
 void CValueContainerBase::SetEntry(const CValue_Key& key, CValue* value) {
@@ -80,9 +80,9 @@ void CValueContainerBase::SetEntry(const CValue_Key& key, CValue* value) {
         path.remove_prefix(slash + 1);
         CValue* next = holder->DirectEntry(step);
         if (next == nullptr) {
-            const bool indexFollows = IsDecimal(path.substr(0, path.find('/')));
+            const bool isIndexNext = IsDecimal(path.substr(0, path.find('/')));
             auto made =
-                indexFollows ? std::unique_ptr<CValue>(new CValueVector) : std::make_unique<CValueMap>();
+                isIndexNext ? std::unique_ptr<CValue>(new CValueVector) : std::make_unique<CValueMap>();
             next = made.get();
             holder->SetDirectEntry(step, std::move(made));
         }

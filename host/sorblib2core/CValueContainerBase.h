@@ -15,9 +15,10 @@ namespace ORVEN {
 /// virtual functions is part of the binary interface to packs already built.
 class CValueContainerBase : public CValue {
 public:
-    /// The entry at the key; null if there is none. `followLinks` has no effect, as no value class is a link.
-    virtual CValue* Entry(const CValue_Key& key, bool followLinks) const;
-    virtual CValue* Entry(const CValue_Key& key, bool followLinks);
+    /// The entry at the key; null if there is none. `followsLinks` has no effect, as no value class is a
+    /// link.
+    virtual CValue* Entry(const CValue_Key& key, bool followsLinks) const;
+    virtual CValue* Entry(const CValue_Key& key, bool followsLinks);
 
     /// Replaces the entry at the key by `value`. Takes ownership in any case, even if it raises. Missing
     /// containers on the path are created: a vector if the next step is a decimal number, else a map. A

@@ -11,8 +11,8 @@ CValue* CValueDouble::Clone(EnTfOwnership strategy) const {
     return clone.release();
 }
 
-CValue& CValueDouble::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
-    CValue::Copy(source, strategy, mergeMeta);
+CValue& CValueDouble::Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
+    CValue::Copy(source, strategy, mergesMeta);
     m_value = source.Double();
     return *this;
 }

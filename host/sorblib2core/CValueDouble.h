@@ -12,7 +12,7 @@ public:
     double& Double() override { return m_value; }
     double Double() const override { return m_value; }
     CValue* Clone(EnTfOwnership strategy) const override;
-    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) override;
     bool Equal(const CValue& other) const override;
     EnValType GenericType() const override;
 

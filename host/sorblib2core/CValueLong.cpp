@@ -11,8 +11,8 @@ CValue* CValueLong::Clone(EnTfOwnership strategy) const {
     return clone.release();
 }
 
-CValue& CValueLong::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
-    CValue::Copy(source, strategy, mergeMeta);
+CValue& CValueLong::Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
+    CValue::Copy(source, strategy, mergesMeta);
     m_value = source.Long();
     return *this;
 }

@@ -14,7 +14,7 @@ public:
     std::int32_t Long() const override { return m_value; }
     double Double() const override { return m_value; }
     CValue* Clone(EnTfOwnership strategy) const override;
-    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) override;
     bool Equal(const CValue& other) const override;
     EnValType GenericType() const override;
 

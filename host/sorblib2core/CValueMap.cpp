@@ -26,8 +26,8 @@ const CValue* CValueMap::_Deref(const const_iterator& position) const {
     return position.m_position->second.get();
 }
 
-void CValueMap::_IncDec(const_iterator& position, bool forward) const {
-    if (forward)
+void CValueMap::_IncDec(const_iterator& position, bool isForward) const {
+    if (isForward)
         ++position.m_position;
     else
         --position.m_position;
@@ -39,7 +39,7 @@ CValue* CValueMap::Clone(EnTfOwnership strategy) const {
     return clone.release();
 }
 
-CValue& CValueMap::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+CValue& CValueMap::Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
     if (&source == this)
         return *this;
     RequireSameKind(source, "ORVEN::CValue::Copy");
@@ -55,7 +55,7 @@ CValue& CValueMap::Copy(const CValue& source, EnTfOwnership strategy, bool merge
     }
     // The source may be one of the old entries, so these are destroyed last.
     m_entries.swap(staged.m_entries);
-    TakeMeta(meta, mergeMeta);
+    TakeMeta(meta, mergesMeta);
     return *this;
 }
 

@@ -62,7 +62,7 @@ public:
     const CValueMap* Map() const override { return this; }
     CValueMap* Map() override { return this; }
     CValue* Clone(EnTfOwnership strategy) const override;
-    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) override;
     bool Equal(const CValue& other) const override;
     bool EqualData(const CValue& other) const override;
     EnValType GenericType() const override;
@@ -86,7 +86,7 @@ protected:
 
     /// Used by the iterator.
     virtual const CValue* _Deref(const const_iterator& position) const;
-    virtual void _IncDec(const_iterator& position, bool forward) const;
+    virtual void _IncDec(const_iterator& position, bool isForward) const;
 
 public:
     // Declared after the others because it takes its own place in the virtual table of this class.

@@ -42,7 +42,7 @@ public:
     /// Frees the old pointee if this value owns it. Raises `CExBadType` for another kind of value or pointee,
     /// and `CExBadParam` for an owning source without a strategy. `TF_MOVE` moves the ownership from the
     /// source to this value.
-    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override {
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) override {
         RequireSameKind(source, "ORVEN::CValuePointer::Copy");
         if (&source == this)
             return *this;
@@ -57,7 +57,8 @@ public:
         if (strategy == TF_MOVE)
             other.SetOwner(false);
         try {
-            CopyMeta(source, strategy, mergeMeta); // may destroy the source, if it is one of the meta entries
+            CopyMeta(source, strategy,
+                     mergesMeta); // may destroy the source, if it is one of the meta entries
         } catch (...) {
             other.SetOwner(isOwnedBySource);
             throw;

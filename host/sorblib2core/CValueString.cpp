@@ -22,10 +22,10 @@ CValue* CValueString::Clone(EnTfOwnership strategy) const {
     return clone.release();
 }
 
-CValue& CValueString::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+CValue& CValueString::Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
     RequireSameKind(source, "ORVEN::CValue::Copy");
     CString text = source.String();
-    CopyMeta(source, strategy, mergeMeta);
+    CopyMeta(source, strategy, mergesMeta);
     m_text = std::move(text);
     return *this;
 }

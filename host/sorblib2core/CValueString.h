@@ -16,7 +16,7 @@ public:
     CString& String() override { return m_text; }
     void SetString(const char* text, std::size_t length) override;
     CValue* Clone(EnTfOwnership strategy) const override;
-    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) override;
     bool Equal(const CValue& other) const override;
     EnValType GenericType() const override;
 

@@ -14,7 +14,7 @@ namespace ORVEN {
 namespace {
 
 // Far more than any list of documents or lines needs. A mistyped index must not allocate all memory.
-constexpr std::size_t g_maxEntries = std::size_t{1} << 24;
+constexpr std::size_t c_maxEntries = std::size_t{1} << 24;
 
 std::optional<std::size_t> Index(std::string_view step) {
     std::size_t index = 0;
@@ -52,7 +52,7 @@ CValue* CValueVector::Clone(EnTfOwnership strategy) const {
     return clone.release();
 }
 
-CValue& CValueVector::Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) {
+CValue& CValueVector::Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) {
     if (&source == this)
         return *this;
     RequireSameKind(source, "ORVEN::CValue::Copy");
@@ -71,7 +71,7 @@ CValue& CValueVector::Copy(const CValue& source, EnTfOwnership strategy, bool me
     }
     // The source may be one of the old entries, so these are destroyed last.
     swap(staged);
-    TakeMeta(meta, mergeMeta);
+    TakeMeta(meta, mergesMeta);
     return *this;
 }
 
@@ -124,12 +124,12 @@ CValue* CValueVector::DirectEntry(std::string_view step) const {
 
 void CValueVector::SetDirectEntry(std::string_view step, std::unique_ptr<CValue> value) {
     const auto index = Index(step);
-    if (!index || *index >= g_maxEntries) {
+    if (!index || *index >= c_maxEntries) {
         throw CExBadParam(
             Impl::Here("ORVEN::CValueVector::SetEntry"),
             CString("'%1' is not a vector index: expected a number from 0 to %2.", CString::ENC_UTF8)
                 .Arg(std::string(step))
-                .Arg(static_cast<long long>(g_maxEntries - 1), 0));
+                .Arg(static_cast<long long>(c_maxEntries - 1), 0));
     }
     if (*index >= size())
         resize(*index + 1, nullptr);

@@ -22,7 +22,7 @@ public:
     const CValueVector* Vector() const override { return this; }
     CValueVector* Vector() override { return this; }
     CValue* Clone(EnTfOwnership strategy) const override;
-    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergeMeta) override;
+    CValue& Copy(const CValue& source, EnTfOwnership strategy, bool mergesMeta) override;
     bool Equal(const CValue& other) const override;
     bool EqualData(const CValue& other) const override;
     EnValType GenericType() const override;

@@ -122,11 +122,11 @@ unsigned char* CImage::FirstPixel() const {
     return m_memory.get() + offset;
 }
 
-const IImage::IAccess* CImage::CreateAccess(bool /*reserved*/) const {
+const IImage::IAccess* CImage::CreateAccess(bool /*isReserved*/) const {
     return new CAccess(m_type, m_size, Strides(m_type, m_size, m_border), FirstPixel(), false);
 }
 
-IImage::IAccess* CImage::CreateAccess(bool /*reserved*/) {
+IImage::IAccess* CImage::CreateAccess(bool /*isReserved*/) {
     return new CAccess(m_type, m_size, Strides(m_type, m_size, m_border), FirstPixel(), true);
 }
 

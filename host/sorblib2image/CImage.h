@@ -34,8 +34,8 @@ public:
            const CSize& border);
     ~CImage() override;
 
-    const IAccess* CreateAccess(bool reserved) const override;
-    IAccess* CreateAccess(bool reserved) override;
+    const IAccess* CreateAccess(bool isReserved) const override;
+    IAccess* CreateAccess(bool isReserved) override;
     const CValueMap& Attributes() const override;
     CValueMap& Attributes() override;
     [[nodiscard]] const CType& Type() const override;

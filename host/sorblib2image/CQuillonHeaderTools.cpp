@@ -20,12 +20,12 @@ const std::string CQuillonHeaderTools::c_sTagFeatures = "features";
 
 namespace {
 
-const char* const g_spacing = "spacing";
-const char* const g_offset = "offset";
-const char* const g_history = "history";
-const char* const g_meta = "meta";
-const char* const g_maxDistance = "max distance";
-const char* const g_numberOfLabels = "number of labels";
+const char* const c_spacing = "spacing";
+const char* const c_offset = "offset";
+const char* const c_history = "history";
+const char* const c_meta = "meta";
+const char* const c_maxDistance = "max distance";
+const char* const c_numberOfLabels = "number of labels";
 
 std::optional<double> Number(const CValueMap& map, const char* key) {
     const CValue* value = map.Entry(key, true);
@@ -76,7 +76,7 @@ std::optional<std::size_t> Count(std::optional<double> number) {
 } // namespace
 
 bool CQuillonHeaderTools::GetSpacing(const IImage& image, double& x, double& y, double& z) {
-    const auto spacing = Triple(image, g_spacing);
+    const auto spacing = Triple(image, c_spacing);
     if (!spacing)
         return false;
     x = (*spacing)[0];
@@ -90,7 +90,7 @@ void CQuillonHeaderTools::SetSpacing(IImage& image, double x, double y, double z
     spacing->SetEntry("x", new CValueDouble(x));
     spacing->SetEntry("y", new CValueDouble(y));
     spacing->SetEntry("z", new CValueDouble(z));
-    image.Attributes().SetEntry(g_spacing, spacing.release());
+    image.Attributes().SetEntry(c_spacing, spacing.release());
 }
 
 void CQuillonHeaderTools::AddToHistory(IImage& image, const char* text, unsigned /*level*/) {
@@ -99,10 +99,10 @@ void CQuillonHeaderTools::AddToHistory(IImage& image, const char* text, unsigned
 
 void CQuillonHeaderTools::AddToHistory(IImage& image, const CValueString& text) {
     CValueMap& attributes = image.Attributes();
-    CValue* entry = attributes.Entry(g_history, true);
+    CValue* entry = attributes.Entry(c_history, true);
     if (entry == nullptr || entry->Vector() == nullptr) {
-        attributes.SetEntry(g_history, new CValueVector);
-        entry = attributes.Entry(g_history, true);
+        attributes.SetEntry(c_history, new CValueVector);
+        entry = attributes.Entry(c_history, true);
     }
     entry->Vector()->PushBack(text.Clone(CValue::TF_NONE));
 }
@@ -112,7 +112,7 @@ void CQuillonHeaderTools::SetAttributes(IImage& target, const CValueMap& source)
 }
 
 bool CQuillonHeaderTools::GetMetaInfo(const IImage& image, const char* key, CValue& out) {
-    const CValue* meta = image.Attributes().Entry(g_meta, true);
+    const CValue* meta = image.Attributes().Entry(c_meta, true);
     const CValue* value = meta != nullptr && meta->Map() != nullptr ? meta->Map()->Entry(key, true) : nullptr;
     if (value == nullptr || !IsSameKind(*value, out))
         return false;
@@ -122,7 +122,7 @@ bool CQuillonHeaderTools::GetMetaInfo(const IImage& image, const char* key, CVal
 
 void CQuillonHeaderTools::SetMetaInfo(IImage& image, const char* key, const CValue& value) {
     std::unique_ptr<CValue> copy(value.Clone(CValue::TF_NONE)); // first: it may be in what is replaced
-    MapAt(image, g_meta).SetEntry(key, copy.release());
+    MapAt(image, c_meta).SetEntry(key, copy.release());
 }
 
 void CQuillonHeaderTools::SetFeatures(IImage& image, const char* key, const CValue& value) {
@@ -131,18 +131,18 @@ void CQuillonHeaderTools::SetFeatures(IImage& image, const char* key, const CVal
 }
 
 bool CQuillonHeaderTools::GetMaxDistance(const IImage& image, double& distance) {
-    const auto number = Number(image.Attributes(), g_maxDistance);
+    const auto number = Number(image.Attributes(), c_maxDistance);
     if (number)
         distance = *number;
     return number.has_value();
 }
 
 void CQuillonHeaderTools::SetMaxDistance(IImage& image, double distance) {
-    image.Attributes().SetEntry(g_maxDistance, new CValueDouble(distance));
+    image.Attributes().SetEntry(c_maxDistance, new CValueDouble(distance));
 }
 
 bool CQuillonHeaderTools::GetNumberOfLabels(const IImage& image, std::size_t& count) {
-    const auto number = Count(Number(image.Attributes(), g_numberOfLabels));
+    const auto number = Count(Number(image.Attributes(), c_numberOfLabels));
     if (number)
         count = *number;
     return number.has_value();
@@ -155,12 +155,12 @@ void CQuillonHeaderTools::SetNumberOfLabels(IImage& image, std::size_t count) {
         value = new CValueLong(static_cast<std::int32_t>(count));
     else
         value = new CValueDouble(static_cast<double>(count));
-    image.Attributes().SetEntry(g_numberOfLabels, value);
+    image.Attributes().SetEntry(c_numberOfLabels, value);
 }
 
 bool CQuillonHeaderTools::GetOffset(const IImage& image, unsigned long& x, unsigned long& y,
                                     unsigned long& z) {
-    const auto offset = Triple(image, g_offset);
+    const auto offset = Triple(image, c_offset);
     if (!offset)
         return false;
     const auto ox = Count((*offset)[0]);

@@ -84,9 +84,9 @@ public:
     virtual ~IImage();
     IImage& operator=(const IImage&) = delete;
 
-    /// Returns a new access, owned by the caller. `reserved` is ignored; pass false.
-    virtual const IAccess* CreateAccess(bool reserved) const = 0;
-    virtual IAccess* CreateAccess(bool reserved) = 0;
+    /// Returns a new access, owned by the caller. `isReserved` is ignored; pass false.
+    virtual const IAccess* CreateAccess(bool isReserved) const = 0;
+    virtual IAccess* CreateAccess(bool isReserved) = 0;
     virtual const CValueMap& Attributes() const = 0;
     virtual CValueMap& Attributes() = 0;
     [[nodiscard]] virtual const CType& Type() const = 0;

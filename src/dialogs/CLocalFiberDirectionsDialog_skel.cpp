@@ -20,10 +20,10 @@
 
 namespace {
 
-constexpr int g_margin = 11;
-constexpr int g_spacing = 6;
+constexpr int c_margin = 11;
+constexpr int c_spacing = 6;
 
-const char* const g_className = "CLocalFiberDirectionsDialog_skel";
+const char* const c_className = "CLocalFiberDirectionsDialog_skel";
 
 template <class Widget>
 Widget* Make(QWidget* parent, const char* name) {
@@ -50,7 +50,7 @@ Layout* MakeInnerLayout(const char* name) {
     auto* layout = new Layout;
     layout->setObjectName(QString::fromLatin1(name));
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(g_spacing);
+    layout->setSpacing(c_spacing);
     return layout;
 }
 
@@ -68,7 +68,7 @@ void FillLine(QGridLayout& grid, int line, std::initializer_list<QWidget*> widge
 }
 
 QString Text(const char* text) {
-    return qApp != nullptr ? QApplication::translate(g_className, text, nullptr) : QString::fromLatin1(text);
+    return qApp != nullptr ? QApplication::translate(c_className, text, nullptr) : QString::fromLatin1(text);
 }
 
 } // namespace
@@ -76,12 +76,12 @@ QString Text(const char* text) {
 CLocalFiberDirectionsDialog_skel::CLocalFiberDirectionsDialog_skel(QWidget* parent, const char* name,
                                                                    bool modal, Qt::WindowFlags flags)
     : QDialog(parent, flags) {
-    setObjectName(QString::fromLatin1(name != nullptr ? name : g_className));
+    setObjectName(QString::fromLatin1(name != nullptr ? name : c_className));
     setModal(modal);
     auto* column = new QVBoxLayout(this);
     column->setObjectName("CLocalFiberDirectionsDialog_skelLayout");
-    column->setContentsMargins(g_margin, g_margin, g_margin, g_margin);
-    column->setSpacing(g_spacing);
+    column->setContentsMargins(c_margin, c_margin, c_margin, c_margin);
+    column->setSpacing(c_spacing);
     column->addWidget(MakeRadiusGroup());
     column->addWidget(MakeSizeGroup());
     column->addWidget(MakeAdvancedGroup());
@@ -94,7 +94,7 @@ CLocalFiberDirectionsDialog_skel::CLocalFiberDirectionsDialog_skel(QWidget* pare
 
 QGroupBox* CLocalFiberDirectionsDialog_skel::MakeRadiusGroup() {
     auto* box = select_radius_group = Make<QGroupBox>(this, "select_radius_group");
-    QGridLayout* grid = ORVEN::SetColumnLayout(*box, g_margin, g_spacing);
+    QGridLayout* grid = ORVEN::SetColumnLayout(*box, c_margin, c_spacing);
 
     radius_edit = Make<QLineEdit>(box, "radius_edit");
     textLabel2_4 = Make<QLabel>(box, "textLabel2_4");
@@ -126,7 +126,7 @@ QGroupBox* CLocalFiberDirectionsDialog_skel::MakeSizeGroup() {
     ORVEN::SetPaletteForegroundColor(*box, Qt::black);
     box->setCheckable(true);
     box->setChecked(false);
-    QGridLayout* grid = ORVEN::SetColumnLayout(*box, g_margin, g_spacing);
+    QGridLayout* grid = ORVEN::SetColumnLayout(*box, c_margin, c_spacing);
 
     textLabel3 = Make<QLabel>(box, "textLabel3");
     sizex_edit = Make<QLineEdit>(box, "sizex_edit");
@@ -168,14 +168,14 @@ QGroupBox* CLocalFiberDirectionsDialog_skel::MakeAdvancedGroup() {
     auto* box = advanced_box = Make<QGroupBox>(this, "advanced_box");
     box->setCheckable(true);
     box->setChecked(false);
-    QGridLayout* grid = ORVEN::SetColumnLayout(*box, g_margin, g_spacing);
+    QGridLayout* grid = ORVEN::SetColumnLayout(*box, c_margin, c_spacing);
     auto* column = MakeInnerLayout<QVBoxLayout>("layout31");
     output_box = Make<QCheckBox>(box, "output_box");
     column->addWidget(output_box);
 
     binarizationGroup = Make<ORVEN::CButtonGroupBox>(box, "binarizationGroup");
     binarizationGroup->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::MinimumExpanding);
-    QGridLayout* binarizationGrid = ORVEN::SetColumnLayout(*binarizationGroup, g_margin, g_spacing);
+    QGridLayout* binarizationGrid = ORVEN::SetColumnLayout(*binarizationGroup, c_margin, c_spacing);
     radioOtsu = Make<QRadioButton>(binarizationGroup, "radioOtsu");
     radioOtsu->setEnabled(false);
     offset_edit = Make<QLineEdit>(binarizationGroup, "offset_edit");

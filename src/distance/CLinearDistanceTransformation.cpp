@@ -14,7 +14,7 @@ namespace ORVEN {
 
 namespace {
 
-constexpr float g_noSeed = std::numeric_limits<float>::max();
+constexpr float c_noSeed = std::numeric_limits<float>::max();
 
 /// Sets the seeds, that is the pixels of the phase that is not measured, to 0 and all others to the greatest
 /// value.
@@ -35,7 +35,7 @@ struct CorrectInitAndDoIsotropicScaling : visitors::CMultValue<float, float> {
     using CMultValue::CMultValue;
 
     void operator()(float& distance) const {
-        if (distance == g_noSeed)
+        if (distance == c_noSeed)
             distance = 0.0F;
         else
             CMultValue::operator()(distance);

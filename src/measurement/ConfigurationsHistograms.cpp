@@ -15,8 +15,8 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::size_t g_pixelsOfBlock = 8;
-constexpr std::size_t g_configurationCount = StConfigurationsHistograms::configurationCount;
+constexpr std::size_t c_pixelsOfBlock = 8;
+constexpr std::size_t c_configurationCount = StConfigurationsHistograms::configurationCount;
 
 /// A vector with one number for each of several neighbouring blocks.
 template <class Number, std::size_t lanes>
@@ -34,7 +34,7 @@ void Order(V& a, V& b) {
 /// Sorts the eight numbers of each lane in ascending order, with a network of 19 comparators (Batcher's
 /// odd-even merge sort; Knuth, The Art of Computer Programming 3, 5.3.4).
 template <class V>
-void SortLanes(V (&numbers)[g_pixelsOfBlock]) {
+void SortLanes(V (&numbers)[c_pixelsOfBlock]) {
     constexpr std::array<std::array<std::size_t, 2>, 19> network{{{0, 1},
                                                                   {2, 3},
                                                                   {4, 5},
@@ -95,7 +95,7 @@ public:
 
     /// Records that all blocks, at the lowest grey value, start with the configuration below all their
     /// pixels.
-    void Finish() { m_counts[g_configurationCount - 1] += m_blockCount; }
+    void Finish() { m_counts[c_configurationCount - 1] += m_blockCount; }
 
 private:
     /// Returns the same number in all lanes.
@@ -108,8 +108,8 @@ private:
 
     /// Counts neighbouring blocks, at most as many as there are lanes.
     void CountBlocks(const std::array<const T*, 4>& rows, std::size_t blockCount) {
-        SignedNumbers sorted[g_pixelsOfBlock];
-        for (std::size_t pixel = 0; pixel < g_pixelsOfBlock; ++pixel) {
+        SignedNumbers sorted[c_pixelsOfBlock];
+        for (std::size_t pixel = 0; pixel < c_pixelsOfBlock; ++pixel) {
             typename StLanes<T, lanes>::Vector values;
             std::memcpy(&values, rows[pixel / 2] + pixel % 2, sizeof values);
             const Numbers numbers = __builtin_convertvector(values, Numbers) * Filled(256) +
@@ -120,10 +120,10 @@ private:
 
         // The changes of configuration at each pixel, as indices into the counts. Between equal values these
         // include configurations that do not occur; they cancel out.
-        Number left[g_pixelsOfBlock][lanes];
-        Number entered[g_pixelsOfBlock][lanes];
-        Numbers configuration = Filled(g_configurationCount - 1);
-        for (std::size_t pixel = 0; pixel < g_pixelsOfBlock; ++pixel) {
+        Number left[c_pixelsOfBlock][lanes];
+        Number entered[c_pixelsOfBlock][lanes];
+        Numbers configuration = Filled(c_configurationCount - 1);
+        for (std::size_t pixel = 0; pixel < c_pixelsOfBlock; ++pixel) {
             const Numbers number = reinterpret_cast<Numbers>(sorted[pixel]) ^ Filled(signBit);
             const Numbers row = number & ~Filled(255);
             const Numbers before = row | configuration;
@@ -134,13 +134,13 @@ private:
         }
         for (std::size_t lane = 0; lane < blockCount; ++lane) {
             const Number first = left[0][lane];
-            const Number last = entered[g_pixelsOfBlock - 1][lane];
-            if (first == last + (g_configurationCount - 1)) { // all pixels are equal
+            const Number last = entered[c_pixelsOfBlock - 1][lane];
+            if (first == last + (c_configurationCount - 1)) { // all pixels are equal
                 --m_counts[first];
                 ++m_counts[last];
                 continue;
             }
-            for (std::size_t pixel = 0; pixel < g_pixelsOfBlock; ++pixel) {
+            for (std::size_t pixel = 0; pixel < c_pixelsOfBlock; ++pixel) {
                 --m_counts[left[pixel][lane]]; // may wrap around; the running sum undoes this
                 ++m_counts[entered[pixel][lane]];
             }
@@ -156,7 +156,7 @@ template <class T>
 StConfigurationsHistograms Count(const CImage& image) {
     StConfigurationsHistograms histograms;
     histograms.greatestGreyValue = std::numeric_limits<T>::max();
-    histograms.counts.assign((std::size_t{histograms.greatestGreyValue} + 1) * g_configurationCount, 0);
+    histograms.counts.assign((std::size_t{histograms.greatestGreyValue} + 1) * c_configurationCount, 0);
 
     const CImageView<const T> pixels(image);
     const std::int64_t blocksOfRow = std::max<std::int64_t>(pixels.nx - 1, 0); // rows can be empty
@@ -169,8 +169,8 @@ StConfigurationsHistograms Count(const CImage& image) {
         }
     }
     counter.Finish();
-    for (std::size_t place = g_configurationCount; place < histograms.counts.size(); ++place)
-        histograms.counts[place] += histograms.counts[place - g_configurationCount];
+    for (std::size_t place = c_configurationCount; place < histograms.counts.size(); ++place)
+        histograms.counts[place] += histograms.counts[place - c_configurationCount];
     return histograms;
 }
 

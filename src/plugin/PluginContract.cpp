@@ -18,7 +18,7 @@ using namespace ORVEN;
 
 namespace {
 
-const char* const g_focused = "input/documents/focused";
+const char* const c_focused = "input/documents/focused";
 
 /// Returns the value at the key if its class is exactly V, otherwise null.
 template <class V>
@@ -30,9 +30,9 @@ const V* TypedEntry(const CValueMap& values, const char* key) {
 bool IsFocusGiven(const CValueMap& tree, EnFocusTest test) {
     switch (test) {
     case EnFocusTest::ANY_ENTRY:
-        return tree.HasEntry(g_focused);
+        return tree.HasEntry(c_focused);
     case EnFocusTest::POINTER_TO_DOCUMENT:
-        return tree.HasEntry(g_focused, typeid(CValuePointer<CValueMap>));
+        return tree.HasEntry(c_focused, typeid(CValuePointer<CValueMap>));
     case EnFocusTest::ANY_INPUT:
         return tree.HasEntry("input");
     }
@@ -64,7 +64,7 @@ void DescribePlugin(CValueMap& setup, const char* pluginName) {
 }
 
 const CImage* FocusedImage(const CValueMap& tree) {
-    const auto* focused = TypedEntry<CValuePointer<CValueMap>>(tree, g_focused);
+    const auto* focused = TypedEntry<CValuePointer<CValueMap>>(tree, c_focused);
     const CValueMap* document = UnwrapPointer<CValueMap>(static_cast<const CValue*>(focused));
     if (document == nullptr)
         return nullptr;
@@ -74,7 +74,7 @@ const CImage* FocusedImage(const CValueMap& tree) {
 
 void StoreFocusedDocument(const CValueMap& tree, CValueMap*& document, EnFocusTest test) {
     if (IsFocusGiven(tree, test))
-        document = UnwrapPointer<CValueMap>(tree.Entry(g_focused, true));
+        document = UnwrapPointer<CValueMap>(tree.Entry(c_focused, true));
 }
 
 bool ReadParameter(const CValueMap& values, const char* key, bool& member) {

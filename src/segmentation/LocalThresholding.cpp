@@ -17,17 +17,17 @@ using namespace ORVEN;
 namespace {
 
 // Contract wording: both plug-ins use this name in errors and reports.
-const char* const g_site = "SegmSauvolaPlugin";
+const char* const c_site = "SegmSauvolaPlugin";
 
 void RequireParameter(const CValueMap& parameters, const char* key) {
     if (!parameters.HasEntry(key)) {
-        throw CException(g_site, CString("No parameter %1 specified", CString::ENC_UTF8).Arg(key), nullptr);
+        throw CException(c_site, CString("No parameter %1 specified", CString::ENC_UTF8).Arg(key), nullptr);
     }
 }
 
 void Binarize(const StLocalThresholding& settings, const StLocalThresholdingMethod& method,
               const CImage& image, CImage& result) {
-    if (settings.useNewImplementation) {
+    if (settings.usesNewImplementation) {
         CFastLocalThresholding algorithm(nullptr, nullptr);
         algorithm.m_nWindowSize = settings.windowSize;
         algorithm.m_fCoefficient = static_cast<double>(settings.coefficient);
@@ -38,7 +38,7 @@ void Binarize(const StLocalThresholding& settings, const StLocalThresholdingMeth
     } else if (image.Type() == IMAGE_GREY_16) {
         method.older16(settings, image, result);
     } else {
-        throw CException(g_site, method.unsupported, nullptr);
+        throw CException(c_site, method.unsupported, nullptr);
     }
 }
 
@@ -57,7 +57,7 @@ void StLocalThresholding::Update(const CValueMap& tree) {
             return;
         coefficient = static_cast<float>(wideCoefficient);
         if (!contract::ReadParameter(*parameters, "windowsize", windowSize) ||
-            !contract::ReadParameter(*parameters, "usenewimpl", useNewImplementation))
+            !contract::ReadParameter(*parameters, "usenewimpl", usesNewImplementation))
             return;
     }
     contract::StoreFocusedDocument(tree, focusedDocument, contract::EnFocusTest::ANY_ENTRY);
@@ -76,7 +76,7 @@ bool AcceptsLocalThresholding(const CValueMap& tree) {
 
 void RunLocalThresholding(CValueMap& tree, const StLocalThresholding& settings,
                           const StLocalThresholdingMethod& method) {
-    contract::ReportExceptions(g_site, [&] {
+    contract::ReportExceptions(c_site, [&] {
         const CImage* image = contract::ContentOf(settings.focusedDocument);
         if (image == nullptr)
             return;
@@ -86,7 +86,7 @@ void RunLocalThresholding(CValueMap& tree, const StLocalThresholding& settings,
         Binarize(settings, method, *image, *result);
         if (method.tellsTime) {
             const auto ticks = static_cast<double>(std::clock() - start);
-            std::cout << (settings.useNewImplementation ? "NEW " : "OLD ") << method.name << ": "
+            std::cout << (settings.usesNewImplementation ? "NEW " : "OLD ") << method.name << ": "
                       << ticks / 1000.0 << std::endl;
         }
 

@@ -13,7 +13,7 @@ struct StLocalThresholding {
     ORVEN::CValueMap* focusedDocument = nullptr;
     float coefficient = -0.2F;
     std::int32_t windowSize = 5; ///< half width of the window, in pixels
-    bool useNewImplementation = true;
+    bool usesNewImplementation = true;
 
     /// Reads the parameters, then the focused document. If "parameters" exists, all three of them are
     /// required: a missing one raises `CException`. One of the wrong kind stops the reading, and the document

@@ -8,15 +8,15 @@ namespace quillon {
 
 namespace {
 
-constexpr std::uint64_t g_lowBits = 0x0101010101010101U;
-constexpr std::uint64_t g_sevenBits = 0x7F7F7F7F7F7F7F7FU;
+constexpr std::uint64_t c_lowBits = 0x0101010101010101U;
+constexpr std::uint64_t c_sevenBits = 0x7F7F7F7F7F7F7F7FU;
 
 // The first byte in memory is the lowest byte of a word.
 static_assert(std::endian::native == std::endian::little);
 
 /// Returns 1 in each byte that is not 0: the addition carries into the top bit, or that bit was already set.
 constexpr std::uint64_t NonZeroBytes(std::uint64_t bytes) {
-    return ((((bytes & g_sevenBits) + g_sevenBits) | bytes) >> 7) & g_lowBits;
+    return ((((bytes & c_sevenBits) + c_sevenBits) | bytes) >> 7) & c_lowBits;
 }
 
 struct StNonZero {
@@ -25,7 +25,7 @@ struct StNonZero {
 
 struct StOnes {
     std::uint64_t operator()(std::uint64_t bytes) const {
-        return NonZeroBytes(bytes ^ g_lowBits) ^ g_lowBits;
+        return NonZeroBytes(bytes ^ c_lowBits) ^ c_lowBits;
     }
 };
 

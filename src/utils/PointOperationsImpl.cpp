@@ -15,37 +15,37 @@ namespace ORVEN::Impl {
 
 namespace {
 
-constexpr std::string_view g_constSuffix = " const";
+constexpr std::string_view c_constSuffix = " const";
 
 template <class T>
-constexpr std::string_view g_typeText;
+constexpr std::string_view c_typeText;
 template <class T>
-constexpr std::string_view g_typeText<const T> = CJoinedText<g_typeText<T>, g_constSuffix>::text;
+constexpr std::string_view c_typeText<const T> = CJoinedText<c_typeText<T>, c_constSuffix>::text;
 template <>
-constexpr std::string_view g_typeText<CImage> = "class ORVEN::CImage";
+constexpr std::string_view c_typeText<CImage> = "class ORVEN::CImage";
 template <>
-constexpr std::string_view g_typeText<IImage> = "class ORVEN::IImage";
+constexpr std::string_view c_typeText<IImage> = "class ORVEN::IImage";
 template <>
-constexpr std::string_view g_typeText<unsigned char> = "unsigned char";
+constexpr std::string_view c_typeText<unsigned char> = "unsigned char";
 template <>
-constexpr std::string_view g_typeText<unsigned short> = "unsigned short";
+constexpr std::string_view c_typeText<unsigned short> = "unsigned short";
 template <>
-constexpr std::string_view g_typeText<unsigned int> = "unsigned int";
+constexpr std::string_view c_typeText<unsigned int> = "unsigned int";
 template <>
-constexpr std::string_view g_typeText<float> = "float";
+constexpr std::string_view c_typeText<float> = "float";
 
-constexpr std::string_view g_extractor = "ORVEN::Impl::CImageDataExtractor<";
-constexpr std::string_view g_comma = ",";
-constexpr std::string_view g_scope = ">::";
-constexpr std::string_view g_initSize = "InitSize";
-constexpr std::string_view g_checkImageValidy = "CheckImageValidy";
-constexpr std::string_view g_setPixelTypeInfo = "SetPixelTypeInfo";
-constexpr std::string_view g_checkPixelType = "CheckPixelType";
-constexpr std::string_view g_checkImagesAgainst = "CheckImagesAgainst";
+constexpr std::string_view c_extractor = "ORVEN::Impl::CImageDataExtractor<";
+constexpr std::string_view c_comma = ",";
+constexpr std::string_view c_scope = ">::";
+constexpr std::string_view c_initSize = "InitSize";
+constexpr std::string_view c_checkImageValidy = "CheckImageValidy";
+constexpr std::string_view c_setPixelTypeInfo = "SetPixelTypeInfo";
+constexpr std::string_view c_checkPixelType = "CheckPixelType";
+constexpr std::string_view c_checkImagesAgainst = "CheckImagesAgainst";
 
 template <class ImageClass, class PixelType, const std::string_view& operation>
 StExLocation Where(const std::source_location& where = std::source_location::current()) {
-    return Here(CJoinedText<g_extractor, g_typeText<ImageClass>, g_comma, g_typeText<PixelType>, g_scope,
+    return Here(CJoinedText<c_extractor, c_typeText<ImageClass>, c_comma, c_typeText<PixelType>, c_scope,
                             operation>::c_str(),
                 where);
 }
@@ -97,7 +97,7 @@ template <class ImageClass, class PixelType>
 std::array<std::int64_t, 3> CImageDataExtractor<ImageClass, PixelType>::InitSize(const CSize& size) {
     if (size.Dim() < 1 || size.Dim() > 3) {
         // contract wording
-        throw CException(Where<ImageClass, PixelType, g_initSize>(),
+        throw CException(Where<ImageClass, PixelType, c_initSize>(),
                          CString("Dim = %1 can not be handle by CImageDataExtractor.", CString::ENC_UTF8)
                              .Arg(size.Dim(), 0));
     }
@@ -111,7 +111,7 @@ template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::CheckImageValidy() const {
     if (dimension == 0 || dimension > 3) {
         // contract wording: these are not placeholders, so the text is shown with them unreplaced
-        throw CException(Where<ImageClass, PixelType, g_checkImageValidy>(),
+        throw CException(Where<ImageClass, PixelType, c_checkImageValidy>(),
                          CString("%s: image dimension '%d' not supported.", CString::ENC_UTF8)
                              .Arg(name)
                              .Arg(static_cast<char>(dimension)));
@@ -119,7 +119,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckImageValidy() const {
     if (isInterleaved) {
         // contract wording
         throw CException(
-            Where<ImageClass, PixelType, g_checkImageValidy>(),
+            Where<ImageClass, PixelType, c_checkImageValidy>(),
             CString("%1: just non interleaved image types are supported.", CString::ENC_UTF8).Arg(name));
     }
 }
@@ -128,7 +128,7 @@ template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::SetPixelTypeInfo(const IImage& image) {
     if (!HoldsPixels<std::remove_const_t<PixelType>>(image.Type())) {
         // contract wording: %2 occurs twice, so there is no placeholder for the image type
-        throw CException(Where<ImageClass, PixelType, g_setPixelTypeInfo>(),
+        throw CException(Where<ImageClass, PixelType, c_setPixelTypeInfo>(),
                          CString("%1: Pixel type '%2' and image type '%2' do not match -- unregistered image "
                                  "type?.",
                                  CString::ENC_UTF8)
@@ -147,7 +147,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckPixelType() const {
         return;
     // contract wording
     throw CException(
-        Where<ImageClass, PixelType, g_checkPixelType>(),
+        Where<ImageClass, PixelType, c_checkPixelType>(),
         CString("%1: supposed pixel type '%2' does not match to image pixel type '%3'.", CString::ENC_UTF8)
             .Arg(name)
             .Arg(pixelTypeInfo->name())
@@ -157,7 +157,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckPixelType() const {
 template <class ImageClass, class PixelType>
 void CImageDataExtractor<ImageClass, PixelType>::CheckImagesAgainst(const StImageRecord& other) const {
     if (dimension != other.dimension) {
-        throw CException(Where<ImageClass, PixelType, g_checkImagesAgainst>(),
+        throw CException(Where<ImageClass, PixelType, c_checkImagesAgainst>(),
                          CString("%1 and %2: image dimensions '%3' and '%4' do not match.", CString::ENC_UTF8)
                              .Arg(name)
                              .Arg(other.name)
@@ -165,7 +165,7 @@ void CImageDataExtractor<ImageClass, PixelType>::CheckImagesAgainst(const StImag
                              .Arg(int{other.dimension}, 0));
     }
     if (sizeX != other.sizeX || sizeY != other.sizeY || sizeZ != other.sizeZ) {
-        throw CException(Where<ImageClass, PixelType, g_checkImagesAgainst>(),
+        throw CException(Where<ImageClass, PixelType, c_checkImagesAgainst>(),
                          CString("%1 and %2: image sizes %3 and %4 do not match.", CString::ENC_UTF8)
                              .Arg(name)
                              .Arg(other.name)

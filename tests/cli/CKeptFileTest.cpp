@@ -91,7 +91,7 @@ TEST(KeptFile, LeavesItsPermissionsToTheNewOne) {
 }
 
 TEST(KeptFile, ComesBackWhenASignalEndsTheProgram) {
-    for (const int signal : g_endingSignals) {
+    for (const int signal : c_endingSignals) {
         SCOPED_TRACE(signal);
         const CTestFolder folder;
         Store(folder / "t.csv", "old");
@@ -109,7 +109,7 @@ TEST(KeptFile, ComesBackWhenASignalEndsTheProgram) {
 }
 
 TEST(WorkFolder, IsRemovedByEveryEndingSignal) {
-    for (const int signal : g_endingSignals) {
+    for (const int signal : c_endingSignals) {
         SCOPED_TRACE(signal);
         const CTestFolder folder;
         EXPECT_EQ(EndOfChild([&] {

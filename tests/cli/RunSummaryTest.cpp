@@ -50,7 +50,7 @@ TEST(RunSummary, SuggestsHowToKeepResults) {
     record.isReported = true;
     EXPECT_EQ(RunSummary(record, {}), first);
     record.isReported = false;
-    record.showedWindows = true;
+    record.hasShownWindows = true;
     EXPECT_EQ(RunSummary(record, {}), first);
     record.hasMeasured = true;
     EXPECT_EQ(RunSummary(record, {}),

@@ -50,7 +50,7 @@ std::vector<double> SquaredDistances(const StSeeds& seeds, const std::array<doub
             }
             take(square);
         }
-        for (std::size_t axis = 0; seeds.outsideIsSeed && axis < static_cast<std::size_t>(seeds.size.Dim());
+        for (std::size_t axis = 0; seeds.isOutsideSeed && axis < static_cast<std::size_t>(seeds.size.Dim());
              ++axis) {
             const auto toOutside =
                 static_cast<double>(std::min(place[axis] + 1, extents[axis] - place[axis]));
@@ -61,8 +61,8 @@ std::vector<double> SquaredDistances(const StSeeds& seeds, const std::array<doub
     return result;
 }
 
-StSeeds SeedsOf(const IImage& image, bool onForeground, bool outsideIsSeed) {
-    StSeeds seeds{image.Size(), PixelsOf<unsigned char>(image), outsideIsSeed};
+StSeeds SeedsOf(const IImage& image, bool onForeground, bool isOutsideSeed) {
+    StSeeds seeds{image.Size(), PixelsOf<unsigned char>(image), isOutsideSeed};
     for (unsigned char& pixel : seeds.isSeed)
         pixel = (pixel != 0) != onForeground ? 1 : 0;
     return seeds;

@@ -16,7 +16,7 @@ namespace test {
 struct StSeeds {
     ORVEN::CSize size;
     std::vector<unsigned char> isSeed; ///< in raster order, x fastest
-    bool outsideIsSeed = false;        ///< the pixels just beyond the border are seeds too
+    bool isOutsideSeed = false;        ///< the pixels just beyond the border are seeds too
 };
 
 /// Stands for the distance to nothing.
@@ -26,7 +26,7 @@ inline constexpr double c_noDistance = -1.0;
 std::vector<double> SquaredDistances(const StSeeds& seeds, const std::array<double, 3>& weights = {1, 1, 1});
 
 /// Where the pixels of a binary image have, or have not, the value of the seeds.
-StSeeds SeedsOf(const ORVEN::IImage& image, bool onForeground, bool outsideIsSeed);
+StSeeds SeedsOf(const ORVEN::IImage& image, bool onForeground, bool isOutsideSeed);
 
 /// A size of dimension 1, 2 or 3 with extents from 1 up to about `largest`, many of them 1 or next to the
 /// number of lines that are done at once.
@@ -40,10 +40,10 @@ class CForeignImage : public ORVEN::IImage {
 public:
     explicit CForeignImage(ORVEN::CImage& image)
         : m_image(image) {}
-    const IAccess* CreateAccess(bool reserved) const override {
+    const IAccess* CreateAccess(bool isReserved) const override {
         return const_cast<const ORVEN::CImage&>(m_image).CreateAccess(reserved);
     }
-    IAccess* CreateAccess(bool reserved) override { return m_image.CreateAccess(reserved); }
+    IAccess* CreateAccess(bool isReserved) override { return m_image.CreateAccess(reserved); }
     const ORVEN::CValueMap& Attributes() const override { return m_image.Attributes(); }
     ORVEN::CValueMap& Attributes() override { return m_image.Attributes(); }
     [[nodiscard]] const CType& Type() const override { return m_image.Type(); }

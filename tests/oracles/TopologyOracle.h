@@ -11,7 +11,7 @@
 /// Nothing here shares code or tables with the library. Neighbourhoods are named by id.
 namespace test {
 
-inline const std::vector<std::string> g_neighborhoodIds{"N6", "N26", "N14_1", "N14_2"};
+inline const std::vector<std::string> c_neighborhoodIds{"N6", "N26", "N14_1", "N14_2"};
 
 /// Whether two pixels that lie apart by this offset are neighbours.
 bool AreNeighbors(const std::string& id, const Vector& offset);

@@ -8,10 +8,10 @@
 namespace test {
 namespace {
 
-const std::uint32_t g_init = 0xFFFFFFFF;
-const std::uint32_t g_mask = 0xFFFFFFFE;
-const std::uint32_t g_inQueue = 0xFFFFFFFD;
-const std::uint32_t g_watershed = 0;
+const std::uint32_t c_init = 0xFFFFFFFF;
+const std::uint32_t c_mask = 0xFFFFFFFE;
+const std::uint32_t c_inQueue = 0xFFFFFFFD;
+const std::uint32_t c_watershed = 0;
 
 bool IsFinal(std::uint32_t label) { return label <= 0xFFFFFFFC; }
 bool IsPositive(std::uint32_t label) { return label >= 1 && label <= 0xFFFFFFFC; }
@@ -40,7 +40,7 @@ std::vector<Step> AllOfTheBlock() {
 }
 
 std::vector<Step> StepsOf(const std::string& neighborhood) {
-    static const std::map<std::string, std::vector<Step>> g_steps{
+    static const std::map<std::string, std::vector<Step>> c_steps{
         {"N4", Planar({{0, -1}, {-1, 0}, {1, 0}, {0, 1}})},
         {"N6_1", Planar({{-1, -1}, {0, -1}, {-1, 0}, {1, 0}, {0, 1}, {1, 1}})},
         {"N6_2", Planar({{0, -1}, {1, -1}, {-1, 0}, {1, 0}, {-1, 1}, {0, 1}})},
@@ -77,7 +77,7 @@ std::vector<Step> StepsOf(const std::string& neighborhood) {
           {-1, 1, 1},
           {0, 1, 1}}},
         {"N26", AllOfTheBlock()}};
-    return g_steps.at(neighborhood);
+    return c_steps.at(neighborhood);
 }
 
 template <class T>
@@ -147,7 +147,7 @@ public:
     explicit CReferenceFlood(const StReferenceWatershedRun& run)
         : m_run(run)
         , m_steps(StepsOf(run.neighborhood))
-        , m_labels(MakeGrid(run.size, g_init)) {}
+        , m_labels(MakeGrid(run.size, c_init)) {}
 
     StReferenceWatershedResult Run() {
         const std::vector<Position> raster = RasterOrder(m_run.size);
@@ -170,9 +170,9 @@ public:
 private:
     void FloodLevel(const StLevel& level) {
         for (const Position& place : level.places) {
-            At(m_labels, place) = g_mask;
+            At(m_labels, place) = c_mask;
             if (HasLabelledNeighbor(place)) {
-                At(m_labels, place) = g_inQueue;
+                At(m_labels, place) = c_inQueue;
                 m_queue.push_back(place);
             }
         }
@@ -184,7 +184,7 @@ private:
         if (!m_run.seeds.empty())
             return;
         for (const Position& place : level.places) {
-            if (At(m_labels, place) != g_mask)
+            if (At(m_labels, place) != c_mask)
                 continue;
             ++m_currentLabel;
             m_queue.push_back(place);
@@ -220,24 +220,24 @@ private:
     }
 
     void DecideLabel(const Position& place) {
-        bool flag = false;
+        bool isFlagged = false;
         for (const Position& neighbor : NeighborsOf(place)) {
             const std::uint32_t own = At(m_labels, place);
             const std::uint32_t label = At(m_labels, neighbor);
             if (IsPositive(label)) {
-                if (own == g_inQueue || (own == g_watershed && flag)) {
+                if (own == c_inQueue || (own == c_watershed && isFlagged)) {
                     At(m_labels, place) = label;
                 } else if (IsPositive(own) && own != label) {
-                    At(m_labels, place) = g_watershed;
-                    flag = false;
+                    At(m_labels, place) = c_watershed;
+                    isFlagged = false;
                 }
-            } else if (label == g_watershed) {
-                if (own == g_inQueue) {
-                    At(m_labels, place) = g_watershed;
-                    flag = true;
+            } else if (label == c_watershed) {
+                if (own == c_inQueue) {
+                    At(m_labels, place) = c_watershed;
+                    isFlagged = true;
                 }
-            } else if (label == g_mask) {
-                At(m_labels, neighbor) = g_inQueue;
+            } else if (label == c_mask) {
+                At(m_labels, neighbor) = c_inQueue;
                 m_queue.push_back(neighbor);
             }
         }
@@ -264,7 +264,7 @@ private:
             m_queue.pop_front();
             Add(place);
             for (const Position& neighbor : NeighborsOf(place)) {
-                if (At(m_labels, neighbor) != g_mask)
+                if (At(m_labels, neighbor) != c_mask)
                     continue;
                 m_queue.push_back(neighbor);
                 At(m_labels, neighbor) = m_currentLabel;
@@ -282,7 +282,7 @@ private:
             const Position place = m_queue.front();
             m_queue.pop_front();
             for (const Position& neighbor : NeighborsOf(place)) {
-                if (At(m_labels, neighbor) != g_mask)
+                if (At(m_labels, neighbor) != c_mask)
                     continue;
                 m_queue.push_back(neighbor);
                 At(m_labels, neighbor) = m_currentLabel;
@@ -333,7 +333,7 @@ private:
 
     void Undo() {
         while (!m_region.empty()) {
-            At(m_labels, m_region.front()) = g_mask;
+            At(m_labels, m_region.front()) = c_mask;
             m_region.pop_front();
         }
     }

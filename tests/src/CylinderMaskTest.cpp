@@ -54,12 +54,12 @@ protected:
 };
 
 void SetCylinder(test::CPackHost& host, const std::string& axis, double s, double t, double radius,
-                 bool crop) {
+                 bool isCropped) {
     host.Set("axis", Text(axis));
     host.Set("s", new CValueDouble(s));
     host.Set("t", new CValueDouble(t));
     host.Set("radius", new CValueDouble(radius));
-    host.Set("crop", new CValueBool(crop));
+    host.Set("crop", new CValueBool(isCropped));
 }
 
 /// The numbers that the cylinder on record has: s, t and radius.
@@ -330,13 +330,13 @@ TEST_F(CylinderMaskPlugin, TheHistoryShowsNumbersInSixDigits) {
 // ---------------------------------------------------------------------------------------------------
 
 TEST_F(CylinderMaskPlugin, NumberOfLabelsAndGreatestDistanceOfTheInputSurvive) {
-    for (const bool crop : {false, true}) {
+    for (const bool isCropped : {false, true}) {
         test::CPackHost host(Positions(CSize(9, 9, 2)));
         CQuillonHeaderTools::SetNumberOfLabels(host.Image(), 17);
         CQuillonHeaderTools::SetMaxDistance(host.Image(), 12.5);
         CQuillonHeaderTools::SetSpacing(host.Image(), 1, 2, 3);
         CQuillonHeaderTools::AddToHistory(host.Image(), "earlier", 0);
-        SetCylinder(host, "Z", 4, 4, 3, crop);
+        SetCylinder(host, "Z", 4, 4, 3, isCropped);
         Run(host);
         std::size_t count = 0;
         EXPECT_TRUE(CQuillonHeaderTools::GetNumberOfLabels(host.Result(), count));
@@ -394,9 +394,9 @@ TEST_F(CylinderMaskPlugin, ADocumentWithoutLabelGetsAnEmptyOne) {
 
 TEST_F(CylinderMaskPlugin, AnImageOfAnotherTypeEndsTheRunSilently) {
     for (const auto& type : {IMAGE_BINARY_BG, IMAGE_COMPLEX_F}) {
-        for (const bool crop : {false, true}) {
+        for (const bool isCropped : {false, true}) {
             test::CPackHost host(Image(type, CSize(9, 9, 2)));
-            SetCylinder(host, "Z", 4, 4, 2, crop);
+            SetCylinder(host, "Z", 4, 4, 2, isCropped);
             EXPECT_EQ(Refusal(host), "nothing");
             EXPECT_EQ(m_standardError, "");
             EXPECT_EQ(host.DocumentCount(), 0U);

@@ -18,10 +18,10 @@ namespace {
 
 using namespace ORVEN;
 
-const char* const g_result = "features/FieldFeaturesOverGrayvalue";
+const char* const c_result = "features/FieldFeaturesOverGrayvalue";
 
 const CValueMap* ResultOf(const CImage& image) {
-    const CValue* entry = image.Attributes().Entry(g_result, true);
+    const CValue* entry = image.Attributes().Entry(c_result, true);
     return entry != nullptr ? entry->Map() : nullptr;
 }
 
@@ -135,7 +135,7 @@ TEST(FieldFeaturesGrayValueImage, RunsOnADocumentWithoutLabel) {
 TEST(FieldFeaturesGrayValueImage, ASecondRunReplacesTheResult) {
     test::CPackHost host(RandomGrey(CSize(4, 4, 4)));
     (void)Measure(host);
-    host.Image().Attributes().SetEntry(std::string(g_result).append("/stale"), new CValueDouble(1.0));
+    host.Image().Attributes().SetEntry(std::string(c_result).append("/stale"), new CValueDouble(1.0));
     EXPECT_FALSE(Measure(host).HasEntry("stale"));
 }
 

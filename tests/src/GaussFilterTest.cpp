@@ -22,11 +22,11 @@ using namespace ORVEN;
 using test::PixelsOf;
 using Floats = std::vector<float>;
 
-const CSize g_size(6, 5, 4);
+const CSize c_size(6, 5, 4);
 
 std::unique_ptr<CImage> Volume() {
     std::mt19937 random(17);
-    return test::RandomImage<unsigned char>(IMAGE_GREY_8, g_size, random, 0, 256);
+    return test::RandomImage<unsigned char>(IMAGE_GREY_8, c_size, random, 0, 256);
 }
 
 std::vector<double> SpacingOf(const CImage& image) {
@@ -58,7 +58,7 @@ TEST_F(GaussFilterPlugin, OnA2dImageGetDataRaisesWithTheDimension) {
 }
 
 TEST_F(GaussFilterPlugin, OnABinaryImageGetDataRaises) {
-    test::CPackHost host(std::make_unique<CImage>(IMAGE_BINARY_FG, g_size, CSize(0, 0, 0)));
+    test::CPackHost host(std::make_unique<CImage>(IMAGE_BINARY_FG, c_size, CSize(0, 0, 0)));
     EXPECT_EQ(Refusal(host), "ORVEN::CYoungVanVliet::gauss: Image type IMAGE_BINARY_FG not supported.");
     EXPECT_FALSE(host.Tree().HasEntry("output"));
 }
@@ -66,17 +66,17 @@ TEST_F(GaussFilterPlugin, OnABinaryImageGetDataRaises) {
 TEST_F(GaussFilterPlugin, ADefaultObjectSmoothsWithSigma1) {
     test::CPackHost host(Volume());
     EXPECT_EQ(Run(host), "gaussian(sigma=1)");
-    CImage expected(IMAGE_GREY_F, g_size, CSize(0, 0, 0));
+    CImage expected(IMAGE_GREY_F, c_size, CSize(0, 0, 0));
     CYoungVanVliet(1.0, nullptr, nullptr).gauss(expected, host.Image());
     EXPECT_EQ(host.Result().Type(), IMAGE_GREY_F);
-    EXPECT_EQ(host.Result().Size(), g_size);
+    EXPECT_EQ(host.Result().Size(), c_size);
     EXPECT_EQ(PixelsOf<float>(host.Result()), PixelsOf<float>(expected));
     EXPECT_EQ(PixelsOf<unsigned char>(host.Image()), PixelsOf<unsigned char>(*Volume())); // only read
 }
 
 TEST_F(GaussFilterPlugin, EachGreyTypeYieldsAFloatImage) {
     for (const auto& type : {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F}) {
-        test::CPackHost host(std::make_unique<CImage>(type, g_size, CSize(0, 0, 0)));
+        test::CPackHost host(std::make_unique<CImage>(type, c_size, CSize(0, 0, 0)));
         EXPECT_EQ(Run(host), "gaussian(sigma=1)");
         EXPECT_EQ(host.Result().Type(), IMAGE_GREY_F);
     }

@@ -27,7 +27,7 @@ namespace {
 
 using namespace ORVEN;
 
-const std::string g_result = "features/Granulometry";
+const std::string c_result = "features/Granulometry";
 
 std::unique_ptr<CImage> PlainImage() {
     return std::make_unique<CImage>(IMAGE_BINARY_FG, CSize(20, 12), CSize(0, 0, 0));
@@ -36,9 +36,9 @@ std::unique_ptr<CImage> PlainImage() {
 std::unique_ptr<CImage> MeasuredImage(bool isOnForeground = true) {
     auto image = PlainImage();
     CValueMap& attributes = image->Attributes();
-    attributes.SetEntry(g_result + "/data/2.000000e+00", new CValueLong(20));
-    attributes.SetEntry(g_result + "/data/6.000000e+00", new CValueLong(100));
-    attributes.SetEntry(g_result + "/on foreground", new CValueBool(isOnForeground));
+    attributes.SetEntry(c_result + "/data/2.000000e+00", new CValueLong(20));
+    attributes.SetEntry(c_result + "/data/6.000000e+00", new CValueLong(100));
+    attributes.SetEntry(c_result + "/on foreground", new CValueBool(isOnForeground));
     return image;
 }
 
@@ -93,7 +93,7 @@ protected:
                     box.windowTitle().toStdString() + "|" + box.text().toStdString() + "|" +
                     (box.parentWidget() == nullptr ? "no parent" : "parent");
             EXPECT_EQ(box.textFormat(), Qt::PlainText);
-            m_cursorAtBox = QApplication::overrideCursor() != nullptr;
+            m_wasCursorAtBox = QApplication::overrideCursor() != nullptr;
             box.accept();
         });
     }
@@ -116,7 +116,7 @@ protected:
     std::string m_suggestion;
     std::string m_filter;
     std::string m_box;
-    bool m_cursorAtBox = false;
+    bool m_wasCursorAtBox = false;
     std::string m_output;
     std::string m_error;
 };
@@ -124,7 +124,7 @@ protected:
 TEST_F(GranulometryExport, AcceptsAnyImageThatCarriesAResult) {
     EXPECT_TRUE(m_plugin->TestParameters(test::CPackHost(MeasuredImage()).Tree()));
     auto other = std::make_unique<CImage>(IMAGE_GREY_F, CSize(3, 3, 3), CSize(0, 0, 0));
-    other->Attributes().SetEntry(g_result + "/on foreground", new CValueBool(true));
+    other->Attributes().SetEntry(c_result + "/on foreground", new CValueBool(true));
     EXPECT_TRUE(m_plugin->TestParameters(test::CPackHost(std::move(other)).Tree()));
 }
 
@@ -172,8 +172,8 @@ TEST_F(GranulometryExport, AResultOfTheBackgroundIsExportedAsSuch) {
 
 TEST_F(GranulometryExport, StepWidthAndFilterShowAmongTheAttributesAndNotAmongTheParameters) {
     auto image = MeasuredImage();
-    image->Attributes().SetEntry(g_result + "/stepwidth", new CValueDouble(0.25));
-    image->Attributes().SetEntry(g_result + "/medialaxispoint-filtered", new CValueBool(true));
+    image->Attributes().SetEntry(c_result + "/stepwidth", new CValueDouble(0.25));
+    image->Attributes().SetEntry(c_result + "/medialaxispoint-filtered", new CValueBool(true));
     test::CPackHost host(std::move(image));
     PickFile(Path());
     Run(host);
@@ -237,7 +237,7 @@ TEST_F(GranulometryExport, ReturnsSilentlyWithoutAResult) {
 TEST_F(GranulometryExport, ExportsNothingFromAnImageThatHasLostItsResult) {
     test::CPackHost host(MeasuredImage());
     m_plugin->UpdateParameters(host.Tree());
-    host.Image().Attributes().RemoveEntry(g_result);
+    host.Image().Attributes().RemoveEntry(c_result);
     ExpectNoDialog();
     Run(host);
     EXPECT_EQ(m_output + m_error, "");
@@ -247,8 +247,8 @@ TEST_F(GranulometryExport, ExportsNothingFromAnImageThatHasLostItsResult) {
 TEST_F(GranulometryExport, AnImageThatHasLostItsResultExportsTheNextOne) {
     test::CPackHost host(MeasuredImage());
     m_plugin->UpdateParameters(host.Tree());
-    host.Image().Attributes().RemoveEntry(g_result);
-    host.Image().Attributes().SetEntry(g_result + "/data/8.000000e+00", new CValueLong(3));
+    host.Image().Attributes().RemoveEntry(c_result);
+    host.Image().Attributes().SetEntry(c_result + "/data/8.000000e+00", new CValueLong(3));
     PickFile(Path());
     Run(host);
     EXPECT_EQ(Lines().back(), "8.000000e+00;3");
@@ -258,8 +258,8 @@ TEST_F(GranulometryExport, ExportsNothingOnceANewMeasurementHasReplacedTheOneTha
     test::CPackHost host(MeasuredImage());
     m_plugin->UpdateParameters(host.Tree());
     // Made first, so that it cannot come to lie where the old one was.
-    auto* replacement = new CValueMap(*host.Image().Attributes().Entry(g_result, true)->Map());
-    host.Image().Attributes().SetEntry(g_result, replacement);
+    auto* replacement = new CValueMap(*host.Image().Attributes().Entry(c_result, true)->Map());
+    host.Image().Attributes().SetEntry(c_result, replacement);
     ExpectNoDialog();
     GetData(host.Tree());
     EXPECT_EQ(m_output + m_error, "");
@@ -269,7 +269,7 @@ TEST_F(GranulometryExport, ExportsNothingOnceANewMeasurementHasReplacedTheOneTha
 TEST_F(GranulometryExport, ExportsTheCurrentResultOfTheImage) {
     test::CPackHost host(MeasuredImage());
     m_plugin->UpdateParameters(host.Tree());
-    host.Image().Attributes().SetEntry(g_result + "/data/6.000000e+00", new CValueLong(101));
+    host.Image().Attributes().SetEntry(c_result + "/data/6.000000e+00", new CValueLong(101));
     PickFile(Path());
     GetData(host.Tree());
     EXPECT_EQ(Lines().back(), "6.000000e+00;101");
@@ -326,7 +326,7 @@ TEST_F(GranulometryExport, ShowsTheWaitCursorWhileItSaves) {
 
 TEST_F(GranulometryExport, AResultOfAnotherKindIsNoResult) {
     auto image = PlainImage();
-    image->Attributes().SetEntry(g_result, new CValueLong(1));
+    image->Attributes().SetEntry(c_result, new CValueLong(1));
     test::CPackHost host(std::move(image));
     EXPECT_TRUE(m_plugin->TestParameters(host.Tree()));
     Run(host);
@@ -335,7 +335,7 @@ TEST_F(GranulometryExport, AResultOfAnotherKindIsNoResult) {
 
 TEST_F(GranulometryExport, AResultWithoutDataWritesTitlesAlone) {
     auto image = PlainImage();
-    image->Attributes().SetEntry(g_result + "/note", new CValueLong(1));
+    image->Attributes().SetEntry(c_result + "/note", new CValueLong(1));
     test::CPackHost host(std::move(image));
     PickFile(Path());
     Run(host);
@@ -355,7 +355,7 @@ TEST_F(GranulometryExport, APathThatCannotBeOpenedShowsTheBoxAndPrintsALineOnSta
     });
     Run(host);
     EXPECT_EQ(m_box, "critical|Save Error|Could not save csv file.|no parent");
-    EXPECT_FALSE(m_cursorAtBox);
+    EXPECT_FALSE(m_wasCursorAtBox);
     EXPECT_EQ(m_error, "Can't open file for writing.\n");
     EXPECT_EQ(m_output, "");
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);

@@ -26,7 +26,7 @@ namespace {
 
 using namespace ORVEN;
 
-const char* const g_result = "features/Granulometry";
+const char* const c_result = "features/Granulometry";
 
 std::unique_ptr<CImage> Shape(const CSize& size,
                               const std::function<bool(std::int64_t x, std::int64_t y)>& isForeground) {
@@ -53,7 +53,7 @@ std::unique_ptr<CImage> Cube() {
 using Counts = std::map<std::string, std::int32_t>;
 
 const CValueMap* ResultOf(const IImage& image) {
-    const CValue* entry = image.Attributes().Entry(g_result, true);
+    const CValue* entry = image.Attributes().Entry(c_result, true);
     return entry != nullptr ? entry->Map() : nullptr;
 }
 
@@ -97,18 +97,18 @@ protected:
     }
 };
 
-const std::string g_refusal = "CGranulometryPlugin: Only isotropic pixels are supported, but spacing is ";
+const std::string c_refusal = "CGranulometryPlugin: Only isotropic pixels are supported, but spacing is ";
 
 TEST_F(Granulometry, ASpacingThatDiffersAlongZFailsThere) {
-    EXPECT_EQ(RefusalOf(Cube(), 1, 1, 2), g_refusal + "(1.000000,1.000000,2.000000).");
+    EXPECT_EQ(RefusalOf(Cube(), 1, 1, 2), c_refusal + "(1.000000,1.000000,2.000000).");
 }
 
 TEST_F(Granulometry, ASpacingThatDiffersAlongXFailsWithTheMessageOfThreeValuesIn3Dimensions) {
-    EXPECT_EQ(RefusalOf(Cube(), 1, 2, 2), g_refusal + "(1.000000,2.000000,2.000000).");
+    EXPECT_EQ(RefusalOf(Cube(), 1, 2, 2), c_refusal + "(1.000000,2.000000,2.000000).");
 }
 
 TEST_F(Granulometry, ASpacingThatDiffersFailsWithTheMessageOfTwoValuesIn2Dimensions) {
-    EXPECT_EQ(RefusalOf(LineAndBar(), 0.5, 0.25, 0.5), g_refusal + "(0.500000,0.250000).");
+    EXPECT_EQ(RefusalOf(LineAndBar(), 0.5, 0.25, 0.5), c_refusal + "(0.500000,0.250000).");
 }
 
 TEST_F(Granulometry, AThirdSpacingOfAnImageOf2DimensionsDoesNotCount) {
@@ -117,14 +117,14 @@ TEST_F(Granulometry, AThirdSpacingOfAnImageOf2DimensionsDoesNotCount) {
 
 TEST_F(Granulometry, ASpacingIsComparedWithoutTolerance) {
     const double almost1 = std::nextafter(1.0, 2.0);
-    EXPECT_EQ(RefusalOf(Cube(), 1, 1, almost1), g_refusal + "(1.000000,1.000000,1.000000).");
-    EXPECT_EQ(RefusalOf(LineAndBar(), 1, almost1, 1), g_refusal + "(1.000000,1.000000).");
+    EXPECT_EQ(RefusalOf(Cube(), 1, 1, almost1), c_refusal + "(1.000000,1.000000,1.000000).");
+    EXPECT_EQ(RefusalOf(LineAndBar(), 1, almost1, 1), c_refusal + "(1.000000,1.000000).");
 }
 
 TEST_F(Granulometry, ASpacingOfNaNCountsAsDifferent) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(RefusalOf(Cube(), nan, nan, nan), g_refusal + "(nan,nan,nan).");
-    EXPECT_EQ(RefusalOf(LineAndBar(), nan, nan, 1), g_refusal + "(nan,nan).");
+    EXPECT_EQ(RefusalOf(Cube(), nan, nan, nan), c_refusal + "(nan,nan,nan).");
+    EXPECT_EQ(RefusalOf(LineAndBar(), nan, nan, 1), c_refusal + "(nan,nan).");
 }
 
 TEST_F(Granulometry, AnImageWithoutSpacingPassesAsIsotropic) {
@@ -362,7 +362,7 @@ TEST_F(Granulometry, DiametersThatPrintAlikeShareAnEntry) {
 TEST_F(Granulometry, AnEarlierResultOnTheImageIsReplaced) {
     test::CPackHost host(LineAndBar());
     (void)Measure(host);
-    host.Image().Attributes().SetEntry(std::string(g_result) + "/data/9.000000e+00", new CValueLong(9));
+    host.Image().Attributes().SetEntry(std::string(c_result) + "/data/9.000000e+00", new CValueLong(9));
     host.Set("onForeground", new CValueBool(false));
     const CValueMap& result = Measure(host);
     EXPECT_FALSE(result.Entry("data", true)->Map()->HasEntry("9.000000e+00"));

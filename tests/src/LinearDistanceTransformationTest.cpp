@@ -210,16 +210,16 @@ TEST_F(LinearDtPlugin, EqualsTheDefinitionOnRandomImagesInAllModes) {
             CQuillonHeaderTools::SetSpacing(host.Image(), spacing[0], spacing[1], spacing[2]);
         const int axis = static_cast<int>(random() % (isFlat ? 2 : 3));
         const bool onForeground = coin();
-        const bool exact = coin();
+        const bool isExact = coin();
         const bool isEmbedded = coin();
         host.Set("direction", Text(std::string(1, static_cast<char>('x' + axis))));
         host.Set("compute on foreground", new CValueBool(onForeground));
-        host.Set("compute exact values", new CValueBool(exact));
+        host.Set("compute exact values", new CValueBool(isExact));
         host.Set("embedded edge treatment", new CValueBool(isEmbedded));
         const std::string history = Run(host);
         const double pixelLength = hasSpacing ? spacing[static_cast<std::size_t>(axis)] : 1.0;
         ASSERT_EQ(PixelsOf<float>(host.Result()),
-                  BruteForce(host.Image(), axis, onForeground, !exact, isEmbedded, pixelLength))
+                  BruteForce(host.Image(), axis, onForeground, !isExact, isEmbedded, pixelLength))
             << size.ToString() << ' ' << history;
     }
 }

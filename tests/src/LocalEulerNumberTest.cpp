@@ -22,10 +22,10 @@ using test::Text;
 using Bytes = std::vector<unsigned char>;
 using Floats = std::vector<float>;
 
-constexpr std::array g_ids{"N6", "N26", "N14_1", "N14_2"};
+constexpr std::array c_ids{"N6", "N26", "N14_1", "N14_2"};
 
 /// Where the maximum starts.
-const float g_leastPositive = std::bit_cast<float>(0x00800000U);
+const float c_leastPositive = std::bit_cast<float>(0x00800000U);
 
 std::unique_ptr<CImage> Empty(const CSize& size) {
     return std::make_unique<CImage>(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
@@ -83,7 +83,7 @@ TEST_F(LocalEulerNumberPlugin, KeepsTheNeighbourhoodWhenNoneIsGivenOrItIsNoText)
 }
 
 TEST_F(LocalEulerNumberPlugin, RecordsTheNeighbourhoodInTheHistory) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         test::CPackHost host(Empty(CSize(3, 3, 3)));
         host.Set("Neighborhood", Text(id));
         EXPECT_EQ(Run(host), "localeulernumber(" + id + ")");
@@ -156,11 +156,11 @@ TEST_F(LocalEulerNumberPlugin, WithoutALabelTheResultIsCalledAfterThePlugin) {
 // ----------------------------------------------------------------------------------------------------------
 
 TEST_F(LocalEulerNumberPlugin, AnImageWithoutForegroundHas0EverywhereAndTheLeastPositiveFloatForMaximum) {
-    EXPECT_EQ(g_leastPositive, std::numeric_limits<float>::min());
-    for (const std::string id : g_ids) {
+    EXPECT_EQ(c_leastPositive, std::numeric_limits<float>::min());
+    for (const std::string id : c_ids) {
         const auto [figures, minMax] = Figures(CSize(4, 3, 5), Bytes(60, 0), id);
         EXPECT_EQ(figures, Floats(60, 0));
-        EXPECT_EQ(minMax, (std::vector<double>{0.0, double{g_leastPositive}}));
+        EXPECT_EQ(minMax, (std::vector<double>{0.0, double{c_leastPositive}}));
     }
 }
 
@@ -174,11 +174,11 @@ TEST_F(LocalEulerNumberPlugin, TheMaximumStaysWhereItStartsIfNoFigureIsPositive)
     EXPECT_EQ(figures[1], -1);
     EXPECT_EQ(figures[4], -3);
     EXPECT_EQ(figures[13], -6);
-    EXPECT_EQ(minMax, (std::vector<double>{-6.0, double{g_leastPositive}}));
+    EXPECT_EQ(minMax, (std::vector<double>{-6.0, double{c_leastPositive}}));
 }
 
 TEST_F(LocalEulerNumberPlugin, AFigureOf1ReplacesTheStartOfTheMaximum) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         Bytes pixels(125, 0);
         pixels[62] = 1;
         const auto [figures, minMax] = Figures(CSize(5, 5, 5), pixels, id);
@@ -189,19 +189,19 @@ TEST_F(LocalEulerNumberPlugin, AFigureOf1ReplacesTheStartOfTheMaximum) {
 }
 
 TEST_F(LocalEulerNumberPlugin, AnImageOfOnePixelHasItsPixelForFigure) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         const auto one = Figures(CSize(1, 1, 1), {1}, id);
         EXPECT_EQ(one.figures, Floats{1});
         EXPECT_EQ(one.minMax, (std::vector<double>{1.0, 1.0}));
         const auto zero = Figures(CSize(1, 1, 1), {0}, id);
         EXPECT_EQ(zero.figures, Floats{0});
-        EXPECT_EQ(zero.minMax, (std::vector<double>{0.0, double{g_leastPositive}}));
+        EXPECT_EQ(zero.minMax, (std::vector<double>{0.0, double{c_leastPositive}}));
     }
 }
 
 TEST_F(LocalEulerNumberPlugin, NoPixelIsLeftUnset) {
     // A pixel that was left out would be 0.
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         for (const CSize& size : {CSize(1, 1, 7), CSize(7, 1, 1), CSize(1, 7, 1), CSize(70, 5, 3)}) {
             const Bytes solid(static_cast<std::size_t>(size.PixelCount()), 1);
             EXPECT_EQ(Figures(size, solid, id).figures, Floats(solid.size(), 1.0F)) << size.ToString();
@@ -214,7 +214,7 @@ TEST_F(LocalEulerNumberPlugin, TheCentreIsLeftAsItIs) {
     Bytes ring(27, 0);
     for (const std::size_t at : {9U, 10U, 11U, 12U, 14U, 15U, 16U, 17U})
         ring[at] = 1;
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         EXPECT_EQ(Figures(CSize(3, 3, 3), ring, id).figures[13], 0) << id;
         Bytes disk = ring;
         disk[13] = 1;

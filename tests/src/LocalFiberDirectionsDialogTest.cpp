@@ -34,13 +34,13 @@ namespace {
 
 using namespace ORVEN;
 
-const char* const g_name = "LocalFiberDirectionsDialog";
+const char* const c_name = "LocalFiberDirectionsDialog";
 
 using Plugin = std::unique_ptr<CPluginBase>;
 
 /// A plug-in of a pack that no dialog has been accepted of: from a copy that is loaded as another library.
 Plugin PluginWithoutMemory() {
-    const Plugin loaded = test::CreatePlugin(g_name); // and with it the libraries that the copy needs
+    const Plugin loaded = test::CreatePlugin(c_name); // and with it the libraries that the copy needs
     const QTemporaryDir folder;
     const std::string copy = folder.filePath("pack.so").toStdString();
     std::filesystem::copy_file(QUILLON_PACK, copy);
@@ -48,7 +48,7 @@ Plugin PluginWithoutMemory() {
     if (library == nullptr)
         throw std::runtime_error(dlerror());
     const auto create = reinterpret_cast<void* (*)(const char*)>(dlsym(library, "CreatePluginInstanceEx"));
-    return Plugin(static_cast<CPluginBase*>(create(g_name)));
+    return Plugin(static_cast<CPluginBase*>(create(c_name)));
 }
 
 std::unique_ptr<CImage> NewImage(const CSize& size = CSize(100, 80, 60),
@@ -118,7 +118,7 @@ protected:
         return testing::internal::GetCapturedStderr();
     }
 
-    Plugin plugin = test::CreatePlugin(g_name);
+    Plugin plugin = test::CreatePlugin(c_name);
     bool hasOpened = false;
 
 private:
@@ -243,7 +243,7 @@ TEST_F(LocalFiberDirectionsDialog, RemembersASubfieldAndShowsItInThePixelsOfTheN
     auto image = NewImage();
     CQuillonHeaderTools::SetSpacing(*image, 0.5, 0.25, 2.0);
     test::CPackHost second(std::move(image));
-    plugin = test::CreatePlugin(g_name); // the memory is that of all objects
+    plugin = test::CreatePlugin(c_name); // the memory is that of all objects
     Cancel(second, [](const QDialog& dialog) {
         EXPECT_EQ(Text(dialog, "radius_edit"), "3");
         EXPECT_EQ(Text(dialog, "radius_pixel_edit"), "6");

@@ -31,7 +31,7 @@ namespace {
 
 using namespace ORVEN;
 
-const std::string g_measurement = "features/FiberDirections/";
+const std::string c_measurement = "features/FiberDirections/";
 
 CValueString* Text(const char* text) { return new CValueString(text, CString::NPOS); }
 
@@ -49,16 +49,16 @@ CValueMap* NewRow(double tensor) {
 std::unique_ptr<CImage> MeasuredImage() {
     auto image = std::make_unique<CImage>(IMAGE_GREY_8, CSize(512, 512, 30), CSize(0, 0, 0));
     CValueMap& attributes = image->Attributes();
-    attributes.SetEntry(g_measurement + "FieldFiberDirections", NewRow(0.5));
-    attributes.SetEntry(g_measurement + "Fiber radius", new CValueDouble(1.5));
-    attributes.SetEntry(g_measurement + "Otsu factor", new CValueDouble(1.25));
-    attributes.SetEntry(g_measurement + "Border", new CValueLong(4));
+    attributes.SetEntry(c_measurement + "FieldFiberDirections", NewRow(0.5));
+    attributes.SetEntry(c_measurement + "Fiber radius", new CValueDouble(1.5));
+    attributes.SetEntry(c_measurement + "Otsu factor", new CValueDouble(1.25));
+    attributes.SetEntry(c_measurement + "Border", new CValueLong(4));
     return image;
 }
 
 void AddSubfields(CImage& image) {
     CValueMap& attributes = image.Attributes();
-    const std::string subfields = g_measurement + "SubfieldFiberDirections/";
+    const std::string subfields = c_measurement + "SubfieldFiberDirections/";
     for (const char* name : {"Subfield z000 y000 x000", "Subfield z000 y000 x001"}) {
         CValueMap* row = NewRow(0.25);
         row->SetEntry("Difference to global direction", new CValueDouble(0.125));
@@ -74,7 +74,7 @@ void AddProfiles(CImage& image) {
         row->SetEntry("Difference to global direction", new CValueDouble(0.5));
         row->SetEntry("Number of subfields", Text("n/a"));
         row->SetEntry("Slice position", new CValueLong(7));
-        image.Attributes().SetEntry(g_measurement + "SubfieldProfiles/" + direction + "/Slice 0007", row);
+        image.Attributes().SetEntry(c_measurement + "SubfieldProfiles/" + direction + "/Slice 0007", row);
     }
 }
 
@@ -128,10 +128,11 @@ protected:
     }
 
     /// Exports these kinds of rows; the lines of the file.
-    std::vector<std::string> Export(test::CPackHost& host, bool field, bool subfields, bool profiles) {
-        host.Set("export_field", new CValueBool(field))
-            .Set("export_subfields", new CValueBool(subfields))
-            .Set("export_profiles", new CValueBool(profiles));
+    std::vector<std::string> Export(test::CPackHost& host, bool hasField, bool hasSubfields,
+                                    bool hasProfiles) {
+        host.Set("export_field", new CValueBool(hasField))
+            .Set("export_subfields", new CValueBool(hasSubfields))
+            .Set("export_profiles", new CValueBool(hasProfiles));
         PickFile(Path());
         Run(host);
         std::ifstream file(Path());
@@ -150,7 +151,7 @@ protected:
     std::string m_error;
 };
 
-const char* const g_fieldTitles =
+const char* const c_fieldTitles =
     R"("ID";"Difference to global direction";"Entry type";"Evaluated area/x0";"Evaluated area/x1";)"
     R"("Evaluated area/y0";"Evaluated area/y1";"Evaluated area/z0";"Evaluated area/z1";"Number of subfields";)"
     R"("Orientation tensor/xx";"Orientation tensor/yy";"Slice position")";
@@ -160,7 +161,7 @@ TEST_F(LocalFiberDirectionsExport, AcceptsAnyImageThatCarriesTheFieldMeasurement
     auto other = std::make_unique<CImage>(IMAGE_GREY_F, CSize(3, 3), CSize(0, 0));
     EXPECT_FALSE(m_plugin->TestParameters(test::CPackHost(std::move(other)).Tree()));
     auto withoutField = std::make_unique<CImage>(IMAGE_GREY_F, CSize(3, 3), CSize(0, 0));
-    withoutField->Attributes().SetEntry(g_measurement + "Border", new CValueLong(4));
+    withoutField->Attributes().SetEntry(c_measurement + "Border", new CValueLong(4));
     EXPECT_FALSE(m_plugin->TestParameters(test::CPackHost(std::move(withoutField)).Tree()));
 }
 
@@ -195,7 +196,7 @@ TEST_F(LocalFiberDirectionsExport, ExportsNothingOnceANewMeasurementHasReplacedT
 
 TEST_F(LocalFiberDirectionsExport, AFieldThatIsNoMapIsReportedAndTheOldTableStays) {
     auto image = MeasuredImage();
-    image->Attributes().SetEntry(g_measurement + "FieldFiberDirections", Text("directions"));
+    image->Attributes().SetEntry(c_measurement + "FieldFiberDirections", Text("directions"));
     test::CPackHost host(std::move(image));
     EXPECT_TRUE(m_plugin->TestParameters(host.Tree())) << "any entry will do there";
     std::ofstream(Path()) << "old table";
@@ -224,7 +225,7 @@ TEST_F(LocalFiberDirectionsExport, WritesCommentTitlesAndTheRowOfTheField) {
     const auto lines = Export(host, true, false, false);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[0], "# Fiber radius: 1.5, Otsu factor: 1.25, Border: 4, Image size: (512,512,30)");
-    EXPECT_EQ(lines[1], g_fieldTitles);
+    EXPECT_EQ(lines[1], c_fieldTitles);
     EXPECT_EQ(lines[2], R"("FieldFiberDirections";0;"field";4;4;4;4;4;4;"n/a";0.5;0.5;"n/a")");
     EXPECT_EQ(m_output, "LocalFiberDirectionsExportPlugin( field ): Saving '" + Path() + "' ... ok\n");
     EXPECT_EQ(m_error, "");
@@ -240,7 +241,7 @@ TEST_F(LocalFiberDirectionsExport, WritesSubfieldsAndProfilesInTheOrderOfTheirKe
     ASSERT_EQ(lines.size(), 8U);
     EXPECT_EQ(lines[0], "# Subfield size: 50, Subfield step: 50, Fiber radius: 1.5, Otsu factor: 1.25, "
                         "Border: 4, Image size: (512,512,30)");
-    EXPECT_EQ(lines[1], g_fieldTitles);
+    EXPECT_EQ(lines[1], c_fieldTitles);
     EXPECT_EQ(lines[2], R"("FieldFiberDirections";0;"field";4;4;4;4;4;4;2;0.5;0.5;"n/a")");
     EXPECT_EQ(lines[3], R"("Subfield z000 y000 x000";0.125;"subfield";4;4;4;4;4;4;1;0.25;0.75;"n/a")");
     EXPECT_EQ(lines[4], R"("Subfield z000 y000 x001";0.125;"subfield";4;4;4;4;4;4;1;0.25;0.75;"n/a")");
@@ -280,13 +281,13 @@ TEST_F(LocalFiberDirectionsExport, WithoutSubfieldsExportedTheCommentHasNoSubfie
     test::CPackHost host(std::move(image));
     const auto lines = Export(host, false, false, true);
     EXPECT_EQ(lines[0], "# Fiber radius: 1.5, Otsu factor: 1.25, Border: 4, Image size: (512,512,30)");
-    EXPECT_EQ(lines[1], g_fieldTitles) << "titles come from the field, exported or not";
+    EXPECT_EQ(lines[1], c_fieldTitles) << "titles come from the field, exported or not";
     EXPECT_EQ(lines.size(), 5U);
 }
 
 TEST_F(LocalFiberDirectionsExport, AFieldWithoutATensorWritesNoRowButCountsAsWritten) {
     auto image = MeasuredImage();
-    image->Attributes().RemoveEntry(g_measurement + "FieldFiberDirections/Orientation tensor");
+    image->Attributes().RemoveEntry(c_measurement + "FieldFiberDirections/Orientation tensor");
     test::CPackHost host(std::move(image));
     EXPECT_EQ(Export(host, true, false, false).size(), 2U);
     EXPECT_EQ(m_output, "LocalFiberDirectionsExportPlugin( field ): Saving '" + Path() + "' ... ok\n");
@@ -295,19 +296,19 @@ TEST_F(LocalFiberDirectionsExport, AFieldWithoutATensorWritesNoRowButCountsAsWri
 TEST_F(LocalFiberDirectionsExport, WithNoItemsButTheImageSizeTheCommentHoldsThatAlone) {
     auto image = MeasuredImage();
     for (const char* key : {"Fiber radius", "Otsu factor", "Border"})
-        image->Attributes().RemoveEntry(g_measurement + key);
+        image->Attributes().RemoveEntry(c_measurement + key);
     test::CPackHost host(std::move(image));
     EXPECT_EQ(Export(host, true, false, false)[0], "# Image size: (512,512,30)");
 }
 
 TEST_F(LocalFiberDirectionsExport, TheCommentShowsAnOtsuFactorThatIsATextOrNoneOfBoth) {
     auto image = MeasuredImage();
-    image->Attributes().SetEntry(g_measurement + "Otsu factor", Text("mask image"));
+    image->Attributes().SetEntry(c_measurement + "Otsu factor", Text("mask image"));
     test::CPackHost masked(std::move(image));
     EXPECT_EQ(Export(masked, true, false, false)[0],
               "# Fiber radius: 1.5, Otsu factor: mask image, Border: 4, Image size: (512,512,30)");
     image = MeasuredImage();
-    image->Attributes().SetEntry(g_measurement + "Otsu factor", new CValueBool(true));
+    image->Attributes().SetEntry(c_measurement + "Otsu factor", new CValueBool(true));
     test::CPackHost odd(std::move(image));
     std::filesystem::remove(Path());
     EXPECT_EQ(Export(odd, true, false, false)[0],
@@ -316,8 +317,8 @@ TEST_F(LocalFiberDirectionsExport, TheCommentShowsAnOtsuFactorThatIsATextOrNoneO
 
 TEST_F(LocalFiberDirectionsExport, ItemsOfTheCommentOfAnotherKindAreLeftOut) {
     auto image = MeasuredImage();
-    image->Attributes().SetEntry(g_measurement + "Fiber radius", new CValueLong(2));
-    image->Attributes().SetEntry(g_measurement + "Border", new CValueDouble(4.0));
+    image->Attributes().SetEntry(c_measurement + "Fiber radius", new CValueLong(2));
+    image->Attributes().SetEntry(c_measurement + "Border", new CValueDouble(4.0));
     test::CPackHost host(std::move(image));
     EXPECT_EQ(Export(host, true, false, false)[0], "# Otsu factor: 1.25, Image size: (512,512,30)");
 }

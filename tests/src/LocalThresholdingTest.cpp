@@ -23,11 +23,11 @@ using namespace ORVEN;
 using Bytes = std::vector<unsigned char>;
 using Words = std::vector<unsigned short>;
 
-const char* const g_niblackImprecise =
+const char* const c_niblackImprecise =
     "The machine precision on this system is not sufficient for computing the required statistics for "
     "Niblack "
     "thresholding in this image. Please try converting this image to a smaller data type!";
-const char* const g_sauvolaImprecise =
+const char* const c_sauvolaImprecise =
     "The machine precision on this system is not sufficient for computing the required statistics for "
     "Sauvola "
     "thresholding in this image. Please try converting this image to a smaller data type!";
@@ -43,10 +43,10 @@ std::string Raised(const Call& call) {
     return "nothing";
 }
 
-void SetParameters(test::CPackHost& host, double coefficient, std::int32_t windowSize, bool useNew) {
+void SetParameters(test::CPackHost& host, double coefficient, std::int32_t windowSize, bool usesNew) {
     host.Set("coefficient", new CValueDouble(coefficient));
     host.Set("windowsize", new CValueLong(windowSize));
-    host.Set("usenewimpl", new CValueBool(useNew));
+    host.Set("usenewimpl", new CValueBool(usesNew));
 }
 
 std::unique_ptr<CImage> Ramp(const IImage::CType& type = IMAGE_GREY_8) {
@@ -167,10 +167,10 @@ TEST_P(LocalThresholdPlugin, TheOlderImplementationAcceptsOnly8And16Bit) {
 }
 
 TEST_P(LocalThresholdPlugin, BothImplementationsProduceABinaryImageOf0And1) {
-    for (const bool useNew : {false, true}) {
+    for (const bool usesNew : {false, true}) {
         for (const auto& type : {IMAGE_GREY_8, IMAGE_GREY_16}) {
             test::CPackHost host(Ramp(type));
-            SetParameters(host, 0.2, 1, useNew);
+            SetParameters(host, 0.2, 1, usesNew);
             host.Run(*plugin);
             EXPECT_EQ(host.Result().Type(), IMAGE_BINARY_FG);
             EXPECT_EQ(host.Result().Size(), CSize(4, 3));
@@ -218,13 +218,13 @@ TEST_P(LocalThresholdPlugin, RunsTheAlgorithmOfItsMethodWithTheCoefficientAsFloa
 
 TEST(SegmSauvola, PrintsTheTimeOfEitherImplementationOnStandardOutput) {
     const auto plugin = test::CreatePlugin("SegmSauvola");
-    for (const bool useNew : {false, true}) {
+    for (const bool usesNew : {false, true}) {
         test::CPackHost host(Ramp());
-        SetParameters(host, -0.2, 1, useNew);
+        SetParameters(host, -0.2, 1, usesNew);
         testing::internal::CaptureStdout();
         host.Run(*plugin);
         const std::string output = testing::internal::GetCapturedStdout();
-        const std::string start = useNew ? "NEW Sauvola: " : "OLD Sauvola: ";
+        const std::string start = usesNew ? "NEW Sauvola: " : "OLD Sauvola: ";
         ASSERT_EQ(output.substr(0, start.size()), start);
         std::size_t used = 0;
         EXPECT_GE(std::stod(output.substr(start.size()), &used), 0.0);
@@ -242,8 +242,8 @@ TEST(SegmNiblack, WritesNothingToStandardOutput) {
 
 TEST(SegmNiblack, APrecisionFailureOfTheOlderImplementationDeliversNoDocument) {
     for (const auto& [name, site, message] :
-         {std::tuple{"SegmNiblack", "CNiblackThresholder", g_niblackImprecise},
-          std::tuple{"SegmSauvola", "CSauvolaThresholder", g_sauvolaImprecise}}) {
+         {std::tuple{"SegmNiblack", "CNiblackThresholder", c_niblackImprecise},
+          std::tuple{"SegmSauvola", "CSauvolaThresholder", c_sauvolaImprecise}}) {
         const auto plugin = test::CreatePlugin(name);
         test::CPackHost host(test::ImageOf(IMAGE_GREY_16, CSize(3, 3), Words(9, 50000)));
         SetParameters(host, -0.2, 1, false);
@@ -295,17 +295,17 @@ TEST(OlderThresholders, CannotTakeValuesAbove46340In16Bit) {
     EXPECT_EQ(Binarized<Niblack16>(*exact, 1, -0.2F), Bytes(16, 0));
     const auto wraps = test::ImageOf(IMAGE_GREY_16, CSize(4, 4), Words(16, 46341));
     EXPECT_EQ(Raised([&] { Binarized<Niblack16>(*wraps, 1, -0.2F); }),
-              std::string("CNiblackThresholder: ") + g_niblackImprecise);
+              std::string("CNiblackThresholder: ") + c_niblackImprecise);
     EXPECT_EQ(Raised([&] { Binarized<Sauvola16>(*wraps, 1, -0.2F); }),
-              std::string("CSauvolaThresholder: ") + g_sauvolaImprecise);
+              std::string("CSauvolaThresholder: ") + c_sauvolaImprecise);
 }
 
 TEST(OlderThresholders, ANegativeWindowSizeIsAnEmptyWindowAndRaises) {
     const auto image = Ramp();
     EXPECT_EQ(Raised([&] { Binarized<Niblack8>(*image, -1, -0.2F); }),
-              std::string("CNiblackThresholder: ") + g_niblackImprecise);
+              std::string("CNiblackThresholder: ") + c_niblackImprecise);
     EXPECT_EQ(Raised([&] { Binarized<Sauvola8>(*image, -3, -0.2F); }),
-              std::string("CSauvolaThresholder: ") + g_sauvolaImprecise);
+              std::string("CSauvolaThresholder: ") + c_sauvolaImprecise);
 }
 
 TEST(OlderThresholders, AnOutputOfAnotherSizeIsLeftAsItIs) {

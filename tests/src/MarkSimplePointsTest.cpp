@@ -21,7 +21,7 @@ using test::PixelsOf;
 using test::Text;
 using Bytes = std::vector<unsigned char>;
 
-constexpr std::array g_ids{"N6", "N26", "N14_1", "N14_2"};
+constexpr std::array c_ids{"N6", "N26", "N14_1", "N14_2"};
 
 std::unique_ptr<CImage> Binary(const CSize& size, const Bytes& pixels) {
     return ImageOf(IMAGE_BINARY_FG, size, pixels);
@@ -95,7 +95,7 @@ TEST_F(MarkSimplePointsPlugin, KeepsTheNeighbourhoodWhenNoneIsGivenOrItIsNoText)
 }
 
 TEST_F(MarkSimplePointsPlugin, RecordsTheNeighbourhoodInTheHistory) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         test::CPackHost host(Empty(CSize(3, 3, 3)));
         host.Set("Neighborhood", Text(id));
         EXPECT_EQ(Run(host), "simplepoints(" + id + ")");
@@ -188,7 +188,7 @@ TEST_F(MarkSimplePointsPlugin, ACancelledCopyIsDeliveredWithTheRest0) {
 // ------------------------------------------------------------------------------------------------------------
 
 TEST_F(MarkSimplePointsPlugin, AnIsolatedPixelStays1) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         EXPECT_EQ(MarkOf({}, id), 1) << id;
         EXPECT_EQ(Marked(CSize(1, 1, 1), {1}, id), Bytes{1}) << id;
     }
@@ -198,7 +198,7 @@ TEST_F(MarkSimplePointsPlugin, APixelWithAll26NeighboursStays1) {
     std::vector<std::size_t> all;
     for (std::size_t cell = 0; cell < 27; ++cell)
         all.push_back(cell);
-    for (const std::string id : g_ids)
+    for (const std::string id : c_ids)
         EXPECT_EQ(MarkOf(all, id), 1) << id;
 }
 
@@ -214,7 +214,7 @@ TEST_F(MarkSimplePointsPlugin, InASolidBallOnlyTheSurfaceIsMarkedAndTheBackgroun
                 ball.push_back(isInside(x, y, z) ? 1 : 0);
         }
     }
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         const Bytes marked = Marked(size, ball, id);
         EXPECT_GT(std::ranges::count(marked, 255), 50) << id;
         for (std::int64_t index = 0; index < 13 * 13 * 13; ++index) {
@@ -236,7 +236,7 @@ TEST_F(MarkSimplePointsPlugin, InASolidBallOnlyTheSurfaceIsMarkedAndTheBackgroun
 }
 
 TEST_F(MarkSimplePointsPlugin, AnInputWithoutForegroundYieldsZeros) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         test::CPackHost host(Empty(CSize(5, 4, 3)));
         host.Set("Neighborhood", Text(id));
         Run(host);
@@ -253,17 +253,17 @@ TEST_F(MarkSimplePointsPlugin, ForegroundBytesOtherThan1AreCopiedAndNotExamined)
         Bytes pixels = Cube({12});
         for (unsigned char& pixel : pixels)
             pixel = pixel != 0 ? byte : 0;
-        for (const std::string id : g_ids)
+        for (const std::string id : c_ids)
             EXPECT_EQ(Marked(CSize(3, 3, 3), pixels, id), pixels) << id;
         // They are foreground for a 1 beside them all the same.
         pixels[13] = 1;
-        for (const std::string id : g_ids)
+        for (const std::string id : c_ids)
             EXPECT_EQ(Marked(CSize(3, 3, 3), pixels, id)[13], 255) << id;
     }
 }
 
 TEST_F(MarkSimplePointsPlugin, TwoNeighbouringSimplePointsAreBothMarked) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         const Bytes marked = Marked(CSize(3, 3, 3), Cube({12}), id);
         EXPECT_EQ(marked[12], 255) << id;
         EXPECT_EQ(marked[13], 255) << id;
@@ -272,7 +272,7 @@ TEST_F(MarkSimplePointsPlugin, TwoNeighbouringSimplePointsAreBothMarked) {
 }
 
 TEST_F(MarkSimplePointsPlugin, APixelThatAloneConnectsTwoOthersStays1) {
-    for (const std::string id : g_ids) {
+    for (const std::string id : c_ids) {
         EXPECT_EQ(Marked(CSize(3, 1, 1), {1, 1, 1}, id), (Bytes{255, 1, 255})) << id;
         EXPECT_EQ(Marked(CSize(1, 3, 1), {1, 1, 1}, id), (Bytes{255, 1, 255})) << id;
         EXPECT_EQ(Marked(CSize(1, 1, 3), {1, 1, 1}, id), (Bytes{255, 1, 255})) << id;
@@ -283,7 +283,7 @@ TEST_F(MarkSimplePointsPlugin, BeyondTheBorderIsBackgroundSoThatASolidIsPeeledTh
     // All but the centre, which has no background around it.
     Bytes expected(27, 255);
     expected[13] = 1;
-    for (const std::string id : g_ids)
+    for (const std::string id : c_ids)
         EXPECT_EQ(Marked(CSize(3, 3, 3), Bytes(27, 1), id), expected) << id;
     EXPECT_EQ(Marked(CSize(2, 2, 2), Bytes(8, 1), "N6"), Bytes(8, 255));
 }

@@ -22,8 +22,8 @@ using namespace ORVEN;
 using test::PixelsOf;
 using Floats = std::vector<float>;
 
-const CSize g_volume(6, 5, 4);
-const CSize g_plane(7, 6);
+const CSize c_volume(6, 5, 4);
+const CSize c_plane(7, 6);
 
 std::unique_ptr<CImage> RandomFloats(const CSize& size) {
     std::mt19937 random(18);
@@ -58,36 +58,36 @@ protected:
 };
 
 TEST_F(PartialDerivativePlugin, ADefaultObjectComputesTheMixedDerivativeOfOrder1InEachAxis) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     EXPECT_EQ(Run(host), "partderiv(1,1,1)");
     EXPECT_EQ(host.Result().Type(), IMAGE_GREY_F);
-    EXPECT_EQ(host.Result().Size(), g_volume);
+    EXPECT_EQ(host.Result().Size(), c_volume);
     EXPECT_EQ(PixelsOf<float>(host.Result()), Derived(host.Image(), 1, 1, 1));
 }
 
 TEST_F(PartialDerivativePlugin, TheInputIsNeverChanged) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     Run(host);
-    EXPECT_EQ(PixelsOf<float>(host.Image()), PixelsOf<float>(*RandomFloats(g_volume)));
+    EXPECT_EQ(PixelsOf<float>(host.Image()), PixelsOf<float>(*RandomFloats(c_volume)));
     EXPECT_TRUE(test::HistoryOf(host.Image()).empty());
 }
 
 TEST_F(PartialDerivativePlugin, OrdersOfZeroPassThroughUnchanged) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     SetOrders(host, 0, 0, 0);
     EXPECT_EQ(Run(host), "partderiv(0,0,0)");
     EXPECT_EQ(PixelsOf<float>(host.Result()), PixelsOf<float>(host.Image()));
 }
 
 TEST_F(PartialDerivativePlugin, EachOrderGoesToItsAxis) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     SetOrders(host, 3, 0, 2);
     EXPECT_EQ(Run(host), "partderiv(3,0,2)");
     EXPECT_EQ(PixelsOf<float>(host.Result()), Derived(host.Image(), 3, 0, 2));
 }
 
 TEST_F(PartialDerivativePlugin, OrdersAreKeptWhereNoLongIsThere) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     SetOrders(host, 2, 0, 1);
     EXPECT_EQ(Run(host), "partderiv(2,0,1)");
     host.Set("orderx", new CValueDouble(1.0)); // another kind is no order
@@ -97,7 +97,7 @@ TEST_F(PartialDerivativePlugin, OrdersAreKeptWhereNoLongIsThere) {
 }
 
 TEST_F(PartialDerivativePlugin, A2dImageStillPassesAllThreeOrders) {
-    test::CPackHost host(RandomFloats(g_plane));
+    test::CPackHost host(RandomFloats(c_plane));
     SetOrders(host, 1, 0, 5);
     EXPECT_EQ(Run(host), "partderiv(1,0,5)");
     EXPECT_EQ(PixelsOf<float>(host.Result()), Derived(host.Image(), 1, 0, 5));
@@ -110,7 +110,7 @@ TEST_F(PartialDerivativePlugin, A2dImageStillPassesAllThreeOrders) {
 }
 
 TEST_F(PartialDerivativePlugin, ANegativeOrderRaises) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     SetOrders(host, 1, -1, 0);
     EXPECT_EQ(Refusal(host),
               "ORVEN::CPartialDerivatives::Derivative: Order -1 of a derivative is not between 0 and 32.");
@@ -119,14 +119,14 @@ TEST_F(PartialDerivativePlugin, ANegativeOrderRaises) {
 // --- spacing
 
 TEST_F(PartialDerivativePlugin, AnImageWithoutSpacingCountsAsIsotropic) {
-    test::CPackHost volume(RandomFloats(g_volume));
+    test::CPackHost volume(RandomFloats(c_volume));
     EXPECT_EQ(Run(volume), "partderiv(1,1,1)");
-    test::CPackHost plane(RandomFloats(g_plane));
+    test::CPackHost plane(RandomFloats(c_plane));
     EXPECT_EQ(Run(plane), "partderiv(1,1,1)");
 }
 
 TEST_F(PartialDerivativePlugin, AnIsotropicSpacingIsIgnoredAndKept) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     CQuillonHeaderTools::SetSpacing(host.Image(), 0.25, 0.25, 0.25);
     Run(host);
     EXPECT_EQ(PixelsOf<float>(host.Result()), Derived(host.Image(), 1, 1, 1));
@@ -138,19 +138,19 @@ TEST_F(PartialDerivativePlugin, AnIsotropicSpacingIsIgnoredAndKept) {
 }
 
 TEST_F(PartialDerivativePlugin, OtherSpacingsIn3dRaiseTheTextOf3d) {
-    EXPECT_EQ(RefusalOfSpacing(g_volume, 1, 1, 2),
+    EXPECT_EQ(RefusalOfSpacing(c_volume, 1, 1, 2),
               "PartialDerivativePlugin: Only isotropic pixels are supported, but spacing is "
               "(1.000000,1.000000,2.000000).");
-    EXPECT_EQ(RefusalOfSpacing(g_volume, 1, 2, 2),
+    EXPECT_EQ(RefusalOfSpacing(c_volume, 1, 2, 2),
               "PartialDerivativePlugin: Only isotropic pixels are supported, but spacing is "
               "(1.000000,2.000000,2.000000).");
 }
 
 TEST_F(PartialDerivativePlugin, OtherSpacingsIn2dRaiseTheTextOf2dAndZIsIgnored) {
     EXPECT_EQ(
-        RefusalOfSpacing(g_plane, 1, 2, 1),
+        RefusalOfSpacing(c_plane, 1, 2, 1),
         "PartialDerivativePlugin: Only isotropic pixels are supported, but spacing is (1.000000,2.000000).");
-    test::CPackHost host(RandomFloats(g_plane));
+    test::CPackHost host(RandomFloats(c_plane));
     CQuillonHeaderTools::SetSpacing(host.Image(), 1, 1, 9);
     EXPECT_EQ(Run(host), "partderiv(1,1,1)");
 }
@@ -168,14 +168,14 @@ TEST_F(PartialDerivativePlugin, AnImageOf8BitsIsRefusedByTestParametersAndDerive
 }
 
 TEST_F(PartialDerivativePlugin, ABinaryImageIsCopiedButNotDerived) {
-    test::CPackHost host(std::make_unique<CImage>(IMAGE_BINARY_FG, g_plane, CSize(0, 0, 0)));
+    test::CPackHost host(std::make_unique<CImage>(IMAGE_BINARY_FG, c_plane, CSize(0, 0, 0)));
     EXPECT_EQ(Refusal(host),
               "ORVEN::CPartialDerivatives::Derivative: Image type IMAGE_BINARY_FG not supported.");
 }
 
 TEST_F(PartialDerivativePlugin, ATypeThatCannotBeCopiedRaisesWithCopyAsSource) {
     for (const auto& type : {IMAGE_BINARY_BG, IMAGE_COMPLEX_F}) {
-        test::CPackHost host(std::make_unique<CImage>(type, g_plane, CSize(0, 0, 0)));
+        test::CPackHost host(std::make_unique<CImage>(type, c_plane, CSize(0, 0, 0)));
         EXPECT_EQ(Refusal(host), std::string("Copy: Image type ") + type.ToString() + " not supported.");
         EXPECT_EQ(m_standardError, "");
     }
@@ -184,7 +184,7 @@ TEST_F(PartialDerivativePlugin, ATypeThatCannotBeCopiedRaisesWithCopyAsSource) {
 // --- the result
 
 TEST_F(PartialDerivativePlugin, TheLeastAndGreatestValueAreOnRecord) {
-    test::CPackHost host(RandomFloats(g_volume));
+    test::CPackHost host(RandomFloats(c_volume));
     Run(host);
     const Floats pixels = PixelsOf<float>(host.Result());
     const auto [least, greatest] = std::minmax_element(pixels.begin(), pixels.end());
@@ -192,7 +192,7 @@ TEST_F(PartialDerivativePlugin, TheLeastAndGreatestValueAreOnRecord) {
 }
 
 TEST_F(PartialDerivativePlugin, TheResultInheritsAttributesHistoryAndLabel) {
-    test::CPackHost host(RandomFloats(g_volume), "foam.nrrd");
+    test::CPackHost host(RandomFloats(c_volume), "foam.nrrd");
     CQuillonHeaderTools::AddToHistory(host.Image(), "gaussian(sigma=2)", 0);
     SetOrders(host, 1, 0, 0);
     Run(host);
@@ -202,7 +202,7 @@ TEST_F(PartialDerivativePlugin, TheResultInheritsAttributesHistoryAndLabel) {
 }
 
 TEST_F(PartialDerivativePlugin, ADocumentWithoutLabelIsUnnamedAndSoIsOneWhoseLabelIsNoText) {
-    test::CPackHost host(RandomFloats(g_volume), "");
+    test::CPackHost host(RandomFloats(c_volume), "");
     Run(host);
     EXPECT_EQ(host.ResultLabel(), "unnamed");
     host.Document().SetEntry("label", new CValueLong(3));

@@ -15,7 +15,7 @@
 namespace {
 
 /// All names of the pack.
-constexpr std::array g_served{"ConvexifyObjects",
+constexpr std::array c_served{"ConvexifyObjects",
                               "CylinderMask",
                               "EuclideanSkeleton",
                               "ExactBisector",
@@ -50,12 +50,12 @@ std::string OutputOf(const std::string& command) {
 }
 
 TEST(PluginFactory, ServesEveryName) {
-    for (const char* name : g_served)
+    for (const char* name : c_served)
         EXPECT_NE(test::CreatePlugin(name), nullptr) << name;
 }
 
 TEST(PluginFactory, ComparesExactlyAndCaseSensitively) {
-    for (const char* name : g_served) {
+    for (const char* name : c_served) {
         const std::string text(name);
         EXPECT_EQ(test::CreatePlugin((text + " ").c_str()), nullptr);
         EXPECT_EQ(test::CreatePlugin((text + "x").c_str()), nullptr);

@@ -24,7 +24,7 @@ using namespace ORVEN;
 
 using Image = std::unique_ptr<CImage>;
 
-constexpr float g_nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
 
 Image Floats(const std::vector<float>& pixels) {
     return test::ImageOf(IMAGE_GREY_F, CSize(static_cast<std::int64_t>(pixels.size()), 1), pixels);
@@ -70,7 +70,7 @@ protected:
     bool m_isBoxPlain = false;
 };
 
-const char* const g_floatHeader = " - same pixel types 'IMAGE_GREY_F'\n"
+const char* const c_floatHeader = " - same pixel types 'IMAGE_GREY_F'\n"
                                   " - same image sizes (3,1)\n"
                                   " - same pixel sizes (1,1)\n"
                                   " - same physical extension (3,1) m^2\n";
@@ -89,11 +89,11 @@ TEST_F(PointwiseRelation, ReportsTheRelationFirstAndTheHeadersLast) {
                           "# nan(b) : 0\n"
                           "mindiff  : 1\n"
                           "maxdiff  : 1.5\n") +
-                  g_floatHeader);
+                  c_floatHeader);
 }
 
 TEST_F(PointwiseRelation, EqualNaNCountAsEqualButNotAsLowerOrEqual) {
-    EXPECT_EQ(Compare(Floats({1, g_nan, 3}), *Floats({1, g_nan, 3})),
+    EXPECT_EQ(Compare(Floats({1, c_nan, 3}), *Floats({1, c_nan, 3})),
               std::string("\n"
                           " - image a is pointwise equal to image b\n"
                           "# a == b : 3\n"
@@ -106,11 +106,11 @@ TEST_F(PointwiseRelation, EqualNaNCountAsEqualButNotAsLowerOrEqual) {
                           "# nan(b) : 1\n"
                           "mindiff  : 0\n"
                           "maxdiff  : 0\n") +
-                  g_floatHeader);
+                  c_floatHeader);
 }
 
 TEST_F(PointwiseRelation, ANaNAtOneSideOnlyLeavesNoRelationAndNoLeastDifference) {
-    EXPECT_EQ(Compare(Floats({1, g_nan, 3}), *Floats({1, 2, 3})),
+    EXPECT_EQ(Compare(Floats({1, c_nan, 3}), *Floats({1, 2, 3})),
               std::string("\n"
                           " - images have no pointwise relation\n"
                           "# a == b : 2\n"
@@ -123,7 +123,7 @@ TEST_F(PointwiseRelation, ANaNAtOneSideOnlyLeavesNoRelationAndNoLeastDifference)
                           "# nan(b) : 0\n"
                           "mindiff  : 1.79769e+308\n"
                           "maxdiff  : 0\n") +
-                  g_floatHeader);
+                  c_floatHeader);
 }
 
 /// The line of the verdict.

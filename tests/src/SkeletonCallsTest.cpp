@@ -85,10 +85,10 @@ IImage* CSorbImageFactory::Create(const IImage::CType& type, const CSize& size) 
 
 void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage& output,
                                                     const std::string& neighborhood, std::int64_t radius,
-                                                    float angle, CProgressProxy& progress, bool reserved) {
+                                                    float angle, CProgressProxy& progress, bool isReserved) {
     g_spy->names[&output] = "result";
     g_spy->Note("RunSkeletonCouprierZour", {&input, &output},
-                Listed(neighborhood, radius, angle, &progress == &Progress(), reserved));
+                Listed(neighborhood, radius, angle, &progress == &Progress(), isReserved));
 }
 
 void CSkeletonCouprierZour::SquaredEdt(const IImage& input, IImage& output, CProgressProxy& progress) {
@@ -96,16 +96,17 @@ void CSkeletonCouprierZour::SquaredEdt(const IImage& input, IImage& output, CPro
 }
 
 void CSkeletonCouprierZour::MedialAxis(const IImage& squaredDistance, IImage& output,
-                                       std::int64_t squaredRadius, CProgressProxy& progress, bool reserved) {
+                                       std::int64_t squaredRadius, CProgressProxy& progress,
+                                       bool isReserved) {
     g_spy->names[&output] = "axis";
     g_spy->Note("MedialAxis", {&squaredDistance, &output},
-                Listed(squaredRadius, &progress == &Progress(), reserved));
+                Listed(squaredRadius, &progress == &Progress(), isReserved));
 }
 
 void CSkeletonCouprierZour::Bisector(const IImage& squaredDistance, const IImage& medialAxis, IImage& output,
-                                     CProgressProxy& progress, bool reserved) {
+                                     CProgressProxy& progress, bool isReserved) {
     g_spy->Note("Bisector", {&squaredDistance, &medialAxis, &output},
-                Listed(&progress == &Progress(), reserved));
+                Listed(&progress == &Progress(), isReserved));
 }
 
 void CSkeletonCouprierZour::ConstrainedSet(const IImage& medialAxis, const IImage& squaredDistance,
@@ -130,7 +131,7 @@ void CSkeletonCouprierZour::EuclideanSkeleton(const IImage& input, const IImage&
 
 namespace {
 
-constexpr const char* g_stages[] = {"SquaredEdt", "MedialAxis", "Bisector", "ConstrainedSet",
+constexpr const char* c_stages[] = {"SquaredEdt", "MedialAxis", "Bisector", "ConstrainedSet",
                                     "EuclideanSkeleton"};
 
 class SkeletonCalls : public testing::Test {
@@ -219,7 +220,7 @@ TEST_F(SkeletonCalls, AfterEachOfTheFirstFourStagesThePluginAsksAndSteps) {
     Run("EuclideanSkeleton");
     EXPECT_EQ(progress.questions, 4);
     EXPECT_EQ(progress.steps, 4);
-    EXPECT_TRUE(progress.allStepsAreOne);
+    EXPECT_TRUE(progress.areAllStepsOne);
     for (const char* stage : {"SquaredEdt", "MedialAxis", "Bisector", "ConstrainedSet"})
         EXPECT_EQ(From(stage).at(1), "cancelled?") << stage;
     EXPECT_EQ(From("EuclideanSkeleton").at(1), "free set");
@@ -276,7 +277,7 @@ TEST_F(SkeletonCalls, CancelledDuringTheLastStageTheDocumentIsDelivered) {
 }
 
 TEST_F(SkeletonCalls, AnExceptionOfAStagePassesAndTheImagesInHandAreFreed) {
-    for (const std::string stage : g_stages) {
+    for (const std::string stage : c_stages) {
         m_spy.during = [&](const std::string& running) {
             if (running == stage)
                 throw CException("library", "broken", nullptr);

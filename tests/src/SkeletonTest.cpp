@@ -127,9 +127,9 @@ TEST_P(SkeletonPlugins, HandTheNeighborhoodOverUncheckedAndTheLibraryRefusesIt) 
 TEST_P(SkeletonPlugins, GiveEachNeighborhoodItsSkeleton) {
     const test::StObject cube = test::Solid({6, 6, 6}, 1);
     const std::vector<std::int64_t> counts{56, 40, 49, 49};
-    for (std::size_t i = 0; i < test::g_neighborhoodIds.size(); ++i) {
+    for (std::size_t i = 0; i < test::c_neighborhoodIds.size(); ++i) {
         test::CPackHost host(cube.Image());
-        SetNeighborhood(host, test::g_neighborhoodIds[i]);
+        SetNeighborhood(host, test::c_neighborhoodIds[i]);
         Run(host);
         EXPECT_EQ(host.Result().Type(), IMAGE_BINARY_FG);
         EXPECT_EQ(host.Result().Size(), CSize(8, 8, 8));
@@ -161,7 +161,7 @@ TEST_P(SkeletonPlugins, KeepTheAxisFromTheRadiusOn) {
 }
 
 TEST_P(SkeletonPlugins, TakeImagesWithoutObjectFullAndOfOnePixel) {
-    for (const std::string& id : test::g_neighborhoodIds) {
+    for (const std::string& id : test::c_neighborhoodIds) {
         test::CPackHost empty(test::StObject(4, 5, 6).Image());
         SetNeighborhood(empty, id);
         Run(empty);

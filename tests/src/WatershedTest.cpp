@@ -112,13 +112,13 @@ struct StWord {
     const char* id3d;
 };
 
-constexpr StWord g_words[] = {{"Neigh_6", "N4", "N6"},
+constexpr StWord c_words[] = {{"Neigh_6", "N4", "N6"},
                               {"Neigh_14_1", "N6_1", "N14_1"},
                               {"Neigh_14_2", "N6_2", "N14_2"},
                               {"Neigh_26", "N8", "N26"}};
 
 TEST_F(WatershedPlugin, EachWordSelectsTheNeighbourhoodOfItsRowAndIsInTheHistory) {
-    for (const auto& [word, id2d, id3d] : g_words) {
+    for (const auto& [word, id2d, id3d] : c_words) {
         for (const int dimension : {2, 3}) {
             const CSize size = dimension == 3 ? CSize(3, 3, 3) : CSize(3, 3);
             const std::string id = dimension == 3 ? id3d : id2d;

@@ -29,7 +29,7 @@ private:
     std::unique_ptr<QApplication> m_application;
 };
 
-inline testing::Environment* const g_qtEnvironment = testing::AddGlobalTestEnvironment(new CQtEnvironment);
+inline testing::Environment* const c_qtEnvironment = testing::AddGlobalTestEnvironment(new CQtEnvironment);
 
 /// The base of tests with windows.
 class QtTest : public testing::Test {

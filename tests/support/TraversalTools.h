@@ -45,7 +45,7 @@ public:
     void SetText(const char* /*text*/) override { throw std::logic_error("not part of a traversal"); }
     void Step(unsigned amount, int flag) override {
         ++steps;
-        allStepsAreOne = allStepsAreOne && amount == 1 && flag == 0;
+        areAllStepsOne = areAllStepsOne && amount == 1 && flag == 0;
     }
     void SetPosition(unsigned /*position*/) override { throw std::logic_error("not part of a traversal"); }
     void Finish() override {
@@ -67,7 +67,7 @@ public:
     std::vector<unsigned> totals;
     std::vector<std::string> texts;
     std::int64_t steps = 0;
-    bool allStepsAreOne = true;
+    bool areAllStepsOne = true;
     int finished = 0;
     int questions = 0;
     bool wasCancelled = false;
@@ -119,10 +119,10 @@ public:
         std::memcpy(memory.data() + Offset(x, y, z), &value, sizeof value);
     }
 
-    const IAccess* CreateAccess(bool reserved) const override {
+    const IAccess* CreateAccess(bool isReserved) const override {
         return const_cast<FakeImage*>(this)->Create(reserved, "const access");
     }
-    IAccess* CreateAccess(bool reserved) override { return Create(reserved, "access"); }
+    IAccess* CreateAccess(bool isReserved) override { return Create(reserved, "access"); }
     const ORVEN::CValueMap& Attributes() const override { return m_attributes; }
     ORVEN::CValueMap& Attributes() override { return m_attributes; }
     [[nodiscard]] const CType& Type() const override { return m_type; }
@@ -176,7 +176,7 @@ private:
         mutable int m_mode = 0;
     };
 
-    IAccess* Create(bool reserved, const std::string& kind) {
+    IAccess* Create(bool isReserved, const std::string& kind) {
         if (refusesAccess)
             throw std::runtime_error("no access");
         Note(kind + (reserved ? " true" : " false"));

@@ -16,7 +16,7 @@
 namespace engine {
 
 /// Upper bound of the Deflate compression ratio: at most 1032 to 1, plus a margin for headers and rounding.
-inline constexpr std::int64_t g_maxDeflateRatio = 1040;
+inline constexpr std::int64_t c_maxDeflateRatio = 1040;
 
 /// The size of a regular file in bytes.
 std::int64_t FileSize(const std::string& path);

@@ -23,7 +23,7 @@ std::string Beginning(const std::string& path) {
     const gzFile file = gzopen(path.c_str(), "rb");
     if (file == nullptr)
         throw errno != 0 ? SystemReason(errno) : CFileReason("it cannot be opened");
-    std::string bytes(g_niftiHeaderSize, '\0');
+    std::string bytes(c_niftiHeaderSize, '\0');
     const int count = gzread(file, bytes.data(), static_cast<unsigned>(bytes.size()));
     gzclose(file);
     bytes.resize(static_cast<std::size_t>(std::max(count, 0)));

@@ -15,7 +15,7 @@ namespace engine {
 namespace {
 
 // Bounds the part that is read of a text file that merely begins like a header.
-constexpr std::int64_t g_maxHeaderSize = 1 << 20;
+constexpr std::int64_t c_maxHeaderSize = 1 << 20;
 
 struct StMetaText {
     std::map<std::string, std::string> fields; // "Name = value"
@@ -23,7 +23,7 @@ struct StMetaText {
 };
 
 StMetaText ReadText(const std::string& path) {
-    CHeaderLines lines(path, g_maxHeaderSize, g_maxHeaderSize);
+    CHeaderLines lines(path, c_maxHeaderSize, c_maxHeaderSize);
     StMetaText text;
     std::string line;
     while (text.fields.count("ElementDataFile") == 0) {
@@ -59,7 +59,7 @@ std::vector<Number> Numbers(const StMetaText& text, const std::string& name) {
 }
 
 /// Names of the sample types, in the order of the enumeration.
-constexpr std::array<std::string_view, 10> g_typeNames = {
+constexpr std::array<std::string_view, 10> c_typeNames = {
     "MET_CHAR", "MET_UCHAR",     "MET_SHORT",      "MET_USHORT", "MET_INT",
     "MET_UINT", "MET_LONG_LONG", "MET_ULONG_LONG", "MET_FLOAT",  "MET_DOUBLE"};
 
@@ -67,10 +67,10 @@ EnSampleType SampleOf(const std::string& name) {
     std::string_view known = name;
     if (name == "MET_LONG" || name == "MET_ULONG")
         known = name == "MET_LONG" ? "MET_INT" : "MET_UINT"; // a "long" of this format has 32 bits
-    const auto* const found = std::find(g_typeNames.begin(), g_typeNames.end(), known);
-    if (found == g_typeNames.end())
+    const auto* const found = std::find(c_typeNames.begin(), c_typeNames.end(), known);
+    if (found == c_typeNames.end())
         throw CFileReason("pixels of type '" + name + "' cannot be read");
-    return static_cast<EnSampleType>(found - g_typeNames.begin());
+    return static_cast<EnSampleType>(found - c_typeNames.begin());
 }
 
 /// The first number in an optional field; nothing if the field is missing.
@@ -116,7 +116,7 @@ StPixelData DataOf(const std::string& path, const StMetaText& text, std::int64_t
     if (data.isPacked) {
         const std::int64_t packed = OnlyNumber(text, "CompressedDataSize").value_or(stored);
         RequireData(packed, stored, 1);
-        RequireData(announced, packed, g_maxDeflateRatio);
+        RequireData(announced, packed, c_maxDeflateRatio);
         return data;
     }
     RequireData(announced, stored, 1);
@@ -142,7 +142,7 @@ std::string HeaderText(const StImageHeader& header, const std::string& dataFile)
     text.append("DimSize =");
     for (std::size_t axis = 0; axis < axes; ++axis)
         text.append(" ").append(std::to_string(header.size[static_cast<std::int64_t>(axis)]));
-    text.append("\nElementType = ").append(g_typeNames[header.sample]);
+    text.append("\nElementType = ").append(c_typeNames[header.sample]);
     return text.append("\nElementDataFile = ").append(dataFile).append("\n");
 }
 

@@ -24,28 +24,28 @@ using GzipFile = std::unique_ptr<std::remove_pointer_t<gzFile>, StCloseGzip>;
 
 // Offsets of the header fields "dim", "datatype", "bitpix", "pixdim", "vox_offset", "scl_slope", "scl_inter"
 // and "magic".
-constexpr std::size_t g_dimension = 40;
-constexpr std::size_t g_dataType = 70;
-constexpr std::size_t g_bitsPerPixel = 72;
-constexpr std::size_t g_spacing = 76;
-constexpr std::size_t g_dataOffset = 108;
-constexpr std::size_t g_scaleSlope = 112;
-constexpr std::size_t g_scaleIntercept = 116;
-constexpr std::size_t g_magic = 344;
+constexpr std::size_t c_dimension = 40;
+constexpr std::size_t c_dataType = 70;
+constexpr std::size_t c_bitsPerPixel = 72;
+constexpr std::size_t c_spacing = 76;
+constexpr std::size_t c_dataOffset = 108;
+constexpr std::size_t c_scaleSlope = 112;
+constexpr std::size_t c_scaleIntercept = 116;
+constexpr std::size_t c_magic = 344;
 
-constexpr int g_maxDimension = 7;
+constexpr int c_maxDimension = 7;
 /// Offset of the pixels in a file without extensions.
-constexpr std::size_t g_writtenDataOffset = 352;
+constexpr std::size_t c_writtenDataOffset = 352;
 
 /// Header codes of the sample types, in the order of the enumeration.
-constexpr std::array<std::int16_t, 10> g_dataTypes = {256, 2, 4, 512, 8, 768, 1024, 1280, 16, 64};
+constexpr std::array<std::int16_t, 10> c_dataTypes = {256, 2, 4, 512, 8, 768, 1024, 1280, 16, 64};
 
 /// Reads header fields by offset, in the byte order of the machine that wrote them.
 class CNiftiFields {
 public:
     explicit CNiftiFields(std::string_view bytes)
         : m_bytes(bytes) {
-        m_isSwapped = Get<std::int32_t>(0) != static_cast<std::int32_t>(g_niftiHeaderSize);
+        m_isSwapped = Get<std::int32_t>(0) != static_cast<std::int32_t>(c_niftiHeaderSize);
     }
 
     template <class Number>
@@ -58,18 +58,18 @@ public:
     }
 
     [[nodiscard]] bool IsSwapped() const { return m_isSwapped; }
-    [[nodiscard]] int Dimension() const { return Get<std::int16_t>(g_dimension); }
+    [[nodiscard]] int Dimension() const { return Get<std::int16_t>(c_dimension); }
     [[nodiscard]] int Extent(int axis) const {
-        return Get<std::int16_t>(g_dimension + 2 * static_cast<std::size_t>(axis + 1));
+        return Get<std::int16_t>(c_dimension + 2 * static_cast<std::size_t>(axis + 1));
     }
-    [[nodiscard]] int DataType() const { return Get<std::int16_t>(g_dataType); }
+    [[nodiscard]] int DataType() const { return Get<std::int16_t>(c_dataType); }
     [[nodiscard]] double Spacing(int axis) const {
-        return Get<float>(g_spacing + 4 * static_cast<std::size_t>(axis + 1));
+        return Get<float>(c_spacing + 4 * static_cast<std::size_t>(axis + 1));
     }
-    [[nodiscard]] double DataOffset() const { return Get<float>(g_dataOffset); }
-    [[nodiscard]] double ScaleSlope() const { return Get<float>(g_scaleSlope); }
-    [[nodiscard]] double ScaleIntercept() const { return Get<float>(g_scaleIntercept); }
-    [[nodiscard]] std::string_view Magic() const { return m_bytes.substr(g_magic, 4); }
+    [[nodiscard]] double DataOffset() const { return Get<float>(c_dataOffset); }
+    [[nodiscard]] double ScaleSlope() const { return Get<float>(c_scaleSlope); }
+    [[nodiscard]] double ScaleIntercept() const { return Get<float>(c_scaleIntercept); }
+    [[nodiscard]] std::string_view Magic() const { return m_bytes.substr(c_magic, 4); }
 
 private:
     std::string_view m_bytes;
@@ -85,17 +85,17 @@ std::string ReadBytes(gzFile file, std::size_t count) {
 }
 
 EnSampleType SampleOf(int dataType) {
-    const auto* const found = std::find(g_dataTypes.begin(), g_dataTypes.end(), dataType);
-    if (found == g_dataTypes.end())
+    const auto* const found = std::find(c_dataTypes.begin(), c_dataTypes.end(), dataType);
+    if (found == c_dataTypes.end())
         throw CFileReason("pixels of NIfTI type " + std::to_string(dataType) + " cannot be read");
-    return static_cast<EnSampleType>(found - g_dataTypes.begin());
+    return static_cast<EnSampleType>(found - c_dataTypes.begin());
 }
 
 /// The offset of the pixels, after the header and its extensions.
 std::int64_t DataOffset(const CNiftiFields& fields) {
     constexpr double beyondAll = 1e18;
     const double offset = fields.DataOffset();
-    if (!(offset >= static_cast<double>(g_niftiHeaderSize)) || offset > beyondAll ||
+    if (!(offset >= static_cast<double>(c_niftiHeaderSize)) || offset > beyondAll ||
         offset != std::floor(offset))
         throw CFileReason("its header is damaged: the place of the pixels");
     return CheckedSkip(static_cast<std::int64_t>(offset));
@@ -112,7 +112,7 @@ bool IsSize(std::string_view bytes, bool isSwapped) {
     std::copy_n(bytes.data(), 4, size.begin());
     if (isSwapped)
         std::reverse(size.begin(), size.end());
-    return std::bit_cast<std::int32_t>(size) == static_cast<std::int32_t>(g_niftiHeaderSize);
+    return std::bit_cast<std::int32_t>(size) == static_cast<std::int32_t>(c_niftiHeaderSize);
 }
 
 template <class Number>
@@ -122,28 +122,28 @@ void Put(std::string& bytes, std::size_t offset, Number number) {
 
 /// The header, followed by four bytes that mean that there are no extensions.
 std::string HeaderBytes(const StImageHeader& header) {
-    std::string bytes(g_writtenDataOffset, '\0');
-    Put(bytes, 0, static_cast<std::int32_t>(g_niftiHeaderSize));
-    Put(bytes, g_dimension, static_cast<std::int16_t>(header.size.Dim()));
-    for (int axis = 0; axis < g_maxDimension; ++axis) {
+    std::string bytes(c_writtenDataOffset, '\0');
+    Put(bytes, 0, static_cast<std::int32_t>(c_niftiHeaderSize));
+    Put(bytes, c_dimension, static_cast<std::int16_t>(header.size.Dim()));
+    for (int axis = 0; axis < c_maxDimension; ++axis) {
         const bool isOurs = axis < header.size.Dim();
         const auto place = static_cast<std::size_t>(axis + 1);
-        Put(bytes, g_dimension + 2 * place, static_cast<std::int16_t>(isOurs ? header.size[axis] : 1));
+        Put(bytes, c_dimension + 2 * place, static_cast<std::int16_t>(isOurs ? header.size[axis] : 1));
         const double spacing = isOurs && header.spacing ? (*header.spacing)[place - 1] : 1;
-        Put(bytes, g_spacing + 4 * place, static_cast<float>(spacing));
+        Put(bytes, c_spacing + 4 * place, static_cast<float>(spacing));
     }
-    Put(bytes, g_spacing, 1.0f); // orientation of the axes: unchanged
-    Put(bytes, g_dataType, g_dataTypes[header.sample]);
-    Put(bytes, g_bitsPerPixel, static_cast<std::int16_t>(8 * SampleSize(header.sample)));
-    Put(bytes, g_dataOffset, static_cast<float>(g_writtenDataOffset));
-    bytes.replace(g_magic, 3, "n+1");
+    Put(bytes, c_spacing, 1.0f); // orientation of the axes: unchanged
+    Put(bytes, c_dataType, c_dataTypes[header.sample]);
+    Put(bytes, c_bitsPerPixel, static_cast<std::int16_t>(8 * SampleSize(header.sample)));
+    Put(bytes, c_dataOffset, static_cast<float>(c_writtenDataOffset));
+    bytes.replace(c_magic, 3, "n+1");
     return bytes;
 }
 
 } // namespace
 
 bool IsNiftiHeader(std::string_view beginning) {
-    if (beginning.size() < g_niftiHeaderSize || !(IsSize(beginning, false) || IsSize(beginning, true)))
+    if (beginning.size() < c_niftiHeaderSize || !(IsSize(beginning, false) || IsSize(beginning, true)))
         return false;
     const std::string_view magic = CNiftiFields(beginning).Magic().substr(0, 3);
     return magic == "n+1" || magic == "ni1";
@@ -154,14 +154,14 @@ StImageHeader ReadNiftiHeader(const std::string& path) {
     const GzipFile file(gzopen(path.c_str(), "rb"));
     if (!file)
         throw CFileReason("it cannot be opened");
-    const std::string bytes = ReadBytes(file.get(), g_niftiHeaderSize);
+    const std::string bytes = ReadBytes(file.get(), c_niftiHeaderSize);
     if (!IsNiftiHeader(bytes))
         throw CFileReason("its header is damaged");
     const CNiftiFields fields(bytes);
     if (fields.Magic().starts_with("ni1"))
         throw CFileReason("a pair of .hdr and .img cannot be read; make it one .nii file");
     const int dimension = fields.Dimension();
-    if (dimension < 1 || dimension > g_maxDimension)
+    if (dimension < 1 || dimension > c_maxDimension)
         throw CFileReason("its header announces " + std::to_string(dimension) + " dimensions");
 
     StImageHeader header;
@@ -182,7 +182,7 @@ StImageHeader ReadNiftiHeader(const std::string& path) {
     header.data.isPacked = gzdirect(file.get()) == 0;
     (header.data.isPacked ? header.data.skip : header.data.offset) = dataOffset;
     header.data.isSwapped = fields.IsSwapped();
-    RequireData(dataOffset + header.ByteCount(), fileSize, header.data.isPacked ? g_maxDeflateRatio : 1);
+    RequireData(dataOffset + header.ByteCount(), fileSize, header.data.isPacked ? c_maxDeflateRatio : 1);
     return header;
 }
 

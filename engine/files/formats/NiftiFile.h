@@ -10,7 +10,7 @@
 namespace engine {
 
 /// Size of the NIfTI-1 header in bytes.
-inline constexpr std::size_t g_niftiHeaderSize = 348;
+inline constexpr std::size_t c_niftiHeaderSize = 348;
 
 /// Whether these bytes are the start of a NIfTI-1 file. Gzip data must be unpacked first.
 bool IsNiftiHeader(std::string_view beginning);

@@ -17,8 +17,8 @@ namespace engine {
 
 namespace {
 
-const char* const g_typeKey = "quillon type";
-const char* const g_attributesKey = "quillon attributes";
+const char* const c_typeKey = "quillon type";
+const char* const c_attributesKey = "quillon attributes";
 
 struct StNrrdText {
     std::map<std::string, std::string> fields;    // "name: value"
@@ -62,8 +62,8 @@ bool IsList(const StNrrdText& text) {
 StNrrdText ReadText(const std::string& path) {
     // Only this program's attributes make long lines; escaping can double their length.
     constexpr std::int64_t maxLine = 1 << 20;
-    constexpr std::int64_t maxTotal = 2 * std::int64_t{g_maxTextSize} + 16 * maxLine;
-    CHeaderLines lines(path, maxTotal, maxLine, std::string(g_attributesKey) + ":=");
+    constexpr std::int64_t maxTotal = 2 * std::int64_t{c_maxTextSize} + 16 * maxLine;
+    CHeaderLines lines(path, maxTotal, maxLine, std::string(c_attributesKey) + ":=");
     StNrrdText text;
     std::string line;
     lines.Next(line); // the magic number, checked before
@@ -92,7 +92,7 @@ const std::string& Required(const StNrrdText& text, const std::string& name) {
 }
 
 /// Names of the sample types, in the order of the enumeration; the first of each is the one that is written.
-const std::array<std::vector<std::string>, 10> g_typeNames = {{
+const std::array<std::vector<std::string>, 10> c_typeNames = {{
     {"int8", "int8_t", "signed char"},
     {"uint8", "uint8_t", "uchar", "unsigned char"},
     {"int16", "int16_t", "short", "short int", "signed short", "signed short int"},
@@ -107,8 +107,8 @@ const std::array<std::vector<std::string>, 10> g_typeNames = {{
 }};
 
 EnSampleType SampleOf(const std::string& name) {
-    for (std::size_t sample = 0; sample < g_typeNames.size(); ++sample) {
-        const auto& names = g_typeNames[sample];
+    for (std::size_t sample = 0; sample < c_typeNames.size(); ++sample) {
+        const auto& names = c_typeNames[sample];
         if (std::find(names.begin(), names.end(), name) != names.end())
             return static_cast<EnSampleType>(sample);
     }
@@ -206,7 +206,7 @@ StPixelData DataOf(const std::string& path, const StNrrdText& text, std::int64_t
     const std::string encoding = PlainName(Required(text, "encoding"));
     if (encoding == "gzip" || encoding == "gz") {
         data.skip = CheckedSkip(std::max<std::int64_t>(skip, 0));
-        RequireData(data.skip + announced, stored, g_maxDeflateRatio);
+        RequireData(data.skip + announced, stored, c_maxDeflateRatio);
         data.isPacked = true;
     } else if (encoding == "raw") {
         constexpr std::int64_t fromTheEnd = -1;
@@ -236,7 +236,7 @@ std::string Escaped(std::string_view text) {
 std::string HeaderText(const StImageHeader& header, EnPacking packing) {
     const auto axes = static_cast<std::size_t>(header.size.Dim());
     std::string text = "NRRD0004\ntype: ";
-    text.append(g_typeNames[header.sample].front())
+    text.append(c_typeNames[header.sample].front())
         .append("\ndimension: ")
         .append(std::to_string(axes))
         .append("\nsizes:");
@@ -250,9 +250,9 @@ std::string HeaderText(const StImageHeader& header, EnPacking packing) {
     text.append("\nendian: ").append(std::endian::native == std::endian::little ? "little" : "big");
     text.append("\nencoding: ").append(packing == PACKING_GZIP ? "gzip" : "raw").append("\n");
     if (header.typeName)
-        text.append(g_typeKey).append(":=").append(Escaped(*header.typeName)).append("\n");
+        text.append(c_typeKey).append(":=").append(Escaped(*header.typeName)).append("\n");
     if (header.attributes)
-        text.append(g_attributesKey).append(":=").append(Escaped(*header.attributes)).append("\n");
+        text.append(c_attributesKey).append(":=").append(Escaped(*header.attributes)).append("\n");
     return text.append("\n");
 }
 
@@ -279,9 +279,9 @@ StImageHeader ReadNrrdHeader(const std::string& path) {
     header.spacing = SpacingOf(text, sampleAxes, *dimension);
     header.size = CheckedSize(std::move(*extents), header.samplesPerPixel * SampleSize(header.sample));
     header.data = DataOf(path, text, header.ByteCount());
-    if (const std::string* typeName = Find(text.keyValues, g_typeKey))
+    if (const std::string* typeName = Find(text.keyValues, c_typeKey))
         header.typeName = *typeName;
-    if (const std::string* attributes = Find(text.keyValues, g_attributesKey))
+    if (const std::string* attributes = Find(text.keyValues, c_attributesKey))
         header.attributes = *attributes;
     return header;
 }

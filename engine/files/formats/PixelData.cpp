@@ -16,14 +16,14 @@ namespace engine {
 
 namespace {
 
-constexpr int g_anyWrapper = 15 + 32; // zlib or gzip, detected from the first bytes
+constexpr int c_anyWrapper = 15 + 32; // zlib or gzip, detected from the first bytes
 
 /// Unpacks a stream of zlib or gzip data from a file.
 class CUnpacker {
 public:
     explicit CUnpacker(std::ifstream& file)
         : m_file(file) {
-        if (inflateInit2(&m_stream, g_anyWrapper) != Z_OK)
+        if (inflateInit2(&m_stream, c_anyWrapper) != Z_OK)
             throw std::bad_alloc();
     }
     CUnpacker(const CUnpacker&) = delete;

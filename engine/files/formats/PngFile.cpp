@@ -18,7 +18,7 @@ namespace engine {
 
 namespace {
 
-constexpr std::int64_t g_signatureSize = 8;
+constexpr std::int64_t c_signatureSize = 8;
 
 struct StPngBlock {
     std::string name;
@@ -151,7 +151,7 @@ std::size_t RowBytes(const StImageHeader& header) {
 StImageHeader ReadPngHeader(const std::string& path) {
     const std::int64_t fileSize = FileSize(path);
     std::ifstream file(path, std::ios::binary);
-    file.seekg(g_signatureSize);
+    file.seekg(c_signatureSize);
     const StPngBlock first = NextBlock(file, fileSize);
     if (first.name != "IHDR" || first.data.size() != 13)
         throw CFileReason("it is damaged: it does not begin with its header");
@@ -178,7 +178,7 @@ StImageHeader ReadPngHeader(const std::string& path) {
         }
     }
     const int storedBits = depth * (colour == PNG_COLOR_TYPE_PALETTE ? 1 : SamplesOf(colour));
-    RequireData(header.size.PixelCount() / 8 * storedBits, stored, g_maxDeflateRatio);
+    RequireData(header.size.PixelCount() / 8 * storedBits, stored, c_maxDeflateRatio);
     return header;
 }
 

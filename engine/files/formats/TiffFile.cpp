@@ -19,11 +19,11 @@ namespace {
 
 // The compression ratio of LZW is at most about 1400; newer methods reach more, and this is a practical bound
 // for them.
-constexpr std::int64_t g_maxTiffRatio = 4096;
+constexpr std::int64_t c_maxTiffRatio = 4096;
 // What a single allocation of libtiff may take beyond the size of the file, in bytes.
-constexpr std::int64_t g_allocationSlack = std::int64_t{64} << 20;
-constexpr std::int64_t g_bytesPerWrittenStrip = std::int64_t{1} << 20;
-constexpr std::int64_t g_maxClassicSize = std::int64_t{1} << 31;
+constexpr std::int64_t c_allocationSlack = std::int64_t{64} << 20;
+constexpr std::int64_t c_bytesPerWrittenStrip = std::int64_t{1} << 20;
+constexpr std::int64_t c_maxClassicSize = std::int64_t{1} << 31;
 
 /// An open TIFF file that stores libtiff's error messages instead of printing them.
 class CTiff {
@@ -157,7 +157,7 @@ std::int64_t PackedRowBytes(const StPage& page) {
 std::int64_t PackingRatio(const CTiff& tiff) {
     const bool isPacked =
         tiff.Field<std::uint16_t>(TIFFTAG_COMPRESSION, COMPRESSION_NONE) != COMPRESSION_NONE;
-    return isPacked ? g_maxTiffRatio : 1;
+    return isPacked ? c_maxTiffRatio : 1;
 }
 
 std::optional<std::array<double, 3>> SpacingOf(const CTiff& tiff) {
@@ -230,7 +230,7 @@ private:
         const std::int64_t tileRowBytes = TIFFTileRowSize(m_tiff.Get());
         const std::int64_t tileBytes = TIFFTileSize(m_tiff.Get());
         if (tileWidth < 1 || tileHeight < 1 || tileBytes < tileRowBytes * tileHeight ||
-            tileBytes > m_tiff.FileSize() * g_maxTiffRatio)
+            tileBytes > m_tiff.FileSize() * c_maxTiffRatio)
             throw CFileReason("it is damaged: the size of its tiles");
         RequireMemory(tileBytes);
         const auto tile =
@@ -293,7 +293,7 @@ void TurnWhiteIsZero(const StPage& page, EnSampleType sample, void* samples, std
 }
 
 std::unique_ptr<CTiff> OpenForReading(const std::string& path) {
-    auto tiff = std::make_unique<CTiff>(path, "rm", FileSize(path) + g_allocationSlack);
+    auto tiff = std::make_unique<CTiff>(path, "rm", FileSize(path) + c_allocationSlack);
     if (tiff->Get() == nullptr)
         throw CFileReason(tiff->Error());
     return tiff;
@@ -303,7 +303,7 @@ class CTiffWriter {
 public:
     CTiffWriter(const std::string& path, const StImageHeader& header)
         : m_header(header)
-        , m_tiff(path, header.ByteCount() > g_maxClassicSize ? "w8" : "w", 0) {
+        , m_tiff(path, header.ByteCount() > c_maxClassicSize ? "w8" : "w", 0) {
         Require(m_tiff.Get() != nullptr);
     }
 
@@ -329,7 +329,7 @@ private:
     }
 
     [[nodiscard]] std::int64_t RowsPerStrip() const {
-        return std::max<std::int64_t>(1, std::min(m_header.size.y, g_bytesPerWrittenStrip / RowBytes()));
+        return std::max<std::int64_t>(1, std::min(m_header.size.y, c_bytesPerWrittenStrip / RowBytes()));
     }
 
     void WriteTags() {

@@ -159,10 +159,10 @@ private:
         const std::int32_t distance = m_task.distance.At(x, y, z);
         for (std::size_t stepCount = 1; stepCount <= c_nearVectors.size(); ++stepCount) {
             const std::int32_t limit = m_task.table.NearLimit(stepCount, distance);
-            const bool noneCovers = ForEachImage(c_nearVectors[stepCount - 1], [&](int dx, int dy, int dz) {
+            const bool isUncovered = ForEachImage(c_nearVectors[stepCount - 1], [&](int dx, int dy, int dz) {
                 return m_task.distance.At(x + dx, y + dy, z + dz) < limit;
             });
-            if (!noneCovers)
+            if (!isUncovered)
                 return true;
         }
         return false;
@@ -191,11 +191,11 @@ private:
             if (limit > m_task.distance.Greatest())
                 continue;
             (void)pace.Add(c_unitsPerFarVector);
-            const bool noneCovers =
+            const bool isUncovered =
                 direction.ForEachOpposite(vector, excesses[i], [&](int vx, int vy, int vz) {
                     return m_task.distance.At(x + vx, y + vy, z + vz) < limit;
                 });
-            if (!noneCovers)
+            if (!isUncovered)
                 return true;
         }
         return false;

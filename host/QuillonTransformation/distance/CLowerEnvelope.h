@@ -49,10 +49,10 @@ double StoredWeight(double squaredLength) {
 class CLowerEnvelope {
 public:
     /// Transforms `length` values, `stride` bytes apart, in place. `c_noSeed<T>` and NaN mark positions
-    /// without a site. `outsideIsSeed` adds sites of value 0 just outside both ends. The line is left
+    /// without a site. `isOutsideSeed` adds sites of value 0 just outside both ends. The line is left
     /// unchanged if there is no site, or if w is not finite.
     template <class T>
-    void Transform(T* first, std::int64_t length, std::int64_t stride, double w, bool outsideIsSeed);
+    void Transform(T* first, std::int64_t length, std::int64_t stride, double w, bool isOutsideSeed);
 
 private:
     struct StSite {
@@ -76,18 +76,18 @@ private:
 
 template <class T>
 void CLowerEnvelope::Transform(T* first, std::int64_t length, std::int64_t stride, double w,
-                               bool outsideIsSeed) {
+                               bool isOutsideSeed) {
     if (!std::isfinite(w))
         return;
     Begin(length);
-    if (outsideIsSeed)
+    if (isOutsideSeed)
         AddSite(-1, 0.0, w);
     for (std::int64_t place = 0; place < length; ++place) {
         const T value = *Place(first, stride, place);
         if (value < c_noSeed<T>)
             AddSite(place, static_cast<double>(value), w);
     }
-    if (outsideIsSeed)
+    if (isOutsideSeed)
         AddSite(length, 0.0, w);
     for (std::size_t site = 0; site < m_siteCount; ++site) {
         const auto [value, sitePlace, begin] = m_sites[site];

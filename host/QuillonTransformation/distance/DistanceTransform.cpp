@@ -129,7 +129,7 @@ public:
     explicit CRowTransformer(StTask<T>& task)
         : m_task(task)
         , m_weight(task.transform.weights[0])
-        , m_shortRow(task.map.nx, task.transform.outsideIsSeed) {}
+        , m_shortRow(task.map.nx, task.transform.isOutsideSeed) {}
 
     void operator()(std::int64_t y, std::int64_t z) {
         T* const row = m_task.map.Row(y, z);
@@ -140,7 +140,7 @@ public:
         if (isFar || !std::isfinite(m_weight)) {
             for (std::int64_t x = 0; x < length; ++x)
                 row[x] = distances[x] == 0 ? T{0} : c_noSeed<T>;
-            m_envelope.Transform(row, length, sizeof(T), m_weight, m_task.transform.outsideIsSeed);
+            m_envelope.Transform(row, length, sizeof(T), m_weight, m_task.transform.isOutsideSeed);
         } else if (m_weight == 1.0) {
             for (std::int64_t x = 0; x < length; ++x)
                 row[x] = static_cast<T>(distances[x] * distances[x]);
@@ -168,11 +168,11 @@ public:
         , m_length(axis == 1 ? task.map.ny : task.map.nz)
         , m_weight(task.transform.weights[static_cast<std::size_t>(axis)])
         , m_lines(static_cast<std::size_t>(m_length * c_lanes)) {
-        const bool outsideIsSeed = task.transform.outsideIsSeed;
+        const bool isOutsideSeed = task.transform.isOutsideSeed;
         if (m_weight == 1.0 && task.HoldsWholeNumbers(axis))
-            m_shortIntegers.emplace(m_length, outsideIsSeed, std::int16_t{1});
+            m_shortIntegers.emplace(m_length, isOutsideSeed, std::int16_t{1});
         else if (std::isfinite(m_weight))
-            m_shortDoubles.emplace(m_length, outsideIsSeed, m_weight);
+            m_shortDoubles.emplace(m_length, isOutsideSeed, m_weight);
     }
 
     void operator()(std::int64_t other, std::int64_t x, std::int64_t endX, CWorkPace& pace) {
@@ -258,7 +258,7 @@ private:
             return;
         for (std::int64_t lane = 0; lane < count; ++lane) {
             m_envelope.Transform(m_lines.data() + lane, m_length, c_lanes * std::int64_t{sizeof(T)}, m_weight,
-                                 m_task.transform.outsideIsSeed);
+                                 m_task.transform.isOutsideSeed);
             if (pace.Add(m_length * c_unitsPerEnvelopePlace))
                 return;
         }

@@ -17,7 +17,7 @@ inline constexpr std::int64_t c_tooLargeExtent = 65535;
 /// The parameters of a distance transform of a whole image.
 struct StDistanceTransform {
     EnSeeds seeds = EnSeeds::Zeros;
-    bool outsideIsSeed = false;                   ///< the pixels just beyond the border are seeds too
+    bool isOutsideSeed = false;                   ///< the pixels just beyond the border are seeds too
     std::array<double, 3> weights{1.0, 1.0, 1.0}; ///< squares of the pixel lengths
     double factor = 1.0;                          ///< multiplies the squared distances
     bool isSquared = true;                        ///< squared distances, else distances

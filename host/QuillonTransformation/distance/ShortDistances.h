@@ -34,9 +34,9 @@ struct alignas(64) StLanes {
 /// such steps, and each step is the same for all positions.
 class CShortRow {
 public:
-    CShortRow(std::int64_t length, bool outsideIsSeed)
+    CShortRow(std::int64_t length, bool isOutsideSeed)
         : m_length(length)
-        , m_now(Empty(length, outsideIsSeed))
+        , m_now(Empty(length, isOutsideSeed))
         , m_next(m_now) {}
 
     /// Measures the distances to the seeds among the pixels, exactly up to `greatest`, which must be below
@@ -68,11 +68,11 @@ private:
     /// Length of the longest step, which must not lead out of the row.
     static constexpr std::int64_t c_margin = sizeof(StCacheLine);
 
-    static Row Empty(std::int64_t length, bool outsideIsSeed) {
+    static Row Empty(std::int64_t length, bool isOutsideSeed) {
         Row row(static_cast<std::size_t>(length / c_margin + 3));
         for (StCacheLine& line : row)
             std::fill_n(line.items, c_margin, static_cast<unsigned char>(c_farDistance));
-        if (outsideIsSeed) {
+        if (isOutsideSeed) {
             Places(row)[-1] = 0;
             Places(row)[length] = 0;
         }
@@ -110,9 +110,9 @@ private:
 template <class Number>
 class CShortLines {
 public:
-    /// With `outsideIsSeed`, there are seeds just beyond both ends. The weight is the square of the pixel
+    /// With `isOutsideSeed`, there are seeds just beyond both ends. The weight is the square of the pixel
     /// length; it must be 1 for integers.
-    CShortLines(std::int64_t length, bool outsideIsSeed, Number weight)
+    CShortLines(std::int64_t length, bool isOutsideSeed, Number weight)
         : m_length(length)
         , m_reach(std::min<std::int64_t>(length, c_farDistance - 1))
         , m_weight(weight)
@@ -120,7 +120,7 @@ public:
         , m_results(static_cast<std::size_t>(length)) {
         for (auto& place : m_values)
             std::fill_n(place.items, c_shortLanes, TooFar());
-        if (outsideIsSeed) {
+        if (isOutsideSeed) {
             std::fill_n(Values(-1), c_shortLanes, Number{0});
             std::fill_n(Values(length), c_shortLanes, Number{0});
         }

@@ -7,7 +7,7 @@ namespace ORVEN {
 void SquaredDistancesToBackground(const IImage& binary, IImage& squared, IProgress& progress) {
     CheckDistanceImages("ORVEN::SquaredDistancesToBackground", binary, squared, IMAGE_GREY_32);
     StDistanceTransform transform;
-    transform.outsideIsSeed = true;
+    transform.isOutsideSeed = true;
     TransformDistances(transform, binary, squared, progress);
 }
 

@@ -28,7 +28,7 @@ namespace ORVEN {
 
 namespace {
 
-const char* const g_site = "CSkeletonCouprierZour::EuclideanSkeleton";
+const char* const c_site = "CSkeletonCouprierZour::EuclideanSkeleton";
 
 /// Units of work for adding a pixel to a set of pixels or looking it up there.
 constexpr std::int64_t c_unitsPerPixel = 8;
@@ -238,7 +238,7 @@ bool WithNeighborhood(const std::string& id, const Thin& thin) {
         return thin.template operator()<CNeighborhood3dDiffN14_2>();
     if (id == CNeighborhood3dDiffN26::id)
         return thin.template operator()<CNeighborhood3dDiffN26>();
-    throw CException(g_site, CString("Invalid neighborhood id '%1'.", CString::ENC_UTF8).Arg(id), nullptr);
+    throw CException(c_site, CString("Invalid neighborhood id '%1'.", CString::ENC_UTF8).Arg(id), nullptr);
 }
 
 /// Returns false if the run was cancelled.
@@ -268,9 +268,9 @@ void ThinByDistance(const IImage& input, const IImage& squaredDistance, const II
                     const std::string& neighborhood, IProgress& progress, EnPlaceSize placeSize) {
     RequireSkeletonNeighborhood(neighborhood);
     CWorkPace pace(progress);
-    const CSquaredDistanceView distances(g_site, squaredDistance, pace);
+    const CSquaredDistanceView distances(c_site, squaredDistance, pace);
     for (const IImage* image : {&input, &anchors, static_cast<const IImage*>(&output)})
-        RequireFitting(g_site, *image, IMAGE_BINARY_FG, squaredDistance);
+        RequireFitting(c_site, *image, IMAGE_BINARY_FG, squaredDistance);
     const StImages images{CImageView<const unsigned char>(input), distances,
                           CImageView<const unsigned char>(anchors)};
     const CImageView<unsigned char> result(output);

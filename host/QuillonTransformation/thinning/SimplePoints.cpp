@@ -21,10 +21,10 @@ consteval std::uint32_t AllOf() {
     return block;
 }
 
-constexpr std::uint32_t g_faceNeighbors = AllOf<CNeighborhood3dDiffN6>();
-constexpr std::uint32_t g_corners = Bit(-1, -1, -1) | Bit(1, -1, -1) | Bit(-1, 1, -1) | Bit(1, 1, -1) |
+constexpr std::uint32_t c_faceNeighbors = AllOf<CNeighborhood3dDiffN6>();
+constexpr std::uint32_t c_corners = Bit(-1, -1, -1) | Bit(1, -1, -1) | Bit(-1, 1, -1) | Bit(1, 1, -1) |
                                     Bit(-1, -1, 1) | Bit(1, -1, 1) | Bit(-1, 1, 1) | Bit(1, 1, 1);
-constexpr std::uint32_t g_atMostTwoSteps = AllOf<CNeighborhood3dDiffN26>() & ~g_corners;
+constexpr std::uint32_t c_atMostTwoSteps = AllOf<CNeighborhood3dDiffN26>() & ~c_corners;
 
 /// The pixels of a block together with their neighbours along the axes.
 constexpr std::uint32_t GrownByN6(std::uint32_t block) {
@@ -71,7 +71,7 @@ std::uint32_t Packed(std::uint32_t bits, std::uint32_t mask) {
 
 /// Whether there are face neighbours in the background, all in one 6-component of it.
 bool AreFacesConnected(std::uint32_t background) {
-    const std::uint32_t faces = background & g_faceNeighbors;
+    const std::uint32_t faces = background & c_faceNeighbors;
     return faces != 0 && (faces & ~Flood(LowestBit(faces), background, GrownByN6)) == 0;
 }
 
@@ -144,8 +144,8 @@ const CSimplePoints<CNeighborhood3dDiffN26>& CSimplePoints<CNeighborhood3dDiffN2
 }
 
 CSimplePoints<CNeighborhood3dDiffN26>::CSimplePoints() {
-    ForEachPart(g_atMostTwoSteps, [&](std::size_t index, std::uint32_t object) {
-        m_isBackgroundConnected[index] = AreFacesConnected(g_atMostTwoSteps & ~object);
+    ForEachPart(c_atMostTwoSteps, [&](std::size_t index, std::uint32_t object) {
+        m_isBackgroundConnected[index] = AreFacesConnected(c_atMostTwoSteps & ~object);
     });
     static constexpr std::array<StCell, 9> lowerCells = CellsAtHeight(-1);
     static constexpr std::array<StCell, 9> middleCells = CellsAtHeight(0);

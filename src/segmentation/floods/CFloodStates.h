@@ -98,9 +98,9 @@ public:
     void SetFinal(StPixelPosition pixel) { Set(pixel, 2); }
     void SetOpen(StPixelPosition pixel) { Set(pixel, 1); }
     /// Opens a pixel that is neither final nor open, without branching on the condition.
-    void SetOpenIf(bool condition, StPixelPosition pixel) {
+    void SetOpenIf(bool isWanted, StPixelPosition pixel) {
         char8_t& byte = m_states[Byte(pixel)];
-        byte = static_cast<char8_t>(byte | (condition ? 1U : 0U) << Shift(pixel));
+        byte = static_cast<char8_t>(byte | (isWanted ? 1U : 0U) << Shift(pixel));
     }
     /// Makes a pixel neither final nor open.
     void SetNone(StPixelPosition pixel) { Set(pixel, 0); }

@@ -21,11 +21,11 @@ public:
     }
 
     /// Does not branch on the condition.
-    void PushBackIf(bool condition, StPixelPosition pixel) {
+    void PushBackIf(bool isWanted, StPixelPosition pixel) {
         if (Size() == m_ring.size())
             Grow();
         m_ring[m_end & m_mask] = pixel;
-        m_end += condition ? 1 : 0;
+        m_end += isWanted ? 1 : 0;
     }
 
     StPixelPosition PopFront() { return m_ring[m_first++ & m_mask]; }

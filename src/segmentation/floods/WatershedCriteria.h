@@ -96,7 +96,7 @@ public:
     struct StParameters {
         std::uint32_t minimum;
         std::uint32_t level = 0;
-        bool reached = false;
+        bool isReached = false;
     };
 
     explicit CWatershedCriterionDepth(StParameters* parameters)
@@ -107,8 +107,8 @@ public:
 
     [[nodiscard]] bool Takes(const StWatershedCandidate& candidate) const {
         m_parameters->level = candidate.level;
-        m_parameters->reached = candidate.level - candidate.label > m_parameters->minimum + 1;
-        return m_parameters->reached;
+        m_parameters->isReached = candidate.level - candidate.label > m_parameters->minimum + 1;
+        return m_parameters->isReached;
     }
 
 private:

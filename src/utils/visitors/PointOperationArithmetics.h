@@ -39,7 +39,7 @@ struct CMultValue : StVisitor<TPixel> {
     TFactor factor;
 };
 
-/// Takes the square root of each pixel, in double precision. With `m_spread` the result is scaled so that
+/// Takes the square root of each pixel, in double precision. With `m_isSpread` the result is scaled so that
 /// pixels from `m_fX0` to `m_fX1` map to `m_fY0` to `m_fY1`. Results outside the finite floats become the
 /// nearest finite float; NaN, for example of a negative pixel, stays NaN.
 template <class TTarget, class TSource>
@@ -58,7 +58,7 @@ struct CRoot : StVisitor<TTarget> {
         m_scale = 1.0;
         m_inputShift = 0.0;
         m_outputOffset = 0.0;
-        if (!m_spread)
+        if (!m_isSpread)
             return;
         m_inputShift = -m_fX0;
         if (m_fX1 == m_fX0) {
@@ -79,7 +79,7 @@ struct CRoot : StVisitor<TTarget> {
             pixel = static_cast<float>(root);
     }
 
-    bool m_spread = false;
+    bool m_isSpread = false;
     double m_fX0 = -greatest;
     double m_fX1 = greatest;
     double m_fY0 = -greatest;

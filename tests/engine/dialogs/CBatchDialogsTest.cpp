@@ -103,7 +103,7 @@ TEST_F(BatchDialogs, AnswerQuestionsByTheirDefaultButton) {
 
 TEST_F(BatchDialogs, AnswerQuestionsByEscapeWhenTheyCancel) {
     StDialogAnswers answers;
-    answers.cancel = true;
+    answers.isCancelled = true;
     const CBatchDialogs dialogs(answers);
     EXPECT_EQ(
         QMessageBox::question(nullptr, "Q", "?", QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok),
@@ -186,14 +186,14 @@ TEST_F(BatchDialogs, LeaveWhatIsNotAnsweredAsTheDialogSetIt) {
 }
 
 TEST_F(BatchDialogs, FindAnOkButtonByTextOrName) {
-    for (const bool byName : {false, true}) {
+    for (const bool isByName : {false, true}) {
         QDialog dialog;
-        auto* button = new QPushButton(byName ? "Go" : "&Ok", &dialog);
-        if (byName)
+        auto* button = new QPushButton(isByName ? "Go" : "&Ok", &dialog);
+        if (isByName)
             button->setObjectName("OK_button");
         QObject::connect(button, &QPushButton::clicked, &dialog, [&dialog] { dialog.done(7); });
         const CBatchDialogs dialogs({});
-        EXPECT_EQ(dialog.exec(), 7) << byName;
+        EXPECT_EQ(dialog.exec(), 7) << isByName;
     }
 }
 
@@ -207,7 +207,7 @@ TEST_F(BatchDialogs, PressCancelWhenTheyAreToldTo) {
     CTestDialog dialog;
     auto* line = dialog.Add<QLineEdit>("line");
     StDialogAnswers answers = Answers({{"line", "x"}});
-    answers.cancel = true;
+    answers.isCancelled = true;
     const CBatchDialogs dialogs(answers);
     EXPECT_EQ(dialog.exec(), QDialog::Rejected);
     EXPECT_EQ(line->text(), "");

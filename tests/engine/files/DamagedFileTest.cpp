@@ -57,7 +57,7 @@ struct StFormat {
 };
 
 /// A small file of each kind, with pixels that do not pack and pixels that do.
-const std::array g_formats = {
+const std::array c_formats = {
     StFormat{"a.nrrd", IMAGE_GREY_16, CSize(9, 8, 7)},  StFormat{"zeros.nrrd", IMAGE_GREY_16, CSize(9, 8, 7)},
     StFormat{"a.mha", IMAGE_GREY_32, CSize(9, 8, 7)},   StFormat{"a.nii", IMAGE_GREY_F, CSize(9, 8, 7)},
     StFormat{"a.nii.gz", IMAGE_GREY_8, CSize(9, 8, 7)}, StFormat{"a.tif", IMAGE_GREY_16, CSize(9, 8, 7)},
@@ -72,7 +72,7 @@ void WriteSample(const StFormat& format, const std::string& path) {
     std::filesystem::remove(path + ".attributes.json");
 }
 
-const std::array<const char*, 5> g_realFiles = {"lung_ct_crop_u16.mha", "fibres_polymer_crop_f32.tif",
+const std::array<const char*, 5> c_realFiles = {"lung_ct_crop_u16.mha", "fibres_polymer_crop_f32.tif",
                                                 "shell_crop_stack.tif", "brain_mri_crop.nii.gz", "page.png"};
 
 void ExpectTruncationsRefused(const std::string& contents, const std::string& path, std::size_t fineUpTo,
@@ -105,7 +105,7 @@ TEST(DamagedFile, RefusesEmptyTextAndOtherFiles) {
 }
 
 TEST(DamagedFile, RefusesFilesThatEndTooEarly) {
-    for (const StFormat& format : g_formats) {
+    for (const StFormat& format : c_formats) {
         SCOPED_TRACE(format.name);
         const CTestFolder folder;
         WriteSample(format, folder / format.name);
@@ -116,7 +116,7 @@ TEST(DamagedFile, RefusesFilesThatEndTooEarly) {
 }
 
 TEST(DamagedFile, RefusesRealFilesThatEndTooEarly) {
-    for (const char* const name : g_realFiles) {
+    for (const char* const name : c_realFiles) {
         SCOPED_TRACE(name);
         const CTestFolder folder;
         const std::string contents = ReadText(DataFile(name));
@@ -206,7 +206,7 @@ TEST(DamagedFile, RefusesPagesThatNoFileCanHold) {
 }
 
 TEST(DamagedFile, SurvivesRandomBytesInTheFirst512) {
-    for (const StFormat& format : g_formats) {
+    for (const StFormat& format : c_formats) {
         const CTestFolder folder;
         WriteSample(format, folder / format.name);
         const std::string contents = ReadText(folder / format.name);
@@ -223,7 +223,7 @@ TEST(DamagedFile, SurvivesRandomBytesInTheFirst512) {
 }
 
 TEST(DamagedFile, SurvivesRandomDigitsInTextHeaders) {
-    for (const StFormat& format : g_formats) {
+    for (const StFormat& format : c_formats) {
         const CTestFolder folder;
         WriteSample(format, folder / format.name);
         const std::string contents = ReadText(folder / format.name);
@@ -242,7 +242,7 @@ TEST(DamagedFile, SurvivesRandomDigitsInTextHeaders) {
 }
 
 TEST(DamagedFile, SurvivesRandomBytesAnywhereInRealFiles) {
-    for (const char* const name : g_realFiles) {
+    for (const char* const name : c_realFiles) {
         const CTestFolder folder;
         const std::string contents = ReadText(DataFile(name));
         for (unsigned seed = 0; seed < 40; ++seed) {
@@ -281,7 +281,7 @@ TEST(DamagedFile, NoticesDamageInsidePackedPixels) {
 
 TEST(DamagedFile, PrintsNothingItself) {
     const CTestFolder folder;
-    for (const StFormat& format : g_formats) {
+    for (const StFormat& format : c_formats) {
         WriteSample(format, folder / format.name);
         const std::string contents = ReadText(folder / format.name);
         Store(folder / format.name, contents.substr(0, contents.size() * 3 / 4));

@@ -28,9 +28,9 @@ namespace engine::test {
 
 namespace {
 
-const std::array g_types = {IMAGE_BINARY_FG, IMAGE_BINARY_BG, IMAGE_GREY_8,
+const std::array c_types = {IMAGE_BINARY_FG, IMAGE_BINARY_BG, IMAGE_GREY_8,
                             IMAGE_GREY_16,   IMAGE_GREY_32,   IMAGE_GREY_F};
-const std::array<std::string, 7> g_volumeNames = {"v.nrrd",   "v.mha", "v.mhd", "v.nii",
+const std::array<std::string, 7> c_volumeNames = {"v.nrrd",   "v.mha", "v.mhd", "v.nii",
                                                   "v.nii.gz", "v.tif", "v.TIFF"};
 
 /// Attributes of every kind and with every character that has broken a file format before.
@@ -97,8 +97,8 @@ using Spacing = std::array<double, 3>;
 TEST(ImageFile, KeepsEveryTypeAndAttributeInEveryVolumeFormat) {
     const CTestFolder folder;
     unsigned seed = 0;
-    for (const auto& type : g_types) {
-        for (const std::string& name : g_volumeNames) {
+    for (const auto& type : c_types) {
+        for (const std::string& name : c_volumeNames) {
             for (const CSize& size : {CSize(7, 5, 3), CSize(1, 1, 1), CSize(4, 3, 1), CSize(1, 9, 2)}) {
                 SCOPED_TRACE(std::string(type.ToString()) + " " + name + " " + size.ToString());
                 const auto image = RandomImage(type, size, ++seed);
@@ -112,7 +112,7 @@ TEST(ImageFile, KeepsEveryTypeAndAttributeInEveryVolumeFormat) {
 TEST(ImageFile, KeepsEveryTypeAndAttributeOfPlanes) {
     const CTestFolder folder;
     unsigned seed = 100;
-    for (const auto& type : g_types) {
+    for (const auto& type : c_types) {
         for (const std::string name : {"p.nrrd", "p.mha", "p.mhd", "p.nii", "p.nii.gz", "p.tif", "p.png"}) {
             if (name == "p.png" && type.PixelSize() > 2)
                 continue;
@@ -126,8 +126,8 @@ TEST(ImageFile, KeepsEveryTypeAndAttributeOfPlanes) {
 
 TEST(ImageFile, KeepsPlainImagesWithoutAnyAttribute) {
     const CTestFolder folder;
-    for (const auto& type : g_types) {
-        for (const std::string& name : g_volumeNames) {
+    for (const auto& type : c_types) {
+        for (const std::string& name : c_volumeNames) {
             SCOPED_TRACE(std::string(type.ToString()) + " " + name);
             const auto image = RandomImage(type, CSize(3, 4, 5), 7);
             ExpectSameImage(*WrittenAndRead(*image, folder / name), *image);
@@ -222,7 +222,7 @@ TEST(ImageFile, NumbersInFilesDoNotFollowTheLocale) {
     const auto image = RandomImage(IMAGE_GREY_8, CSize(1234, 2, 2), 1);
     GiveAttributes(*image);
     const std::locale before = std::locale::global(std::locale(std::locale::classic(), new StGerman));
-    for (const std::string& name : g_volumeNames)
+    for (const std::string& name : c_volumeNames)
         ExpectSameImage(*WrittenAndRead(*image, folder / name), *image);
     std::locale::global(before);
     EXPECT_NE(ReadText(folder / "v.nrrd").find("sizes: 1234 2 2\nspacings: 0.1 0.3333333333333333 2.5e-07\n"),
@@ -368,7 +368,7 @@ TEST(ImageFile, ReadsRealFilesWithTheirSpacing) {
 TEST(ImageFile, KeepsARealVolumeThroughEveryFormat) {
     const CTestFolder folder;
     const auto image = ReadImage(DataFile("lung_ct_crop_u16.mha"));
-    for (const std::string& name : g_volumeNames) {
+    for (const std::string& name : c_volumeNames) {
         SCOPED_TRACE(name);
         ExpectSameImage(*WrittenAndRead(*image, folder / name), *image);
     }
@@ -379,7 +379,7 @@ TEST(ImageFile, TakesSpacingThatNoFormatCanHoldFromTheSideFile) {
     for (const Spacing& spacing : {Spacing{1e-12, 1e-12, 1e-12}, Spacing{1e12, 1, 1e12}, Spacing{1, 1, 7}}) {
         const auto image = RandomImage(IMAGE_GREY_8, CSize(2, 3, 2), 1);
         CQuillonHeaderTools::SetSpacing(*image, spacing[0], spacing[1], spacing[2]);
-        for (const std::string& name : g_volumeNames)
+        for (const std::string& name : c_volumeNames)
             ExpectSameImage(*WrittenAndRead(*image, folder / name), *image);
     }
 }
@@ -549,7 +549,7 @@ TEST(ImageFile, RefusesWhatAFormatCannotHold) {
 
 TEST(ImageFile, LeavesNothingBehindWhenTheDiskIsFull) {
     const auto image = RandomImage(IMAGE_GREY_16, CSize(100, 100, 20), 1);
-    for (const std::string& name : g_volumeNames) {
+    for (const std::string& name : c_volumeNames) {
         for (const rlim_t limit : {0u, 100u, 4096u, 200000u, 399999u}) {
             SCOPED_TRACE(name + " " + std::to_string(limit));
             const CTestFolder folder;

@@ -105,12 +105,12 @@ std::unique_ptr<CImage> PeerImage(const IImage::CType& type, const CSize& size) 
     return ImageOf<float>(type, size, values);
 }
 
-const std::array g_types = {IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F};
+const std::array c_types = {IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F};
 
 } // namespace
 
 TEST(Peer, ReadsTheVolumesThatWeWrite) {
-    for (const auto& type : g_types) {
+    for (const auto& type : c_types) {
         for (const std::string name : {"a.nrrd", "a.mha", "a.mhd", "a.nii", "a.nii.gz", "a.tif"}) {
             if (name == "a.tif" && type == IMAGE_GREY_32)
                 continue; // the peer does not read such files
@@ -145,7 +145,7 @@ TEST(Peer, ReadsThePlanesThatWeWrite) {
 }
 
 TEST(Peer, WritesVolumesThatWeRead) {
-    for (const auto& type : g_types) {
+    for (const auto& type : c_types) {
         for (const std::string name : {"a.nrrd", "a.mha", "a.mhd", "a.nii", "a.nii.gz", "a.tif"}) {
             for (const bool isPacked : {false, true}) {
                 if (name == "a.tif" && type == IMAGE_GREY_32)

@@ -192,11 +192,11 @@ TEST(ValueJson, RefusesTreesThatAreTooDeep) {
         const auto count = static_cast<std::size_t>(depth);
         return *CJson::Parse(std::string(count, '[') + std::string(count, ']'));
     };
-    EXPECT_FALSE(IsRefused([&] { FromJson(nested(g_maxJsonDepth + 1)); }));
-    EXPECT_TRUE(IsRefused([&] { FromJson(nested(g_maxJsonDepth + 2)); }));
+    EXPECT_FALSE(IsRefused([&] { FromJson(nested(c_maxJsonDepth + 1)); }));
+    EXPECT_TRUE(IsRefused([&] { FromJson(nested(c_maxJsonDepth + 2)); }));
     EXPECT_TRUE(IsRefused([&] { FromJson(nested(1000000)); }));
     auto deep = std::make_unique<CValueVector>();
-    for (int depth = 0; depth < g_maxJsonDepth + 1; ++depth) {
+    for (int depth = 0; depth < c_maxJsonDepth + 1; ++depth) {
         auto outer = std::make_unique<CValueVector>();
         outer->PushBack(deep.release());
         deep = std::move(outer);

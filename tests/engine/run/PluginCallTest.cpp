@@ -44,7 +44,7 @@ public:
 class PluginCall : public testing::Test {
 protected:
     StPluginOutcome Call() {
-        return CallPlugin(plugin, {"Noting", document.get(), std::move(parameters), &settings, force});
+        return CallPlugin(plugin, {"Noting", document.get(), std::move(parameters), &settings, isForced});
     }
 
     static CValuePointer<CValueMap>* NewDocument(const char* label) {
@@ -60,7 +60,7 @@ protected:
     std::unique_ptr<CValueMap> document = MakeDocument(*image, "four.png");
     std::unique_ptr<CValueMap> parameters = std::make_unique<CValueMap>();
     CValueMap settings;
-    bool force = false;
+    bool isForced = false;
 };
 
 using Calls = std::vector<std::string>;
@@ -90,7 +90,7 @@ TEST_F(PluginCall, StopsAtARefusal) {
 
 TEST_F(PluginCall, GoesOnAfterARefusalIfForced) {
     plugin.accepts = false;
-    force = true;
+    isForced = true;
     const StPluginOutcome outcome = Call();
     EXPECT_EQ(plugin.calls, (Calls{"setup", "test", "update", "data"}));
     EXPECT_EQ(outcome.isAccepted, false);

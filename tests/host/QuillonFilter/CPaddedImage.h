@@ -22,10 +22,10 @@ public:
     }
     [[nodiscard]] const std::vector<float>& Memory() const { return m_pixels; }
 
-    const IAccess* CreateAccess(bool /*reserved*/) const override {
+    const IAccess* CreateAccess(bool /*isReserved*/) const override {
         return new CAccess(const_cast<CPaddedImage&>(*this));
     }
-    IAccess* CreateAccess(bool /*reserved*/) override { return new CAccess(*this); }
+    IAccess* CreateAccess(bool /*isReserved*/) override { return new CAccess(*this); }
     const ORVEN::CValueMap& Attributes() const override { return m_attributes; }
     ORVEN::CValueMap& Attributes() override { return m_attributes; }
     [[nodiscard]] const CType& Type() const override { return ORVEN::IMAGE_GREY_F; }

@@ -76,21 +76,21 @@ void ExpectTotals(const std::array<double, 4>& totals, const std::array<double, 
         EXPECT_NEAR(totals[i], expected[i], 1e-9 * std::max(1.0, std::abs(expected[i]))) << "feature " << i;
 }
 
-constexpr StFieldFeaturesParameter g_spacing123{1.0, 2.0, 3.0};
+constexpr StFieldFeaturesParameter c_spacing123{1.0, 2.0, 3.0};
 
 TEST(CFieldFeatures, OnePixel) {
     const CPixelSet pixel(1, [](int, int, int) { return true; });
     ExpectTotals(Totals(pixel), {1, 3.004080308, 4.718798313, 1});
-    ExpectTotals(Totals(pixel, g_spacing123), {6, 11.267085307, 9.687822142, 1});
+    ExpectTotals(Totals(pixel, c_spacing123), {6, 11.267085307, 9.687822142, 1});
 }
 
 TEST(CFieldFeatures, TwoPixelsSideBySide) {
     const CPixelSet alongX(2, [](int, int y, int z) { return y == 0 && z == 0; });
     const CPixelSet alongZ(2, [](int x, int y, int) { return x == 0 && y == 0; });
     ExpectTotals(Totals(alongX), {2, 5.641937486, 7.629870330, 1});
-    ExpectTotals(Totals(alongX, g_spacing123), {12, 18.011548377, 12.440658821, 1});
+    ExpectTotals(Totals(alongX, c_spacing123), {12, 18.011548377, 12.440658821, 1});
     ExpectTotals(Totals(alongZ), {2, 5.641937486, 7.629870330, 1});
-    ExpectTotals(Totals(alongZ, g_spacing123), {12, 22.298422351, 17.633963451, 1});
+    ExpectTotals(Totals(alongZ, c_spacing123), {12, 22.298422351, 17.633963451, 1});
 }
 
 TEST(CFieldFeatures, TwoPixelsOnADiagonal) {
@@ -161,8 +161,8 @@ TEST(CFieldFeatures, TheComplementHasTheSameSurfaceAndTheOppositeMeanCurvature) 
     for (unsigned code = 0; code < 256; ++code)
         complement.counts[255 - code] = configuration.counts[code];
     complement.edgeCorrectedCounts = complement.counts;
-    const StFieldFeaturesData3d a = Features(configuration, g_spacing123);
-    const StFieldFeaturesData3d b = Features(complement, g_spacing123);
+    const StFieldFeaturesData3d a = Features(configuration, c_spacing123);
+    const StFieldFeaturesData3d b = Features(complement, c_spacing123);
     EXPECT_NEAR(b.volumeDensity, 1.0 - a.volumeDensity, 1e-12);
     EXPECT_NEAR(b.surfaceDensity, a.surfaceDensity, 1e-12);
     EXPECT_NEAR(b.meanCurvatureDensity, -a.meanCurvatureDensity, 1e-12);
@@ -170,7 +170,7 @@ TEST(CFieldFeatures, TheComplementHasTheSameSurfaceAndTheOppositeMeanCurvature) 
 
 TEST(CFieldFeatures, FeaturesScaleWithTheSpacing) {
     const StNeighborConfiguration configuration = RandomConfiguration(2);
-    const StFieldFeaturesData3d a = Features(configuration, g_spacing123);
+    const StFieldFeaturesData3d a = Features(configuration, c_spacing123);
     const StFieldFeaturesData3d b = Features(configuration, {2.0, 4.0, 6.0});
     EXPECT_NEAR(b.volumeDensity, a.volumeDensity, 1e-12);
     EXPECT_NEAR(b.surfaceDensity, a.surfaceDensity / 2.0, 1e-12);
@@ -187,7 +187,7 @@ TEST(CFieldFeatures, SwappingAxesSwapsTheSpacing) {
         exchanged.counts[other] = configuration.counts[code];
     }
     exchanged.edgeCorrectedCounts = exchanged.counts;
-    const StFieldFeaturesData3d a = Features(configuration, g_spacing123);
+    const StFieldFeaturesData3d a = Features(configuration, c_spacing123);
     const StFieldFeaturesData3d b = Features(exchanged, {3.0, 2.0, 1.0});
     EXPECT_NEAR(b.surfaceDensity, a.surfaceDensity, 1e-12);
     EXPECT_NEAR(b.meanCurvatureDensity, a.meanCurvatureDensity, 1e-12);
@@ -265,26 +265,26 @@ TEST(StFieldFeaturesData3d, NamesItsFeatures) {
         EXPECT_EQ(map.Entry(names[i], true)->Double(), static_cast<double>(i + 1)) << names[i];
 }
 
-std::array<double, g_directionCount> SharesAtSpacing(double x, double y, double z) {
-    std::array<Vector3d, g_directionCount> directions{};
-    for (std::size_t k = 0; k < g_directionCount; ++k)
-        directions[k] = {g_directions[k][0] * x, g_directions[k][1] * y, g_directions[k][2] * z};
+std::array<double, c_directionCount> SharesAtSpacing(double x, double y, double z) {
+    std::array<Vector3d, c_directionCount> directions{};
+    for (std::size_t k = 0; k < c_directionCount; ++k)
+        directions[k] = {c_directions[k][0] * x, c_directions[k][1] * y, c_directions[k][2] * z};
     return DirectionShares(directions);
 }
 
 TEST(DirectionShares, AtEqualSpacing) {
     const auto shares = SharesAtSpacing(1, 1, 1);
-    for (std::size_t k = 0; k < g_directionCount; ++k)
+    for (std::size_t k = 0; k < c_directionCount; ++k)
         EXPECT_NEAR(shares[k], k < 3 ? 0.0915557824 : k < 9 ? 0.0739612558 : 0.0703912796, 1e-10) << k;
 }
 
 TEST(DirectionShares, AtUnequalSpacing) {
     const auto shares = SharesAtSpacing(1, 1, 2);
-    const std::array<double, g_directionCount> expected{.12534,  .12534,  .03348,  .11258,  .11258,
+    const std::array<double, c_directionCount> expected{.12534,  .12534,  .03348,  .11258,  .11258,
                                                         .050269, .050269, .050269, .050269, .072401,
                                                         .072401, .072401, .072401};
     double sum = 0.0;
-    for (std::size_t k = 0; k < g_directionCount; ++k) {
+    for (std::size_t k = 0; k < c_directionCount; ++k) {
         EXPECT_NEAR(shares[k], expected[k], 5e-6) << k;
         sum += shares[k];
     }

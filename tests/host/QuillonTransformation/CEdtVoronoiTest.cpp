@@ -43,15 +43,15 @@ std::unique_ptr<CImage> Binary(const CSize& size, const Bytes& pixels) {
 }
 
 struct StMode {
-    bool useSpacing = true;
+    bool usesSpacing = true;
     bool onForeground = true;
     bool squared = true;
-    bool embedded = false;
+    bool isEmbedded = false;
 };
 
 std::string ToString(const StMode& mode) {
     return std::string(mode.onForeground ? "foreground" : "background") +
-           (mode.squared ? ", squared" : ", exact") + (mode.embedded ? ", embedded" : "");
+           (mode.squared ? ", squared" : ", exact") + (mode.isEmbedded ? ", embedded" : "");
 }
 
 template <class T>
@@ -59,7 +59,8 @@ std::vector<T> Map(const IImage& binary, const StMode& mode) {
     CImage map(sizeof(T) == 4 && std::is_integral_v<T> ? IMAGE_GREY_32 : IMAGE_GREY_F, binary.Size(),
                CSize(0, 0, 0));
     CEdtVoronoi(nullptr, nullptr)
-        .CalculateDistanceMap(map, binary, mode.useSpacing, mode.onForeground, mode.squared, mode.embedded);
+        .CalculateDistanceMap(map, binary, mode.usesSpacing, mode.onForeground, mode.squared,
+                              mode.isEmbedded);
     return test::PixelsOf<T>(map);
 }
 
@@ -77,7 +78,7 @@ std::vector<T> Expected(const IImage& binary, const StMode& mode, const std::arr
                         float factor = 1.0F) {
     std::vector<T> expected;
     for (const double square :
-         test::SquaredDistances(test::SeedsOf(binary, mode.onForeground, mode.embedded), weights)) {
+         test::SquaredDistances(test::SeedsOf(binary, mode.onForeground, mode.isEmbedded), weights)) {
         const T stored =
             square == test::c_noDistance ? T{0} : static_cast<T>(square) * static_cast<T>(factor);
         expected.push_back(mode.squared ? stored : static_cast<T>(std::sqrt(static_cast<double>(stored))));
@@ -94,10 +95,10 @@ public:
     using CEdtVoronoi::VoronoiEdt;
 
     template <class T>
-    std::vector<T> Transformed(const std::vector<T>& line, double spacing, bool embedded) {
+    std::vector<T> Transformed(const std::vector<T>& line, double spacing, bool isEmbedded) {
         const auto image = test::ImageOf(std::is_same_v<T, float> ? IMAGE_GREY_F : IMAGE_GREY_32,
                                          Line(static_cast<std::int64_t>(line.size())), line);
-        VoronoiEdt(*image, 0, spacing, CPos(0, 0, 0), embedded);
+        VoronoiEdt(*image, 0, spacing, CPos(0, 0, 0), isEmbedded);
         return test::PixelsOf<T>(*image);
     }
 };
@@ -142,7 +143,7 @@ TEST(VoronoiEdt, TakesUpDistancesFoundAlongOtherAxes) {
         const auto range = 1 + random() % (seed % 2 == 0 ? 12 : 1000);
         for (float& value : line)
             value = random() % 4 == 0 ? c_none : static_cast<float>(random() % range);
-        const bool embedded = random() % 2 == 0;
+        const bool isEmbedded = random() % 2 == 0;
         const auto spacing = static_cast<double>(1 + random() % 3);
         Floats expected = line;
         for (std::size_t x = 0; x < line.size(); ++x) {
@@ -154,12 +155,12 @@ TEST(VoronoiEdt, TakesUpDistancesFoundAlongOtherAxes) {
                 if (line[site] < c_none)
                     take(line[site], static_cast<double>(site) - static_cast<double>(x));
             }
-            if (embedded) {
+            if (isEmbedded) {
                 take(0.0, static_cast<double>(x + 1));
                 take(0.0, static_cast<double>(line.size() - x));
             }
         }
-        EXPECT_EQ(lines.Transformed(line, spacing, embedded), expected);
+        EXPECT_EQ(lines.Transformed(line, spacing, isEmbedded), expected);
     }
 }
 
@@ -361,7 +362,7 @@ TEST(CEdtVoronoi, EqualsLineByLineProcessingToTheBit) {
         const Spacing spacing =
             seed % 4 == 0 ? Spacing{1, 1, 1} : Spacing{length(random), length(random), length(random)};
         CQuillonHeaderTools::SetSpacing(*binary, spacing[0], spacing[1], spacing[2]);
-        const bool embedded = random() % 2 == 0;
+        const bool isEmbedded = random() % 2 == 0;
         SCOPED_TRACE(size.ToString());
 
         Floats pixels;
@@ -380,7 +381,7 @@ TEST(CEdtVoronoi, EqualsLineByLineProcessingToTheBit) {
                     for (std::int64_t x = 0; x < starts.x; ++x) {
                         const auto k = static_cast<std::size_t>(axis);
                         lines.VoronoiEdt(*map, k, size.Dim() == 1 ? 1.0 : spacing[k], CPos(x, y, z),
-                                         embedded);
+                                         isEmbedded);
                     }
                 }
             }
@@ -388,7 +389,7 @@ TEST(CEdtVoronoi, EqualsLineByLineProcessingToTheBit) {
         Floats expected = test::PixelsOf<float>(*map);
         for (float& value : expected)
             value = value == c_none ? 0.0F : factor * value;
-        ASSERT_EQ(Map<float>(*binary, {true, true, true, embedded}), expected);
+        ASSERT_EQ(Map<float>(*binary, {true, true, true, isEmbedded}), expected);
     }
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 using namespace ORVEN;
 
-constexpr std::array g_codes{12, 15, 18, 21};
+constexpr std::array c_codes{12, 15, 18, 21};
 
 /// The definition, pixel by pixel.
 std::vector<float> FiguresByHelper(int code, const IImage& image) {
@@ -58,7 +58,7 @@ TEST(LocalEulerNumbers, AreThoseOfTheHelperInImagesOfAnyShapeAndDensity) {
             for (unsigned char& pixel : pixels)
                 pixel = random() % 10 > seed ? 1 : 0;
             const auto image = test::ImageOf(IMAGE_BINARY_FG, size, pixels);
-            for (const int code : g_codes)
+            for (const int code : c_codes)
                 ASSERT_EQ(Figures(code, *image), FiguresByHelper(code, *image)) << code;
         }
     }
@@ -74,7 +74,7 @@ TEST(LocalEulerNumbers, TakeEveryByteBut0ForForeground) {
         bit = bit != 0 ? 1 : 0;
     const auto image = test::ImageOf(IMAGE_BINARY_FG, CSize(6, 7, 5), bytes);
     const auto binary = test::ImageOf(IMAGE_BINARY_FG, CSize(6, 7, 5), bits);
-    for (const int code : g_codes) {
+    for (const int code : c_codes) {
         EXPECT_EQ(Figures(code, *image), FiguresByHelper(code, *image));
         EXPECT_EQ(Figures(code, *image), Figures(code, *binary));
     }
@@ -84,7 +84,7 @@ TEST(LocalEulerNumbers, OfAPixelAre1AroundIt) {
     std::vector<unsigned char> pixels(125, 0);
     pixels[62] = 1;
     const auto image = test::ImageOf(IMAGE_BINARY_FG, CSize(5, 5, 5), pixels);
-    for (const int code : g_codes) {
+    for (const int code : c_codes) {
         const auto figures = Figures(code, *image);
         for (std::size_t index = 0; index < 125; ++index) {
             const auto isNear = [](std::size_t coordinate) { return coordinate >= 1 && coordinate <= 3; };
@@ -102,7 +102,7 @@ TEST(LocalEulerNumbers, ReadAnImageWithABorderOfItsOwnMemory) {
             std::fill_n(pixels.Row(y, z) - 3, 5 + 2 * 3, static_cast<unsigned char>(1)); // the border as well
     }
     const auto plain = test::ImageOf(IMAGE_BINARY_FG, CSize(5, 4, 3), std::vector<unsigned char>(60, 1));
-    for (const int code : g_codes)
+    for (const int code : c_codes)
         EXPECT_EQ(Figures(code, image), Figures(code, *plain));
 }
 

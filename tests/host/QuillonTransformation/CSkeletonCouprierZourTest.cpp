@@ -157,7 +157,7 @@ void ExpectIsSkeleton(const std::string& id, const StObject& object, const StObj
 // --- thinning
 
 class Thinning : public testing::TestWithParam<std::string> {};
-INSTANTIATE_TEST_SUITE_P(, Thinning, testing::ValuesIn(test::g_neighborhoodIds),
+INSTANTIATE_TEST_SUITE_P(, Thinning, testing::ValuesIn(test::c_neighborhoodIds),
                          [](const auto& id) { return id.param; });
 
 TEST_P(Thinning, IsTheOneOfTheDefinitionWithAndWithoutAnchors) {
@@ -266,7 +266,7 @@ TEST_P(Thinning, AcceptsImagesWithoutPixelsAndWithOne) {
 struct StCounts {
     const char* name;
     StObject object;
-    std::vector<std::int64_t> counts; ///< as in `g_neighborhoodIds`
+    std::vector<std::int64_t> counts; ///< as in `c_neighborhoodIds`
 };
 
 TEST(Skeletons, OfSimpleShapesHaveAsManyPixelsAsTheyShould) {
@@ -282,9 +282,9 @@ TEST(Skeletons, OfSimpleShapesHaveAsManyPixelsAsTheyShould) {
     for (const StCounts& row : rows) {
         StStages stages(row.object);
         stages.FindAxis();
-        for (std::size_t i = 0; i < test::g_neighborhoodIds.size(); ++i)
-            EXPECT_EQ(PixelCount(stages.Skeleton(test::g_neighborhoodIds[i])), row.counts[i])
-                << row.name << ' ' << test::g_neighborhoodIds[i];
+        for (std::size_t i = 0; i < test::c_neighborhoodIds.size(); ++i)
+            EXPECT_EQ(PixelCount(stages.Skeleton(test::c_neighborhoodIds[i])), row.counts[i])
+                << row.name << ' ' << test::c_neighborhoodIds[i];
     }
 }
 
@@ -292,8 +292,8 @@ TEST(Skeletons, OfARingWithoutAnchorsAreClosedCurves) {
     const StObject ring = Ring();
     ASSERT_EQ(PixelCount(ring), 216);
     const std::vector<std::int64_t> counts{24, 20, 22, 22};
-    for (std::size_t i = 0; i < test::g_neighborhoodIds.size(); ++i) {
-        const std::string& id = test::g_neighborhoodIds[i];
+    for (std::size_t i = 0; i < test::c_neighborhoodIds.size(); ++i) {
+        const std::string& id = test::c_neighborhoodIds[i];
         const StObject curve = StStages(ring).Skeleton(id, None(ring));
         EXPECT_EQ(PixelCount(curve), counts[i]) << id;
         EXPECT_EQ(test::EulerNumber(id, curve), 0) << id;
@@ -306,7 +306,7 @@ TEST(TopologyOracle, ComputesTheEulerNumbersOfTwoPixels) {
         object.pixels[object.Index(first)] = 1;
         object.pixels[object.Index(second)] = 1;
         std::vector<std::int64_t> found;
-        for (const std::string& id : test::g_neighborhoodIds)
+        for (const std::string& id : test::c_neighborhoodIds)
             found.push_back(test::EulerNumber(id, object));
         return found;
     };
@@ -315,7 +315,7 @@ TEST(TopologyOracle, ComputesTheEulerNumbersOfTwoPixels) {
     EXPECT_EQ(numbers({1, 0, 0}, {0, 1, 1}), (std::vector<std::int64_t>{2, 1, 2, 1}));
     EXPECT_EQ(numbers({0, 0, 0}, {1, 1, 0}), (std::vector<std::int64_t>{2, 1, 1, 2}));
     EXPECT_EQ(numbers({1, 0, 0}, {0, 1, 0}), (std::vector<std::int64_t>{2, 1, 2, 1}));
-    for (const std::string& id : test::g_neighborhoodIds) {
+    for (const std::string& id : test::c_neighborhoodIds) {
         EXPECT_EQ(test::EulerNumber(id, test::Solid({3, 3, 3}, 0)), 1) << id;
         StObject hollow = test::Solid({3, 3, 3}, 0);
         hollow.pixels[13] = 0;
@@ -359,7 +359,7 @@ TEST(ConstrainedSet, KeepsTheAxisFromARadiusAndAnAngleOn) {
 
 TEST(RunSkeletonCouprierZour, KeepsTheConstraintSet) {
     const StObject object = Foam(8, 24, 2);
-    for (const std::string& id : test::g_neighborhoodIds) {
+    for (const std::string& id : test::c_neighborhoodIds) {
         StStages stages(object);
         stages.FindAxis();
         EXPECT_EQ(SkeletonInOneCall(object, id, 0, 0.0F).pixels, stages.Skeleton(id).pixels) << id;

@@ -22,13 +22,13 @@ namespace {
 
 using namespace ORVEN;
 
-constexpr std::array g_codes{12, 15, 18, 21};
+constexpr std::array c_codes{12, 15, 18, 21};
 
 using Table = std::array<long long, 256>;
 
-Table TableOf(int code, bool ofBackground = false) {
+Table TableOf(int code, bool isOfBackground = false) {
     Table table{};
-    CSkeletonHelper::_ecoeff(table.data(), code, ofBackground);
+    CSkeletonHelper::_ecoeff(table.data(), code, isOfBackground);
     return table;
 }
 
@@ -89,7 +89,7 @@ TEST(EulerCoefficients, OfDualNeighbourhoodsAreThoseOfTheComplement) {
 }
 
 TEST(EulerCoefficients, WithTheFlagAreReadAtTheComplement) {
-    for (const int code : g_codes) {
+    for (const int code : c_codes) {
         Table expected = TableOf(code);
         std::ranges::reverse(expected);
         EXPECT_EQ(TableOf(code, true), expected) << code;
@@ -193,9 +193,9 @@ TEST(SkeletonHelperCube, AtEveryCornerHoldsTheEightPixelsInside) {
                     const auto isInside = [](int position, std::size_t step) {
                         return position == 0 ? step >= 1 : step <= 1;
                     };
-                    const bool expected =
+                    const bool isExpected =
                         isInside(x, index % 3) && isInside(y, index / 3 % 3) && isInside(z, index / 9);
-                    EXPECT_EQ(ValuesOf(helper)[index], expected ? 1 : 0);
+                    EXPECT_EQ(ValuesOf(helper)[index], isExpected ? 1 : 0);
                 }
             }
         }
@@ -247,7 +247,7 @@ protected:
     /// In the order of the codes.
     std::vector<int> EulerNumbersOf(const std::set<Pixel>& pixels) {
         std::vector<int> numbers;
-        for (const int code : g_codes)
+        for (const int code : c_codes)
             numbers.push_back(EulerNumberOf(code, pixels));
         return numbers;
     }

@@ -299,8 +299,9 @@ TEST(CSphericalMorphology, FollowsItsDefinitionForLargeRadii) {
                     pixels[random() % pixels.size()] ^= 1;
                 const auto image = Binary(size, pixels);
                 const std::int64_t square = radius * radius;
-                const auto within = [&](bool ofObject, bool outside) {
-                    const auto squares = test::SquaredDistances(test::SeedsOf(*image, !ofObject, outside));
+                const auto within = [&](bool isOfObject, bool isOutsideObject) {
+                    const auto squares =
+                        test::SquaredDistances(test::SeedsOf(*image, !isOfObject, isOutsideObject));
                     Bytes near;
                     for (const double value : squares)
                         near.push_back(value != test::c_noDistance && value <= static_cast<double>(square));

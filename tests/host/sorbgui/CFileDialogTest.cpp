@@ -15,7 +15,7 @@ namespace {
 
 using ORVEN::CFileDialog;
 
-const char* const g_filter = "Comma Separated Values (*.csv)";
+const char* const c_filter = "Comma Separated Values (*.csv)";
 
 class FileDialog : public test::QtTest {
 protected:
@@ -35,23 +35,23 @@ TEST_F(FileDialog, OffersTheNameAndTheFilter) {
     AnswerNextDialog([](QDialog& dialog) {
         const auto& files = dynamic_cast<QFileDialog&>(dialog);
         EXPECT_EQ(files.acceptMode(), QFileDialog::AcceptSave);
-        EXPECT_EQ(files.nameFilters(), QStringList{g_filter});
+        EXPECT_EQ(files.nameFilters(), QStringList{c_filter});
         EXPECT_EQ(dialog.findChild<QLineEdit*>("fileNameEdit")->text(), "scan_fiberdirections.csv");
         dialog.reject();
     });
-    const CFileDialog dialog("scan_fiberdirections.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
+    const CFileDialog dialog("scan_fiberdirections.csv", c_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
 }
 
 TEST_F(FileDialog, ReturnsThePathPicked) {
     AnswerNextDialog([this](QDialog& dialog) { Type(dialog, Path("new")); });
-    const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
+    const CFileDialog dialog("x.csv", c_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
     EXPECT_TRUE(dialog.WasFileSelected());
     EXPECT_EQ(dialog.FilePath(), Path("new")); // nothing is appended
 }
 
 TEST_F(FileDialog, ReturnsNoPathWhenCancelled) {
     AnswerNextDialog([](QDialog& dialog) { dialog.reject(); });
-    const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
+    const CFileDialog dialog("x.csv", c_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
     EXPECT_FALSE(dialog.WasFileSelected());
     EXPECT_EQ(dialog.FilePath(), "");
 }
@@ -67,7 +67,7 @@ TEST_F(FileDialog, AsksBeforeReplacingAFile) {
         EXPECT_TRUE(dialog.isVisible());
         dialog.reject();
     });
-    const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
+    const CFileDialog dialog("x.csv", c_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
     EXPECT_FALSE(dialog.WasFileSelected());
 }
 
@@ -83,14 +83,14 @@ TEST_F(FileDialog, TheQuestionShowsANameThatLooksLikeMarkupLiterally) {
         });
         Type(dialog, Path(name));
     });
-    const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
+    const CFileDialog dialog("x.csv", c_filter, CFileDialog::SAVE_ASK_TO_REPLACE, nullptr);
     EXPECT_EQ(dialog.FilePath(), Path(name));
 }
 
 TEST_F(FileDialog, ReplacesWithoutAskingInReplaceMode) {
     std::ofstream(Path("old.csv")) << "old";
     AnswerNextDialog([this](QDialog& dialog) { Type(dialog, Path("old.csv")); });
-    const CFileDialog dialog("x.csv", g_filter, CFileDialog::SAVE_REPLACE, nullptr);
+    const CFileDialog dialog("x.csv", c_filter, CFileDialog::SAVE_REPLACE, nullptr);
     EXPECT_EQ(dialog.FilePath(), Path("old.csv"));
 }
 

@@ -279,8 +279,8 @@ TEST_P(AnyContainer, CopyThatFailsLeavesTheTargetUnchangedMetaEntriesIncluded) {
         changed.SetEntry(1, String("changed"));
         auto& holder = isInMeta ? static_cast<CValueContainerBase&>(source->Meta()) : changed;
         holder.SetEntry(2, new CValueOwnedPointer<CValueMap>(new CValueMap, 1));
-        for (const bool merge : {false, true}) {
-            EXPECT_THROW(m_container->Copy(*source, CValue::TF_NONE, merge), CExBadParam);
+        for (const bool mergesMeta : {false, true}) {
+            EXPECT_THROW(m_container->Copy(*source, CValue::TF_NONE, mergesMeta), CExBadParam);
             EXPECT_TRUE(m_container->Equal(*before));
             EXPECT_TRUE(m_container->Meta().Equal(before->Meta()));
         }

@@ -138,16 +138,16 @@ TEST_F(CValuePointerTest, CloneOfAnOwnedNonNullPointerWithStrategy0Raises) {
 }
 
 TEST_F(CValuePointerTest, CloneWithStrategy2MovesTheOwnershipSoThatExactlyOneFreesThePointee) {
-    for (const bool originalGoesFirst : {false, true}) {
-        SCOPED_TRACE(originalGoesFirst);
+    for (const bool isOriginalFirst : {false, true}) {
+        SCOPED_TRACE(isOriginalFirst);
         Value original(new Owned(new StCounted, 1));
         Value clone(original->Clone(CValue::TF_MOVE));
         EXPECT_FALSE(IsOwner(original));
         EXPECT_TRUE(IsOwner(clone));
         EXPECT_EQ(clone->VoidPointer(), original->VoidPointer());
-        (originalGoesFirst ? original : clone).reset();
-        EXPECT_EQ(StCounted::alive, originalGoesFirst ? 1 : 0);
-        (originalGoesFirst ? clone : original).reset();
+        (isOriginalFirst ? original : clone).reset();
+        EXPECT_EQ(StCounted::alive, isOriginalFirst ? 1 : 0);
+        (isOriginalFirst ? clone : original).reset();
         EXPECT_EQ(StCounted::alive, 0);
     }
 }
@@ -213,13 +213,13 @@ TEST_F(CValuePointerTest, CopyFromAnOwnerWithStrategy0Raises) {
 }
 
 TEST_F(CValuePointerTest, CopyThatFailsOnTheMetaEntriesChangesNeitherPointerNorOwners) {
-    for (const bool merge : {false, true}) {
+    for (const bool mergesMeta : {false, true}) {
         Owned value(new StCounted, 1);
         const void* const pointee = value.Void();
         SetUnit(value);
         Owned source(new StCounted, 1);
         source.Meta().SetEntry("value", new CUnclonable);
-        EXPECT_THROW(value.Copy(source, CValue::TF_MOVE, merge), std::bad_alloc);
+        EXPECT_THROW(value.Copy(source, CValue::TF_MOVE, mergesMeta), std::bad_alloc);
         EXPECT_EQ(value.Void(), pointee);
         EXPECT_TRUE(value.IsOwner());
         EXPECT_TRUE(source.IsOwner());

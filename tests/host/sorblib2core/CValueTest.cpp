@@ -261,13 +261,13 @@ TEST_P(AnyValue, CloneAndCopyIncludeTheMetaEntries) {
 TEST_P(AnyValue, CopyReplacesOrMergesTheMetaEntries) {
     const Value source = Make();
     SetUnit(*source, "unit", "mm");
-    for (const bool merge : {false, true}) {
+    for (const bool mergesMeta : {false, true}) {
         const Value value = Make();
         SetUnit(*value, "unit", "inch");
         SetUnit(*value, "own", "stays");
-        value->Copy(*source, CValue::TF_NONE, merge);
+        value->Copy(*source, CValue::TF_NONE, mergesMeta);
         EXPECT_EQ(value->Meta().EntryString("unit"), "mm");
-        EXPECT_EQ(value->Meta().HasEntry("own"), merge);
+        EXPECT_EQ(value->Meta().HasEntry("own"), mergesMeta);
     }
 }
 
@@ -301,10 +301,10 @@ TEST_P(AnyValue, CopyThatFailsOnTheMetaEntriesChangesNothing) {
     SetMetaOwner(*source);
     const Value value = Make();
     SetUnit(*value, "unit", "mm");
-    for (const bool merge : {false, true}) {
-        EXPECT_THROW(value->Copy(*source, CValue::TF_NONE, merge), CExBadParam);
+    for (const bool mergesMeta : {false, true}) {
+        EXPECT_THROW(value->Copy(*source, CValue::TF_NONE, mergesMeta), CExBadParam);
         EXPECT_TRUE(value->Equal(*Make()));
-        EXPECT_THROW(value->CopyMeta(*source, CValue::TF_NONE, merge), CExBadParam);
+        EXPECT_THROW(value->CopyMeta(*source, CValue::TF_NONE, mergesMeta), CExBadParam);
         EXPECT_EQ(value->Meta().Size(), 1U);
         EXPECT_EQ(value->Meta().EntryString("unit"), "mm");
         EXPECT_TRUE(OwnsMetaPointee(*source));

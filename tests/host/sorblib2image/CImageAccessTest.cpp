@@ -16,7 +16,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::int64_t g_greatest = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t c_greatest = std::numeric_limits<std::int64_t>::max();
 
 /// A 5 x 4 x 3 image whose pixel at (x, y, z) is x + 10 y + 100 z, with an access to it.
 class CImageAccess : public testing::Test {
@@ -112,7 +112,7 @@ TEST_F(CImageAccess, RefusesABoxThatLeavesTheImage) {
         CPos behind = last;
         ++behind[axis];
         EXPECT_THROW(m_access->Lock(first, behind, IImage::LOCK_READ), CExBadParam);
-        behind[axis] = g_greatest;
+        behind[axis] = c_greatest;
         EXPECT_THROW(m_access->Lock(first, behind, IImage::LOCK_READ), CExBadParam);
         CPos reversed = last;
         reversed[axis] = -2;

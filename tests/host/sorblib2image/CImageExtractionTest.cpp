@@ -23,8 +23,8 @@ namespace {
 using Byte = unsigned char;
 using Bytes = std::vector<Byte>;
 
-constexpr std::int64_t g_greatest = std::numeric_limits<std::int64_t>::max();
-const CSize g_noBorder(0, 0, 0);
+constexpr std::int64_t c_greatest = std::numeric_limits<std::int64_t>::max();
+const CSize c_noBorder(0, 0, 0);
 
 CRect Rect(const CPos& first, const CPos& last) {
     CRect rect;
@@ -42,7 +42,7 @@ std::unique_ptr<CImage> Picture() {
 
 /// A target that shows whether it has been written to.
 CImage Marked(const IImage::CType& type, const CSize& size) {
-    CImage target(type, size, g_noBorder);
+    CImage target(type, size, c_noBorder);
     CImageView<Byte>(target).Row(0, 0)[0] = 99;
     return target;
 }
@@ -50,15 +50,15 @@ CImage Marked(const IImage::CType& type, const CSize& size) {
 } // namespace
 
 TEST(CImageExtraction, RectCopiesARegion) {
-    CImage target(IMAGE_GREY_8, CSize(2, 2), g_noBorder);
+    CImage target(IMAGE_GREY_8, CSize(2, 2), c_noBorder);
     CImageExtraction::Rect(target, *Picture(), Rect(CPos(1, 1), CPos(2, 2)));
     EXPECT_EQ(PixelsOf<Byte>(target), (Bytes{5, 6, 9, 10}));
 }
 
 TEST(CImageExtraction, BoxAndRectExpectTheirImagesInReverseOrder) {
     const auto source = Picture();
-    CImage byRect(IMAGE_GREY_8, CSize(4, 1), g_noBorder);
-    CImage byBox(IMAGE_GREY_8, CSize(4, 1), g_noBorder);
+    CImage byRect(IMAGE_GREY_8, CSize(4, 1), c_noBorder);
+    CImage byBox(IMAGE_GREY_8, CSize(4, 1), c_noBorder);
     CImageExtraction::Rect(byRect, *source, Rect(CPos(0, 2), CPos(3, 2)));
     CImageExtraction::Box(*source, byBox, CBox(CPos(0, 2), CPos(3, 2)));
     EXPECT_EQ(PixelsOf<Byte>(byRect), (Bytes{8, 9, 10, 11}));
@@ -72,7 +72,7 @@ TEST(CImageExtraction, CopiesPartOfALine) {
     CSize two(2, 0, 0);
     two.SetDim(1);
     const auto source = ImageOf<Byte>(IMAGE_GREY_8, six, {0, 1, 2, 3, 4, 5});
-    CImage target(IMAGE_GREY_8, two, g_noBorder);
+    CImage target(IMAGE_GREY_8, two, c_noBorder);
     CBox box(CPos(3, 0), CPos(4, 0));
     box.first.SetDim(1);
     box.last.SetDim(1);
@@ -115,7 +115,7 @@ TEST(CImageExtraction, BoxCopiesEveryPixelOfRandomBoxes) {
 TEST(CImageExtraction, DoesNotCopyAttributes) {
     const auto source = Picture();
     source->Attributes().SetEntry("source", new CValueLong(1));
-    CImage target(IMAGE_GREY_8, CSize(1, 1), g_noBorder);
+    CImage target(IMAGE_GREY_8, CSize(1, 1), c_noBorder);
     target.Attributes().SetEntry("target", new CValueLong(1));
     CImageExtraction::Rect(target, *source, Rect(CPos(0, 0), CPos(0, 0)));
     EXPECT_TRUE(target.Attributes().HasEntry("target"));
@@ -123,7 +123,7 @@ TEST(CImageExtraction, DoesNotCopyAttributes) {
 }
 
 TEST(CImageExtraction, BoxThatLeavesTheImageRaisesAndNamesBoxAndImageSize) {
-    const CImage source(IMAGE_GREY_8, CSize(4, 3, 2), g_noBorder);
+    const CImage source(IMAGE_GREY_8, CSize(4, 3, 2), c_noBorder);
     CImage target = Marked(IMAGE_GREY_8, CSize(2, 2, 2));
     const auto raised = test::Raised<CException>(
         [&] { CImageExtraction::Box(source, target, CBox(CPos(1, 1, 1), CPos(2, 2, 2))); });
@@ -142,13 +142,13 @@ TEST(CImageExtraction, RectThatLeavesTheImageRaisesAndNamesRectAndImageSize) {
 }
 
 TEST(CImageExtraction, RefusesEveryRegionThatIsNotInside) {
-    const CImage source(IMAGE_GREY_8, CSize(4, 3, 2), g_noBorder);
+    const CImage source(IMAGE_GREY_8, CSize(4, 3, 2), c_noBorder);
     for (const CBox& box :
          {CBox(CPos(-1, 0, 0), CPos(0, 1, 1)), CBox(CPos(0, 0, 0), CPos(4, 1, 1)),
           CBox(CPos(0, 0, -1), CPos(1, 1, 0)), CBox(CPos(2, 0, 0), CPos(1, 1, 1)),
           CBox(CPos(0, 0), CPos(1, 1)), CBox(CPos(0, 0, 0), CPos(1, 1)),
-          CBox(CPos(-1, 0, 0), CPos(g_greatest, 1, 1)), CBox(CPos(0, 0, 0), CPos(g_greatest, 1, 1)),
-          CBox(CPos(g_greatest, 0, 0), CPos(-2, 1, 1))}) {
+          CBox(CPos(-1, 0, 0), CPos(c_greatest, 1, 1)), CBox(CPos(0, 0, 0), CPos(c_greatest, 1, 1)),
+          CBox(CPos(c_greatest, 0, 0), CPos(-2, 1, 1))}) {
         SCOPED_TRACE(box.first.ToString() + box.last.ToString());
         CImage target = Marked(IMAGE_GREY_8, CSize(2, 2, 2));
         const auto raised = test::Raised<CException>([&] { CImageExtraction::Box(source, target, box); });

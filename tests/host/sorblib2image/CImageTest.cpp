@@ -27,8 +27,8 @@ using test::PixelsOf;
 
 namespace {
 
-const CSize g_noBorder(0, 0, 0);
-constexpr std::int64_t g_greatest = std::numeric_limits<std::int64_t>::max();
+const CSize c_noBorder(0, 0, 0);
+constexpr std::int64_t c_greatest = std::numeric_limits<std::int64_t>::max();
 
 using Byte = unsigned char;
 using Bytes = std::vector<Byte>;
@@ -79,7 +79,7 @@ protected:
 TEST(CImage, IsZeroInEveryDimensionAndType) {
     for (const CSize& size : {SizeOfDim(5, 0, 0, 1), CSize(5, 4), CSize(5, 4, 3)}) {
         SCOPED_TRACE(size.ToString());
-        const CImage image(IMAGE_GREY_16, size, g_noBorder);
+        const CImage image(IMAGE_GREY_16, size, c_noBorder);
         EXPECT_EQ(image.Size(), size);
         EXPECT_EQ(image.Type(), IMAGE_GREY_16);
         EXPECT_TRUE(image.Attributes().IsEmpty());
@@ -89,23 +89,23 @@ TEST(CImage, IsZeroInEveryDimensionAndType) {
 }
 
 TEST(CImage, IsZeroWhereItsMemoryIsMapped) {
-    const CImage image(IMAGE_GREY_32, CSize(256, 256, 17), g_noBorder);
+    const CImage image(IMAGE_GREY_32, CSize(256, 256, 17), c_noBorder);
     const auto pixels = PixelsOf<unsigned>(image);
     EXPECT_EQ(pixels.size(), 256U * 256U * 17U);
     EXPECT_TRUE(std::all_of(pixels.begin(), pixels.end(), [](unsigned pixel) { return pixel == 0; }));
 }
 
 TEST(CImage, StridesAreByteStepsWithoutGaps) {
-    EXPECT_EQ(StridesOf(CImage(IMAGE_GREY_8, CSize(5, 4, 3), g_noBorder)), CPos(1, 5, 20));
-    EXPECT_EQ(StridesOf(CImage(IMAGE_GREY_F, CSize(5, 4, 3), g_noBorder)), CPos(4, 20, 80));
-    EXPECT_EQ(StridesOf(CImage(IMAGE_COMPLEX_F, CSize(5, 4, 3), g_noBorder)), CPos(8, 40, 160));
+    EXPECT_EQ(StridesOf(CImage(IMAGE_GREY_8, CSize(5, 4, 3), c_noBorder)), CPos(1, 5, 20));
+    EXPECT_EQ(StridesOf(CImage(IMAGE_GREY_F, CSize(5, 4, 3), c_noBorder)), CPos(4, 20, 80));
+    EXPECT_EQ(StridesOf(CImage(IMAGE_COMPLEX_F, CSize(5, 4, 3), c_noBorder)), CPos(8, 40, 160));
 }
 
 TEST(CImage, StridesBeyondTheDimensionAreZero) {
-    const CPos ofTwo = StridesOf(CImage(IMAGE_GREY_16, CSize(5, 4), g_noBorder));
+    const CPos ofTwo = StridesOf(CImage(IMAGE_GREY_16, CSize(5, 4), c_noBorder));
     EXPECT_EQ(ofTwo, CPos(2, 10));
     EXPECT_EQ(ofTwo.z, 0);
-    const CPos ofOne = StridesOf(CImage(IMAGE_GREY_16, SizeOfDim(5, 7, 7, 1), g_noBorder));
+    const CPos ofOne = StridesOf(CImage(IMAGE_GREY_16, SizeOfDim(5, 7, 7, 1), c_noBorder));
     EXPECT_EQ(ofOne.x, 2);
     EXPECT_EQ(ofOne.y, 0);
     EXPECT_EQ(ofOne.z, 0);
@@ -132,7 +132,7 @@ TEST(CImage, ExtentsOfZeroMakeAnImageWithoutPixels) {
     for (const CSize& size : {CSize(0, 0, 0), CSize(0, 4, 3), CSize(5, 0, 3), CSize(5, 4, 0), CSize(0, 4),
                               CSize(5, 0), SizeOfDim(0, 0, 0, 1)}) {
         SCOPED_TRACE(size.ToString());
-        const CImage image(IMAGE_GREY_F, size, g_noBorder);
+        const CImage image(IMAGE_GREY_F, size, c_noBorder);
         EXPECT_EQ(image.Size(), size);
         const CImageView<const float> view(image);
         EXPECT_EQ(view.PixelCount(), 0);
@@ -160,7 +160,7 @@ TEST(CImage, CopyKeepsTheBorder) {
 }
 
 TEST(CImage, AttributesAreATreeThatCanBeWritten) {
-    CImage image(IMAGE_GREY_8, CSize(1, 1), g_noBorder);
+    CImage image(IMAGE_GREY_8, CSize(1, 1), c_noBorder);
     image.Attributes().SetEntry("meta/unit", new CValueString("mm", CString::NPOS));
     const IImage& constant = image;
     EXPECT_TRUE(constant.Attributes().HasEntry("meta/unit"));
@@ -178,10 +178,10 @@ TEST(CImage, AResizedImageHasTheNewSizeAndIsZero) {
 }
 
 TEST(CImage, ResizeChangesBetweenAllocatedAndMappedMemory) {
-    CImage image(IMAGE_GREY_8, CSize(10, 10, 10), g_noBorder);
-    image.Resize(CSize(256, 256, 128), g_noBorder);
+    CImage image(IMAGE_GREY_8, CSize(10, 10, 10), c_noBorder);
+    image.Resize(CSize(256, 256, 128), c_noBorder);
     CImageView<Byte>(image).Row(255, 127)[255] = 1;
-    image.Resize(CSize(2, 2), g_noBorder);
+    image.Resize(CSize(2, 2), c_noBorder);
     EXPECT_EQ(PixelsOf<Byte>(image), Bytes(4));
 }
 
@@ -200,28 +200,28 @@ TEST_P(AbsurdSize, FailsToResizeAndLeavesTheImageAsItWas) {
 
 INSTANTIATE_TEST_SUITE_P(
     Sizes, AbsurdSize,
-    testing::Values(StAbsurd{"Negative", CSize(5, -1, 3), g_noBorder, true},
-                    StAbsurd{"BothNegative", CSize(-5, -1), g_noBorder, true},
-                    StAbsurd{"PixelsBeyond64Bits", CSize(g_greatest, 2), g_noBorder, true},
-                    StAbsurd{"DimensionZero", SizeOfDim(1, 1, 1, 0), g_noBorder, true},
-                    StAbsurd{"DimensionFour", SizeOfDim(1, 1, 1, 4), g_noBorder, true},
+    testing::Values(StAbsurd{"Negative", CSize(5, -1, 3), c_noBorder, true},
+                    StAbsurd{"BothNegative", CSize(-5, -1), c_noBorder, true},
+                    StAbsurd{"PixelsBeyond64Bits", CSize(c_greatest, 2), c_noBorder, true},
+                    StAbsurd{"DimensionZero", SizeOfDim(1, 1, 1, 0), c_noBorder, true},
+                    StAbsurd{"DimensionFour", SizeOfDim(1, 1, 1, 4), c_noBorder, true},
                     StAbsurd{"NegativeBorder", CSize(5, 4), CSize(0, -1), true},
-                    StAbsurd{"BorderBeyond64Bits", CSize(5, 4), CSize(g_greatest / 2, 0), true},
-                    StAbsurd{"DoubledBorderBeyond64Bits", CSize(5, 4), CSize(0, g_greatest), true},
-                    StAbsurd{"BytesBeyondAddresses", CSize(g_greatest, 1), g_noBorder, false},
-                    StAbsurd{"BytesBeyondMemory", CSize(std::int64_t{1} << 20, 1 << 20, 1 << 20), g_noBorder,
+                    StAbsurd{"BorderBeyond64Bits", CSize(5, 4), CSize(c_greatest / 2, 0), true},
+                    StAbsurd{"DoubledBorderBeyond64Bits", CSize(5, 4), CSize(0, c_greatest), true},
+                    StAbsurd{"BytesBeyondAddresses", CSize(c_greatest, 1), c_noBorder, false},
+                    StAbsurd{"BytesBeyondMemory", CSize(std::int64_t{1} << 20, 1 << 20, 1 << 20), c_noBorder,
                              false}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(CImage, EmptyImageWithStridesBeyond64BitsIsRefused) {
-    EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(g_greatest / 2, 0), g_noBorder), std::bad_alloc);
-    EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(0, g_greatest, g_greatest), g_noBorder), CExBadParam);
+    EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(c_greatest / 2, 0), c_noBorder), std::bad_alloc);
+    EXPECT_THROW((void)CImage(IMAGE_GREY_F, CSize(0, c_greatest, c_greatest), c_noBorder), CExBadParam);
 }
 
 TEST(CImage, ViewReadsAndWritesPixelsOfTheCaller) {
     Bytes pixels = Counting(6);
     {
-        CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
+        CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, c_noBorder);
         EXPECT_EQ(PixelsOf<Byte>(view), Counting(6));
         EXPECT_EQ(CImageView<const Byte>(view).Row(0, 0), pixels.data());
         EXPECT_TRUE(view.Attributes().IsEmpty());
@@ -250,7 +250,7 @@ TEST(CImage, ViewLeavesAttributesAndAccessToTheCaller) {
 
 TEST(CImage, CopyOfAViewIsDeep) {
     Bytes pixels = Counting(6);
-    const CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
+    const CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, c_noBorder);
     const CImage copy(view);
     pixels.assign(6, 0);
     EXPECT_EQ(PixelsOf<Byte>(copy), Counting(6));
@@ -258,8 +258,8 @@ TEST(CImage, CopyOfAViewIsDeep) {
 
 TEST(CImage, AResizedViewHasPixelsOfItsOwn) {
     Bytes pixels = Counting(6);
-    CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, g_noBorder);
-    view.Resize(CSize(2, 2), g_noBorder);
+    CImage view(IMAGE_GREY_8, CSize(3, 2), pixels.data(), nullptr, nullptr, c_noBorder);
+    view.Resize(CSize(2, 2), c_noBorder);
     CImageView<Byte>(view).Row(0, 0)[0] = 7;
     EXPECT_EQ(PixelsOf<Byte>(view), (Bytes{7, 0, 0, 0}));
     EXPECT_EQ(pixels, Counting(6));
@@ -268,7 +268,7 @@ TEST(CImage, AResizedViewHasPixelsOfItsOwn) {
 TEST(CImage, ViewOfAnInvalidSizeRaisesAndFreesNothing) {
     Byte pixel = 5;
     CValueMap attributes;
-    EXPECT_THROW((void)CImage(IMAGE_GREY_8, CSize(-1, 1), &pixel, &attributes, nullptr, g_noBorder),
+    EXPECT_THROW((void)CImage(IMAGE_GREY_8, CSize(-1, 1), &pixel, &attributes, nullptr, c_noBorder),
                  CExBadParam);
     EXPECT_TRUE(attributes.IsEmpty());
     EXPECT_EQ(pixel, 5);
@@ -277,7 +277,7 @@ TEST(CImage, ViewOfAnInvalidSizeRaisesAndFreesNothing) {
 TEST(CImage, AddressesPixelsBeyond32BitOffsets) {
     // 5 * 10^9 bytes of address space; only a few pages are ever touched.
     const CSize size(2001, 1801, 1401);
-    CImage image(IMAGE_GREY_8, size, g_noBorder);
+    CImage image(IMAGE_GREY_8, size, c_noBorder);
     const CImageView<Byte> view(image);
     view.Row(0, 0)[0] = 1;
     view.Row(1800, 1400)[2000] = 2;
@@ -311,7 +311,7 @@ TEST(CSorbImageFactory, TakesOverTheImagesThatItCreated) {
 }
 
 TEST(CSorbImageFactory, DoesNotTakeOverOtherImages) {
-    const CImage image(IMAGE_GREY_8, CSize(3, 2), g_noBorder);
+    const CImage image(IMAGE_GREY_8, CSize(3, 2), c_noBorder);
     EXPECT_EQ(CSorbImageFactory::TakeOver(image), nullptr);
     const std::unique_ptr<IImage> made(CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2)));
     const CImage copy(static_cast<const CImage&>(*made));
@@ -326,7 +326,7 @@ TEST(CSorbImageFactory, RecognisesItsImagesOnEveryThread) {
                 const IImage* const made = CSorbImageFactory::Obj().Create(IMAGE_GREY_8, CSize(3, 2));
                 // Memory of an image of the factory is often reused for one that is not.
                 ASSERT_NE(CSorbImageFactory::TakeOver(*made), nullptr);
-                const auto other = std::make_unique<CImage>(IMAGE_GREY_8, CSize(3, 2), g_noBorder);
+                const auto other = std::make_unique<CImage>(IMAGE_GREY_8, CSize(3, 2), c_noBorder);
                 ASSERT_EQ(CSorbImageFactory::TakeOver(*other), nullptr);
             }
         });
@@ -341,7 +341,7 @@ TEST(CValuePointerToCImage, WithANullPointerHasCount0) {
 
 TEST(CValuePointerToCImage, OwningPointerFreesTheImage) {
     // The address sanitizer reports an image that is not freed.
-    const CValueOwnedPointer<CImage> value(new CImage(IMAGE_GREY_8, CSize(3, 2), g_noBorder), 1);
+    const CValueOwnedPointer<CImage> value(new CImage(IMAGE_GREY_8, CSize(3, 2), c_noBorder), 1);
     EXPECT_TRUE(value.IsOwner());
     const std::unique_ptr<CValue> heir(value.Clone(CValue::TF_MOVE));
     EXPECT_FALSE(value.IsOwner());

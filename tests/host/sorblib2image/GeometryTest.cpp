@@ -14,7 +14,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::int64_t g_greatest = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t c_greatest = std::numeric_limits<std::int64_t>::max();
 
 /// Properties common to positions and sizes.
 template <class Triple>
@@ -59,7 +59,7 @@ TYPED_TEST(AnyTriple, PrintsTheCoordinatesUpToItsDimension) {
     EXPECT_EQ(TypeParam(4, 5).ToString(), "(4,5)");
     EXPECT_EQ(this->WithDim(TypeParam(4, 5, 6), 1).ToString(), "(4)");
     EXPECT_EQ(this->WithDim(TypeParam(4, 5, 6), 0).ToString(), "()");
-    EXPECT_EQ(TypeParam(-1, g_greatest).ToString(), "(-1,9223372036854775807)");
+    EXPECT_EQ(TypeParam(-1, c_greatest).ToString(), "(-1,9223372036854775807)");
 }
 
 TYPED_TEST(AnyTriple, IsEqualInDimensionAndTheCoordinatesUpToIt) {
@@ -107,12 +107,12 @@ TEST(CSize, CountsPixelsUpToItsDimension) {
     EXPECT_EQ(SizeOfDim(4, -1, -1, 1).PixelCount(), 4);
     EXPECT_EQ(CSize(4, 0, 6).PixelCount(), 0);
     EXPECT_EQ(CSize(100000, 100000, 100000).PixelCount(), 1000000000000000);
-    EXPECT_EQ(CSize(g_greatest, 1).PixelCount(), g_greatest);
+    EXPECT_EQ(CSize(c_greatest, 1).PixelCount(), c_greatest);
 }
 
 TEST(CSize, RefusesToCountPixelsOfInvalidSizes) {
     for (const CSize& size :
-         {CSize(-1, 5), CSize(5, -1), CSize(5, 5, -1), CSize(-1, -1), CSize(g_greatest, 2),
+         {CSize(-1, 5), CSize(5, -1), CSize(5, 5, -1), CSize(-1, -1), CSize(c_greatest, 2),
           CSize(std::int64_t{1} << 21, std::int64_t{1} << 21, std::int64_t{1} << 21), SizeOfDim(1, 1, 1, 0),
           SizeOfDim(1, 1, 1, 4), SizeOfDim(1, 1, 1, -1)}) {
         SCOPED_TRACE(size.ToString());

@@ -22,7 +22,7 @@ namespace {
 using namespace ORVEN;
 using test::StPluginRow;
 
-const std::string g_list = "output/documents/add";
+const std::string c_list = "output/documents/add";
 
 /// The entry of the tree that the plug-in begins anew; empty for one that only adds to the list.
 std::string BegunAnew(const std::string& plugin) {
@@ -35,7 +35,7 @@ std::string BegunAnew(const std::string& plugin) {
                                                             {"Granulometry", "output/documents"},
                                                             {"PartialDerivative", "output/documents"},
                                                             {"SphericalMorphology", "output/documents"},
-                                                            {"LocalFiberDirections", g_list},
+                                                            {"LocalFiberDirections", c_list},
                                                             {"VoronoiEdtPlugin", ""},
                                                             {"CylinderMask", ""},
                                                             {"FeatureToImage", ""},
@@ -50,7 +50,7 @@ std::string BegunAnew(const std::string& plugin) {
 
 /// A document in the list, or null.
 CValueMap* Listed(CValueMap& tree, std::size_t index) {
-    return UnwrapPointer<CValueMap>(tree.Entry(g_list + "/" + std::to_string(index), true));
+    return UnwrapPointer<CValueMap>(tree.Entry(c_list + "/" + std::to_string(index), true));
 }
 
 using Documents = std::vector<std::unique_ptr<CValueMap>>;
@@ -104,15 +104,15 @@ TEST_P(HandOver, ReplacesWhatThePluginBeginsAnewAndKeepsTheRest) {
     CValueMap stale;
     m_tree.SetEntry("output/other", new CValueMap);
     m_tree.SetEntry("output/documents/other", new CValueMap);
-    m_tree.SetEntry(g_list + "/1", new CValuePointer<CValueMap>(&stale, 1));
+    m_tree.SetEntry(c_list + "/1", new CValuePointer<CValueMap>(&stale, 1));
     m_run.GetData();
 
     const bool keepsStale = Listed(m_tree, 1) == &stale;
     EXPECT_EQ(m_tree.HasEntry("output/other"), m_begunAnew != "output");
-    EXPECT_EQ(m_tree.HasEntry("output/documents/other"), m_begunAnew.empty() || m_begunAnew == g_list);
+    EXPECT_EQ(m_tree.HasEntry("output/documents/other"), m_begunAnew.empty() || m_begunAnew == c_list);
     EXPECT_EQ(keepsStale, m_begunAnew.empty());
     if (keepsStale)
-        m_tree.Entry(g_list, true)->Vector()->RemoveEntry("1");
+        m_tree.Entry(c_list, true)->Vector()->RemoveEntry("1");
     std::size_t count = 0;
     for (const auto& document : test::TakeDocuments(m_tree))
         count += document != nullptr ? 1 : 0;

@@ -31,9 +31,9 @@ CValueString* Text(const std::string& text) { return new CValueString(text.c_str
 
 // --- attributes
 
-const char* const g_granulometry = "features/Granulometry";
-const char* const g_fiberDirections = "features/FiberDirections";
-const char* const g_fieldFeatures = "features/FieldFeaturesOverGrayvalue";
+const char* const c_granulometry = "features/Granulometry";
+const char* const c_fiberDirections = "features/FiberDirections";
+const char* const c_fieldFeatures = "features/FieldFeaturesOverGrayvalue";
 
 void AddSpacing(CValueMap& attributes) {
     for (const char* axis : {"x", "y", "z"})
@@ -77,7 +77,7 @@ void AddLabelData(CValueMap& attributes) {
 }
 
 void AddGranulometry(CValueMap& attributes) {
-    const std::string result = g_granulometry;
+    const std::string result = c_granulometry;
     attributes.SetEntry(result + "/data/2.000000e+00", new CValueLong(20));
     attributes.SetEntry(result + "/data/6.000000e+00", new CValueLong(100));
     attributes.SetEntry(result + "/on foreground", new CValueBool(true));
@@ -91,11 +91,11 @@ CValueMap* NewFiberRow() {
 }
 
 void AddFieldDirections(CValueMap& attributes) {
-    attributes.SetEntry(std::string(g_fiberDirections) + "/FieldFiberDirections", NewFiberRow());
+    attributes.SetEntry(std::string(c_fiberDirections) + "/FieldFiberDirections", NewFiberRow());
 }
 
 void AddFiberDirections(CValueMap& attributes) {
-    const std::string measurement = std::string(g_fiberDirections) + "/";
+    const std::string measurement = std::string(c_fiberDirections) + "/";
     AddFieldDirections(attributes);
     attributes.SetEntry(measurement + "Fiber radius", new CValueDouble(1.5));
     attributes.SetEntry(measurement + "Otsu factor", new CValueDouble(1.25));
@@ -109,8 +109,8 @@ void AddFiberDirections(CValueMap& attributes) {
 }
 
 void AddGreyValueFeatures(CValueMap& attributes) {
-    attributes.SetEntry(std::string(g_fieldFeatures) + "/grayvalue 002/grayvalue", Text("2"));
-    attributes.SetEntry(std::string(g_fieldFeatures) + "/grayvalue 002/V_V", new CValueDouble(0.5));
+    attributes.SetEntry(std::string(c_fieldFeatures) + "/grayvalue 002/grayvalue", Text("2"));
+    attributes.SetEntry(std::string(c_fieldFeatures) + "/grayvalue 002/V_V", new CValueDouble(0.5));
 }
 
 void AddObjectFeatures(CValueMap& attributes) {
@@ -289,7 +289,7 @@ std::vector<StPluginRow> MakeTable() {
          .pluginName = "FieldFeaturesGrayValueImagePlugin",
          .types = {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_BINARY_FG},
          .dimensions = plane,
-         .measurement = g_fieldFeatures,
+         .measurement = c_fieldFeatures,
          .addAttributes = Together<AddSpacing, AddGreyValueFeatures>},
         {.name = "GaussFilter",
          .types = grey,
@@ -326,7 +326,7 @@ std::vector<StPluginRow> MakeTable() {
          .types = {IMAGE_GREY_8},
          .dimensions = plane,
          .documentCount = 2,
-         .measurement = g_fiberDirections,
+         .measurement = c_fiberDirections,
          .addAttributes = Together<AddHistory, AddSpacing, AddMinMax, AddFiberDirections>,
          .setParameters = SetFiberDirections},
         {.name = "LocalFiberDirectionsDialog",

@@ -33,7 +33,7 @@ struct StSpoiledValue {
 };
 
 /// One value of each kind. Of the kind that the plug-in expects it is one that says nothing.
-constexpr std::array<StSpoiledValue, 7> g_kinds{{
+constexpr std::array<StSpoiledValue, 7> c_kinds{{
     {"bool", []() -> CValue* { return new CValueBool(true); }},
     {"long", []() -> CValue* { return new CValueLong(7); }},
     {"double", []() -> CValue* { return new CValueDouble(7.5); }},
@@ -44,7 +44,7 @@ constexpr std::array<StSpoiledValue, 7> g_kinds{{
 }};
 
 /// Numbers that no measurement gives.
-constexpr std::array<StSpoiledValue, 5> g_extremes{{
+constexpr std::array<StSpoiledValue, 5> c_extremes{{
     {"least", []() -> CValue* { return new CValueLong(std::numeric_limits<std::int32_t>::min()); }},
     {"greatest", []() -> CValue* { return new CValueLong(std::numeric_limits<std::int32_t>::max()); }},
     {"below all", []() -> CValue* { return new CValueDouble(-1e300); }},
@@ -132,12 +132,12 @@ protected:
     test::CPluginRun m_run{m_row};
 };
 
-TEST_P(WrongAttributes, AreRefusedOrIgnored) { CheckEveryStep(g_kinds); }
+TEST_P(WrongAttributes, AreRefusedOrIgnored) { CheckEveryStep(c_kinds); }
 
-TEST_P(WrongAttributes, WithExtremeNumbersAreRefusedOrIgnored) { CheckEveryStep(g_extremes); }
+TEST_P(WrongAttributes, WithExtremeNumbersAreRefusedOrIgnored) { CheckEveryStep(c_extremes); }
 
 TEST_P(WrongAttributes, SetAfterTheUpdateAreRefusedOrIgnored) {
-    ForEachWrongEntry(g_kinds, [&](const std::function<void()>& spoil) {
+    ForEachWrongEntry(c_kinds, [&](const std::function<void()>& spoil) {
         m_run.Update();
         spoil();
         ReturnsOrRaises([&] { m_run.GetData(); });

@@ -46,13 +46,13 @@ private:
     QtMessageHandler m_before;
 };
 
-const char* const g_sizeWarning =
+const char* const c_sizeWarning =
     "CLocalFiberDirectionsDialog_skel::sizex_edit_changed(const QString&): Not implemented yet";
-const char* const g_activateWarning =
+const char* const c_activateWarning =
     "CLocalFiberDirectionsDialog_skel::activateSubfieldsSlot(): Not implemented yet";
-const char* const g_radiusWarning =
+const char* const c_radiusWarning =
     "CLocalFiberDirectionsDialog_skel::radius_edit_changed(const QString&): Not implemented yet";
-const char* const g_otsuWarning =
+const char* const c_otsuWarning =
     "CLocalFiberDirectionsDialog_skel::radio_otsu_toggled(): Not implemented yet";
 
 /// The class that a person would call it, without those of ours.
@@ -97,10 +97,10 @@ struct StWidgetRow {
     const char* text;
 };
 
-const char* const g_dialog = "CLocalFiberDirectionsDialog_skel";
+const char* const c_dialog = "CLocalFiberDirectionsDialog_skel";
 
-const std::vector<StWidgetRow> g_widgets{
-    {g_dialog, "select_radius_group", "QGroupBox", "Select fiber radius "},
+const std::vector<StWidgetRow> c_widgets{
+    {c_dialog, "select_radius_group", "QGroupBox", "Select fiber radius "},
     {"select_radius_group", "radius_edit", "QLineEdit", ""},
     {"select_radius_group", "textLabel2_4", "QLabel", "m"},
     {"select_radius_group", "radius_pixel_edit", "QLineEdit", ""},
@@ -111,7 +111,7 @@ const std::vector<StWidgetRow> g_widgets{
     {"select_radius_group", "textLabel2_5", "QLabel", "to"},
     {"select_radius_group", "eval_area_to_edit", "QLineEdit", ""},
     {"select_radius_group", "textLabel4_5_2", "QLabel", "pixel"},
-    {g_dialog, "select_size_group", "QGroupBox", "Select subfield size"},
+    {c_dialog, "select_size_group", "QGroupBox", "Select subfield size"},
     {"select_size_group", "textLabel3", "QLabel", "x:"},
     {"select_size_group", "sizex_edit", "QLineEdit", ""},
     {"select_size_group", "textLabel2", "QLabel", "m"},
@@ -131,17 +131,17 @@ const std::vector<StWidgetRow> g_widgets{
     {"select_size_group", "textLabel3_3_2", "QLabel", "step size (x, y, z):"},
     {"select_size_group", "stepsize_edit", "QLineEdit", ""},
     {"select_size_group", "textLabel2_3_2", "QLabel", "m"},
-    {g_dialog, "advanced_box", "QGroupBox", "Advanced options"},
+    {c_dialog, "advanced_box", "QGroupBox", "Advanced options"},
     {"advanced_box", "output_box", "QCheckBox", "Output direction maps"},
     {"advanced_box", "binarizationGroup", "QGroupBox", "Binarization options"},
     {"binarizationGroup", "radioOtsu", "QRadioButton", "Otsu factor:"},
     {"binarizationGroup", "offset_edit", "QLineEdit", "1.25"},
     {"binarizationGroup", "radioMask", "QRadioButton", "Mask image:"},
     {"binarizationGroup", "comboMasks", "QComboBox", ""},
-    {g_dialog, "OK_button", "QPushButton", "&Ok"},
-    {g_dialog, "Cancel_button", "QPushButton", "&Cancel"}};
+    {c_dialog, "OK_button", "QPushButton", "&Ok"},
+    {c_dialog, "Cancel_button", "QPushButton", "&Cancel"}};
 
-const std::vector<const char*> g_displays{"radius_pixel_edit", "eval_area_from_edit", "eval_area_to_edit",
+const std::vector<const char*> c_displays{"radius_pixel_edit", "eval_area_from_edit", "eval_area_to_edit",
                                           "sizex_pixel_edit",  "sizey_edit",          "sizey_pixel_edit",
                                           "sizez_edit",        "sizez_pixel_edit",    "stepsize_edit"};
 
@@ -160,7 +160,7 @@ protected:
 };
 
 TEST_F(FiberDirectionsForm, HasEveryWidgetUnderItsNameWithClassGroupAndText) {
-    for (const StWidgetRow& row : g_widgets) {
+    for (const StWidgetRow& row : c_widgets) {
         const QWidget& widget = Find(row.name);
         EXPECT_EQ(ClassOf(widget), row.className) << row.name;
         EXPECT_EQ(widget.parent()->objectName().toStdString(), row.group) << row.name;
@@ -265,16 +265,16 @@ TEST_F(FiberDirectionsForm, WarnsInEachSlotThatNothingIsBehindIt) {
     for (const char* slot : {"activateSubfieldsSlot", "radio_otsu_toggled"})
         ASSERT_TRUE(QMetaObject::invokeMethod(&form, slot));
     EXPECT_EQ(CWarnings::TakeAll(),
-              (Texts{g_sizeWarning, g_radiusWarning, g_activateWarning, g_otsuWarning}));
+              (Texts{c_sizeWarning, c_radiusWarning, c_activateWarning, c_otsuWarning}));
 }
 
 TEST_F(FiberDirectionsForm, ConnectsTheEditsAndTheFirstRadioButtonToTheirSlots) {
     form.sizex_edit->setText("1");
-    EXPECT_EQ(CWarnings::TakeAll(), Texts{g_sizeWarning});
+    EXPECT_EQ(CWarnings::TakeAll(), Texts{c_sizeWarning});
     form.radius_edit->setText("1");
-    EXPECT_EQ(CWarnings::TakeAll(), Texts{g_radiusWarning});
+    EXPECT_EQ(CWarnings::TakeAll(), Texts{c_radiusWarning});
     form.radioOtsu->setChecked(true);
-    EXPECT_EQ(CWarnings::TakeAll(), Texts{g_otsuWarning});
+    EXPECT_EQ(CWarnings::TakeAll(), Texts{c_otsuWarning});
 }
 
 TEST_F(FiberDirectionsForm, ConnectsNoOtherSignalToASlot) {
@@ -285,7 +285,7 @@ TEST_F(FiberDirectionsForm, ConnectsNoOtherSignalToASlot) {
         form.radioMask->setChecked(isOn);
     }
     form.offset_edit->setText("2");
-    for (const char* name : g_displays)
+    for (const char* name : c_displays)
         Find<QLineEdit>(name).setText("3");
     EXPECT_EQ(CWarnings::TakeAll(), Texts{});
 }
@@ -320,7 +320,7 @@ TEST_F(FiberDirectionsForm, StartsWithTheOptionalGroupsOff) {
 TEST_F(FiberDirectionsForm, KeepsItsDisplaysAndRadioButtonsDisabledWhateverIsSwitchedOn) {
     form.select_size_group->setChecked(true);
     form.advanced_box->setChecked(true);
-    for (const char* name : g_displays) {
+    for (const char* name : c_displays) {
         const auto& edit = Find<QLineEdit>(name);
         EXPECT_FALSE(edit.isEnabled()) << name;
         EXPECT_FALSE(edit.acceptDrops()) << name;
@@ -374,7 +374,7 @@ TEST_F(FiberDirectionsForm, SpeaksTheLanguageOfTheApplication) {
         [[nodiscard]] bool isEmpty() const override { return false; }
     } translator;
     const auto expectTexts = [this](const std::string& prefix) {
-        for (const StWidgetRow& row : g_widgets) {
+        for (const StWidgetRow& row : c_widgets) {
             if (*row.text != '\0') {
                 EXPECT_EQ(TextOf(Find(row.name)), prefix + row.text);
             }

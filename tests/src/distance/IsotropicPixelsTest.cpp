@@ -25,40 +25,40 @@ std::string Refusal(const CSize& size, double x, double y, double z) {
     return "nothing";
 }
 
-const CSize g_flat(2, 2);
-const CSize g_volume(2, 2, 2);
+const CSize c_flat(2, 2);
+const CSize c_volume(2, 2, 2);
 
 TEST(RequireIsotropicPixels, AcceptsAnImageWithoutSpacing) {
-    EXPECT_NO_THROW(quillon::RequireIsotropicPixels(CImage(IMAGE_GREY_8, g_volume, CSize(0, 0, 0)), ""));
+    EXPECT_NO_THROW(quillon::RequireIsotropicPixels(CImage(IMAGE_GREY_8, c_volume, CSize(0, 0, 0)), ""));
 }
 
 TEST(RequireIsotropicPixels, AcceptsEqualLengthsOfAnyValue) {
-    EXPECT_EQ(Refusal(g_volume, 0.25, 0.25, 0.25), "nothing");
-    EXPECT_EQ(Refusal(g_flat, 3e-6, 3e-6, 3e-6), "nothing");
+    EXPECT_EQ(Refusal(c_volume, 0.25, 0.25, 0.25), "nothing");
+    EXPECT_EQ(Refusal(c_flat, 3e-6, 3e-6, 3e-6), "nothing");
 }
 
 TEST(RequireIsotropicPixels, Names3LengthsIn3Dimensions) {
-    EXPECT_EQ(Refusal(g_volume, 1, 1, 2), "SomePlugin: Only isotropic pixels are supported, but spacing is "
+    EXPECT_EQ(Refusal(c_volume, 1, 1, 2), "SomePlugin: Only isotropic pixels are supported, but spacing is "
                                           "(1.000000,1.000000,2.000000).");
-    EXPECT_EQ(Refusal(g_volume, 1, 2, 2), "SomePlugin: Only isotropic pixels are supported, but spacing is "
+    EXPECT_EQ(Refusal(c_volume, 1, 2, 2), "SomePlugin: Only isotropic pixels are supported, but spacing is "
                                           "(1.000000,2.000000,2.000000).");
 }
 
 TEST(RequireIsotropicPixels, Names2LengthsIn2DimensionsAndIgnoresTheThird) {
-    EXPECT_EQ(Refusal(g_flat, 1, 2, 1), "SomePlugin: Only isotropic pixels are supported, but spacing is "
+    EXPECT_EQ(Refusal(c_flat, 1, 2, 1), "SomePlugin: Only isotropic pixels are supported, but spacing is "
                                         "(1.000000,2.000000).");
-    EXPECT_EQ(Refusal(g_flat, 1, 1, 2), "nothing");
+    EXPECT_EQ(Refusal(c_flat, 1, 1, 2), "nothing");
 }
 
 TEST(RequireIsotropicPixels, ComparesWithoutTolerance) {
     EXPECT_EQ(
-        Refusal(g_volume, 1, 1, 1 + std::numeric_limits<double>::epsilon()),
+        Refusal(c_volume, 1, 1, 1 + std::numeric_limits<double>::epsilon()),
         "SomePlugin: Only isotropic pixels are supported, but spacing is (1.000000,1.000000,1.000000).");
 }
 
 TEST(RequireIsotropicPixels, TreatsNaNAsDifferent) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_EQ(Refusal(g_flat, nan, nan, nan),
+    EXPECT_EQ(Refusal(c_flat, nan, nan, nan),
               "SomePlugin: Only isotropic pixels are supported, but spacing is (nan,nan).");
 }
 

@@ -115,15 +115,15 @@ TEST(PluginContractParameters, ReadEachKindByPath) {
     tree.SetEntry("parameters/count", new CValueLong(-7));
     tree.SetEntry("parameters/group/sigma", new CValueDouble(2.5));
     tree.SetEntry("parameters/word", Text("erosion"));
-    bool flag = false;
+    bool isSet = false;
     std::int32_t count = 0;
     double sigma = 0.0;
     CString word;
-    EXPECT_TRUE(contract::ReadParameter(tree, "parameters/flag", flag));
+    EXPECT_TRUE(contract::ReadParameter(tree, "parameters/flag", isSet));
     EXPECT_TRUE(contract::ReadParameter(tree, "parameters/count", count));
     EXPECT_TRUE(contract::ReadParameter(tree, "parameters/group/sigma", sigma));
     EXPECT_TRUE(contract::ReadParameter(tree, "parameters/word", word));
-    EXPECT_TRUE(flag);
+    EXPECT_TRUE(isSet);
     EXPECT_EQ(count, -7);
     EXPECT_EQ(sigma, 2.5);
     EXPECT_EQ(word.Std(), "erosion");
@@ -137,16 +137,16 @@ TEST(PluginContractParameters, AMissingOneAndOneOfTheWrongTypeKeepTheOldValue) {
     tree.SetEntry("parameters/word", new CValueBool(true));
     double sigma = 1.5;
     std::int32_t count = 4;
-    bool flag = false;
+    bool isSet = false;
     CString word("kept", CString::ENC_UTF8);
     EXPECT_FALSE(contract::ReadParameter(tree, "parameters/sigma", sigma));
     EXPECT_FALSE(contract::ReadParameter(tree, "parameters/count", count));
-    EXPECT_FALSE(contract::ReadParameter(tree, "parameters/flag", flag));
+    EXPECT_FALSE(contract::ReadParameter(tree, "parameters/flag", isSet));
     EXPECT_FALSE(contract::ReadParameter(tree, "parameters/word", word));
     EXPECT_FALSE(contract::ReadParameter(tree, "parameters/missing", sigma));
     EXPECT_EQ(sigma, 1.5);
     EXPECT_EQ(count, 4);
-    EXPECT_FALSE(flag);
+    EXPECT_FALSE(isSet);
     EXPECT_EQ(word.Std(), "kept");
 }
 
@@ -187,7 +187,7 @@ TEST(PluginContractHandOver, ATreeThatCannotTakeTheDocumentLosesNothing) {
 
 /// What is left of the earlier output of a tree after a hand-over.
 struct StKept {
-    bool output, documents, list;
+    bool isOutputKept, areDocumentsKept, isListKept;
     bool operator==(const StKept&) const = default;
 };
 

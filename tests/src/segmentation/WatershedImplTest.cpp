@@ -29,7 +29,7 @@ using test::StFloodedPicture;
 
 namespace {
 
-const IImage::CType* const g_inputTypes[] = {&IMAGE_GREY_8, &IMAGE_GREY_16, &IMAGE_GREY_32, &IMAGE_GREY_F,
+const IImage::CType* const c_inputTypes[] = {&IMAGE_GREY_8, &IMAGE_GREY_16, &IMAGE_GREY_32, &IMAGE_GREY_F,
                                              &IMAGE_BINARY_FG};
 
 CImage Image(const IImage::CType& type, const CSize& size) { return {type, size, CSize(0, 0, 0)}; }
@@ -48,7 +48,7 @@ std::uint32_t FloodMinima(IImage& labels, const IImage& image, IProgress& progre
 
 TEST(Watershed, AConstantImageIsOneRegionWithoutLines) {
     for (const auto& flood : floods) {
-        for (const auto* type : g_inputTypes) {
+        for (const auto* type : c_inputTypes) {
             SCOPED_TRACE(std::string(flood.id) + " " + type->ToString());
             const CSize size = flood.dimension == 3 ? CSize(4, 3, 2) : CSize(4, 3);
             const auto pixelCount = static_cast<std::size_t>(size.PixelCount());
@@ -128,7 +128,7 @@ TEST(Watershed, APixelThatMeetsALineAndTwoRegionsIsOnTheLine) {
 }
 
 TEST(Watershed, AnImageWithoutPixelsHasNoRegion) {
-    for (const auto* type : g_inputTypes) {
+    for (const auto* type : c_inputTypes) {
         EXPECT_EQ(Flood(floods[0], Image(*type, CSize(0, 3))), (StFlooded{{}, 0}));
         EXPECT_EQ(Flood(floods[4], Image(*type, CSize(3, 2, 0))), (StFlooded{{}, 0}));
     }
@@ -206,7 +206,7 @@ TEST(WatershedSeeds, MinimaWithoutASeedMakeNoRegionAndAreTakenInFromTheSide) {
 }
 
 TEST(WatershedSeeds, AnImageThatIsSeededEverywhereIsTheSeeds) {
-    for (const auto* type : g_inputTypes) {
+    for (const auto* type : c_inputTypes) {
         const auto seeds = ImageOf(Rows{"123", "456"});
         EXPECT_EQ(Flood(floods[0], Image(*type, CSize(3, 2)), seeds.get()),
                   (StFlooded{{1, 2, 3, 4, 5, 6}, 6}));
@@ -351,9 +351,9 @@ std::string Message(const StRefused& refused, const char* source, std::int64_t q
     return raised.Message();
 }
 
-const char* const g_siteN6 = "ORVEN::CWatershedTemplate<struct ORVEN::CNeighborhood3dDiffN6>::DoWatershed";
+const char* const c_siteN6 = "ORVEN::CWatershedTemplate<struct ORVEN::CNeighborhood3dDiffN6>::DoWatershed";
 
-std::string Message(const StRefused& refused) { return Message(refused, g_siteN6); }
+std::string Message(const StRefused& refused) { return Message(refused, c_siteN6); }
 
 TEST(WatershedChecks, ATwoDimensionalImageIsNoneForAThreeDimensionalEngine) {
     EXPECT_EQ(Message({.inputSize = CSize(4, 3), .outputSize = CSize(4, 3)}),

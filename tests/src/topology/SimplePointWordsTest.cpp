@@ -19,13 +19,13 @@ using quillon::WordCube;
 
 /// Words as wide as the registers, so that all 2^26 surroundings of a pixel take little time.
 using WideWord [[gnu::vector_size(16)]] = std::uint64_t;
-constexpr std::uint32_t g_partCount = 2;
-constexpr std::uint32_t g_bitsInWord = 64 * g_partCount;
-constexpr std::uint32_t g_wordCount = (1U << 26) / g_bitsInWord;
+constexpr std::uint32_t c_partCount = 2;
+constexpr std::uint32_t c_bitsInWord = 64 * c_partCount;
+constexpr std::uint32_t c_wordCount = (1U << 26) / c_bitsInWord;
 
 std::int64_t CountBits(const WideWord& word) {
     std::int64_t count = 0;
-    for (std::uint32_t part = 0; part < g_partCount; ++part)
+    for (std::uint32_t part = 0; part < c_partCount; ++part)
         count += std::popcount(static_cast<std::uint64_t>(word[part]));
     return count;
 }
@@ -38,8 +38,8 @@ WordCube<WideWord> Surroundings(std::uint32_t index) {
                                                               0xFFFF0000FFFF0000, 0xFFFFFFFF00000000};
     WordCube<WideWord> cube{};
     for (std::size_t bit = 0; bit < 26; ++bit) {
-        for (std::uint32_t part = 0; part < g_partCount; ++part) {
-            const std::uint32_t first = g_bitsInWord * index + 64 * part; // bits 6 and up are those of all 64
+        for (std::uint32_t part = 0; part < c_partCount; ++part) {
+            const std::uint32_t first = c_bitsInWord * index + 64 * part; // bits 6 and up are those of all 64
             const std::uint64_t all = (first >> bit & 1U) != 0 ? ~std::uint64_t{} : 0;
             cube[bit < 13 ? bit : bit + 1][part] = bit < 6 ? alternating[bit] : all;
         }
@@ -64,7 +64,7 @@ TEST(SimplePointWords, AreOfAKnownNumberAmongAllSurroundings) {
     test::ForEachNeighborhood([]<class N>(std::type_identity<N>) {
         std::int64_t eulerCount = 0;
         std::int64_t markedCount = 0;
-        for (std::uint32_t index = 0; index < g_wordCount; ++index) {
+        for (std::uint32_t index = 0; index < c_wordCount; ++index) {
             const auto cube = Surroundings(index);
             eulerCount += CountBits(KeepsEulerNumber<N>(cube));
             markedCount += CountBits(quillon::IsMarkedPoint<N>(cube));
@@ -170,7 +170,7 @@ TEST(SimplePointWords, AnswerForMostSimplePointsAndForFewOthers) {
         std::int64_t simpleCount = 0;
         std::int64_t markedCount = 0;
         std::int64_t bothCount = 0;
-        for (std::uint32_t index = 0; index < g_wordCount; ++index) {
+        for (std::uint32_t index = 0; index < c_wordCount; ++index) {
             const auto cube = Surroundings(index);
             WordCube<WideWord> complement{};
             for (std::size_t cell = 0; cell < 27; ++cell)

@@ -442,7 +442,7 @@ TEST(VisitorHelper, TotalIsLinesPlusOneWhileEveryPixelSteps) {
         RecordingProgress progress;
         const CapturedOutput silence;
         TraverseWith(progress, visitor, seen);
-        EXPECT_TRUE(progress.allStepsAreOne);
+        EXPECT_TRUE(progress.areAllStepsOne);
         EXPECT_EQ(progress.finished, 1);
         EXPECT_EQ(progress.texts,
                   std::vector<std::string>{"ORVEN::Impl::VisitorHelper<0>::VisitImageData processing..."});

@@ -34,7 +34,7 @@ using test::Solid;
 using test::StObject;
 using Floats = std::vector<float>;
 
-constexpr float g_pi = 3.1415927F;
+constexpr float c_pi = 3.1415927F;
 
 std::unique_ptr<CImage> OutputFor(const IImage& image) {
     auto output = std::make_unique<CImage>(IMAGE_GREY_F, image.Size(), CSize(0, 0, 0));
@@ -70,8 +70,8 @@ void ExpectSameAngles(const Floats& angles, const std::vector<double>& expected)
 TEST(ComputeBisector, ASolidOfFive) {
     const StObject solid = Solid({5, 5, 5}, 1);
     const Floats angles = BisectorOf(solid);
-    EXPECT_EQ(angles[solid.Index({3, 3, 3})], g_pi);
-    EXPECT_EQ(angles[solid.Index({3, 2, 2})], g_pi);
+    EXPECT_EQ(angles[solid.Index({3, 3, 3})], c_pi);
+    EXPECT_EQ(angles[solid.Index({3, 2, 2})], c_pi);
     EXPECT_EQ(angles[solid.Index({2, 2, 2})], 2.4980915F); // acos(-0.8)
     EXPECT_EQ(angles[solid.Index({0, 3, 3})], 0.0F);
 }
@@ -88,8 +88,8 @@ TEST(ComputeBisector, TheMiddleOfASlabLiesBetweenOppositeWalls) {
     for (const std::int64_t thickness : {3, 4}) {
         const StObject slab = Solid({11, 11, thickness}, 0);
         const Floats angles = BisectorOf(slab);
-        EXPECT_EQ(angles[slab.Index({5, 5, 1})], g_pi);
-        EXPECT_EQ(angles[slab.Index({5, 5, thickness - 2})], g_pi);
+        EXPECT_EQ(angles[slab.Index({5, 5, 1})], c_pi);
+        EXPECT_EQ(angles[slab.Index({5, 5, thickness - 2})], c_pi);
     }
 }
 
@@ -97,12 +97,12 @@ TEST(ComputeBisector, IsPiInTheCentreOfABall) {
     for (std::int64_t squaredLength = 0; squaredLength <= 100; squaredLength += 5) {
         const StObject ball = test::Ball(squaredLength);
         const Floats angles = BisectorOf(ball);
-        EXPECT_EQ(angles[angles.size() / 2], g_pi) << squaredLength;
+        EXPECT_EQ(angles[angles.size() / 2], c_pi) << squaredLength;
     }
 }
 
 TEST(ComputeBisector, AnImageOfOnePixelAndNone) {
-    EXPECT_EQ(BisectorOf(Solid({1, 1, 1}, 0)), Floats{g_pi});
+    EXPECT_EQ(BisectorOf(Solid({1, 1, 1}, 0)), Floats{c_pi});
     EXPECT_EQ(BisectorOf(StObject(3, 2, 1)), Floats(6, 0.0F));
     EXPECT_EQ(BisectorOf(StObject(3, 0, 1)), Floats());
 }
@@ -144,13 +144,13 @@ TEST(ComputeBisector, ARaisedAngleOnlyTurnsValuesInto0) {
     const StObject object =
         ObjectOf({12, 12, 12}, [&random](const test::Vector&) { return random() % 13 != 0; });
     const Floats all = BisectorOf(object);
-    for (const float minimum : {-1.0F, 0.5F, 1.57079637F, g_pi, 4.0F}) {
+    for (const float minimum : {-1.0F, 0.5F, 1.57079637F, c_pi, 4.0F}) {
         Floats expected(all);
         std::ranges::replace_if(
             expected, [minimum](float angle) { return angle < minimum; }, 0.0F);
         EXPECT_EQ(BisectorOf(object, minimum), expected) << minimum;
     }
-    EXPECT_GT(std::ranges::count(BisectorOf(object, g_pi), g_pi), 0); // an angle that equals it passes
+    EXPECT_GT(std::ranges::count(BisectorOf(object, c_pi), c_pi), 0); // an angle that equals it passes
     EXPECT_EQ(BisectorOf(object, std::numeric_limits<float>::quiet_NaN()), Floats(all.size(), 0.0F));
 }
 
@@ -265,7 +265,7 @@ TEST(ComputeBisector, RunsThroughDistancesThatAreNone) {
         CProgressProxy progress;
         ComputeBisector(*distance, *Solid({20, 20, 20}, 0).Image(), *output, 0.0F, {}, progress);
         for (const float angle : PixelsOf<float>(*output))
-            ASSERT_TRUE(angle >= 0.0F && angle <= g_pi) << seed;
+            ASSERT_TRUE(angle >= 0.0F && angle <= c_pi) << seed;
     }
 }
 

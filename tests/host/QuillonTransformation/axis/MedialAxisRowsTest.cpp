@@ -82,21 +82,21 @@ TEST(MedialAxisRows, SelectedVectorsAreTheSameForAllVectorsAndLengths) {
         for (std::uint16_t& value : excesses)
             value = static_cast<std::uint16_t>(excess(random));
         std::vector<std::uint8_t> expected(length);
-        bool any = false;
+        bool isAny = false;
         for (std::size_t i = 0; i < length; ++i) {
             const std::int64_t product = std::int64_t{w[0]} * components[0][i] +
                                          std::int64_t{w[1]} * components[1][i] +
                                          std::int64_t{w[2]} * components[2][i];
             expected[i] = product >= excesses[i] ? 1 : 0;
-            any = any || expected[i] != 0;
+            isAny = isAny || expected[i] != 0;
         }
         for (const EnVectors vectors : AllVectors()) {
             std::vector<std::uint8_t> isSelected(length, 7);
-            const bool anySelected =
+            const bool isAnySelected =
                 SelectOpposite(vectors, w, {components[0].data(), components[1].data(), components[2].data()},
                                excesses.data(), isSelected.data(), length);
             EXPECT_EQ(isSelected, expected) << static_cast<int>(vectors);
-            EXPECT_EQ(anySelected, any);
+            EXPECT_EQ(isAnySelected, isAny);
         }
     }
 }

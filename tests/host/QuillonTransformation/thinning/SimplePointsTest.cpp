@@ -55,9 +55,9 @@ TYPED_TEST(SimplePoints, AreThoseOfTheDefinitionInRandomSurroundings) {
         const auto bits = [&random] { return static_cast<std::uint32_t>(random()); };
         const std::uint32_t dense[] = {bits(), bits() & bits(), bits() | bits(), bits() & bits() & bits()};
         const test::StObject surroundings = test::Surroundings(dense[round % 4], round % 3 == 0);
-        const bool expected = test::IsSimpleByDefinition(TypeParam::id, surroundings);
-        ASSERT_EQ(isSimple(BlockOf(surroundings)), expected) << BlockOf(surroundings);
-        simpleCount += expected ? 1 : 0;
+        const bool isExpected = test::IsSimpleByDefinition(TypeParam::id, surroundings);
+        ASSERT_EQ(isSimple(BlockOf(surroundings)), isExpected) << BlockOf(surroundings);
+        simpleCount += isExpected ? 1 : 0;
     }
     EXPECT_GT(simpleCount, 2000);
     EXPECT_LT(simpleCount, 18000);

@@ -108,7 +108,7 @@ TEST(CRoot, InfinityBecomesTheGreatestFloat) {
 
 TEST(CRoot, SpreadsTheInputOverTheOutput) {
     Root root;
-    root.m_spread = true;
+    root.m_isSpread = true;
     root.m_fX0 = 1;
     root.m_fX1 = 5;
     root.m_fY0 = 10;
@@ -121,7 +121,7 @@ TEST(CRoot, SpreadsTheInputOverTheOutput) {
 
 TEST(CRoot, SpreadOfASinglePointIsARootPlusTheUpperOutput) {
     Root root;
-    root.m_spread = true;
+    root.m_isSpread = true;
     root.m_fX0 = 3;
     root.m_fX1 = 3;
     root.m_fY0 = 10;
@@ -131,7 +131,7 @@ TEST(CRoot, SpreadOfASinglePointIsARootPlusTheUpperOutput) {
 
 TEST(CRoot, SpreadBeyondTheFloatsSaturatesOnBothSides) {
     Root root;
-    root.m_spread = true;
+    root.m_isSpread = true;
     root.m_fX0 = 0;
     root.m_fX1 = 1;
     root.m_fY0 = 0;
@@ -143,11 +143,11 @@ TEST(CRoot, SpreadBeyondTheFloatsSaturatesOnBothSides) {
 
 TEST(CRoot, ARunWithoutSpreadForgetsTheSpreadBefore) {
     Root root;
-    root.m_spread = true;
+    root.m_isSpread = true;
     root.m_fX0 = 3;
     root.m_fX1 = 3;
     RootOf(root, 7.0F);
-    root.m_spread = false;
+    root.m_isSpread = false;
     EXPECT_EQ(RootOf(root, 9.0F), 3.0F);
 }
 
