@@ -38,9 +38,9 @@ Row RowOf(const StCatalogueParameter& parameter) {
     if (!parameter.unit.empty())
         legal.append(legal.empty() ? "" : " ").append(parameter.unit);
     return {parameter.key, std::string(WordOfKind(parameter.kind)),
-            value.is_null()     ? "-"
-            : value.is_string() ? value.get<std::string>()
-                                : value.dump(),
+            value.IsNull()     ? "-"
+            : value.IsString() ? value.String()
+                               : value.Text(),
             legal};
 }
 
@@ -73,7 +73,7 @@ void Describe(const std::string& name, bool asJson) {
     CPackSet packs(CPackSet::DefaultPaths());
     const StCatalogueEntry* const entry = &packs.Describe(name);
     if (asJson) {
-        std::printf("%s\n", entry->source.dump(2).c_str());
+        std::printf("%s\n", entry->source.Text(2).c_str());
         return;
     }
     std::printf("%s: %s\n%s\n\n", entry->name.c_str(), entry->title.c_str(), entry->summary.c_str());

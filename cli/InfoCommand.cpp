@@ -11,15 +11,11 @@
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
 
-#include <nlohmann/json.hpp>
-
 #include <cmath>
 #include <iostream>
 #include <memory>
 #include <string>
 
-using nlohmann::json;
-using nlohmann::ordered_json;
 using ORVEN::CQuillonHeaderTools;
 
 namespace cli {
@@ -35,7 +31,7 @@ struct StInfoOptions {
 
 /// Smallest and largest finite pixel value as a pair; null if there is none.
 template <class Pixel>
-ordered_json MinMaxOf(const ORVEN::CImage& image) {
+CJson MinMaxOf(const ORVEN::CImage& image) {
     const ORVEN::CImageView<const Pixel> view(image);
     Pixel least{};
     Pixel greatest{};
@@ -54,10 +50,10 @@ ordered_json MinMaxOf(const ORVEN::CImage& image) {
             }
         }
     }
-    return isFound ? ordered_json{least, greatest} : ordered_json();
+    return isFound ? CJson::Array({least, greatest}) : CJson();
 }
 
-ordered_json MinMaxJson(const ORVEN::CImage& image) {
+CJson MinMaxJson(const ORVEN::CImage& image) {
     if (image.Type().IsBinary())
         return MinMaxOf<unsigned char>(image);
     return ORVEN::DispatchGreyType(
@@ -65,94 +61,102 @@ ordered_json MinMaxJson(const ORVEN::CImage& image) {
         [&]<class Pixel>(std::type_identity<Pixel>) { return MinMaxOf<Pixel>(image); });
 }
 
-ordered_json SpacingJson(const ORVEN::CImage& image) {
+CJson SpacingJson(const ORVEN::CImage& image) {
     std::array<double, 3> spacing{};
     if (!CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2]))
-        return nullptr;
-    ordered_json array = ordered_json::array();
+        return {};
+    CJson array = CJson::Array();
     for (int axis = 0; axis < image.Size().Dim(); ++axis)
-        array.emplace_back(ToJson(ORVEN::CValueDouble(spacing[static_cast<std::size_t>(axis)])));
+        array.Append(ToJson(ORVEN::CValueDouble(spacing[static_cast<std::size_t>(axis)])));
     return array;
 }
 
-ordered_json HistoryJson(const ORVEN::CImage& image) {
+CJson HistoryJson(const ORVEN::CImage& image) {
     const ORVEN::CValue* const history = image.Attributes().Entry("history", true);
     if (history == nullptr || history->Vector() == nullptr)
-        return ordered_json::array();
+        return CJson::Array();
     return ToJson(*history);
 }
 
-ordered_json InfoJson(const std::string& file, const ORVEN::CImage& image) {
-    ordered_json info;
-    info["file"] = ToJson(ORVEN::CValueString(ORVEN::CString(file)));
-    info["type"] = image.Type().ToString();
-    info["dimension"] = image.Size().Dim();
-    info["size"] = ordered_json::array();
+CJson InfoJson(const std::string& file, const ORVEN::CImage& image) {
+    CJson size = CJson::Array();
     for (int axis = 0; axis < image.Size().Dim(); ++axis)
-        info["size"].push_back(image.Size()[axis]);
-    info["spacing"] = SpacingJson(image);
-    info["history"] = HistoryJson(image);
+        size.Append(image.Size()[axis]);
     std::size_t labelCount = 0;
-    info["number_of_labels"] = nullptr;
-    if (CQuillonHeaderTools::GetNumberOfLabels(image, labelCount))
-        info["number_of_labels"] = labelCount;
+    const bool hasLabels = CQuillonHeaderTools::GetNumberOfLabels(image, labelCount);
     double maxDistance = 0;
-    info["max_distance"] = nullptr;
-    if (CQuillonHeaderTools::GetMaxDistance(image, maxDistance))
-        info["max_distance"] = ToJson(ORVEN::CValueDouble(maxDistance));
-    info["min_max"] = MinMaxJson(image);
-    info["attributes"] = ToJson(image.Attributes());
-    return info;
+    const bool hasDistance = CQuillonHeaderTools::GetMaxDistance(image, maxDistance);
+    return CJson::Object({{"file", ToJson(ORVEN::CValueString(ORVEN::CString(file)))},
+                          {"type", image.Type().ToString()},
+                          {"dimension", image.Size().Dim()},
+                          {"size", std::move(size)},
+                          {"spacing", SpacingJson(image)},
+                          {"history", HistoryJson(image)},
+                          {"number_of_labels", hasLabels ? CJson(labelCount) : CJson()},
+                          {"max_distance", hasDistance ? ToJson(ORVEN::CValueDouble(maxDistance)) : CJson()},
+                          {"min_max", MinMaxJson(image)},
+                          {"attributes", ToJson(image.Attributes())}});
 }
 
 void PrintLine(const std::string& name, const std::string& text) {
     std::cout << name << std::string(12 - std::min<std::size_t>(name.size(), 11), ' ') << text << '\n';
 }
 
-std::string Joined(const ordered_json& values, const std::string& between) {
+std::string Joined(const CJson& values, const std::string& between) {
     std::string text;
-    for (const auto& value : values)
-        text.append(text.empty() ? "" : between).append(value.dump());
+    for (const CJson& value : values.Elements())
+        text.append(text.empty() ? "" : between).append(value.Text());
     return text;
 }
 
 /// The text without control characters, which a terminal would interpret.
-std::string Readable(const ordered_json& value) {
-    if (!value.is_string())
-        return value.dump();
-    std::string text = value.get<std::string>();
+std::string Readable(const CJson& value) {
+    if (!value.IsString())
+        return value.Text();
+    std::string text = value.String();
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
     return text;
 }
 
 /// Prints the remaining attributes as lines "path  value", with a list of plain values on one line.
-void PrintTree(const json& tree, const std::string& path) {
-    const bool isSpecial = tree.is_object() && tree.size() == 1 && tree.begin().key().starts_with('/');
-    if (!tree.is_object() || tree.empty() || isSpecial) {
+void PrintTree(const CJson& tree, const std::string& path) {
+    const bool isSpecial =
+        tree.IsObject() && tree.Members().size() == 1 && tree.Members().front().first.starts_with('/');
+    if (!tree.IsObject() || tree.Members().empty() || isSpecial) {
         std::cout << "  " << path << ": " << Readable(tree) << '\n';
         return;
     }
-    for (const auto& [key, value] : tree.items())
+    for (const auto& [key, value] : tree.Members())
         PrintTree(value, path.empty() ? Readable(key) : path + "/" + Readable(key));
 }
 
-void PrintInfo(const ordered_json& info) {
-    PrintLine("file", Readable(info["file"]));
-    PrintLine("type", info["type"].get<std::string>());
-    PrintLine("size", Joined(info["size"], " x "));
-    PrintLine("spacing", info["spacing"].is_null() ? "not known" : Joined(info["spacing"], " x "));
-    PrintLine("values", info["min_max"].is_null() ? "none" : Joined(info["min_max"], " to "));
-    if (!info["number_of_labels"].is_null())
-        PrintLine("labels", info["number_of_labels"].dump());
-    if (!info["max_distance"].is_null())
-        PrintLine("distances", "up to " + info["max_distance"].dump());
-    for (std::size_t i = 0; i < info["history"].size(); ++i)
-        PrintLine(i == 0 ? "history" : "", Readable(info["history"][i]));
-    json rest = info["attributes"];
-    for (const char* const shown : {"spacing", "history", "number of labels", "max distance"})
-        rest.erase(shown);
-    if (!rest.empty()) {
+/// The attributes that `PrintInfo` does not print in lines of their own.
+CJson OtherAttributes(const CJson& attributes) {
+    CJson others = CJson::Object();
+    for (const auto& [key, value] : attributes.Members()) {
+        if (key != "spacing" && key != "history" && key != "number of labels" && key != "max distance")
+            others.Append(key, value);
+    }
+    return others;
+}
+
+void PrintInfo(const CJson& info) {
+    const auto at = [&info](const char* name) -> const CJson& { return *info.Find(name); };
+    PrintLine("file", Readable(at("file")));
+    PrintLine("type", at("type").String());
+    PrintLine("size", Joined(at("size"), " x "));
+    PrintLine("spacing", at("spacing").IsNull() ? "not known" : Joined(at("spacing"), " x "));
+    PrintLine("values", at("min_max").IsNull() ? "none" : Joined(at("min_max"), " to "));
+    if (!at("number_of_labels").IsNull())
+        PrintLine("labels", at("number_of_labels").Text());
+    if (!at("max_distance").IsNull())
+        PrintLine("distances", "up to " + at("max_distance").Text());
+    const auto& history = at("history").Elements();
+    for (std::size_t i = 0; i < history.size(); ++i)
+        PrintLine(i == 0 ? "history" : "", Readable(history[i]));
+    const CJson rest = OtherAttributes(at("attributes"));
+    if (!rest.Members().empty()) {
         PrintLine("attributes", "");
         PrintTree(rest, "");
     }
@@ -160,9 +164,9 @@ void PrintInfo(const ordered_json& info) {
 
 void Info(const StInfoOptions& options) {
     const auto image = ReadImage(options.file);
-    const ordered_json info = InfoJson(options.file, *image);
+    const CJson info = InfoJson(options.file, *image);
     if (options.isJson)
-        std::cout << info.dump(2) << '\n';
+        std::cout << info.Text(2) << '\n';
     else
         PrintInfo(info);
     std::cout.flush();

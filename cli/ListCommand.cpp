@@ -43,15 +43,17 @@ StPackContents ContentsOf(CPack& pack) {
 }
 
 void PrintJson(const std::vector<StPackContents>& packs) {
-    auto list = nlohmann::ordered_json::array();
+    CJson list = CJson::Array();
     for (const StPackContents& pack : packs) {
         for (const StCatalogueEntry* entry : pack.provided) {
-            list.push_back({{"name", entry->name}, {"title", entry->title}, {"summary", entry->summary}});
+            CJson plugin =
+                CJson::Object({{"name", entry->name}, {"title", entry->title}, {"summary", entry->summary}});
             if (packs.size() > 1)
-                list.back()["pack"] = pack.name;
+                plugin.Append("pack", pack.name);
+            list.Append(std::move(plugin));
         }
     }
-    std::printf("%s\n", list.dump(2).c_str());
+    std::printf("%s\n", list.Text(2).c_str());
 }
 
 void PrintLines(const StPackContents& pack, const std::string& indent) {

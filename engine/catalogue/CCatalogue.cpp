@@ -13,17 +13,19 @@
 namespace engine {
 
 CCatalogue::CCatalogue(std::string_view text) {
-    const auto catalogue = nlohmann::ordered_json::parse(text, nullptr, false);
-    if (!catalogue.is_object() || !catalogue.contains("plugins") || !catalogue["plugins"].is_array())
+    const CJson catalogue = CJson::Parse(text).value_or(CJson());
+    const CJson* const plugins = catalogue.Find("plugins");
+    if (plugins == nullptr || !plugins->IsArray())
         throw std::runtime_error("catalogue: not a JSON object with a list \"plugins\"");
-    for (const auto& [member, value] : {std::pair("pack", &m_pack), std::pair("version", &m_version)}) {
-        if (!catalogue.contains(member))
+    for (const auto& [name, value] : {std::pair("pack", &m_pack), std::pair("version", &m_version)}) {
+        const CJson* const member = catalogue.Find(name);
+        if (member == nullptr)
             continue;
-        if (!catalogue[member].is_string())
-            throw std::runtime_error(std::string("catalogue: '") + member + "' is not a string");
-        *value = catalogue[member];
+        if (!member->IsString())
+            throw std::runtime_error(std::string("catalogue: '") + name + "' is not a string");
+        *value = member->String();
     }
-    for (const auto& entry : catalogue["plugins"])
+    for (const CJson& entry : plugins->Elements())
         m_entries.push_back(ParseCatalogueEntry(entry));
 }
 

@@ -5,6 +5,8 @@
 
 #include <sorblib2core/CString.h>
 
+#include <algorithm>
+#include <concepts>
 #include <set>
 #include <stdexcept>
 
@@ -12,15 +14,13 @@ namespace engine {
 
 namespace {
 
-using nlohmann::json;
-
 /// Reads the members of a JSON object and raises an error for those that were never read.
 class CMemberReader {
 public:
-    CMemberReader(const json& object, std::string place)
+    CMemberReader(const CJson& object, std::string place)
         : m_object(object)
         , m_place(std::move(place)) {
-        if (!object.is_object())
+        if (!object.IsObject())
             Fail("is no object");
     }
 
@@ -30,15 +30,14 @@ public:
         throw std::runtime_error("catalogue: " + m_place + ": " + why);
     }
 
-    const json* Find(const char* name) {
+    const CJson* Find(const char* name) {
         m_asked.insert(name);
-        const auto found = m_object.find(name);
-        return found != m_object.end() ? &*found : nullptr;
+        return m_object.Find(name);
     }
 
     template <class T>
     T Get(const char* name) {
-        const json* member = Find(name);
+        const CJson* member = Find(name);
         if (member == nullptr)
             Fail(std::string("lacks '") + name + "'");
         return Convert<T>(*member, name);
@@ -46,55 +45,84 @@ public:
 
     template <class T>
     T Get(const char* name, T fallback) {
-        const json* member = Find(name);
+        const CJson* member = Find(name);
         return member != nullptr ? Convert<T>(*member, name) : fallback;
     }
 
     void RefuseOthers() const {
-        for (const auto& [name, member] : m_object.items()) {
+        std::set<std::string> others; // in a fixed order, so that the message names the same one each time
+        for (const auto& [name, member] : m_object.Members()) {
             if (!m_asked.contains(name))
-                Fail("has the unknown member '" + name + "'");
+                others.insert(name);
         }
+        if (!others.empty())
+            Fail("has the unknown member '" + *others.begin() + "'");
     }
 
 private:
     template <class T>
-    T Convert(const json& member, const char* name) const {
-        // The JSON library would accept a number as a Boolean and a fraction as an integer.
-        const bool isFitting = std::is_same_v<T, bool>   ? member.is_boolean()
-                               : std::is_integral_v<T>   ? member.is_number_integer()
-                               : std::is_arithmetic_v<T> ? member.is_number()
-                                                         : true;
-        try {
-            if (isFitting)
-                return member.get<T>();
-        } catch (const json::exception&) {
-        }
-        Fail(std::string("'") + name + "' is of the wrong kind");
+    T Convert(const CJson& member, const char* name) const {
+        T value{};
+        if (!Store(member, value))
+            Fail(std::string("'") + name + "' is of the wrong kind");
+        return value;
     }
 
-    const json& m_object;
+    // Each stores the value if it is of this kind, without conversion.
+
+    static bool Store(const CJson& member, CJson& value) {
+        value = member;
+        return true;
+    }
+
+    static bool Store(const CJson& member, bool& value) {
+        return member.IsBool() && (value = member.Bool(), true);
+    }
+
+    static bool Store(const CJson& member, std::string& value) {
+        return member.IsString() && (value = member.String(), true);
+    }
+
+    static bool Store(const CJson& member, double& value) {
+        return member.IsNumber() && (value = member.Number(), true);
+    }
+
+    template <std::integral Integer>
+    static bool Store(const CJson& member, Integer& value) {
+        const auto number = member.IsInteger() ? member.IntegerAs<Integer>() : std::nullopt;
+        value = number.value_or(0);
+        return number.has_value();
+    }
+
+    template <class T>
+    static bool Store(const CJson& member, std::vector<T>& values) {
+        return member.IsArray() &&
+               std::all_of(member.Elements().begin(), member.Elements().end(),
+                           [&values](const CJson& element) { return Store(element, values.emplace_back()); });
+    }
+
+    const CJson& m_object;
     std::string m_place;
     std::set<std::string> m_asked;
 };
 
-bool IsOfKind(const json& value, EnValueKind kind) {
+bool IsOfKind(const CJson& value, EnValueKind kind) {
     switch (kind) {
     case KIND_BOOL:
-        return value.is_boolean();
+        return value.IsBool();
     case KIND_LONG:
-        return value.is_number_integer() && value.get<std::int64_t>() == value.get<std::int32_t>();
+        return value.IsInteger() && value.IntegerAs<std::int32_t>();
     case KIND_DOUBLE:
-        return value.is_number();
+        return value.IsNumber();
     case KIND_STRING:
-        return value.is_string();
+        return value.IsString();
     case KIND_IMAGE:
         return false; // a catalogue cannot contain a file
     }
     return false;
 }
 
-StCatalogueParameter ParseParameter(const json& object, const std::string& place) {
+StCatalogueParameter ParseParameter(const CJson& object, const std::string& place) {
     StCatalogueParameter parameter;
     CMemberReader reader(object, place);
     parameter.key = reader.Get<std::string>("key");
@@ -107,36 +135,36 @@ StCatalogueParameter ParseParameter(const json& object, const std::string& place
     parameter.unit = reader.Get<std::string>("unit", "");
     parameter.isFile = reader.Get<bool>("file", false);
     parameter.isAlwaysSent = reader.Get<bool>("alwaysSent", false);
-    if (const json* value = reader.Find("default"))
+    if (const CJson* value = reader.Find("default"))
         parameter.defaultValue = *value;
-    parameter.choices = reader.Get<std::vector<json>>("choices", {});
-    if (const json* minimum = reader.Find("minimum"); minimum != nullptr)
+    parameter.choices = reader.Get<std::vector<CJson>>("choices", {});
+    if (const CJson* minimum = reader.Find("minimum"); minimum != nullptr)
         parameter.minimum = reader.Get<double>("minimum");
-    if (const json* maximum = reader.Find("maximum"); maximum != nullptr)
+    if (const CJson* maximum = reader.Find("maximum"); maximum != nullptr)
         parameter.maximum = reader.Get<double>("maximum");
     reader.RefuseOthers();
 
     if (parameter.key.empty() || parameter.meaning.empty())
         reader.Fail("has an empty 'key' or 'meaning'");
-    if (!parameter.defaultValue.is_null() && !IsOfKind(parameter.defaultValue, parameter.kind))
+    if (!parameter.defaultValue.IsNull() && !IsOfKind(parameter.defaultValue, parameter.kind))
         reader.Fail("'default' is not of its kind");
-    if (parameter.isAlwaysSent && parameter.defaultValue.is_null() && parameter.kind != KIND_IMAGE)
+    if (parameter.isAlwaysSent && parameter.defaultValue.IsNull() && parameter.kind != KIND_IMAGE)
         reader.Fail("is always sent and has no 'default'");
     if (parameter.isFile && parameter.kind != KIND_STRING)
         reader.Fail("is a 'file' and no text");
-    for (const json& choice : parameter.choices) {
+    for (const CJson& choice : parameter.choices) {
         if (!IsOfKind(choice, parameter.kind))
             reader.Fail("has a choice that is not of its kind");
     }
     return parameter;
 }
 
-std::vector<StCatalogueParameter> ParseParameters(const json& list, const std::string& place) {
-    if (!list.is_array())
+std::vector<StCatalogueParameter> ParseParameters(const CJson& list, const std::string& place) {
+    if (!list.IsArray())
         throw std::runtime_error("catalogue: " + place + ": is no list");
     std::vector<StCatalogueParameter> parameters;
     std::set<std::string> keys;
-    for (const json& object : list) {
+    for (const CJson& object : list.Elements()) {
         parameters.push_back(ParseParameter(object, place));
         if (!keys.insert(parameters.back().key).second)
             throw std::runtime_error("catalogue: " + place + ": '" + parameters.back().key +
@@ -145,7 +173,7 @@ std::vector<StCatalogueParameter> ParseParameters(const json& list, const std::s
     return parameters;
 }
 
-StAcceptedImages ParseImages(const json& object, const std::string& place) {
+StAcceptedImages ParseImages(const CJson& object, const std::string& place) {
     CMemberReader reader(object, place);
     StAcceptedImages images;
     images.types = reader.Get<std::vector<std::string>>("types");
@@ -174,17 +202,16 @@ EnCancel CancelOfWord(const std::string& word, const CMemberReader& reader) {
 
 } // namespace
 
-StCatalogueEntry ParseCatalogueEntry(const nlohmann::ordered_json& source) {
-    const json object = source;
-    CMemberReader reader(object, "an entry");
+StCatalogueEntry ParseCatalogueEntry(const CJson& source) {
+    CMemberReader reader(source, "an entry");
     StCatalogueEntry entry;
     entry.name = reader.Get<std::string>("name");
     reader.SetPlace(entry.name);
     entry.title = reader.Get<std::string>("title");
     entry.summary = reader.Get<std::string>("summary");
-    entry.images = ParseImages(reader.Get<json>("images"), entry.name + ": images");
-    entry.parameters = ParseParameters(reader.Get<json>("parameters"), entry.name + ": parameters");
-    entry.settings = ParseParameters(reader.Get<json>("settings"), entry.name + ": settings");
+    entry.images = ParseImages(reader.Get<CJson>("images"), entry.name + ": images");
+    entry.parameters = ParseParameters(reader.Get<CJson>("parameters"), entry.name + ": parameters");
+    entry.settings = ParseParameters(reader.Get<CJson>("settings"), entry.name + ": settings");
     entry.opensDialogs = reader.Get<bool>("dialogs");
     entry.cancel = CancelOfWord(reader.Get<std::string>("cancel"), reader);
     entry.documentsOut = reader.Get<int>("documentsOut");
@@ -209,9 +236,8 @@ std::string AcceptedInWords(const StAcceptedImages& images) {
 
 std::string LegalValuesInWords(const StCatalogueParameter& parameter) {
     std::string text;
-    for (const json& choice : parameter.choices)
-        text.append(text.empty() ? "" : ", ")
-            .append(choice.is_string() ? choice.get<std::string>() : choice.dump());
+    for (const CJson& choice : parameter.choices)
+        text.append(text.empty() ? "" : ", ").append(choice.IsString() ? choice.String() : choice.Text());
     if (!parameter.choices.empty())
         return "one of " + text;
     const auto number = [](double value) {

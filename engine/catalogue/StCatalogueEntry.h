@@ -1,10 +1,9 @@
 #pragma once
 
 #include "engine/catalogue/ValueKind.h"
+#include "engine/files/CJson.h"
 
 #include <sorblib2image/CImage.h>
-
-#include <nlohmann/json.hpp>
 
 #include <optional>
 #include <string>
@@ -17,11 +16,11 @@ struct StCatalogueParameter {
     std::string key; ///< may be a path: "advanced/otsu_factor"
     EnValueKind kind = KIND_STRING;
     std::string meaning;
-    std::string unit;            ///< empty if none
-    nlohmann::json defaultValue; ///< null if none
-    bool isFile = false;         ///< a string that names an input file
-    bool isAlwaysSent = false;   ///< sent with its default value if not given
-    std::vector<nlohmann::json> choices;
+    std::string unit;          ///< empty if none
+    CJson defaultValue;        ///< null if none
+    bool isFile = false;       ///< a string that names an input file
+    bool isAlwaysSent = false; ///< sent with its default value if not given
+    std::vector<CJson> choices;
     std::optional<double> minimum;
     std::optional<double> maximum;
 };
@@ -52,12 +51,12 @@ struct StCatalogueEntry {
     bool opensDialogs = false;
     EnCancel cancel = CANCEL_NOWHERE;
     int documentsOut = 0; ///< maximum; 0 for a plug-in that only measures, shows or exports
-    nlohmann::ordered_json source;
+    CJson source;
 };
 
 /// Parses an entry strictly: raises `std::runtime_error`, naming the entry and member, for anything missing,
 /// unknown or of the wrong kind.
-StCatalogueEntry ParseCatalogueEntry(const nlohmann::ordered_json& source);
+StCatalogueEntry ParseCatalogueEntry(const CJson& source);
 
 /// Describes the accepted images in words.
 std::string AcceptedInWords(const StAcceptedImages& images);

@@ -6,12 +6,7 @@
 #include "engine/files/ValueJson.h"
 #include "engine/files/formats/HeaderChecks.h"
 
-#include <nlohmann/json.hpp>
-
 #include <filesystem>
-
-using nlohmann::json;
-using nlohmann::ordered_json;
 
 namespace engine {
 
@@ -24,8 +19,8 @@ const char* const c_damaged = "its attributes are damaged";
 
 constexpr int c_indent = 2;
 
-std::unique_ptr<ORVEN::CValueMap> MapOfJson(const json& object) {
-    if (!object.is_object())
+std::unique_ptr<ORVEN::CValueMap> MapOfJson(const CJson& object) {
+    if (!object.IsObject())
         throw CFileReason(c_damaged);
     std::unique_ptr<ORVEN::CValue> value;
     try {
@@ -40,32 +35,37 @@ std::unique_ptr<ORVEN::CValueMap> MapOfJson(const json& object) {
     return map;
 }
 
-ORVEN::CSize SizeOfJson(const json& array) {
+ORVEN::CSize SizeOfJson(const CJson& array) {
+    if (!array.IsArray())
+        throw CFileReason(c_damaged);
     std::vector<std::int64_t> extents;
-    for (const json& extent : array) {
-        if (!extent.is_number_integer())
+    for (const CJson& extent : array.Elements()) {
+        const auto number = extent.IsInteger() ? extent.IntegerAs<std::int64_t>() : std::nullopt;
+        if (!number)
             throw CFileReason(c_damaged);
-        extents.push_back(extent.get<std::int64_t>());
+        extents.push_back(*number);
     }
     return CheckedSize(std::move(extents), 1);
 }
 
-StImageFacts FactsOf(const json& file) {
+StImageFacts FactsOf(const CJson& file) {
     StImageFacts facts;
-    if (!file.is_object())
+    if (!file.IsObject())
         throw CFileReason("it is damaged");
-    if (const auto type = file.find(c_type); type != file.end()) {
-        facts.type = type->is_string() ? PixelTypeOfName(type->get<std::string>()) : std::nullopt;
+    if (const CJson* const type = file.Find(c_type)) {
+        facts.type = type->IsString() ? PixelTypeOfName(type->String()) : std::nullopt;
         if (!facts.type)
-            throw CFileReason("the image type " + type->dump(-1, ' ', true, json::error_handler_t::replace) +
-                              " is unknown");
+            throw CFileReason("the image type " + type->Text(-1, true) + " is unknown");
     }
-    if (const auto size = file.find(c_size); size != file.end())
+    if (const CJson* const size = file.Find(c_size))
         facts.size = SizeOfJson(*size);
-    if (const auto attributes = file.find(c_attributes); attributes != file.end())
+    if (const CJson* const attributes = file.Find(c_attributes))
         facts.attributes = MapOfJson(*attributes);
     return facts;
 }
+
+/// Null, which is no object, for a text that is not valid.
+CJson ParsedOrNull(const std::string& text) { return CJson::Parse(text).value_or(CJson()); }
 
 } // namespace
 
@@ -78,12 +78,10 @@ std::optional<ORVEN::IImage::CType> PixelTypeOfName(const std::string& name) {
     return std::nullopt;
 }
 
-std::string AttributesText(const ORVEN::CValueMap& attributes) {
-    return ToJson(attributes).dump(-1, ' ', true);
-}
+std::string AttributesText(const ORVEN::CValueMap& attributes) { return ToJson(attributes).Text(-1, true); }
 
 std::unique_ptr<ORVEN::CValueMap> AttributesOfText(const std::string& text) {
-    return MapOfJson(json::parse(text, nullptr, false));
+    return MapOfJson(ParsedOrNull(text));
 }
 
 std::string SideFilePath(const std::string& imagePath) {
@@ -94,20 +92,21 @@ std::string SideFilePath(const std::string& imagePath) {
 bool IsSideFile(const std::string& path) {
     try {
         (void)FileSize(path); // raises for a pipe, which must not be drained
-        const json file = json::parse(ReadTextFile(path), nullptr, false);
-        return file.is_object() && file.contains(c_type) && file.contains(c_attributes);
+        const CJson file = ParsedOrNull(ReadTextFile(path));
+        return file.Find(c_type) != nullptr && file.Find(c_attributes) != nullptr;
     } catch (const CFileError&) {
         return false;
     }
 }
 
 std::string SideFileText(const ORVEN::CImage& image) {
-    ordered_json file;
-    file[c_type] = image.Type().ToString();
+    CJson size = CJson::Array();
     for (int axis = 0; axis < image.Size().Dim(); ++axis)
-        file[c_size].push_back(image.Size()[axis]);
-    file[c_attributes] = ToJson(image.Attributes());
-    return file.dump(c_indent, ' ', true) + "\n";
+        size.Append(image.Size()[axis]);
+    const CJson file = CJson::Object({{c_type, image.Type().ToString()},
+                                      {c_size, std::move(size)},
+                                      {c_attributes, ToJson(image.Attributes())}});
+    return file.Text(c_indent, true) + "\n";
 }
 
 StImageFacts ReadSideFile(const std::string& imagePath) {
@@ -117,7 +116,7 @@ StImageFacts ReadSideFile(const std::string& imagePath) {
         return {};
     return Reading(path, [&path] {
         (void)FileSize(path); // raises unless it is a regular file
-        return FactsOf(json::parse(ReadTextFile(path), nullptr, false));
+        return FactsOf(ParsedOrNull(ReadTextFile(path)));
     });
 }
 

@@ -149,6 +149,39 @@ void Write(std::string& text, const CJson& json, int indent, bool isAscii, int d
 
 } // namespace
 
+CJson::CJson() = default;
+CJson::CJson(const CJson& other) = default;
+CJson::CJson(CJson&& other) noexcept = default;
+CJson& CJson::operator=(const CJson& other) = default;
+CJson& CJson::operator=(CJson&& other) noexcept = default;
+CJson::~CJson() = default;
+bool CJson::operator==(const CJson& other) const = default;
+
+CJson::CJson(bool value)
+    : m_value(value) {}
+
+CJson::CJson(StInteger value) {
+    if (value.isSigned)
+        m_value = static_cast<std::int64_t>(value.bits);
+    else
+        m_value = value.bits;
+}
+
+CJson::CJson(double value)
+    : m_value(value) {}
+
+CJson::CJson(std::string value)
+    : m_value(std::move(value)) {}
+
+CJson::CJson(const char* value)
+    : m_value(std::string(value)) {}
+
+void CJson::Append(CJson element) { std::get<std::vector<CJson>>(m_value).push_back(std::move(element)); }
+
+void CJson::Append(std::string name, CJson value) {
+    std::get<std::vector<Member>>(m_value).emplace_back(std::move(name), std::move(value));
+}
+
 CJson CJson::Array(std::vector<CJson> elements) {
     CJson json;
     json.m_value = std::move(elements);

@@ -20,23 +20,21 @@ public:
     using Member = std::pair<std::string, CJson>;
 
     /// Null.
-    CJson() = default;
-    CJson(std::nullptr_t) {}
-    CJson(bool value)
-        : m_value(value) {}
+    CJson();
+    CJson(const CJson& other);
+    CJson(CJson&& other) noexcept;
+    CJson& operator=(const CJson& other);
+    CJson& operator=(CJson&& other) noexcept;
+    ~CJson();
+
+    CJson(bool value);
     template <std::integral Integer>
-    requires(!std::same_as<Integer, bool>) CJson(Integer value) {
-        if (std::in_range<std::int64_t>(value))
-            m_value = static_cast<std::int64_t>(value);
-        else
-            m_value = static_cast<std::uint64_t>(value);
-    }
-    CJson(double value)
-        : m_value(value) {}
-    CJson(std::string value)
-        : m_value(std::move(value)) {}
-    CJson(const char* value)
-        : m_value(std::string(value)) {}
+    requires(!std::same_as<Integer, bool>) CJson(Integer value)
+        : CJson(StInteger{static_cast<std::uint64_t>(value), std::in_range<std::int64_t>(value)}) {}
+    CJson(double value);
+    CJson(std::string value);
+    CJson(const char* value);
+    CJson(std::nullptr_t) = delete;
 
     /// An array of these elements.
     static CJson Array(std::vector<CJson> elements = {});
@@ -82,17 +80,21 @@ public:
     /// The member of that name; null pointer if there is none, or if the value is not an object.
     [[nodiscard]] const CJson* Find(std::string_view name) const;
     /// Adds an element to an array.
-    void Append(CJson element) { std::get<std::vector<CJson>>(m_value).push_back(std::move(element)); }
+    void Append(CJson element);
     /// Adds a member, whose name must be new, to an object.
-    void Append(std::string name, CJson value) {
-        std::get<std::vector<Member>>(m_value).emplace_back(std::move(name), std::move(value));
-    }
+    void Append(std::string name, CJson value);
 
     /// The order of members counts.
-    friend bool operator==(const CJson&, const CJson&) = default;
+    bool operator==(const CJson& other) const;
 
 private:
     friend class CJsonBuilder;
+
+    struct StInteger {
+        std::uint64_t bits;
+        bool isSigned; // the number fits into std::int64_t
+    };
+    explicit CJson(StInteger value);
 
     template <class T>
     [[nodiscard]] bool Is() const {

@@ -10,17 +10,14 @@
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
 
-#include <nlohmann/json.hpp>
-
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
 
-using nlohmann::json;
 using ORVEN::CValue;
 
 namespace engine {
@@ -33,16 +30,6 @@ const char* const c_bytesKey = "/bytes";
 void RequireDepth(int depth) {
     if (depth > c_maxJsonDepth) {
         throw CFileError("values stand more than " + std::to_string(c_maxJsonDepth) + " levels deep");
-    }
-}
-
-/// Whether the JSON library can write the text; asks the library, so that its own rules apply.
-bool IsUtf8(const std::string& text) {
-    try {
-        (void)json(text).dump();
-        return true;
-    } catch (const json::type_error&) {
-        return false;
     }
 }
 
@@ -71,39 +58,43 @@ std::optional<std::string> BytesOfHex(std::string_view hex) {
     return bytes;
 }
 
-json JsonOfDouble(double number) {
+CJson JsonOfDouble(double number) {
     if (std::isfinite(number))
         return number;
-    return {{c_doubleKey, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}};
+    return CJson::Object({{c_doubleKey, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}});
 }
 
-json JsonOfText(const std::string& text) {
+CJson JsonOfText(const std::string& text) {
     if (IsUtf8(text))
         return text;
-    return {{c_bytesKey, HexOfBytes(text)}};
+    return CJson::Object({{c_bytesKey, HexOfBytes(text)}});
 }
 
-json JsonOfValue(const CValue& value, int depth);
+CJson JsonOfValue(const CValue& value, int depth);
 
-json JsonOfMap(const ORVEN::CValueMap& map, int depth) {
-    json object = json::object();
+/// The entries, ordered by name.
+CJson JsonOfMap(const ORVEN::CValueMap& map, int depth) {
+    std::vector<CJson::Member> members;
     for (auto entry = map.begin(); !(entry == map.end()); ++entry) {
         if (entry.Value()->GenericType() == CValue::VAL_POINTER)
             continue;
         const std::string key = entry.Key().ToString();
-        object[IsUtf8(key) ? key : HexOfBytes(key).insert(0, 1, '/')] = JsonOfValue(*entry.Value(), depth);
+        members.emplace_back(IsUtf8(key) ? key : HexOfBytes(key).insert(0, 1, '/'),
+                             JsonOfValue(*entry.Value(), depth));
     }
-    return object;
+    std::sort(members.begin(), members.end(),
+              [](const auto& left, const auto& right) { return left.first < right.first; });
+    return CJson::Object(std::move(members));
 }
 
-json JsonOfVector(const ORVEN::CValueVector& vector, int depth) {
-    json array = json::array();
+CJson JsonOfVector(const ORVEN::CValueVector& vector, int depth) {
+    CJson array = CJson::Array();
     for (const CValue* element : vector)
-        array.push_back(element != nullptr ? JsonOfValue(*element, depth) : json());
+        array.Append(element != nullptr ? JsonOfValue(*element, depth) : CJson());
     return array;
 }
 
-json JsonOfValue(const CValue& value, int depth) {
+CJson JsonOfValue(const CValue& value, int depth) {
     RequireDepth(depth);
     switch (value.GenericType()) {
     case CValue::VAL_BOOL:
@@ -122,22 +113,21 @@ json JsonOfValue(const CValue& value, int depth) {
     case CValue::VAL_NONE:
         break;
     }
-    return nullptr;
+    return {};
 }
 
-template <class Integer>
-std::unique_ptr<CValue> ValueOfInteger(Integer number) {
-    if (std::in_range<std::int32_t>(number))
-        return std::make_unique<ORVEN::CValueLong>(static_cast<std::int32_t>(number));
-    return std::make_unique<ORVEN::CValueDouble>(static_cast<double>(number));
+std::unique_ptr<CValue> ValueOfInteger(const CJson& json) {
+    if (const auto number = json.IntegerAs<std::int32_t>())
+        return std::make_unique<ORVEN::CValueLong>(*number);
+    return std::make_unique<ORVEN::CValueDouble>(json.Number());
 }
 
 /// Decodes a double or text that JSON cannot represent; returns null if the object is an ordinary map.
-std::unique_ptr<CValue> SpecialValue(const json& object) {
-    if (object.size() != 1 || !object.front().is_string())
+std::unique_ptr<CValue> SpecialValue(const CJson& object) {
+    if (object.Members().size() != 1 || !object.Members().front().second.IsString())
         return nullptr;
-    const std::string key = object.begin().key();
-    const std::string text = object.front().get<std::string>();
+    const std::string& key = object.Members().front().first;
+    const std::string& text = object.Members().front().second.String();
     if (key == c_doubleKey && (text == "nan" || text == "inf" || text == "-inf"))
         return std::make_unique<ORVEN::CValueDouble>(std::strtod(text.c_str(), nullptr));
     if (key == c_bytesKey) {
@@ -154,19 +144,19 @@ std::string KeyOfJson(const std::string& name) {
             return *bytes;
     }
     if (name.find_first_of(std::string("/\0", 2)) != std::string::npos) {
-        throw CFileError("no map can have the key " + json(name).dump() +
+        throw CFileError("no map can have the key " + CJson(name).Text() +
                          ": '/' separates the steps of a path, and a zero byte ends it");
     }
     return name;
 }
 
-std::unique_ptr<CValue> ValueOfJson(const json& json, int depth);
+std::unique_ptr<CValue> ValueOfJson(const CJson& json, int depth);
 
-std::unique_ptr<CValue> ValueOfObject(const json& object, int depth) {
+std::unique_ptr<CValue> ValueOfObject(const CJson& object, int depth) {
     if (auto special = SpecialValue(object))
         return special;
     auto map = std::make_unique<ORVEN::CValueMap>();
-    for (const auto& [name, element] : object.items()) {
+    for (const auto& [name, element] : object.Members()) {
         const std::string key = KeyOfJson(name);
         if (auto value = ValueOfJson(element, depth))
             map->SetEntry(key, value.release());
@@ -174,42 +164,34 @@ std::unique_ptr<CValue> ValueOfObject(const json& object, int depth) {
     return map;
 }
 
-std::unique_ptr<CValue> ValueOfArray(const json& array, int depth) {
+std::unique_ptr<CValue> ValueOfArray(const CJson& array, int depth) {
     auto vector = std::make_unique<ORVEN::CValueVector>();
-    for (const json& element : array)
+    for (const CJson& element : array.Elements())
         vector->PushBack(ValueOfJson(element, depth).release());
     return vector;
 }
 
-std::unique_ptr<CValue> ValueOfJson(const json& json, int depth) {
+std::unique_ptr<CValue> ValueOfJson(const CJson& json, int depth) {
     RequireDepth(depth);
-    switch (json.type()) {
-    case json::value_t::boolean:
-        return std::make_unique<ORVEN::CValueBool>(json.get<bool>());
-    case json::value_t::number_integer:
-        return ValueOfInteger(json.get<std::int64_t>());
-    case json::value_t::number_unsigned:
-        return ValueOfInteger(json.get<std::uint64_t>());
-    case json::value_t::number_float:
-        return std::make_unique<ORVEN::CValueDouble>(json.get<double>());
-    case json::value_t::string:
-        return std::make_unique<ORVEN::CValueString>(ORVEN::CString(json.get<std::string>()));
-    case json::value_t::object:
+    if (json.IsBool())
+        return std::make_unique<ORVEN::CValueBool>(json.Bool());
+    if (json.IsInteger())
+        return ValueOfInteger(json);
+    if (json.IsNumber())
+        return std::make_unique<ORVEN::CValueDouble>(json.Number());
+    if (json.IsString())
+        return std::make_unique<ORVEN::CValueString>(ORVEN::CString(json.String()));
+    if (json.IsObject())
         return ValueOfObject(json, depth + 1);
-    case json::value_t::array:
+    if (json.IsArray())
         return ValueOfArray(json, depth + 1);
-    case json::value_t::null:
-    case json::value_t::binary:
-    case json::value_t::discarded:
-        break;
-    }
     return nullptr;
 }
 
 } // namespace
 
-json ToJson(const CValue& value) { return JsonOfValue(value, 0); }
+CJson ToJson(const CValue& value) { return JsonOfValue(value, 0); }
 
-std::unique_ptr<CValue> FromJson(const json& json) { return ValueOfJson(json, 0); }
+std::unique_ptr<CValue> FromJson(const CJson& json) { return ValueOfJson(json, 0); }
 
 } // namespace engine

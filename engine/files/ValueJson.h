@@ -1,8 +1,8 @@
 #pragma once
 
-#include <sorblib2core/CValue.h>
+#include "engine/files/CJson.h"
 
-#include <nlohmann/json_fwd.hpp>
+#include <sorblib2core/CValue.h>
 
 #include <memory>
 
@@ -24,12 +24,12 @@ inline constexpr int c_maxJsonDepth = 200;
 
 /// Converts a value to JSON. Pointers are left out: they give no entry in a map, null in a vector (so that
 /// later elements keep their index), and null at the top level. Raises `CFileError` beyond `c_maxJsonDepth`.
-nlohmann::json ToJson(const ORVEN::CValue& value);
+CJson ToJson(const ORVEN::CValue& value);
 
 /// Converts JSON to a value; returns null for JSON's null, which is not a value.
 ///
 /// Raises `CFileError` for a key that cannot occur in a map ("a/b" would be a path, a zero byte would end the
 /// key) and beyond `c_maxJsonDepth`.
-std::unique_ptr<ORVEN::CValue> FromJson(const nlohmann::json& json);
+std::unique_ptr<ORVEN::CValue> FromJson(const CJson& json);
 
 } // namespace engine

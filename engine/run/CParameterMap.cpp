@@ -13,7 +13,6 @@
 
 namespace engine {
 
-using nlohmann::json;
 using ORVEN::CValueMap;
 
 namespace {
@@ -30,7 +29,7 @@ std::unique_ptr<ORVEN::CValue> DefaultOf(const StCatalogueParameter& parameter) 
         return ParseValue(parameter.key, KIND_IMAGE, "");
     // "1" is also a valid default for a double.
     if (parameter.kind == KIND_DOUBLE)
-        return std::make_unique<ORVEN::CValueDouble>(parameter.defaultValue.get<double>());
+        return std::make_unique<ORVEN::CValueDouble>(parameter.defaultValue.Number());
     return FromJson(parameter.defaultValue);
 }
 
@@ -48,10 +47,12 @@ CParameterMap::CParameterMap(std::string what, const std::vector<StCataloguePara
     , m_map(std::make_unique<CValueMap>()) {}
 
 void CParameterMap::ReadFile(const std::string& path) {
-    json map = json::parse(ReadTextFile(path), nullptr, false);
-    if (map.is_object() && map.contains("plugin") && map.contains("accepted") && map.contains("parameters"))
-        map = json(map["parameters"]);
-    const std::unique_ptr<ORVEN::CValue> value = map.is_object() ? FromJson(map) : nullptr;
+    const CJson file = CJson::Parse(ReadTextFile(path)).value_or(CJson());
+    const CJson* const reported = file.Find("parameters");
+    const bool isReport =
+        reported != nullptr && file.Find("plugin") != nullptr && file.Find("accepted") != nullptr;
+    const CJson& map = isReport ? *reported : file;
+    const std::unique_ptr<ORVEN::CValue> value = map.IsObject() ? FromJson(map) : nullptr;
     if (value == nullptr || value->Map() == nullptr)
         throw CFileError("'" + path + "' holds no JSON object with parameters");
     m_map.reset(new CValueMap(*value->Map()));

@@ -2,11 +2,10 @@
 
 #include "engine/catalogue/StCatalogueEntry.h"
 #include "engine/errors/CEngineError.h"
+#include "engine/files/CJson.h"
 
 #include <sorblib2core/CPluginBase.h>
 #include <sorblib2core/CValueMap.h>
-
-#include <nlohmann/json.hpp>
 
 #include <memory>
 #include <optional>
@@ -40,8 +39,8 @@ struct StPluginOutcome {
     std::optional<bool> isAccepted; ///< not set if the call failed before the plug-in was asked
     std::optional<StFailure> failure;
     std::vector<std::unique_ptr<ORVEN::CValueMap>> documents;
-    std::vector<std::string> views;                       ///< types of the requested views
-    nlohmann::json parameters = nlohmann::json::object(); ///< their values in the tree after the run
+    std::vector<std::string> views;     ///< types of the requested views
+    CJson parameters = CJson::Object(); ///< their values in the tree after the run
     double seconds = 0;
 };
 

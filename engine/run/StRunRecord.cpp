@@ -2,56 +2,64 @@
 
 namespace engine {
 
-using nlohmann::ordered_json;
-
 namespace {
 
-ordered_json DocumentJson(const ORVEN::CValueMap& document, const std::string& file) {
-    ordered_json json;
-    json["label"] = LabelOf(document);
-    json["type"] = nullptr;
-    json["size"] = nullptr;
+CJson DocumentJson(const ORVEN::CValueMap& document, const std::string& file) {
+    CJson type;
+    CJson size;
     if (const ORVEN::CImage* image = ImageOf(document)) {
-        json["type"] = image->Type().ToString();
-        json["size"] = ordered_json::array();
+        type = image->Type().ToString();
+        size = CJson::Array();
         for (int axis = 0; axis < image->Size().Dim(); ++axis)
-            json["size"].push_back(image->Size()[axis]);
+            size.Append(image->Size()[axis]);
     }
-    json["file"] = file.empty() ? ordered_json() : ordered_json(file);
-    return json;
+    return CJson::Object({{"label", LabelOf(document)},
+                          {"type", std::move(type)},
+                          {"size", std::move(size)},
+                          {"file", file.empty() ? CJson() : CJson(file)}});
+}
+
+CJson ErrorJson(const std::string& source, const std::string& message) {
+    return CJson::Object({{"source", source}, {"message", message}});
+}
+
+CJson ErrorJson(const StRunRecord& record) {
+    if (const auto& failure = record.outcome.failure)
+        return ErrorJson(failure->source, failure->message);
+    if (record.errorBox)
+        return ErrorJson(record.plugin, record.errorBox->text);
+    if (record.dialogProblem)
+        return ErrorJson("quillon", *record.dialogProblem);
+    return {};
 }
 
 } // namespace
 
 std::string ReportText(const StRunRecord& record) {
     const StPluginOutcome& outcome = record.outcome;
-    ordered_json report;
-    report["plugin"] = record.plugin;
-    report["accepted"] = outcome.isAccepted ? ordered_json(*outcome.isAccepted) : ordered_json();
-    report["error"] = nullptr;
-    if (outcome.failure)
-        report["error"] = {{"source", outcome.failure->source}, {"message", outcome.failure->message}};
-    else if (record.errorBox)
-        report["error"] = {{"source", record.plugin}, {"message", record.errorBox->text}};
-    else if (record.dialogProblem)
-        report["error"] = {{"source", "quillon"}, {"message", *record.dialogProblem}};
-    report["documents"] = ordered_json::array();
+    CJson documents = CJson::Array();
     for (std::size_t i = 0; i < outcome.documents.size(); ++i)
-        report["documents"].push_back(
-            DocumentJson(*outcome.documents[i], i < record.files.size() ? record.files[i] : ""));
-    report["views"] = ordered_json::array();
+        documents.Append(DocumentJson(*outcome.documents[i], i < record.files.size() ? record.files[i] : ""));
+    CJson views = CJson::Array();
     for (const std::string& type : outcome.views)
-        report["views"].push_back({{"type", type}});
-    report["boxes"] = ordered_json::array();
+        views.Append(CJson::Object({{"type", type}}));
+    CJson boxes = CJson::Array();
     for (const StMessageBox& box : record.boxes)
-        report["boxes"].push_back({{"kind", box.kind}, {"caption", box.caption}, {"text", box.text}});
-    report["parameters"] = outcome.parameters;
-    report["stdout"] = record.standardOutput;
-    report["stderr"] = record.standardError;
-    report["cancelled"] = record.isCancelled;
-    report["seconds"] = outcome.seconds;
-    // A pack may write arbitrary bytes; invalid UTF-8 becomes replacement characters.
-    return report.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+        boxes.Append(CJson::Object({{"kind", box.kind}, {"caption", box.caption}, {"text", box.text}}));
+    const CJson report =
+        CJson::Object({{"plugin", record.plugin},
+                       {"accepted", outcome.isAccepted ? CJson(*outcome.isAccepted) : CJson()},
+                       {"error", ErrorJson(record)},
+                       {"documents", std::move(documents)},
+                       {"views", std::move(views)},
+                       {"boxes", std::move(boxes)},
+                       {"parameters", outcome.parameters},
+                       {"stdout", record.standardOutput},
+                       {"stderr", record.standardError},
+                       {"cancelled", record.isCancelled},
+                       {"seconds", outcome.seconds}});
+    constexpr int indent = 2;
+    return report.Text(indent) + "\n";
 }
 
 } // namespace engine

@@ -5,6 +5,7 @@
 #include "support/Raised.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <fstream>
@@ -28,7 +29,9 @@ nlohmann::json SoundEntry() {
 
 CCatalogue PackCatalogue() { return CCatalogue::OfPack(QUILLON_PACK); }
 
-StCatalogueEntry Parse(const nlohmann::json& entry) { return ParseCatalogueEntry(entry); }
+StCatalogueEntry Parse(const nlohmann::json& entry) {
+    return ParseCatalogueEntry(*CJson::Parse(entry.dump()));
+}
 
 std::string Complaint(const nlohmann::json& entry) {
     return test::Raised<std::runtime_error>([&] { Parse(entry); }).what();
@@ -94,7 +97,7 @@ TEST(CatalogueEntry, HoldsWhatTheTextSays) {
     EXPECT_EQ(entry.parameters[0].unit, "pixels");
     EXPECT_TRUE(entry.parameters[0].isAlwaysSent);
     EXPECT_FALSE(entry.parameters[1].isAlwaysSent);
-    EXPECT_TRUE(entry.parameters[1].defaultValue.is_null());
+    EXPECT_TRUE(entry.parameters[1].defaultValue.IsNull());
 }
 
 TEST(CatalogueEntry, TellsAcceptedImagesInWords) {

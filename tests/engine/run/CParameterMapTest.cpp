@@ -22,11 +22,11 @@ namespace {
 
 CEngineError Refusal(const std::function<void()>& work) { return test::Raised<CEngineError>(work); }
 
-StCatalogueParameter Known(const std::string& key, EnValueKind kind, nlohmann::json value = nullptr) {
+StCatalogueParameter Known(const std::string& key, EnValueKind kind, CJson value = {}) {
     StCatalogueParameter parameter;
     parameter.key = key;
     parameter.kind = kind;
-    parameter.isAlwaysSent = !value.is_null();
+    parameter.isAlwaysSent = !value.IsNull();
     parameter.defaultValue = std::move(value);
     return parameter;
 }
