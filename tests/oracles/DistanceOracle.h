@@ -41,9 +41,9 @@ public:
     explicit CForeignImage(ORVEN::CImage& image)
         : m_image(image) {}
     const IAccess* CreateAccess(bool isReserved) const override {
-        return const_cast<const ORVEN::CImage&>(m_image).CreateAccess(reserved);
+        return const_cast<const ORVEN::CImage&>(m_image).CreateAccess(isReserved);
     }
-    IAccess* CreateAccess(bool isReserved) override { return m_image.CreateAccess(reserved); }
+    IAccess* CreateAccess(bool isReserved) override { return m_image.CreateAccess(isReserved); }
     const ORVEN::CValueMap& Attributes() const override { return m_image.Attributes(); }
     ORVEN::CValueMap& Attributes() override { return m_image.Attributes(); }
     [[nodiscard]] const CType& Type() const override { return m_image.Type(); }

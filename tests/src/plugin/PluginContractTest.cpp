@@ -200,9 +200,9 @@ StKept KeptAfter(contract::EnHandOver way) {
     contract::HandOver(tree, way, SmallImage(), CString());
     const StKept kept{tree.HasEntry("output/other"), tree.HasEntry("output/documents/other"),
                       tree.HasEntry("output/documents/add/1")};
-    if (kept.list)
+    if (kept.isListKept)
         (void)stale.release(); // taken with the other
-    EXPECT_EQ(test::TakeDocuments(tree).size(), kept.list ? 2U : 1U);
+    EXPECT_EQ(test::TakeDocuments(tree).size(), kept.isListKept ? 2U : 1U);
     return kept;
 }
 
