@@ -29,7 +29,9 @@ std::vector<double> CAutoThresholdPlugin::Thresholds(const CImage& image) const 
     if (m_classes != 2 && m_method != "otsu")
         Refuse("classes = " + std::to_string(m_classes) + " needs method = otsu; " + m_method +
                " has 2 classes.");
-    const StRange range = RangeOf(image);
+    const StRange range = RangeOf(image, progress);
+    if (progress.IsCancelled())
+        return {};
     if (!(range.least <= range.greatest) || !std::isfinite(range.greatest - range.least))
         Refuse("the image must have finite grey values.");
 

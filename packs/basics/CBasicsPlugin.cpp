@@ -49,7 +49,7 @@ void CBasicsPlugin::GetData(CValueMap& tree) {
     if (packed != nullptr)
         CQuillonHeaderTools::SetAttributes(*packed, image->Attributes());
     StResult result = Compute(packed != nullptr ? *packed : *image);
-    if (result.image == nullptr || HostProgress().IsCancelled())
+    if (result.image == nullptr)
         return;
     contract::Inherit(*result.image, *image, CString(result.history));
     if (!result.keepsMeaning)
@@ -60,7 +60,10 @@ void CBasicsPlugin::GetData(CValueMap& tree) {
     if (result.spacing)
         CQuillonHeaderTools::SetSpacing(*result.image, (*result.spacing)[0], (*result.spacing)[1],
                                         (*result.spacing)[2]);
-    StoreMinMax(*result.image);
+    CProgressProxy progress = HostProgress();
+    StoreMinMax(*result.image, progress);
+    if (progress.IsCancelled())
+        return;
     contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(result.image),
                        contract::LabelOf(*m_focusedDocument, "unnamed"));
 }

@@ -16,7 +16,7 @@ StResult CInvertPlugin::Compute(const CImage& image) {
             [](unsigned char pixel) { return static_cast<unsigned char>(pixel == 0); });
         return result;
     }
-    const double range = RangeOf(image).greatest;
+    const double range = RangeOf(image, progress).greatest;
     DispatchGreyType(Name(), image.Type(), [&]<class T>(std::type_identity<T>) {
         const T greatest = PixelOf<T>(range);
         MapPixels<T, T>(image, *result.image, progress, phase,

@@ -145,30 +145,34 @@ private:
         const std::int64_t x = pixel % m_view.nx;
         const std::int64_t y = pixel / m_view.nx % m_view.ny;
         const std::int64_t z = pixel / m_view.nx / m_view.ny;
+        const bool isInside =
+            x > 0 && x + 1 < m_view.nx && y > 0 && y + 1 < m_view.ny && z > 0 && z + 1 < m_view.nz;
         const std::uint32_t key = KeyOf(pixel);
         domes.SetParent(pixel, pixel);
         summits.SetParent(pixel, pixel);
+        Index root = pixel;
         for (const StStep& step : m_steps) {
-            const std::int64_t nx = x + step.dx;
-            const std::int64_t ny = y + step.dy;
-            const std::int64_t nz = z + step.dz;
-            if (nx < 0 || nx >= m_view.nx || ny < 0 || ny >= m_view.ny || nz < 0 || nz >= m_view.nz)
+            if (!isInside && !IsInImage(x + step.dx, y + step.dy, z + step.dz))
                 continue;
-            const auto neighbor = static_cast<Index>((nz * m_view.ny + ny) * m_view.nx + nx);
+            const auto neighbor =
+                static_cast<Index>(pixel + (step.dz * m_view.ny + step.dy) * m_view.nx + step.dx);
             if (!domes.Contains(neighbor))
                 continue;
-            const Index a = domes.RootOf(pixel);
-            const Index b = domes.RootOf(neighbor);
-            if (a != b)
-                Meet(a, b, key, domes, summits);
+            const Index other = domes.RootOf(neighbor);
+            if (other != root)
+                root = Meet(root, other, key, domes, summits);
         }
         // Below its summit, a pixel belongs to no summit.
-        if (KeyOf(domes.RootOf(pixel)) != key)
+        if (KeyOf(root) != key)
             summits.SetParent(pixel, g_none);
     }
 
-    /// Two domes meet at a level. The lower one's summit is finished.
-    void Meet(Index a, Index b, std::uint32_t level, CForest& domes, CForest& summits) {
+    [[nodiscard]] bool IsInImage(std::int64_t x, std::int64_t y, std::int64_t z) const {
+        return x >= 0 && x < m_view.nx && y >= 0 && y < m_view.ny && z >= 0 && z < m_view.nz;
+    }
+
+    /// Two domes meet at a level. The lower one's summit is finished. Returns the root of both.
+    Index Meet(Index a, Index b, std::uint32_t level, CForest& domes, CForest& summits) {
         if (KeyOf(a) > KeyOf(b) || (KeyOf(a) == KeyOf(b) && a < b))
             std::swap(a, b);
         domes.SetParent(a, b);
@@ -177,6 +181,7 @@ private:
             m_rises[a] = true;
         else if (KeyOf(a) == KeyOf(b))
             summits.SetParent(summits.RootOf(a), summits.RootOf(b));
+        return b;
     }
 
     /// `parents` is free by now and takes the labels by pixel.

@@ -28,29 +28,31 @@ std::unique_ptr<CImage> PackedCopyOf(const CImage& image) {
     return copy;
 }
 
-StRange RangeOf(const CImage& image) {
+StRange RangeOf(const CImage& image, IProgress& progress) {
     return DispatchRealType("RangeOf", image.Type(), [&]<class T>(std::type_identity<T>) {
         const CImageView<const T> view(image);
         std::vector<StRange> planes(static_cast<std::size_t>(view.nz));
-        CProgressProxy silent;
-        ParallelFor(view.nz, silent, [&] {
-            return [&](std::int64_t z) {
+        progress.Start(static_cast<unsigned>(view.nz), "Finding the range of grey values...");
+        ParallelFor(view.nz, progress, [&](CWorkerTurn& turn) {
+            return [&, pace = CWorkPace(turn)](std::int64_t z) mutable {
                 T least = std::numeric_limits<T>::max();
                 T greatest = std::numeric_limits<T>::lowest();
                 bool hasNumber = false;
-                for (std::int64_t y = 0; y < view.ny; ++y) {
+                for (std::int64_t y = 0; y < view.ny && !pace.IsCancelled(); ++y) {
                     const T* const row = view.Row(y, z);
                     for (std::int64_t x = 0; x < view.nx; ++x) {
                         hasNumber = hasNumber || row[x] == row[x];
                         least = row[x] < least ? row[x] : least; // this order of operands skips NaN
                         greatest = row[x] > greatest ? row[x] : greatest;
                     }
+                    (void)pace.Add(view.nx);
                 }
                 if (hasNumber)
                     planes[static_cast<std::size_t>(z)] = {static_cast<double>(least),
                                                            static_cast<double>(greatest)};
             };
         });
+        progress.Finish();
         StRange range;
         for (const StRange& plane : planes) {
             range.least = std::min(range.least, plane.least);
@@ -60,8 +62,8 @@ StRange RangeOf(const CImage& image) {
     });
 }
 
-void StoreMinMax(CImage& image) {
-    const StRange range = RangeOf(image);
+void StoreMinMax(CImage& image, IProgress& progress) {
+    const StRange range = RangeOf(image, progress);
     const CValueVector values(new CValueDouble(range.least), new CValueDouble(range.greatest));
     CQuillonHeaderTools::SetMetaInfo(image, CQuillonHeaderTools::c_sMetaMinMax.c_str(), values);
 }

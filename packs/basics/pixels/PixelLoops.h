@@ -64,15 +64,16 @@ template <class T>
         return static_cast<T>(std::fmin(std::fmax(std::floor(value + 0.5), 0.0), greatest));
 }
 
-/// The least and the greatest pixel; NaN is skipped. Without a number, `least` is greater than `greatest`.
+/// The least and the greatest pixel; NaN is skipped. Without a number, and after a cancelled run, `least` may
+/// be greater than `greatest`.
 struct StRange {
     double least = std::numeric_limits<double>::max();
     double greatest = std::numeric_limits<double>::lowest();
 };
 
-[[nodiscard]] StRange RangeOf(const ORVEN::CImage& image);
+[[nodiscard]] StRange RangeOf(const ORVEN::CImage& image, ORVEN::IProgress& progress);
 
 /// Stores the range of the pixels in the metadata under `c_sMetaMinMax`.
-void StoreMinMax(ORVEN::CImage& image);
+void StoreMinMax(ORVEN::CImage& image, ORVEN::IProgress& progress);
 
 } // namespace quillon::basics

@@ -120,8 +120,8 @@ TEST(LabelMeasurements, OfBallsNearTheirClosedForms) {
 }
 
 TEST(LabelMeasurements, TheSurfaceOfABoxByHand) {
-    // Each of the 8 pixels has 2 neighbours along a direction. Of these 16, those inside count as no change: 8
-    // along an axis, 4 along a diagonal of a face, and 2 along a diagonal of the cube.
+    // Each of the 8 pixels has 2 neighbours along a direction. Of these 16, those inside count as no change:
+    // 8 along an axis, 4 along a diagonal of a face, and 2 along a diagonal of the cube.
     CMeasured run(test::ImageOf<unsigned char>(IMAGE_BINARY_FG, CSize(2, 2, 2), test::Bytes(8, 1)));
     run.Run();
     const double axis = 2.0 * 0.0457778912;

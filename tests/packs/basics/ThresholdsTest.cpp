@@ -102,8 +102,8 @@ TEST(AutoThreshold, OtsuFindsTheBestOfAllCombinations) {
         const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, test::Extents({60}), random, 0, 14);
         const Bytes pixels = PixelsOf<unsigned char>(*image);
         CProgressProxy silent;
-        const quillon::basics::CGreyHistogram histogram(*image, quillon::basics::RangeOf(*image), 65536,
-                                                        silent);
+        const quillon::basics::CGreyHistogram histogram(*image, quillon::basics::RangeOf(*image, silent),
+                                                        65536, silent);
         for (const int classes : {2, 3, 4}) {
             double best = -1.0;
             std::vector<int> choice(static_cast<std::size_t>(classes - 1));
