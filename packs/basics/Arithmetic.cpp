@@ -46,7 +46,7 @@ using Row = double*;
 using ConstRow = const double*;
 using Count = std::int64_t;
 
-constexpr std::array g_operations{
+constexpr std::array c_operations{
     StOperation{
         "add", EnKind::NUMBERS,
         [](Row a, ConstRow b, Count n) { ForEach(a, b, n, [](double x, double y) { return x + y; }); }},
@@ -81,17 +81,17 @@ constexpr std::array g_operations{
 };
 
 /// The types from narrow to wide: each holds the values of those before it, float up to rounding.
-constexpr std::array g_types{IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F};
-constexpr std::size_t g_float = g_types.size() - 1;
+constexpr std::array c_types{IMAGE_BINARY_FG, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_F};
+constexpr std::size_t c_float = c_types.size() - 1;
 
 std::size_t RankOf(const IImage::CType& type) {
-    return static_cast<std::size_t>(std::ranges::find(g_types, type) - g_types.begin());
+    return static_cast<std::size_t>(std::ranges::find(c_types, type) - c_types.begin());
 }
 
 /// The narrowest grey type that holds the number.
 std::size_t RankOf(double value) {
     if (value < 0.0 || value != std::trunc(value) || value > 4294967295.0)
-        return g_float;
+        return c_float;
     return RankOf(value <= 255.0 ? IMAGE_GREY_8 : value <= 65535.0 ? IMAGE_GREY_16 : IMAGE_GREY_32);
 }
 
@@ -129,8 +129,8 @@ void CArithmeticPlugin::ReadParameters(const CValueMap& tree) {
 }
 
 StResult CArithmeticPlugin::Compute(const CImage& image) {
-    const auto operation = std::ranges::find(g_operations, std::string_view(m_operation), &StOperation::name);
-    if (operation == g_operations.end())
+    const auto operation = std::ranges::find(c_operations, std::string_view(m_operation), &StOperation::name);
+    if (operation == c_operations.end())
         Refuse("operation = " + m_operation +
                " must be add, subtract, multiply, divide, minimum, maximum, difference, and, or or xor.");
     if ((m_image2 != nullptr) == m_value.has_value())
@@ -145,15 +145,15 @@ StResult CArithmeticPlugin::Compute(const CImage& image) {
     const bool isLogical = operation->kind == EnKind::BITS;
     std::size_t rank =
         std::max(RankOf(image.Type()), m_image2 != nullptr ? RankOf(m_image2->Type()) : RankOf(value));
-    if (isLogical && rank == g_float)
+    if (isLogical && rank == c_float)
         Refuse("operation = " + m_operation + " needs whole numbers from 0 to 4294967295, not float" +
                (m_value ? " or value = " + TextOf(value) : std::string()) + ".");
     if (operation->kind == EnKind::NUMBERS)
-        rank = g_float;
+        rank = c_float;
 
-    StResult result{NewImage(g_types[rank], image.Size()), {}};
+    StResult result{NewImage(c_types[rank], image.Size()), {}};
     CProgressProxy progress = HostProgress();
-    DispatchRealType(Name(), g_types[rank], [&]<class T>(std::type_identity<T>) {
+    DispatchRealType(Name(), c_types[rank], [&]<class T>(std::type_identity<T>) {
         Combine<T>(image, m_image2, value, *operation, *result.image, progress);
     });
     result.history = "arithmetic(" + m_operation + "," + (m_value ? TextOf(value) : "Image2") + ")";

@@ -25,16 +25,16 @@ using namespace ORVEN;
 
 namespace {
 
-const char* const g_name = "LabelMeasurementsExport";
-const char* const g_kind = "object";
-constexpr char g_separator = ';';
-constexpr char g_quote = '"';
+const char* const c_name = "LabelMeasurementsExport";
+const char* const c_kind = "object";
+constexpr char c_separator = ';';
+constexpr char c_quote = '"';
 
 /// The measurement of an image, or null if it has none.
 const CValueMap* MeasurementOf(const CImage& image) {
     const CValue* entry = image.Attributes().Entry(LabelMeasurementsPath(), true);
     const CValueMap* map = entry != nullptr ? entry->Map() : nullptr;
-    return map != nullptr && IsObjectBasedFeaturesMap(*map, g_kind) ? map : nullptr;
+    return map != nullptr && IsObjectBasedFeaturesMap(*map, c_kind) ? map : nullptr;
 }
 
 bool IsNumber(const CValue* value) {
@@ -47,7 +47,7 @@ std::map<std::int64_t, const CValueMap*> ByLabel(const CValueMap& measurement) {
     std::map<std::int64_t, const CValueMap*> objects;
     for (const CValue* entry : measurement) {
         const CValueMap* object = entry->Map();
-        const CValue* label = object != nullptr ? object->Entry(g_kind, true) : nullptr;
+        const CValue* label = object != nullptr ? object->Entry(c_kind, true) : nullptr;
         if (label == nullptr || label->GenericType() != CValue::VAL_STRING)
             continue;
         const std::string& text = label->String().Std();
@@ -76,7 +76,7 @@ void CLabelMeasurementsExportPlugin::GetData(CValueMap&) {
     const CValueMap* measurement = image != nullptr ? MeasurementOf(*image) : nullptr;
     if (measurement == nullptr)
         return;
-    RequireWindows(g_name);
+    RequireWindows(c_name);
     const std::string path = AskForCsvFile(contract::LabelOf(*m_focusedDocument, "").Std(), "_labels.csv");
     if (path.empty())
         return;
@@ -84,7 +84,7 @@ void CLabelMeasurementsExportPlugin::GetData(CValueMap&) {
         Save(*image, *measurement, path);
     } catch (const CException& exception) {
         std::cerr << exception.Message() << std::endl;
-        ShowBox(g_name, EnBox::CRITICAL, nullptr, "Save Error", "Could not save csv file.");
+        ShowBox(c_name, EnBox::CRITICAL, nullptr, "Save Error", "Could not save csv file.");
     }
 }
 
@@ -93,8 +93,8 @@ void CLabelMeasurementsExportPlugin::Save(const CImage& image, const CValueMap& 
     const CWaitCursor cursor;
     std::ofstream file(path);
     if (!file)
-        throw CException(g_name, "Can't open file for writing.", nullptr);
-    CCsvHeader header(file, g_separator, g_quote);
+        throw CException(c_name, "Can't open file for writing.", nullptr);
+    CCsvHeader header(file, c_separator, c_quote);
     header.AddVersionInformation();
     header.AddImageAttributes(image);
     CValueMap parameters;
@@ -106,7 +106,7 @@ void CLabelMeasurementsExportPlugin::Save(const CImage& image, const CValueMap& 
     const bool hasGreyValues = std::ranges::any_of(
         objects, [](const auto& object) { return IsNumber(object.second->Entry("grey value/mean", true)); });
     const std::vector<StColumn> columns = ColumnsOf(image.Size().Dim(), hasGreyValues);
-    CCsvOStream table(file, g_separator, g_quote);
+    CCsvOStream table(file, c_separator, c_quote);
     table << CValueString("label", CString::NPOS);
     for (const StColumn& column : columns)
         table << CValueString(CString(TitleWithUnit(column, image)));
@@ -115,16 +115,16 @@ void CLabelMeasurementsExportPlugin::Save(const CImage& image, const CValueMap& 
         file << label;
         for (const StColumn& column : columns) {
             // The separator is written here: an empty field is no value.
-            file << g_separator;
+            file << c_separator;
             const CValue* number = object->Entry(column.path, true);
             if (IsNumber(number))
-                CCsvOStream(file, g_separator, g_quote) << *number;
+                CCsvOStream(file, c_separator, c_quote) << *number;
         }
         file << std::endl;
     }
     file.close(); // a full disk may be detected only here
     if (!file)
-        throw CException(g_name, "Can't write to file.", nullptr);
+        throw CException(c_name, "Can't write to file.", nullptr);
 }
 
 } // namespace quillon::basics

@@ -12,7 +12,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::int32_t g_greatestRadius = 50;
+constexpr std::int32_t c_greatestRadius = 50;
 
 /// The filter repeats the pixels at the border.
 template <class T>
@@ -37,9 +37,9 @@ void CMedianPlugin::ReadParameters(const CValueMap& tree) {
 }
 
 StResult CMedianPlugin::Compute(const CImage& image) {
-    if (m_radius < 0 || m_radius > g_greatestRadius)
+    if (m_radius < 0 || m_radius > c_greatestRadius)
         Refuse("radius = " + std::to_string(m_radius) + " must be from 0 to " +
-               std::to_string(g_greatestRadius) + " pixels.");
+               std::to_string(c_greatestRadius) + " pixels.");
     StResult result{NewImage(image.Type(), image.Size()), "median(radius=" + std::to_string(m_radius) + ")"};
     CProgressProxy progress = HostProgress();
     bool isDone = false;

@@ -21,7 +21,7 @@ namespace {
 using namespace quillon::basics;
 using quillon::factory::Create;
 
-constexpr std::array<quillon::factory::StRow, 14> g_rows{{
+constexpr std::array<quillon::factory::StRow, 14> c_rows{{
     {"Arithmetic", Create<CArithmeticPlugin>},
     {"AutoThreshold", Create<CAutoThresholdPlugin>},
     {"ConnectedComponents", Create<CConnectedComponentsPlugin>},
@@ -40,4 +40,4 @@ constexpr std::array<quillon::factory::StRow, 14> g_rows{{
 
 } // namespace
 
-void* CreatePluginInstanceEx(const char* name) { return quillon::factory::CreateByName(g_rows, name); }
+void* CreatePluginInstanceEx(const char* name) { return quillon::factory::CreateByName(c_rows, name); }

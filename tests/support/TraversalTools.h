@@ -120,9 +120,9 @@ public:
     }
 
     const IAccess* CreateAccess(bool isReserved) const override {
-        return const_cast<FakeImage*>(this)->Create(reserved, "const access");
+        return const_cast<FakeImage*>(this)->Create(isReserved, "const access");
     }
-    IAccess* CreateAccess(bool isReserved) override { return Create(reserved, "access"); }
+    IAccess* CreateAccess(bool isReserved) override { return Create(isReserved, "access"); }
     const ORVEN::CValueMap& Attributes() const override { return m_attributes; }
     ORVEN::CValueMap& Attributes() override { return m_attributes; }
     [[nodiscard]] const CType& Type() const override { return m_type; }
@@ -179,7 +179,7 @@ private:
     IAccess* Create(bool isReserved, const std::string& kind) {
         if (refusesAccess)
             throw std::runtime_error("no access");
-        Note(kind + (reserved ? " true" : " false"));
+        Note(kind + (isReserved ? " true" : " false"));
         return new Access(*this);
     }
 

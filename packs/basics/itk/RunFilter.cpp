@@ -14,7 +14,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr unsigned g_steps = 100;
+constexpr unsigned c_steps = 100;
 
 /// Forwards the progress of a filter. ITK sends the event on the thread that called the filter only.
 class CProgressObserver : public itk::Command {
@@ -27,7 +27,7 @@ public:
         auto* filter = dynamic_cast<itk::ProcessObject*>(caller);
         if (filter == nullptr || progress == nullptr)
             return;
-        const auto position = static_cast<unsigned>(filter->GetProgress() * static_cast<float>(g_steps));
+        const auto position = static_cast<unsigned>(filter->GetProgress() * static_cast<float>(c_steps));
         if (position > m_position) {
             progress->Step(position - m_position, 0);
             m_position = position;
@@ -48,7 +48,7 @@ private:
 bool RunFilter(itk::ProcessObject& filter, IProgress& progress, const char* phase) {
     if (progress.IsCancelled())
         return false;
-    progress.Start(g_steps, phase);
+    progress.Start(c_steps, phase);
     const auto observer = CProgressObserver::New();
     observer->progress = &progress;
     filter.AddObserver(itk::ProgressEvent(), observer);

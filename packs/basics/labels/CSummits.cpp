@@ -16,7 +16,7 @@ using namespace ORVEN;
 namespace {
 
 using Index = std::uint32_t;
-constexpr Index g_none = 0xFFFFFFFF;
+constexpr Index c_none = 0xFFFFFFFF;
 
 /// A forest over pixels in which each root stands for a set.
 class CForest {
@@ -24,7 +24,7 @@ public:
     explicit CForest(std::span<Index> parents)
         : m_parents(parents) {}
 
-    [[nodiscard]] bool Contains(Index pixel) const { return m_parents[pixel] != g_none; }
+    [[nodiscard]] bool Contains(Index pixel) const { return m_parents[pixel] != c_none; }
     void SetParent(Index pixel, Index parent) { m_parents[pixel] = parent; }
 
     /// Shortens the path on its way, by halves.
@@ -100,8 +100,8 @@ public:
         std::vector<Index> order(pixelCount);
         if (!Sort(order, labels))
             return false;
-        std::vector<Index> parents(pixelCount, g_none);
-        std::fill(labels.begin(), labels.end(), g_none);
+        std::vector<Index> parents(pixelCount, c_none);
+        std::fill(labels.begin(), labels.end(), c_none);
         m_rises.assign(pixelCount, false);
         CForest domes(parents);
         CForest summits(labels); // the label image holds the second forest until the labels are known
@@ -164,7 +164,7 @@ private:
         }
         // Below its summit, a pixel belongs to no summit.
         if (KeyOf(root) != key)
-            summits.SetParent(pixel, g_none);
+            summits.SetParent(pixel, c_none);
     }
 
     [[nodiscard]] bool IsInImage(std::int64_t x, std::int64_t y, std::int64_t z) const {

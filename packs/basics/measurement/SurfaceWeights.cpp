@@ -8,7 +8,7 @@ namespace quillon::basics {
 
 namespace {
 
-constexpr double g_pi = std::numbers::pi;
+constexpr double c_pi = std::numbers::pi;
 
 double Dot(const Triple& a, const Triple& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
 
@@ -79,7 +79,7 @@ double SolidAngleOfRegion(const std::vector<Triple>& unit, std::size_t i) {
 std::vector<double> PartsOfSphere(const std::vector<Triple>& unit) {
     std::vector<double> parts;
     for (std::size_t i = 0; i < unit.size(); ++i)
-        parts.push_back(SolidAngleOfRegion(unit, i) / (2.0 * g_pi));
+        parts.push_back(SolidAngleOfRegion(unit, i) / (2.0 * c_pi));
     return parts;
 }
 
@@ -87,17 +87,17 @@ std::vector<double> PartsOfSphere(const std::vector<Triple>& unit) {
 std::vector<double> PartsOfCircle(const std::vector<Triple>& unit) {
     std::vector<double> parts;
     for (const Triple& direction : unit) {
-        double before = g_pi;
-        double after = g_pi;
+        double before = c_pi;
+        double after = c_pi;
         for (const Triple& other : unit) {
             const double angle = std::atan2(Cross(direction, other)[2], Dot(direction, other));
-            const double turned = angle > 0.0 ? angle : angle + g_pi; // opposites are the same direction
+            const double turned = angle > 0.0 ? angle : angle + c_pi; // opposites are the same direction
             if (&other != &direction) {
                 after = std::min(after, turned);
-                before = std::min(before, g_pi - turned);
+                before = std::min(before, c_pi - turned);
             }
         }
-        parts.push_back((before + after) / 2.0 / g_pi);
+        parts.push_back((before + after) / 2.0 / c_pi);
     }
     return parts;
 }
@@ -122,7 +122,7 @@ std::vector<StDirection> SurfaceDirections(int dimension, const Triple& spacing)
     }
     const std::vector<double> parts = dimension == 3 ? PartsOfSphere(unit) : PartsOfCircle(unit);
     const double pixel = spacing[0] * spacing[1] * (dimension == 3 ? spacing[2] : 1.0);
-    const double factor = dimension == 3 ? 2.0 : g_pi / 2.0;
+    const double factor = dimension == 3 ? 2.0 : c_pi / 2.0;
     for (std::size_t i = 0; i < directions.size(); ++i) {
         const Triple vector = VectorOf(directions[i], spacing);
         directions[i].surface = factor * parts[i] * pixel / std::sqrt(Dot(vector, vector));

@@ -12,7 +12,7 @@ using namespace ORVEN;
 
 namespace {
 
-constexpr std::size_t g_halves = 65536;
+constexpr std::size_t c_halves = 65536;
 using Counts = std::vector<std::int64_t>;
 
 /// The index of the count that holds a rank, and what remains of the rank there.
@@ -35,7 +35,7 @@ public:
     CRanks(const CImage& image, IProgress& progress)
         : m_view(image)
         , m_pace(progress)
-        , m_leading(g_halves, 0) {
+        , m_leading(c_halves, 0) {
         m_isDone = ForEachKey([this](std::uint32_t key) { ++m_leading[key >> 16]; });
     }
 
@@ -46,7 +46,7 @@ public:
     std::vector<double> Values(const std::vector<std::int64_t>& ranks) {
         std::map<std::uint32_t, Counts> trailing;
         for (const std::int64_t rank : ranks)
-            trailing[PlaceOf(m_leading, rank).index].assign(g_halves, 0);
+            trailing[PlaceOf(m_leading, rank).index].assign(c_halves, 0);
         m_isDone = ForEachKey([&trailing](std::uint32_t key) {
             const auto found = trailing.find(key >> 16);
             if (found != trailing.end())

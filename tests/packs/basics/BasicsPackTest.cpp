@@ -94,11 +94,11 @@ struct StCase {
     friend void PrintTo(const StCase& value, std::ostream* stream) { *stream << value.plugin; }
 };
 
-const CSize g_size(23, 19, 17);
+const CSize c_size(23, 19, 17);
 
 std::unique_ptr<CImage> RandomOf(bool isBinary) {
     std::mt19937 random(5);
-    return test::RandomImage<unsigned char>(isBinary ? IMAGE_BINARY_FG : IMAGE_GREY_8, g_size, random, 0,
+    return test::RandomImage<unsigned char>(isBinary ? IMAGE_BINARY_FG : IMAGE_GREY_8, c_size, random, 0,
                                             isBinary ? 2 : 256);
 }
 
@@ -175,7 +175,7 @@ TEST_P(BasicsRuns, ReportFromTheCallingThreadAndHandOverNothingOnceCancelled) {
 
 TEST_P(BasicsRuns, AcceptAnImageWithABorder) {
     const auto image = RandomOf(GetParam().isBinary);
-    auto bordered = std::make_unique<CImage>(image->Type(), g_size, CSize(2, 1, 3));
+    auto bordered = std::make_unique<CImage>(image->Type(), c_size, CSize(2, 1, 3));
     const CImageView<const unsigned char> from(*image);
     const CImageView<unsigned char> to(*bordered);
     for (std::int64_t z = 0; z < to.nz; ++z) {

@@ -20,7 +20,7 @@ using test::Floats;
 using test::PixelsOf;
 using test::Shorts;
 
-constexpr float g_nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
 
 template <class T>
 std::unique_ptr<CImage> Line(const IImage::CType& type, const std::vector<T>& pixels) {
@@ -38,7 +38,7 @@ TEST(Invert, SubtractsFromTheGreatestValueOfTheImage) {
     CBasicsRun bytes("Invert", Line<unsigned char>(IMAGE_GREY_8, {3, 10, 7}));
     bytes.Run();
     EXPECT_EQ(PixelsOf<unsigned char>(bytes.Result()), (Bytes{7, 0, 3}));
-    CBasicsRun floats("Invert", Line<float>(IMAGE_GREY_F, {-2.0F, 1.5F, g_nan}));
+    CBasicsRun floats("Invert", Line<float>(IMAGE_GREY_F, {-2.0F, 1.5F, c_nan}));
     floats.Run();
     const Floats pixels = PixelsOf<float>(floats.Result());
     EXPECT_EQ(pixels[0], 3.5F);
@@ -71,7 +71,7 @@ TEST(Rescale, TakesPercentilesWithoutLimits) {
 }
 
 TEST(Rescale, NanAndAnImageOfOneValueBecome0) {
-    CBasicsRun run("Rescale", Line<float>(IMAGE_GREY_F, {g_nan, 0.0F, 4.0F}));
+    CBasicsRun run("Rescale", Line<float>(IMAGE_GREY_F, {c_nan, 0.0F, 4.0F}));
     run.With("from", 0).With("to", 4).Run();
     EXPECT_EQ(PixelsOf<unsigned char>(run.Result()), (Bytes{0, 0, 255}));
     CBasicsRun constant("Rescale", Line<unsigned char>(IMAGE_GREY_8, {7, 7}));
@@ -85,7 +85,7 @@ TEST(Rescale, RefusesUnknownTypesAndEmptyRanges) {
     EXPECT_EQ(run.Refusal(), "Rescale: type = grey32 must be grey8, grey16 or greyf.");
     run.WithText("type", "grey8").With("from", 5).With("to", 5);
     EXPECT_EQ(run.Refusal(), "Rescale: from = 5 must be less than to = 5.");
-    CBasicsRun none("Rescale", Line<float>(IMAGE_GREY_F, {g_nan}));
+    CBasicsRun none("Rescale", Line<float>(IMAGE_GREY_F, {c_nan}));
     EXPECT_EQ(none.Refusal(), "Rescale: the image must have finite grey values.");
 }
 
@@ -115,7 +115,7 @@ TEST(OrderedKeys, KeepTheOrderOfFloatsAndComeBack) {
         EXPECT_GT(key, i > 0 ? quillon::basics::OrderedKey(values[i - 1]) : 0U);
     }
     EXPECT_EQ(quillon::basics::OrderedKey(-0.0F), quillon::basics::OrderedKey(0.0F));
-    EXPECT_EQ(quillon::basics::OrderedKey(g_nan), 0U);
+    EXPECT_EQ(quillon::basics::OrderedKey(c_nan), 0U);
     EXPECT_TRUE(std::isnan(quillon::basics::OfOrderedKey<float>(0)));
 }
 

@@ -22,7 +22,7 @@ using test::AttributeOf;
 using test::CBasicsRun;
 using test::Extents;
 
-const std::string g_path = "features/LabelMeasurements/";
+const std::string c_path = "features/LabelMeasurements/";
 
 /// A measured image.
 class CMeasured : public CBasicsRun {
@@ -31,7 +31,7 @@ public:
         : CBasicsRun("LabelMeasurements", std::move(image)) {}
 
     double Of(const std::string& object, const std::string& feature) {
-        return AttributeOf(Host().Image(), g_path + "object " + object + "/" + feature);
+        return AttributeOf(Host().Image(), c_path + "object " + object + "/" + feature);
     }
 };
 
@@ -59,7 +59,7 @@ TEST(LabelMeasurements, OfAPlaneByHand) {
     EXPECT_EQ(run.Of("7", "voxels"), 1.0);
     EXPECT_EQ(run.Of("7", "Feret diameter"), 0.0);
     EXPECT_TRUE(std::isnan(run.Of("7", "volume"))) << "a plane has an area";
-    EXPECT_EQ(AttributeOf(run.Host().Image(), g_path + "maximum label"), 7.0);
+    EXPECT_EQ(AttributeOf(run.Host().Image(), c_path + "maximum label"), 7.0);
 }
 
 TEST(LabelMeasurements, GreyValuesOfEachObject) {

@@ -65,7 +65,7 @@ std::vector<std::size_t> Components(const std::vector<std::vector<std::size_t>>&
     return least;
 }
 
-const std::vector<std::vector<std::int64_t>> g_sizes{{17}, {9, 8}, {5, 6, 4}, {7, 1, 5}, {1, 1, 6}};
+const std::vector<std::vector<std::int64_t>> c_sizes{{17}, {9, 8}, {5, 6, 4}, {7, 1, 5}, {1, 1, 6}};
 
 const char* Name(EnNeighborhood neighborhood) { return NameOf(neighborhood); }
 
@@ -92,7 +92,7 @@ TEST(ConnectedComponents, TheLargestObjectIsLabel1AndTheRestFollow) {
 
 TEST(ConnectedComponents, AreThoseOfTheDefinition) {
     std::mt19937 random(4);
-    for (const auto& extents : g_sizes) {
+    for (const auto& extents : c_sizes) {
         for (const auto neighborhood : {EnNeighborhood::N6, EnNeighborhood::N26}) {
             const CSize size = Extents(extents);
             auto image = test::RandomImage<unsigned char>(IMAGE_BINARY_FG, size, random, 0, 1.6);
@@ -161,7 +161,7 @@ TEST(FillHoles, TheNeighborhoodIsThatOfTheBackground) {
 
 TEST(FillHoles, AreThoseOfTheDefinition) {
     std::mt19937 random(6);
-    for (const auto& extents : g_sizes) {
+    for (const auto& extents : c_sizes) {
         for (const auto neighborhood : {EnNeighborhood::N6, EnNeighborhood::N26}) {
             const CSize size = Extents(extents);
             auto image = test::RandomImage<unsigned char>(IMAGE_BINARY_FG, size, random, 0, 4);
@@ -244,7 +244,7 @@ double HeightOf(const Floats& pixels, const std::vector<std::vector<std::size_t>
 
 TEST(RegionalMaxima, AreThoseOfTheDefinition) {
     std::mt19937 random(2);
-    for (const auto& extents : g_sizes) {
+    for (const auto& extents : c_sizes) {
         for (const auto neighborhood : {EnNeighborhood::N6, EnNeighborhood::N26}) {
             const CSize size = Extents(extents);
             const auto neighbors = NeighborsOf(size, neighborhood);

@@ -21,7 +21,7 @@ using test::CBasicsRun;
 using test::Floats;
 using test::PixelsOf;
 
-constexpr float g_nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
 
 template <class T>
 std::unique_ptr<CImage> Line(const IImage::CType& type, const std::vector<T>& pixels) {
@@ -45,7 +45,7 @@ TEST(Threshold, EitherLimitMayBeMissing) {
 }
 
 TEST(Threshold, NanIsBackground) {
-    CBasicsRun run("Threshold", Line<float>(IMAGE_GREY_F, {-1.5F, g_nan, 2.0F}));
+    CBasicsRun run("Threshold", Line<float>(IMAGE_GREY_F, {-1.5F, c_nan, 2.0F}));
     run.With("lower", -1.5).Run();
     EXPECT_EQ(PixelsOf<unsigned char>(run.Result()), (Bytes{1, 0, 1}));
 }
@@ -160,7 +160,7 @@ TEST(AutoThreshold, AnImageOfOneValueIsAllBackground) {
 }
 
 TEST(AutoThreshold, FloatsAreSeparatedAndNanIsBackground) {
-    CBasicsRun run("AutoThreshold", Line<float>(IMAGE_GREY_F, {-1.0F, -0.9F, g_nan, 5.0F, 5.2F}));
+    CBasicsRun run("AutoThreshold", Line<float>(IMAGE_GREY_F, {-1.0F, -0.9F, c_nan, 5.0F, 5.2F}));
     run.Run();
     EXPECT_EQ(PixelsOf<unsigned char>(run.Result()), (Bytes{0, 0, 0, 1, 1}));
 }
