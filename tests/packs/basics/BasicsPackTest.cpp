@@ -39,8 +39,7 @@ TEST(BasicsPack, ExportsExactlyOneSymbol) {
 TEST(BasicsPack, IsTheOnlyLibraryOfTheProjectThatNeedsItk) {
     const std::string pack = test::PackPath();
     const std::string folder = pack.substr(0, pack.rfind('/'));
-    EXPECT_NE(OutputOf("objdump -p '" + pack + "' | grep NEEDED").find("libITKCommon"),
-              std::string::npos);
+    EXPECT_NE(OutputOf("objdump -p '" + pack + "' | grep NEEDED").find("libITKCommon"), std::string::npos);
     const std::string others = OutputOf("for library in '" + folder +
                                         "'/*.so; do case $library in *Basics.so) ;; *) objdump -p $library;; "
                                         "esac; done | grep NEEDED");
