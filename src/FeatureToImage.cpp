@@ -1,7 +1,7 @@
 #include "FeatureToImage.h"
 
-#include "dialogs/Windows.h"
 #include "plugin/PluginContract.h"
+#include "plugin/Windows.h"
 
 #include <QuillonUtils/ObjectBasedFeatures.h>
 #include <sorbgui/CAutoDialogPluginWrapper.h>

@@ -1,8 +1,8 @@
 #include "GranulometryExport.h"
 
 #include "Granulometry.h"
-#include "dialogs/Windows.h"
 #include "plugin/PluginContract.h"
+#include "plugin/Windows.h"
 
 #include <QuillonIo/CCsvHeader.h>
 #include <QuillonIo/CCsvOStreamColumnTable.h>

@@ -1,8 +1,8 @@
 #include "LocalFiberDirectionsDialog.h"
 
 #include "dialogs/CLocalFiberDirectionsDialog.h"
-#include "dialogs/Windows.h"
 #include "plugin/PluginContract.h"
+#include "plugin/Windows.h"
 
 #include <sorbgui/CAvailableImages.h>
 #include <sorblib2core/CException.h>

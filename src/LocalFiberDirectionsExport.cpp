@@ -1,7 +1,7 @@
 #include "LocalFiberDirectionsExport.h"
 
-#include "dialogs/Windows.h"
 #include "plugin/PluginContract.h"
+#include "plugin/Windows.h"
 
 #include <QuillonFilterOrientations/CSubfieldFiberDirections.h>
 #include <QuillonIo/CCsvOStream.h>

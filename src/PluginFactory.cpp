@@ -1,5 +1,4 @@
-#include "PluginFactory.h"
-
+#include "plugin/PluginFactory.h"
 #include "ConvexifyObjects.h"
 #include "CylinderMask.h"
 #include "EuclideanSkeleton.h"
@@ -27,25 +26,15 @@
 
 #include <QuillonSpectral/CRegisterFftwClient.h>
 
-#include <algorithm>
 #include <array>
-#include <string_view>
 
 namespace {
 
-struct StFactoryRow {
-    std::string_view name;
-    void* (*create)();
-};
-
-template <class Plugin>
-void* Create() {
-    return new Plugin;
-}
+using quillon::factory::Create;
 
 // The names are fixed texts and cannot be derived from the class names: only one of them ends in "Plugin",
 // and "Skeleton" is the topological skeleton.
-constexpr std::array<StFactoryRow, 24> c_rows{{
+constexpr std::array<quillon::factory::StRow, 24> c_rows{{
     {"SegmNiblack", Create<CSegmNiblackPlugin>},
     {"SegmSauvola", Create<CSegmSauvolaPlugin>},
     {"Granulometry", Create<quillon::CGranulometryPlugin>},
@@ -78,12 +67,4 @@ ORVEN::CRegisterFftwClient g_fftwClient;
 
 } // namespace
 
-void* CreatePluginInstanceEx(const char* name) {
-    if (name == nullptr)
-        return nullptr;
-    const std::string_view wanted(name);
-    const auto row = std::find_if(c_rows.begin(), c_rows.end(), [wanted](const StFactoryRow& candidate) {
-        return candidate.name == wanted;
-    });
-    return row != c_rows.end() ? row->create() : nullptr;
-}
+void* CreatePluginInstanceEx(const char* name) { return quillon::factory::CreateByName(c_rows, name); }

@@ -1,8 +1,8 @@
 #include "PointwiseRelation.h"
 
-#include "dialogs/Windows.h"
 #include "measurement/CompareImages.h"
 #include "plugin/PluginContract.h"
+#include "plugin/Windows.h"
 
 #include <sorblib2core/UnwrapPointer.h>
 

@@ -158,6 +158,11 @@ void CQuillonHeaderTools::SetNumberOfLabels(IImage& image, std::size_t count) {
     image.Attributes().SetEntry(c_numberOfLabels, value);
 }
 
+void CQuillonHeaderTools::RemoveMeaningOfPixels(IImage& image) {
+    image.Attributes().RemoveEntry(c_numberOfLabels);
+    image.Attributes().RemoveEntry(c_maxDistance);
+}
+
 bool CQuillonHeaderTools::GetOffset(const IImage& image, unsigned long& x, unsigned long& y,
                                     unsigned long& z) {
     const auto offset = Triple(image, c_offset);

@@ -50,6 +50,10 @@ public:
     static bool GetNumberOfLabels(const IImage& image, std::size_t& count);
     static void SetNumberOfLabels(IImage& image, std::size_t count);
 
+    /// Removes the number of labels and the largest distance. For a result that inherits attributes, but
+    /// whose pixels are no longer labels or distances.
+    static void RemoveMeaningOfPixels(IImage& image);
+
     /// Position of the first pixel of this image in the image that it was cut from, in pixels.
     static bool GetOffset(const IImage& image, unsigned long& x, unsigned long& y, unsigned long& z);
 };

@@ -12,10 +12,12 @@ namespace test {
 
 using namespace ORVEN;
 
+const char* PackPath() { return QUILLON_PACK; }
+
 std::unique_ptr<CPluginBase> CreatePlugin(const char* name) {
     using Factory = void* (*)(const char*);
     static const auto factory = [] {
-        void* library = dlopen(QUILLON_PACK, RTLD_NOW | RTLD_LOCAL);
+        void* library = dlopen(PackPath(), RTLD_NOW | RTLD_LOCAL);
         void* symbol = library != nullptr ? dlsym(library, "CreatePluginInstanceEx") : nullptr;
         if (symbol == nullptr)
             throw std::runtime_error(dlerror());

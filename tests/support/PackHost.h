@@ -11,6 +11,9 @@
 /// The pack as a host sees it: loaded by name, driven through the tree.
 namespace test {
 
+/// The path of the pack.
+const char* PackPath();
+
 /// A new plug-in object of the pack; null where the pack has none of that name.
 std::unique_ptr<ORVEN::CPluginBase> CreatePlugin(const char* name);
 

@@ -100,6 +100,18 @@ TEST_F(CQuillonHeaderToolsTest, NoAttributesExistAtFirst) {
     EXPECT_TRUE(Attributes().IsEmpty());
 }
 
+TEST_F(CQuillonHeaderToolsTest, TheMeaningOfPixelsIsRemovedAndTheRestStays) {
+    Tools::SetNumberOfLabels(m_image, 3);
+    Tools::SetMaxDistance(m_image, 2.5);
+    Tools::SetSpacing(m_image, 1.0, 2.0, 3.0);
+    for (int times = 0; times < 2; ++times) {
+        Tools::RemoveMeaningOfPixels(m_image);
+        ExpectNoNumberOfLabels();
+        ExpectNoMaxDistance();
+        EXPECT_EQ(Attributes().Size(), 1U);
+    }
+}
+
 TEST_F(CQuillonHeaderToolsTest, AttributesOfAnotherFormCountAsMissing) {
     const std::vector<const char*> keys = {"spacing", "offset", "number of labels", "max distance", "meta"};
     const std::vector<CValue*> forms = {String("1"), new CValueBool(true), new CValueMap, new CValueVector,

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// The 24 plug-ins of the pack as data, for tests of what all of them have in common:
+/// The plug-ins of a pack as data, for tests of what all of them have in common:
 ///
 ///     class EveryPlugin : public testing::TestWithParam<const test::StPluginRow*> {};
 ///     TEST_P(EveryPlugin, DeliversWhatItsRowSays) {
@@ -56,6 +56,9 @@ struct StPluginRow {
     /// Stores the parameters of the normal run, and makes the companions that they point to.
     void (*setParameters)(CPluginRun&) = nullptr;
 };
+
+/// The rows of a pack, made for its test binary.
+std::vector<StPluginRow> MakePluginRows();
 
 /// The rows, in the order of their names.
 const std::vector<const StPluginRow*>& PluginRows();

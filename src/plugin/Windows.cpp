@@ -1,4 +1,4 @@
-#include "dialogs/Windows.h"
+#include "plugin/Windows.h"
 
 #include <sorbgui/CFileDialog.h>
 #include <sorbgui/MainWidget.h>
