@@ -90,14 +90,24 @@ bool ForEachRow(const View& view, std::int64_t unitsEach, CWorkPace& pace, const
     return !pace.IsCancelled();
 }
 
-/// The same on several threads, with one step of progress per plane. Rows must not depend on one another.
+/// A `ParallelFor` whose items report their work: `makeWork()` returns the function that processes one item,
+/// `work(item, pace)`. It is called once on each thread, so that scratch memory can live in the closure.
+template <class MakeWork>
+bool ParallelForAtPace(std::int64_t count, IProgress& progress, const MakeWork& makeWork) {
+    return ParallelFor(count, progress, [&makeWork](CWorkerTurn& turn) {
+        return [pace = CWorkPace(turn), work = makeWork()](std::int64_t item) mutable { work(item, pace); };
+    });
+}
+
+/// Like `ForEachRow` on several threads, with one step of progress per plane. Rows must not depend on one
+/// another.
 template <class View, class Body>
 bool ForEachRowInParallel(const View& view, std::int64_t unitsEach, IProgress& progress, const char* phase,
                           const Body& body) {
     constexpr std::int64_t unitsOfRow = 16;
     progress.Start(static_cast<unsigned>(view.nz), phase);
-    const bool isDone = ParallelFor(view.nz, progress, [&](CWorkerTurn& turn) {
-        return [&, pace = CWorkPace(turn)](std::int64_t z) mutable {
+    const bool isDone = ParallelForAtPace(view.nz, progress, [&] {
+        return [&](std::int64_t z, CWorkPace& pace) {
             for (std::int64_t y = 0; y < view.ny && !pace.IsCancelled(); ++y) {
                 body(y, z);
                 (void)pace.Add(view.nx * unitsEach + unitsOfRow);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "QuillonFilter/CFiniteDifferences.h"
-#include "QuillonFilter/LineBlocks.h"
+#include "QuillonFilter/FilterLines.h"
 
 #include <array>
 #include <cstddef>

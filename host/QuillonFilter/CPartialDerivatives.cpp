@@ -1,7 +1,7 @@
 #include "QuillonFilter/CPartialDerivatives.h"
 
 #include "QuillonFilter/CDifferenceFilter.h"
-#include "QuillonFilter/LineBlocks.h"
+#include "QuillonFilter/FilterLines.h"
 
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/GreyTypeDispatch.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuillonFilter/LineBlocks.h"
+#include "QuillonFilter/FilterLines.h"
 #include "QuillonFilter/StGaussRecursion.h"
 
 #include <algorithm>
@@ -48,7 +48,7 @@ private:
         const double a3 = m_coefficients.a3;
         constexpr std::int64_t step = direction * c_lanes;
         for (std::int64_t i = 0; i < count; ++i, row += step) {
-#pragma GCC ivdep
+#pragma GCC ivdep // the rows of a block do not overlap, which the compiler cannot know
             for (std::int64_t lane = 0; lane < lanes; ++lane) {
                 double* const value = row + lane;
                 *value = gain * *value + a3 * value[-3 * step] + a2 * value[-2 * step] + a1 * value[-step];
@@ -59,7 +59,7 @@ private:
     /// Computes the first three results of the backward run from the last results of the forward run.
     void TurnRound(double* last, const double* lastPixels, std::int64_t lanes) const {
         const auto& m = m_coefficients.end;
-#pragma GCC ivdep
+#pragma GCC ivdep // the rows of a block do not overlap, which the compiler cannot know
         for (std::int64_t lane = 0; lane < lanes; ++lane) {
             const double beyond = lastPixels[lane];
             const double t0 = last[lane] - beyond;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuillonFilter/LineBlocks.h"
+#include "QuillonFilter/FilterLines.h"
 
 #include <algorithm>
 #include <array>
@@ -38,7 +38,7 @@ public:
 private:
     void Convolve(const StLineBlock& block, std::int64_t begin, std::int64_t end, std::int64_t lanes) const {
         for (std::int64_t i = begin * c_lanes; i < end * c_lanes; i += c_lanes) {
-#pragma GCC ivdep
+#pragma GCC ivdep // the rows of a block do not overlap, which the compiler cannot know
             for (std::int64_t lane = 0; lane < lanes; ++lane) {
                 const double* const value = block.values + i + lane;
                 double sum = m_weights[0] * *value;

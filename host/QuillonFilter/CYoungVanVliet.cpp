@@ -2,7 +2,7 @@
 
 #include "QuillonFilter/CRecursiveGauss.h"
 #include "QuillonFilter/CSampledGauss.h"
-#include "QuillonFilter/LineBlocks.h"
+#include "QuillonFilter/FilterLines.h"
 
 #include <sorblib2image/GreyTypeDispatch.h>
 

@@ -33,14 +33,9 @@ constexpr std::int64_t FillLanes(std::int64_t count) {
 /// fills a register. Lanes are independent, so the results do not depend on the instructions.
 template <class Body>
 void RunOnLanes(EnVectors vectors, const Body& body) {
-#ifdef __x86_64__
-    if (vectors == EnVectors::AVX512)
-        return RunForAvx512([&] { body(std::type_identity<StLanes<8>::Doubles>()); });
-    if (vectors == EnVectors::AVX2)
-        return RunForAvx2([&] { body(std::type_identity<StLanes<4>::Doubles>()); });
-#endif
-    (void)vectors;
-    RunForBaseline([&] { body(std::type_identity<StLanes<2>::Doubles>()); });
+    RunWithRegisters(vectors, [&body](auto bytes) {
+        body(std::type_identity<typename StLanes<bytes / sizeof(double)>::Doubles>());
+    });
 }
 
 // Vectors are passed by reference because the calling convention for passing them by value depends on the

@@ -58,12 +58,11 @@ struct StAxis {
 template <class T>
 struct StTask {
     StTask(const CFastLocalThresholding& algorithm, IImage& outputImage, const IImage& inputImage)
-        : input(inputImage)
-        , output(outputImage)
-        , isFlat(input.nz == 1)
+        : input(CImageView<const T>(inputImage).WithRowsAsPlanes())
+        , output(CImageView<unsigned char>(outputImage).WithRowsAsPlanes())
         , x(input.nx, algorithm.m_nWindowSize)
-        , y(isFlat ? 1 : input.ny, algorithm.m_nWindowSize)
-        , z(isFlat ? input.ny : input.nz, algorithm.m_nWindowSize)
+        , y(input.ny, algorithm.m_nWindowSize)
+        , z(input.nz, algorithm.m_nWindowSize)
         , chunkDepth(std::max<std::int64_t>(32, 2 * z.w + 1))
         , isSauvola(algorithm.m_nMethod == c_sauvola)
         , k(algorithm.m_fCoefficient)
@@ -72,14 +71,8 @@ struct StTask {
             countsX.push_back(static_cast<double>(x.Count(i)));
     }
 
-    // The rows of a 2-d image are treated as planes, so that it is divided into chunks too.
     [[nodiscard]] const T* InputRow(std::int64_t row, std::int64_t plane) const {
-        if (!z.Contains(plane))
-            return outside.data();
-        return isFlat ? input.Row(plane, 0) : input.Row(row, plane);
-    }
-    [[nodiscard]] unsigned char* OutputRow(std::int64_t row, std::int64_t plane) const {
-        return isFlat ? output.Row(plane, 0) : output.Row(row, plane);
+        return z.Contains(plane) ? input.Row(row, plane) : outside.data();
     }
     [[nodiscard]] double CountYZ(std::int64_t row, std::int64_t plane) const {
         return static_cast<double>(y.Count(row) * z.Count(plane));
@@ -88,7 +81,6 @@ struct StTask {
 
     CImageView<const T> input;
     CImageView<unsigned char> output;
-    bool isFlat;
     StAxis x;
     StAxis y;
     StAxis z;
@@ -332,7 +324,7 @@ public:
     }
 
     void ThresholdRow(std::int64_t y, std::int64_t z) {
-        const StRow row{m_task.InputRow(y, z), m_task.OutputRow(y, z), m_sumsX.Of(m_sums),
+        const StRow row{m_task.InputRow(y, z), m_task.output.Row(y, z), m_sumsX.Of(m_sums),
                         m_squaresX.Of(m_squares), m_task.CountYZ(y, z)};
         const bool isCertain = m_task.isSauvola ? Estimate<true>(row) : Estimate<false>(row);
         if (!isCertain)
@@ -462,7 +454,7 @@ public:
     void ThresholdRow(std::int64_t y, std::int64_t z) {
         m_sumsX.Of(m_sums);
         m_squaresX.Of(m_squares);
-        unsigned char* const output = m_task.OutputRow(y, z);
+        unsigned char* const output = m_task.output.Row(y, z);
         Evaluate(m_task.InputRow(y, z), m_task.CountYZ(y, z), output);
         if (m_gaps) {
             const std::int64_t window = 2 * m_task.x.w + 1;

@@ -1,10 +1,11 @@
 #include "QuillonTransformation/CSphericalMorphology.h"
 
 #include "QuillonTransformation/CloseWithLargeBall.h"
-#include "QuillonTransformation/SeparablePasses.h"
 #include "QuillonTransformation/distance/DistanceTransform.h"
 #include "QuillonTransformation/distance/ShortDistances.h"
 
+#include <QuillonBase/LineBlocks.h>
+#include <QuillonBase/SeparablePasses.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/ImageView.h>
@@ -28,6 +29,8 @@ namespace {
 
 constexpr const char* c_site = "ORVEN::CSphericalMorphology";
 constexpr const char* c_phase = "Spherical morphology";
+
+constexpr std::int64_t c_unitsPerRowPixel = 24;
 
 /// All squared distances between pixels are below this value, so larger balls give the same result.
 constexpr double c_largestSquare = 0x1p34;
@@ -88,9 +91,9 @@ struct StTask {
 
 /// Processes the rows. Writes distances; or the remainder for the last axis, if that is next; or the final
 /// result, if x is the last axis.
-class CRows {
+class CBallRows {
 public:
-    explicit CRows(const StTask& task)
+    explicit CBallRows(const StTask& task)
         : m_task(task)
         , m_row(task.result.nx, task.search.isOutsideSeed) {}
 
@@ -122,9 +125,9 @@ private:
 };
 
 /// Processes the lines along y and z.
-class CLines {
+class CBallLines {
 public:
-    CLines(const StTask& task, int axis)
+    CBallLines(const StTask& task, int axis)
         : m_task(task)
         , m_axis(axis)
         , m_length(axis == 1 ? task.result.ny : task.result.nz)
@@ -132,54 +135,38 @@ public:
 
     void operator()(std::int64_t other, std::int64_t x, std::int64_t endX, CWorkPace& pace) {
         if (m_axis + 1 == m_task.dimension)
-            return Sweep(other, x, endX - x, pace);
-        for (; x + c_lanes <= endX && !pace.IsCancelled(); x += c_lanes)
-            Minimize(other, x, std::integral_constant<std::int64_t, c_lanes>(), pace);
-        if (x < endX && !pace.IsCancelled())
-            Minimize(other, x, endX - x, pace);
+            return Sweep(CLines<unsigned char>(m_task.result, m_axis, other, x), endX - x, pace);
+        ForEachLineBlock<c_shortLanes>(x, endX, pace, [&](std::int64_t first, auto count) {
+            Minimize(CLines<unsigned char>(m_task.result, m_axis, other, first), count, pace);
+        });
     }
+
+    /// Lines that are swept at once.
+    static constexpr std::int64_t c_linesPerCall = 256;
 
 private:
-    static constexpr std::int64_t c_lanes = c_shortLanes;
-    /// Units of work per place of a group of lines.
-    static constexpr std::int64_t c_unitsPerMove = 3 * c_lanes;
-    static constexpr std::int64_t c_unitsPerSweep = 3 * CSeparablePasses::c_linesPerItem;
-
-    [[nodiscard]] unsigned char* Row(std::int64_t other, std::int64_t place) const {
-        return m_axis == 1 ? m_task.result.Row(place, other) : m_task.result.Row(other, place);
-    }
+    /// Units of work for a place of all lines that are swept.
+    static constexpr std::int64_t c_unitsPerSweep = 3 * c_linesPerCall;
 
     /// Converts distances along x to the remainder for z.
     template <class Count>
-    void Minimize(std::int64_t other, std::int64_t x, Count count, CWorkPace& pace) {
+    void Minimize(const CLines<unsigned char>& lines, Count count, CWorkPace& pace) {
         const int square = m_task.square;
-        const auto read = [&](std::int64_t begin, std::int64_t end) {
-            for (std::int64_t place = begin; place < end; ++place) {
-                const unsigned char* const row = Row(other, place) + x;
-                std::int16_t* const values = m_shortLines.Values(place);
-                for (std::int64_t lane = 0; lane < count; ++lane)
-                    values[lane] = static_cast<std::int16_t>(std::min(row[lane] * row[lane], square + 1));
-                std::fill(values + count, values + c_lanes, std::int16_t{0});
-            }
-        };
-        const auto write = [&](std::int64_t begin, std::int64_t end) {
-            for (std::int64_t place = begin; place < end; ++place) {
-                unsigned char* const __restrict row = Row(other, place) + x;
-                const std::int16_t* const results = m_shortLines.Results(place);
-                for (std::int64_t lane = 0; lane < count; ++lane)
-                    row[lane] = Reach(square - results[lane]);
-            }
-        };
-        if (!ForEachPiece(m_length, c_unitsPerMove, pace, read))
+        m_shortLines.ClearLanesFrom(count);
+        if (!GatherLines<c_shortLanes>(
+                lines, count, m_shortLines.Values(0), pace, [square](unsigned char distance) {
+                    return static_cast<std::int16_t>(std::min(distance * distance, square + 1));
+                }))
             return;
         // The result itself shows whether a place is farther away than the ball reaches.
         (void)m_shortLines.Minimize(pace);
-        ForEachPiece(m_length, c_unitsPerMove, pace, write);
+        ScatterLines<c_shortLanes>(m_shortLines.Results(0), lines, count, pace,
+                                   [square](std::int16_t result) { return Reach(square - result); });
     }
 
     /// Counts down the reach of each place in both directions, and writes whether it is reached.
-    void Sweep(std::int64_t other, std::int64_t x, std::int64_t count, CWorkPace& pace) {
-        std::array<unsigned char, CSeparablePasses::c_linesPerItem> reaches{};
+    void Sweep(const CLines<unsigned char>& lines, std::int64_t count, CWorkPace& pace) {
+        std::array<unsigned char, c_linesPerCall> reaches{};
         const auto pass = [&](unsigned char* row, const auto& convert) {
             for (std::int64_t lane = 0; lane < count; ++lane) {
                 auto& reach = reaches[static_cast<std::size_t>(lane)];
@@ -192,13 +179,13 @@ private:
         reaches.fill(atEnds);
         ForEachPiece(m_length, c_unitsPerSweep, pace, [&](std::int64_t first, std::int64_t end) {
             for (std::int64_t place = first; place < end; ++place)
-                pass(Row(other, place) + x, [](unsigned char reach) { return reach; });
+                pass(lines.Row(place), [](unsigned char reach) { return reach; });
         });
         reaches.fill(atEnds);
         const bool findsObject = m_task.search.findsObject;
         ForEachPiece(m_length, c_unitsPerSweep, pace, [&](std::int64_t first, std::int64_t end) {
             for (std::int64_t place = m_length - 1 - first; place >= m_length - end; --place) {
-                pass(Row(other, place) + x, [findsObject](unsigned char reach) {
+                pass(lines.Row(place), [findsObject](unsigned char reach) {
                     return static_cast<unsigned char>((reach > 0) == findsObject ? 1 : 0);
                 });
             }
@@ -268,10 +255,14 @@ bool Find(const StSearch& search, const IImage& source, IImage& result, IProgres
     if (StTask::Takes(search.square)) {
         const StTask task(search, source, result);
         const CImageView<unsigned char>& view = task.result;
-        const CSeparablePasses passes({view.nx, view.ny, view.nz, task.dimension}, progress);
-        isDone = view.PixelCount() == 0 ||
-                 passes.Run(
-                     c_phase, [&] { return CRows(task); }, [&](int axis) { return CLines(task, axis); });
+        const CSeparablePasses passes({view.nx, view.ny, view.nz, task.dimension > 1, task.dimension > 2},
+                                      CBallLines::c_linesPerCall, progress);
+        const auto makeLines = [&](int firstAxis, int lastAxis) {
+            return CRowsAndLines<CBallRows, CBallLines>(
+                firstAxis, lastAxis, view.nx * c_unitsPerRowPixel, [&] { return CBallRows(task); },
+                [&](int axis) { return CBallLines(task, axis); });
+        };
+        isDone = view.PixelCount() == 0 || passes.Run(c_phase, makeLines);
     } else {
         isDone = FindInDistanceMap(search, source, result, progress);
     }

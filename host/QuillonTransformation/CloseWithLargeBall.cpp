@@ -10,6 +10,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -113,11 +114,8 @@ public:
     /// plane, that its free balls cover.
     bool FindReachOfPlanes(IProgress& progress) {
         progress.Start(static_cast<unsigned>(m_first.PaddedExtent()), c_phase);
-        const bool isDone = ParallelFor(m_first.PaddedExtent(), progress, [this](CWorkerTurn& turn) {
-            return [pace = CWorkPace(turn), work = CPlaneWork(*this)](std::int64_t plane) mutable {
-                work(plane, pace);
-            };
-        });
+        const bool isDone =
+            ParallelForAtPace(m_first.PaddedExtent(), progress, [this] { return CPlaneWork(*this); });
         progress.Finish();
         return isDone;
     }
@@ -272,9 +270,7 @@ private:
     template <class Work>
     static bool ForEachItem(std::int64_t count, IProgress& progress, const Work& work) {
         progress.Start(static_cast<unsigned>(count), c_phase);
-        const bool isDone = ParallelFor(count, progress, [&work](CWorkerTurn& turn) {
-            return [&work, pace = CWorkPace(turn)](std::int64_t item) mutable { work(item, pace); };
-        });
+        const bool isDone = ParallelForAtPace(count, progress, [&work] { return std::ref(work); });
         progress.Finish();
         return isDone;
     }

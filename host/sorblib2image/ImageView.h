@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 namespace ORVEN {
 
@@ -62,6 +63,20 @@ public:
     /// The `nx` pixels of a row.
     [[nodiscard]] T* Row(std::int64_t y, std::int64_t z) const {
         return reinterpret_cast<T*>(m_data + y * m_strideY + z * m_strideZ);
+    }
+
+    /// The distances in bytes to the next row and to the next plane.
+    [[nodiscard]] std::int64_t StrideY() const { return m_strideY; }
+    [[nodiscard]] std::int64_t StrideZ() const { return m_strideZ; }
+
+    /// Takes the rows of a single plane for planes of one row each, and returns the view; other images are
+    /// left as they are. For work that is divided into planes: with this, a flat image can be divided too.
+    CImageView&& WithRowsAsPlanes() && {
+        if (nz == 1) {
+            std::swap(ny, nz);
+            std::swap(m_strideY, m_strideZ);
+        }
+        return std::move(*this);
     }
 
     [[nodiscard]] std::int64_t PixelCount() const { return nx * ny * nz; }

@@ -29,14 +29,32 @@ void ForEachPlace(const CSize& size, const Body& body) {
 } // namespace
 
 std::vector<double> SquaredDistances(const StSeeds& seeds, const std::array<double, 3>& weights) {
+    const Place extents = Extents(seeds.size);
+    // The pixel beside the nearest seed, one step towards the other pixel, is nearer and so is no seed: only
+    // seeds with such a neighbour need be tried.
+    const std::array<std::int64_t, 3> steps{1, extents[0], extents[0] * extents[1]};
+    const auto isBesideOther = [&](const Place& place, std::size_t index) {
+        const auto isSeed = [&](std::int64_t step) {
+            return seeds.isSeed[static_cast<std::size_t>(static_cast<std::int64_t>(index) + step)] != 0;
+        };
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            if ((place[axis] > 0 && !isSeed(-steps[axis])) ||
+                (place[axis] + 1 < extents[axis] && !isSeed(steps[axis])))
+                return true;
+        }
+        return false;
+    };
     std::vector<Place> places;
     ForEachPlace(seeds.size, [&](const Place& place, std::size_t index) {
-        if (seeds.isSeed[index] != 0)
+        if (seeds.isSeed[index] != 0 && isBesideOther(place, index))
             places.push_back(place);
     });
-    const Place extents = Extents(seeds.size);
     std::vector<double> result;
-    ForEachPlace(seeds.size, [&](const Place& place, std::size_t /*index*/) {
+    ForEachPlace(seeds.size, [&](const Place& place, std::size_t index) {
+        if (seeds.isSeed[index] != 0) {
+            result.push_back(0.0);
+            return;
+        }
         double least = c_noDistance;
         const auto take = [&least](double square) {
             if (least == c_noDistance || square < least)

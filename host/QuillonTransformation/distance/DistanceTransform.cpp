@@ -1,9 +1,10 @@
 #include "QuillonTransformation/distance/DistanceTransform.h"
 
-#include "QuillonTransformation/SeparablePasses.h"
 #include "QuillonTransformation/distance/CLowerEnvelope.h"
 #include "QuillonTransformation/distance/ShortDistances.h"
 
+#include <QuillonBase/LineBlocks.h>
+#include <QuillonBase/SeparablePasses.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2image/ImageView.h>
@@ -14,7 +15,6 @@
 #include <limits>
 #include <mutex>
 #include <type_traits>
-#include <vector>
 
 // One axis after the other, x first, in place in the map. The rows of a plane are measured directly from the
 // binary image and then transformed along y while they are in the cache, one plane at a time; the lines along
@@ -32,6 +32,12 @@ namespace ORVEN {
 namespace {
 
 constexpr std::int64_t c_lanes = c_shortLanes;
+
+/// Lines along y and z that a thread processes in one go: a run of pixels that is long enough for the
+/// processor to fetch ahead.
+constexpr std::int64_t c_linesPerCall = 256;
+
+constexpr std::int64_t c_unitsPerRowPixel = 24;
 
 /// Performs the steps that follow the squared distances. Returns the extrema of a float map.
 class CFinisher {
@@ -167,7 +173,7 @@ public:
         , m_axis(axis)
         , m_length(axis == 1 ? task.map.ny : task.map.nz)
         , m_weight(task.transform.weights[static_cast<std::size_t>(axis)])
-        , m_lines(static_cast<std::size_t>(m_length * c_lanes)) {
+        , m_lines(m_length) {
         const bool isOutsideSeed = task.transform.isOutsideSeed;
         if (m_weight == 1.0 && task.HoldsWholeNumbers(axis))
             m_shortIntegers.emplace(m_length, isOutsideSeed, std::int16_t{1});
@@ -177,92 +183,63 @@ public:
 
     void operator()(std::int64_t other, std::int64_t x, std::int64_t endX, CWorkPace& pace) {
         m_task.FinishIfLast(m_axis, [&](const auto& finish) {
-            std::int64_t first = x;
-            for (; first + c_lanes <= endX && !pace.IsCancelled(); first += c_lanes)
-                TransformLines(other, first, std::integral_constant<std::int64_t, c_lanes>(), finish, pace);
-            if (first < endX && !pace.IsCancelled())
-                TransformLines(other, first, endX - first, finish, pace);
+            ForEachLineBlock<c_lanes>(x, endX, pace, [&](std::int64_t first, auto count) {
+                TransformLines(CLines<T>(m_task.map, m_axis, other, first), count, finish, pace);
+            });
         });
     }
 
 private:
-    /// Units of work for moving a row of a group of lines into scratch memory or back.
-    static constexpr std::int64_t c_unitsPerMove = 3 * c_lanes;
     static constexpr std::int64_t c_unitsPerEnvelopePlace = 16;
 
-    [[nodiscard]] T* Row(std::int64_t other, std::int64_t place) const {
-        return m_axis == 1 ? m_task.map.Row(place, other) : m_task.map.Row(other, place);
-    }
-
     template <class Count, class Finish>
-    void TransformLines(std::int64_t other, std::int64_t x, Count count, const Finish& finish,
-                        CWorkPace& pace) {
+    void TransformLines(const CLines<T>& lines, Count count, const Finish& finish, CWorkPace& pace) {
         const auto isShort = [&](auto& shortLines) {
-            return shortLines && TransformShort(*shortLines, other, x, count, finish, pace);
+            return shortLines && TransformShort(*shortLines, lines, count, finish, pace);
         };
         if (!isShort(m_shortIntegers) && !isShort(m_shortDoubles) && !pace.IsCancelled())
-            TransformByEnvelope(other, x, count, finish, pace);
+            TransformByEnvelope(lines, count, finish, pace);
     }
 
     [[nodiscard]] static std::int16_t Value(T value, std::int16_t tooFar) {
         return static_cast<std::int16_t>(std::min(value, static_cast<T>(tooFar)));
     }
     [[nodiscard]] static double Value(T value, double tooFar) {
-        return value == c_noSeed<T> ? tooFar : static_cast<double>(value);
+        // Compares and selects bits: with numbers, the compiler would convert in one branch only, and would
+        // not vectorise the loop.
+        constexpr auto noSeed = std::bit_cast<std::uint64_t>(static_cast<double>(c_noSeed<T>));
+        const auto bits = std::bit_cast<std::uint64_t>(static_cast<double>(value));
+        return std::bit_cast<double>(bits == noSeed ? std::bit_cast<std::uint64_t>(tooFar) : bits);
     }
 
     [[nodiscard]] static T Result(std::int16_t result) { return static_cast<T>(result); }
     [[nodiscard]] static T Result(double result) { return StoredDistance<T>(result); }
 
     template <class Number, class Count, class Finish>
-    bool TransformShort(CShortLines<Number>& shortLines, std::int64_t other, std::int64_t x, Count count,
-                        const Finish& finish, CWorkPace& pace) const {
+    static bool TransformShort(CShortLines<Number>& shortLines, const CLines<T>& lines, Count count,
+                               const Finish& finish, CWorkPace& pace) {
         const Number tooFar = shortLines.TooFar();
-        const auto read = [&](std::int64_t begin, std::int64_t end) {
-            for (std::int64_t place = begin; place < end; ++place) {
-                const T* const row = Row(other, place) + x;
-                Number* const values = shortLines.Values(place);
-                for (std::int64_t lane = 0; lane < count; ++lane)
-                    values[lane] = Value(row[lane], tooFar);
-                std::fill(values + count, values + c_lanes, Number{0});
-            }
-        };
-        const auto write = [&](std::int64_t begin, std::int64_t end) {
-            for (std::int64_t place = begin; place < end; ++place) {
-                T* const row = Row(other, place) + x;
-                const Number* const results = shortLines.Results(place);
-                for (std::int64_t lane = 0; lane < count; ++lane)
-                    row[lane] = Result(results[lane]);
-                finish(row, count);
-            }
-        };
-        return ForEachPiece(m_length, c_unitsPerMove, pace, read) && shortLines.Minimize(pace) &&
-               ForEachPiece(m_length, c_unitsPerMove, pace, write);
+        shortLines.ClearLanesFrom(count);
+        return GatherLines<c_lanes>(lines, count, shortLines.Values(0), pace,
+                                    [=](T value) { return Value(value, tooFar); }) &&
+               shortLines.Minimize(pace) &&
+               ScatterLines<c_lanes>(
+                   shortLines.Results(0), lines, count, pace, [](Number result) { return Result(result); },
+                   finish);
     }
 
     template <class Count, class Finish>
-    void TransformByEnvelope(std::int64_t other, std::int64_t x, Count count, const Finish& finish,
-                             CWorkPace& pace) {
-        const auto read = [&](std::int64_t begin, std::int64_t end) {
-            for (std::int64_t place = begin; place < end; ++place)
-                std::copy_n(Row(other, place) + x, count, m_lines.data() + place * c_lanes);
-        };
-        const auto write = [&](std::int64_t begin, std::int64_t end) {
-            for (std::int64_t place = begin; place < end; ++place) {
-                T* const row = Row(other, place) + x;
-                std::copy_n(m_lines.data() + place * c_lanes, count, row);
-                finish(row, count);
-            }
-        };
-        if (!ForEachPiece(m_length, c_unitsPerMove, pace, read))
+    void TransformByEnvelope(const CLines<T>& lines, Count count, const Finish& finish, CWorkPace& pace) {
+        const auto same = [](T value) { return value; };
+        if (!GatherLines<c_lanes>(lines, count, m_lines.Row(0), pace, same))
             return;
         for (std::int64_t lane = 0; lane < count; ++lane) {
-            m_envelope.Transform(m_lines.data() + lane, m_length, c_lanes * std::int64_t{sizeof(T)}, m_weight,
+            m_envelope.Transform(m_lines.Row(0) + lane, m_length, c_lanes * std::int64_t{sizeof(T)}, m_weight,
                                  m_task.transform.isOutsideSeed);
             if (pace.Add(m_length * c_unitsPerEnvelopePlace))
                 return;
         }
-        ForEachPiece(m_length, c_unitsPerMove, pace, write);
+        ScatterLines<c_lanes>(m_lines.Row(0), lines, count, pace, same, finish);
     }
 
     StTask<T>& m_task;
@@ -272,7 +249,7 @@ private:
     std::optional<CShortLines<std::int16_t>> m_shortIntegers;
     std::optional<CShortLines<double>> m_shortDoubles;
     CLowerEnvelope m_envelope;
-    std::vector<T> m_lines; ///< row by row, as in the map
+    CLineBlock<T, c_lanes> m_lines;
 };
 
 template <class T>
@@ -282,10 +259,13 @@ std::optional<StDistanceRange> FillMap(const StDistanceTransform& transform, con
     const CImageView<T>& map = task.map;
     if (map.PixelCount() == 0)
         return StDistanceRange{0.0F, 0.0F};
-    const CSeparablePasses passes({map.nx, map.ny, map.nz, task.dimension}, progress);
-    const bool isDone = passes.Run(
-        "Distance transform", [&] { return CRowTransformer<T>(task); },
-        [&](int axis) { return CLineTransformer<T>(task, axis); });
+    const CSeparablePasses passes({map.nx, map.ny, map.nz, task.dimension > 1, task.dimension > 2},
+                                  c_linesPerCall, progress);
+    const bool isDone = passes.Run("Distance transform", [&](int firstAxis, int lastAxis) {
+        return CRowsAndLines<CRowTransformer<T>, CLineTransformer<T>>(
+            firstAxis, lastAxis, map.nx * c_unitsPerRowPixel, [&] { return CRowTransformer<T>(task); },
+            [&](int axis) { return CLineTransformer<T>(task, axis); });
+    });
     if (isDone)
         return task.range;
     for (std::int64_t z = 0; z < map.nz; ++z) {

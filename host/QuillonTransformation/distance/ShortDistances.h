@@ -3,6 +3,7 @@
 #include "QuillonTransformation/distance/EnSeeds.h"
 
 #include <QuillonBase/CWorkPace.h>
+#include <QuillonBase/LineBlocks.h>
 
 #include <algorithm>
 #include <bit>
@@ -13,7 +14,7 @@
 #include <vector>
 
 /// Distances below 127 pixels, many at once. Everything is inline, so that it is compiled for the vector
-/// instructions of the processor that it runs on; see `SeparablePasses.h`.
+/// instructions of the processor that it runs on; see `QuillonBase/SeparablePasses.h`.
 namespace ORVEN {
 
 /// Distances from this value on are not distinguished; it means "this far or farther".
@@ -21,12 +22,6 @@ inline constexpr int c_farDistance = 127;
 
 /// Number of neighbouring lines that are processed at once.
 inline constexpr std::int64_t c_shortLanes = 32;
-
-/// One position in each of these lines. Rows begin at a cache line, so that wide vectors do not straddle two.
-template <class Number>
-struct alignas(64) StLanes {
-    Number items[c_shortLanes];
-};
 
 /// Distances along a row to the nearest seed of the row.
 ///
@@ -116,10 +111,10 @@ public:
         : m_length(length)
         , m_reach(std::min<std::int64_t>(length, c_farDistance - 1))
         , m_weight(weight)
-        , m_values(static_cast<std::size_t>(length + 2 * Margin()))
-        , m_results(static_cast<std::size_t>(length)) {
-        for (auto& place : m_values)
-            std::fill_n(place.items, c_shortLanes, TooFar());
+        , m_values(length, Margin())
+        , m_results(length) {
+        m_values.Fill(TooFar());
+        m_results.Fill(0);
         if (isOutsideSeed) {
             std::fill_n(Values(-1), c_shortLanes, Number{0});
             std::fill_n(Values(length), c_shortLanes, Number{0});
@@ -135,9 +130,7 @@ public:
     }
 
     /// The values at one position of all lines, to be filled in by the caller.
-    [[nodiscard]] Number* Values(std::int64_t place) {
-        return m_values[static_cast<std::size_t>(Margin() + place)].items;
-    }
+    [[nodiscard]] Number* Values(std::int64_t place) { return m_values.Row(place); }
 
     /// Computes the results and returns whether none is farther than `c_farDistance` pixels. Otherwise, and
     /// if cancelled, it stops early.
@@ -155,8 +148,12 @@ public:
         return true;
     }
 
-    [[nodiscard]] const Number* Results(std::int64_t place) const {
-        return m_results[static_cast<std::size_t>(place)].items;
+    [[nodiscard]] const Number* Results(std::int64_t place) const { return m_results.Row(place); }
+
+    /// Clears the lanes of a block that has fewer lines, so that they take no part.
+    void ClearLanesFrom(std::int64_t count) {
+        for (std::int64_t place = 0; count < c_shortLanes && place < m_length; ++place)
+            std::fill(Values(place) + count, Values(place) + c_shortLanes, Number{0});
     }
 
 private:
@@ -178,7 +175,7 @@ private:
     /// Counts the calls of `LookAside` in `looks`.
     bool MinimizeBlock(std::int64_t place, std::int64_t count, std::int64_t& looks) {
         const Number* const values = Values(place);
-        Number* const results = m_results[static_cast<std::size_t>(place)].items;
+        Number* const results = m_results.Row(place);
         const std::int64_t size = count * c_shortLanes;
         if (!IsAnyAbove(values, size, m_weight)) {
             std::copy_n(values, size, results);
@@ -223,8 +220,8 @@ private:
     std::int64_t m_length;
     std::int64_t m_reach;
     Number m_weight;
-    std::vector<StLanes<Number>> m_values;
-    std::vector<StLanes<Number>> m_results;
+    CLineBlock<Number, c_shortLanes> m_values;
+    CLineBlock<Number, c_shortLanes> m_results;
 };
 
 } // namespace ORVEN

@@ -638,9 +638,10 @@ TEST_F(CEdtVoronoiThreads, ChangeNoByteOfTheResult) {
     }
 }
 
-TEST(CEdtVoronoi, StepsThroughPlanesAndBlocksOfLines) {
+TEST_F(CEdtVoronoiThreads, StepThroughPlanesAndBlocksOfLines) {
+    SetThreadCount(2);
     const std::array cases{std::pair{CSize(20, 30, 40), 40 + 30}, // planes, then lines along z
-                           std::pair{CSize(300, 130, 2), 6 + 4 + 260}, std::pair{CSize(300, 130), 3 + 2},
+                           std::pair{CSize(300, 130, 2), 6 + 4 + 130}, std::pair{CSize(300, 130), 3 + 2},
                            std::pair{Line(7), 1}};
     for (const auto& [size, steps] : cases) {
         const CImage image(IMAGE_BINARY_FG, size, CSize(0, 0, 0));

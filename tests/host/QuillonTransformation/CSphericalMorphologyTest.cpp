@@ -287,10 +287,12 @@ TEST(CSphericalMorphology, IsTheIdentityForRadius0) {
             << operation.name;
 }
 
-// Up to radius 126 and from there on, the ways are different.
+// Up to radius 126 and beyond, the methods differ. Up to it, a closing adds a border as wide as the ball,
+// which in three dimensions is checked only where the image with its border is small.
 TEST(CSphericalMorphology, FollowsItsDefinitionForLargeRadii) {
+    constexpr std::int64_t mostPixelsWithBorder = 1 << 21;
     for (const int radius : {60, 125, 126, 127, 128, 150}) {
-        for (const CSize& size : {CSize(400, 2), CSize(2, 400), CSize(3, 2, 330)}) {
+        for (const CSize& size : {CSize(400, 2), CSize(2, 400), CSize(3, 2, 330), CSize(3, 2, 10)}) {
             SCOPED_TRACE(size.ToString() + ", radius " + std::to_string(radius));
             std::mt19937 random(static_cast<unsigned>(radius));
             for (const bool isMostlyObject : {false, true}) {
@@ -317,6 +319,11 @@ TEST(CSphericalMorphology, FollowsItsDefinitionForLargeRadii) {
                 EXPECT_EQ(Result(&CSphericalMorphology::Erode, *image, r), inverted(within(false, true)));
                 EXPECT_EQ(Result(&CSphericalMorphology::ReflectedErosion, *image, r),
                           inverted(within(false, false)));
+                CSize withBorder = size;
+                for (int axis = 0; axis < size.Dim(); ++axis)
+                    withBorder[axis] += 2 * radius;
+                if (radius <= 126 && withBorder.PixelCount() > mostPixelsWithBorder)
+                    continue;
                 const Bytes closed = Result(&CSphericalMorphology::Closing, *image, r);
                 EXPECT_TRUE(IsInside(pixels, closed));
                 EXPECT_EQ(Result(&CSphericalMorphology::Closing, *Binary(size, closed), r), closed);
