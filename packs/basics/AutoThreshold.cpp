@@ -43,7 +43,7 @@ std::vector<double> CAutoThresholdPlugin::Thresholds(const CImage& image) const 
         return {TriangleThreshold(histogram)};
     if (m_method == "li")
         return {LiThreshold(histogram)};
-    const std::vector<double> thresholds = OtsuThresholds(histogram, m_classes);
+    std::vector<double> thresholds = OtsuThresholds(histogram, m_classes);
     if (static_cast<std::int32_t>(thresholds.size()) < m_classes - 1)
         Refuse("classes = " + std::to_string(m_classes) + " is more than the image has grey values, " +
                std::to_string(thresholds.size() + 1) + ".");

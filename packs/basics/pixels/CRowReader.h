@@ -11,17 +11,6 @@ namespace quillon::basics {
 /// Copies rows of a binary or grey image to doubles, which hold the values of all pixel types. For code that
 /// is not worth an instance for each type. The image must outlive the reader.
 class CRowReader {
-public:
-    explicit CRowReader(const ORVEN::CImage& image)
-        : m_rows(DispatchRealType("CRowReader", image.Type(),
-                                  [&]<class T>(std::type_identity<T>) -> std::unique_ptr<IRows> {
-                                      return std::make_unique<CRows<T>>(image);
-                                  })) {}
-
-    /// Fills `row` with the pixels of a row.
-    void Read(std::int64_t y, std::int64_t z, double* row) const { m_rows->Read(y, z, row); }
-
-private:
     struct IRows {
         IRows() = default;
         IRows(const IRows&) = delete;
@@ -41,6 +30,17 @@ private:
         ORVEN::CImageView<const T> view;
     };
 
+public:
+    explicit CRowReader(const ORVEN::CImage& image)
+        : m_rows(DispatchRealType("CRowReader", image.Type(),
+                                  [&]<class T>(std::type_identity<T>) -> std::unique_ptr<IRows> {
+                                      return std::make_unique<CRows<T>>(image);
+                                  })) {}
+
+    /// Fills `row` with the pixels of a row.
+    void Read(std::int64_t y, std::int64_t z, double* row) const { m_rows->Read(y, z, row); }
+
+private:
     std::unique_ptr<IRows> m_rows;
 };
 
