@@ -28,8 +28,8 @@ struct StPassAxes {
     std::int64_t nx;
     std::int64_t ny; ///< 1 beyond the dimension, as `nz`
     std::int64_t nz;
-    bool alongY;
-    bool alongZ;
+    bool hasY;
+    bool hasZ;
 };
 
 namespace Impl {
@@ -114,19 +114,19 @@ public:
     bool Run(const char* phase, const MakeLines& makeLines) const {
         m_progress.Start(static_cast<unsigned>(StepCount()), phase);
         const bool isDone =
-            (m_axes.alongY && m_linesY.AreSlices()
+            (m_axes.hasY && m_linesY.AreSlices()
                  ? ProcessPlanes(makeLines)
-                 : Process(m_rows, makeLines) && (!m_axes.alongY || Process(m_linesY, makeLines))) &&
-            (!m_axes.alongZ || Process(m_linesZ, makeLines));
+                 : Process(m_rows, makeLines) && (!m_axes.hasY || Process(m_linesY, makeLines))) &&
+            (!m_axes.hasZ || Process(m_linesZ, makeLines));
         m_progress.Finish();
         return isDone;
     }
 
 private:
     [[nodiscard]] std::int64_t StepCount() const {
-        const bool hasSeparateLinesY = m_axes.alongY && !m_linesY.AreSlices();
+        const bool hasSeparateLinesY = m_axes.hasY && !m_linesY.AreSlices();
         return m_rows.Count() + (hasSeparateLinesY ? m_linesY.Count() : 0) +
-               (m_axes.alongZ ? m_linesZ.Count() : 0);
+               (m_axes.hasZ ? m_linesZ.Count() : 0);
     }
 
     template <class MakeLines>

@@ -176,12 +176,12 @@ TEST_F(CylinderMaskPlugin, SmallLettersAndAnyOtherActAsCapitalZ) {
     test::CPackHost host(Positions(CSize(21, 30, 26)));
     SetCylinder(host, "Z", 10, 20, 5, true);
     Run(host);
-    const auto alongZ = PixelsOf<unsigned short>(host.Result());
+    const auto hasZ = PixelsOf<unsigned short>(host.Result());
     for (const std::string axis : {"z", "x", "y", "q", "1"}) {
         SetCylinder(host, axis, 10, 20, 5, true);
         EXPECT_EQ(Run(host), "cylinderMask(axis=" + axis + ", s=10, t=20, radius=5, cropped)");
         EXPECT_EQ(host.Result().Size(), CSize(11, 11, 26)) << axis;
-        EXPECT_EQ(PixelsOf<unsigned short>(host.Result()), alongZ) << axis;
+        EXPECT_EQ(PixelsOf<unsigned short>(host.Result()), hasZ) << axis;
     }
 }
 

@@ -1,4 +1,4 @@
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRecordingProgress.h"
 
 #include <QuillonBase/LineBlocks.h>
 #include <sorblib2image/CImage.h>

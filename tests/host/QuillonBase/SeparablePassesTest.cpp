@@ -1,4 +1,4 @@
-#include "host/QuillonBase/CRecordingProgress.h"
+#include "support/CRecordingProgress.h"
 
 #include <QuillonBase/SeparablePasses.h>
 
@@ -53,7 +53,7 @@ public:
     [[nodiscard]] int WrongCalls() const { return m_wrongCalls; }
     /// Whether every pixel has been visited once along each wanted axis.
     [[nodiscard]] bool AreComplete() const {
-        const int last = m_axes.alongZ ? 3 : m_axes.alongY ? 2 : 1;
+        const int last = m_axes.hasZ ? 3 : m_axes.hasY ? 2 : 1;
         return std::all_of(m_next.begin(), m_next.end(), [=](const auto& next) { return next == last; });
     }
 
@@ -67,7 +67,7 @@ private:
                                                : std::tuple{line, other, i};
             std::atomic<int>& next = m_next[static_cast<std::size_t>((z * m_axes.ny + y) * m_axes.nx + x)];
             // A pass along z need not follow one along y.
-            const bool isNext = next == axis || (axis == 2 && !m_axes.alongY && next == 1);
+            const bool isNext = next == axis || (axis == 2 && !m_axes.hasY && next == 1);
             if (!isNext)
                 ++m_wrongCalls;
             next = axis + 1;

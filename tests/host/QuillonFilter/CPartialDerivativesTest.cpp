@@ -289,14 +289,14 @@ TEST(CPartialDerivatives, ResultsAreTheSameForAllVectorInstructions) {
     const auto image = RandomFloats(size, 31);
     for (const int order : {1, 2, 3, 4, 7, 32}) {
         const Impl::CDifferenceFilter alongX(order, size.x);
-        const Impl::CDifferenceFilter alongY(order, size.y);
-        const Impl::CDifferenceFilter alongZ(order, size.z);
+        const Impl::CDifferenceFilter hasY(order, size.y);
+        const Impl::CDifferenceFilter hasZ(order, size.z);
         const auto run = [&](Impl::EnVectors vectors) {
             CImage result(IMAGE_GREY_F, size, CSize(0, 0, 0));
             CProgressProxy progress;
-            Impl::FilterLines<float, Impl::CDifferenceFilter>(
-                CImageView<const float>(*image), CImageView<float>(result), {&alongX, &alongY, &alongZ},
-                progress, "", vectors);
+            Impl::FilterLines<float, Impl::CDifferenceFilter>(CImageView<const float>(*image),
+                                                              CImageView<float>(result),
+                                                              {&alongX, &hasY, &hasZ}, progress, "", vectors);
             return test::PixelsOf<float>(result);
         };
         const Floats expected = run(Impl::EnVectors::BASELINE);

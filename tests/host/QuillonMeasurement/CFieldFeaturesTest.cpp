@@ -86,11 +86,11 @@ TEST(CFieldFeatures, OnePixel) {
 
 TEST(CFieldFeatures, TwoPixelsSideBySide) {
     const CPixelSet alongX(2, [](int, int y, int z) { return y == 0 && z == 0; });
-    const CPixelSet alongZ(2, [](int x, int y, int) { return x == 0 && y == 0; });
+    const CPixelSet hasZ(2, [](int x, int y, int) { return x == 0 && y == 0; });
     ExpectTotals(Totals(alongX), {2, 5.641937486, 7.629870330, 1});
     ExpectTotals(Totals(alongX, c_spacing123), {12, 18.011548377, 12.440658821, 1});
-    ExpectTotals(Totals(alongZ), {2, 5.641937486, 7.629870330, 1});
-    ExpectTotals(Totals(alongZ, c_spacing123), {12, 22.298422351, 17.633963451, 1});
+    ExpectTotals(Totals(hasZ), {2, 5.641937486, 7.629870330, 1});
+    ExpectTotals(Totals(hasZ, c_spacing123), {12, 22.298422351, 17.633963451, 1});
 }
 
 TEST(CFieldFeatures, TwoPixelsOnADiagonal) {

@@ -127,11 +127,11 @@ TEST(CCylinderMask, ReadsTheCentreInTheCoordinatesAcrossTheAxis) {
 
 TEST(CCylinderMask, TreatsEveryAxisButCapitalXAndYAsZ) {
     const CSize size(6, 7, 5);
-    const Bytes alongZ = MaskedOnes(size, {"Z", 1, 4, 2});
+    const Bytes hasZ = MaskedOnes(size, {"Z", 1, 4, 2});
     for (const std::string axis : {"z", "x", "y", "", "q", " X", "zX", "\xC3\x84"})
-        EXPECT_EQ(MaskedOnes(size, {axis, 1, 4, 2}), alongZ) << axis;
+        EXPECT_EQ(MaskedOnes(size, {axis, 1, 4, 2}), hasZ) << axis;
     EXPECT_EQ(MaskedOnes(size, {"Xylophone", 1, 4, 2}), MaskedOnes(size, {"X", 1, 4, 2}));
-    EXPECT_NE(MaskedOnes(size, {"X", 1, 4, 2}), alongZ);
+    EXPECT_NE(MaskedOnes(size, {"X", 1, 4, 2}), hasZ);
 }
 
 TEST(CCylinderMask, EqualsThePixelwiseTestForAllKindsOfCylinders) {
