@@ -17,7 +17,7 @@ using namespace ORVEN;
 using namespace test;
 
 TEST(RealImages, ThePackServesWhatTheListShows) {
-    const test::StEnd end = test::Quillon({"list"});
+    const test::StEnd end = test::Quillon({"list", "--pack", QUILLON_PACK});
     ASSERT_EQ(end.status, 0);
     EXPECT_EQ(std::count(end.out.begin(), end.out.end(), '\n'), 24) << end.out;
     EXPECT_EQ(end.out.find("not in this pack"), std::string::npos) << end.out;
