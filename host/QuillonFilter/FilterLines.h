@@ -92,14 +92,15 @@ public:
     void operator()(std::integral_constant<int, axis>, std::int64_t other, std::int64_t first,
                     std::int64_t end, CWorkPace& pace) const {
         const CFlushTinyNumbers flush;
-        ForEachLineBlock<c_lanes>(first, end, pace, [&](std::int64_t line, auto count) {
-            if constexpr (axis > 0)
-                FilterInPlace(axis, other, line, count, pace);
-            else if (m_filters[0] != nullptr)
-                FilterRows(line, other, count, pace);
-            else
-                CopyRows(line, other, count, pace);
-        });
+        if constexpr (axis > 0) {
+            ForEachLineBlock<c_lanes>(first, end, pace, [&](std::int64_t x, auto count) {
+                FilterInPlace(axis, other, x, count, pace);
+            });
+        } else if (m_filters[0] != nullptr) {
+            FilterRows(first, other, end - first, pace);
+        } else {
+            CopyRows(first, other, end - first, pace);
+        }
     }
 
 private:
@@ -118,11 +119,16 @@ private:
                               [](double value) { return static_cast<float>(value); });
     }
 
-    template <class Count>
-    void FilterRows(std::int64_t y, std::int64_t z, Count count, CWorkPace& pace) const {
+    /// Only the filter is compiled for a constant number of lanes: the other two gain nothing by it, and all
+    /// of this is compiled once for each instruction set.
+    void FilterRows(std::int64_t y, std::int64_t z, std::int64_t count, CWorkPace& pace) const {
         const StLineBlock block = m_memory.Block(m_result.nx);
         GatherRows<c_lanes>(m_source, y, z, count, block.values, pace);
-        ScatterRows<c_lanes>((*m_filters[0])(block, count, pace), m_result, y, z, count, pace);
+        const double* results = block.values;
+        ForEachLineBlock<c_lanes>(0, count, pace, [&](std::int64_t /*first*/, auto lanes) {
+            results = (*m_filters[0])(block, lanes, pace);
+        });
+        ScatterRows<c_lanes>(results, m_result, y, z, count, pace);
     }
 
     void CopyRows(std::int64_t firstY, std::int64_t z, std::int64_t count, CWorkPace& pace) const {
