@@ -1,3 +1,4 @@
+#include "support/CommandOutput.h"
 #include "support/PackHost.h"
 
 #include <sorblib2core/CString.h>
@@ -7,8 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -39,15 +38,6 @@ constexpr std::array c_served{"ConvexifyObjects",
                               "SphericalMorphology",
                               "VoronoiEdtPlugin",
                               "Watershed"};
-
-std::string OutputOf(const std::string& command) {
-    std::string output;
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::array<char, 256> buffer{};
-    while (pipe && std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr)
-        output += buffer.data();
-    return output;
-}
 
 TEST(PluginFactory, ServesEveryName) {
     for (const char* name : c_served)
@@ -88,7 +78,7 @@ TEST(PluginFactory, CreatesDistinctObjectsOfTheSameName) {
 }
 
 TEST(Pack, ExportsExactlyOneSymbol) {
-    const std::string listing = OutputOf("nm -D --defined-only '" QUILLON_PACK "'");
+    const std::string listing = test::CommandOutput("nm -D --defined-only '" QUILLON_PACK "'");
     ASSERT_FALSE(listing.empty());
     EXPECT_EQ(listing.substr(listing.find(' ') + 1), "T CreatePluginInstanceEx\n");
 }

@@ -2,13 +2,13 @@
 
 #include "BasicsTest.h"
 
+#include "support/CommandOutput.h"
+
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonBase/Parallel.h>
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <random>
@@ -21,17 +21,9 @@ using namespace ORVEN;
 using test::CBasicsRun;
 using test::PixelsOf;
 
-std::string OutputOf(const std::string& command) {
-    std::string output;
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::array<char, 256> buffer{};
-    while (pipe && std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr)
-        output += buffer.data();
-    return output;
-}
-
 TEST(BasicsPack, ExportsExactlyOneSymbol) {
-    const std::string listing = OutputOf("nm -D --defined-only '" + std::string(test::PackPath()) + "'");
+    const std::string listing =
+        test::CommandOutput("nm -D --defined-only '" + std::string(test::PackPath()) + "'");
     ASSERT_FALSE(listing.empty());
     EXPECT_EQ(listing.substr(listing.find(' ') + 1), "T CreatePluginInstanceEx\n");
 }
@@ -39,10 +31,12 @@ TEST(BasicsPack, ExportsExactlyOneSymbol) {
 TEST(BasicsPack, IsTheOnlyLibraryOfTheProjectThatNeedsItk) {
     const std::string pack = test::PackPath();
     const std::string folder = pack.substr(0, pack.rfind('/'));
-    EXPECT_NE(OutputOf("objdump -p '" + pack + "' | grep NEEDED").find("libITKCommon"), std::string::npos);
-    const std::string others = OutputOf("for library in '" + folder +
-                                        "'/*.so; do case $library in *Basics.so) ;; *) objdump -p $library;; "
-                                        "esac; done | grep NEEDED");
+    EXPECT_NE(test::CommandOutput("objdump -p '" + pack + "' | grep NEEDED").find("libITKCommon"),
+              std::string::npos);
+    const std::string others =
+        test::CommandOutput("for library in '" + folder +
+                            "'/*.so; do case $library in *Basics.so) ;; *) objdump -p $library;; "
+                            "esac; done | grep NEEDED");
     EXPECT_NE(others.find("libsorblib2core"), std::string::npos);
     EXPECT_EQ(others.find("ITK"), std::string::npos);
 }

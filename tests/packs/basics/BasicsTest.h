@@ -20,6 +20,8 @@ using Shorts = std::vector<unsigned short>;
 using Floats = std::vector<float>;
 using Numbers = std::vector<double>;
 
+inline constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
+
 /// A size of one to three dimensions.
 inline ORVEN::CSize Extents(const std::vector<std::int64_t>& extents) {
     ORVEN::CSize size(1, 1, 1);
@@ -27,6 +29,12 @@ inline ORVEN::CSize Extents(const std::vector<std::int64_t>& extents) {
     for (std::size_t axis = 0; axis < extents.size(); ++axis)
         size[static_cast<std::int64_t>(axis)] = extents[axis];
     return size;
+}
+
+/// A 1-d image of these pixels.
+template <class T>
+std::unique_ptr<ORVEN::CImage> Line(const ORVEN::IImage::CType& type, const std::vector<T>& pixels) {
+    return ImageOf<T>(type, Extents({static_cast<std::int64_t>(pixels.size())}), pixels);
 }
 
 /// A run of one plug-in on one image.

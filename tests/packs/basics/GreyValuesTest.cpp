@@ -15,17 +15,12 @@ namespace {
 
 using namespace ORVEN;
 using test::Bytes;
+using test::c_nan;
 using test::CBasicsRun;
 using test::Floats;
+using test::Line;
 using test::PixelsOf;
 using test::Shorts;
-
-constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
-
-template <class T>
-std::unique_ptr<CImage> Line(const IImage::CType& type, const std::vector<T>& pixels) {
-    return test::ImageOf<T>(type, test::Extents({static_cast<std::int64_t>(pixels.size())}), pixels);
-}
 
 TEST(Invert, SwapsABinaryImage) {
     CBasicsRun run("Invert", Line<unsigned char>(IMAGE_BINARY_FG, {0, 1, 1}));

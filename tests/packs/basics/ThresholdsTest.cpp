@@ -17,16 +17,11 @@ namespace {
 
 using namespace ORVEN;
 using test::Bytes;
+using test::c_nan;
 using test::CBasicsRun;
 using test::Floats;
+using test::Line;
 using test::PixelsOf;
-
-constexpr float c_nan = std::numeric_limits<float>::quiet_NaN();
-
-template <class T>
-std::unique_ptr<CImage> Line(const IImage::CType& type, const std::vector<T>& pixels) {
-    return test::ImageOf<T>(type, test::Extents({static_cast<std::int64_t>(pixels.size())}), pixels);
-}
 
 TEST(Threshold, BothLimitsAreIncluded) {
     CBasicsRun run("Threshold", Line<unsigned char>(IMAGE_GREY_8, {0, 39, 40, 100, 255}));
