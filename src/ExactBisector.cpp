@@ -7,8 +7,6 @@
 
 #include <QuillonTransformation/CExactBisector.h>
 #include <QuillonTransformation/CExactMedialAxis.h>
-#include <sorblib2core/CValueDouble.h>
-#include <sorblib2core/CValueVector.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <numbers>
@@ -20,9 +18,8 @@ using namespace ORVEN;
 namespace {
 
 /// Stores the range of possible angles, whether or not they occur.
-void TellRange(CImage& angles) {
-    const CValueVector range(new CValueDouble(0.0), new CValueDouble(std::numbers::pi));
-    CQuillonHeaderTools::SetMetaInfo(angles, CQuillonHeaderTools::c_sMetaMinMax.c_str(), range);
+void StoreRange(CImage& angles) {
+    CQuillonHeaderTools::SetMinMax(angles, 0.0, std::numbers::pi);
     CQuillonHeaderTools::SetMaxDistance(angles, std::numbers::pi);
 }
 
@@ -65,7 +62,7 @@ void CExactBisectorPlugin::GetData(CValueMap& tree) {
                       CString("Bisector(exact,r=%1,a=%2)", CString::ENC_UTF8)
                           .Arg(m_minRadius, 0)
                           .Arg(static_cast<double>(m_minAngle), 0));
-    TellRange(*result);
+    StoreRange(*result);
     contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
                        contract::LabelOf(*m_focusedDocument, "ExactBisector"));
 }

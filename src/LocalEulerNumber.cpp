@@ -1,11 +1,9 @@
 #include "LocalEulerNumber.h"
 
 #include "plugin/PluginContract.h"
-#include "topology/Adjacency.h"
+#include "topology/StAdjacency.h"
 
 #include <QuillonTransformation/CLocalEulerNumbers.h>
-#include <sorblib2core/CValueDouble.h>
-#include <sorblib2core/CValueVector.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <algorithm>
@@ -33,11 +31,6 @@ StMinMax CalculateLocalEuler(const CImage& image, CImage& result) {
     return minMax;
 }
 
-void RecordMinMax(CImage& image, const StMinMax& minMax) {
-    const CValueVector values(new CValueDouble(minMax.minimum), new CValueDouble(minMax.maximum));
-    CQuillonHeaderTools::SetMetaInfo(image, CQuillonHeaderTools::c_sMetaMinMax.c_str(), values);
-}
-
 } // namespace
 
 void CLocalEulerNumberPlugin::GetPluginSetup(CValueMap& setup) {
@@ -54,11 +47,11 @@ void CLocalEulerNumberPlugin::GetData(CValueMap& tree) {
         return;
     auto result = std::make_unique<CImage>(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
     StMinMax minMax;
-    WithNeighborhood("CLocalEulerNumberPlugin", m_settings.neighborhood, [&]<class N>(std::type_identity<N>) {
-        minMax = CalculateLocalEuler<N>(*image, *result);
-    });
+    With3dNeighborhood(
+        "CLocalEulerNumberPlugin", m_settings.neighborhood,
+        [&]<class N>(std::type_identity<N>) { minMax = CalculateLocalEuler<N>(*image, *result); });
     contract::Inherit(*result, *image, m_settings.HistoryLine("localeulernumber(%1)"));
-    RecordMinMax(*result, minMax);
+    CQuillonHeaderTools::SetMinMax(*result, minMax.minimum, minMax.maximum);
     contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),
                        contract::LabelOf(*m_settings.focusedDocument, "LocalEulerNumber"));
 }

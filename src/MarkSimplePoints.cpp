@@ -1,8 +1,8 @@
 #include "MarkSimplePoints.h"
 
 #include "plugin/PluginContract.h"
-#include "topology/Adjacency.h"
 #include "topology/SimplePointScan.h"
+#include "topology/StAdjacency.h"
 #include "utils/PointOperations.h"
 #include "utils/visitors/PointOperationCopy.h"
 
@@ -28,8 +28,8 @@ void CMarkSimplePointsPlugin::GetData(CValueMap& tree) {
     // If the copy is cancelled, the remaining pixels are 0 and are not marked.
     visitors::CCopy<unsigned char> copy;
     CPointOperations(nullptr, nullptr).Visit(copy, *result, *image);
-    WithNeighborhood("CMarkSimplePointsPlugin", m_settings.neighborhood,
-                     [&]<class N>(std::type_identity<N>) { MarkSimplePoints<N>(*image, *result); });
+    With3dNeighborhood("CMarkSimplePointsPlugin", m_settings.neighborhood,
+                       [&]<class N>(std::type_identity<N>) { MarkSimplePoints<N>(*image, *result); });
     contract::Inherit(*result, *image, m_settings.HistoryLine("simplepoints(%1)"));
     CQuillonHeaderTools::SetNumberOfLabels(*result, 255);
     contract::HandOver(tree, contract::EnHandOver::INTO_LIST, std::move(result),

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <sorblib2core/CException.h>
+#include <sorblib2core/CString.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+#include <type_traits>
 
 /// The neighbourhoods of the pixel grid, as template arguments: a loop over a neighbourhood is compiled for
 /// its table and its length.
@@ -104,5 +108,20 @@ struct CNeighborhood2dDiffN6_2 : Impl::StNeighborhood<2, 6, Impl::IsMirroredMono
 struct CNeighborhood2dDiffN8 : Impl::StNeighborhood<2, 8, Impl::IsBlockStep> {
     static constexpr const char* id = "N8";
 };
+
+/// Returns `work(std::type_identity<N>())` for the neighbourhood N in three dimensions with the given id. Any
+/// other id raises `CException` with the source `site`.
+template <class Work>
+decltype(auto) With3dNeighborhood(const char* site, const CString& id, const Work& work) {
+    if (id == CNeighborhood3dDiffN6::id)
+        return work(std::type_identity<CNeighborhood3dDiffN6>());
+    if (id == CNeighborhood3dDiffN14_1::id)
+        return work(std::type_identity<CNeighborhood3dDiffN14_1>());
+    if (id == CNeighborhood3dDiffN14_2::id)
+        return work(std::type_identity<CNeighborhood3dDiffN14_2>());
+    if (id == CNeighborhood3dDiffN26::id)
+        return work(std::type_identity<CNeighborhood3dDiffN26>());
+    throw CException(site, CString("Invalid neighborhood id '%1'.", CString::ENC_UTF8).Arg(id), nullptr);
+}
 
 } // namespace ORVEN

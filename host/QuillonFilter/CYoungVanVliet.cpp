@@ -40,12 +40,7 @@ CYoungVanVliet::~CYoungVanVliet() = default;
 void CYoungVanVliet::gauss(IImage& result, const IImage& source) {
     if (!(result.Type() == IMAGE_GREY_F))
         ThrowUnsupportedType(c_gauss, result.Type());
-    if (!(result.Size() == source.Size())) {
-        throw CExBadParam(Impl::Here(c_gauss),
-                          CString("Result of size %1 does not fit the source of size %2.", CString::ENC_UTF8)
-                              .Arg(result.Size().ToString())
-                              .Arg(source.Size().ToString()));
-    }
+    RequireSameSize(c_gauss, "Result", result, "source", source);
     if (m_sigma > c_greatestSigma || std::isinf(m_sigma)) {
         throw CExBadParam(
             Impl::Here(c_gauss),

@@ -46,19 +46,19 @@ void StDirectionSum::AddShared(const StDirectionSum& other) {
 
 /// Slices across x change with every pixel, so each thread sums them separately. All other sums are updated
 /// once per section of a row.
-class CDirectionSums::CAdder {
+class CDirectionSums::CAdder : public IDirectionReceiver {
 public:
     explicit CAdder(CDirectionSums& sums)
         : m_sums(sums)
         , m_slicesX(static_cast<std::size_t>(sums.m_area.Extent(0))) {}
     CAdder(const CAdder&) = delete;
     CAdder& operator=(const CAdder&) = delete;
-    ~CAdder() {
+    ~CAdder() override {
         for (std::size_t x = 0; x < m_slicesX.size(); ++x)
             m_sums.m_slices[0][x].AddShared(m_slicesX[x]);
     }
 
-    void Add(const StDirectionRow& row) {
+    void Add(const StDirectionRow& row) override {
         const StPixelBox& area = m_sums.m_area;
         const std::int64_t stretch = m_sums.HasSubfields() ? m_sums.m_subfieldSize[0] : area.Extent(0);
         StDirectionSum wholeRow;
@@ -95,9 +95,7 @@ CDirectionSums::CDirectionSums(const StPixelBox& area, const std::array<std::int
     m_subfields.resize(static_cast<std::size_t>(count));
 }
 
-std::function<void(const StDirectionRow&)> CDirectionSums::MakeAdder() {
-    return [adder = std::make_shared<CAdder>(*this)](const StDirectionRow& row) { adder->Add(row); };
-}
+std::unique_ptr<IDirectionReceiver> CDirectionSums::MakeAdder() { return std::make_unique<CAdder>(*this); }
 
 StDirectionSum CDirectionSums::Field() const {
     StDirectionSum field;

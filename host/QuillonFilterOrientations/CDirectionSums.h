@@ -5,7 +5,7 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
+#include <memory>
 #include <vector>
 
 namespace ORVEN::Impl {
@@ -30,9 +30,9 @@ public:
     /// If a component of the size is 0, there are no subfields.
     CDirectionSums(const StPixelBox& area, const std::array<std::int64_t, 3>& subfieldSize);
 
-    /// Returns a function that adds rows of the area. Each thread needs its own. Sums over slices across x
-    /// are complete only once the function has been destroyed.
-    [[nodiscard]] std::function<void(const StDirectionRow&)> MakeAdder();
+    /// Returns a receiver that adds rows of the area. Each thread needs its own. Sums over slices across x
+    /// are complete only once the receiver has been destroyed.
+    [[nodiscard]] std::unique_ptr<IDirectionReceiver> MakeAdder();
 
     [[nodiscard]] StDirectionSum Field() const;
     [[nodiscard]] const StDirectionSum& Slice(std::size_t axis, std::int64_t position) const;

@@ -17,8 +17,6 @@ using namespace Impl;
 
 namespace {
 
-using Receiver = std::function<void(const StDirectionRow&)>;
-
 /// Number of consecutive rows of a plane that one thread processes. A single plane is split into several such
 /// bands.
 constexpr std::int64_t c_bandHeight = 128;
@@ -27,7 +25,8 @@ constexpr std::int64_t c_bandHeight = 128;
 class CBandWorker {
 public:
     CBandWorker(const CImageView<const unsigned char>& image, const CForeground& foreground,
-                const StFiberScale& scale, std::span<const StDerivativeTaps> taps, Receiver receiver)
+                const StFiberScale& scale, std::span<const StDerivativeTaps> taps,
+                std::unique_ptr<IDirectionReceiver> receiver)
         : m_foreground(foreground)
         , m_scale(scale)
         , m_rows(image, taps, BestVectors())
@@ -57,13 +56,13 @@ private:
         FindRidges(m_scale.dimension, count, m_matrices, BestVectors(), m_ridges);
         const auto values = [&](const std::vector<double>& all) { return std::span(all.data(), count); };
         const auto& [x, yy, zz] = m_ridges.direction;
-        m_receiver({y, z, m_xs, values(m_ridges.isRidge), {values(x), values(yy), values(zz)}});
+        m_receiver->Add({y, z, m_xs, values(m_ridges.isRidge), {values(x), values(yy), values(zz)}});
     }
 
     const CForeground& m_foreground;
     const StFiberScale& m_scale;
     CHessianRows m_rows;
-    Receiver m_receiver;
+    std::unique_ptr<IDirectionReceiver> m_receiver;
     std::int64_t m_unitsPerRow = 0;
     std::vector<std::int64_t> m_xs;
     SymmetricMatrices m_matrices;
@@ -80,7 +79,7 @@ CHessianOrientations::CHessianOrientations(const char* name, const IObject* pare
 CHessianOrientations::~CHessianOrientations() = default;
 
 bool CHessianOrientations::Visit(const IImage& image, const CForeground& foreground,
-                                 const std::function<Receiver()>& makeReceiver) {
+                                 const MakeReceiver& makeReceiver) {
     const CImageView<const unsigned char> view(image);
     const StFiberScale scale(image, m_fFiberRadius);
     const StPixelBox& area = scale.area;

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <span>
 
 namespace ORVEN {
@@ -22,6 +23,13 @@ struct StDirectionRow {
     std::span<const double> isEvaluated; ///< 1 on a bright ridge, else 0
     /// The components of unit vectors with arbitrary sign; 0 where nothing is evaluated. In 2-d, z is 0.
     std::array<std::span<const double>, 3> direction;
+};
+
+/// Takes the rows that one thread has evaluated.
+class IDirectionReceiver {
+public:
+    virtual ~IDirectionReceiver() = default;
+    virtual void Add(const StDirectionRow& row) = 0;
 };
 
 /// Computes the direction of bright fibres at each foreground pixel of an IMAGE_GREY_8 of 2 or 3 dimensions.
@@ -53,10 +61,11 @@ public:
     /// plain threshold includes their half-bright edges, which give poor ridges.
     static const double m_fDefaultOtsuFactor;
 
-    /// Calls `makeReceiver()` on each participating thread, and the function that it returns for each row
+    using MakeReceiver = std::function<std::unique_ptr<IDirectionReceiver>()>;
+
+    /// Calls `makeReceiver()` on each participating thread, and gives the receiver that it returns each row
     /// with foreground pixels. The order of rows is arbitrary. Returns false if cancelled.
-    bool Visit(const IImage& image, const Impl::CForeground& foreground,
-               const std::function<std::function<void(const StDirectionRow&)>()>& makeReceiver);
+    bool Visit(const IImage& image, const Impl::CForeground& foreground, const MakeReceiver& makeReceiver);
 
     double m_fFiberRadius = 1.0; ///< in the unit of the spacing, positive and finite
 };

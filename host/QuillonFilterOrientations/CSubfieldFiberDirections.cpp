@@ -131,7 +131,7 @@ std::unique_ptr<CImage> MapWithoutDirections(const CSize& size, CWorkPace& pace)
     const CImageView<float> view(*map);
     for (std::int64_t z = 0; z < view.nz; ++z) {
         for (std::int64_t y = 0; y < view.ny; ++y) {
-            std::fill_n(view.Row(y, z), view.nx, c_noAngle);
+            view.FillRow(y, z, c_noAngle);
             (void)pace.Add(view.nx);
         }
     }
@@ -152,31 +152,40 @@ void RecordMinMax(CImage& map, CWorkPace& pace) {
             (void)pace.Add(4 * view.nx);
         }
     }
-    CQuillonHeaderTools::SetMetaInfo(map, CQuillonHeaderTools::c_sMetaMinMax.c_str(),
-                                     CValueVector(new CValueDouble(least), new CValueDouble(greatest)));
+    CQuillonHeaderTools::SetMinMax(map, least, greatest);
 }
 
-/// Writes the angles of a row into the maps of theta and, unless null, phi.
-void WriteAngles(const StDirectionRow& row, const CImageView<float>& theta, const CImageView<float>* phi) {
-    const std::size_t dimension = phi != nullptr ? 3 : 2;
-    for (std::size_t i = 0; i < row.x.size(); ++i) {
-        if (row.isEvaluated[i] == 0.0)
-            continue;
-        const StAxisAngles<float> angles({row.direction[0][i], row.direction[1][i], row.direction[2][i]},
-                                         dimension);
-        theta.Row(row.y, row.z)[row.x[i]] = angles.theta;
-        if (phi != nullptr)
-            phi->Row(row.y, row.z)[row.x[i]] = angles.phi;
+/// Writes the angles of rows into the maps of theta and, unless null, phi.
+class CAngleWriter : public IDirectionReceiver {
+public:
+    CAngleWriter(const CImageView<float>& theta, const CImageView<float>* phi)
+        : m_theta(theta)
+        , m_phi(phi) {}
+
+    void Add(const StDirectionRow& row) override {
+        const std::size_t dimension = m_phi != nullptr ? 3 : 2;
+        for (std::size_t i = 0; i < row.x.size(); ++i) {
+            if (row.isEvaluated[i] == 0.0)
+                continue;
+            const StAxisAngles<float> angles({row.direction[0][i], row.direction[1][i], row.direction[2][i]},
+                                             dimension);
+            m_theta.Row(row.y, row.z)[row.x[i]] = angles.theta;
+            if (m_phi != nullptr)
+                m_phi->Row(row.y, row.z)[row.x[i]] = angles.phi;
+        }
     }
-}
+
+private:
+    const CImageView<float>& m_theta;
+    const CImageView<float>* m_phi;
+};
 
 } // namespace
 
 /// The data of a measurement that the maps of directions need.
 struct CSubfieldFiberDirections::StMeasurement {
-    using MakeReceiver = std::function<std::function<void(const StDirectionRow&)>()>;
-
-    bool Visit(const CAlgorithm& caller, double fiberRadius, const MakeReceiver& makeReceiver) const {
+    bool Visit(const CAlgorithm& caller, double fiberRadius,
+               const CHessianOrientations::MakeReceiver& makeReceiver) const {
         CHessianOrientations orientations(nullptr, &caller);
         orientations.SetProgress(CProgressProxy(&caller.Progress()));
         orientations.m_fFiberRadius = fiberRadius;
@@ -270,9 +279,8 @@ void CSubfieldFiberDirections::GetDirections(const IImage*& theta) {
     auto map = MapWithoutDirections(measurement.image.Size(), pace);
     {
         const CImageView<float> view(*map);
-        measurement.Visit(*this, m_fiberRadius, [&] {
-            return [&](const StDirectionRow& row) { WriteAngles(row, view, nullptr); };
-        });
+        measurement.Visit(*this, m_fiberRadius,
+                          [&] { return std::make_unique<CAngleWriter>(view, nullptr); });
     }
     RecordMinMax(*map, pace);
     theta = map.release();
@@ -286,9 +294,8 @@ void CSubfieldFiberDirections::GetDirections(const IImage*& theta, const IImage*
     {
         const CImageView<float> thetaView(*thetaMap);
         const CImageView<float> phiView(*phiMap);
-        measurement.Visit(*this, m_fiberRadius, [&] {
-            return [&](const StDirectionRow& row) { WriteAngles(row, thetaView, &phiView); };
-        });
+        measurement.Visit(*this, m_fiberRadius,
+                          [&] { return std::make_unique<CAngleWriter>(thetaView, &phiView); });
     }
     RecordMinMax(*thetaMap, pace);
     RecordMinMax(*phiMap, pace);
@@ -323,13 +330,8 @@ void CSubfieldFiberDirections::RequireMeasurable(const IImage& image, const IIma
             Here("ORVEN::CSubfieldFiberDirections::Compute"),
             CString("Fiber radius %1 is not positive and finite.", CString::ENC_UTF8).Arg(m_fiberRadius, 0));
     }
-    if (mask != nullptr && !(mask->Size() == size)) {
-        throw CExBadParam(
-            Here("ORVEN::CSubfieldFiberDirections::Compute"),
-            CString("Mask image of size %1 does not fit the image of size %2.", CString::ENC_UTF8)
-                .Arg(mask->Size().ToString())
-                .Arg(size.ToString()));
-    }
+    if (mask != nullptr)
+        RequireSameSize("ORVEN::CSubfieldFiberDirections::Compute", "Mask image", *mask, "image", image);
 }
 
 /// All components are 0 if there are no subfields.

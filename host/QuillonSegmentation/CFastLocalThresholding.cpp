@@ -689,12 +689,7 @@ void CFastLocalThresholding::Binarize(IImage& output, const IImage& input) {
     }
     if (!(output.Type() == IMAGE_BINARY_FG))
         ThrowUnsupportedType(c_binarize, output.Type());
-    if (!(output.Size() == input.Size())) {
-        throw CExBadParam(Impl::Here(c_binarize),
-                          CString("Output of size %1 does not fit the input of size %2.", CString::ENC_UTF8)
-                              .Arg(output.Size().ToString())
-                              .Arg(input.Size().ToString()));
-    }
+    RequireSameSize(c_binarize, "Output", output, "input", input);
     DispatchGreyType(c_binarize, input.Type(), [&]<class T>(std::type_identity<T>) {
         if (input.Size().PixelCount() == 0)
             return;

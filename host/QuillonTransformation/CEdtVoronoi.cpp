@@ -4,8 +4,6 @@
 
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CString.h>
-#include <sorblib2core/CValueDouble.h>
-#include <sorblib2core/CValueVector.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
@@ -25,8 +23,7 @@ constexpr const char* c_calculateDistanceMap = "ORVEN::CEdtVoronoi::CalculateDis
 constexpr const char* c_voronoiEdt = "ORVEN::CEdtVoronoi::VoronoiEdt";
 
 void StoreExtrema(IImage& distance, const StDistanceRange& range) {
-    const CValueVector extrema(new CValueDouble(range.minimum), new CValueDouble(range.maximum));
-    CQuillonHeaderTools::SetMetaInfo(distance, CQuillonHeaderTools::c_sMetaMinMax.c_str(), extrema);
+    CQuillonHeaderTools::SetMinMax(distance, range.minimum, range.maximum);
     CQuillonHeaderTools::SetMaxDistance(distance, range.maximum);
 }
 

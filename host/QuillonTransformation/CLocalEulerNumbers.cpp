@@ -2,8 +2,7 @@
 
 #include "QuillonTransformation/CSkeletonHelper.h"
 
-#include <sorblib2core/CExBadParam.h>
-#include <sorblib2core/CString.h>
+#include <sorblib2image/ImageChecks.h>
 #include <sorblib2image/ImageView.h>
 
 #include <algorithm>
@@ -147,12 +146,7 @@ void CLocalEulerNumbers::CalculateRow(std::span<const std::uint16_t> slabs,
 }
 
 CLocalEulerNumbers::StRange CLocalEulerNumbers::Calculate(IImage& figures, const IImage& image) const {
-    if (!(figures.Size() == image.Size())) {
-        throw CExBadParam(Impl::Here("ORVEN::CLocalEulerNumbers::Calculate"),
-                          CString("Figures of size %1 do not fit the image of size %2.", CString::ENC_UTF8)
-                              .Arg(figures.Size().ToString())
-                              .Arg(image.Size().ToString()));
-    }
+    RequireSameSize("ORVEN::CLocalEulerNumbers::Calculate", "Result", figures, "image", image);
     const CImageView<const unsigned char> pixels(image);
     const CImageView<float> output(figures);
     CSlabRow slabs(pixels);

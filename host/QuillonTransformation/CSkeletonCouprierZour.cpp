@@ -27,14 +27,6 @@ std::int64_t Squared(std::int64_t radius) {
     return cut * cut;
 }
 
-void Clear(IImage& image) {
-    const CImageView<unsigned char> view(image);
-    for (std::int64_t z = 0; z < view.nz; ++z) {
-        for (std::int64_t y = 0; y < view.ny; ++y)
-            std::fill_n(view.Row(y, z), view.nx, static_cast<unsigned char>(0));
-    }
-}
-
 } // namespace
 
 CSkeletonCouprierZour::CSkeletonCouprierZour(const char* name, const IObject* parent)
@@ -64,7 +56,7 @@ void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage&
     };
     findKept();
     if (progress.IsCancelled())
-        Clear(output);
+        CImageView<unsigned char>(output).Fill(0);
     else
         EuclideanSkeleton(input, squaredDistance, kept, output, neighborhood, progress);
 }
@@ -107,7 +99,7 @@ void CSkeletonCouprierZour::ConstrainedSet(const IImage& medialAxis, const IImag
             row[x] = axisRow[x] != 0 && distanceRow[x] >= squaredRadius && angleRow[x] >= angle ? 1 : 0;
     };
     if (!ForEachRowInParallel(kept, 2, progress, "constraint set", keep))
-        Clear(output);
+        CImageView<unsigned char>(output).Fill(0);
 }
 
 void CSkeletonCouprierZour::EuclideanSkeleton(const IImage& input, const IImage& squaredDistance,

@@ -198,14 +198,6 @@ private:
     CShortLines<std::int16_t> m_shortLines;
 };
 
-void Fill(IImage& image, unsigned char pixel) {
-    const CImageView<unsigned char> view(image);
-    for (std::int64_t z = 0; z < view.nz; ++z) {
-        for (std::int64_t y = 0; y < view.ny; ++y)
-            std::fill_n(view.Row(y, z), view.nx, pixel);
-    }
-}
-
 /// Undefined if cancelled.
 bool HasSeed(const StSearch& search, const IImage& source, CWorkPace& pace) {
     if (search.isOutsideSeed)
@@ -229,8 +221,7 @@ bool FindInDistanceMap(const StSearch& search, const IImage& source, IImage& res
     const CImageView<unsigned char> to(result);
     if (!HasSeed(search, source, pace)) {
         const unsigned char pixel = search.findsObject ? 0 : 1;
-        return ForEachRow(to, 1, pace,
-                          [&](std::int64_t y, std::int64_t z) { std::fill_n(to.Row(y, z), to.nx, pixel); });
+        return ForEachRow(to, 1, pace, [&](std::int64_t y, std::int64_t z) { to.FillRow(y, z, pixel); });
     }
     CImage squares(IMAGE_GREY_32, source.Size(), CSize(0, 0, 0));
     StDistanceTransform transform;
@@ -267,7 +258,7 @@ bool Find(const StSearch& search, const IImage& source, IImage& result, IProgres
         isDone = FindInDistanceMap(search, source, result, progress);
     }
     if (!isDone)
-        Fill(result, 0);
+        CImageView<unsigned char>(result).Fill(0);
     return isDone;
 }
 
@@ -332,7 +323,7 @@ void CSphericalMorphology::Closing(IImage& result, IImage& source, float radius)
     const bool isDone = StTask::Takes(square) ? CloseWithBorder(source, result, square, Progress())
                                               : CloseWithLargeBall(source, result, square, Progress());
     if (!isDone)
-        Fill(result, 0);
+        CImageView<unsigned char>(result).Fill(0);
 }
 
 void CSphericalMorphology::ReflectedErosion(IImage& result, IImage& source, float radius) {

@@ -2,7 +2,6 @@
 
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
-#include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
@@ -125,8 +124,7 @@ void SetRange(CImage& image) {
             maximum = pixel > maximum ? pixel : maximum;
         }
     }
-    const CValueVector range(new CValueDouble(minimum), new CValueDouble(maximum));
-    CQuillonHeaderTools::SetMetaInfo(image, CQuillonHeaderTools::c_sMetaMinMax.c_str(), range);
+    CQuillonHeaderTools::SetMinMax(image, minimum, maximum);
 }
 
 } // namespace
@@ -149,11 +147,10 @@ void ConvertObjectBasedFeaturesIntoFeatureImage(const std::string& feature, cons
     out.Resize(SizeOf(indexed.greatestIndex, rows.size(), feature), CSize(0, 0, 0));
     {
         const CImageView<float> pixels(out);
+        pixels.Fill(0.0F);
         std::map<std::string, float*> rowOf;
-        for (std::size_t row = 0; row < rows.size(); ++row) {
+        for (std::size_t row = 0; row < rows.size(); ++row)
             rowOf[rows[row]] = pixels.Row(static_cast<Index>(row), 0);
-            std::fill_n(rowOf[rows[row]], pixels.nx, 0.0F);
-        }
         for (const auto& [index, entry] : indexed.entries) {
             ForEachFeature(*entry, kind, [&, column = index](const std::string& path, double number) {
                 const auto row = rowOf.find(path);

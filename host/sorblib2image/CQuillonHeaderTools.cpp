@@ -137,6 +137,11 @@ bool CQuillonHeaderTools::GetMaxDistance(const IImage& image, double& distance) 
     return number.has_value();
 }
 
+void CQuillonHeaderTools::SetMinMax(IImage& image, double minimum, double maximum) {
+    const CValueVector range(new CValueDouble(minimum), new CValueDouble(maximum));
+    SetMetaInfo(image, c_sMetaMinMax.c_str(), range);
+}
+
 void CQuillonHeaderTools::SetMaxDistance(IImage& image, double distance) {
     image.Attributes().SetEntry(c_maxDistance, new CValueDouble(distance));
 }

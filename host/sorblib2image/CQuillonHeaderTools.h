@@ -36,6 +36,7 @@ public:
     static void SetMetaInfo(IImage& image, const char* key, const CValue& value);
     /// Key of the minimum and maximum of the image: a `CValueVector` of two `CValueDouble`, minimum first.
     static const std::string c_sMetaMinMax;
+    static void SetMinMax(IImage& image, double minimum, double maximum);
 
     /// A named measurement of the image. An owning pointer raises `CExBadParam`.
     static void SetFeatures(IImage& image, const char* key, const CValue& value);

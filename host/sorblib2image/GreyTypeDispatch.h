@@ -1,20 +1,10 @@
 #pragma once
 
-#include "sorblib2image/IImage.h"
-
-#include <sorblib2core/CException.h>
-#include <sorblib2core/CString.h>
+#include "sorblib2image/ImageChecks.h"
 
 #include <type_traits>
 
 namespace ORVEN {
-
-/// Raises `CException` "Image type %1 not supported." with `function`, which does not support the type, as
-/// source.
-[[noreturn]] inline void ThrowUnsupportedType(const char* function, const IImage::CType& type) {
-    throw CException(
-        function, CString("Image type %1 not supported.", CString::ENC_UTF8).Arg(type.ToString()), nullptr);
-}
 
 /// Calls `body(std::type_identity<T>())` with the pixel type T of a grey image, so that loops contain no type
 /// test: `DispatchGreyType("Binarize", image.Type(), [&]<class T>(std::type_identity<T>) { ... })`. Any other

@@ -5,6 +5,7 @@
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CString.h>
 
+#include <algorithm>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -63,6 +64,16 @@ public:
     /// The `nx` pixels of a row.
     [[nodiscard]] T* Row(std::int64_t y, std::int64_t z) const {
         return reinterpret_cast<T*>(m_data + y * m_strideY + z * m_strideZ);
+    }
+
+    void FillRow(std::int64_t y, std::int64_t z, T pixel) const { std::fill_n(Row(y, z), nx, pixel); }
+
+    /// Sets all pixels, on this thread.
+    void Fill(T pixel) const {
+        for (std::int64_t z = 0; z < nz; ++z) {
+            for (std::int64_t y = 0; y < ny; ++y)
+                FillRow(y, z, pixel);
+        }
     }
 
     /// The distances in bytes to the next row and to the next plane.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "topology/Adjacency.h"
+#include "topology/StAdjacency.h"
 
 #include <QuillonTransformation/CSkeletonHelper.h>
 

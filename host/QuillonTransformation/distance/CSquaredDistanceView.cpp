@@ -62,13 +62,7 @@ void RequireFitting(const char* function, const IImage& image, const IImage::CTy
                     const IImage& squaredDistance) {
     if (!(image.Type() == type))
         ThrowUnsupportedType(function, image.Type());
-    if (!(image.Size() == squaredDistance.Size())) {
-        throw CException(function,
-                         CString("Image of size %1 does not fit the distances of size %2.", CString::ENC_UTF8)
-                             .Arg(image.Size().ToString())
-                             .Arg(squaredDistance.Size().ToString()),
-                         nullptr);
-    }
+    RequireSameSize(function, "Image", image, "distances", squaredDistance);
 }
 
 } // namespace ORVEN

@@ -7,6 +7,7 @@
 #include <QuillonBase/SeparablePasses.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
+#include <sorblib2image/ImageChecks.h>
 #include <sorblib2image/ImageView.h>
 
 #include <algorithm>
@@ -268,10 +269,7 @@ std::optional<StDistanceRange> FillMap(const StDistanceTransform& transform, con
     });
     if (isDone)
         return task.range;
-    for (std::int64_t z = 0; z < map.nz; ++z) {
-        for (std::int64_t y = 0; y < map.ny; ++y)
-            std::fill_n(map.Row(y, z), map.nx, T{0});
-    }
+    map.Fill(T{0});
     return std::nullopt;
 }
 
@@ -294,11 +292,7 @@ void CheckDistanceImages(const char* function, const IImage& binary, const IImag
                 .Arg(IMAGE_BINARY_FG.ToString())
                 .Arg(resultType.ToString()));
     }
-    if (!(binary.Size() == result.Size())) {
-        throw CException(Impl::Here(function), CString("Image sizes differ: %1 vs %2.", CString::ENC_UTF8)
-                                                   .Arg(binary.Size().ToString())
-                                                   .Arg(result.Size().ToString()));
-    }
+    RequireSameSize(function, "Result", result, "image", binary);
     CheckDistanceExtents(function, binary.Size());
 }
 

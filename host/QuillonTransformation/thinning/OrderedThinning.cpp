@@ -6,7 +6,6 @@
 
 #include <QuillonBase/CWorkPace.h>
 #include <QuillonBase/Neighborhoods.h>
-#include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2image/ImageView.h>
 
@@ -227,20 +226,6 @@ bool Thin(const StImages& images, CFramedBits& object, IProgress& progress) {
     return CThinning<Place, Neighborhood>(object, std::move(none), images.input.nz, progress).Run(queues);
 }
 
-/// Calls `thin` for the neighbourhood with the given id.
-template <class Thin>
-bool WithNeighborhood(const std::string& id, const Thin& thin) {
-    if (id == CNeighborhood3dDiffN6::id)
-        return thin.template operator()<CNeighborhood3dDiffN6>();
-    if (id == CNeighborhood3dDiffN14_1::id)
-        return thin.template operator()<CNeighborhood3dDiffN14_1>();
-    if (id == CNeighborhood3dDiffN14_2::id)
-        return thin.template operator()<CNeighborhood3dDiffN14_2>();
-    if (id == CNeighborhood3dDiffN26::id)
-        return thin.template operator()<CNeighborhood3dDiffN26>();
-    throw CException(c_site, CString("Invalid neighborhood id '%1'.", CString::ENC_UTF8).Arg(id), nullptr);
-}
-
 /// Returns false if the run was cancelled.
 bool Write(const CImageView<unsigned char>& output, const CFramedBits& object, IProgress& progress) {
     CWorkPace pace(progress);
@@ -251,17 +236,10 @@ bool Write(const CImageView<unsigned char>& output, const CFramedBits& object, I
     });
 }
 
-void Clear(const CImageView<unsigned char>& output) {
-    for (std::int64_t z = 0; z < output.nz; ++z) {
-        for (std::int64_t y = 0; y < output.ny; ++y)
-            std::fill_n(output.Row(y, z), output.nx, static_cast<unsigned char>(0));
-    }
-}
-
 } // namespace
 
 void RequireSkeletonNeighborhood(const std::string& id) {
-    WithNeighborhood(id, []<class>() { return true; });
+    With3dNeighborhood(c_site, CString(id), []<class N>(std::type_identity<N>) {});
 }
 
 void ThinByDistance(const IImage& input, const IImage& squaredDistance, const IImage& anchors, IImage& output,
@@ -275,18 +253,19 @@ void ThinByDistance(const IImage& input, const IImage& squaredDistance, const II
                           CImageView<const unsigned char>(anchors)};
     const CImageView<unsigned char> result(output);
     if (pace.IsCancelled())
-        return Clear(result);
+        return result.Fill(0);
 
     CFramedBits object(result.nx, result.ny, result.nz);
     constexpr std::uint64_t placesOf32Bits = std::uint64_t{1} << 32;
     const bool fits32Bits = placeSize == EnPlaceSize::SUFFICIENT && object.PlaceCount() <= placesOf32Bits;
     progress.Start(static_cast<unsigned>(3 * result.nz), "thinning");
-    const bool isDone = WithNeighborhood(neighborhood, [&]<class Neighborhood>() {
-        return fits32Bits ? Thin<std::uint32_t, Neighborhood>(images, object, progress)
-                          : Thin<std::uint64_t, Neighborhood>(images, object, progress);
-    });
+    const bool isDone = With3dNeighborhood(
+        c_site, CString(neighborhood), [&]<class Neighborhood>(std::type_identity<Neighborhood>) {
+            return fits32Bits ? Thin<std::uint32_t, Neighborhood>(images, object, progress)
+                              : Thin<std::uint64_t, Neighborhood>(images, object, progress);
+        });
     if (!isDone || !Write(result, object, progress))
-        Clear(result);
+        result.Fill(0);
     progress.Finish();
 }
 

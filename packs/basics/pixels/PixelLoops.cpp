@@ -1,8 +1,6 @@
 #include "pixels/PixelLoops.h"
 
 #include <QuillonBase/CProgressProxy.h>
-#include <sorblib2core/CValueDouble.h>
-#include <sorblib2core/CValueVector.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <vector>
@@ -64,8 +62,7 @@ StRange RangeOf(const CImage& image, IProgress& progress) {
 
 void StoreMinMax(CImage& image, IProgress& progress) {
     const StRange range = RangeOf(image, progress);
-    const CValueVector values(new CValueDouble(range.least), new CValueDouble(range.greatest));
-    CQuillonHeaderTools::SetMetaInfo(image, CQuillonHeaderTools::c_sMetaMinMax.c_str(), values);
+    CQuillonHeaderTools::SetMinMax(image, range.least, range.greatest);
 }
 
 } // namespace quillon::basics

@@ -796,7 +796,7 @@ TEST(SquaredDistancesToBackground, RaiseForImagesThatDoNotFit) {
               "Images are of types IMAGE_BINARY_FG and IMAGE_GREY_F and not of types IMAGE_BINARY_FG and "
               "IMAGE_GREY_32.");
     EXPECT_EQ(failure(IMAGE_BINARY_FG, CSize(2, 2), IMAGE_GREY_32, CSize(2, 3)),
-              "Image sizes differ: (2,2) vs (2,3).");
+              "Result of size (2,3) does not fit the image of size (2,2).");
     EXPECT_EQ(failure(IMAGE_BINARY_FG, CSize(2, 65535), IMAGE_GREY_32, CSize(2, 65535)),
               "Image of size (2,65535) is too large: extents must be below 65535.");
 }

@@ -122,7 +122,7 @@ TEST(LocalEulerNumbers, RefuseAnUnknownCodeOtherSizesAndOtherTypes) {
     const CImage image(IMAGE_BINARY_FG, CSize(3, 3, 3), CSize(0, 0, 0));
     CImage smaller(IMAGE_GREY_F, CSize(3, 3, 2), CSize(0, 0, 0));
     const auto raised = test::Raised<CExBadParam>([&] { (void)numbers.Calculate(smaller, image); });
-    EXPECT_STREQ(raised.Message(), "Figures of size (3,3,2) do not fit the image of size (3,3,3).");
+    EXPECT_STREQ(raised.Message(), "Result of size (3,3,2) does not fit the image of size (3,3,3).");
     CImage bytes(IMAGE_GREY_8, CSize(3, 3, 3), CSize(0, 0, 0));
     EXPECT_THROW((void)numbers.Calculate(bytes, image), CExBadParam);
     CImage floats(IMAGE_GREY_F, CSize(3, 3, 3), CSize(0, 0, 0));

@@ -560,6 +560,6 @@ TEST(CSphericalMorphology, RaisesForImagesThatDoNotFit) {
                   "Images are of types IMAGE_GREY_8 and IMAGE_BINARY_FG and not of types IMAGE_BINARY_FG and "
                   "IMAGE_BINARY_FG.");
         EXPECT_EQ(failure(IMAGE_BINARY_FG, CSize(2, 3), IMAGE_BINARY_FG, CSize(2, 2)),
-                  "Image sizes differ: (2,2) vs (2,3).");
+                  "Result of size (2,3) does not fit the image of size (2,2).");
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "topology/Adjacency.h"
 #include "topology/SimplePointTest.h"
+#include "topology/StAdjacency.h"
 
 #include <sorblib2image/CImage.h>
 
