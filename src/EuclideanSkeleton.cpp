@@ -55,7 +55,7 @@ void CEuclideanSkeletonPlugin::GetData(CValueMap& tree) {
     // result last.
     auto result = std::make_unique<CImage>(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
     CSkeletonCouprierZour algorithm(nullptr, nullptr);
-    auto& progress = static_cast<CProgressProxy&>(algorithm.Progress());
+    auto& progress = algorithm.ProgressProxy();
     const auto squaredDistance = Created(IMAGE_GREY_32, size);
     algorithm.SquaredEdt(*image, *squaredDistance, progress);
     if (!GoesOn(progress))

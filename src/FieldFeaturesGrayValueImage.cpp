@@ -23,17 +23,14 @@ bool IsMeasurable(const IImage::CType& type) {
     return type == IMAGE_BINARY_FG || type == IMAGE_GREY_8 || type == IMAGE_GREY_16;
 }
 
-/// The format of grey-value keys. All have the same width so that they sort by value: "grayvalue 007".
-std::string KeyFormat(std::uint32_t greatestGreyValue) {
-    const auto digits = static_cast<unsigned>(std::log10(static_cast<double>(greatestGreyValue))) + 1;
-    return CStringTools::Printf("%s %%0%ulu", "grayvalue", digits);
+/// The number of digits of grey values in keys. All keys have the same width so that they sort by value.
+int KeyDigits(std::uint32_t greatestGreyValue) {
+    return static_cast<int>(std::log10(static_cast<double>(greatestGreyValue))) + 1;
 }
 
-std::string Key(const std::string& format, std::uint32_t greyValue) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    return CStringTools::Printf(format.c_str(), static_cast<unsigned long>(greyValue));
-#pragma GCC diagnostic pop
+/// For example "grayvalue 007".
+std::string Key(int digits, std::uint32_t greyValue) {
+    return CStringTools::Printf("grayvalue %0*lu", digits, static_cast<unsigned long>(greyValue));
 }
 
 /// Returns the features at one threshold, together with the grey value and a status.
@@ -49,7 +46,7 @@ std::unique_ptr<CValueMap> Measure(const CImage& image) {
     StFieldFeaturesParameter parameter;
     CQuillonHeaderTools::GetSpacing(image, parameter.spacingX, parameter.spacingY, parameter.spacingZ);
     const StConfigurationsHistograms histograms = ConfigurationsHistograms(image);
-    const std::string keyFormat = KeyFormat(histograms.greatestGreyValue);
+    const int keyDigits = KeyDigits(histograms.greatestGreyValue);
 
     auto features = std::make_unique<CValueMap>();
     StNeighborConfiguration configuration;
@@ -60,7 +57,7 @@ std::unique_ptr<CValueMap> Measure(const CImage& image) {
         std::copy_n(row, configuration.counts.size(), configuration.counts.begin());
         configuration.edgeCorrectedCounts = configuration.counts;
         CFieldFeatures(nullptr, nullptr).Calculate(configuration, parameter, data);
-        features->SetEntry(Key(keyFormat, greyValue), Entry(data, greyValue).release());
+        features->SetEntry(Key(keyDigits, greyValue), Entry(data, greyValue).release());
     }
     return features;
 }

@@ -30,19 +30,16 @@ const char* const c_name = "CGranulometryPlugin";
 /// The number of pixels for each diameter.
 using Histogram = std::map<float, std::uint64_t>;
 
-/// The format of diameters as keys. Its width deliberately depends on the largest diameter, although this is
+/// The least width of diameters as keys. It deliberately depends on the largest diameter, although this is
 /// rarely visible because the text is longer. If a pixel length is near the limits of a float, the largest
 /// diameter is infinite. Then no width is set: "inf" would be padded with blanks, and a blank ends a key.
-std::string KeyFormat(float largestDiameter) {
+int KeyWidth(float largestDiameter) {
     const int width = std::isfinite(largestDiameter) ? 8 + static_cast<int>(std::log10(largestDiameter)) : 0;
-    return CStringTools::Printf("%s%%0%ule", "", static_cast<unsigned>(std::max(width, 0)));
+    return std::max(width, 0);
 }
 
-std::string KeyText(const std::string& format, float diameter) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    return CStringTools::Printf(format.c_str(), static_cast<double>(diameter));
-#pragma GCC diagnostic pop
+std::string KeyText(int width, float diameter) {
+    return CStringTools::Printf("%0*e", width, static_cast<double>(diameter));
 }
 
 struct StNumericOrder {
@@ -53,10 +50,10 @@ struct StNumericOrder {
 
 /// Diameters with equal text share an entry.
 std::unique_ptr<CValueMap> DataOf(const Histogram& histogram) {
-    const std::string format = KeyFormat(histogram.rbegin()->first);
+    const int width = KeyWidth(histogram.rbegin()->first);
     std::map<std::string, std::uint64_t, StNumericOrder> counts;
     for (const auto& [diameter, count] : histogram)
-        counts[KeyText(format, diameter)] += count;
+        counts[KeyText(width, diameter)] += count;
     auto data = std::make_unique<CValueMap>();
     for (const auto& [text, count] : counts) {
         const std::string key = text.substr(0, text.find_first_of(" \t\n\v\f\r"));

@@ -30,7 +30,7 @@ void CTopologicalSkeletonPlugin::GetData(CValueMap& tree) {
         return;
     auto result = std::make_unique<CImage>(IMAGE_BINARY_FG, image->Size(), CSize(0, 0, 0));
     CSkeletonCouprierZour algorithm(nullptr, nullptr);
-    auto& progress = static_cast<CProgressProxy&>(algorithm.Progress());
+    auto& progress = algorithm.ProgressProxy();
     algorithm.RunSkeletonCouprierZour(*image, *result, m_parameters.neighborhood.Std(),
                                       m_parameters.minRadius, m_parameters.minAngle, progress, false);
     contract::Inherit(*result, *image, m_parameters.HistoryLine("skeleton(topol,%1,r=%2,a=%3)"));

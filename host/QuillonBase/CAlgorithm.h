@@ -21,6 +21,8 @@ public:
     /// The algorithm's progress sink. Initially this is the host's sink of the thread that created the
     /// algorithm.
     [[nodiscard]] IProgress& Progress() const { return m_progress; }
+    /// The same sink, for passing on to the stages of an algorithm.
+    [[nodiscard]] CProgressProxy& ProgressProxy() const { return m_progress; }
     /// Makes the algorithm report to another sink.
     void SetProgress(const CProgressProxy& progress) { m_progress = progress; }
 

@@ -86,9 +86,7 @@ void ForEachFeature(const CValueMap& entry, const std::string& kind, const Visit
     });
 }
 
-[[noreturn]] void Raise(const char* text, const std::string& argument) {
-    throw CException(c_convert, CString(text, CString::ENC_UTF8).Arg(argument), nullptr);
-}
+[[noreturn]] void Raise(const CString& text) { throw CException(c_convert, text, nullptr); }
 
 /// The features that become the rows.
 std::vector<std::string> RowsOf(const StIndexedEntries& indexed, const std::string& feature,
@@ -97,10 +95,11 @@ std::vector<std::string> RowsOf(const StIndexedEntries& indexed, const std::stri
     for (const auto& [index, entry] : indexed.entries)
         ForEachFeature(*entry, kind, [&known](const std::string& path, double) { known.insert(path); });
     if (known.empty())
-        Raise("'%1' has no features that are numbers.", feature);
+        Raise(CString("'%1' has no features that are numbers.", CString::ENC_UTF8).Arg(feature));
     for (const std::string& name : names) {
-        if (!known.contains(name))
-            Raise(("'%1' has no feature '" + name + "'.").c_str(), feature);
+        if (!known.contains(name)) {
+            Raise(CString("'%1' has no feature '%2'.", CString::ENC_UTF8).Arg(feature).Arg(name));
+        }
     }
     return names.empty() ? std::vector(known.begin(), known.end()) : names;
 }
@@ -109,7 +108,7 @@ CSize SizeOf(Index greatestIndex, std::size_t rows, const std::string& feature) 
     constexpr Index mostPixels = Index{1} << 31;
     const auto rowCount = static_cast<Index>(rows);
     if (greatestIndex >= mostPixels / rowCount)
-        Raise("The features of '%1' do not fit into an image.", feature);
+        Raise(CString("The features of '%1' do not fit into an image.", CString::ENC_UTF8).Arg(feature));
     return {greatestIndex + 1, rowCount};
 }
 

@@ -19,13 +19,13 @@ std::unique_ptr<ORVEN::CImage> ComputeFromSquaredDistances(const ORVEN::CImage& 
     const CSize none(0, 0, 0);
     CImage squaredDistance(IMAGE_GREY_32, object.Size(), none);
     CSkeletonCouprierZour skeleton(nullptr, nullptr);
-    auto& progress = static_cast<CProgressProxy&>(skeleton.Progress());
+    auto& progress = skeleton.ProgressProxy();
     skeleton.SquaredEdt(object, squaredDistance, progress);
 
     auto result = std::make_unique<CImage>(resultType, object.Size(), none);
     Algorithm algorithm(nullptr, nullptr);
     // From here on the progress proxy of the first algorithm reports for the second one.
-    progress = static_cast<const CProgressProxy&>(algorithm.Progress());
+    progress = algorithm.ProgressProxy();
     run(algorithm, progress, squaredDistance, *result);
     return result;
 }

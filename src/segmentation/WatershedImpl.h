@@ -342,7 +342,7 @@ private:
         // The numbers are equal if the bits set in any of them are the bits set in all of them.
         FourLabels any{};
         FourLabels all = ~any;
-#pragma GCC unroll 9
+#pragma GCC unroll 9 // one load a row of neighbours, without the loop around it
         for (std::size_t row = 0; row < States::slotCount / 3; ++row) {
             FourLabels labels;
             std::memcpy(&labels, centre + m_steps[3 * row], sizeof labels);

@@ -121,7 +121,7 @@ public:
     [[nodiscard]] Neighbors Around(StPixelPosition pixel) const {
         const char8_t* const row = LeftOf(pixel);
         Neighbors neighbors = 0;
-#pragma GCC unroll 9
+#pragma GCC unroll 9 // one load a row of neighbours, without the loop around it
         for (std::size_t i = 0; i < rowCount; ++i)
             neighbors |= Neighbors{Load(row + m_rowSteps[i]) >> LeftShift(pixel) & rows[i].mask} << (6 * i);
         return neighbors;
