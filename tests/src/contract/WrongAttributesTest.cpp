@@ -1,23 +1,15 @@
 // Image attributes come from files, and a file can hold anything under a name that a plug-in reads.
 
 #include "src/contract/PluginTable.h"
+#include "src/contract/SpoiledValues.h"
 #include "support/QtTest.h"
 
 #include <sorblib2core/CException.h>
-#include <sorblib2core/CString.h>
-#include <sorblib2core/CValueBool.h>
-#include <sorblib2core/CValueDouble.h>
-#include <sorblib2core/CValueLong.h>
-#include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdint>
 #include <functional>
-#include <limits>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -25,32 +17,10 @@
 namespace {
 
 using namespace ORVEN;
+using test::c_extremes;
+using test::c_kinds;
 using test::StPluginRow;
-
-struct StSpoiledValue {
-    const char* name;
-    CValue* (*create)();
-};
-
-/// One value of each kind. Of the kind that the plug-in expects it is one that says nothing.
-constexpr std::array<StSpoiledValue, 7> c_kinds{{
-    {"bool", []() -> CValue* { return new CValueBool(true); }},
-    {"long", []() -> CValue* { return new CValueLong(7); }},
-    {"double", []() -> CValue* { return new CValueDouble(7.5); }},
-    {"string", []() -> CValue* { return new CValueString("text", CString::NPOS); }},
-    {"pointer", []() -> CValue* { return new CValuePointer<CImage>(nullptr, 1); }},
-    {"map", []() -> CValue* { return new CValueMap; }},
-    {"vector", []() -> CValue* { return new CValueVector; }},
-}};
-
-/// Numbers that no measurement gives.
-constexpr std::array<StSpoiledValue, 5> c_extremes{{
-    {"least", []() -> CValue* { return new CValueLong(std::numeric_limits<std::int32_t>::min()); }},
-    {"greatest", []() -> CValue* { return new CValueLong(std::numeric_limits<std::int32_t>::max()); }},
-    {"below all", []() -> CValue* { return new CValueDouble(-1e300); }},
-    {"infinity", []() -> CValue* { return new CValueDouble(std::numeric_limits<double>::infinity()); }},
-    {"NaN", []() -> CValue* { return new CValueDouble(std::numeric_limits<double>::quiet_NaN()); }},
-}};
+using test::StSpoiledValue;
 
 /// The paths of all entries below a value, containers included.
 void CollectPaths(const CValue& value, const std::string& path, std::vector<std::string>& paths) {
