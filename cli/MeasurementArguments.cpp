@@ -40,9 +40,10 @@ std::string MeasurementName(const std::string& file, const StMeasurementRequest&
     if (!request.measurement.empty())
         return request.measurement;
     if (names.empty())
-        throw CCommandError(STATUS_USAGE, "'" + file +
-                                              "' holds no measurement: 'quillon list' shows the plug-ins that "
-                                              "measure");
+        throw CCommandError(STATUS_USAGE,
+                            "'" + file +
+                                "' holds no measurement: 'quillon list' shows the plug-ins that "
+                                "measure");
     if (names.size() > 1)
         throw CCommandError(STATUS_USAGE, "'" + file + "' holds several measurements: " + ListedNames(names) +
                                               "; name one: quillon " + request.command + " " + file + " " +
@@ -67,10 +68,10 @@ StTable ReadTable(const std::string& file, const StMeasurementRequest& request,
     const std::string name = MeasurementName(file, request, names);
     const auto measurement = FindMeasurement(*image, name, descriptions);
     if (!measurement)
-        throw CCommandError(STATUS_USAGE, "'" + file + "' has no measurement '" + name + "'" +
-                                              (names.empty()
-                                                   ? ": 'quillon list' shows the plug-ins that measure"
-                                                   : "; it has " + ListedNames(names)));
+        throw CCommandError(STATUS_USAGE,
+                            "'" + file + "' has no measurement '" + name + "'" +
+                                (names.empty() ? ": 'quillon list' shows the plug-ins that measure"
+                                               : "; it has " + ListedNames(names)));
     if (const auto parts = PartsOf(*measurement, names); !parts.empty())
         throw CCommandError(STATUS_USAGE, "'" + name + "' of '" + file + "' consists of " +
                                               ListedNames(parts) + "; name one: quillon " + request.command +
@@ -97,9 +98,8 @@ void TakeMeasurement(StMeasurementRequest& request) {
 
 std::string LowerExtension(const std::string& path) {
     std::string extension = std::filesystem::path(path).extension().string();
-    std::ranges::transform(extension, extension.begin(), [](unsigned char letter) {
-        return static_cast<char>(std::tolower(letter));
-    });
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
     return extension;
 }
 

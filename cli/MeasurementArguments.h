@@ -11,16 +11,16 @@ namespace cli {
 struct StMeasurementRequest {
     std::string command; ///< "table" or "plot", for the next step in an error message
     std::vector<std::string> files;
-    std::string measurement; ///< empty if none was named
+    std::string measurement;        ///< empty if none was named
     std::vector<std::string> packs; ///< given by --pack
 };
 
-/// Reads the measurement of each file as a table; without a name, the only one in it. Raises `CCommandError`, with
-/// a list of what is in the file, if there is no such measurement or more than one.
+/// Reads the measurement of each file as a table; without a name, the only one in it. Raises `CCommandError`,
+/// with a list of what is in the file, if there is no such measurement or more than one.
 std::vector<engine::StTable> ReadTables(const StMeasurementRequest& request);
 
-/// Takes the name of a measurement off the end of the files: the last of several words is one unless it is the
-/// name of a file.
+/// Takes the name of a measurement off the end of the files: the last of several words is one unless it is
+/// the name of a file.
 void TakeMeasurement(StMeasurementRequest& request);
 
 /// The extension of a file name in lower case, as in ".csv"; empty if there is none.

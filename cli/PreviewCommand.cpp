@@ -1,9 +1,7 @@
 #include "cli/Commands.h"
-#include "engine/files/CAtomicFile.h"
-#include "engine/files/FileErrors.h"
+#include "cli/WritePicture.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/OutputChecks.h"
-#include "engine/files/formats/PngFile.h"
 #include "engine/pictures/StPicture.h"
 
 #include <memory>
@@ -34,16 +32,6 @@ void RequireExistingPlane(const StPreviewOptions& options, const ORVEN::CImage& 
         throw CCommandError(STATUS_USAGE, "--slice " + std::to_string(*options.slice) + ": '" + options.file +
                                               "' has the planes 0 to " + std::to_string(count - 1) +
                                               " on axis " + options.axis);
-}
-
-void WritePicture(const StPicture& picture, const std::string& path) {
-    StImageHeader header;
-    header.format = FORMAT_PNG;
-    header.size = ORVEN::CSize(picture.width, picture.height);
-    header.samplesPerPixel = 3;
-    CAtomicFile file(path);
-    Writing(path, [&] { WritePng(file.Path(), header, picture.rgb.data()); });
-    file.Commit();
 }
 
 void Preview(const StPreviewOptions& options) {

@@ -9,10 +9,9 @@ namespace engine {
 namespace {
 
 EnMeasurementKind KindOfMeasurement(const std::string& word, const CMemberReader& reader) {
-    constexpr std::array kinds = {std::pair("distribution", MEASUREMENT_DISTRIBUTION),
-                                  std::pair("curve", MEASUREMENT_CURVE),
-                                  std::pair("objects", MEASUREMENT_OBJECTS),
-                                  std::pair("single", MEASUREMENT_SINGLE)};
+    constexpr std::array kinds = {
+        std::pair("distribution", MEASUREMENT_DISTRIBUTION), std::pair("curve", MEASUREMENT_CURVE),
+        std::pair("objects", MEASUREMENT_OBJECTS), std::pair("single", MEASUREMENT_SINGLE)};
     for (const auto& [name, kind] : kinds) {
         if (word == name)
             return kind;

@@ -12,8 +12,8 @@ namespace engine {
 struct StCatalogueColumn {
     std::string key; ///< its path in the entry of the row
     std::string title;
-    /// The unit: "length", "length^3", "length^-1" for a power of the unit of the spacing, any other text as it
-    /// is; empty if there is none.
+    /// The unit: "length", "length^3", "length^-1" for a power of the unit of the spacing, any other text as
+    /// it is; empty if there is none.
     std::string unit;
     bool hasStatistics = true; ///< mean and quantiles over the rows mean something
 };
@@ -30,9 +30,9 @@ struct StCatalogueMeasurement {
     std::string key; ///< its path below "features"
     std::string title;
     EnMeasurementKind kind = MEASUREMENT_CURVE;
-    std::string rows;         ///< the path from there to the map of rows; empty if its entries are the rows
-    StCatalogueColumn row;    ///< title and unit of what identifies a row, such as a diameter
-    std::string counted; ///< what a distribution counts, or what the objects are: "pixels"
+    std::string rows;      ///< the path from there to the map of rows; empty if its entries are the rows
+    StCatalogueColumn row; ///< title and unit of what identifies a row, such as a diameter
+    std::string counted;   ///< what a distribution counts, or what the objects are: "pixels"
     /// Flags among the entries of the measurement, each with what a distribution counts if it is set.
     std::vector<std::pair<std::string, std::string>> countedIf;
     std::vector<StCatalogueColumn> columns; ///< in the order of a table

@@ -13,8 +13,8 @@ namespace engine {
 
 /// A measurement found in the attributes of an image. Valid as long as the image and the descriptions.
 struct StMeasurement {
-    std::string name;                                  ///< as `FindMeasurement` takes it
-    const ORVEN::CValueMap* values = nullptr;          ///< what the plug-in stored
+    std::string name;                                    ///< as `FindMeasurement` takes it
+    const ORVEN::CValueMap* values = nullptr;            ///< what the plug-in stored
     const StCatalogueMeasurement* description = nullptr; ///< null if no catalogue describes it
 };
 

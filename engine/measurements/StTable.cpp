@@ -118,7 +118,8 @@ std::vector<StTableColumn> ColumnsOf(const StCatalogueMeasurement* description, 
     std::ranges::sort(others, NaturallyLess);
     for (const std::string& path : others) {
         const StKeyWithUnit key = SplitUnit(path);
-        std::string title = key.name.empty() ? (table.counted.empty() ? table.title : table.counted) : key.name;
+        std::string title =
+            key.name.empty() ? (table.counted.empty() ? table.title : table.counted) : key.name;
         std::ranges::replace(title, '/', ' ');
         columns.push_back({path, title, UnitOfText(key.unit, table.lengthUnit), true});
     }
@@ -150,8 +151,8 @@ bool IsSet(const CValueMap& values, const std::string& flag) {
 void AddFacts(StTable& table, const CValueMap& map) {
     for (auto entry = map.begin(); entry != map.end(); ++entry) {
         const auto type = entry.Value()->GenericType();
-        const bool isPlain = type == CValue::VAL_BOOL || type == CValue::VAL_STRING ||
-                             NumberOf(entry.Value());
+        const bool isPlain =
+            type == CValue::VAL_BOOL || type == CValue::VAL_STRING || NumberOf(entry.Value());
         if (isPlain)
             table.facts.push_back({entry.Key().ToString(), ToJson(*entry.Value())});
     }
@@ -166,9 +167,8 @@ void AddFraction(StTable& table, const StMeasurement& measurement, const ORVEN::
                                                                            : !description.pixels.empty();
     if (!countsPixels)
         return;
-    const bool isLimited = std::ranges::any_of(description.limitedBy, [&](const std::string& entry) {
-        return measurement.values->HasEntry(entry);
-    });
+    const bool isLimited = std::ranges::any_of(
+        description.limitedBy, [&](const std::string& entry) { return measurement.values->HasEntry(entry); });
     const auto column = std::ranges::find(table.columns, description.pixels, &StTableColumn::key);
     if (isLimited || column == table.columns.end())
         return;
@@ -177,7 +177,8 @@ void AddFraction(StTable& table, const StMeasurement& measurement, const ORVEN::
     for (const StTableRow& row : table.rows)
         pixels += std::isnan(row.values[place]) ? 0.0 : row.values[place];
     const auto all = static_cast<double>(image.Size().PixelCount());
-    table.facts.push_back({image.Size().Dim() == 2 ? "area fraction" : "volume fraction", CJson(pixels / all)});
+    table.facts.push_back(
+        {image.Size().Dim() == 2 ? "area fraction" : "volume fraction", CJson(pixels / all)});
 }
 
 void Describe(StTable& table, const StMeasurement& measurement) {

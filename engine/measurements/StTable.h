@@ -55,9 +55,9 @@ struct StTable {
 /// The table of a measurement of this image. Titles and units come from the description, if there is one, and
 /// from the keys otherwise. Raises `CCallerError` if there are no numbers in the measurement.
 ///
-/// For counted pixels, the facts contain their fraction of the image, unless an entry of the measurement limits
-/// what was counted. Time and memory are linear in the number of values, times the logarithm of the number of
-/// rows.
+/// For counted pixels, the facts contain their fraction of the image, unless an entry of the measurement
+/// limits what was counted. Time and memory are linear in the number of values, times the logarithm of the
+/// number of rows.
 StTable TableOf(const StMeasurement& measurement, const ORVEN::CImage& image);
 
 /// The statistics that mean something for this kind of measurement.

@@ -22,12 +22,12 @@ struct StUnit {
 /// spacing, and "px" if its pixels are 1 apart.
 std::string LengthUnitOf(const ORVEN::CImage& image);
 
-/// The unit that a catalogue states: "length" and "length^N" are powers of `lengthUnit`, other texts stand for
-/// themselves.
+/// The unit that a catalogue states: "length" and "length^N" are powers of `lengthUnit`, other texts stand
+/// for themselves.
 StUnit UnitOfText(std::string_view text, const std::string& lengthUnit);
 
-/// A key with a unit at its end, as in "K_V [m^-3]", taken apart. The metre stands for the unit of the spacing,
-/// whichever that is.
+/// A key with a unit at its end, as in "K_V [m^-3]", taken apart. The metre stands for the unit of the
+/// spacing, whichever that is.
 struct StKeyWithUnit {
     std::string name; ///< "K_V"
     std::string unit; ///< "length^-3"; empty if the key has none

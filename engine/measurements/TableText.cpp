@@ -136,9 +136,9 @@ CJson StatisticsJson(const StColumnStatistics& column) {
 std::string NumberText(double number) {
     std::array<char, 32> text{};
     const bool isWhole = number == std::trunc(number) && std::abs(number) < c_greatestWholeNumber;
-    const auto end = isWhole ? std::to_chars(text.data(), text.data() + text.size(),
-                                             static_cast<std::int64_t>(number))
-                             : std::to_chars(text.data(), text.data() + text.size(), number);
+    const auto end =
+        isWhole ? std::to_chars(text.data(), text.data() + text.size(), static_cast<std::int64_t>(number))
+                : std::to_chars(text.data(), text.data() + text.size(), number);
     return {text.data(), end.ptr};
 }
 
@@ -152,8 +152,7 @@ std::string TableAsCsv(const StTable& table, const std::string& file) {
         text += Comment(StatisticsText(column));
     std::string line;
     for (const StOutputColumn& column : OutputColumns(table))
-        line.append(line.empty() ? "" : ",")
-            .append(Field(TitleWithUnit(column.title, column.unit.Plain())));
+        line.append(line.empty() ? "" : ",").append(Field(TitleWithUnit(column.title, column.unit.Plain())));
     text.append(line).append("\n");
     for (const std::vector<CJson>& row : OutputRows(table)) {
         for (std::size_t i = 0; i < row.size(); ++i)
@@ -172,8 +171,8 @@ std::string TableAsJson(const StTable& table, const std::string& file) {
         statistics.Append(StatisticsJson(column));
     CJson columns = CJson::Array();
     for (const StOutputColumn& column : OutputColumns(table))
-        columns.Append(CJson::Object(
-            {{"title", column.title}, {"key", column.key}, {"unit", column.unit.Plain()}}));
+        columns.Append(
+            CJson::Object({{"title", column.title}, {"key", column.key}, {"unit", column.unit.Plain()}}));
     CJson rows = CJson::Array();
     for (std::vector<CJson>& row : OutputRows(table))
         rows.Append(CJson::Array(std::move(row)));

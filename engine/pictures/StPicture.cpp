@@ -1,5 +1,7 @@
 #include "engine/pictures/StPicture.h"
 
+#include "engine/pictures/Colours.h"
+
 #include <sorblib2image/CQuillonHeaderTools.h>
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
@@ -8,7 +10,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <numbers>
 
 using ORVEN::CImage;
 using ORVEN::CQuillonHeaderTools;
@@ -19,8 +20,6 @@ namespace {
 
 constexpr std::int64_t c_wantedShortSide = 256;
 constexpr std::int64_t c_maxLongSide = 8192;
-
-using Colour = std::array<unsigned char, 3>;
 
 struct StPictureAxes {
     std::size_t right;
@@ -130,41 +129,12 @@ Colour GreyOf(double value, const StWindow& window) {
     return {grey, grey, grey};
 }
 
-/// Red, green and blue from hue (0 to 1 for the full circle), saturation and value (A. R. Smith, Color gamut
-/// transform pairs, 1978).
-Colour ColourOfHue(double hue, double saturation, double value) {
-    const auto channel = [&](double offset) {
-        const double position = std::fmod(offset + hue * 6, 6.0);
-        const double share = std::clamp(std::min(position, 4 - position), 0.0, 1.0);
-        return static_cast<unsigned char>(std::lround(255 * value * (1 - saturation * share)));
-    };
-    return {channel(5), channel(3), channel(1)};
-}
-
-/// Steps of the golden ratio around the hue circle give each label a hue far from those of the labels before
-/// it. Labels with similar hues (8, 13 or 21 apart) differ in saturation or value.
-Colour ColourOfLabel(std::uint64_t label) {
-    constexpr std::uint32_t goldenRatio = 2654435769u; // of 2^32
-    constexpr std::array saturations = {0.8, 0.5, 0.65};
-    constexpr std::array values = {1.0, 0.8, 0.9, 0.7};
-    if (label == 0)
-        return {0, 0, 0};
-    const double hue = static_cast<double>(static_cast<std::uint32_t>(label) * goldenRatio) / 4294967296.0;
-    return ColourOfHue(hue, saturations[label % saturations.size()], values[label % values.size()]);
-}
-
 template <class Pixel>
 std::uint64_t LabelOf(Pixel pixel) {
     if constexpr (std::is_floating_point_v<Pixel>)
         return pixel >= 1 && pixel < 1e18f ? static_cast<std::uint64_t>(pixel) : 0;
     else
         return pixel;
-}
-
-Colour ColourOfAngle(double angle) {
-    if (!(angle >= 0.0) || !std::isfinite(angle))
-        return {0, 0, 0};
-    return ColourOfHue(std::fmod(angle / std::numbers::pi, 1.0), 0.8, 1.0);
 }
 
 template <class Pixel>
