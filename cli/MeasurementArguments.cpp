@@ -24,16 +24,6 @@ bool IsFileName(const std::string& word) {
     return std::filesystem::exists(word, ignored) || TargetOfName(word).has_value();
 }
 
-std::vector<StCatalogueMeasurement> DescriptionsIn(const std::vector<std::string>& packPaths) {
-    std::vector<StCatalogueMeasurement> descriptions;
-    CPackSet packs(PackPaths(packPaths));
-    for (CPack& pack : packs.Packs()) {
-        for (const StCatalogueEntry& entry : pack.Catalogue().Entries())
-            descriptions.insert(descriptions.end(), entry.measurements.begin(), entry.measurements.end());
-    }
-    return descriptions;
-}
-
 /// The name asked for, or that of the only measurement.
 std::string MeasurementName(const std::string& file, const StMeasurementRequest& request,
                             const std::vector<std::string>& names) {
@@ -80,6 +70,16 @@ StTable ReadTable(const std::string& file, const StMeasurementRequest& request,
 }
 
 } // namespace
+
+std::vector<StCatalogueMeasurement> DescriptionsIn(const std::vector<std::string>& packPaths) {
+    std::vector<StCatalogueMeasurement> descriptions;
+    CPackSet packs(PackPaths(packPaths));
+    for (CPack& pack : packs.Packs()) {
+        for (const StCatalogueEntry& entry : pack.Catalogue().Entries())
+            descriptions.insert(descriptions.end(), entry.measurements.begin(), entry.measurements.end());
+    }
+    return descriptions;
+}
 
 std::vector<StTable> ReadTables(const StMeasurementRequest& request) {
     const std::vector<StCatalogueMeasurement> descriptions = DescriptionsIn(request.packs);

@@ -15,6 +15,9 @@ struct StMeasurementRequest {
     std::vector<std::string> packs; ///< given by --pack
 };
 
+/// The measurements that the catalogues of the packs describe.
+std::vector<engine::StCatalogueMeasurement> DescriptionsIn(const std::vector<std::string>& packPaths);
+
 /// Reads the measurement of each file as a table; without a name, the only one in it. Raises `CCommandError`,
 /// with a list of what is in the file, if there is no such measurement or more than one.
 std::vector<engine::StTable> ReadTables(const StMeasurementRequest& request);

@@ -179,7 +179,9 @@ double CCanvas::WidthOf(const std::string& text, const StTextStyle& style) {
 
 void CCanvas::Text(const StPoint& at, const std::string& text, const StTextStyle& style) {
     const double width = WidthOf(text, style);
-    const double shift = style.anchor == ANCHOR_START ? 0.0 : style.anchor == ANCHOR_END ? width : width / 2.0;
+    const double shift = style.anchor == ANCHOR_START ? 0.0
+                         : style.anchor == ANCHOR_END ? width
+                                                      : width / 2.0;
     cairo_save(m_context);
     cairo_translate(m_context, at.x, at.y);
     if (style.isUpright)
@@ -212,19 +214,22 @@ void CCanvas::Picture(const StPicture& picture, const StPoint& corner) {
 std::string DrawSvg(const StPaperSize& size, const std::string& title, const std::string& description,
                     const Drawing& draw) {
     std::string text;
-    const Surface surface = Checked(cairo_svg_surface_create_for_stream(AppendBytes, &text, size.width, size.height));
+    const Surface surface =
+        Checked(cairo_svg_surface_create_for_stream(AppendBytes, &text, size.width, size.height));
     Draw(surface.get(), 1.0, draw);
     cairo_surface_finish(surface.get());
     RequireSuccess(cairo_surface_status(surface.get()));
     const std::size_t end = text.find('>', text.find("<svg"));
     if (end != std::string::npos)
-        text.insert(end + 1, "\n<title>" + Escaped(title) + "</title>\n<desc>" + Escaped(description) + "</desc>");
+        text.insert(end + 1,
+                    "\n<title>" + Escaped(title) + "</title>\n<desc>" + Escaped(description) + "</desc>");
     return text;
 }
 
 std::string DrawPdf(const StPaperSize& size, const std::string& title, const Drawing& draw) {
     std::string bytes;
-    const Surface surface = Checked(cairo_pdf_surface_create_for_stream(AppendBytes, &bytes, size.width, size.height));
+    const Surface surface =
+        Checked(cairo_pdf_surface_create_for_stream(AppendBytes, &bytes, size.width, size.height));
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_TITLE, title.c_str());
     cairo_pdf_surface_set_metadata(surface.get(), CAIRO_PDF_METADATA_CREATE_DATE, "");
     Draw(surface.get(), 1.0, draw);

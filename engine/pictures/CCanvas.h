@@ -35,8 +35,9 @@ struct StLineStyle {
     int dashes = 0; ///< 0 is a solid line; other numbers are patterns
 };
 
-/// What lines, areas and texts are drawn on: x runs right and y down, in points for SVG and PDF, in pixels for a
-/// picture. Texts become outlines in SVG, so that they look the same everywhere, and embedded fonts in PDF.
+/// What lines, areas and texts are drawn on: x runs right and y down, in points for SVG and PDF, in pixels
+/// for a picture. Texts become outlines in SVG, so that they look the same everywhere, and embedded fonts in
+/// PDF.
 class CCanvas {
 public:
     explicit CCanvas(cairo_t* context)
@@ -70,8 +71,8 @@ struct StPaperSize {
     double height;
 };
 
-// Each calls `draw` with a white canvas. The same drawing gives the same bytes; dates are not written. They raise
-// `CEngineError` if the drawing library fails, which it does for lack of memory.
+// Each calls `draw` with a white canvas. The same drawing gives the same bytes; dates are not written. They
+// raise `CEngineError` if the drawing library fails, which it does for lack of memory.
 
 /// The text of an SVG file. `title` and `description` are for readers who do not see it, and for searching.
 std::string DrawSvg(const StPaperSize& size, const std::string& title, const std::string& description,

@@ -59,7 +59,8 @@ std::size_t ColumnOf(const StTable& table, const std::string& feature) {
                SplitUnit(candidate.key).name == feature;
     });
     if (column == table.columns.end())
-        throw CCallerError("'" + table.name + "' has no feature '" + feature + "'; it has " + FeaturesOf(table));
+        throw CCallerError("'" + table.name + "' has no feature '" + feature + "'; it has " +
+                           FeaturesOf(table));
     return static_cast<std::size_t>(column - table.columns.begin());
 }
 
@@ -67,8 +68,9 @@ void RequireSameUnits(const std::vector<StLabelledTable>& tables) {
     const StLabelledTable& first = tables.front();
     for (const StLabelledTable& other : tables) {
         if (other.table.lengthUnit != first.table.lengthUnit)
-            throw CCallerError("'" + first.label + "' and '" + other.label + "' differ in the unit of length: " +
-                               first.table.lengthUnit + " and " + other.table.lengthUnit);
+            throw CCallerError("'" + first.label + "' and '" + other.label +
+                               "' differ in the unit of length: " + first.table.lengthUnit + " and " +
+                               other.table.lengthUnit);
     }
 }
 
@@ -128,7 +130,8 @@ std::vector<StPoint> Bins(const std::vector<StWeighted>& values, double width, d
     std::vector<StPoint> points;
     for (std::int64_t bin = bins.begin()->first; bin <= bins.rbegin()->first; ++bin) {
         const auto height = bins.find(bin);
-        points.push_back({static_cast<double>(bin) * width, height != bins.end() ? height->second / whole : 0.0});
+        points.push_back(
+            {static_cast<double>(bin) * width, height != bins.end() ? height->second / whole : 0.0});
     }
     return points;
 }
@@ -154,7 +157,8 @@ double TotalOf(const std::vector<StWeighted>& values) {
     return total;
 }
 
-void FillHistogram(StChart& chart, const std::vector<StLabelledTable>& tables, const StChartOptions& options) {
+void FillHistogram(StChart& chart, const std::vector<StLabelledTable>& tables,
+                   const StChartOptions& options) {
     const StTable& first = tables.front().table;
     const bool isOfObjects = first.kind == MEASUREMENT_OBJECTS;
     const std::size_t column = ColumnOf(first, options.feature);

@@ -21,10 +21,10 @@ struct StLabelledTable {
     std::string label;
 };
 
-/// The chart of the same measurement in one or more files. A distribution, and a feature of objects, is shown as a
-/// histogram or cumulative curve, any other measurement as a curve over the rows. Without a width, a histogram has
-/// bins of a round width that follows from the data. Raises `CCallerError` if the options do not fit the
-/// measurement or the files do not fit together.
+/// The chart of the same measurement in one or more files. A distribution, and a feature of objects, is shown
+/// as a histogram or cumulative curve, any other measurement as a curve over the rows. Without a width, a
+/// histogram has bins of a round width that follows from the data. Raises `CCallerError` if the options do
+/// not fit the measurement or the files do not fit together.
 ///
 /// Source of the width: D. Freedman, P. Diaconis, On the histogram as a density estimator: L2 theory, 1981.
 StChart ChartOf(const std::vector<StLabelledTable>& tables, const StChartOptions& options);

@@ -16,8 +16,8 @@ Colour ColourOfHue(double hue, double saturation, double value) {
 }
 
 Colour ColourOfLabel(std::uint64_t label) {
-    // Steps of the golden ratio around the hue circle give each label a hue far from those of the labels before
-    // it. Labels with similar hues (8, 13 or 21 apart) differ in saturation or value.
+    // Steps of the golden ratio around the hue circle give each label a hue far from those of the labels
+    // before it. Labels with similar hues (8, 13 or 21 apart) differ in saturation or value.
     constexpr std::uint32_t goldenRatio = 2654435769u; // of 2^32
     constexpr double fullCircle = 4294967296.0;
     constexpr std::array saturations = {0.8, 0.5, 0.65};

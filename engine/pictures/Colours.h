@@ -18,12 +18,12 @@ Colour ColourOfHue(double hue, double saturation, double value);
 /// The colour of a label: black for 0, and colours that differ clearly for neighbouring numbers.
 Colour ColourOfLabel(std::uint64_t label);
 
-/// The hue of an angle in radians. It runs through the full circle from 0 to pi, because directions repeat after
-/// pi. Black for negative and infinite angles and NaN.
+/// The hue of an angle in radians. It runs through the full circle from 0 to pi, because directions repeat
+/// after pi. Black for negative and infinite angles and NaN.
 Colour ColourOfAngle(double angle);
 
-/// The colour of a depth, 0 in front and 1 at the back: red to blue through yellow and green. `brightness` is 0
-/// to 1.
+/// The colour of a depth, 0 in front and 1 at the back: red to blue through yellow and green. `brightness` is
+/// 0 to 1.
 Colour ColourOfDepth(double depth, double brightness);
 
 /// Colours of the series of a chart, distinct for colour-blind readers, too. Repeats after seven.

@@ -15,8 +15,8 @@ struct StAxis {
     double greatest = 1.0;
     double step = 1.0;
 
-    /// The axis that covers the range with `mostTicks` ticks at most. Equal ends are moved apart. `isTight` ends
-    /// the axis at the ends of the range instead of at ticks.
+    /// The axis that covers the range with `mostTicks` ticks at most. Equal ends are moved apart. `isTight`
+    /// ends the axis at the ends of the range instead of at ticks.
     static StAxis Covering(double least, double greatest, int mostTicks, bool isTight = false);
 
     /// The multiples of the step on the axis.

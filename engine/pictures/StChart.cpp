@@ -98,7 +98,8 @@ private:
     }
 
     double LegendWidth(std::size_t series) {
-        return c_legendLine + c_gap + m_canvas.WidthOf(m_chart.series[series].label, {c_labelSize}) + c_legendGap;
+        return c_legendLine + c_gap + m_canvas.WidthOf(m_chart.series[series].label, {c_labelSize}) +
+               c_legendGap;
     }
 
     void PlaceFrame() {

@@ -28,8 +28,9 @@ struct StChart {
     std::vector<StSeries> series;
 };
 
-/// Draws the chart on the whole of a canvas of that size. Axes have ticks at round numbers; the y axis includes 0,
-/// as heights can be compared only then. Several series differ in colour and dashes and have a legend.
+/// Draws the chart on the whole of a canvas of that size. Axes have ticks at round numbers; the y axis
+/// includes 0, as heights can be compared only then. Several series differ in colour and dashes and have a
+/// legend.
 void DrawChart(CCanvas& canvas, const StChart& chart, const StPaperSize& size);
 
 /// What the chart shows, in words.
