@@ -39,6 +39,22 @@ StCatalogueColumn ParseRow(const CJson& object, const std::string& place) {
     return row;
 }
 
+std::vector<std::pair<std::string, std::string>> ParseFlags(CMemberReader& reader) {
+    std::vector<std::pair<std::string, std::string>> flags;
+    const CJson* object = reader.Find("countedIf");
+    if (object == nullptr)
+        return flags;
+    const auto refuse = [&] { reader.Fail("'countedIf' is of the wrong kind"); };
+    if (!object->IsObject())
+        refuse();
+    for (const auto& [flag, counted] : object->Members()) {
+        if (!counted.IsString())
+            refuse();
+        flags.emplace_back(flag, counted.String());
+    }
+    return flags;
+}
+
 StCatalogueMeasurement ParseMeasurement(const CJson& object, const std::string& place) {
     CMemberReader reader(object, place);
     StCatalogueMeasurement measurement;
@@ -52,13 +68,7 @@ StCatalogueMeasurement ParseMeasurement(const CJson& object, const std::string& 
         measurement.row = ParseRow(reader.Get<CJson>("row"), where + ": row");
     if (measurement.kind == MEASUREMENT_DISTRIBUTION || measurement.kind == MEASUREMENT_OBJECTS)
         measurement.counted = reader.Get<std::string>("counted");
-    if (const CJson* flags = reader.Find("countedIf"); flags != nullptr && flags->IsObject()) {
-        for (const auto& [flag, counted] : flags->Members()) {
-            if (!counted.IsString())
-                reader.Fail("'countedIf' is of the wrong kind");
-            measurement.countedIf.emplace_back(flag, counted.String());
-        }
-    }
+    measurement.countedIf = ParseFlags(reader);
     for (const CJson& column : reader.Get<std::vector<CJson>>("columns", {}))
         measurement.columns.push_back(ParseColumn(column, where + ": columns"));
     measurement.pixels = reader.Get<std::string>("pixels", "");

@@ -93,6 +93,16 @@ std::string Escaped(const std::string& text) {
     return escaped;
 }
 
+/// Takes the number of the surface out of its name: the library counts the drawings of a process.
+void RemoveSurfaceNumber(std::string& svg) {
+    constexpr std::string_view name = "<g id=\"surface";
+    const std::size_t start = svg.find(name);
+    if (start == std::string::npos)
+        return;
+    const std::size_t number = start + name.size();
+    svg.erase(number, svg.find('"', number) - number);
+}
+
 } // namespace
 
 void CCanvas::SetColour(const Colour& colour) {
@@ -219,6 +229,7 @@ std::string DrawSvg(const StPaperSize& size, const std::string& title, const std
     Draw(surface.get(), 1.0, draw);
     cairo_surface_finish(surface.get());
     RequireSuccess(cairo_surface_status(surface.get()));
+    RemoveSurfaceNumber(text);
     const std::size_t end = text.find('>', text.find("<svg"));
     if (end != std::string::npos)
         text.insert(end + 1,

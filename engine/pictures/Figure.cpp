@@ -34,7 +34,7 @@ constexpr double c_plainGap = 4.0;
 /// The scale bar is at least this part of the width of a picture.
 constexpr double c_leastScaleBar = 0.15;
 constexpr int c_mostBarTicks = 6;
-constexpr int c_sectors = 90; // of the disc, one for each 4 degrees
+constexpr int c_sectors = 120; // of the disc, one for each 3 degrees
 constexpr double c_degrees = 180.0;
 
 class CFigure {
