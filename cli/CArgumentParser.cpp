@@ -32,6 +32,16 @@ COption CCommand::AddPositional(const std::string& name, std::string& value, con
     return COption(m_command->add_option(name, value, description)->required()->option_text(" "));
 }
 
+COption CCommand::AddOptionalPositional(const std::string& name, std::string& value,
+                                        const std::string& description) {
+    return COption(m_command->add_option(name, value, description)->option_text(" "));
+}
+
+COption CCommand::AddPositionals(const std::string& name, std::vector<std::string>& values,
+                                 const std::string& description) {
+    return COption(m_command->add_option(name, values, description)->required()->option_text(" "));
+}
+
 COption CCommand::AddOption(const std::string& names, std::string& value, const std::string& description,
                             const std::string& form) {
     return COption(m_command->add_option(names, value, description)->option_text(form));
@@ -48,6 +58,11 @@ COption CCommand::AddOption(const std::string& names, int& value, const std::str
 }
 
 COption CCommand::AddOption(const std::string& names, std::optional<std::int64_t>& value,
+                            const std::string& description, const std::string& form) {
+    return COption(m_command->add_option(names, value, description)->option_text(form));
+}
+
+COption CCommand::AddOption(const std::string& names, std::optional<double>& value,
                             const std::string& description, const std::string& form) {
     return COption(m_command->add_option(names, value, description)->option_text(form));
 }

@@ -42,6 +42,12 @@ public:
 
     /// A required argument without a name of its own on the command line.
     COption AddPositional(const std::string& name, std::string& value, const std::string& description);
+    /// The same for one that can be left out; the value then keeps what it holds.
+    COption AddOptionalPositional(const std::string& name, std::string& value,
+                                  const std::string& description);
+    /// One or more arguments without names of their own.
+    COption AddPositionals(const std::string& name, std::vector<std::string>& values,
+                           const std::string& description);
     /// An option with one value. `names` is "--long" or "-s,--long"; `form` stands for the value in the help.
     COption AddOption(const std::string& names, std::string& value, const std::string& description,
                       const std::string& form);
@@ -51,6 +57,8 @@ public:
                       const std::string& form);
     COption AddOption(const std::string& names, std::optional<std::int64_t>& value,
                       const std::string& description, const std::string& form);
+    COption AddOption(const std::string& names, std::optional<double>& value, const std::string& description,
+                      const std::string& form);
     /// An option that is repeated for several values. Each occurrence takes one value, so that it does not
     /// consume the arguments after it.
     COption AddRepeated(const std::string& names, std::vector<std::string>& values,

@@ -14,5 +14,6 @@ void AddInfoCommand(CArgumentParser& program);
 void AddConvertCommand(CArgumentParser& program);
 void AddPreviewCommand(CArgumentParser& program);
 void AddPlotCommand(CArgumentParser& program);
+void AddTableCommand(CArgumentParser& program);
 
 } // namespace cli

@@ -11,6 +11,8 @@
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <iostream>
 #include <memory>
@@ -27,7 +29,12 @@ namespace {
 struct StInfoOptions {
     std::string file;
     bool isJson = false;
+    bool isComplete = false;
 };
+
+/// A measurement with more rows than this is abbreviated to the first ones.
+constexpr std::size_t c_mostRows = 8;
+constexpr std::size_t c_shownRows = 1;
 
 /// Smallest and largest finite pixel value as a pair; null if there is none.
 template <class Pixel>
@@ -119,17 +126,40 @@ std::string Readable(const CJson& value) {
     return text;
 }
 
-/// Prints the remaining attributes as lines "path  value", with a list of plain values on one line.
-void PrintTree(const CJson& tree, const std::string& path) {
-    const bool isSpecial =
-        tree.IsObject() && tree.Members().size() == 1 && tree.Members().front().first.starts_with('/');
-    if (!tree.IsObject() || tree.Members().empty() || isSpecial) {
-        std::cout << "  " << path << ": " << Readable(tree) << '\n';
-        return;
+/// Prints attributes as lines "path: value", with a list of plain values on one line.
+class CTreePrinter {
+public:
+    explicit CTreePrinter(bool isComplete)
+        : m_isComplete(isComplete) {}
+
+    void Print(const CJson& tree, const std::string& path) const {
+        const bool isSpecial =
+            tree.IsObject() && tree.Members().size() == 1 && tree.Members().front().first.starts_with('/');
+        if (!tree.IsObject() || tree.Members().empty() || isSpecial) {
+            std::cout << "  " << path << ": " << Readable(tree) << '\n';
+            return;
+        }
+        const std::size_t rows = static_cast<std::size_t>(
+            std::ranges::count_if(tree.Members(), [](const auto& member) { return IsRow(member.first); }));
+        const bool isAbbreviated = !m_isComplete && rows > c_mostRows;
+        std::size_t printed = 0;
+        for (const auto& [key, value] : tree.Members()) {
+            if (isAbbreviated && IsRow(key) && ++printed > c_shownRows)
+                continue;
+            Print(value, path.empty() ? Readable(key) : path + "/" + Readable(key));
+        }
+        if (isAbbreviated)
+            std::cout << "  " << path << ": " << rows - c_shownRows << " more entries, shown by --all\n";
     }
-    for (const auto& [key, value] : tree.Members())
-        PrintTree(value, path.empty() ? Readable(key) : path + "/" + Readable(key));
-}
+
+private:
+    /// Rows of a measurement are numbered: "2.5e+00", "object 017", "Subfield z000 y001 x000".
+    static bool IsRow(const std::string& key) {
+        return !key.empty() && std::isdigit(static_cast<unsigned char>(key.back())) != 0;
+    }
+
+    bool m_isComplete;
+};
 
 /// The attributes that `PrintInfo` does not print in lines of their own.
 CJson OtherAttributes(const CJson& attributes) {
@@ -141,7 +171,7 @@ CJson OtherAttributes(const CJson& attributes) {
     return others;
 }
 
-void PrintInfo(const CJson& info) {
+void PrintInfo(const CJson& info, bool isComplete) {
     const auto at = [&info](const char* name) -> const CJson& { return *info.Find(name); };
     PrintLine("file", Readable(at("file")));
     PrintLine("type", at("type").String());
@@ -158,7 +188,7 @@ void PrintInfo(const CJson& info) {
     const CJson rest = OtherAttributes(at("attributes"));
     if (!rest.Members().empty()) {
         PrintLine("attributes", "");
-        PrintTree(rest, "");
+        CTreePrinter(isComplete).Print(rest, "");
     }
 }
 
@@ -168,7 +198,7 @@ void Info(const StInfoOptions& options) {
     if (options.isJson)
         std::cout << info.Text(2) << '\n';
     else
-        PrintInfo(info);
+        PrintInfo(info, options.isComplete);
     std::cout.flush();
 }
 
@@ -180,6 +210,7 @@ void AddInfoCommand(CArgumentParser& program) {
     const auto options = std::make_shared<StInfoOptions>();
     command.AddPositional("FILE", options->file, "The image file");
     command.AddFlag("--json", options->isJson, "As JSON, for programs");
+    command.AddFlag("--all", options->isComplete, "Prints long measurements in full; JSON always has them");
     command.SetFooter("The range is that of the finite pixels.\n\nExample: quillon info volume.nrrd");
     command.OnRun([options] { Info(*options); });
 }

@@ -70,6 +70,7 @@ int main(int argumentCount, char** arguments) {
     AddInfoCommand(program);
     AddConvertCommand(program);
     AddPreviewCommand(program);
+    AddTableCommand(program);
     AddPlotCommand(program);
     const int status = Run(program, argumentCount, arguments);
     const auto lost = FlushStandardOutput();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/catalogue/StCatalogueMeasurement.h"
 #include "engine/catalogue/ValueKind.h"
 #include "engine/files/CJson.h"
 
@@ -51,6 +52,7 @@ struct StCatalogueEntry {
     bool opensDialogs = false;
     EnCancel cancel = CANCEL_NOWHERE;
     int documentsOut = 0; ///< maximum; 0 for a plug-in that only measures, shows or exports
+    std::vector<StCatalogueMeasurement> measurements; ///< what it stores in the image
     CJson source;
 };
 

@@ -1,14 +1,16 @@
 #include "engine/pictures/StPicture.h"
 
+#include "engine/errors/CEngineError.h"
+#include "engine/files/ImageWords.h"
+#include "engine/pictures/Colours.h"
+#include "engine/pictures/StPlane.h"
+
 #include <sorblib2image/CQuillonHeaderTools.h>
 #include <sorblib2image/GreyTypeDispatch.h>
-#include <sorblib2image/ImageView.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
-#include <numbers>
 
 using ORVEN::CImage;
 using ORVEN::CQuillonHeaderTools;
@@ -17,183 +19,109 @@ namespace engine {
 
 namespace {
 
-constexpr std::int64_t c_wantedShortSide = 256;
 constexpr std::int64_t c_maxLongSide = 8192;
+constexpr double c_whiteTone = 255.0;
+constexpr unsigned char c_maskValue = 255;
+constexpr Colour c_maskColour = {230, 30, 20};
+/// From here on, a float cannot be a label.
+constexpr float c_endOfLabels = 1e18F;
 
-using Colour = std::array<unsigned char, 3>;
-
-struct StPictureAxes {
-    std::size_t right;
-    std::size_t down;
-};
-
-/// The axes that run right and down in the picture when viewed along the given axis.
-StPictureAxes AxesAlong(int axis) {
-    constexpr std::array<StPictureAxes, 3> axes = {{{1, 2}, {0, 2}, {0, 1}}};
-    return axes[static_cast<std::size_t>(axis)];
+/// Calls `body` with the type of the pixels.
+template <class Body>
+auto Dispatch(const CImage& image, const Body& body) {
+    if (image.Type().IsBinary())
+        return body(std::type_identity<unsigned char>());
+    return ORVEN::DispatchGreyType("engine::MakePicture", image.Type(), body);
 }
 
-template <class Pixel>
-struct StPlane {
-    std::int64_t width = 0;
-    std::int64_t height = 0;
-    std::vector<Pixel> pixels;
-};
-
-/// Calls `body(pixel of the plane, pixel of the image)` for the planes from `first` to `end` (exclusive) on
-/// the axis, in memory order.
-template <class Pixel, class Body>
-void VisitPlanes(const ORVEN::CImageView<const Pixel>& view, int axis, std::int64_t first, std::int64_t end,
-                 StPlane<Pixel>& plane, const Body& body) {
-    std::array<std::int64_t, 3> from = {0, 0, 0};
-    std::array<std::int64_t, 3> to = {view.nx, view.ny, view.nz};
-    from[static_cast<std::size_t>(axis)] = first;
-    to[static_cast<std::size_t>(axis)] = end;
-    const StPictureAxes axes = AxesAlong(axis);
-    const std::int64_t step = axes.right == 0 ? 1 : 0;
-    for (std::int64_t z = from[2]; z < to[2]; ++z) {
-        for (std::int64_t y = from[1]; y < to[1]; ++y) {
-            const std::array<std::int64_t, 3> position = {0, y, z};
-            const Pixel* const row = view.Row(y, z);
-            Pixel* const target =
-                plane.pixels.data() + position[axes.down] * plane.width + position[axes.right];
-            for (std::int64_t x = from[0]; x < to[0]; ++x)
-                body(target[step * x], row[x]);
-        }
-    }
-}
-
-template <class Pixel>
-StPlane<Pixel> PlaneOf(const CImage& image, const StPictureOptions& options) {
-    const ORVEN::CImageView<const Pixel> view(image);
-    const std::array extents = {view.nx, view.ny, view.nz};
-    const StPictureAxes axes = AxesAlong(options.axis);
-    const std::int64_t count = extents[static_cast<std::size_t>(options.axis)];
-    const std::int64_t first = options.isProjection ? 0 : options.slice.value_or(count / 2);
-    StPlane<Pixel> plane{extents[axes.right], extents[axes.down], {}};
-    plane.pixels.resize(static_cast<std::size_t>(plane.width * plane.height));
-    VisitPlanes(view, options.axis, first, first + 1, plane,
-                [](Pixel& shown, Pixel pixel) { shown = pixel; });
-    if (options.isProjection) {
-        VisitPlanes(view, options.axis, 1, count, plane, [](Pixel& greatest, Pixel pixel) {
-            if (pixel > greatest || greatest != greatest)
-                greatest = pixel; // any value is preferred to NaN
-        });
-    }
-    return plane;
-}
-
-/// The values shown as black and as white.
-struct StWindow {
-    double black = 0;
-    double white = 1;
-};
-
-template <class Pixel>
-StWindow WindowOf(const std::vector<Pixel>& pixels) {
-    // A sample of this size gives the percentiles to within a small fraction of a per cent.
-    constexpr std::size_t maxSampled = 1 << 20;
-    constexpr double cutOff = 0.005;
-    std::vector<double> values;
-    const std::size_t step = pixels.size() / maxSampled + 1;
-    double least = std::numeric_limits<double>::infinity();
-    double greatest = -least;
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        const auto value = static_cast<double>(pixels[i]);
-        if (!std::isfinite(value))
-            continue;
-        least = std::min(least, value);
-        greatest = std::max(greatest, value);
-        if (i % step == 0)
-            values.push_back(value);
-    }
-    const auto quantile = [&](double part) {
-        const auto nth = values.begin() + std::lround(part * static_cast<double>(values.size() - 1));
-        std::nth_element(values.begin(), nth, values.end());
-        return *nth;
-    };
-    if (!values.empty()) {
-        const StWindow window{quantile(cutOff), quantile(1 - cutOff)};
-        if (window.black < window.white)
-            return window;
-    }
-    if (least < greatest)
-        return {least, greatest};
-    // A single value: 0 is black, any other is a medium grey.
-    return least == 0 ? StWindow{0, 1} : StWindow{least - 1, least + 1};
-}
-
-Colour GreyOf(double value, const StWindow& window) {
-    const double tone = (value - window.black) / (window.white - window.black);
-    const auto grey =
-        static_cast<unsigned char>(std::isnan(tone) ? 0 : std::lround(255 * std::clamp(tone, 0.0, 1.0)));
+Colour GreyOf(double tone) {
+    const auto grey = static_cast<unsigned char>(std::lround(c_whiteTone * tone));
     return {grey, grey, grey};
-}
-
-/// Red, green and blue from hue (0 to 1 for the full circle), saturation and value (A. R. Smith, Color gamut
-/// transform pairs, 1978).
-Colour ColourOfHue(double hue, double saturation, double value) {
-    const auto channel = [&](double offset) {
-        const double position = std::fmod(offset + hue * 6, 6.0);
-        const double share = std::clamp(std::min(position, 4 - position), 0.0, 1.0);
-        return static_cast<unsigned char>(std::lround(255 * value * (1 - saturation * share)));
-    };
-    return {channel(5), channel(3), channel(1)};
-}
-
-/// Steps of the golden ratio around the hue circle give each label a hue far from those of the labels before
-/// it. Labels with similar hues (8, 13 or 21 apart) differ in saturation or value.
-Colour ColourOfLabel(std::uint64_t label) {
-    constexpr std::uint32_t goldenRatio = 2654435769u; // of 2^32
-    constexpr std::array saturations = {0.8, 0.5, 0.65};
-    constexpr std::array values = {1.0, 0.8, 0.9, 0.7};
-    if (label == 0)
-        return {0, 0, 0};
-    const double hue = static_cast<double>(static_cast<std::uint32_t>(label) * goldenRatio) / 4294967296.0;
-    return ColourOfHue(hue, saturations[label % saturations.size()], values[label % values.size()]);
 }
 
 template <class Pixel>
 std::uint64_t LabelOf(Pixel pixel) {
     if constexpr (std::is_floating_point_v<Pixel>)
-        return pixel >= 1 && pixel < 1e18f ? static_cast<std::uint64_t>(pixel) : 0;
+        return pixel >= 1 && pixel < c_endOfLabels ? static_cast<std::uint64_t>(pixel) : 0;
     else
         return pixel;
 }
 
-Colour ColourOfAngle(double angle) {
-    if (!(angle >= 0.0) || !std::isfinite(angle))
-        return {0, 0, 0};
-    return ColourOfHue(std::fmod(angle / std::numbers::pi, 1.0), 0.8, 1.0);
+EnPictureMeaning MeaningOf(const CImage& image, EnPictureColours colours) {
+    std::size_t labelCount = 0;
+    switch (colours) {
+    case COLOURS_LABELS:
+        return MEANING_LABELS;
+    case COLOURS_ANGLES:
+        return MEANING_ANGLES;
+    case COLOURS_DEPTH:
+        return MEANING_DEPTH;
+    case COLOURS_AUTOMATIC:
+        break;
+    }
+    if (CQuillonHeaderTools::GetNumberOfLabels(image, labelCount))
+        return MEANING_LABELS;
+    return image.Type().IsBinary() ? MEANING_BINARY : MEANING_GREY;
 }
 
 template <class Pixel>
-std::vector<Colour> ColoursOf(const CImage& image, const std::vector<Pixel>& pixels,
-                              EnPictureColours colours) {
-    std::vector<Colour> result(pixels.size());
-    std::size_t labelCount = 0;
-    if (colours == COLOURS_ANGLES) {
-        std::transform(pixels.begin(), pixels.end(), result.begin(),
-                       [](Pixel pixel) { return ColourOfAngle(static_cast<double>(pixel)); });
-        return result;
+std::vector<Colour> ColoursOf(const StPlane<Pixel>& plane, const StView& view, std::int64_t planeCount) {
+    std::vector<Colour> result(plane.pixels.size());
+    const auto transform = [&](const auto& colourOf) {
+        std::transform(plane.pixels.begin(), plane.pixels.end(), result.begin(), colourOf);
+    };
+    switch (view.meaning) {
+    case MEANING_ANGLES:
+        transform([](Pixel pixel) { return ColourOfAngle(static_cast<double>(pixel)); });
+        break;
+    case MEANING_LABELS:
+        transform([](Pixel pixel) { return ColourOfLabel(LabelOf(pixel)); });
+        break;
+    case MEANING_DEPTH: {
+        const auto last = static_cast<double>(std::max<std::int64_t>(planeCount - 1, 1));
+        for (std::size_t i = 0; i < result.size(); ++i)
+            result[i] = ColourOfDepth(static_cast<double>(plane.depths[i]) / last,
+                                      view.window.ToneOf(static_cast<double>(plane.pixels[i])));
+        break;
     }
-    if (colours == COLOURS_LABELS || CQuillonHeaderTools::GetNumberOfLabels(image, labelCount)) {
-        std::transform(pixels.begin(), pixels.end(), result.begin(),
-                       [](Pixel pixel) { return ColourOfLabel(LabelOf(pixel)); });
-        return result;
+    case MEANING_GREY:
+    case MEANING_BINARY:
+        transform([&](Pixel pixel) { return GreyOf(view.window.ToneOf(static_cast<double>(pixel))); });
+        break;
     }
-    const StWindow window = image.Type().IsBinary() ? StWindow{0, 1} : WindowOf(pixels);
-    std::transform(pixels.begin(), pixels.end(), result.begin(),
-                   [&](Pixel pixel) { return GreyOf(static_cast<double>(pixel), window); });
     return result;
 }
 
+void RequireSameSize(const CImage& image, const CImage& overlay) {
+    if (!(image.Size() == overlay.Size()))
+        throw CCallerError("the overlay has " + SizeInWords(overlay.Size()) + " pixels, the image " +
+                           SizeInWords(image.Size()) + "; they must have the same size");
+}
+
+void AddOverlay(std::vector<Colour>& colours, const StPictureOptions& options) {
+    const CImage& overlay = *options.overlay;
+    Dispatch(overlay, [&]<class Pixel>(std::type_identity<Pixel>) {
+        const StPlane<Pixel> plane = PlaneOf<Pixel>(overlay, options);
+        const bool isByteMask =
+            overlay.Type() == ORVEN::IMAGE_GREY_8 && std::ranges::all_of(plane.pixels, [](Pixel pixel) {
+                return pixel == 0 || static_cast<double>(pixel) == c_maskValue;
+            });
+        const bool isMask = overlay.Type().IsBinary() || isByteMask;
+        for (std::size_t i = 0; i < colours.size(); ++i) {
+            if (const std::uint64_t label = LabelOf(plane.pixels[i]); label != 0)
+                colours[i] = Mixed(colours[i], isMask ? c_maskColour : ColourOfLabel(label), options.opacity);
+        }
+    });
+}
+
 std::int64_t Rounded(double length) {
-    return std::clamp<std::int64_t>(std::llround(std::min(length, 1e9)), 1, 2 * c_maxLongSide);
+    constexpr double far = 1e9;
+    return std::clamp<std::int64_t>(std::llround(std::min(length, far)), 1, 2 * c_maxLongSide);
 }
 
 /// The size of the picture of a plane whose pixels are `spacingRight` wide and `spacingDown` high.
-StPicture EmptyPicture(std::int64_t width, std::int64_t height, double spacingRight, double spacingDown) {
+StPicture EmptyPicture(std::int64_t width, std::int64_t height, double spacingRight, double spacingDown,
+                       std::int64_t wantedShortSide) {
     StPicture picture{width, height, {}};
     if (spacingRight > spacingDown)
         picture.width = Rounded(static_cast<double>(width) * spacingRight / spacingDown);
@@ -201,7 +129,7 @@ StPicture EmptyPicture(std::int64_t width, std::int64_t height, double spacingRi
         picture.height = Rounded(static_cast<double>(height) * spacingDown / spacingRight);
     const std::int64_t shortSide = std::min(picture.width, picture.height);
     const std::int64_t longSide = std::max(picture.width, picture.height);
-    const std::int64_t wanted = (c_wantedShortSide + shortSide - 1) / shortSide;
+    const std::int64_t wanted = (wantedShortSide + shortSide - 1) / shortSide;
     const std::int64_t factor = std::max<std::int64_t>(1, std::min(wanted, c_maxLongSide / longSide));
     picture.width *= factor;
     picture.height *= factor;
@@ -209,31 +137,92 @@ StPicture EmptyPicture(std::int64_t width, std::int64_t height, double spacingRi
     return picture;
 }
 
+/// A plane of colours after turning.
+StPlane<Colour> Turned(const StPlane<Colour>& plane, const StOrientation& orientation) {
+    const bool isTransposed = orientation.isTransposed;
+    StPlane<Colour> turned{
+        isTransposed ? plane.height : plane.width, isTransposed ? plane.width : plane.height, {}, {}};
+    turned.pixels.reserve(plane.pixels.size());
+    for (std::int64_t y = 0; y < turned.height; ++y) {
+        const std::int64_t down = orientation.flipsDown ? turned.height - 1 - y : y;
+        for (std::int64_t x = 0; x < turned.width; ++x) {
+            const std::int64_t right = orientation.flipsRight ? turned.width - 1 - x : x;
+            const std::int64_t at = isTransposed ? right * plane.width + down : down * plane.width + right;
+            turned.pixels.push_back(plane.pixels[static_cast<std::size_t>(at)]);
+        }
+    }
+    return turned;
+}
+
 /// Gives each pixel of the picture the colour of the plane's pixel that contains its centre.
-void Fill(StPicture& picture, std::int64_t width, std::int64_t height, const std::vector<Colour>& colours) {
+void Fill(StPicture& picture, const StPlane<Colour>& plane) {
     unsigned char* out = picture.rgb.data();
     for (std::int64_t y = 0; y < picture.height; ++y) {
-        const std::int64_t row = (2 * y + 1) * height / (2 * picture.height) * width;
+        const std::int64_t row = (2 * y + 1) * plane.height / (2 * picture.height) * plane.width;
         for (std::int64_t x = 0; x < picture.width; ++x) {
-            const std::int64_t column = (2 * x + 1) * width / (2 * picture.width);
-            out = std::copy_n(colours[static_cast<std::size_t>(row + column)].begin(), 3, out);
+            const std::int64_t column = (2 * x + 1) * plane.width / (2 * picture.width);
+            out = std::copy_n(plane.pixels[static_cast<std::size_t>(row + column)].begin(), 3, out);
         }
     }
 }
 
-template <class Pixel>
-StPicture MakeTyped(const CImage& image, const StPictureOptions& options) {
-    const StPlane<Pixel> plane = PlaneOf<Pixel>(image, options);
+std::array<double, 3> SpacingOf(const CImage& image) {
     std::array<double, 3> spacing = {1, 1, 1};
     CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2]);
-    for (double& length : spacing) {
-        if (!std::isfinite(length) || length <= 0)
-            spacing = {1, 1, 1};
+    const bool isUsable =
+        std::ranges::all_of(spacing, [](double length) { return std::isfinite(length) && length > 0; });
+    return isUsable ? spacing : std::array<double, 3>{1, 1, 1};
+}
+
+/// Gives the view its picture.
+void Finish(StView& view, const CImage& image, const StPictureOptions& options, StPlane<Colour> plane) {
+    if (options.overlay != nullptr)
+        AddOverlay(plane.pixels, options);
+    const std::array<double, 3> spacing = SpacingOf(image);
+    const auto along = static_cast<std::size_t>(options.axis);
+    StPictureAxes axes = AxesAlong(options.axis);
+    if (!options.isAsStored)
+        view.orientation = OrientationOf(image, options.axis);
+    if (view.orientation.isTransposed)
+        std::swap(axes.right, axes.down);
+    const StPlane<Colour> turned = Turned(plane, view.orientation);
+    view.picture = EmptyPicture(turned.width, turned.height, spacing[axes.right], spacing[axes.down],
+                                options.wantedShortSide);
+    Fill(view.picture, turned);
+    view.pixelLength =
+        spacing[axes.right] * static_cast<double>(turned.width) / static_cast<double>(view.picture.width);
+    view.depth = spacing[along] * static_cast<double>(PlaneCount(image, options.axis) - 1);
+}
+
+template <class Pixel>
+std::vector<StView> MakeTyped(const CImage& image, const StPictureOptions& options,
+                              const std::vector<std::int64_t>& slices) {
+    std::vector<StPictureOptions> shown;
+    for (const std::int64_t slice : slices) {
+        shown.push_back(options);
+        shown.back().slice = slice;
     }
-    const StPictureAxes axes = AxesAlong(options.axis);
-    StPicture picture = EmptyPicture(plane.width, plane.height, spacing[axes.right], spacing[axes.down]);
-    Fill(picture, plane.width, plane.height, ColoursOf(image, plane.pixels, options.colours));
-    return picture;
+    if (shown.empty())
+        shown.push_back(options);
+    std::vector<StPlane<Pixel>> planes;
+    std::vector<const std::vector<Pixel>*> pixels;
+    for (const StPictureOptions& each : shown)
+        planes.push_back(PlaneOf<Pixel>(image, each));
+    for (const StPlane<Pixel>& plane : planes)
+        pixels.push_back(&plane.pixels);
+
+    StView start;
+    start.meaning = MeaningOf(image, options.colours);
+    start.window = options.window            ? *options.window
+                   : image.Type().IsBinary() ? StWindow{0, 1}
+                                             : WindowOf(pixels);
+    std::vector<StView> views(shown.size(), start);
+    for (std::size_t i = 0; i < views.size(); ++i) {
+        StPlane<Colour> colours{planes[i].width, planes[i].height, {}, {}};
+        colours.pixels = ColoursOf(planes[i], views[i], PlaneCount(image, options.axis));
+        Finish(views[i], image, shown[i], std::move(colours));
+    }
+    return views;
 }
 
 } // namespace
@@ -242,12 +231,17 @@ std::int64_t PlaneCount(const CImage& image, int axis) {
     return axis < image.Size().Dim() ? image.Size()[axis] : 1;
 }
 
+std::vector<StView> MakeViews(const CImage& image, const StPictureOptions& options,
+                              const std::vector<std::int64_t>& slices) {
+    if (options.overlay != nullptr)
+        RequireSameSize(image, *options.overlay);
+    return Dispatch(image, [&]<class Pixel>(std::type_identity<Pixel>) {
+        return MakeTyped<Pixel>(image, options, slices);
+    });
+}
+
 StPicture MakePicture(const CImage& image, const StPictureOptions& options) {
-    if (image.Type().IsBinary())
-        return MakeTyped<unsigned char>(image, options);
-    return ORVEN::DispatchGreyType(
-        "engine::MakePicture", image.Type(),
-        [&]<class Pixel>(std::type_identity<Pixel>) { return MakeTyped<Pixel>(image, options); });
+    return std::move(MakeViews(image, options, {}).front().picture);
 }
 
 } // namespace engine

@@ -1,6 +1,7 @@
 #include "cli/CCommandError.h"
 #include "support/FileTools.h"
 
+#include <sorblib2core/CValueLong.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <nlohmann/json.hpp>
@@ -82,6 +83,25 @@ TEST(InfoCommand, TellsTheSameToPeople) {
                            "size        48 x 48 x 24\n"
                            "spacing     1.366 x 1.366 x 2.5\n"
                            "values      202 to 1509\n");
+}
+
+TEST(InfoCommand, AbbreviatesLongMeasurements) {
+    const CTestFolder folder;
+    const auto image = RandomImage(IMAGE_GREY_8, CSize(2, 2), 1);
+    for (int i = 1; i <= 9; ++i)
+        image->Attributes().SetEntry("features/Sizes/data/" + std::to_string(i) + ".5", new CValueLong(i));
+    image->Attributes().SetEntry("features/Sizes/step", new CValueLong(1));
+    WriteImage(*image, folder / "a.nrrd");
+    const std::string text = Quillon({"info", folder / "a.nrrd"}).out;
+    EXPECT_TRUE(text.ends_with("attributes  \n"
+                               "  features/Sizes/data/1.5: 1\n"
+                               "  features/Sizes/data: 8 more entries, shown by --all\n"
+                               "  features/Sizes/step: 1\n"))
+        << text;
+    const std::string whole = Quillon({"info", "--all", folder / "a.nrrd"}).out;
+    EXPECT_NE(whole.find("  features/Sizes/data/9.5: 9\n"), std::string::npos) << whole;
+    EXPECT_EQ(whole.find("more entries"), std::string::npos);
+    EXPECT_EQ(InfoOf(folder / "a.nrrd")["attributes"]["features"]["Sizes"]["data"].size(), 9u);
 }
 
 TEST(InfoCommand, LetsNoAttributeControlTheTerminal) {

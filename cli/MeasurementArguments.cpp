@@ -1,0 +1,115 @@
+#include "cli/MeasurementArguments.h"
+
+#include "cli/CCommandError.h"
+#include "cli/PackOption.h"
+#include "engine/files/ImageFile.h"
+#include "engine/files/ImageFileName.h"
+#include "engine/packs/CPackSet.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+
+namespace cli {
+
+using namespace engine;
+
+namespace {
+
+/// A message lists no more names than this.
+constexpr std::size_t c_mostNames = 10;
+
+bool IsFileName(const std::string& word) {
+    std::error_code ignored;
+    return std::filesystem::exists(word, ignored) || TargetOfName(word).has_value();
+}
+
+/// The name asked for, or that of the only measurement.
+std::string MeasurementName(const std::string& file, const StMeasurementRequest& request,
+                            const std::vector<std::string>& names) {
+    if (!request.measurement.empty())
+        return request.measurement;
+    if (names.empty())
+        throw CCommandError(STATUS_USAGE,
+                            "'" + file +
+                                "' holds no measurement: 'quillon list' shows the plug-ins that "
+                                "measure");
+    if (names.size() > 1)
+        throw CCommandError(STATUS_USAGE, "'" + file + "' holds several measurements: " + ListedNames(names) +
+                                              "; name one: quillon " + request.command + " " + file + " " +
+                                              names.front());
+    return names.front();
+}
+
+/// The measurement, or nothing if the name is that of a group of measurements.
+std::vector<std::string> PartsOf(const StMeasurement& measurement, const std::vector<std::string>& names) {
+    std::vector<std::string> parts;
+    for (const std::string& name : names) {
+        if (measurement.description == nullptr && name.starts_with(measurement.name + "/"))
+            parts.push_back(name);
+    }
+    return parts;
+}
+
+StTable ReadTable(const std::string& file, const StMeasurementRequest& request,
+                  const std::vector<StCatalogueMeasurement>& descriptions) {
+    const auto image = ReadImage(file);
+    const std::vector<std::string> names = MeasurementNames(*image, descriptions);
+    const std::string name = MeasurementName(file, request, names);
+    const auto measurement = FindMeasurement(*image, name, descriptions);
+    if (!measurement)
+        throw CCommandError(STATUS_USAGE,
+                            "'" + file + "' has no measurement '" + name + "'" +
+                                (names.empty() ? ": 'quillon list' shows the plug-ins that measure"
+                                               : "; it has " + ListedNames(names)));
+    if (const auto parts = PartsOf(*measurement, names); !parts.empty())
+        throw CCommandError(STATUS_USAGE, "'" + name + "' of '" + file + "' consists of " +
+                                              ListedNames(parts) + "; name one: quillon " + request.command +
+                                              " " + file + " " + parts.front());
+    return TableOf(*measurement, *image);
+}
+
+} // namespace
+
+std::vector<StCatalogueMeasurement> DescriptionsIn(const std::vector<std::string>& packPaths) {
+    std::vector<StCatalogueMeasurement> descriptions;
+    CPackSet packs(PackPaths(packPaths));
+    for (CPack& pack : packs.Packs()) {
+        for (const StCatalogueEntry& entry : pack.Catalogue().Entries())
+            descriptions.insert(descriptions.end(), entry.measurements.begin(), entry.measurements.end());
+    }
+    return descriptions;
+}
+
+std::vector<StTable> ReadTables(const StMeasurementRequest& request) {
+    const std::vector<StCatalogueMeasurement> descriptions = DescriptionsIn(request.packs);
+    std::vector<StTable> tables;
+    for (const std::string& file : request.files)
+        tables.push_back(ReadTable(file, request, descriptions));
+    return tables;
+}
+
+void TakeMeasurement(StMeasurementRequest& request) {
+    if (request.files.size() < 2 || IsFileName(request.files.back()))
+        return;
+    request.measurement = request.files.back();
+    request.files.pop_back();
+}
+
+std::string LowerExtension(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return extension;
+}
+
+std::string ListedNames(const std::vector<std::string>& names) {
+    std::string list;
+    for (std::size_t i = 0; i < std::min(names.size(), c_mostNames); ++i)
+        list += (i == 0 ? "'" : ", '") + names[i] + "'";
+    if (names.size() > c_mostNames)
+        list += " and " + std::to_string(names.size() - c_mostNames) + " more";
+    return list;
+}
+
+} // namespace cli
