@@ -130,8 +130,7 @@ std::vector<std::int64_t> PlanesOf(const StPreviewOptions& options, std::int64_t
 
 void RequireAxis(const StPreviewOptions& options, const CImage& image, int axis) {
     if (axis != 2 && image.Size().Dim() < 3)
-        throw UsageError("--axis " + options.axis + ": '" + options.file +
-                         "' is no volume, it has one plane");
+        throw UsageError("--axis " + options.axis + ": '" + options.file + "' is 2-d; leave --axis out");
     if (options.showsDepth && PlaneCount(image, axis) < 2)
         throw UsageError("--depth: '" + options.file + "' has one plane on axis " + options.axis);
     if (options.slice)
@@ -181,7 +180,7 @@ bool AreAnglesInPlane(const CImage& image, int axis) {
         return true;
     const ORVEN::CValue* entry = image.Attributes().Entry("history", true);
     const ORVEN::CValueVector* history = entry != nullptr ? entry->Vector() : nullptr;
-    if (axis != 2 || history == nullptr || history->size() == 0)
+    if (axis != 2 || history == nullptr || history->empty())
         return false;
     const ORVEN::CValue* line = (*history)[history->size() - 1];
     return line != nullptr && line->GenericType() == ORVEN::CValue::VAL_STRING &&

@@ -71,36 +71,46 @@ StRowSource RowSourceOf(const StMeasurement& measurement) {
 class CRowReader {
 public:
     void Add(const std::string& key, const CValue* entry) {
-        std::map<std::string, double> numbers;
+        std::vector<StNumber> numbers;
         ORVEN::ForEachLeaf(entry, {}, [&](const std::string& path, const CValue* leaf) {
             if (const auto number = NumberOf(leaf))
-                numbers[path] = *number;
+                numbers.push_back({m_paths.try_emplace(path, m_paths.size()).first->second, *number});
         });
         if (numbers.empty())
             return;
-        for (const auto& [path, number] : numbers)
-            m_paths.insert(path);
         m_rows.push_back({key, NumberOfKey(key), {}});
         m_numbers.push_back(std::move(numbers));
     }
 
-    [[nodiscard]] const std::set<std::string>& Paths() const { return m_paths; }
+    [[nodiscard]] std::set<std::string> Paths() const {
+        std::set<std::string> paths;
+        for (const auto& [path, index] : m_paths)
+            paths.insert(path);
+        return paths;
+    }
 
-    /// The rows with their numbers in the order of the columns.
-    std::vector<StTableRow> Rows(const std::vector<StTableColumn>& columns) {
+    /// The rows with their numbers in the order of the columns, which are all paths.
+    std::vector<StTableRow> TakeRows(const std::vector<StTableColumn>& columns) {
+        std::vector<std::size_t> places(m_paths.size());
+        for (std::size_t place = 0; place < columns.size(); ++place)
+            places[m_paths.at(columns[place].key)] = place;
         for (std::size_t row = 0; row < m_rows.size(); ++row) {
-            for (const StTableColumn& column : columns) {
-                const auto number = m_numbers[row].find(column.key);
-                m_rows[row].values.push_back(number != m_numbers[row].end() ? number->second : c_missing);
-            }
+            m_rows[row].values.assign(columns.size(), c_missing);
+            for (const StNumber& number : m_numbers[row])
+                m_rows[row].values[places[number.path]] = number.value;
         }
         return std::move(m_rows);
     }
 
 private:
+    struct StNumber {
+        std::size_t path; // its index
+        double value;
+    };
+
     std::vector<StTableRow> m_rows;
-    std::vector<std::map<std::string, double>> m_numbers;
-    std::set<std::string> m_paths;
+    std::vector<std::vector<StNumber>> m_numbers;
+    std::map<std::string, std::size_t> m_paths;
 };
 
 /// Described columns come first, in the order of the description.
@@ -217,7 +227,7 @@ StTable TableOf(const StMeasurement& measurement, const ORVEN::CImage& image) {
     if (reader.Paths().empty())
         throw CCallerError("'" + measurement.name + "' holds no numbers");
     table.columns = ColumnsOf(measurement.description, reader.Paths(), table);
-    table.rows = reader.Rows(table.columns);
+    table.rows = reader.TakeRows(table.columns);
     SortRows(table.rows);
     table.hasRowNumbers = DifferInNumbers(table.rows);
     if (table.row.title.empty()) {

@@ -198,7 +198,7 @@ TEST(PreviewCommand, SaysInOneLineWhatIsWrong) {
     ExpectOneLine(Quillon({"preview", input, "-o", folder / "a.jpg"}), STATUS_USAGE, "must end in .png");
     ExpectOneLine(Quillon({"preview", input}), STATUS_USAGE, "output");
     ExpectOneLine(Quillon({"preview", DataFile("page.png"), "-o", output, "--axis", "x"}), STATUS_USAGE,
-                  "no volume");
+                  "is 2-d; leave --axis out");
     ExpectOneLine(Quillon({"preview", input, "-o", folder / "none/a.png"}), STATUS_FILE,
                   "there is no folder");
     EXPECT_TRUE(folder.Names().empty());
