@@ -17,13 +17,14 @@ bool Contains(const std::string& text, const std::string& part) {
 TEST(Program, ShowsItsHelpWithoutArguments) {
     const test::StEnd end = test::Quillon({});
     EXPECT_EQ(end.status, 0);
-    for (const char* word : {"list", "describe", "run", "info", "convert", "preview", "Examples:"})
+    for (const char* word :
+         {"list", "describe", "run", "info", "convert", "preview", "table", "plot", "Examples:"})
         EXPECT_TRUE(Contains(end.out, word)) << word;
     EXPECT_EQ(test::Quillon({"--help"}).out, end.out);
 }
 
 TEST(Program, ShowsTheHelpOfEveryCommand) {
-    for (const char* command : {"list", "describe", "run", "info", "convert", "preview"}) {
+    for (const char* command : {"list", "describe", "run", "info", "convert", "preview", "table", "plot"}) {
         const test::StEnd end = test::Quillon({command, "--help"});
         EXPECT_EQ(end.status, 0) << command;
         EXPECT_FALSE(end.out.empty()) << command;
