@@ -29,6 +29,8 @@ constexpr double c_frameWidth = 0.08;
 constexpr double c_discRadius = 2.6;
 constexpr double c_middleOfText = 0.36;
 
+/// Around a picture, in pixels.
+constexpr double c_frame = 1.0;
 /// Between the pictures of a montage, in pixels.
 constexpr double c_plainGap = 4.0;
 /// The scale bar is at least this part of the width of a picture.
@@ -121,6 +123,9 @@ private:
 
     void DrawTile(CCanvas& canvas, std::size_t index) {
         const StPoint corner = TileCorner(index);
+        if (IsExplained()) // on white paper, white pixels need an end
+            canvas.Rectangle({corner.x - c_frame, corner.y - c_frame}, m_tileWidth + 2.0 * c_frame,
+                             m_tileHeight + 2.0 * c_frame, c_black);
         canvas.Picture(m_views[index].picture, corner);
         const double centre = corner.x + m_tileWidth / 2.0;
         if (HasCaptions())
