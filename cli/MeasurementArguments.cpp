@@ -41,7 +41,7 @@ std::string MeasurementName(const std::string& file, const StMeasurementRequest&
     return names.front();
 }
 
-/// The measurement, or nothing if the name is that of a group of measurements.
+/// The measurements that a group consists of; empty if this is a measurement itself.
 std::vector<std::string> PartsOf(const StMeasurement& measurement, const std::vector<std::string>& names) {
     std::vector<std::string> parts;
     for (const std::string& name : names) {

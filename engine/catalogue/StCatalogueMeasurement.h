@@ -12,8 +12,8 @@ namespace engine {
 struct StCatalogueColumn {
     std::string key; ///< its path in the entry of the row
     std::string title;
-    /// The unit: "length", "length^3", "length^-1" for a power of the unit of the spacing, any other text as
-    /// it is; empty if there is none.
+    /// The unit: "length", "length^3", "length^-1" for a power of the unit of the spacing, "pixels",
+    /// "angle" for radians, or any other text as it is; empty if there is none.
     std::string unit;
     bool hasStatistics = true; ///< mean and quantiles over the rows mean something
 };

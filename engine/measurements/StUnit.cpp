@@ -66,6 +66,11 @@ StUnit UnitOfText(std::string_view text, const std::string& lengthUnit) {
         if (const int power = PowerOf(text.substr(c_length.size())); power != 0)
             return {lengthUnit, power};
     }
+    // Words as for parameters.
+    if (text == "pixels")
+        return {"px", 1};
+    if (text == "angle")
+        return {"rad", 1};
     return {std::string(text), 1};
 }
 

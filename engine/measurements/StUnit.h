@@ -22,8 +22,8 @@ struct StUnit {
 /// spacing, and "px" if its pixels are 1 apart.
 std::string LengthUnitOf(const ORVEN::CImage& image);
 
-/// The unit that a catalogue states: "length" and "length^N" are powers of `lengthUnit`, other texts stand
-/// for themselves.
+/// The unit that a catalogue states: "length" and "length^N" are powers of `lengthUnit`, "pixels" is px and
+/// "angle" rad; other texts stand for themselves.
 StUnit UnitOfText(std::string_view text, const std::string& lengthUnit);
 
 /// A key with a unit at its end, as in "K_V [m^-3]", taken apart. The metre stands for the unit of the

@@ -27,7 +27,7 @@ constexpr double c_scaleBarThickness = 0.28;
 constexpr double c_tickLength = 0.3;
 constexpr double c_frameWidth = 0.08;
 constexpr double c_discRadius = 2.6;
-constexpr double c_middleOfText = 0.36;
+constexpr double c_middleOfText = 0.36; // how far the baseline lies below the middle of a line
 
 /// Around a picture, in pixels.
 constexpr double c_frame = 1.0;

@@ -35,7 +35,7 @@ constexpr int c_fewestTicks = 2;
 constexpr int c_mostTicks = 10;
 /// The part of the axis that a histogram may leave empty before its first bar.
 constexpr double c_nearZero = 0.25;
-/// Characters as wide as the baseline of a line of text is below its middle, in parts of its size.
+/// How far the baseline lies below the middle of a line of text, in parts of its size.
 constexpr double c_middleOfText = 0.36;
 
 struct StRange {

@@ -35,7 +35,9 @@ TEST(Unit, OfACatalogueIsAPowerOfLengthOrItself) {
     EXPECT_EQ(UnitOfText("length", "mm").Plain(), "mm");
     EXPECT_EQ(UnitOfText("length^2", "um").Plain(), "um^2");
     EXPECT_EQ(UnitOfText("length^-3", "mm").Plain(), "per mm^3");
-    EXPECT_EQ(UnitOfText("rad", "mm").Plain(), "rad");
+    EXPECT_EQ(UnitOfText("angle", "mm").Plain(), "rad");
+    EXPECT_EQ(UnitOfText("pixels", "mm").Plain(), "px");
+    EXPECT_EQ(UnitOfText("kg", "mm").Plain(), "kg");
     EXPECT_EQ(UnitOfText("lengthy", "mm").Plain(), "lengthy");
     EXPECT_EQ(UnitOfText("", "mm").Plain(), "");
 }
