@@ -92,7 +92,7 @@ public:
     explicit CPlaneWorker(const StTask& task)
         : m_task(task)
         , m_outside(static_cast<std::size_t>(task.distance.nx), 0)
-        , m_isCovered(m_outside)
+        , m_isCovered(m_outside.size(), 0)
         , m_limits{m_outside, m_outside, m_outside}
         , m_isSelected(task.farVectorCount) {
         for (const StSortedVector& vector : task.table.FarVectors().first(task.farVectorCount)) {
@@ -204,7 +204,7 @@ private:
     const StTask& m_task;
     Impl::EnVectors m_vectors = Impl::BestVectors();
     std::vector<std::int32_t> m_outside; ///< a row beyond the border
-    std::vector<std::int32_t> m_isCovered;
+    std::vector<std::uint8_t> m_isCovered;
     std::array<std::vector<std::int32_t>, 3> m_limits;
     std::vector<std::int16_t> m_doubleA; ///< twice the components of the far vectors
     std::vector<std::int16_t> m_doubleB;
