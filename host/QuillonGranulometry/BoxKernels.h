@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuillonGranulometry/BallLists.h"
+#include "QuillonGranulometry/PackBits.h"
 
 #include <QuillonBase/VectorDispatch.h>
 
@@ -126,7 +127,9 @@ public:
     }
 
     /// The number of balls found so far that a part needs.
-    [[nodiscard]] std::size_t Count(std::size_t part) const { return static_cast<std::size_t>(m_counts[part]); }
+    [[nodiscard]] std::size_t Count(std::size_t part) const {
+        return static_cast<std::size_t>(m_counts[part]);
+    }
 
 private:
     using Numbers = typename StLanes<Number>::Numbers;
@@ -143,8 +146,7 @@ private:
         const auto bytes = __builtin_convertvector(mask, Bytes);
         std::uint64_t word = 0;
         std::memcpy(&word, &bytes, sizeof(word));
-        // Moves the lowest bit of each byte into the highest byte, that of byte i to bit i.
-        return static_cast<std::uint8_t>((word & 0x0101010101010101U) * 0x0102040810204080U >> 56);
+        return static_cast<std::uint8_t>(PackBits(word));
     }
 
     std::array<Numbers, 3> m_centers;
@@ -160,8 +162,9 @@ private:
 template <class Number>
 class CRowsOfBox {
 public:
-    CRowsOfBox(const std::array<std::int32_t*, c_boxLanes>& rows, const std::array<std::int64_t, c_boxLanes>& y,
-               const std::array<std::int64_t, c_boxLanes>& z, std::size_t rowCount)
+    CRowsOfBox(const std::array<std::int32_t*, c_boxLanes>& rows,
+               const std::array<std::int64_t, c_boxLanes>& y, const std::array<std::int64_t, c_boxLanes>& z,
+               std::size_t rowCount)
         : m_rows(rows)
         , m_rowCount(rowCount) {
         for (std::size_t row = 0; row < c_boxLanes; ++row) {

@@ -2,6 +2,7 @@
 
 #include "QuillonGranulometry/BallLists.h"
 #include "QuillonGranulometry/CoverWithBalls.h"
+#include "QuillonGranulometry/CoverWithSmallBalls.h"
 #include "QuillonGranulometry/IsMaximalBall.h"
 #include "QuillonGranulometry/StBalls.h"
 
@@ -135,20 +136,18 @@ public:
 private:
     /// Smaller squared distances are frequent; the others, of large balls, come in long runs.
     static constexpr std::int32_t c_tabled = 1 << 12;
+    static constexpr std::int64_t c_columns = 4;
 
     struct StCounts {
-        std::array<std::uint64_t, c_tabled> tabled{};
+        /// Neighbouring pixels, which are often equal, count in different places.
+        std::array<std::array<std::uint64_t, c_tabled>, c_columns> tabled{};
         SquaredSizes others;
 
-        void Add(std::int32_t squaredDistance, std::int64_t count) {
-            if (squaredDistance < c_tabled)
-                tabled[static_cast<std::size_t>(squaredDistance)] += static_cast<std::uint64_t>(count);
-            else
-                others[squaredDistance] += static_cast<std::uint64_t>(count);
-        }
         void AddTo(SquaredSizes& sizes) const {
             for (std::int32_t squaredDistance = 1; squaredDistance < c_tabled; ++squaredDistance) {
-                const std::uint64_t count = tabled[static_cast<std::size_t>(squaredDistance)];
+                std::uint64_t count = 0;
+                for (const auto& column : tabled)
+                    count += column[static_cast<std::size_t>(squaredDistance)];
                 if (count > 0)
                     sizes[squaredDistance] += count;
             }
@@ -159,16 +158,20 @@ private:
 
     void WriteRow(float* row, StCounts& counts) const {
         for (std::int64_t x = 0; x < m_output.nx;) {
-            const float pixel = row[x];
-            const std::int32_t squaredDistance = SquaredDistanceOf(pixel);
-            const float diameter = squaredDistance < c_tabled
-                                       ? m_table[static_cast<std::size_t>(squaredDistance)]
-                                       : m_diameters.Of(squaredDistance);
+            const std::int32_t squaredDistance = SquaredDistanceOf(row[x]);
+            if (squaredDistance < c_tabled) {
+                const auto index = static_cast<std::size_t>(squaredDistance);
+                row[x] = m_table[index];
+                ++counts.tabled[static_cast<std::size_t>(x % c_columns)][index];
+                ++x;
+                continue;
+            }
+            const float diameter = m_diameters.Of(squaredDistance);
             const std::int64_t first = x;
             do {
                 row[x++] = diameter;
             } while (x < m_output.nx && SquaredDistanceOf(row[x]) == squaredDistance);
-            counts.Add(squaredDistance, x - first);
+            counts.others[squaredDistance] += static_cast<std::uint64_t>(x - first);
         }
     }
 
@@ -252,8 +255,9 @@ struct StMeasurement {
 private:
     [[nodiscard]] bool FindOpeningSizes(const StBalls& balls) const {
         CWorkPace pace(progress);
-        const CBallList list = SortedCandidates(balls, 0, pace);
-        return !pace.IsCancelled() && CoverWithBalls(list.Balls(), output, progress);
+        const CBallList list = SortedCandidates(balls, c_greatestSmallBall, pace);
+        return !pace.IsCancelled() && CoverWithBalls(list.Balls(), output, progress) &&
+               CoverWithSmallBalls(balls, output, progress);
     }
 };
 

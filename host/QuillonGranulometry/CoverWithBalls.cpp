@@ -90,15 +90,16 @@ public:
     }
 
     /// Copies each ball to the lists of the parts that need it.
-    void Distribute(std::span<const StBall> balls, std::array<StBall*, c_boxLanes> lists, CWorkPace& pace) const {
-        (void)ForEachPiece(static_cast<std::int64_t>(m_ballCount), 8, pace,
-                           [&](std::int64_t first, std::int64_t end) {
-                               for (std::int64_t i = first; i < end; ++i) {
-                                   const auto ball = static_cast<std::size_t>(i);
-                                   for (unsigned bits = m_parts[ball]; bits != 0; bits &= bits - 1)
-                                       *lists[static_cast<std::size_t>(std::countr_zero(bits))]++ = balls[ball];
-                               }
-                           });
+    void Distribute(std::span<const StBall> balls, std::array<StBall*, c_boxLanes> lists,
+                    CWorkPace& pace) const {
+        (void)ForEachPiece(
+            static_cast<std::int64_t>(m_ballCount), 8, pace, [&](std::int64_t first, std::int64_t end) {
+                for (std::int64_t i = first; i < end; ++i) {
+                    const auto ball = static_cast<std::size_t>(i);
+                    for (unsigned bits = m_parts[ball]; bits != 0; bits &= bits - 1)
+                        *lists[static_cast<std::size_t>(std::countr_zero(bits))]++ = balls[ball];
+                }
+            });
     }
 
 private:
@@ -135,7 +136,9 @@ public:
         , m_shape(shape)
         , m_distributor(greatestDistance) {}
 
-    void Cover(const StBox& box, std::span<const StBall> balls, CWorkPace& pace) { Cover(box, balls, 0, pace); }
+    void Cover(const StBox& box, std::span<const StBall> balls, CWorkPace& pace) {
+        Cover(box, balls, 0, pace);
+    }
 
 private:
     static constexpr std::size_t c_few = 3;
@@ -201,8 +204,8 @@ private:
 };
 
 /// Divides a box among tasks for its parts.
-void Divide(const StBox& box, std::span<const StBall> balls, const CBoxShape& shape, CDistributor& distributor,
-            std::span<StTask, c_boxLanes> tasks, CWorkPace& pace) {
+void Divide(const StBox& box, std::span<const StBall> balls, const CBoxShape& shape,
+            CDistributor& distributor, std::span<StTask, c_boxLanes> tasks, CWorkPace& pace) {
     const BoxParts parts = shape.PartsOf(box);
     distributor.Find(box, parts, balls, pace);
     std::array<StBall*, c_boxLanes> ends{};
@@ -227,15 +230,15 @@ bool CoverWithBalls(std::span<const StBall> balls, const CLayerView<float>& outp
     for (bool isWhole = true; tasks.front().box.PixelCount() > pixelsOfTask; isWhole = false) {
         std::vector<StTask> next(tasks.size() * c_boxLanes);
         progress.Start(static_cast<unsigned>(tasks.size()), "opening sizes");
-        const bool isDone =
-            ParallelForAtPace(static_cast<std::int64_t>(tasks.size()), progress, [&] {
-                return [&, distributor = CDistributor(greatest)](std::int64_t item, CWorkPace& pace) mutable {
-                    const auto index = static_cast<std::size_t>(item);
-                    const std::span parts = std::span(next).subspan(index * c_boxLanes).first<c_boxLanes>();
-                    Divide(tasks[index].box, isWhole ? balls : tasks[index].balls, shape, distributor, parts, pace);
-                    tasks[index].balls = {};
-                };
-            });
+        const bool isDone = ParallelForAtPace(static_cast<std::int64_t>(tasks.size()), progress, [&] {
+            return [&, distributor = CDistributor(greatest)](std::int64_t item, CWorkPace& pace) mutable {
+                const auto index = static_cast<std::size_t>(item);
+                const std::span parts = std::span(next).subspan(index * c_boxLanes).first<c_boxLanes>();
+                Divide(tasks[index].box, isWhole ? balls : tasks[index].balls, shape, distributor, parts,
+                       pace);
+                tasks[index].balls = {};
+            };
+        });
         progress.Finish();
         if (!isDone)
             return false;

@@ -15,8 +15,8 @@ namespace ORVEN {
 inline float PixelOf(std::int32_t squaredDistance) { return std::bit_cast<float>(squaredDistance); }
 inline std::int32_t SquaredDistanceOf(float pixel) { return std::bit_cast<std::int32_t>(pixel); }
 
-/// Sets every pixel to the greatest squared radius of all balls that contain it, 0 if there is none. The balls
-/// are in order of decreasing size. Returns false if cancelled.
+/// Sets every pixel to the greatest squared radius of all balls that contain it, 0 if there is none. The
+/// balls are in order of decreasing size. Returns false if cancelled.
 ///
 /// The image is divided into boxes, these into eight parts and so on, and each part takes over those balls of
 /// its box that it needs; see `CPartSearch`. A pixel is compared with the balls of the smallest box around

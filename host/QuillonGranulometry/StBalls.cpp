@@ -1,6 +1,7 @@
 #include "QuillonGranulometry/StBalls.h"
 
 #include "QuillonGranulometry/CNearLimits.h"
+#include "QuillonGranulometry/PackBits.h"
 
 #include <QuillonBase/VectorDispatch.h>
 #include <QuillonTransformation/axis/MedialAxisRows.h>
@@ -88,7 +89,8 @@ public:
         const auto paddedLength = static_cast<std::size_t>(balls.distances.nx) + 2;
         m_rows.fill(std::vector<std::int32_t>(paddedLength, 0));
         m_limits.fill(m_rows[0]);
-        m_isCovered.resize(paddedLength + 64, 1);
+        m_isCovered.resize(paddedLength, 1);
+        m_isCandidate.resize(paddedLength + c_wordBits, 0);
     }
 
     void FindIn(std::int64_t y, std::int64_t z) {
@@ -110,12 +112,20 @@ public:
         }
         FindCoveredByNearest(m_vectors, around, m_isCovered.data(), 1, nx + 1);
         Impl::RunFor(m_vectors, [&] {
-            for (std::int64_t x = 0; x < nx; x += 8)
-                FindInEight(x, y, z, distances);
+            for (std::int64_t x = 0; x < nx; ++x)
+                m_isCandidate[static_cast<std::size_t>(x)] = static_cast<std::uint8_t>(
+                    distances[x] > 0 ? 1 - m_isCovered[static_cast<std::size_t>(x) + 1] : 0);
+            for (std::int64_t x = 0; x < nx; x += c_wordBits) {
+                const std::uint64_t bits = PackBits(m_isCandidate.data() + x);
+                if (bits != 0)
+                    m_balls.candidates.Assign(m_balls.distances.RowNumber(y, z), x, Reduce(bits, x, y, z));
+            }
         });
     }
 
 private:
+    static constexpr std::int64_t c_wordBits = 64;
+
     void LookUpLimits(std::size_t vector, const std::int32_t* distances) {
         const std::int64_t nx = m_balls.distances.nx;
         std::int32_t* const __restrict limits = m_limits[vector].data() + 1;
@@ -131,20 +141,18 @@ private:
         });
     }
 
-    /// Among the eight pixels from x on.
-    void FindInEight(std::int64_t x, std::int64_t y, std::int64_t z, const std::int32_t* distances) {
-        const std::int64_t count = std::min<std::int64_t>(m_balls.distances.nx - x, 8);
-        std::uint64_t isCovered = 0;
-        std::memcpy(&isCovered, m_isCovered.data() + x + 1, static_cast<std::size_t>(count));
-        for (std::uint64_t bits = ~isCovered & 0x0101010101010101U >> 8 * (8 - count); bits != 0;
-             bits &= bits - 1) {
-            const std::int64_t place = x + std::countr_zero(bits) / 8;
-            if (distances[place] == 0)
-                continue;
-            if (m_balls.dimension < 3 || distances[place] < CFarTest::c_leastDistance ||
-                !m_farTest.Contains(place, y, z))
-                m_balls.candidates.Set(m_balls.distances.RowNumber(y, z), place);
+    /// Removes the candidates among 64 pixels that a farther ball contains.
+    [[nodiscard]] std::uint64_t Reduce(std::uint64_t candidates, std::int64_t firstX, std::int64_t y,
+                                       std::int64_t z) const {
+        if (m_balls.dimension < 3)
+            return candidates;
+        const std::int32_t* const distances = m_balls.distances.Row(y, z) + firstX;
+        for (std::uint64_t bits = candidates; bits != 0; bits &= bits - 1) {
+            const int bit = std::countr_zero(bits);
+            if (distances[bit] >= CFarTest::c_leastDistance && m_farTest.Contains(firstX + bit, y, z))
+                candidates ^= std::uint64_t{1} << bit;
         }
+        return candidates;
     }
 
     /// Copies to a row with one extra element on either side; 0 outside the image.
@@ -162,6 +170,7 @@ private:
     std::array<std::vector<std::int32_t>, 9> m_rows;
     std::array<std::vector<std::int32_t>, 3> m_limits;
     std::vector<std::uint8_t> m_isCovered;
+    std::vector<std::uint8_t> m_isCandidate;
 };
 
 } // namespace
