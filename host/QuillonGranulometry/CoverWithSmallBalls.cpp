@@ -91,8 +91,7 @@ public:
     /// Calls `body(x)` for the candidates of a row.
     template <class Body>
     void ForEachCandidate(std::int64_t row, std::int64_t layer, const Body& body) const {
-        const std::int64_t number =
-            m_isFlat ? m_output.RowNumber(0, row) : m_output.RowNumber(row, layer);
+        const std::int64_t number = m_isFlat ? m_output.RowNumber(0, row) : m_output.RowNumber(row, layer);
         m_balls.candidates.ForEach(number, 0, m_output.nx - 1, body);
     }
     [[nodiscard]] std::int64_t RowLength() const { return m_output.nx; }
@@ -232,11 +231,10 @@ private:
                    [&](std::int64_t row, std::int64_t layer) {
                        const std::int32_t* const distances = Distances(row, layer);
                        const std::int64_t place = m_shape.Place(0, row, layer);
-                       m_blocks.ForEachCandidate(
-                           m_firstRow + row, m_firstLayer + layer, [&](std::int64_t x) {
-                               if (distances[x] <= c_greatestSmallBall)
-                                   AddCenter(m_balls[static_cast<std::size_t>(distances[x])], place, x);
-                           });
+                       m_blocks.ForEachCandidate(m_firstRow + row, m_firstLayer + layer, [&](std::int64_t x) {
+                           if (distances[x] <= c_greatestSmallBall)
+                               AddCenter(m_balls[static_cast<std::size_t>(distances[x])], place, x);
+                       });
                    });
     }
 
@@ -250,11 +248,14 @@ private:
     /// Places each ball on its own.
     void CoverWithFew(std::size_t squaredRadius, CWorkPace& pace) {
         const StBalls& balls = m_balls[squaredRadius];
-        for (std::int64_t layer = -m_shape.layerMargin; layer < m_shape.layerCount + m_shape.layerMargin; ++layer) {
+        for (std::int64_t layer = -m_shape.layerMargin; layer < m_shape.layerCount + m_shape.layerMargin;
+             ++layer) {
             for (std::int64_t word = 0; word < m_shape.wordCount; ++word) {
                 std::int64_t units = m_shape.PaddedRowCount();
-                for (std::int64_t row = -m_shape.rowMargin; row < m_shape.rowCount + m_shape.rowMargin; ++row) {
-                    std::uint64_t bits = balls.centers[static_cast<std::size_t>(m_shape.Place(word, row, layer))];
+                for (std::int64_t row = -m_shape.rowMargin; row < m_shape.rowCount + m_shape.rowMargin;
+                     ++row) {
+                    std::uint64_t bits =
+                        balls.centers[static_cast<std::size_t>(m_shape.Place(word, row, layer))];
                     for (; bits != 0; bits &= bits - 1) {
                         Place(balls, squaredRadius, word * c_wordBits + std::countr_zero(bits), row, layer);
                         units += 4 * static_cast<std::int64_t>(balls.rows.size());
@@ -278,7 +279,8 @@ private:
             for (std::int64_t word = first / c_wordBits; word <= last / c_wordBits; ++word) {
                 const std::int64_t from = std::max(first - word * c_wordBits, std::int64_t{0});
                 const std::int64_t to = std::min(last - word * c_wordBits, c_wordBits - 1);
-                const std::uint64_t mask = ~std::uint64_t{0} << from & ~std::uint64_t{0} >> (c_wordBits - 1 - to);
+                const std::uint64_t mask =
+                    ~std::uint64_t{0} << from & ~std::uint64_t{0} >> (c_wordBits - 1 - to);
                 const auto place = static_cast<std::size_t>(m_shape.Place(word, y, z));
                 const std::uint64_t covered = m_open[place] & mask;
                 m_open[place] ^= covered;
@@ -299,7 +301,8 @@ private:
                     for (std::int64_t row = 0; row < m_shape.rowCount; row += c_group)
                         Unite(balls.offsets, squaredRadius, m_shape.Place(word, row, layer));
                 });
-                if (pace.Add(4 * m_shape.rowCount / c_group * static_cast<std::int64_t>(balls.offsets.size())))
+                if (pace.Add(4 * m_shape.rowCount / c_group *
+                             static_cast<std::int64_t>(balls.offsets.size())))
                     return;
             }
         }
@@ -314,7 +317,8 @@ private:
                 const std::int64_t place = (layer * m_shape.wordCount + word) * rowCount;
                 const std::uint64_t* const own = centers + place;
                 const std::uint64_t* const before = word > 0 ? own - rowCount : none.data();
-                const std::uint64_t* const after = word + 1 < m_shape.wordCount ? own + rowCount : none.data();
+                const std::uint64_t* const after =
+                    word + 1 < m_shape.wordCount ? own + rowCount : none.data();
                 std::uint64_t* const to = m_widened.data() + place;
                 Impl::RunFor(m_vectors, [=, this] {
                     std::copy_n(own, rowCount, to);
@@ -323,7 +327,8 @@ private:
                         std::uint64_t* const __restrict wider = to + width * m_shape.Size();
                         for (std::int64_t row = 0; row < rowCount; ++row)
                             wider[row] = narrower[row] | own[row] << width | own[row] >> width |
-                                         before[row] >> (c_wordBits - width) | after[row] << (c_wordBits - width);
+                                         before[row] >> (c_wordBits - width) |
+                                         after[row] << (c_wordBits - width);
                     }
                 });
             }
@@ -409,7 +414,7 @@ private:
     std::array<StBalls, c_greatestSmallBall + 1> m_balls; ///< by squared radius
     Bits m_open;                                          ///< the pixels that no ball contains so far
     Bits m_digits;                                        ///< the digits of the results, by digit
-    Bits m_widened;                                       ///< the centres of one squared radius, by half width
+    Bits m_widened; ///< the centres of one squared radius, by half width
     bool m_isAnyOpen = false;
     std::int64_t m_firstRow = 0;
     std::int64_t m_firstLayer = 0;
