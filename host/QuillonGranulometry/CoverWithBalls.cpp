@@ -141,7 +141,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t c_few = 3;
+    static constexpr std::size_t c_few = 6;
 
     void Cover(const StBox& box, std::span<const StBall> balls, std::size_t depth, CWorkPace& pace) {
         if (pace.IsCancelled() || box.PixelCount() == 0)

@@ -16,7 +16,7 @@ inline constexpr std::int32_t c_greatestSmallBall = 49;
 /// contain them. Returns false if cancelled.
 ///
 /// Pixels are bits of words: for each squared radius in turn, the centres of its balls are widened along x,
-/// and rows of the results are united. Time: independent of the number of balls. Memory per thread: 18 kB for
+/// and rows of the results are united. Time: independent of the number of balls. Memory per thread: 20 kB for
 /// each pixel along x.
 bool CoverWithSmallBalls(const StBalls& balls, const CLayerView<float>& output, IProgress& progress);
 

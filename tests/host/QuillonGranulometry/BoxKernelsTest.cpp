@@ -63,7 +63,8 @@ BoxParts RandomParts(std::mt19937& random) {
 }
 
 template <class Number>
-std::vector<std::uint8_t> NeededBy(const BoxParts& parts, const std::vector<StBall>& balls, EnVectors vectors) {
+std::vector<std::uint8_t> NeededBy(const BoxParts& parts, const std::vector<StBall>& balls,
+                                   EnVectors vectors) {
     std::vector<std::uint8_t> needed(balls.size(), 0);
     CPartSearch<Number> search(parts);
     Impl::RunFor(vectors, [&] { search.Find(balls, needed.data()); });
@@ -111,7 +112,8 @@ TEST(BoxKernels, APartThatABallCoversNeedsNoSmallerOne) {
     parts.front().size = {5, 4, 4};
     // The first ball reaches to the farthest corner of a cube of 4 pixels, at the distance 3, 3, 3.
     const std::vector<StBall> balls{{0, 0, 0, 28}, {4, 0, 0, 20}, {1, 1, 1, 3}};
-    EXPECT_EQ(NeededBy<float>(parts, balls, EnVectors::BASELINE), (std::vector<std::uint8_t>{0xFF, 0x01, 0x00}));
+    EXPECT_EQ(NeededBy<float>(parts, balls, EnVectors::BASELINE),
+              (std::vector<std::uint8_t>{0xFF, 0x01, 0x00}));
 }
 
 template <class Number>
