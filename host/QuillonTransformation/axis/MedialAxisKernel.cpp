@@ -212,6 +212,17 @@ private:
     std::vector<std::uint8_t> m_isSelected;
 };
 
+/// The squared distances that occur in the image; incomplete if cancelled.
+std::vector<std::uint8_t> Occurrences(const CSquaredDistanceView& distance, CWorkPace& pace) {
+    std::vector<std::uint8_t> occurs(static_cast<std::size_t>(distance.Greatest()) + 1, 0);
+    ForEachRow(distance, 1, pace, [&](std::int64_t y, std::int64_t z) {
+        const std::int32_t* const row = distance.Row(y, z);
+        for (std::int64_t x = 0; x < distance.nx; ++x)
+            occurs[static_cast<std::size_t>(row[x])] = 1;
+    });
+    return occurs;
+}
+
 void Clear(const CImageView<unsigned char>& marks) {
     for (std::int64_t z = 0; z < marks.nz; ++z) {
         for (std::int64_t y = 0; y < marks.ny; ++y)
@@ -228,7 +239,11 @@ void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t 
     RequireFitting(c_function, output, IMAGE_BINARY_FG, squaredDistance);
     const CImageView<unsigned char> marks(output);
     const std::int32_t greatest = std::max(distance.Greatest(), 1);
-    const auto table = pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace);
+    std::vector<std::uint8_t> occurs;
+    if (!pace.IsCancelled() && !CCoveringTable::IsShared(greatest))
+        occurs = Occurrences(distance, pace);
+    const auto table =
+        pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace, occurs);
     const auto spheres = pace.IsCancelled() ? nullptr : SpheresForImage({}, greatest, pace);
     if (table == nullptr || spheres == nullptr)
         return Clear(marks);
