@@ -9,6 +9,11 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <numeric>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -16,10 +21,11 @@ namespace ORVEN {
 
 namespace {
 
-/// A box and the balls that may be the largest for one of its pixels, in order of decreasing size.
+/// A box and the balls that may be the largest for one of its pixels, in order of decreasing size. All tasks
+/// together can need many times the number of balls, so that they hold indices.
 struct StTask {
     StBox box{};
-    std::vector<StBall> balls;
+    std::vector<std::uint32_t> balls;
 };
 
 /// Divides boxes, down to a size at which their rows fill the registers.
@@ -90,8 +96,9 @@ public:
     }
 
     /// Copies each ball to the lists of the parts that need it.
-    void Distribute(std::span<const StBall> balls, std::array<StBall*, c_boxLanes> lists,
-                    CWorkPace& pace) const {
+    /// A ball is one of `balls`, in the same order; it can be an index.
+    template <class Ball>
+    void Distribute(std::span<const Ball> balls, std::array<Ball*, c_boxLanes> lists, CWorkPace& pace) const {
         (void)ForEachPiece(
             static_cast<std::int64_t>(m_ballCount), 8, pace, [&](std::int64_t first, std::int64_t end) {
                 for (std::int64_t i = first; i < end; ++i) {
@@ -203,19 +210,68 @@ private:
     std::vector<std::vector<StBall>> m_lists; ///< of the parts, by depth of recursion
 };
 
-/// Divides a box among tasks for its parts.
-void Divide(const StBox& box, std::span<const StBall> balls, const CBoxShape& shape,
+/// The balls of a task, copied from the list of all balls.
+class CTaskBalls {
+public:
+    explicit CTaskBalls(std::span<const StBall> all)
+        : m_all(all) {}
+
+    /// Valid until the next call. Meaningless if cancelled.
+    [[nodiscard]] std::span<const StBall> Of(const StTask& task, CWorkPace& pace) {
+        m_balls.resize(std::max(m_balls.size(), task.balls.size()));
+        ForEachPiece(std::ssize(task.balls), 4, pace, [&](std::int64_t first, std::int64_t end) {
+            for (auto i = static_cast<std::size_t>(first); i < static_cast<std::size_t>(end); ++i)
+                m_balls[i] = m_all[task.balls[i]];
+        });
+        return std::span(m_balls).first(task.balls.size());
+    }
+
+private:
+    std::span<const StBall> m_all;
+    std::vector<StBall> m_balls;
+};
+
+/// Divides a task among tasks for the parts of its box.
+void Divide(const StTask& task, std::span<const StBall> balls, const CBoxShape& shape,
             CDistributor& distributor, std::span<StTask, c_boxLanes> tasks, CWorkPace& pace) {
-    const BoxParts parts = shape.PartsOf(box);
-    distributor.Find(box, parts, balls, pace);
-    std::array<StBall*, c_boxLanes> ends{};
+    const BoxParts parts = shape.PartsOf(task.box);
+    distributor.Find(task.box, parts, balls, pace);
+    std::array<std::uint32_t*, c_boxLanes> ends{};
     for (std::size_t part = 0; part < c_boxLanes && !pace.IsCancelled(); ++part) {
         tasks[part].box = parts[part];
         tasks[part].balls.resize(distributor.Count(part));
         ends[part] = tasks[part].balls.data();
     }
     if (!pace.IsCancelled())
-        distributor.Distribute(balls, ends, pace);
+        distributor.Distribute(std::span<const std::uint32_t>(task.balls), ends, pace);
+}
+
+/// Runs `body(task, balls, pace)` for all tasks, in parallel, with a copy of `body` on each thread. Frees the
+/// indices of finished tasks. Returns false if cancelled.
+template <class Body>
+bool ForEachTask(std::vector<StTask>& tasks, std::span<const StBall> balls, IProgress& progress,
+                 const Body& body) {
+    progress.Start(static_cast<unsigned>(tasks.size()), "opening sizes");
+    const bool isDone = ParallelForAtPace(std::ssize(tasks), progress, [&] {
+        return
+            [&tasks, work = body, taskBalls = CTaskBalls(balls)](std::int64_t item, CWorkPace& pace) mutable {
+                StTask& task = tasks[static_cast<std::size_t>(item)];
+                const std::span<const StBall> ballsOfTask = taskBalls.Of(task, pace);
+                if (!pace.IsCancelled())
+                    work(task, ballsOfTask, pace);
+                task.balls = {};
+            };
+    });
+    progress.Finish();
+    return isDone;
+}
+
+StTask WholeTask(const CLayerView<float>& output, std::size_t ballCount) {
+    if (ballCount > std::numeric_limits<std::uint32_t>::max())
+        throw std::length_error("too many balls for 32-bit indices");
+    StTask task{{{0, 0, 0}, {output.nx, output.ny, output.nz}}, std::vector<std::uint32_t>(ballCount)};
+    std::iota(task.balls.begin(), task.balls.end(), 0U);
+    return task;
 }
 
 } // namespace
@@ -223,38 +279,27 @@ void Divide(const StBox& box, std::span<const StBall> balls, const CBoxShape& sh
 bool CoverWithBalls(std::span<const StBall> balls, const CLayerView<float>& output, IProgress& progress) {
     const std::int32_t greatest = balls.empty() ? 0 : balls.front().squaredRadius;
     const CBoxShape shape(output);
-    const StBox whole{{0, 0, 0}, {output.nx, output.ny, output.nz}};
-    const std::int64_t pixelsOfTask = whole.PixelCount() < 1 << 25 ? 1 << 15 : 1 << 18;
-    std::vector<StTask> tasks(1);
-    tasks.front().box = whole;
-    for (bool isWhole = true; tasks.front().box.PixelCount() > pixelsOfTask; isWhole = false) {
+    std::vector<StTask> tasks{WholeTask(output, balls.size())};
+    const std::int64_t pixelsOfTask = tasks.front().box.PixelCount() < 1 << 24 ? 1 << 15 : 1 << 18;
+    while (tasks.front().box.PixelCount() > pixelsOfTask) {
         std::vector<StTask> next(tasks.size() * c_boxLanes);
-        progress.Start(static_cast<unsigned>(tasks.size()), "opening sizes");
-        const bool isDone = ParallelForAtPace(static_cast<std::int64_t>(tasks.size()), progress, [&] {
-            return [&, distributor = CDistributor(greatest)](std::int64_t item, CWorkPace& pace) mutable {
-                const auto index = static_cast<std::size_t>(item);
-                const std::span parts = std::span(next).subspan(index * c_boxLanes).first<c_boxLanes>();
-                Divide(tasks[index].box, isWhole ? balls : tasks[index].balls, shape, distributor, parts,
-                       pace);
-                tasks[index].balls = {};
-            };
-        });
-        progress.Finish();
-        if (!isDone)
+        const auto divide = [&, distributor = CDistributor(greatest)](const StTask& task,
+                                                                      std::span<const StBall> ballsOfTask,
+                                                                      CWorkPace& pace) mutable {
+            const auto place = static_cast<std::size_t>(&task - tasks.data()) * c_boxLanes;
+            Divide(task, ballsOfTask, shape, distributor, std::span(next).subspan(place).first<c_boxLanes>(),
+                   pace);
+        };
+        if (!ForEachTask(tasks, balls, progress, divide))
             return false;
         std::erase_if(next, [](const StTask& task) { return task.box.PixelCount() == 0; });
         tasks = std::move(next);
     }
-    progress.Start(static_cast<unsigned>(tasks.size()), "opening sizes");
-    const bool isDone = ParallelForAtPace(static_cast<std::int64_t>(tasks.size()), progress, [&] {
-        return [&, cover = CBoxCover(output, shape, greatest)](std::int64_t item, CWorkPace& pace) mutable {
-            StTask& task = tasks[static_cast<std::size_t>(item)];
-            cover.Cover(task.box, tasks.size() == 1 ? balls : task.balls, pace);
-            task.balls = {};
-        };
-    });
-    progress.Finish();
-    return isDone;
+    const auto cover = [cover = CBoxCover(output, shape, greatest)](
+                           const StTask& task, std::span<const StBall> ballsOfTask, CWorkPace& pace) mutable {
+        cover.Cover(task.box, ballsOfTask, pace);
+    };
+    return ForEachTask(tasks, balls, progress, cover);
 }
 
 } // namespace ORVEN

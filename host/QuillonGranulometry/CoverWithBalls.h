@@ -26,8 +26,8 @@ inline std::int32_t SquaredDistanceOf(float pixel) { return std::bit_cast<std::i
 /// of balls that a box needs depends on its size and not on theirs, so that the time per pixel depends little
 /// on the radii. It grows with the number of balls that differ by less than a pixel, such as those around the
 /// centre of a digital ball. In the worst case, when every ball is the largest somewhere in every box, it is
-/// the product of the numbers of balls and of pixels divided by 128; no such structure is known. Memory: 16
-/// bytes per ball, and again for each box of 2^15 pixels (2^18 in images from 2^25 on) that needs it.
+/// the product of the numbers of balls and of pixels divided by 128; no such structure is known. Memory: 4
+/// bytes per ball, and again for each box of 2^15 pixels (2^18 in images from 2^24 on) that needs it.
 bool CoverWithBalls(std::span<const StBall> balls, const CLayerView<float>& output, IProgress& progress);
 
 } // namespace ORVEN
