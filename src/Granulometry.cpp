@@ -12,6 +12,7 @@
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/ImageChecks.h>
 #include <sorblib2image/ImageView.h>
 
 #include <algorithm>
@@ -71,11 +72,7 @@ void RequireFittingMask(const CImage& mask, const CImage& image) {
     if (!(mask.Type() == IMAGE_BINARY_FG))
         throw CException(c_name, ("mask_image must be binary and has the type " + type + ".").c_str(),
                          nullptr);
-    if (!(mask.Size() == image.Size())) {
-        const std::string text = "mask_image has the size " + mask.Size().ToString() +
-                                 ", and the image has the size " + image.Size().ToString() + ".";
-        throw CException(c_name, text.c_str(), nullptr);
-    }
+    RequireSameSize(c_name, "mask_image", mask, "image", image);
 }
 
 /// Sets the pixels outside of a mask to a value.

@@ -346,7 +346,7 @@ TEST_F(Granulometry, AMaskThatDoesNotFitIsRefused) {
     EXPECT_EQ(Refusal(host), "CGranulometryPlugin: mask_image must be binary and has the type IMAGE_GREY_8.");
     host.Set("mask_image", new CValuePointer<CImage>(const_cast<CImage*>(&small), 1));
     EXPECT_EQ(Refusal(host),
-              "CGranulometryPlugin: mask_image has the size (20,11), and the image has the size (20,12).");
+              "CGranulometryPlugin: mask_image of size (20,11) does not fit the image of size (20,12).");
     EXPECT_EQ(ResultOf(host.Image()), nullptr);
 }
 
