@@ -4,12 +4,16 @@
 #include "plugin/PluginContract.h"
 
 #include <QuillonGranulometry/CGranulometry.h>
+#include <QuillonUtils/CCylinderMask.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CStringTools.h>
 #include <sorblib2core/CValueBool.h>
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
+#include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/ImageChecks.h>
+#include <sorblib2image/ImageView.h>
 
 #include <algorithm>
 #include <cmath>
@@ -26,6 +30,7 @@ using namespace ORVEN;
 namespace {
 
 const char* const c_name = "CGranulometryPlugin";
+const char* const c_maskKey = "parameters/mask_image";
 
 /// The number of pixels for each diameter.
 using Histogram = std::map<float, std::uint64_t>;
@@ -62,6 +67,28 @@ std::unique_ptr<CValueMap> DataOf(const Histogram& histogram) {
     return data;
 }
 
+void RequireFittingMask(const CImage& mask, const CImage& image) {
+    const std::string type = mask.Type().ToString();
+    if (!(mask.Type() == IMAGE_BINARY_FG))
+        throw CException(c_name, ("mask_image must be binary and has the type " + type + ".").c_str(),
+                         nullptr);
+    RequireSameSize(c_name, "mask_image", mask, "image", image);
+}
+
+/// Sets the pixels outside of a mask to a value.
+void Fill(CImage& image, const CImage& mask, unsigned char value) {
+    const CImageView<unsigned char> pixels(image);
+    const CImageView<const unsigned char> isInside(mask);
+    for (std::int64_t z = 0; z < pixels.nz; ++z) {
+        for (std::int64_t y = 0; y < pixels.ny; ++y) {
+            unsigned char* const row = pixels.Row(y, z);
+            std::transform(
+                row, row + pixels.nx, isInside.Row(y, z), row,
+                [value](unsigned char pixel, unsigned char inside) { return inside != 0 ? pixel : value; });
+        }
+    }
+}
+
 } // namespace
 
 std::string GranulometryKey() { return CQuillonHeaderTools::c_sTagFeatures + "/Granulometry"; }
@@ -85,6 +112,11 @@ void CGranulometryPlugin::UpdateParameters(const CValueMap& tree) {
     // Unlike the others, these parameters are reset if a call does not contain them.
     m_stepWidth = -1.0;
     m_isFiltered = false;
+    m_mask = nullptr;
+    m_usesCylinder = false;
+    if (tree.HasEntry(c_maskKey))
+        m_mask = UnwrapPointer<CImage>(tree.Entry(c_maskKey, true));
+    contract::ReadParameter(tree, "parameters/use cylindrical mask", m_usesCylinder);
     bool isExperimental = false;
     contract::ReadParameter(tree, "parameters/experimental", isExperimental);
     if (!isExperimental)
@@ -96,15 +128,48 @@ void CGranulometryPlugin::UpdateParameters(const CValueMap& tree) {
     contract::ReadParameter(tree, "parameters/medialaxispoint-filtered", m_isFiltered);
 }
 
+std::unique_ptr<CImage> CGranulometryPlugin::Restricted(const CImage& image) const {
+    if (m_mask == nullptr && !m_usesCylinder)
+        return nullptr;
+    const unsigned char outside = m_isOnForeground ? 0 : 1;
+    auto restricted = std::make_unique<CImage>(image);
+    CQuillonHeaderTools::SetAttributes(*restricted, image.Attributes());
+    if (m_mask != nullptr) {
+        RequireFittingMask(*m_mask, image);
+        Fill(*restricted, *m_mask, outside);
+    }
+    if (m_usesCylinder) {
+        const CCylinderMask cylinder(nullptr, nullptr);
+        if (!cylinder.CopyMetaInfo(image, *restricted))
+            throw CException(c_name, "The image has no cylinder on record: run CylinderMask first.", nullptr);
+        cylinder.MaskImageWithMetaInfoCylinder(*restricted, outside);
+    }
+    return restricted;
+}
+
+CString CGranulometryPlugin::HistoryLine() const {
+    const CString stepWidth = m_stepWidth > 0.0
+                                  ? CString(",stepwidth=%1", CString::ENC_UTF8).Arg(m_stepWidth, 0)
+                                  : CString("", CString::ENC_UTF8);
+    return CString("granulometry(spherical,%1%2%3%4%5)", CString::ENC_UTF8)
+        .Arg(m_isOnForeground ? "fg" : "bg")
+        .Arg(stepWidth)
+        .Arg(m_isFiltered ? ",medialaxispoint-filtered" : "")
+        .Arg(m_mask != nullptr ? ",on mask_image" : "")
+        .Arg(m_usesCylinder ? ",on cylindrical mask" : "");
+}
+
 void CGranulometryPlugin::GetData(CValueMap& tree) {
     CImage* image = contract::ContentOf(m_focusedDocument);
     if (image == nullptr || !(image->Type() == IMAGE_BINARY_FG))
         return;
     RequireIsotropicPixels(*image, c_name);
+    const std::unique_ptr<CImage> restricted = Restricted(*image);
+    const CImage& measured = restricted != nullptr ? *restricted : *image;
     auto output = std::make_unique<CImage>(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
     Histogram histogram;
     CGranulometry(nullptr, nullptr)
-        .DoSphereGranulometryBinned(*image, *output, histogram, m_stepWidth, m_isFiltered, m_isOnForeground,
+        .DoSphereGranulometryBinned(measured, *output, histogram, m_stepWidth, m_isFiltered, m_isOnForeground,
                                     m_isOnForeground ? 2 : 0);
     if (histogram.empty())
         throw CException(c_name, "Image is empty or structur is too thin.", nullptr); // contract wording
@@ -116,6 +181,10 @@ void CGranulometryPlugin::GetData(CValueMap& tree) {
         result->SetEntry("stepwidth", new CValueDouble(m_stepWidth));
     if (m_isFiltered)
         result->SetEntry("medialaxispoint-filtered", new CValueBool(true));
+    if (m_mask != nullptr)
+        result->SetEntry("on mask_image", new CValueBool(true));
+    if (m_usesCylinder)
+        result->SetEntry("on cylindrical mask", new CValueBool(true));
 
     if (!m_returnsImage) {
         image->Attributes().SetEntry(GranulometryKey(), result.release());
@@ -123,15 +192,7 @@ void CGranulometryPlugin::GetData(CValueMap& tree) {
         return;
     }
     output->Attributes().SetEntry(GranulometryKey(), result.release());
-    const CString stepWidth = m_stepWidth > 0.0
-                                  ? CString(",stepwidth=%1", CString::ENC_UTF8).Arg(m_stepWidth, 0)
-                                  : CString("", CString::ENC_UTF8);
-    CQuillonHeaderTools::AddToHistory(*output,
-                                      CString("granulometry(spherical,%1%2%3)", CString::ENC_UTF8)
-                                          .Arg(m_isOnForeground ? "fg" : "bg")
-                                          .Arg(stepWidth)
-                                          .Arg(m_isFiltered ? ",medialaxispoint-filtered" : ""),
-                                      0);
+    CQuillonHeaderTools::AddToHistory(*output, HistoryLine(), 0);
     // The sizes are not a copy of the image, so they do not inherit its attributes.
     contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(output),
                        contract::LabelOf(*m_focusedDocument, "Granulometry"));

@@ -7,6 +7,7 @@
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
 #include <sorblib2core/UnwrapPointer.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <chrono>
 #include <new>
@@ -57,6 +58,49 @@ std::vector<std::string> ViewTypes(CValueMap& tree) {
             types.push_back(view->EntryString("type").Std());
     }
     return types;
+}
+
+std::vector<std::string> HistoryOf(const CImage& image) {
+    std::vector<std::string> lines;
+    const CValue* entry = image.Attributes().Entry("history", true);
+    const CValueVector* history = entry != nullptr ? entry->Vector() : nullptr;
+    if (history == nullptr)
+        return lines;
+    for (const CValue* line : *history) {
+        if (line != nullptr && line->GenericType() == CValue::VAL_STRING)
+            lines.push_back(line->String().Std());
+    }
+    return lines;
+}
+
+/// Gives a result that shows the pixels of the focused image, but says nothing about where they come from,
+/// the spacing and the history of that image. Some plug-ins leave this to the host.
+void AddOrigin(CImage& result, const CImage& focused) {
+    if (!(result.Size() == focused.Size()))
+        return;
+    double x = 1.0;
+    double y = 1.0;
+    double z = 1.0;
+    if (!CQuillonHeaderTools::GetSpacing(result, x, y, z) &&
+        CQuillonHeaderTools::GetSpacing(focused, x, y, z))
+        CQuillonHeaderTools::SetSpacing(result, x, y, z);
+    const std::vector<std::string> earlier = HistoryOf(focused);
+    const std::vector<std::string> own = HistoryOf(result);
+    if (earlier.empty() || (!own.empty() && own.front() == earlier.front()))
+        return;
+    result.Attributes().SetEntry("history", new CValueVector);
+    for (const std::vector<std::string>& lines : {earlier, own}) {
+        for (const std::string& line : lines)
+            CQuillonHeaderTools::AddToHistory(result, line.c_str(), 0);
+    }
+}
+
+void AddOrigins(const std::vector<std::unique_ptr<CValueMap>>& documents, const CValueMap& focused) {
+    const CImage* const image = ImageOf(focused);
+    for (const auto& document : documents) {
+        if (image != nullptr && ImageOf(*document) != nullptr)
+            AddOrigin(*UnwrapPointer<CImage>(document->Entry("content", true)), *image);
+    }
 }
 
 void Drive(CPluginBase& plugin, const StPluginRequest& request, CValueMap& tree, StPluginOutcome& outcome) {
@@ -123,6 +167,7 @@ StPluginOutcome CallPlugin(CPluginBase& plugin, StPluginRequest request) {
     // The documents that a plug-in hands over can be malformed, too.
     const auto badHandOver = FailureOf(request.name, [&] {
         outcome.documents = TakeDocuments(*tree);
+        AddOrigins(outcome.documents, *request.document);
         outcome.views = ViewTypes(*tree);
         if (const CValue* parameters = tree->Entry("parameters", true))
             outcome.parameters = ToJson(*parameters);

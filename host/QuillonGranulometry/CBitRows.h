@@ -16,22 +16,12 @@ public:
         : m_wordsPerRow((rowLength + c_bits - 1) / c_bits)
         , m_words(static_cast<std::size_t>(m_wordsPerRow * rowCount)) {}
 
-    void Set(std::int64_t row, std::int64_t x) { Row(row)[x / c_bits] |= std::uint64_t{1} << x % c_bits; }
-
-    void Clear(std::int64_t row, std::int64_t x) {
-        Row(row)[x / c_bits] &= ~(std::uint64_t{1} << x % c_bits);
+    /// Sets the 64 bits from `firstX` on, a multiple of 64. Bits beyond the row must be 0.
+    void Assign(std::int64_t row, std::int64_t firstX, std::uint64_t bits) {
+        m_words[static_cast<std::size_t>(row * m_wordsPerRow + firstX / c_bits)] = bits;
     }
     [[nodiscard]] bool Has(std::int64_t row, std::int64_t x) const {
         return (m_words[static_cast<std::size_t>(row * m_wordsPerRow + x / c_bits)] >> x % c_bits & 1) != 0;
-    }
-
-    /// The number of bits set in a row.
-    [[nodiscard]] std::int64_t CountOf(std::int64_t row) const {
-        const std::uint64_t* const words = m_words.data() + row * m_wordsPerRow;
-        std::int64_t count = 0;
-        for (std::int64_t word = 0; word < m_wordsPerRow; ++word)
-            count += std::popcount(words[word]);
-        return count;
     }
 
     /// Calls `body(x)` for the set bits of a row from `first` to `last`, both included.
@@ -43,23 +33,8 @@ public:
         });
     }
 
-    /// Like `ForEach`, and clears the bits. Returns the number of bits cleared.
-    template <class Body>
-    std::int64_t TakeAll(std::int64_t row, std::int64_t first, std::int64_t last, const Body& body) {
-        std::uint64_t* const words = Row(row);
-        std::int64_t count = 0;
-        ForEachWord(first, last, [&](std::int64_t word, std::uint64_t mask) {
-            const std::uint64_t taken = words[word] & mask;
-            words[word] ^= taken;
-            count += VisitBits(taken, word, body);
-        });
-        return count;
-    }
-
 private:
     static constexpr std::int64_t c_bits = 64;
-
-    [[nodiscard]] std::uint64_t* Row(std::int64_t row) { return m_words.data() + row * m_wordsPerRow; }
 
     template <class Body>
     static void ForEachWord(std::int64_t first, std::int64_t last, const Body& body) {
@@ -73,13 +48,9 @@ private:
     }
 
     template <class Body>
-    static std::int64_t VisitBits(std::uint64_t bits, std::int64_t word, const Body& body) {
-        std::int64_t count = 0;
-        for (; bits != 0; bits &= bits - 1) {
+    static void VisitBits(std::uint64_t bits, std::int64_t word, const Body& body) {
+        for (; bits != 0; bits &= bits - 1)
             body(word * c_bits + std::countr_zero(bits));
-            ++count;
-        }
-        return count;
     }
 
     std::int64_t m_wordsPerRow;

@@ -1,7 +1,9 @@
 #include "QuillonGranulometry/CGranulometry.h"
 
+#include "QuillonGranulometry/BallLists.h"
+#include "QuillonGranulometry/CoverWithBalls.h"
+#include "QuillonGranulometry/CoverWithSmallBalls.h"
 #include "QuillonGranulometry/IsMaximalBall.h"
-#include "QuillonGranulometry/PaintBalls.h"
 #include "QuillonGranulometry/StBalls.h"
 
 #include <QuillonBase/CWorkPace.h>
@@ -13,8 +15,10 @@
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <mutex>
+#include <vector>
 
 namespace ORVEN {
 
@@ -39,6 +43,9 @@ void RequireImages(const IImage& input, const IImage& output) {
     }
     CheckDistanceExtents(c_function, input.Size());
 }
+
+/// Number of pixels for each squared distance.
+using SquaredSizes = std::map<std::int32_t, std::uint64_t>;
 
 /// Converts squared distances to the reported diameters.
 class CDiameters {
@@ -102,49 +109,89 @@ bool ForEachGroup(const CLayerView<T>& view, IProgress& progress, const char* ph
     return isDone;
 }
 
-/// Replaces squared distances by diameters. Returns false if cancelled.
-bool WriteDiameters(const CLayerView<float>& output, const CDiameters& diameters, IProgress& progress) {
-    const auto write = [&](std::int64_t y, std::int64_t z) {
-        float* const row = output.Row(y, z);
-        std::int32_t squaredDistance = 0;
-        float diameter = 0.0F;
-        for (std::int64_t x = 0; x < output.nx; ++x) {
-            if (SquaredDistanceOf(row[x]) != squaredDistance) {
-                squaredDistance = SquaredDistanceOf(row[x]);
-                diameter = diameters.Of(squaredDistance);
+/// Replaces squared distances by diameters, and counts the pixels of each squared distance.
+class CDiameterWriter {
+public:
+    CDiameterWriter(const CLayerView<float>& output, const CDiameters& diameters)
+        : m_output(output)
+        , m_diameters(diameters) {
+        for (std::int32_t squaredDistance = 0; squaredDistance < c_tabled; ++squaredDistance)
+            m_table.push_back(diameters.Of(squaredDistance));
+    }
+
+    /// Returns false if cancelled.
+    [[nodiscard]] bool Write(SquaredSizes& sizes, IProgress& progress) const {
+        std::mutex guard;
+        return ForEachGroup(
+            m_output, progress, "diameters", [&](std::int64_t firstZ, std::int64_t endZ, CWorkPace& pace) {
+                StCounts counts;
+                m_output.ForEachRow(firstZ, endZ, 8, pace, [&](std::int64_t y, std::int64_t z) {
+                    WriteRow(m_output.Row(y, z), counts);
+                });
+                const std::lock_guard lock(guard);
+                counts.AddTo(sizes);
+            });
+    }
+
+private:
+    /// Smaller squared distances are frequent; the others, of large balls, come in long runs.
+    static constexpr std::int32_t c_tabled = 1 << 12;
+    static constexpr std::int64_t c_columns = 4;
+
+    struct StCounts {
+        /// Neighbouring pixels, which are often equal, count in different places.
+        std::array<std::array<std::uint64_t, c_tabled>, c_columns> tabled{};
+        SquaredSizes others;
+
+        void AddTo(SquaredSizes& sizes) const {
+            for (std::int32_t squaredDistance = 1; squaredDistance < c_tabled; ++squaredDistance) {
+                std::uint64_t count = 0;
+                for (const auto& column : tabled)
+                    count += column[static_cast<std::size_t>(squaredDistance)];
+                if (count > 0)
+                    sizes[squaredDistance] += count;
             }
-            row[x] = diameter;
+            for (const auto& [squaredDistance, count] : others)
+                sizes[squaredDistance] += count;
         }
     };
-    return ForEachGroup(output, progress, "diameters",
-                        [&](std::int64_t firstZ, std::int64_t endZ, CWorkPace& pace) {
-                            output.ForEachRow(firstZ, endZ, 8, pace, write);
-                        });
-}
 
-/// Writes and counts the squared distances of the pixels for which `isKept(x, y, z, pace)` is true; writes 0
-/// elsewhere. Returns false if cancelled.
+    void WriteRow(float* row, StCounts& counts) const {
+        for (std::int64_t x = 0; x < m_output.nx;) {
+            const std::int32_t squaredDistance = SquaredDistanceOf(row[x]);
+            if (squaredDistance < c_tabled) {
+                const auto index = static_cast<std::size_t>(squaredDistance);
+                row[x] = m_table[index];
+                ++counts.tabled[static_cast<std::size_t>(x % c_columns)][index];
+                ++x;
+                continue;
+            }
+            const float diameter = m_diameters.Of(squaredDistance);
+            const std::int64_t first = x;
+            do {
+                row[x++] = diameter;
+            } while (x < m_output.nx && SquaredDistanceOf(row[x]) == squaredDistance);
+            counts.others[squaredDistance] += static_cast<std::uint64_t>(x - first);
+        }
+    }
+
+    const CLayerView<float>& m_output;
+    const CDiameters& m_diameters;
+    std::vector<float> m_table;
+};
+
+/// Writes the squared distances of the pixels for which `isKept(x, y, z, pace)` is true, and 0 elsewhere.
+/// Returns false if cancelled.
 template <class IsKept>
 bool Keep(const CLayerView<const std::int32_t>& distances, const CLayerView<float>& output,
-          SquaredSizes& sizes, IProgress& progress, const IsKept& isKept) {
-    std::mutex guard;
+          IProgress& progress, const IsKept& isKept) {
     const auto keepGroup = [&](std::int64_t firstZ, std::int64_t endZ, CWorkPace& pace) {
-        SquaredSizes kept;
         output.ForEachRow(firstZ, endZ, 4, pace, [&](std::int64_t y, std::int64_t z) {
             const std::int32_t* const distanceRow = distances.Row(y, z);
             float* const row = output.Row(y, z);
-            for (std::int64_t x = 0; x < output.nx && !pace.IsCancelled(); ++x) {
-                const std::int32_t distance = isKept(x, y, z, pace) ? distanceRow[x] : 0;
-                row[x] = PixelOf(distance);
-                if (distance != 0) {
-                    ++kept[distance];
-                    (void)pace.Add(64);
-                }
-            }
+            for (std::int64_t x = 0; x < output.nx && !pace.IsCancelled(); ++x)
+                row[x] = PixelOf(isKept(x, y, z, pace) ? distanceRow[x] : 0);
         });
-        const std::lock_guard lock(guard);
-        for (const auto& [squaredDistance, count] : kept)
-            sizes[squaredDistance] += count;
     };
     return ForEachGroup(output, progress, "maximal balls", keepGroup);
 }
@@ -165,8 +212,8 @@ struct StMeasurement {
     bool isLimitedByOutside;
     IProgress& progress;
 
-    /// Writes and counts squared distances. Returns false if cancelled.
-    [[nodiscard]] bool Measure(SquaredSizes& sizes) const {
+    /// Writes squared distances. Returns false if cancelled.
+    [[nodiscard]] bool Measure() const {
         CImage squaredDistances(IMAGE_GREY_32, input.Size(), CSize(0, 0, 0));
         StDistanceTransform transform;
         transform.seeds = isOnForeground ? EnSeeds::ZEROS : EnSeeds::NON_ZEROS;
@@ -179,14 +226,14 @@ struct StMeasurement {
             return false;
         const CLayerView<const std::int32_t> distances(squaredDistances);
         if (greatest == 0)
-            return Keep(distances, output, sizes, progress, [](auto...) { return false; });
+            return Keep(distances, output, progress, [](auto...) { return false; });
         if (isFiltered && isLimitedByOutside && input.Size().Dim() == 3) {
             // In 3-d images limited by background there is a faster way to find the same balls.
             CImage medialAxis(IMAGE_BINARY_FG, input.Size(), CSize(0, 0, 0));
             MarkMedialAxis(squaredDistances, medialAxis, 0, {}, progress);
             const CLayerView<const unsigned char> marks(medialAxis);
             return !progress.IsCancelled() &&
-                   Keep(distances, output, sizes, progress,
+                   Keep(distances, output, progress,
                         [&marks](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& /*pace*/) {
                             return marks.Row(y, z)[x] != 0;
                         });
@@ -195,15 +242,22 @@ struct StMeasurement {
         StBalls balls{input.Size().Dim(), distances, greatest, CBitRows(output.nx, output.ny * output.nz)};
         if (!FindCandidates(balls, progress))
             return false;
-        if (!isFiltered)
-            return PaintBalls(balls, output, sizes, progress);
-        SquaredSizes openingSizes;
-        return PaintBalls(balls, output, openingSizes, progress) &&
-               Keep(distances, output, sizes, progress,
+        if (!FindOpeningSizes(balls))
+            return false;
+        return !isFiltered ||
+               Keep(distances, output, progress,
                     [&](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& pace) {
                         return balls.candidates.Has(output.RowNumber(y, z), x) &&
                                IsMaximalBall(balls, x, y, z, SquaredDistanceOf(output.Row(y, z)[x]), pace);
                     });
+    }
+
+private:
+    [[nodiscard]] bool FindOpeningSizes(const StBalls& balls) const {
+        CWorkPace pace(progress);
+        const CBallList list = SortedCandidates(balls, c_greatestSmallBall, pace);
+        return !pace.IsCancelled() && CoverWithBalls(list.Balls(), output, progress) &&
+               CoverWithSmallBalls(balls, output, progress);
     }
 };
 
@@ -222,7 +276,7 @@ void CGranulometry::DoSphereGranulometryBinned(const IImage& input, IImage& outp
     const StMeasurement measurement{input, pixels, isFiltered, onForeground, isLimitedByOutside, Progress()};
     const CDiameters diameters(input, stepWidth);
     SquaredSizes sizes;
-    if (!measurement.Measure(sizes) || !WriteDiameters(pixels, diameters, Progress()))
+    if (!measurement.Measure() || !CDiameterWriter(pixels, diameters).Write(sizes, Progress()))
         return Clear(pixels);
     CWorkPace pace(Progress());
     for (const auto& [squaredDistance, count] : sizes) {

@@ -10,7 +10,7 @@
 namespace ORVEN {
 
 /// The balls of a structure, given by their squared distances to the outside of the structure. Candidates are
-/// the balls not contained in the ball of an adjacent pixel; every ball is contained in a candidate.
+/// the balls not contained in the ball of a pixel nearby; every ball is contained in a candidate.
 struct StBalls {
     int dimension;
     const CLayerView<const std::int32_t>& distances;

@@ -301,6 +301,87 @@ TEST_F(Granulometry, CountsMaximalBallsIfFiltered) {
     EXPECT_EQ(CountsOf(result), (Counts{{"2.000000e+00", 20}, {"6.000000e+00", 16}}));
 }
 
+/// Columns 0 to 9 of the line and the bar.
+std::unique_ptr<CImage> LeftHalf() {
+    return Shape(CSize(20, 12), [](std::int64_t x, std::int64_t) { return x < 10; });
+}
+
+TEST_F(Granulometry, MeasuresInsideAMaskOnly) {
+    const auto mask = LeftHalf();
+    test::CPackHost host(LineAndBar());
+    host.Set("mask_image", new CValuePointer<CImage>(mask.get(), 1)).Set("returnImage", new CValueBool(true));
+    EXPECT_EQ(Run(host), "granulometry(spherical,fg,on mask_image)");
+    const CValueMap& result = *ResultOf(host.Result());
+    EXPECT_EQ(KeysOf(result), (std::vector<std::string>{"data", "on foreground", "on mask_image"}));
+    EXPECT_EQ(CountsOf(result), (Counts{{"2.000000e+00", 10}, {"6.000000e+00", 50}}));
+    const auto sizes = test::PixelsOf<float>(host.Result());
+    EXPECT_EQ(sizes[5 * 20 + 9], 6.0F);
+    EXPECT_EQ(sizes[5 * 20 + 10], 0.0F);
+}
+
+TEST_F(Granulometry, PoresEndAtTheMask) {
+    const auto mask = Shape(CSize(20, 12), [](std::int64_t, std::int64_t y) { return y == 3; });
+    test::CPackHost host(LineAndBar());
+    host.Set("mask_image", new CValuePointer<CImage>(mask.get(), 1))
+        .Set("onForeground", new CValueBool(false));
+    // Of rows 2 to 4, which are 3 pixels wide, one is left.
+    EXPECT_EQ(CountsOf(Measure(host)), (Counts{{"2.000000e+00", 20}}));
+}
+
+TEST_F(Granulometry, TheImageAndLaterRunsAreNotMasked) {
+    const auto mask = LeftHalf();
+    test::CPackHost host(LineAndBar());
+    host.Set("mask_image", new CValuePointer<CImage>(mask.get(), 1));
+    (void)Measure(host);
+    EXPECT_EQ(test::PixelsOf<unsigned char>(host.Image()), test::PixelsOf<unsigned char>(*LineAndBar()));
+    host.Set("mask_image", new CValuePointer<CImage>(nullptr, 1));
+    EXPECT_EQ(CountsOf(Measure(host)), (Counts{{"2.000000e+00", 20}, {"6.000000e+00", 100}}));
+}
+
+TEST_F(Granulometry, AMaskThatDoesNotFitIsRefused) {
+    const CImage grey(IMAGE_GREY_8, CSize(20, 12), CSize(0, 0, 0));
+    const CImage small(IMAGE_BINARY_FG, CSize(20, 11), CSize(0, 0, 0));
+    test::CPackHost host(LineAndBar());
+    host.Set("mask_image", new CValuePointer<CImage>(const_cast<CImage*>(&grey), 1));
+    EXPECT_EQ(Refusal(host), "CGranulometryPlugin: mask_image must be binary and has the type IMAGE_GREY_8.");
+    host.Set("mask_image", new CValuePointer<CImage>(const_cast<CImage*>(&small), 1));
+    EXPECT_EQ(Refusal(host),
+              "CGranulometryPlugin: mask_image of size (20,11) does not fit the image of size (20,12).");
+    EXPECT_EQ(ResultOf(host.Image()), nullptr);
+}
+
+/// The record that CylinderMask leaves.
+void RecordCylinder(CImage& image, double s, double t, double radius) {
+    CValueMap record;
+    record.SetEntry("axis", test::Text("Z"));
+    record.SetEntry("s", new CValueDouble(s));
+    record.SetEntry("t", new CValueDouble(t));
+    record.SetEntry("radius", new CValueDouble(radius));
+    CQuillonHeaderTools::SetMetaInfo(image, "CylinderMask", record);
+}
+
+TEST_F(Granulometry, MeasuresInsideTheCylinderOnRecordIfAsked) {
+    auto image = Shape(CSize(20, 12), [](std::int64_t, std::int64_t) { return true; });
+    RecordCylinder(*image, 8, 5, 2);
+    CQuillonHeaderTools::SetSpacing(*image, 0.5, 0.5, 0.5);
+    test::CPackHost host(std::move(image));
+    host.Set("returnImage", new CValueBool(true));
+    EXPECT_EQ(Run(host), "granulometry(spherical,fg)");
+    host.Set("use cylindrical mask", new CValueBool(true));
+    EXPECT_EQ(Run(host), "granulometry(spherical,fg,on cylindrical mask)");
+    const CValueMap& result = *ResultOf(host.Result());
+    EXPECT_EQ(KeysOf(result), (std::vector<std::string>{"data", "on cylindrical mask", "on foreground"}));
+    // A disc of 13 pixels; its centre is sqrt(5) pixels away from the outside.
+    EXPECT_EQ(CountsOf(result), (Counts{{"2.236068e+00", 13}}));
+}
+
+TEST_F(Granulometry, WithoutACylinderOnRecordNothingIsMeasuredInside) {
+    test::CPackHost host(LineAndBar());
+    host.Set("use cylindrical mask", new CValueBool(true));
+    EXPECT_EQ(Refusal(host),
+              "CGranulometryPlugin: The image has no cylinder on record: run CylinderMask first.");
+}
+
 TEST_F(Granulometry, AnImageWithoutForegroundIsTooThin) {
     test::CPackHost host(Shape(CSize(5, 5, 5), [](std::int64_t, std::int64_t) { return false; }));
     EXPECT_EQ(Refusal(host), "CGranulometryPlugin: Image is empty or structur is too thin.");

@@ -3,6 +3,8 @@
 #include "QuillonTransformation/axis/BuiltInMedialAxisNeighborhood.h"
 #include "QuillonTransformation/axis/LookUpTableFile.h"
 
+#include <QuillonBase/VectorDispatch.h>
+
 #include <algorithm>
 #include <bit>
 #include <iterator>
@@ -47,15 +49,22 @@ public:
     /// Of all images of u, the sorted one is the farthest from -v.
     void Include(const StSortedVector& u) {
         const std::int32_t length = u.SquaredLength();
-        for (std::size_t i = 0; i < m_values.size(); ++i) {
-            m_values[i] =
-                std::max(m_values[i], length + m_doubleA[i] * u.a + m_doubleB[i] * u.b + m_doubleC[i] * u.c);
-        }
+        const auto [a, b, c] = u;
+        const std::int32_t* const doubleA = m_doubleA.data();
+        const std::int32_t* const doubleB = m_doubleB.data();
+        const std::int32_t* const doubleC = m_doubleC.data();
+        std::int32_t* const __restrict values = m_values.data();
+        const std::size_t count = m_values.size();
+        Impl::RunFor(m_vectors, [=] {
+            for (std::size_t i = 0; i < count; ++i)
+                values[i] = std::max(values[i], length + doubleA[i] * a + doubleB[i] * b + doubleC[i] * c);
+        });
     }
 
     [[nodiscard]] std::span<const std::int32_t> Values() const { return m_values; }
 
 private:
+    Impl::EnVectors m_vectors = Impl::BestVectors();
     std::vector<std::int32_t> m_doubleA;
     std::vector<std::int32_t> m_doubleB;
     std::vector<std::int32_t> m_doubleC;
@@ -64,7 +73,8 @@ private:
 
 } // namespace
 
-CCoveringTable::CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32_t greatestDistance)
+CCoveringTable::CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32_t greatestDistance,
+                               std::span<const std::uint8_t> occurs)
     : m_neighborhood(std::move(neighborhood))
     , m_greatestDistance(greatestDistance) {
     for (const StMedialAxisGenerator& generator : m_neighborhood.generators) {
@@ -75,8 +85,14 @@ CCoveringTable::CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32
         m_farLeastDistances.push_back(generator.leastDistance);
         m_farFoundAt.push_back(generator.foundAt);
     }
-    const auto rowCount = static_cast<std::size_t>(greatestDistance) + 1;
-    m_nearLimits.resize(rowCount);
+    const auto distanceCount = static_cast<std::size_t>(greatestDistance) + 1;
+    m_nearLimits.resize(distanceCount);
+    m_rows.resize(distanceCount, c_noRow);
+    std::uint32_t rowCount = 0;
+    for (std::size_t distance = 0; distance < distanceCount; ++distance) {
+        if (occurs.empty() || distance == 0 || occurs[distance] != 0)
+            m_rows[distance] = rowCount++;
+    }
     m_farExcesses = std::make_unique_for_overwrite<std::uint16_t[]>(rowCount * m_farVectors.size());
 }
 
@@ -98,9 +114,10 @@ bool CCoveringTable::Fill(CWorkPace& pace) {
             m_nearLimits[static_cast<std::size_t>(distance)][i] =
                 nearMaxima.Values()[i] + c_nearVectors[i].SquaredLength() + 1;
         }
+        const std::uint32_t row = m_rows[static_cast<std::size_t>(distance)];
         std::uint16_t* const excesses =
-            m_farExcesses.get() + static_cast<std::size_t>(distance) * m_farVectors.size();
-        for (std::size_t i = 0; i < m_farVectors.size(); ++i) {
+            row == c_noRow ? nullptr : m_farExcesses.get() + row * m_farVectors.size();
+        for (std::size_t i = 0; excesses != nullptr && i < m_farVectors.size(); ++i) {
             const std::int32_t excess = farMaxima.Values()[i] - distance + 1;
             const bool isUsed = excess < c_never && std::cmp_greater_equal(distance, m_farLeastDistances[i]);
             excesses[i] = isUsed ? static_cast<std::uint16_t>(excess) : c_never;
@@ -111,13 +128,18 @@ bool CCoveringTable::Fill(CWorkPace& pace) {
     return true;
 }
 
+bool CCoveringTable::IsShared(std::int32_t greatestDistance) {
+    return greatestDistance <= c_greatestKeptDistance;
+}
+
 std::size_t CCoveringTable::FarVectorCount(std::int32_t greatestDistance) const {
     const auto end = std::ranges::upper_bound(m_farFoundAt, static_cast<std::uint32_t>(greatestDistance));
     return static_cast<std::size_t>(end - m_farFoundAt.begin());
 }
 
-std::shared_ptr<const CCoveringTable>
-CCoveringTable::ForImage(const std::string& path, std::int32_t greatestDistance, CWorkPace& pace) {
+std::shared_ptr<const CCoveringTable> CCoveringTable::ForImage(const std::string& path,
+                                                               std::int32_t greatestDistance, CWorkPace& pace,
+                                                               std::span<const std::uint8_t> occurs) {
     static std::mutex guard;
     static std::shared_ptr<const CCoveringTable> kept;
     StMedialAxisNeighborhood neighborhood = NeighborhoodFor(path, greatestDistance);
@@ -129,11 +151,12 @@ CCoveringTable::ForImage(const std::string& path, std::int32_t greatestDistance,
     }
     // Threads that need a table at the same time each build their own. A thread that waited for another would
     // not react to a cancellation.
-    const bool isKept = greatestDistance <= c_greatestKeptDistance;
+    const bool isKept = IsShared(greatestDistance);
     const auto roundedUp =
         static_cast<std::int32_t>(std::bit_ceil(static_cast<std::uint32_t>(greatestDistance)));
     const std::shared_ptr<CCoveringTable> table(
-        new CCoveringTable(std::move(neighborhood), isKept ? roundedUp : greatestDistance));
+        isKept ? new CCoveringTable(std::move(neighborhood), roundedUp, {})
+               : new CCoveringTable(std::move(neighborhood), greatestDistance, occurs));
     if (!table->Fill(pace))
         return nullptr;
     if (isKept) {

@@ -23,7 +23,9 @@ inline constexpr std::array<StSortedVector, 3> c_nearVectors{{{1, 0, 0}, {1, 1, 
 /// excess M - R - |v|^2 + 1 in 16 bits; the excesses of an R are contiguous, because a pixel on the axis
 /// needs all of them.
 ///
-/// Memory: 12 bytes per R, plus 2 bytes per R and generator. Filling the table takes a step per generator and
+/// Memory: 16 bytes per R, plus 2 bytes per generator and R; for images with R above 128^2, only per R that
+/// occurs. An image needs at least (2 sqrt(R) - 1)^3 pixels for a ball of squared radius R, so that with the
+/// built-in list the table takes at most 3 bytes per pixel. Filling the table takes a step per generator and
 /// sorted vector up to the largest R, and can be cancelled.
 class CCoveringTable {
 public:
@@ -33,9 +35,14 @@ public:
     /// Returns the table for an image with the given largest squared distance. It is based on the file at
     /// `path`, or on the built-in neighbourhood if the path is empty, or if the reach of the file is shorter
     /// than both the image needs and the built-in one provides. Raises as `ReadMedialAxisNeighborhood`.
-    /// Tables of moderate size are kept for the next image. Returns null if cancelled.
+    /// Tables up to R = 128^2 are kept for the next image. Beyond that, `occurs` can have an element per R
+    /// that is 0 if no pixel has that squared distance; excesses of such an R must not be asked for. Returns
+    /// null if cancelled.
     static std::shared_ptr<const CCoveringTable> ForImage(const std::string& path,
-                                                          std::int32_t greatestDistance, CWorkPace& pace);
+                                                          std::int32_t greatestDistance, CWorkPace& pace,
+                                                          std::span<const std::uint8_t> occurs = {});
+    /// Whether the table of an image can be used for other images, so that `occurs` is ignored.
+    [[nodiscard]] static bool IsShared(std::int32_t greatestDistance);
 
     [[nodiscard]] std::int32_t GreatestDistance() const { return m_greatestDistance; }
     [[nodiscard]] const StMedialAxisNeighborhood& Neighborhood() const { return m_neighborhood; }
@@ -51,13 +58,16 @@ public:
     [[nodiscard]] std::size_t FarVectorCount(std::int32_t greatestDistance) const;
     /// Their excesses at a squared distance.
     [[nodiscard]] std::span<const std::uint16_t> FarExcesses(std::int32_t distance) const {
-        return {m_farExcesses.get() + static_cast<std::size_t>(distance) * m_farVectors.size(),
-                m_farVectors.size()};
+        const std::size_t row = m_rows[static_cast<std::size_t>(distance)];
+        return {m_farExcesses.get() + row * m_farVectors.size(), m_farVectors.size()};
     }
 
 private:
-    /// For R up to `greatestDistance`, not yet filled.
-    CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32_t greatestDistance);
+    static constexpr std::uint32_t c_noRow = 0xFFFFFFFF;
+
+    /// For R up to `greatestDistance`, or only those that occur, not yet filled.
+    CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32_t greatestDistance,
+                   std::span<const std::uint8_t> occurs);
     /// Returns false if cancelled.
     bool Fill(CWorkPace& pace);
 
@@ -67,7 +77,8 @@ private:
     std::vector<StSortedVector> m_farVectors;
     std::vector<std::uint32_t> m_farLeastDistances;
     std::vector<std::uint32_t> m_farFoundAt;
-    std::unique_ptr<std::uint16_t[]> m_farExcesses; ///< by R
+    std::vector<std::uint32_t> m_rows;              ///< of the excesses, by R; `c_noRow` if it does not occur
+    std::unique_ptr<std::uint16_t[]> m_farExcesses; ///< by row
 };
 
 } // namespace ORVEN

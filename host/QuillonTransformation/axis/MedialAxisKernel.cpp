@@ -92,7 +92,7 @@ public:
     explicit CPlaneWorker(const StTask& task)
         : m_task(task)
         , m_outside(static_cast<std::size_t>(task.distance.nx), 0)
-        , m_isCovered(m_outside)
+        , m_isCovered(m_outside.size(), 0)
         , m_limits{m_outside, m_outside, m_outside}
         , m_isSelected(task.farVectorCount) {
         for (const StSortedVector& vector : task.table.FarVectors().first(task.farVectorCount)) {
@@ -204,13 +204,24 @@ private:
     const StTask& m_task;
     Impl::EnVectors m_vectors = Impl::BestVectors();
     std::vector<std::int32_t> m_outside; ///< a row beyond the border
-    std::vector<std::int32_t> m_isCovered;
+    std::vector<std::uint8_t> m_isCovered;
     std::array<std::vector<std::int32_t>, 3> m_limits;
     std::vector<std::int16_t> m_doubleA; ///< twice the components of the far vectors
     std::vector<std::int16_t> m_doubleB;
     std::vector<std::int16_t> m_doubleC;
     std::vector<std::uint8_t> m_isSelected;
 };
+
+/// The squared distances that occur in the image; incomplete if cancelled.
+std::vector<std::uint8_t> Occurrences(const CSquaredDistanceView& distance, CWorkPace& pace) {
+    std::vector<std::uint8_t> occurs(static_cast<std::size_t>(distance.Greatest()) + 1, 0);
+    ForEachRow(distance, 1, pace, [&](std::int64_t y, std::int64_t z) {
+        const std::int32_t* const row = distance.Row(y, z);
+        for (std::int64_t x = 0; x < distance.nx; ++x)
+            occurs[static_cast<std::size_t>(row[x])] = 1;
+    });
+    return occurs;
+}
 
 void Clear(const CImageView<unsigned char>& marks) {
     for (std::int64_t z = 0; z < marks.nz; ++z) {
@@ -228,7 +239,11 @@ void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t 
     RequireFitting(c_function, output, IMAGE_BINARY_FG, squaredDistance);
     const CImageView<unsigned char> marks(output);
     const std::int32_t greatest = std::max(distance.Greatest(), 1);
-    const auto table = pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace);
+    std::vector<std::uint8_t> occurs;
+    if (!pace.IsCancelled() && !CCoveringTable::IsShared(greatest))
+        occurs = Occurrences(distance, pace);
+    const auto table =
+        pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace, occurs);
     const auto spheres = pace.IsCancelled() ? nullptr : SpheresForImage({}, greatest, pace);
     if (table == nullptr || spheres == nullptr)
         return Clear(marks);

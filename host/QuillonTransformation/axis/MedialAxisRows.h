@@ -21,7 +21,7 @@ struct StRowNeighborhood {
 
 namespace Impl {
 
-inline void FindCoveredByNearest(const StRowNeighborhood& around, std::int32_t* __restrict isCovered,
+inline void FindCoveredByNearest(const StRowNeighborhood& around, std::uint8_t* __restrict isCovered,
                                  std::int64_t begin, std::int64_t end) {
     const auto [row, face0, face1, face2, face3, edge0, edge1, edge2, edge3] = around.rows;
     const auto [oneStep, twoSteps, threeSteps] = around.limits;
@@ -35,11 +35,12 @@ inline void FindCoveredByNearest(const StRowNeighborhood& around, std::int32_t* 
         const auto sides = [x](const std::int32_t* neighbors, std::int32_t limit) {
             return (neighbors[x - 1] >= limit ? 1 : 0) | (neighbors[x + 1] >= limit ? 1 : 0);
         };
-        isCovered[x] = sides(row, one) | //
-                       middle(face0, one) | middle(face1, one) | middle(face2, one) | middle(face3, one) |
-                       sides(face0, two) | sides(face1, two) | sides(face2, two) | sides(face3, two) |
-                       middle(edge0, two) | middle(edge1, two) | middle(edge2, two) | middle(edge3, two) |
-                       sides(edge0, three) | sides(edge1, three) | sides(edge2, three) | sides(edge3, three);
+        const int any = sides(row, one) | //
+                        middle(face0, one) | middle(face1, one) | middle(face2, one) | middle(face3, one) |
+                        sides(face0, two) | sides(face1, two) | sides(face2, two) | sides(face3, two) |
+                        middle(edge0, two) | middle(edge1, two) | middle(edge2, two) | middle(edge3, two) |
+                        sides(edge0, three) | sides(edge1, three) | sides(edge2, three) | sides(edge3, three);
+        isCovered[x] = static_cast<std::uint8_t>(any);
     }
 }
 
@@ -63,7 +64,7 @@ inline std::uint8_t SelectOpposite(const std::array<std::int16_t, 3>& w,
 /// Marks the pixels of a row, from `begin` to one before `end`, that one of the 26 neighbours covers. All
 /// rows are read one position further on both sides.
 inline void FindCoveredByNearest(Impl::EnVectors vectors, const StRowNeighborhood& around,
-                                 std::int32_t* isCovered, std::int64_t begin, std::int64_t end) {
+                                 std::uint8_t* isCovered, std::int64_t begin, std::int64_t end) {
     Impl::RunFor(vectors, [&] { Impl::FindCoveredByNearest(around, isCovered, begin, end); });
 }
 

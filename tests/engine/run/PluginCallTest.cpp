@@ -8,11 +8,15 @@
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
 #include <sorblib2core/UnwrapPointer.h>
+#include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <functional>
+#include <string>
+#include <vector>
 
 using namespace engine;
 using namespace ORVEN;
@@ -65,6 +69,25 @@ protected:
 
 using Calls = std::vector<std::string>;
 
+/// Puts an image into the list of results, with a history of its own.
+CImage& AddResult(CValueMap& tree, const CSize& size) {
+    auto* result = new CImage(IMAGE_GREY_F, size, CSize(0, 0, 0));
+    auto* made = new CValueMap;
+    made->SetEntry("content", new CValueOwnedPointer<CImage>(result, 1));
+    auto* list = new CValueVector;
+    list->PushBack(new CValuePointer<CValueMap>(made, 1));
+    tree.SetEntry("output/documents/add", list);
+    CQuillonHeaderTools::AddToHistory(*result, "measured()", 0);
+    return *result;
+}
+
+std::vector<std::string> HistoryOf(const CImage& result) {
+    std::vector<std::string> lines;
+    for (const CValue* line : *result.Attributes().Entry("history", true)->Vector())
+        lines.push_back(line->String().Std());
+    return lines;
+}
+
 } // namespace
 
 TEST_F(PluginCall, DrivesThePluginInOrder) {
@@ -94,6 +117,46 @@ TEST_F(PluginCall, GoesOnAfterARefusalIfForced) {
     const StPluginOutcome outcome = Call();
     EXPECT_EQ(plugin.calls, (Calls{"setup", "test", "update", "data"}));
     EXPECT_EQ(outcome.isAccepted, false);
+}
+
+TEST_F(PluginCall, AResultThatSaysNothingAboutItsOriginGetsSpacingAndHistoryOfTheImage) {
+    CQuillonHeaderTools::SetSpacing(*image, 0.5, 0.25, 1.0);
+    CQuillonHeaderTools::AddToHistory(*image, "scanned()", 0);
+    plugin.work = [](CValueMap& tree) { AddResult(tree, CSize(2, 2)); };
+    const StPluginOutcome outcome = Call();
+    const CImage& result = *ImageOf(*outcome.documents.at(0));
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+    ASSERT_TRUE(CQuillonHeaderTools::GetSpacing(result, x, y, z));
+    EXPECT_EQ((std::array{x, y, z}), (std::array{0.5, 0.25, 1.0}));
+    EXPECT_EQ(HistoryOf(result), (std::vector<std::string>{"scanned()", "measured()"}));
+}
+
+TEST_F(PluginCall, AResultThatHasInheritedKeepsWhatItHas) {
+    CQuillonHeaderTools::SetSpacing(*image, 0.5, 0.25, 1.0);
+    CQuillonHeaderTools::AddToHistory(*image, "measured()", 0);
+    plugin.work = [](CValueMap& tree) {
+        CQuillonHeaderTools::SetSpacing(AddResult(tree, CSize(2, 2)), 3.0, 3.0, 3.0);
+    };
+    const StPluginOutcome outcome = Call();
+    const CImage& result = *ImageOf(*outcome.documents.at(0));
+    double x = 0.0;
+    double y = 0.0;
+    double z = 0.0;
+    ASSERT_TRUE(CQuillonHeaderTools::GetSpacing(result, x, y, z));
+    EXPECT_EQ(x, 3.0);
+    EXPECT_EQ(HistoryOf(result), std::vector<std::string>{"measured()"});
+}
+
+TEST_F(PluginCall, AResultOfAnotherSizeIsNotOfTheSamePixels) {
+    CQuillonHeaderTools::SetSpacing(*image, 0.5, 0.25, 1.0);
+    CQuillonHeaderTools::AddToHistory(*image, "scanned()", 0);
+    plugin.work = [](CValueMap& tree) { AddResult(tree, CSize(2, 3)); };
+    const StPluginOutcome outcome = Call();
+    const CImage& result = *ImageOf(*outcome.documents.at(0));
+    EXPECT_FALSE(result.Attributes().HasEntry("spacing"));
+    EXPECT_EQ(HistoryOf(result), std::vector<std::string>{"measured()"});
 }
 
 TEST_F(PluginCall, OffersImageLabelAndParametersInTheTree) {

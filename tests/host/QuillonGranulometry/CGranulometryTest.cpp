@@ -167,6 +167,86 @@ private:
     std::vector<int> m_distances;
 };
 
+/// Opening sizes, unfiltered, for larger images: the balls of all pixels are painted, one after the other.
+class CPaintingTwin {
+public:
+    CPaintingTwin(const CImage& image, bool isOnForeground, int mode)
+        : m_size{static_cast<int>(image.Size().x),
+                 image.Size().Dim() > 1 ? static_cast<int>(image.Size().y) : 1,
+                 image.Size().Dim() > 2 ? static_cast<int>(image.Size().z) : 1} {
+        constexpr int none = std::numeric_limits<int>::max();
+        for (const unsigned char pixel : test::PixelsOf<unsigned char>(image))
+            m_distances.push_back((pixel != 0) == isOnForeground ? none : 0);
+        for (std::size_t axis = 0; axis < static_cast<std::size_t>(image.Size().Dim()); ++axis)
+            AddAxis(axis, (mode & 1) == 0);
+        std::ranges::replace(m_distances, none, 0);
+    }
+
+    [[nodiscard]] std::vector<float> OpeningSizes() const {
+        std::vector<int> greatest(m_distances.size(), 0);
+        ForEachPixel([&](const Pixel& center) {
+            const int squared = m_distances[Index(center)];
+            const int reach = static_cast<int>(std::sqrt(static_cast<double>(squared)));
+            const auto first = [&](std::size_t axis) { return std::max(center[axis] - reach, 0); };
+            const auto last = [&](std::size_t axis) {
+                return std::min(center[axis] + reach, m_size[axis] - 1);
+            };
+            for (int z = first(2); z <= last(2); ++z) {
+                for (int y = first(1); y <= last(1); ++y) {
+                    for (int x = first(0); x <= last(0); ++x) {
+                        const int dx = x - center[0];
+                        const int dy = y - center[1];
+                        const int dz = z - center[2];
+                        int& size = greatest[Index({x, y, z})];
+                        if (dx * dx + dy * dy + dz * dz < squared)
+                            size = std::max(size, squared);
+                    }
+                }
+            }
+        });
+        std::vector<float> diameters;
+        for (const int squared : greatest)
+            diameters.push_back(static_cast<float>(2.0 * std::sqrt(static_cast<double>(squared))));
+        return diameters;
+    }
+
+private:
+    [[nodiscard]] std::size_t Index(const Pixel& pixel) const {
+        return static_cast<std::size_t>((pixel[2] * m_size[1] + pixel[1]) * m_size[0] + pixel[0]);
+    }
+
+    template <class Body>
+    void ForEachPixel(const Body& body) const {
+        for (int z = 0; z < m_size[2]; ++z) {
+            for (int y = 0; y < m_size[1]; ++y) {
+                for (int x = 0; x < m_size[0]; ++x)
+                    body(Pixel{x, y, z});
+            }
+        }
+    }
+
+    /// Adds the squared distances along an axis.
+    void AddAxis(std::size_t axis, bool isOutsideSeed) {
+        const std::vector<int> before = m_distances;
+        ForEachPixel([&](const Pixel& pixel) {
+            int& distance = m_distances[Index(pixel)];
+            for (int place = -1; place <= m_size[axis]; ++place) {
+                Pixel other = pixel;
+                other[axis] = place;
+                const bool isOutside = place < 0 || place == m_size[axis];
+                const int value =
+                    isOutside ? (isOutsideSeed ? 0 : std::numeric_limits<int>::max()) : before[Index(other)];
+                const int step = place - pixel[axis];
+                if (value != std::numeric_limits<int>::max())
+                    distance = std::min(distance, value + step * step);
+            }
+        });
+    }
+
+    std::array<int, 3> m_size;
+    std::vector<int> m_distances;
+};
+
 /// Overlapping balls in an empty image, which gives structures of all thicknesses.
 std::unique_ptr<CImage> Blobs(const CSize& size, std::mt19937& random, int count, double greatestRadius) {
     auto image = std::make_unique<CImage>(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
@@ -293,6 +373,60 @@ TEST(Granulometry, EqualsTheDefinitionAcrossSlabs) {
     ExpectAsTheSlowTwin(*image, {});
     ExpectAsTheSlowTwin(*image, {.isOnForeground = false, .mode = 1});
     ExpectAsTheSlowTwin(*image, {.isFiltered = true, .isOnForeground = false, .mode = 1});
+}
+
+void ExpectAsThePaintingTwin(const CImage& image) {
+    for (const bool isOnForeground : {false, true}) {
+        for (const int mode : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << "foreground " << isOnForeground << " mode " << mode << " size "
+                                            << image.Size().ToString());
+            const StResult ours = Measure(image, {.isOnForeground = isOnForeground, .mode = mode});
+            EXPECT_EQ(ours.output, CPaintingTwin(image, isOnForeground, mode).OpeningSizes());
+            Histogram ofOutput;
+            for (const float diameter : ours.output) {
+                if (diameter > 0.0F)
+                    ++ofOutput[diameter];
+            }
+            EXPECT_EQ(ours.histogram, ofOutput);
+        }
+    }
+}
+
+TEST(Granulometry, EqualsAllBallsPaintedOnLargeBlobs) {
+    for (const unsigned seed : test::CRandomSeeds(20, 22)) {
+        std::mt19937 random(seed);
+        const auto extent = [&random](int greatest) {
+            return static_cast<std::int64_t>(greatest - static_cast<int>(random() % 20));
+        };
+        ExpectAsThePaintingTwin(*Blobs(CSize(extent(70), extent(56), extent(60)), random, 9, 22.0));
+        ExpectAsThePaintingTwin(*Blobs(CSize(extent(50), extent(50), extent(50)), random, 90, 8.0));
+        ExpectAsThePaintingTwin(*Blobs(CSize(extent(160), extent(130)), random, 20, 40.0));
+    }
+}
+
+/// Straight walls have many equal balls.
+TEST(Granulometry, EqualsAllBallsPaintedInBoxesAndPlates) {
+    for (const CSize& size : {CSize(36, 32, 34), CSize(70, 26, 27), CSize(9, 50, 50), CSize(90, 100)})
+        ExpectAsThePaintingTwin(*Full(size));
+    ExpectAsThePaintingTwin(*Shape(CSize(48, 40, 44), [](int x, int y, int z) {
+        return x > 6 && x < 33 && (y < 18 || y > 20) && z != 27;
+    }));
+    ExpectAsThePaintingTwin(*Ball(3, 22));
+}
+
+/// Balls whose squared radii need more digits than floats have.
+TEST(Granulometry, EqualsAllBallsPaintedInLongLines) {
+    for (const unsigned seed : test::CRandomSeeds(30, 34)) {
+        std::mt19937 random(seed);
+        std::array<int, 6> gaps{};
+        for (int& gap : gaps)
+            gap = static_cast<int>(random() % 9000);
+        const auto lines = Shape(CSize(9000, 2), [&gaps](int x, int /*y*/, int) {
+            return std::ranges::find(gaps, x) == gaps.end();
+        });
+        const StResult ours = Measure(*lines, {.mode = 1});
+        EXPECT_EQ(ours.output, CPaintingTwin(*lines, true, 1).OpeningSizes());
+    }
 }
 
 TEST(Granulometry, WorksInOneDimension) {

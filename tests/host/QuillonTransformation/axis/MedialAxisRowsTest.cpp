@@ -45,7 +45,7 @@ TEST(MedialAxisRows, CoveredPixelsAreTheSameForAllVectorsAndLengths) {
             around.limits[i] = limits[i].data();
 
         // Rows 1 to 4 are one step away and rows 5 to 8 two.
-        std::vector<std::int32_t> expected(static_cast<std::size_t>(length + 2), 7);
+        std::vector<std::uint8_t> expected(static_cast<std::size_t>(length + 2), 7);
         for (std::size_t x = 1; x <= static_cast<std::size_t>(length); ++x) {
             expected[x] = 0;
             for (std::size_t i = 0; i < 9; ++i) {
@@ -58,7 +58,7 @@ TEST(MedialAxisRows, CoveredPixelsAreTheSameForAllVectorsAndLengths) {
             }
         }
         for (const EnVectors vectors : AllVectors()) {
-            std::vector<std::int32_t> isCovered(expected.size(), 7);
+            std::vector<std::uint8_t> isCovered(expected.size(), 7);
             FindCoveredByNearest(vectors, around, isCovered.data(), 1, length + 1);
             EXPECT_EQ(isCovered, expected) << static_cast<int>(vectors);
         }
