@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 
 namespace engine {
@@ -39,8 +40,7 @@ StValues ValuesOf(const ORVEN::CImage& image) {
                 const auto value = static_cast<double>(row[x]);
                 values.least = std::min(values.least, value);
                 values.greatest = std::max(values.greatest, value);
-                values.isWhole =
-                    values.isWhole && value == static_cast<double>(static_cast<std::int64_t>(value));
+                values.isWhole = values.isWhole && value == std::trunc(value);
                 if (values.distinct.size() < 3 &&
                     std::find(values.distinct.begin(), values.distinct.end(), value) == values.distinct.end())
                     values.distinct.push_back(value);
@@ -63,16 +63,16 @@ bool IsTwoValued(const StValues& values) {
     return values.distinct.size() == 2 && (values.distinct[0] == 0 || values.distinct[1] == 0);
 }
 
-bool Fits(const StValues& values, const std::string& type) {
-    constexpr std::array<std::pair<const char*, double>, 3> greatest{
-        {{"grey8", 255}, {"grey16", 65535}, {"grey32", 4294967295}}};
-    if (type == "binary")
+/// Whether the type holds the values. Every value becomes a float, and two values one of which is 0 a binary
+/// pixel.
+bool Fits(const StValues& values, const std::string& word) {
+    const ORVEN::IImage::CType type = PixelTypeOfWord(word).value_or(ORVEN::IMAGE_GREY_F);
+    if (type.IsBinary())
         return IsTwoValued(values);
-    for (const auto& [word, limit] : greatest) {
-        if (type == word)
-            return values.isWhole && values.least >= 0 && values.greatest <= limit;
-    }
-    return true;
+    if (type == ORVEN::IMAGE_GREY_F)
+        return true;
+    const double greatest = std::exp2(8.0 * static_cast<double>(type.PixelSize())) - 1;
+    return values.isWhole && values.least >= 0 && values.greatest <= greatest;
 }
 
 StRefusal ExplainType(const StCatalogueEntry& entry, const ORVEN::CImage& image,

@@ -129,8 +129,8 @@ std::string LegalValuesWithUnit(const StCatalogueParameter& parameter);
 /// Whether a value of the parameter's kind is one of its choices, or within its range.
 bool IsLegal(const StCatalogueParameter& parameter, const CJson& value);
 
-/// The name of a unit for readers: "pixels", "in the unit of the spacing", "radians", "as a grey value". Empty
-/// for an unknown one.
+/// The name of a unit for readers: "pixels", "in the unit of the spacing", "radians", "as a grey value".
+/// Empty for an unknown one.
 std::string UnitInWords(const std::string& unit);
 
 /// A value as text: strings without quotes, numbers in their shortest form.

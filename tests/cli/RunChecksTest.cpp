@@ -50,7 +50,8 @@ protected:
 class RunChecksOfBothPacks : public RunChecks {
 protected:
     void SetUp() override {
-        if (!std::filesystem::exists(std::filesystem::path(QUILLON_PACK).replace_filename("libQuillonBasics.so")))
+        if (!std::filesystem::exists(
+                std::filesystem::path(QUILLON_PACK).replace_filename("libQuillonBasics.so")))
             GTEST_SKIP() << "this build has no second pack";
     }
 };
@@ -117,15 +118,16 @@ TEST_F(RunChecks, WarnsOfAMissingCompanion) {
               "quillon: CylinderMask needs s, which is missing; give -p s=VALUE\n"
               "quillon: CylinderMask needs t, which is missing; give -p t=VALUE\n"
               "quillon: CylinderMask needs radius, which is missing; give -p radius=VALUE\n");
-    ExpectEnd(Run("LocalFiberDirections", cement, {"-p", "advanced/use_otsu=false"}), 1,
-              "quillon: warning: advanced/use_otsu=false needs advanced/mask_image, which is missing; give -p "
-              "advanced/mask_image=FILE\n"
-              "quillon: warning: advanced/use_otsu=false needs advanced/output_directions, which is missing; "
-              "give -p advanced/output_directions=VALUE\n"
-              "quillon: warning: advanced/use_otsu=false needs advanced/otsu_factor, which is missing; give -p "
-              "advanced/otsu_factor=VALUE\n"
-              "quillon: LocalFiberDirections says: Parameter 'advanced/output_directions' is missing.\n"
-              "quillon: see 'quillon describe LocalFiberDirections' for what it takes\n");
+    ExpectEnd(
+        Run("LocalFiberDirections", cement, {"-p", "advanced/use_otsu=false"}), 1,
+        "quillon: warning: advanced/use_otsu=false needs advanced/mask_image, which is missing; give -p "
+        "advanced/mask_image=FILE\n"
+        "quillon: warning: advanced/use_otsu=false needs advanced/output_directions, which is missing; "
+        "give -p advanced/output_directions=VALUE\n"
+        "quillon: warning: advanced/use_otsu=false needs advanced/otsu_factor, which is missing; give -p "
+        "advanced/otsu_factor=VALUE\n"
+        "quillon: LocalFiberDirections says: Parameter 'advanced/output_directions' is missing.\n"
+        "quillon: see 'quillon describe LocalFiberDirections' for what it takes\n");
 }
 
 TEST_F(RunChecksOfBothPacks, WarnsOfAlternatives) {
@@ -152,8 +154,9 @@ TEST_F(RunChecksOfBothPacks, WarnsOfTheReportOfAnotherPlugin) {
 
 TEST_F(RunChecks, TakesTheReportOfTheDialogForItsPlugin) {
     const std::string report = folder / "report.json";
-    ASSERT_EQ(Run("LocalFiberDirectionsDialog", cement, {"--answer", "radius_edit=2", "--report", report}).status,
-              0);
+    ASSERT_EQ(
+        Run("LocalFiberDirectionsDialog", cement, {"--answer", "radius_edit=2", "--report", report}).status,
+        0);
     const test::StEnd end = Run("LocalFiberDirections", cement, {"--parameters", report, "--strict"});
     EXPECT_EQ(end.err, "");
     EXPECT_EQ(end.status, 0);
@@ -162,10 +165,11 @@ TEST_F(RunChecks, TakesTheReportOfTheDialogForItsPlugin) {
 // Refused images
 
 TEST_F(RunChecks, SaysHowToReadAnImageOfTwoValues) {
-    ExpectEnd(Run("Skeleton", bone), 3,
-              "quillon: Skeleton does not take " + bone +
-                  " (grey8, 128 x 96 x 36); it takes binary of 3 dimensions; it is grey8 with the values 0 and "
-                  "255: give --as binary\n");
+    ExpectEnd(
+        Run("Skeleton", bone), 3,
+        "quillon: Skeleton does not take " + bone +
+            " (grey8, 128 x 96 x 36); it takes binary of 3 dimensions; it is grey8 with the values 0 and "
+            "255: give --as binary\n");
 }
 
 TEST_F(RunChecksOfBothPacks, SaysWhatToRunFirst) {
@@ -214,7 +218,7 @@ TEST_F(RunChecksOfBothPacks, NotesThatAPluginIgnoresUnequalSpacing) {
                "quillon: note: GaussFilter counts in pixels and ignores the unequal spacing 0.5 x 0.5 x 2\n");
     ExpectDone(Run("GaussFilter", cement, {"--spacing", "2,2,2"}), "");
     ExpectDone(Run("VoronoiEdtPlugin", bone, {"--as", "binary", "--spacing", "1,1,2"}), ""); // uses it
-    ExpectDone(Run("Invert", cement, options), "");                                         // has no use for it
+    ExpectDone(Run("Invert", cement, options), ""); // has no use for it
     ExpectDone(Run("GaussFilter", cement, {"--spacing", "0.5,0.5,2", "--quiet"}), "");
 }
 
@@ -269,7 +273,8 @@ TEST_F(RunChecksOfBothPacks, ReplacesAnInputOnlyWhenTold) {
 TEST_F(RunChecks, AsksForTheFileOfAnExportBeforeTheRun) {
     ExpectEnd(Run("GranulometryExport", cement), 2,
               "quillon: GranulometryExport asks for the name of a table: give --file TABLE.csv\n");
-    EXPECT_EQ(Run("GranulometryExport", cement, {"--cancel-dialogs"}).status, 3); // there is nothing to export
+    EXPECT_EQ(Run("GranulometryExport", cement, {"--cancel-dialogs"}).status,
+              3); // there is nothing to export
     ExpectEnd(Run("GranulometryExport", cement, {"--file", folder / "none/a.csv"}), 4,
               "quillon: cannot write '" + (folder / "none/a.csv") + "': there is no folder '" +
                   (folder / "none") + "'\n");
@@ -291,11 +296,12 @@ TEST_F(RunChecks, EstimatesTheMemoryOfARun) {
     EXPECT_EQ(end.status, 0);
     EXPECT_EQ(end.err, "");
     EXPECT_TRUE(std::regex_match(
-        end.out, std::regex("GaussFilter on .*cement_pores_128.nrrd, grey8, 128 x 128 x 128\n"
-                            "  images     2097152 bytes \\(2 MiB\\)\n"
-                            "  plug-in    [0-9]+ bytes \\([0-9.]+ MiB\\), [0-9.]+ for each of 2097152 voxels\n"
-                            "  needed     [0-9]+ bytes \\([0-9.]+ MiB\\)\n"
-                            "  available  [0-9]+ bytes \\([0-9.]+ [MG]iB\\)\n")))
+        end.out,
+        std::regex("GaussFilter on .*cement_pores_128.nrrd, grey8, 128 x 128 x 128\n"
+                   "  images     2097152 bytes \\(2 MiB\\)\n"
+                   "  plug-in    [0-9]+ bytes \\([0-9.]+ MiB\\), [0-9.]+ for each of 2097152 voxels\n"
+                   "  needed     [0-9]+ bytes \\([0-9.]+ MiB\\)\n"
+                   "  available  [0-9]+ bytes \\([0-9.]+ [MG]iB\\)\n")))
         << end.out;
     EXPECT_TRUE(folder.Names().empty());
 }

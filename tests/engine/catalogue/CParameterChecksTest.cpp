@@ -106,7 +106,8 @@ TEST(ParameterChecks, NameParametersThatThePluginDoesNotHave) {
     EXPECT_EQ(MessagesOn(R"({"secret": 2.0})", {"secret"}), Words{}); // deliberate
     StCatalogueEntry bare = Entry();
     bare.parameters.clear();
-    EXPECT_EQ(MessagesOn(bare, R"({"width": 2.0})"), Words{"'width' is not a parameter of Thing, which has none"});
+    EXPECT_EQ(MessagesOn(bare, R"({"width": 2.0})"),
+              Words{"'width' is not a parameter of Thing, which has none"});
 }
 
 TEST(ParameterChecks, NameParametersWithoutEffect) {
@@ -132,7 +133,8 @@ TEST(ParameterChecks, NameAlternativesThatAreMissingOrExcludeEachOther) {
     entry.alternatives = {{{"count", "mask"}, 1}};
     EXPECT_EQ(MessagesOn(entry, "{}"), Words{"Thing needs count or mask"});
     EXPECT_EQ(MessagesOn(entry, R"({"count": 2})"), Words{});
-    EXPECT_EQ(MessagesOn(entry, R"({"count": 2})", {"mask"}), Words{"Thing takes either count or mask, not both"});
+    EXPECT_EQ(MessagesOn(entry, R"({"count": 2})", {"mask"}),
+              Words{"Thing takes either count or mask, not both"});
 }
 
 TEST(ParameterChecks, NameAParameterThatHasNoEffectOnThisImage) {

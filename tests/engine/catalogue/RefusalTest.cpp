@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -58,10 +59,13 @@ TEST(Refusal, SuggestsATypeThatHoldsTheValues) {
                   REMEDY_RUN_FIRST, {"Scale"});
     ExpectRefusal(entry, *test::ImageOf<float>(IMAGE_GREY_F, {3, 1}, {0, 0.5, 3}), "is greyf",
                   REMEDY_RUN_FIRST, {"Scale"});
+    ExpectRefusal(entry, *test::ImageOf<float>(IMAGE_GREY_F, {3, 1}, {0, std::nanf(""), 3}), "is greyf",
+                  REMEDY_RUN_FIRST, {"Scale"});
     ExpectRefusal(entry, *test::ImageOf<std::uint8_t>(IMAGE_BINARY_FG, {3, 1}, {0, 1, 1}), "is binary",
                   REMEDY_CONVERT, {"grey8"});
-    ExpectRefusal(Entry("Slope", {"greyf"}), *test::ImageOf<std::uint16_t>(IMAGE_GREY_16, {3, 1}, {0, 3, 256}),
-                  "is grey16", REMEDY_CONVERT, {"greyf"});
+    ExpectRefusal(Entry("Slope", {"greyf"}),
+                  *test::ImageOf<std::uint16_t>(IMAGE_GREY_16, {3, 1}, {0, 3, 256}), "is grey16",
+                  REMEDY_CONVERT, {"greyf"});
 }
 
 TEST(Refusal, AsksForAnotherImageOverDimensionAndExtent) {
