@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace cli {
 
@@ -31,21 +33,25 @@ constexpr EnExitStatus ExitStatusOf(engine::EnFault fault) {
     return STATUS_PLUGIN_RAISED;
 }
 
-/// Ends a command. The message is printed on standard error as one line, and the status becomes the exit
-/// status of the program.
+/// Ends a command. The message is printed on standard error as one line, further lines below it, and the
+/// status becomes the exit status of the program.
 class CCommandError : public std::runtime_error {
 public:
-    CCommandError(EnExitStatus status, const std::string& message)
+    CCommandError(EnExitStatus status, const std::string& message, std::vector<std::string> furtherLines = {})
         : std::runtime_error(message)
-        , m_status(status) {}
+        , m_status(status)
+        , m_furtherLines(std::move(furtherLines)) {}
     /// Ends a command with the message and exit status of an engine error.
     explicit CCommandError(const engine::CEngineError& error)
         : CCommandError(ExitStatusOf(error.Fault()), error.what()) {}
 
     [[nodiscard]] EnExitStatus Status() const { return m_status; }
+    /// Lines of their own, such as the next step.
+    [[nodiscard]] const std::vector<std::string>& FurtherLines() const { return m_furtherLines; }
 
 private:
     EnExitStatus m_status;
+    std::vector<std::string> m_furtherLines;
 };
 
 } // namespace cli

@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/Spacing.h"
 #include "engine/files/ImageFile.h"
+#include "engine/files/ImageWords.h"
 #include "engine/files/OutputChecks.h"
 
 #include <sorblib2image/CQuillonHeaderTools.h>
@@ -20,6 +21,7 @@ struct StConvertOptions {
     std::string output;
     std::optional<std::string> pixelType;
     std::optional<std::string> spacing;
+    bool isOverwriting = false;
 };
 
 void Convert(const StConvertOptions& options) {
@@ -30,6 +32,8 @@ void Convert(const StConvertOptions& options) {
     if (options.spacing)
         spacing = ParseSpacing(*options.spacing);
     RequireImageFileName(options.output);
+    if (!options.isOverwriting)
+        RequireNoInput({options.output}, {options.input});
     RequireWritableImage(options.output);
     const auto image = ReadImage(options.input, type);
     if (spacing)
@@ -41,20 +45,21 @@ void Convert(const StConvertOptions& options) {
 
 void AddConvertCommand(CArgumentParser& program) {
     CCommand command =
-        program.AddCommand("convert", "Write an image file in another format, pixel type or spacing");
+        program.AddCommand("convert", "Convert an image file to another format, pixel type or spacing");
     const auto options = std::make_shared<StConvertOptions>();
     command.AddPositional("IN", options->input, "The image file");
     command.AddPositional("OUT", options->output,
                           "The new file: .nrrd, .mha, .mhd, .nii, .nii.gz, .tif, .tiff or .png");
     command
-        .AddOption(
-            "--as", options->pixelType,
-            "Make binary (non-zero is 1), grey8, grey16, grey32 or greyf of the pixels; values that do "
-            "not fit are refused",
-            "TYPE")
-        .OneOf({"binary", "grey8", "grey16", "grey32", "greyf"});
-    command.AddOption("--spacing", options->spacing, "The size of a pixel, in place of the file's own",
+        .AddOption("--as", options->pixelType,
+                   "Convert the pixels to binary (non-zero is 1), grey8, grey16, grey32 or greyf; values "
+                   "that do not "
+                   "fit are refused",
+                   "TYPE")
+        .OneOf(PixelTypeWords());
+    command.AddOption("--spacing", options->spacing, "Set the pixel size, replacing that of the file",
                       "X,Y,Z");
+    command.AddFlag("--overwrite", options->isOverwriting, "Allow OUT to replace IN");
     command.SetFooter("Example: quillon convert scan.tif scan.nrrd --spacing 0.01,0.01,0.02");
     command.OnRun([options] { Convert(*options); });
 }

@@ -1,9 +1,11 @@
 #include "cli/Commands.h"
+#include "engine/files/ImageWords.h"
 #include "engine/packs/CPackSet.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <sstream>
 
@@ -34,14 +36,11 @@ using Row = std::array<std::string, 4>;
 
 Row RowOf(const StCatalogueParameter& parameter) {
     const auto& value = parameter.defaultValue;
-    std::string legal = LegalValuesInWords(parameter);
-    if (!parameter.unit.empty())
-        legal.append(legal.empty() ? "" : " ").append(parameter.unit);
     return {parameter.key, std::string(WordOfKind(parameter.kind)),
             value.IsNull()     ? "-"
             : value.IsString() ? value.String()
                                : value.Text(),
-            legal};
+            LegalValuesWithUnit(parameter)};
 }
 
 void PrintTable(const char* heading, const std::vector<StCatalogueParameter>& parameters) {
@@ -69,6 +68,32 @@ void PrintTable(const char* heading, const std::vector<StCatalogueParameter>& pa
     }
 }
 
+const char* SpacingUseInWords(EnSpacingUse use) {
+    switch (use) {
+    case SPACING_USED:
+        return "taken into account";
+    case SPACING_IGNORED:
+        return "ignored; everything is counted in pixels";
+    case SPACING_REQUIRES_EQUAL:
+        return "must be equal along all axes";
+    case SPACING_IRRELEVANT:
+    case SPACING_UNKNOWN:
+        break;
+    }
+    return nullptr;
+}
+
+std::string MemoryInWords(const std::map<std::string, double>& bytesPerVoxel) {
+    std::string text;
+    for (const std::string& type : PixelTypeWords()) {
+        if (const auto bytes = bytesPerVoxel.find(type); bytes != bytesPerVoxel.end())
+            text += (text.empty() ? "" : ", ") + PlainText(CJson(bytes->second)) + " (" + type + ")";
+    }
+    if (const auto bytes = bytesPerVoxel.find(""); bytes != bytesPerVoxel.end())
+        text = PlainText(CJson(bytes->second));
+    return "up to " + text + " bytes for each voxel, beyond the image";
+}
+
 void Describe(const std::string& name, bool asJson) {
     CPackSet packs(CPackSet::DefaultPaths());
     const StCatalogueEntry* const entry = &packs.Describe(name);
@@ -78,12 +103,20 @@ void Describe(const std::string& name, bool asJson) {
     }
     std::printf("%s: %s\n%s\n\n", entry->name.c_str(), entry->title.c_str(), entry->summary.c_str());
     std::printf("Takes images: %s\n", AcceptedInWords(entry->images).c_str());
+    if (!entry->group.empty())
+        std::printf("Group: %s\n", entry->group.c_str());
+    if (!entry->keywords.empty())
+        std::printf("Keywords: %s\n", FirstTen(entry->keywords).c_str());
     std::printf("Delivers: %s\n", entry->documentsOut == 0   ? "no new image"
                                   : entry->documentsOut == 1 ? "a new image"
                                                              : "several new images");
     std::printf("Can be cancelled: %s\n", entry->cancel == CANCEL_ANYWHERE ? "yes"
                                           : entry->cancel == CANCEL_PARTLY ? "in parts of its work"
                                                                            : "no");
+    if (const char* const use = SpacingUseInWords(entry->spacingUse); use != nullptr)
+        std::printf("Spacing: %s\n", use);
+    if (!entry->bytesPerVoxel.empty())
+        std::printf("Memory: %s\n", MemoryInWords(entry->bytesPerVoxel).c_str());
     if (entry->opensDialogs)
         std::printf("Opens dialogs or message boxes.\n");
     PrintTable("PARAMETER", entry->parameters);
@@ -93,14 +126,15 @@ void Describe(const std::string& name, bool asJson) {
 } // namespace
 
 void AddDescribeCommand(CArgumentParser& program) {
-    CCommand command = program.AddCommand("describe", "Tell a plug-in's parameters and the images it takes");
+    CCommand command =
+        program.AddCommand("describe", "Show the parameters of a plug-in and the images it takes");
     struct StDescribeOptions {
         std::string name;
         bool asJson = false;
     };
     const auto options = std::make_shared<StDescribeOptions>();
-    command.AddPositional("NAME", options->name, "The plug-in, see 'quillon list'");
-    command.AddFlag("--json", options->asJson, "As JSON");
+    command.AddPositional("NAME", options->name, "The plug-in; see 'quillon list'");
+    command.AddFlag("--json", options->asJson, "Print JSON");
     command.OnRun([options] { Describe(options->name, options->asJson); });
 }
 

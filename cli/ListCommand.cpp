@@ -93,11 +93,10 @@ void List(const StListOptions& options) {
 } // namespace
 
 void AddListCommand(CArgumentParser& program) {
-    CCommand command = program.AddCommand("list", "List the plug-ins, one line each");
+    CCommand command = program.AddCommand("list", "List the plug-ins, one per line");
     const auto options = std::make_shared<StListOptions>();
-    command.AddFlag("--json", options->asJson, "As JSON");
-    command.AddRepeated("--pack", options->packs, "The pack to list in place of those beside the program",
-                        "PATH");
+    command.AddFlag("--json", options->asJson, "Print JSON");
+    command.AddRepeated("--pack", options->packs, "List this pack instead of the installed ones", "PATH");
     command.OnRun([options] { List(*options); });
 }
 

@@ -35,15 +35,15 @@ struct StToolOptions {
 
 /// Finds the test neighbourhood up to a radius, and shows progress if standard error is a terminal.
 StMedialAxisNeighborhood FindNeighborhood(std::int32_t radius) {
-    const bool tells = isatty(STDERR_FILENO) != 0;
+    const bool showsProgress = isatty(STDERR_FILENO) != 0;
     auto neighborhood =
-        FindMedialAxisNeighborhood(radius * radius, [tells, radius](std::int32_t squaredRadius) {
+        FindMedialAxisNeighborhood(radius * radius, [showsProgress, radius](std::int32_t squaredRadius) {
             // The work grows with a high power of the radius, so most of the time goes into the last steps.
-            if (tells && squaredRadius % 64 == 0)
+            if (showsProgress && squaredRadius % 64 == 0)
                 std::fprintf(stderr, "\rballs up to %d of %d", squaredRadius, radius * radius);
             return false;
         });
-    if (tells)
+    if (showsProgress)
         std::fputs("\r\033[K", stderr);
     return neighborhood;
 }
@@ -118,8 +118,8 @@ void VerifyBuiltIn() {
     const StMedialAxisNeighborhood& builtIn = BuiltInMedialAxisNeighborhood();
     const auto found = FindMedialAxisNeighborhood(static_cast<std::int32_t>(builtIn.reach));
     if (found.generators != builtIn.generators)
-        throw CFileError("the list that is built in is not the one that is found");
-    std::printf("%zu vectors, all as found\n", found.generators.size());
+        throw CFileError("the list that is compiled in differs from the one computed now");
+    std::printf("%zu vectors, as computed\n", found.generators.size());
 }
 
 void AddTableCommand(CArgumentParser& program, const std::string& name, const std::string& description,
@@ -168,18 +168,18 @@ int main(int argumentCount, char** arguments) {
         "Objects with balls of a radius up to 128 need no table.");
     AddTableCommand(
         program, "axis",
-        "Find the test neighbourhood of the medial axis; radius 128 takes half a minute, twice the "
-        "radius some forty times as long",
+        "Compute the test neighbourhood of the medial axis; radius 128 takes half a minute, and twice the "
+        "radius takes some forty times as long",
         WriteAxisTable);
     AddTableCommand(program, "spheres", "List the vectors of all lengths, for the bisector",
                     WriteSphereTable);
     AddTableCommand(program, "constants", "Write the source file of the list that is compiled in",
                     WriteConstants);
-    CCommand check = program.AddCommand("check", "Read a table and say what is in it");
+    CCommand check = program.AddCommand("check", "Check a table and print its contents in a line");
     const auto options = std::make_shared<StToolOptions>();
     check.AddPositional("FILE", options->file, "The table");
     check.OnRun([options] { CheckTable(*options); });
-    program.AddCommand("verify", "Find the list that is compiled in anew, and compare").OnRun(VerifyBuiltIn);
+    program.AddCommand("verify", "Recompute the list that is compiled in and compare").OnRun(VerifyBuiltIn);
     const int status = Run(program, argumentCount, arguments);
     const auto lost = FlushStandardOutput();
     if (!lost || status != STATUS_DONE)

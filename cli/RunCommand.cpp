@@ -10,38 +10,43 @@ using namespace engine;
 namespace {
 
 void AddParameterOptions(CCommand& command, StRunOptions& options) {
-    command.AddRepeated("-p,--parameter", options.parameters,
-                        "A parameter, as 'quillon describe' lists them; KEY:KIND=VALUE for one that is not "
-                        "listed, KIND being "
-                        "bool, long, double, string or image",
-                        "KEY=VALUE");
+    command.AddRepeated(
+        "-p,--parameter", options.parameters,
+        "Set a parameter listed by 'quillon describe NAME'; for one that is not listed, give its "
+        "kind as well: KEY:KIND=VALUE, with bool, long, double, string or image",
+        "KEY=VALUE");
     command.AddOption(
         "--parameters", options.parametersFile,
-        "All parameters from a file, as it stands: a JSON object, or the report of another run. "
-        "-p adds to it",
+        "Read all parameters from a JSON file or from the report of another run, without adding defaults; "
+        "-p changes or adds single ones",
         "FILE.json");
-    command.AddFlag("--bare", options.isBare, "Send no defaults, only the parameters given");
-    command.AddRepeated("-s,--setting", options.settings, "A setting of the plug-in, made before the run",
+    command.AddFlag("--bare", options.isBare, "Send only the parameters given, and no defaults");
+    command.AddFlag("--strict", options.isStrict,
+                    "Treat warnings about parameters as errors: the plug-in does not run");
+    command.AddRepeated("-s,--setting", options.settings, "Make a setting of the plug-in before the run",
                         "KEY=VALUE");
 }
 
 void AddImageOptions(CCommand& command, StRunOptions& options) {
     command.AddOption("--as", options.pixelType,
-                      "Take the image as binary (non-zero is 1), grey8, grey16, grey32 or greyf", "TYPE");
-    command.AddOption("--spacing", options.spacing, "Give the image this pixel size first", "X,Y,Z");
+                      "Read the image as binary (non-zero is 1), grey8, grey16, grey32 or greyf", "TYPE");
+    command.AddOption("--spacing", options.spacing, "Set the pixel size of the image before the run",
+                      "X,Y,Z");
     command.AddOption("--label", options.label,
-                      "Name the image so for the plug-in; without it the file's name", "TEXT");
-    command.AddFlag("--no-label", options.hasNoLabel, "Give the image no name").Excludes("--label");
+                      "The title of the image, which results inherit (default: the file name)", "TEXT");
+    command.AddFlag("--no-label", options.hasNoLabel, "Pass the image without a title").Excludes("--label");
 }
 
 void AddDialogOptions(CCommand& command, StRunOptions& options) {
-    command.AddOption("--file", options.file, "The answer to a file dialog; it is cancelled without", "PATH");
-    command.AddRepeated("--choose", options.choices, "An input of a dialog that the host makes", "KEY=VALUE");
+    command.AddOption("--file", options.file,
+                      "The file name to enter in a file dialog; without it, file dialogs are cancelled",
+                      "PATH");
+    command.AddRepeated("--choose", options.choices, "Select an option in a dialog with a list of choices",
+                        "KEY=VALUE");
     command.AddRepeated("--answer", options.answers,
-                        "Set the input of that object name in a dialog, then press OK", "NAME=VALUE");
+                        "Fill in the dialog input with this object name, then press OK", "NAME=VALUE");
     command.AddFlag("--cancel-dialogs", options.cancelsDialogs, "Press Cancel in every dialog");
-    command
-        .AddFlag("--gui", options.showsWindows, "Show real windows and let the person at the screen answer")
+    command.AddFlag("--gui", options.showsWindows, "Show the dialogs on the screen and wait for your answers")
         .Excludes("--file")
         .Excludes("--choose")
         .Excludes("--answer")
@@ -51,39 +56,42 @@ void AddDialogOptions(CCommand& command, StRunOptions& options) {
 void AddResultOptions(CCommand& command, StRunOptions& options) {
     command.AddRepeated(
         "-o,--output", options.outputs,
-        "Where the result goes, repeated for the second one; a plug-in that only measures writes the image "
-        "with its new attributes there",
+        "Write the result to this file; repeat for a second result. For a plug-in that only measures, the "
+        "input image is written with the measurement in its header",
         "FILE");
-    command.AddOption("--report", options.report, "Tell all about the run as JSON, also when it fails",
-                      "FILE");
-    command.AddOption("--pack-log", options.packLog, "Keep what the pack writes to its output streams",
-                      "FILE");
-    command.AddFlag("--quiet", options.isQuiet, "No summary and no progress");
+    command.AddFlag("--overwrite", options.isOverwriting, "Allow an output to replace an input file");
+    command.AddOption("--report", options.report,
+                      "Write a JSON report of the run, whether it succeeds or fails", "FILE");
+    command.AddOption("--pack-log", options.packLog,
+                      "Save what the pack prints on standard output and standard error", "FILE");
+    command.AddFlag("--estimate", options.isEstimate,
+                    "Print the memory that the run needs and the memory available, and do not run");
+    command.AddFlag("--quiet", options.isQuiet, "Print no summary, notes or progress bar");
+    command.AddFlag("--verbose", options.isVerbose, "Print the parameters sent and the source of an error");
 }
 
 } // namespace
 
 void AddRunCommand(CArgumentParser& program) {
-    CCommand command = program.AddCommand("run", "Run one plug-in on one image file");
+    CCommand command = program.AddCommand("run", "Run a plug-in on an image file");
     const auto options = std::make_shared<StRunOptions>();
-    command.AddPositional("NAME", options->plugin, "The plug-in, see 'quillon list'");
+    command.AddPositional("NAME", options->plugin, "The plug-in; see 'quillon list'");
     command.AddPositional("IMAGE", options->image, "The image file");
     AddParameterOptions(command, *options);
     AddImageOptions(command, *options);
     AddResultOptions(command, *options);
     AddDialogOptions(command, *options);
     command.AddFlag("--force", options->runsRefused, "Run the plug-in even if it refuses the image");
-    command
-        .AddOption("--threads", options->threads, "How many threads to use; without it one per processor",
-                   "N")
+    command.AddOption("--threads", options->threads, "Number of threads (default: one per processor)", "N")
         .InRange(1, 1024);
     command.AddRepeated("--pack", options->packs,
-                        "The pack to load in place of those beside the program; of several, the first that "
-                        "has the plug-in is used",
+                        "Use this pack instead of the installed ones; of several, the first that has the "
+                        "plug-in is used",
                         "PATH");
     command.SetFooter(
-        "Exit status: 0 done, 1 the plug-in failed, 2 usage, 3 the plug-in refused the image, 4 a file could "
-        "not be read or written, or the plug-in said so in a box, 130 cancelled.\n\n"
+        "Exit status: 0 success, 1 the plug-in failed, 2 wrong usage, 3 the plug-in refused the image, 4 a "
+        "file "
+        "could not be read or written, or the plug-in showed an error box, 130 cancelled.\n\n"
         "Example: quillon run SegmSauvola page.png -p windowsize=12 -p coefficient=0.3 -o text.png");
     command.OnRun([options] { RunPlugin(*options); });
 }

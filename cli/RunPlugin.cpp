@@ -4,13 +4,14 @@
 #include "cli/CProgressBar.h"
 #include "cli/Commands.h"
 #include "cli/PackOption.h"
+#include "cli/RunChecks.h"
 #include "cli/RunSummary.h"
 #include "cli/StRunInputs.h"
 #include "engine/dialogs/CGuiApplication.h"
 #include "engine/errors/CEngineError.h"
 #include "engine/files/CKeptFile.h"
 #include "engine/files/ImageFile.h"
-#include "engine/files/ImageWords.h"
+#include "engine/files/ValueJson.h"
 #include "engine/packs/CPackSet.h"
 #include "engine/run/COutputCapture.h"
 #include "engine/run/StRunRecord.h"
@@ -124,29 +125,20 @@ void WriteDocuments(const std::vector<std::string>& files, StRunRecord& record) 
     }
 }
 
-/// Explains why the image was refused: its type and size, and what the plug-in accepts.
-std::string RefusalMessage(const StRunOptions& options, const StCatalogueEntry* entry, const CImage& image) {
-    std::string message = options.plugin + " does not take " + options.image + " (" +
-                          WordOfPixelType(image.Type()) + ", " + SizeInWords(image.Size()) + ")";
-    if (entry == nullptr)
-        return message + ", and the catalogue does not know why";
-    return message + "; it takes " + AcceptedInWords(entry->images);
-}
-
 /// The error to end the program with; nothing if the run succeeded.
 std::optional<CCommandError> EndOf(const StRunRecord& record, const StRunOptions& options,
-                                   const StCatalogueEntry* entry, const CImage& image) {
+                                   const StCatalogueEntry* entry, const CImage& image, CPackSet& packs) {
     const StPluginOutcome& outcome = record.outcome;
     if (record.isCancelled)
         return CCommandError(STATUS_CANCELLED, "cancelled; nothing was written");
     if (record.dialogProblem)
         return CCommandError(STATUS_USAGE, *record.dialogProblem);
     if (outcome.failure)
-        return CCommandError(ErrorOf(*outcome.failure, options.plugin));
+        return FailureOf(options, entry, image, *outcome.failure, packs);
     if (!outcome.isAccepted.value_or(false) && !options.runsRefused)
-        return CCommandError(STATUS_IMAGE_REFUSED, RefusalMessage(options, entry, image));
+        return RefusalOf(options, entry, image, packs);
     if (record.errorBox)
-        return CCommandError(STATUS_FILE, options.plugin + ": " + record.errorBox->text);
+        return CCommandError(STATUS_FILE, options.plugin + " says: " + record.errorBox->text);
     if (!record.unusedAnswers.empty())
         return CCommandError(STATUS_USAGE, "no dialog had an input named '" + record.unusedAnswers.front() +
                                                "', so the plug-in ran without that answer");
@@ -206,6 +198,12 @@ private:
     std::optional<std::string> m_problem;
 };
 
+StImageOutline OutlineOf(const StRunOptions& options, const StRunInputs& inputs) {
+    StImageOutline outline = ReadImageOutline(options.image, inputs.type);
+    outline.spacing = inputs.spacing.value_or(outline.spacing);
+    return outline;
+}
+
 } // namespace
 
 void RunPlugin(const StRunOptions& options) {
@@ -213,9 +211,24 @@ void RunPlugin(const StRunOptions& options) {
     CPackSet packs(PackPaths(options.packs));
     const auto [pack, entry] = packs.Find(options.plugin);
     StRunInputs inputs = PrepareInputs(options, entry);
+    CheckParameters(options, entry, packs, inputs);
+    if (options.isEstimate) {
+        const StImageOutline outline = OutlineOf(options, inputs);
+        PrintEstimate(options, outline, EstimateRun(entry, outline, inputs));
+        return;
+    }
+    RequireFileForDialog(options, entry);
+    PrepareOutputs(options, entry, inputs);
+    const StImageOutline outline = OutlineOf(options, inputs);
+    RequireFormatsHoldResults(options, entry, outline);
+    WarnIfTooLarge(EstimateRun(entry, outline, inputs));
+    ReadInputs(options, inputs);
+    CheckImage(options, entry, inputs);
     const CImage& image = *inputs.image;
     const CValueMap attributesBefore(image.Attributes());
 
+    if (options.isVerbose)
+        std::fprintf(stderr, "quillon: parameters %s\n", ToJson(inputs.parameters.Map()).Text().c_str());
     CPickedFile pickedFile(options.file, inputs.answers);
     StRunRecord record = Execute(options, entry, pack, inputs);
     std::optional<CCommandError> end;
@@ -238,7 +251,7 @@ void RunPlugin(const StRunOptions& options) {
     if (end)
         record.outcome.failure = StFailure{"quillon", end->what()};
     else
-        end = EndOf(record, options, entry, image);
+        end = EndOf(record, options, entry, image, packs);
     if (inputs.packLog)
         KeepFirstError(end, [&] { inputs.packLog->Write(record.standardOutput + record.standardError); });
     if (inputs.report)

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 
 namespace cli {
 
@@ -18,12 +17,11 @@ using namespace engine;
 namespace {
 
 std::string Duration(double seconds) {
-    std::array<char, 32> text{};
     if (seconds < 1)
-        std::snprintf(text.data(), text.size(), "%.0f ms", 1000 * seconds);
-    else
-        std::snprintf(text.data(), text.size(), seconds < 10 ? "%.1f s" : "%.0f s", seconds);
-    return text.data();
+        return ORVEN::CStringTools::Printf("%.0f ms", 1000 * seconds);
+    if (seconds < 10)
+        return ORVEN::CStringTools::Printf("%.1f s", seconds);
+    return ORVEN::CStringTools::Printf("%.0f s", seconds);
 }
 
 /// The fraction of object pixels.
@@ -44,14 +42,14 @@ std::string Description(const ORVEN::CImage& image) {
     if (ORVEN::CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2])) {
         text += ", spacing";
         for (int axis = 0; axis < image.Size().Dim(); ++axis)
-            text += ORVEN::CStringTools::Printf(axis > 0 ? " x %g" : " %g",
-                                                spacing.at(static_cast<std::size_t>(axis)));
+            text.append(axis > 0 ? " x " : " ")
+                .append(ORVEN::CStringTools::Printf("%g", spacing.at(static_cast<std::size_t>(axis))));
     }
     if (image.Type().IsBinary())
         text += ORVEN::CStringTools::Printf(", foreground %.1f %%", 100 * ForegroundFraction(image));
     std::size_t labelCount = 0;
     if (ORVEN::CQuillonHeaderTools::GetNumberOfLabels(image, labelCount) && labelCount > 0)
-        text += ", " + std::to_string(labelCount - 1) + " labels beside 0";
+        text += ", " + std::to_string(labelCount - 1) + " labels besides 0";
     return text;
 }
 
@@ -81,7 +79,7 @@ std::string Closing(const StRunRecord& record, std::span<const std::string> outp
         // Results that the plug-in has shown in a box or written to a file itself need no further saving.
         const bool isKept = record.hasShownWindows || record.isReported || !record.pickedFile.empty();
         return record.boxes.empty() && !isKept
-                   ? "Nothing was written: give --report FILE to keep the parameters as they are now.\n"
+                   ? "Nothing was written: give --report FILE to save the parameters.\n"
                    : "";
     }
     const std::size_t filled = !record.measuredFile.empty() ? 1 : documents;
@@ -104,7 +102,7 @@ std::string RunSummary(const StRunRecord& record, std::span<const std::string> o
     for (std::size_t i = 0; i < outcome.documents.size(); ++i)
         text += DocumentLine(*outcome.documents[i], record.files[i]);
     if (!record.measuredFile.empty())
-        text += "  the image with its new attributes, written to " + record.measuredFile + "\n";
+        text += "  the image with the measurement, written to " + record.measuredFile + "\n";
     if (!record.pickedFile.empty())
         text += "  " + record.pickedFile + " was picked in a file dialog\n";
     for (const StMessageBox& box : record.boxes)

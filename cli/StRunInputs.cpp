@@ -5,6 +5,7 @@
 #include "cli/StandardStreams.h"
 #include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
+#include "engine/files/ImageWords.h"
 #include "engine/files/OutputChecks.h"
 #include "engine/run/PluginCall.h"
 
@@ -27,7 +28,8 @@ void RequireDifferentFiles(const StRunOptions& options) {
     std::set<std::string> files;
     const auto add = [&files](const std::string& named, const std::string& file) {
         if (!files.insert(file).second)
-            throw CCommandError(STATUS_USAGE, "'" + named + "' is to be written twice");
+            throw CCommandError(STATUS_USAGE,
+                                "'" + named + "' would be written twice; give each output a name of its own");
     };
     for (const std::string& output : options.outputs) {
         for (const std::string& file : FilesOfImage(output))
@@ -47,21 +49,34 @@ std::unique_ptr<CTextOutput> OpenText(const std::optional<std::string>& path) {
     return std::make_unique<CTextOutput>(*path);
 }
 
-void PrepareOutputs(const StRunOptions& options, StRunInputs& inputs) {
-    for (const std::string& file : options.outputs)
-        RequireImageFileName(file);
-    RequireDifferentFiles(options);
-    if (!options.isQuiet && IsStandardOutputClosed())
-        throw CFileError("standard output is closed; give --quiet to do without a summary");
-    for (const std::string& file : options.outputs)
-        RequireWritableImage(file);
-    inputs.report = OpenText(options.report);
-    inputs.packLog = OpenText(options.packLog);
-    if (options.file) {
-        RequirePlace(*options.file);
-        if (IsDeviceOrPipe(*options.file))
-            inputs.pickedPipe = std::make_unique<CTextOutput>(*options.file);
+/// The files that a run reads.
+std::vector<std::string> FilesRead(const StRunOptions& options, const StCatalogueEntry* entry,
+                                   const StRunInputs& inputs) {
+    std::vector<std::string> files = {options.image};
+    if (options.parametersFile)
+        files.push_back(*options.parametersFile);
+    for (const auto& [key, file] : inputs.parameters.ImageFiles())
+        files.push_back(file);
+    if (entry != nullptr) {
+        for (const StCatalogueParameter& setting : entry->settings) {
+            if (setting.isFile && inputs.settings.Map().HasEntry(setting.key, typeid(CValueString)))
+                files.push_back(inputs.settings.Map().Entry(setting.key, true)->String().Std());
+        }
     }
+    return files;
+}
+
+/// Raises if an output is also an input, unless that is what the user wants.
+void RequireInputsKept(const StRunOptions& options, const StCatalogueEntry* entry,
+                       const StRunInputs& inputs) {
+    if (options.isOverwriting)
+        return;
+    std::vector<std::string> written = options.outputs;
+    for (const auto& file : {options.report, options.packLog, options.file}) {
+        if (file && !IsDeviceOrPipe(*file))
+            written.push_back(*file);
+    }
+    RequireNoInput(written, FilesRead(options, entry, inputs));
 }
 
 /// Raises if a file setting names a pipe or device, because the plug-in could wait for it forever.
@@ -73,7 +88,7 @@ void RequireFilesOfSettings(const StCatalogueEntry* entry, const CValueMap& sett
             continue;
         const std::string file = settings.Entry(setting.key, true)->String().Std();
         if (IsDeviceOrPipe(file))
-            ThrowUnreadable(file, CFileReason("it is no regular file"));
+            ThrowUnreadable(file, CFileReason("it is not a regular file"));
     }
 }
 
@@ -82,8 +97,8 @@ std::optional<IImage::CType> PixelType(const StRunOptions& options) {
         return std::nullopt;
     const auto type = PixelTypeOfWord(*options.pixelType);
     if (!type)
-        throw CCommandError(STATUS_USAGE, "--as: '" + *options.pixelType +
-                                              "' is none of binary, grey8, grey16, grey32, greyf");
+        throw CCommandError(STATUS_USAGE,
+                            "--as: '" + *options.pixelType + "' is none of " + FirstTen(PixelTypeWords()));
     return type;
 }
 
@@ -113,6 +128,8 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
     StRunInputs inputs{CParameterMap("parameter", entry != nullptr ? &entry->parameters : nullptr),
                        CParameterMap("setting", entry != nullptr ? &entry->settings : nullptr),
                        ParseAnswers(options),
+                       PixelType(options),
+                       std::nullopt,
                        nullptr,
                        nullptr,
                        nullptr,
@@ -126,15 +143,35 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
         inputs.parameters.FillDefaults();
     for (const std::string& text : options.settings)
         inputs.settings.Set(ParseAssignment(text));
-    const auto type = PixelType(options);
-    std::optional<std::array<double, 3>> spacing;
     if (options.spacing)
-        spacing = ParseSpacing(*options.spacing);
+        inputs.spacing = ParseSpacing(*options.spacing);
     RequireFilesOfSettings(entry, inputs.settings.Map());
-    PrepareOutputs(options, inputs);
+    return inputs;
+}
 
-    inputs.image = ReadImage(options.image, type);
-    if (spacing)
+void PrepareOutputs(const StRunOptions& options, const StCatalogueEntry* entry, StRunInputs& inputs) {
+    for (const std::string& file : options.outputs)
+        RequireImageFileName(file);
+    RequireDifferentFiles(options);
+    RequireInputsKept(options, entry, inputs);
+    if (!options.isQuiet && IsStandardOutputClosed())
+        throw CFileError("standard output is closed; give --quiet to run without a summary");
+    for (const std::string& file : options.outputs)
+        RequireWritableImage(file);
+    inputs.report = OpenText(options.report);
+    inputs.packLog = OpenText(options.packLog);
+    if (options.file) {
+        RequirePlace(*options.file);
+        if (entry != nullptr && entry->asksForFile && !IsDeviceOrPipe(*options.file))
+            RequireWritableFile(*options.file);
+        if (IsDeviceOrPipe(*options.file))
+            inputs.pickedPipe = std::make_unique<CTextOutput>(*options.file);
+    }
+}
+
+void ReadInputs(const StRunOptions& options, StRunInputs& inputs) {
+    inputs.image = ReadImage(options.image, inputs.type);
+    if (const auto& spacing = inputs.spacing)
         CQuillonHeaderTools::SetSpacing(*inputs.image, (*spacing)[0], (*spacing)[1], (*spacing)[2]);
     inputs.parameters.ReadImages();
     inputs.settings.ReadImages();
@@ -142,7 +179,6 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
     if (!options.hasNoLabel)
         label = options.label.value_or(std::filesystem::path(options.image).filename().string());
     inputs.document = MakeDocument(*inputs.image, label);
-    return inputs;
 }
 
 } // namespace cli

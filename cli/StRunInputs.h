@@ -5,15 +5,19 @@
 #include "engine/files/CTextOutput.h"
 #include "engine/run/CParameterMap.h"
 
+#include <array>
 #include <memory>
+#include <optional>
 
 namespace cli {
 
-/// The inputs of a run: the parsed and checked options, and the contents of the files that they name.
+/// The inputs of a run: the parsed and checked options and, after `ReadInputs`, the images that they name.
 struct StRunInputs {
     engine::CParameterMap parameters;
     engine::CParameterMap settings;
     engine::StDialogAnswers answers;
+    std::optional<ORVEN::IImage::CType> type;     ///< to read the image as
+    std::optional<std::array<double, 3>> spacing; ///< to give the image
     std::unique_ptr<ORVEN::CImage> image;
     std::unique_ptr<ORVEN::CValueMap> document;   ///< holds the image
     std::unique_ptr<engine::CTextOutput> report;  ///< null if not requested
@@ -22,10 +26,16 @@ struct StRunInputs {
         pickedPipe; ///< holds open a pipe that is the answer to a file dialog
 };
 
-/// Checks the options and reads the input files. `entry` is null for a plug-in that is not in the catalogue.
-/// Raises `CCommandError` with `STATUS_USAGE` for errors in the command line, before any image is read, and
-/// with `STATUS_FILE` for files that cannot be read and results that cannot be written. Also raises
-/// `CFileError`.
+/// Checks the options and reads files of parameters, but no image. `entry` is null for a plug-in that is not
+/// in the catalogue. Raises `CCommandError` with `STATUS_USAGE` for errors in the command line, before any
+/// image is read, and with `STATUS_FILE` for files that cannot be read and results that cannot be written.
+/// Also raises `CFileError`.
 StRunInputs PrepareInputs(const StRunOptions& options, const engine::StCatalogueEntry* entry);
+
+/// The outputs of a run are checked for names that cannot work, and pipes are opened.
+void PrepareOutputs(const StRunOptions& options, const engine::StCatalogueEntry* entry, StRunInputs& inputs);
+
+/// Reads the images.
+void ReadInputs(const StRunOptions& options, StRunInputs& inputs);
 
 } // namespace cli

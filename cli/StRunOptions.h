@@ -26,6 +26,10 @@ struct StRunOptions {
     bool cancelsDialogs = false;
     bool showsWindows = false;
     bool runsRefused = false;
+    bool isStrict = false;      ///< questionable parameters are errors
+    bool isOverwriting = false; ///< inputs may be replaced
+    bool isEstimate = false;    ///< prints the memory of the run in place of running
+    bool isVerbose = false;
     std::optional<std::string> report;
     std::optional<std::string> packLog;
     bool isQuiet = false;

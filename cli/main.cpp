@@ -36,12 +36,14 @@ int Run(CArgumentParser& program, int argumentCount, char** arguments) {
         return usageError ? EndUsage(*usageError) : STATUS_DONE;
     } catch (const CCommandError& error) {
         PrintError(error.what());
+        for (const std::string& line : error.FurtherLines())
+            PrintError(line);
         return error.Status();
     } catch (const CEngineError& error) {
         PrintError(error.what());
         return ExitStatusOf(error.Fault());
     } catch (const ORVEN::CException& error) {
-        PrintError(std::string(error.Source()) + ": " + error.Message());
+        PrintError(error.Message());
     } catch (const std::bad_alloc&) {
         PrintError("not enough memory");
     } catch (const std::exception& error) {

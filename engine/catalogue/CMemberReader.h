@@ -12,14 +12,16 @@
 
 namespace engine {
 
-/// Reads the members of a JSON object and raises an error for those that were never read.
+/// Reads the members of a JSON object in a catalogue and raises an error for those that were never read.
+/// Every error is a `std::runtime_error`, "catalogue: PLACE: WHY".
 class CMemberReader {
 public:
+    /// The object must outlive the reader.
     CMemberReader(const CJson& object, std::string place)
         : m_object(object)
         , m_place(std::move(place)) {
         if (!object.IsObject())
-            Fail("is no object");
+            Fail("is not an object");
     }
 
     void SetPlace(const std::string& place) { m_place = place; }

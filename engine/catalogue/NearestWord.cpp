@@ -50,4 +50,10 @@ std::string NearestWord(std::string_view word, std::span<const std::string> cand
     return !nearest.empty() ? nearest.front() : std::string();
 }
 
+std::string NearWord(std::string_view word, std::span<const std::string> candidates) {
+    const std::string nearest = NearestWord(word, candidates);
+    const std::size_t most = std::min<std::size_t>(2, nearest.size() / 2);
+    return EditDistance(word, nearest) <= most ? nearest : std::string();
+}
+
 } // namespace engine

@@ -15,4 +15,8 @@ std::vector<std::string> NearestWords(std::string_view word, std::span<const std
 /// The first of them; empty without candidates.
 std::string NearestWord(std::string_view word, std::span<const std::string> candidates);
 
+/// The most similar candidate if it is likely to be what was meant: at most two letters differ, and no more
+/// than half of its letters. Empty otherwise.
+std::string NearWord(std::string_view word, std::span<const std::string> candidates);
+
 } // namespace engine

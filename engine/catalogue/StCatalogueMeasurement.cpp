@@ -81,7 +81,7 @@ StCatalogueMeasurement ParseMeasurement(const CJson& object, const std::string& 
 
 std::vector<StCatalogueMeasurement> ParseCatalogueMeasurements(const CJson& list, const std::string& place) {
     if (!list.IsArray())
-        throw std::runtime_error("catalogue: " + place + ": is no list");
+        throw std::runtime_error("catalogue: " + place + ": is not a list");
     std::vector<StCatalogueMeasurement> measurements;
     for (const CJson& object : list.Elements())
         measurements.push_back(ParseMeasurement(object, place));

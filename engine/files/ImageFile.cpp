@@ -305,6 +305,33 @@ std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<I
     });
 }
 
+StImageOutline ReadImageOutline(const std::string& path, const std::optional<IImage::CType>& as) {
+    return Reading(path, [&] {
+        StImageHeader header = ReadImageHeader(path);
+        const StImageFacts facts = ReadFacts(path, header);
+        // Signed and 64-bit integers become float or 32-bit ones, and scaled values floats: 4 bytes each.
+        const auto own = header.scale ? std::nullopt : SameSampleType(header.sample);
+        const IImage::CType type = as ? *as : facts.type ? *facts.type : own.value_or(ORVEN::IMAGE_GREY_F);
+        CImage alone(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
+        if (facts.attributes)
+            CQuillonHeaderTools::SetAttributes(alone, *facts.attributes);
+        else
+            SetHeaderSpacing(alone, header);
+        StImageOutline outline{type, header.size, as || facts.type || own};
+        CQuillonHeaderTools::GetSpacing(alone, outline.spacing[0], outline.spacing[1], outline.spacing[2]);
+        return outline;
+    });
+}
+
+void RequireFormatHolds(const std::string& path, const IImage::CType& type, const CSize& size) {
+    RequireImageFileName(path);
+    StImageHeader header;
+    header.format = TargetOfName(path)->format;
+    header.size = size;
+    header.sample = SampleOfType(type);
+    Writing(path, [&] { RequireHoldable(header); });
+}
+
 void WriteImage(const CImage& image, const std::string& path) {
     RequireImageFileName(path);
     RequireOwnCompanions(path);
@@ -315,20 +342,14 @@ void WriteImage(const CImage& image, const std::string& path) {
 }
 
 void RequireImageFileName(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        throw CCallerError("cannot write '" + path + "': it is a folder; name a file in it");
     if (!TargetOfName(path)) {
         throw CCallerError("cannot write '" + path +
                            "': its name must end in .nrrd, .mha, .mhd, .nii, .nii.gz, .tif, "
                            ".tiff or .png");
     }
-}
-
-std::optional<IImage::CType> PixelTypeOfWord(const std::string& word) {
-    static const std::map<std::string, IImage::CType> types = {
-        {"binary", ORVEN::IMAGE_BINARY_FG}, {"grey8", ORVEN::IMAGE_GREY_8}, {"grey16", ORVEN::IMAGE_GREY_16},
-        {"grey32", ORVEN::IMAGE_GREY_32},   {"greyf", ORVEN::IMAGE_GREY_F},
-    };
-    const auto type = types.find(word);
-    return type != types.end() ? std::optional(type->second) : std::nullopt;
 }
 
 } // namespace engine

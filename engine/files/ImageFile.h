@@ -2,6 +2,7 @@
 
 #include <sorblib2image/CImage.h>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -50,6 +51,22 @@ namespace engine {
 std::unique_ptr<ORVEN::CImage> ReadImage(const std::string& path,
                                          const std::optional<ORVEN::IImage::CType>& as = std::nullopt);
 
+/// What can be known of an image without its pixels.
+struct StImageOutline {
+    ORVEN::IImage::CType type; ///< where the file's own type depends on its values, the widest it can become
+    ORVEN::CSize size;
+    bool isTypeCertain = true;
+    std::array<double, 3> spacing{1, 1, 1}; ///< in the file's unit; 1 where the file states none
+};
+
+/// Reads the header of an image file, and its attributes, but no pixels. Raises as `ReadImage` does.
+StImageOutline ReadImageOutline(const std::string& path,
+                                const std::optional<ORVEN::IImage::CType>& as = std::nullopt);
+
+/// Raises `CFileError`, "cannot write 'PATH': REASON", if the format of that name cannot hold an image of
+/// this type and size.
+void RequireFormatHolds(const std::string& path, const ORVEN::IImage::CType& type, const ORVEN::CSize& size);
+
 /// Writes an image file with its attributes. It is written to a temporary place first, so that a failure
 /// never leaves a partial file.
 ///
@@ -62,9 +79,5 @@ void WriteImage(const ORVEN::CImage& image, const std::string& path);
 /// Raises `CCallerError` unless the name has an extension that `WriteImage` supports. Call this before long
 /// work.
 void RequireImageFileName(const std::string& path);
-
-/// The pixel type for a command-line word: binary, grey8, grey16, grey32 or greyf; nothing for any other
-/// word.
-std::optional<ORVEN::IImage::CType> PixelTypeOfWord(const std::string& word);
 
 } // namespace engine

@@ -1,5 +1,6 @@
 #include "engine/files/OutputChecks.h"
 
+#include "engine/errors/CEngineError.h"
 #include "engine/files/CAtomicFile.h"
 #include "engine/files/FileErrors.h"
 #include "engine/files/ImageFileName.h"
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <set>
 
 namespace fs = std::filesystem;
 
@@ -51,7 +53,21 @@ void RequireWritableFile(const std::string& path) {
     if (fs::is_directory(status))
         ThrowUnwritable(path, "it is a folder");
     if (fs::exists(status) && !fs::is_regular_file(status))
-        ThrowUnwritable(path, "it is no regular file");
+        ThrowUnwritable(path, "it is not a regular file");
+}
+
+void RequireNoInput(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs) {
+    std::set<std::string> read;
+    for (const std::string& input : inputs) {
+        const std::vector<std::string> files = FilesOfImage(input);
+        read.insert(files.begin(), files.end());
+    }
+    for (const std::string& output : outputs) {
+        for (const std::string& file : FilesOfImage(output)) {
+            if (read.contains(file))
+                throw CCallerError("'" + output + "' is also an input; give --overwrite to replace it");
+        }
+    }
 }
 
 void RequireWritableImage(const std::string& path) {

@@ -15,6 +15,10 @@ void RequireWritableFile(const std::string& path);
 /// would be replaced. The extension must be a known one.
 void RequireWritableImage(const std::string& path);
 
+/// Raises `CCallerError` if a file that is going to be written is also one of the inputs, under whatever
+/// spelling. An image file counts with its companions.
+void RequireNoInput(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs);
+
 /// Raises `CFileError` if the name cannot be resolved because the working folder no longer exists.
 void RequirePlace(const std::string& path);
 

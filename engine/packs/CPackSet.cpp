@@ -82,6 +82,15 @@ const StCatalogueEntry* CPackSet::FindEntry(const std::string& name) {
     return nullptr;
 }
 
+std::vector<const StCatalogueEntry*> CPackSet::Entries() {
+    std::vector<const StCatalogueEntry*> entries;
+    for (CPack& pack : m_packs) {
+        for (const StCatalogueEntry& entry : pack.Catalogue().Entries())
+            entries.push_back(&entry);
+    }
+    return entries;
+}
+
 void CPackSet::ThrowUnknown(const std::string& name) {
     std::vector<std::string> known;
     for (CPack& pack : m_packs) {

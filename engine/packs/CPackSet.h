@@ -60,8 +60,12 @@ public:
     /// is none, with the most similar names.
     const StCatalogueEntry& Describe(const std::string& name);
 
-private:
+    /// The same; null if there is none.
     const StCatalogueEntry* FindEntry(const std::string& name);
+    /// The descriptions in all catalogues, in the order of the packs.
+    std::vector<const StCatalogueEntry*> Entries();
+
+private:
     [[noreturn]] void ThrowUnknown(const std::string& name);
 
     std::vector<CPack> m_packs;

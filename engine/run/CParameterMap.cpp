@@ -54,7 +54,9 @@ void CParameterMap::ReadFile(const std::string& path) {
     const CJson& map = isReport ? *reported : file;
     const std::unique_ptr<ORVEN::CValue> value = map.IsObject() ? FromJson(map) : nullptr;
     if (value == nullptr || value->Map() == nullptr)
-        throw CFileError("'" + path + "' holds no JSON object with parameters");
+        throw CFileError("'" + path + "' is not a JSON object with parameters");
+    if (isReport && file.Find("plugin")->IsString())
+        m_reportedPlugin = file.Find("plugin")->String();
     m_map.reset(new CValueMap(*value->Map()));
     FillImagesOfGroups();
 }
@@ -64,7 +66,7 @@ EnValueKind CParameterMap::KindOf(const StAssignment& assignment) const {
         return *assignment.kind;
     const std::string subject = "unknown " + m_what + " '" + assignment.key + "'";
     if (m_known == nullptr) {
-        throw CCallerError(subject + ": the catalogue does not know this plug-in; say the kind, as in " +
+        throw CCallerError(subject + ": the catalogue does not describe this plug-in; give the kind, as in " +
                            assignment.key + ":long=" + assignment.value);
     }
     const auto found = std::find_if(m_known->begin(), m_known->end(),
@@ -80,6 +82,9 @@ void CParameterMap::Set(const StAssignment& assignment) {
     const EnValueKind kind = KindOf(assignment);
     Store(assignment.key, ParseValue(assignment.key, kind, assignment.value));
     m_imageFiles.erase(assignment.key);
+    m_setKeys.erase(assignment.key);
+    if (kind != KIND_IMAGE || !assignment.value.empty())
+        m_setKeys.insert(assignment.key);
     if (kind == KIND_IMAGE && !assignment.value.empty())
         m_imageFiles[assignment.key] = assignment.value;
 }

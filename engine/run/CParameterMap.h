@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -30,6 +31,12 @@ public:
     void Set(const StAssignment& assignment);
     /// Adds parameters that the catalogue marks as always sent, and null images for groups that are sent.
     void FillDefaults();
+    /// The plug-in that the report given to `ReadFile` is about; empty if it was not a report.
+    [[nodiscard]] const std::string& ReportedPlugin() const { return m_reportedPlugin; }
+    /// The keys given to `Set`, except images without a file.
+    [[nodiscard]] const std::set<std::string>& SetKeys() const { return m_setKeys; }
+    /// The image files to be read, by key.
+    [[nodiscard]] const std::map<std::string, std::string>& ImageFiles() const { return m_imageFiles; }
     /// Reads the image files that were named. Raises the errors of `ReadImage`.
     void ReadImages();
 
@@ -45,6 +52,8 @@ private:
     std::string m_what;
     const std::vector<StCatalogueParameter>* m_known;
     std::unique_ptr<ORVEN::CValueMap> m_map;
+    std::string m_reportedPlugin;
+    std::set<std::string> m_setKeys;
     std::map<std::string, std::string> m_imageFiles; // by key
     std::vector<std::unique_ptr<ORVEN::CImage>> m_images;
 };

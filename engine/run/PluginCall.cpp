@@ -1,6 +1,7 @@
 #include "engine/run/PluginCall.h"
 
 #include "engine/files/ValueJson.h"
+#include "engine/run/CPeakMemory.h"
 
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
@@ -128,14 +129,14 @@ std::optional<StFailure> FailureOf(const std::string& name, const Function& func
     } catch (const std::exception& error) {
         return StFailure{name, error.what()};
     } catch (...) {
-        return StFailure{name, "something was raised that is no exception of a known kind"};
+        return StFailure{name, "it raised something other than an exception"};
     }
 }
 
 } // namespace
 
 CPluginError ErrorOf(const StFailure& failure, const std::string& plugin) {
-    return CPluginError((failure.source.empty() ? plugin : failure.source) + ": " + failure.message);
+    return CPluginError(plugin + " says: " + failure.message);
 }
 
 std::unique_ptr<CValueMap> MakeDocument(CImage& image, const std::optional<std::string>& label) {
@@ -161,9 +162,11 @@ std::string LabelOf(const CValueMap& document) {
 StPluginOutcome CallPlugin(CPluginBase& plugin, StPluginRequest request) {
     StPluginOutcome outcome;
     const std::unique_ptr<CValueMap> tree = MakeTree(*request.document, std::move(request.parameters));
+    const CPeakMemory memory;
     const auto start = std::chrono::steady_clock::now();
     outcome.failure = FailureOf(request.name, [&] { Drive(plugin, request, *tree, outcome); });
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    outcome.peakBytes = memory.Bytes();
     // The documents that a plug-in hands over can be malformed, too.
     const auto badHandOver = FailureOf(request.name, [&] {
         outcome.documents = TakeDocuments(*tree);

@@ -29,9 +29,9 @@ struct StFailure {
     std::string message;
 };
 
-/// The failure of the named plug-in as an error: "SOURCE: MESSAGE", or the plug-in's name if no source is
-/// given. What a plug-in raises is its own fault, even if it ran out of memory: it may have asked for too
-/// much.
+/// The failure of the named plug-in as an error, "PLUGIN says: MESSAGE", with the plug-in's message
+/// unchanged. The source of the failure, usually a class, is left to reports. What a plug-in raises is its
+/// own fault, even if it ran out of memory: it may have asked for too much.
 CPluginError ErrorOf(const StFailure& failure, const std::string& plugin);
 
 /// The result of a plug-in call.
@@ -42,6 +42,8 @@ struct StPluginOutcome {
     std::vector<std::string> views;     ///< types of the requested views
     CJson parameters = CJson::Object(); ///< their values in the tree after the run
     double seconds = 0;
+    std::optional<std::int64_t>
+        peakBytes; ///< memory beyond that before the call, at most, if it was measured
 };
 
 /// Builds a document in the form that plug-ins find in the tree. The caller keeps ownership of the image.

@@ -57,7 +57,8 @@ std::string ReportText(const StRunRecord& record) {
                        {"stdout", record.standardOutput},
                        {"stderr", record.standardError},
                        {"cancelled", record.isCancelled},
-                       {"seconds", outcome.seconds}});
+                       {"seconds", outcome.seconds},
+                       {"peak_bytes", outcome.peakBytes ? CJson(*outcome.peakBytes) : CJson()}});
     constexpr int indent = 2;
     return report.Text(indent) + "\n";
 }

@@ -140,10 +140,15 @@ TEST(ConvertCommand, ChangesFormatTypeAndSpacing) {
     EXPECT_EQ(InfoOf(folder / "small.nii.gz")["min_max"], json({0, 37}));
 }
 
-TEST(ConvertCommand, CanReplaceItsOwnInput) {
+TEST(ConvertCommand, ReplacesItsOwnInputOnlyWhenTold) {
     const CTestFolder folder;
     Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")));
-    ASSERT_EQ(Quillon({"convert", folder / "a.nrrd", folder / "a.nrrd", "--as", "greyf"}).status, 0);
+    const std::vector<std::string> words = {"convert", folder / "a.nrrd", folder / "a.nrrd", "--as", "greyf"};
+    EXPECT_EQ(Quillon(words).status, 2);
+    EXPECT_EQ(InfoOf(folder / "a.nrrd")["type"], "IMAGE_GREY_8");
+    std::vector<std::string> told = words;
+    told.emplace_back("--overwrite");
+    ASSERT_EQ(Quillon(told).status, 0);
     const json info = InfoOf(folder / "a.nrrd");
     EXPECT_EQ(info["type"], "IMAGE_GREY_F");
     EXPECT_EQ(info["min_max"], json({16.0, 148.0}));

@@ -108,8 +108,11 @@ TEST_F(RunCommand, SaysWhichDocumentsAndFilesWereLeftOver) {
     EXPECT_TRUE(Contains(end.out, "c.nrrd: the plug-in delivered 2 results."));
 }
 
-TEST_F(RunCommand, CanReplaceItsInput) {
-    EXPECT_EQ(Run("Echo", {"-o", image}).status, 0);
+TEST_F(RunCommand, ReplacesItsInputOnlyWhenTold) {
+    const test::StEnd refused = Run("Echo", {"-o", image});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(refused.err, "quillon: '" + image + "' is also an input; give --overwrite to replace it\n");
+    EXPECT_EQ(Run("Echo", {"-o", image, "--overwrite"}).status, 0);
     const auto written = engine::ReadImage(image);
     EXPECT_EQ(test::PixelsOf<std::uint8_t>(*written), pixels);
     EXPECT_EQ(written->Attributes().Entry("history/0", true)->String().Std(), "Echo()");
@@ -118,7 +121,7 @@ TEST_F(RunCommand, CanReplaceItsInput) {
 TEST_F(RunCommand, WritesTheInputWithWhatWasMeasured) {
     const test::StEnd end = Run("Measure", {"-o", folder / "m.nrrd", "--report", folder / "report.json"});
     EXPECT_EQ(end.status, 0);
-    EXPECT_TRUE(Contains(end.out, "the image with its new attributes, written to")) << end.out;
+    EXPECT_TRUE(Contains(end.out, "the image with the measurement, written to")) << end.out;
     const auto written = engine::ReadImage(folder / "m.nrrd");
     EXPECT_EQ(written->Attributes().Entry(CQuillonHeaderTools::c_sTagFeatures + "/Answer", true)->Double(),
               42.5);
@@ -235,6 +238,8 @@ TEST_F(RunCommand, ReportsARun) {
     EXPECT_GE(report["seconds"].get<double>(), 0);
     EXPECT_TRUE(Contains(report["stdout"].get<std::string>(), "label=in.nrrd\n"));
     report.erase("seconds");
+    EXPECT_TRUE(report.contains("peak_bytes"));
+    report.erase("peak_bytes");
     report.erase("stdout");
     EXPECT_EQ(report,
               json({{"plugin", "SegmNiblack"},
@@ -257,7 +262,7 @@ TEST_F(RunCommand, EndsWithOneWhenThePluginRaises) {
     options.insert(options.end(), {"-o", folder / "a.nrrd"});
     const test::StEnd end = Run("Raise", options);
     EXPECT_EQ(end.status, 1);
-    EXPECT_EQ(end.err, "quillon: RaisePlugin: this image is cursed\n");
+    EXPECT_EQ(end.err, "quillon: Raise says: this image is cursed\n");
     EXPECT_EQ(end.out, "");
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"in.nrrd", "report.json"}));
     EXPECT_EQ(Report()["error"], json({{"source", "RaisePlugin"}, {"message", "this image\nis cursed"}}));
@@ -269,7 +274,7 @@ TEST_F(RunCommand, EndsWithOneForEveryOtherException) {
     for (const char* what : {"memory", "standard", "number"}) {
         const test::StEnd end = Run("Raise", {"-p", std::string("what:string=") + what});
         EXPECT_EQ(end.status, 1) << what;
-        EXPECT_EQ(end.err.rfind("quillon: Raise: ", 0), 0u) << end.err;
+        EXPECT_EQ(end.err.rfind("quillon: Raise says: ", 0), 0u) << end.err;
         ExpectOneErrorLine(end);
     }
 }

@@ -46,7 +46,7 @@ TEST(RunSummary, SuggestsHowToKeepResults) {
     record.image = "four.png";
     const std::string first = "Noting on four.png: done in 0 ms\n";
     EXPECT_EQ(RunSummary(record, {}),
-              first + "Nothing was written: give --report FILE to keep the parameters as they are now.\n");
+              first + "Nothing was written: give --report FILE to save the parameters.\n");
     record.isReported = true;
     EXPECT_EQ(RunSummary(record, {}), first);
     record.isReported = false;

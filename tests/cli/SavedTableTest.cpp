@@ -71,8 +71,8 @@ TEST_F(SavedTable, StaysWhenAnErrorBoxAppeared) {
         std::ofstream(table) << "old";
         const test::StEnd end = Export({"box:string=" + kind});
         EXPECT_EQ(end.status, 4);
-        ExpectOneErrorLine(end, kind == "critical" ? "quillon: Export: It could not be saved.\n"
-                                                   : "quillon: Export: There is nothing to save.\n");
+        ExpectOneErrorLine(end, kind == "critical" ? "quillon: Export says: It could not be saved.\n"
+                                                   : "quillon: Export says: There is nothing to save.\n");
         ExpectOnlyTheOld();
     }
 }

@@ -13,7 +13,8 @@ namespace {
 
 std::string Bytes(std::int64_t count) { return std::to_string(count) + (count == 1 ? " byte" : " bytes"); }
 
-/// The memory that the system reports as available without swapping; nothing if it does not report it.
+} // namespace
+
 std::optional<std::int64_t> AvailableMemory() {
     std::ifstream file("/proc/meminfo");
     for (std::string line; std::getline(file, line);) {
@@ -26,15 +27,13 @@ std::optional<std::int64_t> AvailableMemory() {
     return std::nullopt;
 }
 
-} // namespace
-
 std::int64_t FileSize(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (!std::filesystem::exists(status))
         throw CFileReason(error.message());
     if (!std::filesystem::is_regular_file(status))
-        throw CFileReason("it is no regular file");
+        throw CFileReason("it is not a regular file");
     const auto size = std::filesystem::file_size(path, error);
     if (error)
         throw CFileReason(error.message());

@@ -36,7 +36,7 @@ inline StRun RunOnPath(const std::string& plugin, const std::string& path, const
         arguments.insert(arguments.end(), {"-p", parameter});
     const StEnd end = Quillon(arguments);
     EXPECT_EQ(end.status, 0) << end.err;
-    EXPECT_EQ(end.err, "");
+    EXPECT_TRUE(end.err.empty() || end.err.starts_with("quillon: note: ")) << end.err;
     return {engine::ReadImage(output), nlohmann::json::parse(ReadText(report))};
 }
 

@@ -36,7 +36,7 @@ TEST(CatalogueMeasurement, HoldsWhatTheTextSays) {
 }
 
 TEST(CatalogueMeasurement, IsRefusedIfItIsNotAsDocumented) {
-    EXPECT_EQ(Complaint("{}"), "catalogue: Thing: measurements: is no list");
+    EXPECT_EQ(Complaint("{}"), "catalogue: Thing: measurements: is not a list");
     EXPECT_EQ(Complaint(R"([{"key": "A", "title": "B", "kind": "heap"}])"),
               "catalogue: Thing: measurements 'A': 'kind' is none of distribution, curve, objects, single");
     EXPECT_EQ(Complaint(R"([{"key": "A", "title": "B", "kind": "curve"}])"),

@@ -150,7 +150,7 @@ TEST(HostileFile, HeaderLinesWithoutEndAreNotReadWhole) {
     for (const auto& [name, beginning] : beginnings) {
         SCOPED_TRACE(name);
         StoreSparse(folder / name, beginning, size);
-        ExpectRefusedInLittleMemory(folder / name, "its header is damaged: it is no text");
+        ExpectRefusedInLittleMemory(folder / name, "its header is damaged: it is not text");
     }
 }
 

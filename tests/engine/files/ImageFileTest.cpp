@@ -1,4 +1,5 @@
 #include "engine/files/ImageFile.h"
+#include "engine/files/ImageWords.h"
 
 #include "support/FileTools.h"
 
@@ -279,7 +280,7 @@ TEST(ImageFile, RefusesADamagedSideFileInOneLine) {
     }
     std::filesystem::remove(side);
     std::filesystem::create_directory(side);
-    ExpectUnreadable(path, "it is no regular file");
+    ExpectUnreadable(path, "it is not a regular file");
 }
 
 TEST(ImageFile, RefusesDamagedAttributesOfNrrd) {

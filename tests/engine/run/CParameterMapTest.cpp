@@ -155,7 +155,7 @@ TEST(ParameterMap, AsksForAKindWhereTheCatalogueKnowsNothing) {
     CParameterMap map("setting", nullptr);
     const auto error = Refusal([&] { map.Set(ParseAssignment("steps=1")); });
     EXPECT_EQ(error.Fault(), EnFault::CALLER);
-    EXPECT_NE(std::string(error.what()).find("say the kind, as in steps:long=1"), std::string::npos);
+    EXPECT_NE(std::string(error.what()).find("give the kind, as in steps:long=1"), std::string::npos);
     map.Set(ParseAssignment("steps:long=1"));
     EXPECT_EQ(map.Map().Entry("steps", true)->Long(), 1);
 }

@@ -246,6 +246,7 @@ TEST_F(PluginCall, IsReportedWithAllMembers) {
     record.outcome = Call();
     record.outcome.views = {"ImageAttributesView"};
     record.outcome.seconds = 0.5;
+    record.outcome.peakBytes = 7;
     record.files = {"a.nrrd", ""};
     record.boxes = {{"warning", "Caption", "Text"}};
     record.standardOutput = "bytes \xff";
@@ -255,7 +256,8 @@ TEST_F(PluginCall, IsReportedWithAllMembers) {
                       {"label": "", "type": null, "size": null, "file": null}],
         "views": [{"type": "ImageAttributesView"}],
         "boxes": [{"kind": "warning", "caption": "Caption", "text": "Text"}],
-        "parameters": {"radius": 3}, "stdout": "bytes \ufffd", "stderr": "", "cancelled": false, "seconds": 0.5})"));
+        "parameters": {"radius": 3}, "stdout": "bytes \ufffd", "stderr": "", "cancelled": false, "seconds": 0.5,
+        "peak_bytes": 7})"));
 }
 
 TEST_F(PluginCall, IsReportedWhenItFails) {
