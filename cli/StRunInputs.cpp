@@ -73,7 +73,7 @@ void RequireFilesOfSettings(const StCatalogueEntry* entry, const CValueMap& sett
             continue;
         const std::string file = settings.Entry(setting.key, true)->String().Std();
         if (IsDeviceOrPipe(file))
-            ThrowUnreadable(file, CFileReason("it is no regular file"));
+            ThrowUnreadable(file, CFileReason("it is not a regular file"));
     }
 }
 

@@ -23,7 +23,7 @@ CAtomicFile::CAtomicFile(const std::string& target)
     , m_target(FollowLink(target)) {
     std::error_code error;
     if (const auto status = fs::status(m_target, error); fs::exists(status) && !fs::is_regular_file(status))
-        ThrowUnwritable(m_named, "it is no regular file");
+        ThrowUnwritable(m_named, "it is not a regular file");
     if (!m_target.has_filename())
         ThrowUnwritable(m_named, "it names no file");
     Writing(m_named, [this] { m_folder.emplace(m_target.parent_path()); });

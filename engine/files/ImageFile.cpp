@@ -7,7 +7,9 @@
 #include "engine/files/FileErrors.h"
 #include "engine/files/ImageFileName.h"
 #include "engine/files/TextFile.h"
+#include "engine/files/formats/ChannelChoice.h"
 #include "engine/files/formats/HeaderChecks.h"
+#include "engine/files/formats/HeaderGeometry.h"
 #include "engine/files/formats/ImageHeader.h"
 #include "engine/files/formats/MetaFile.h"
 #include "engine/files/formats/NiftiFile.h"
@@ -33,6 +35,7 @@ using ORVEN::CImage;
 using ORVEN::CQuillonHeaderTools;
 using ORVEN::CSize;
 using ORVEN::IImage;
+using ORVEN::StImageGeometry;
 
 namespace engine {
 
@@ -61,7 +64,7 @@ StImageFacts ReadFacts(const std::string& path, StImageHeader& header) {
         StImageFacts facts = ReadSideFile(path);
         if (facts.size && Extents(*facts.size) != Extents(header.size)) {
             ThrowUnreadable(SideFilePath(path),
-                            CFileReason("it belongs to an image of size " + facts.size->ToString() +
+                            CFileReason("it describes an image of size " + facts.size->ToString() +
                                         ", and '" + path + "' has size " + header.size.ToString()));
         }
         header.size = facts.size.value_or(header.size);
@@ -86,7 +89,7 @@ unsigned char* Bytes(CImage& image) {
 
 [[noreturn]] void ThrowOtherType(const IImage::CType& type, const std::string& found) {
     throw CFileReason(std::string("its attributes say it is ") + type.ToString() + ", but " + found +
-                      "; say with --as what to make of it");
+                      "; choose a type with --as");
 }
 
 /// Reads pixels that already have the image's type directly into the image.
@@ -107,9 +110,10 @@ std::unique_ptr<CImage> ReadAndConvert(const std::string& path, const StImageHea
     if (header.scale) {
         const auto scaled =
             ScaledSamples(samples.get(), header.sample, header.size.PixelCount(), *header.scale);
-        return MakeImage(header.size, scaled.get(), SAMPLE_FLOAT, 1, type);
+        return MakeImage(header.size, scaled.get(), SAMPLE_FLOAT, 1, std::nullopt, type);
     }
-    return MakeImage(header.size, samples.get(), header.sample, header.samplesPerPixel, type);
+    return MakeImage(header.size, samples.get(), header.sample, header.samplesPerPixel, header.pickedSample,
+                     type);
 }
 
 void MakeBinary(CImage& image) {
@@ -144,10 +148,17 @@ std::unique_ptr<CImage> ReadPixels(const std::string& path, const StImageHeader&
     return image;
 }
 
-void SetHeaderSpacing(CImage& image, const StImageHeader& header) {
-    if (header.spacing)
-        CQuillonHeaderTools::SetSpacing(image, (*header.spacing)[0], (*header.spacing)[1],
-                                        (*header.spacing)[2]);
+/// Gives the image the attributes found in the file and the geometry of its header.
+void SetAttributes(CImage& image, const StImageHeader& header, const StImageFacts& facts) {
+    if (!facts.attributes) {
+        header.geometry.Store(image);
+        return;
+    }
+    CQuillonHeaderTools::SetAttributes(image, *facts.attributes);
+    const StImageGeometry stored = StImageGeometry::Of(image);
+    const StImageGeometry merged = MergedGeometry(header, stored);
+    if (merged != stored)
+        merged.Store(image);
 }
 
 // ---- writing
@@ -186,9 +197,9 @@ StImageHeader HeaderOf(const CImage& image, EnFileFormat format) {
     if (header.size.Dim() == 1)
         header.size = CSize(image.Size().x, 1);
     header.sample = SampleOfType(image.Type());
-    std::array<double, 3> spacing{};
-    if (CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2]))
-        header.spacing = CheckedSpacing(spacing);
+    header.geometry = StImageGeometry::Of(image);
+    if (header.geometry.spacing)
+        header.geometry.spacing = CheckedSpacing(*header.geometry.spacing);
     if (format == FORMAT_NRRD) {
         header.typeName = image.Type().ToString();
         header.attributes = AttributesText(image.Attributes());
@@ -267,7 +278,7 @@ StImageHeader ReadBack(const std::string& path) {
 /// Whether reading the file without a side file gives this image.
 bool IsCompleteAlone(const StImageHeader& found, const CImage& image) {
     CImage alone(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
-    SetHeaderSpacing(alone, found);
+    found.geometry.Store(alone);
     return found.size == image.Size() && SameSampleType(found.sample) == image.Type() &&
            alone.Attributes().Equal(image.Attributes());
 }
@@ -292,17 +303,25 @@ void WriteFiles(const CAtomicFile& file, const CImage& image, StTarget target) {
 
 } // namespace
 
-std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<IImage::CType>& as) {
+std::unique_ptr<CImage> ReadImage(const std::string& path, const StReadOptions& options) {
     return Reading(path, [&] {
         StImageHeader header = ReadImageHeader(path);
+        if (options.takesPrintSize && !header.geometry.spacing && header.printSize) {
+            header.geometry.spacing = header.printSize;
+            header.geometry.unit = "mm";
+        }
         const StImageFacts facts = ReadFacts(path, header);
-        auto image = ReadPixels(path, header, as, facts.type);
-        if (facts.attributes)
-            CQuillonHeaderTools::SetAttributes(*image, *facts.attributes);
-        else
-            SetHeaderSpacing(*image, header);
+        ChooseImage(header, options.channel, options.time);
+        auto image = ReadPixels(path, header, options.as, facts.type);
+        SetAttributes(*image, header, facts);
         return image;
     });
+}
+
+std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<IImage::CType>& as) {
+    StReadOptions options;
+    options.as = as;
+    return ReadImage(path, options);
 }
 
 void WriteImage(const CImage& image, const std::string& path) {

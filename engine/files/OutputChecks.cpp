@@ -51,7 +51,7 @@ void RequireWritableFile(const std::string& path) {
     if (fs::is_directory(status))
         ThrowUnwritable(path, "it is a folder");
     if (fs::exists(status) && !fs::is_regular_file(status))
-        ThrowUnwritable(path, "it is no regular file");
+        ThrowUnwritable(path, "it is not a regular file");
 }
 
 void RequireWritableImage(const std::string& path) {

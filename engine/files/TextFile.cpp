@@ -52,7 +52,7 @@ std::string ReadText(const std::string& path) {
     if (S_ISDIR(status.st_mode))
         throw CFileReason("it is a folder");
     if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode))
-        throw CFileReason("it is no regular file");
+        throw CFileReason("it is not a regular file");
     const auto requireShort = [](std::uint64_t size) {
         if (size > c_maxTextSize)
             throw CFileReason("it is longer than " + std::to_string(c_maxTextSize >> 20) + " MiB");

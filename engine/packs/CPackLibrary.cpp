@@ -19,7 +19,7 @@ std::string PlaceOf(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        throw CFileError("cannot load the pack: '" + path + "' is no regular file");
+        throw CFileError("cannot load the pack: '" + path + "' is not a regular file");
     // The loader would search for a bare name in the system's library folders.
     return path.find('/') == std::string::npos ? "./" + path : path;
 }

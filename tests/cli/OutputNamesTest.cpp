@@ -101,7 +101,7 @@ TEST_F(OutputNames, InADeletedFolderAreRefusedBeforeTheRun) {
 TEST_F(OutputNames, ParametersFromAFolderAreRefused) {
     ExpectRefusedBeforeTheRun({"--parameters", folder / "."}, "it is a folder");
     ExpectRefusedBeforeTheRun({"--parameters", folder / "none"}, "No such file or directory");
-    ExpectRefusedBeforeTheRun({"--parameters", "/dev/zero"}, "it is no regular file");
+    ExpectRefusedBeforeTheRun({"--parameters", "/dev/zero"}, "it is not a regular file");
 }
 
 TEST_F(OutputNames, PipesThatNobodyUsesAreNotWaitedFor) {
@@ -109,11 +109,11 @@ TEST_F(OutputNames, PipesThatNobodyUsesAreNotWaitedFor) {
     ExpectRefusedBeforeTheRun({"--report", fifo}, "it is a pipe that nobody reads");
     ExpectRefusedBeforeTheRun({"--pack-log", fifo}, "it is a pipe that nobody reads");
     ExpectRefusedBeforeTheRun({"--file", fifo}, "it is a pipe that nobody reads");
-    ExpectRefusedBeforeTheRun({"-o", fifo}, "it is no regular file");
-    ExpectRefusedBeforeTheRun({"-p", "a:image=" + fifo}, "it is no regular file");
+    ExpectRefusedBeforeTheRun({"-o", fifo}, "it is not a regular file");
+    ExpectRefusedBeforeTheRun({"-p", "a:image=" + fifo}, "it is not a regular file");
     const test::StEnd pack = test::Quillon({"list", "--pack", fifo});
     EXPECT_EQ(pack.status, 4);
-    ExpectOneErrorLine(pack, "is no regular file");
+    ExpectOneErrorLine(pack, "is not a regular file");
     for (const std::string setting : {"ExactMedialAxis malut", "ExactBisector malut", "ExactBisector bslut",
                                       "Skeleton malut", "EuclideanSkeleton bslut"}) {
         SCOPED_TRACE(setting);
@@ -121,7 +121,7 @@ TEST_F(OutputNames, PipesThatNobodyUsesAreNotWaitedFor) {
         const test::StEnd end = test::Quillon(
             {"run", setting.substr(0, blank), image, "-s", setting.substr(blank + 1) + "=" + fifo});
         EXPECT_EQ(end.status, 4);
-        ExpectOneErrorLine(end, "cannot read '" + fifo + "': it is no regular file");
+        ExpectOneErrorLine(end, "cannot read '" + fifo + "': it is not a regular file");
     }
 }
 

@@ -85,12 +85,17 @@ private:
     bool m_isAtEnd = false;
 };
 
-void ReadPacked(std::ifstream& file, std::int64_t skip, std::span<unsigned char> bytes) {
+void Drop(CUnpacker& unpacker, std::int64_t count) {
+    std::array<unsigned char, 65536> dropped{};
+    for (; count > 0; count -= std::min<std::int64_t>(count, dropped.size()))
+        unpacker.Read(std::span(dropped).first(std::min(static_cast<std::size_t>(count), dropped.size())));
+}
+
+void ReadPacked(std::ifstream& file, const StPixelData& data, std::span<unsigned char> bytes) {
     CUnpacker unpacker(file);
-    std::array<unsigned char, 4096> dropped{};
-    for (; skip > 0; skip -= std::min<std::int64_t>(skip, dropped.size()))
-        unpacker.Read(std::span(dropped).first(std::min(static_cast<std::size_t>(skip), dropped.size())));
+    Drop(unpacker, data.skip);
     unpacker.Read(bytes);
+    Drop(unpacker, data.rest);
     unpacker.ReadEnd();
 }
 
@@ -119,7 +124,7 @@ void ReadPixelData(const StImageHeader& header, void* samples) {
     if (!file.seekg(data.offset))
         throw CFileReason("its pixels cannot be reached");
     if (data.isPacked)
-        ReadPacked(file, data.skip, bytes);
+        ReadPacked(file, data, bytes);
     else if (!file.read(reinterpret_cast<char*>(bytes.data()), header.ByteCount()))
         throw CFileReason("its pixels end too early");
     if (data.isSwapped)

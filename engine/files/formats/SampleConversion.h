@@ -21,8 +21,9 @@ std::unique_ptr<float[]> ScaledSamples(const void* samples, EnSampleType sample,
 /// `CFileReason` for complex pixels.
 EnSampleType SampleOfType(const ORVEN::IImage::CType& type);
 
-/// Makes an image of `size` from samples, with `samplesPerPixel` adjacent samples per pixel. These must be
-/// equal; the last of two or four is the opacity and is ignored.
+/// Makes an image of `size` from samples, with `samplesPerPixel` adjacent samples per pixel. The image takes
+/// the one of the index `picked`. Without it, they must be equal; the last of two or four is the opacity and
+/// is ignored.
 ///
 /// Without `type`, the narrowest type that holds the samples is used. Unsigned integers keep their width;
 /// signed ones without a negative value become unsigned of the same width. Otherwise 8 and 16 bits become
@@ -34,7 +35,7 @@ EnSampleType SampleOfType(const ORVEN::IImage::CType& type);
 /// Raises `CFileReason` with the first value that does not fit and the range of the type.
 /// Linear in the pixels, in two passes.
 std::unique_ptr<ORVEN::CImage> MakeImage(const ORVEN::CSize& size, const void* samples, EnSampleType sample,
-                                         int samplesPerPixel,
+                                         int samplesPerPixel, std::optional<int> picked,
                                          const std::optional<ORVEN::IImage::CType>& type);
 
 } // namespace engine

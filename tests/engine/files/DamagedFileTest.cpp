@@ -100,8 +100,8 @@ TEST(DamagedFile, RefusesEmptyTextAndOtherFiles) {
         ExpectUnreadable(folder / name, "it is no NRRD");
     }
     ExpectUnreadable(folder / "none.nrrd", "No such file or directory");
-    ExpectUnreadable(folder / "", "it is no regular file");
-    ExpectUnreadable("/dev/zero", "it is no regular file");
+    ExpectUnreadable(folder / "", "it is not a regular file");
+    ExpectUnreadable("/dev/zero", "it is not a regular file");
 }
 
 TEST(DamagedFile, RefusesFilesThatEndTooEarly) {

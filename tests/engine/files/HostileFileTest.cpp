@@ -242,7 +242,7 @@ TEST(HostileFile, SkippedBytesOfPackedDataAreBounded) {
     for (int i = 0; i < 17; ++i)
         bomb += member;
     Store(folder / "a.nrrd", nrrd((std::int64_t{17} << 24) - 3, bomb));
-    ExpectUnreadable(folder / "a.nrrd", "its pixels begin 285212669 bytes behind its header");
+    ExpectUnreadable(folder / "a.nrrd", "its header announces 285212669 bytes before the pixels");
 }
 
 } // namespace engine::test
