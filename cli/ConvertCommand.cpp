@@ -1,11 +1,8 @@
 #include "cli/Commands.h"
-#include "cli/Spacing.h"
+#include "cli/ImageInput.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/OutputChecks.h"
 
-#include <sorblib2image/CQuillonHeaderTools.h>
-
-#include <array>
 #include <memory>
 #include <string>
 
@@ -19,22 +16,17 @@ struct StConvertOptions {
     std::string input;
     std::string output;
     std::optional<std::string> pixelType;
-    std::optional<std::string> spacing;
+    StInputOptions reading;
 };
 
 void Convert(const StConvertOptions& options) {
     std::optional<ORVEN::IImage::CType> type;
     if (options.pixelType)
         type = PixelTypeOfWord(*options.pixelType);
-    std::optional<std::array<double, 3>> spacing;
-    if (options.spacing)
-        spacing = ParseSpacing(*options.spacing);
+    CheckInputOptions(options.reading);
     RequireImageFileName(options.output);
     RequireWritableImage(options.output);
-    const auto image = ReadImage(options.input, type);
-    if (spacing)
-        ORVEN::CQuillonHeaderTools::SetSpacing(*image, (*spacing)[0], (*spacing)[1], (*spacing)[2]);
-    WriteImage(*image, options.output);
+    WriteImage(*ReadInput(options.input, options.reading, type), options.output);
 }
 
 } // namespace
@@ -53,9 +45,9 @@ void AddConvertCommand(CArgumentParser& program) {
             "not fit are refused",
             "TYPE")
         .OneOf({"binary", "grey8", "grey16", "grey32", "greyf"});
-    command.AddOption("--spacing", options->spacing, "The size of a pixel, in place of the file's own",
-                      "X,Y,Z");
-    command.SetFooter("Example: quillon convert scan.tif scan.nrrd --spacing 0.01,0.01,0.02");
+    AddGeometryOptions(command, options->reading);
+    AddInputOptions(command, options->reading);
+    command.SetFooter("Example: quillon convert scan.tif scan.nrrd --spacing 0.01,0.01,0.02 --unit mm");
     command.OnRun([options] { Convert(*options); });
 }
 

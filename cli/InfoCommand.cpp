@@ -1,5 +1,5 @@
 #include "cli/Commands.h"
-#include "engine/files/ImageFile.h"
+#include "cli/ImageInput.h"
 #include "engine/files/ImageWords.h"
 #include "engine/files/ValueJson.h"
 
@@ -28,6 +28,7 @@ namespace {
 
 struct StInfoOptions {
     std::string file;
+    StInputOptions reading;
     bool isJson = false;
     bool isComplete = false;
 };
@@ -193,7 +194,7 @@ void PrintInfo(const CJson& info, bool isComplete) {
 }
 
 void Info(const StInfoOptions& options) {
-    const auto image = ReadImage(options.file);
+    const auto image = ReadInput(options.file, options.reading);
     const CJson info = InfoJson(options.file, *image);
     if (options.isJson)
         std::cout << info.Text(2) << '\n';
@@ -209,6 +210,7 @@ void AddInfoCommand(CArgumentParser& program) {
         "info", "Tell type, size, spacing, range, history and attributes of an image file");
     const auto options = std::make_shared<StInfoOptions>();
     command.AddPositional("FILE", options->file, "The image file");
+    AddInputOptions(command, options->reading);
     command.AddFlag("--json", options->isJson, "As JSON, for programs");
     command.AddFlag("--all", options->isComplete, "Prints long measurements in full; JSON always has them");
     command.SetFooter("The range is that of the finite pixels.\n\nExample: quillon info volume.nrrd");

@@ -28,7 +28,8 @@ void AddParameterOptions(CCommand& command, StRunOptions& options) {
 void AddImageOptions(CCommand& command, StRunOptions& options) {
     command.AddOption("--as", options.pixelType,
                       "Take the image as binary (non-zero is 1), grey8, grey16, grey32 or greyf", "TYPE");
-    command.AddOption("--spacing", options.spacing, "Give the image this pixel size first", "X,Y,Z");
+    AddGeometryOptions(command, options.reading);
+    AddInputOptions(command, options.reading);
     command.AddOption("--label", options.label,
                       "Name the image so for the plug-in; without it the file's name", "TEXT");
     command.AddFlag("--no-label", options.hasNoLabel, "Give the image no name").Excludes("--label");

@@ -1,14 +1,11 @@
 #include "cli/StRunInputs.h"
 
 #include "cli/Commands.h"
-#include "cli/Spacing.h"
 #include "cli/StandardStreams.h"
 #include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/OutputChecks.h"
 #include "engine/run/PluginCall.h"
-
-#include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <filesystem>
 #include <set>
@@ -127,15 +124,11 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
     for (const std::string& text : options.settings)
         inputs.settings.Set(ParseAssignment(text));
     const auto type = PixelType(options);
-    std::optional<std::array<double, 3>> spacing;
-    if (options.spacing)
-        spacing = ParseSpacing(*options.spacing);
+    CheckInputOptions(options.reading);
     RequireFilesOfSettings(entry, inputs.settings.Map());
     PrepareOutputs(options, inputs);
 
-    inputs.image = ReadImage(options.image, type);
-    if (spacing)
-        CQuillonHeaderTools::SetSpacing(*inputs.image, (*spacing)[0], (*spacing)[1], (*spacing)[2]);
+    inputs.image = ReadInput(options.image, options.reading, type);
     inputs.parameters.ReadImages();
     inputs.settings.ReadImages();
     std::optional<std::string> label;

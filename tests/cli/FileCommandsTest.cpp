@@ -140,6 +140,55 @@ TEST(ConvertCommand, ChangesFormatTypeAndSpacing) {
     EXPECT_EQ(InfoOf(folder / "small.nii.gz")["min_max"], json({0, 37}));
 }
 
+TEST(ConvertCommand, SetsSpacingAndUnit) {
+    const CTestFolder folder;
+    ASSERT_EQ(
+        Quillon({"convert", DataFile("page.png"), folder / "a.nrrd", "--spacing", "0.5,0.25", "--unit", "um"})
+            .status,
+        0);
+    const json info = InfoOf(folder / "a.nrrd");
+    EXPECT_EQ(info["spacing"], json({0.5, 0.25}));
+    EXPECT_EQ(info["attributes"]["unit"], "um");
+    ASSERT_EQ(Quillon({"convert", folder / "a.nrrd", folder / "b.nrrd", "--unit", "mm"}).status, 0);
+    EXPECT_EQ(InfoOf(folder / "b.nrrd")["spacing"], json({0.5, 0.25})); // the numbers stay
+    EXPECT_EQ(InfoOf(folder / "b.nrrd")["attributes"]["unit"], "mm");
+}
+
+TEST(ConvertCommand, TakesDotsPerInchForTheSpacingOnRequestOnly) {
+    const CTestFolder folder;
+    ASSERT_EQ(Quillon({"convert", DataFile("page.png"), folder / "a.nrrd", "--dpi-as-spacing"}).status, 0);
+    EXPECT_EQ(InfoOf(folder / "a.nrrd")["spacing"], json({1000.0 / 2835, 1000.0 / 2835}));
+    EXPECT_EQ(InfoOf(folder / "a.nrrd")["attributes"]["unit"], "mm");
+    EXPECT_EQ(InfoOf(DataFile("page.png"))["spacing"], nullptr);
+}
+
+TEST(ConvertCommand, ChoosesAChannelOrATimePoint) {
+    const CTestFolder folder;
+    const std::string input = folder / "a.nrrd";
+    Store(input, "NRRD0004\ntype: uint8\ndimension: 4\nsizes: 2 1 1 3\nencoding: raw\n\nabcdef");
+    const std::string refused = "quillon: cannot read '" + input + "': ";
+    const auto errorOf = [](const std::vector<std::string>& arguments, int status) {
+        const ::test::StEnd end = Quillon(arguments);
+        EXPECT_EQ(end.status, status);
+        EXPECT_EQ(end.out, "");
+        return end.err;
+    };
+    for (const auto& arguments : {std::vector<std::string>{"info", input},
+                                  {"convert", input, folder / "b.nrrd"},
+                                  {"preview", input, "-o", folder / "b.png"},
+                                  {"plot", input, "x", "-o", folder / "b.svg"},
+                                  {"run", "Invert", input}})
+        EXPECT_EQ(errorOf(arguments, STATUS_FILE),
+                  refused + "it has 3 time points; choose one with --time N, N from 0 to 2\n");
+    EXPECT_EQ(errorOf({"info", input, "--time", "3"}, STATUS_USAGE),
+              refused + "--time 3 is not one of its 3 time points, 0 to 2\n");
+    EXPECT_EQ(errorOf({"info", input, "--time", "0", "--channel", "1"}, STATUS_USAGE),
+              refused + "--channel 1 is not one of its 1 channel, 0\n");
+    ASSERT_EQ(Quillon({"convert", input, folder / "b.nrrd", "--time", "1"}).status, 0);
+    EXPECT_EQ(Pixels<unsigned char>(*ReadImage(folder / "b.nrrd")), (std::vector<unsigned char>{'c', 'd'}));
+    EXPECT_EQ(Quillon({"preview", input, "-o", folder / "b.png", "--time", "1"}).status, 0);
+}
+
 TEST(ConvertCommand, CanReplaceItsOwnInput) {
     const CTestFolder folder;
     Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")));
@@ -157,7 +206,19 @@ TEST(ConvertCommand, SaysInOneLineWhatIsWrong) {
     ExpectOneLine(Quillon({"convert", input, output, "--as", "grey8"}), STATUS_FILE,
                   "does not fit IMAGE_GREY_8");
     ExpectOneLine(Quillon({"convert", input, output, "--as", "gray8"}), STATUS_USAGE, "gray8");
-    ExpectOneLine(Quillon({"convert", input, output, "--spacing", "1,0,1"}), STATUS_USAGE, "1,0,1");
+    ExpectOneLine(Quillon({"convert", input, output, "--spacing", "1,0,1"}), STATUS_USAGE,
+                  "quillon: --spacing 1,0,1: '0' is not a positive number\n");
+    ExpectOneLine(
+        Quillon({"convert", input, output, "--spacing", "1"}), STATUS_USAGE,
+        "quillon: --spacing 1: give one number for each axis, X,Y for a plane and X,Y,Z for a volume\n");
+    ExpectOneLine(Quillon({"convert", input, output, "--spacing", "0.5,0.7"}), STATUS_USAGE,
+                  "quillon: --spacing 0.5,0.7: '" + input +
+                      "' is a volume; give three numbers, as in --spacing 0.5,0.7,0.7\n");
+    ExpectOneLine(Quillon({"convert", DataFile("page.png"), output, "--spacing", "1,2,3"}), STATUS_USAGE,
+                  "quillon: --spacing 1,2,3: '" + DataFile("page.png") +
+                      "' is a plane; give two numbers, as in --spacing 1,2\n");
+    ExpectOneLine(Quillon({"convert", input, output, "--unit", "px"}), STATUS_USAGE,
+                  "--unit: px not in {m,mm,um,nm}");
     ExpectOneLine(Quillon({"convert", input, folder / "a.jpg"}), STATUS_USAGE, "its name must end in");
     ExpectOneLine(Quillon({"convert", input, folder / "a.png"}), STATUS_FILE, "PNG holds planes");
     ExpectOneLine(Quillon({"convert", input, folder / "none/a.nrrd"}), STATUS_FILE, "there is no folder");
@@ -181,7 +242,7 @@ TEST(PreviewCommand, MakesColoursOfLabels) {
     const CTestFolder folder;
     const std::string input = DataFile("nuclei_platynereis_labels_u16.nrrd");
     ASSERT_EQ(Quillon({"preview", input, "-o", folder / "a.png", "--labels", "--mip"}).status, 0);
-    ExpectUnreadable(folder / "a.png", "it holds colours");
+    ExpectUnreadable(folder / "a.png", "it has 3 channels; choose one with --channel N, N from 0 to 2");
 }
 
 TEST(PreviewCommand, SaysInOneLineWhatIsWrong) {

@@ -66,8 +66,7 @@ void ChooseImage(StImageHeader& header, std::optional<std::int64_t> channel,
     place /= header.samplesPerPixel;
     header.separateSample = static_cast<int>(place % header.separateSamples);
     place /= header.separateSamples;
-    header.firstPlane =
-        place * header.series.channelDistance + time.value_or(0) * header.series.timeDistance;
+    header.firstPlane = place * header.series.channelDistance + time.value_or(0) * header.series.timeDistance;
     SkipTo(header);
 }
 

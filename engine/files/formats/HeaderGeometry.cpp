@@ -87,7 +87,7 @@ bool IsPlaceClose(const StImageGeometry& found, const StImageGeometry& stored, s
 
 } // namespace
 
-std::optional<StLengthUnit> LengthUnitOf(std::string_view word) {
+std::optional<StLengthUnit> KnownLengthUnit(std::string_view word) {
     std::string name(Trimmed(word));
     std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) {
         return c < 0x80 ? static_cast<char>(std::tolower(c)) : static_cast<char>(c);

@@ -19,7 +19,7 @@ struct StLengthUnit {
 
 /// The unit for a word as files spell it: "mm", "millimeter", "micron", "\u00b5m", "inch"; nothing for a word
 /// that is not a unit of length, such as "pixel".
-std::optional<StLengthUnit> LengthUnitOf(std::string_view word);
+std::optional<StLengthUnit> KnownLengthUnit(std::string_view word);
 
 /// Converts the lengths of the geometry to the unit.
 void ConvertUnit(ORVEN::StImageGeometry& geometry, const StLengthUnit& unit);

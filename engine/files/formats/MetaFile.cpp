@@ -168,7 +168,7 @@ void ReadGeometry(const StMetaText& text, std::size_t dimension, StImageHeader& 
             header.hasPlace = true;
         }
     }
-    if (const auto unit = LengthUnitOf(Field(text, "DistanceUnits")))
+    if (const auto unit = KnownLengthUnit(Field(text, "DistanceUnits")))
         ConvertUnit(geometry, *unit);
 }
 

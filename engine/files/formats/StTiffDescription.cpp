@@ -81,7 +81,7 @@ void ReadSpacing(const pugi::xml_node& pixels, std::int64_t slices, ORVEN::StIma
         const std::string name = std::string("PhysicalSize") + "XYZ"[axis];
         const auto number = NumberOf<double>(pixels.attribute(name.c_str()).value());
         const auto unit =
-            LengthUnitOf(pixels.attribute((name + "Unit").c_str()).as_string("\xc2\xb5m")); // the default
+            KnownLengthUnit(pixels.attribute((name + "Unit").c_str()).as_string("\xc2\xb5m")); // the default
         if (!number || !unit)
             return;
         if (axis == 0)

@@ -208,7 +208,7 @@ std::optional<std::array<double, 3>> PrintSizeOf(const StResolution& resolution)
 void ReadImageJSpacing(const StResolution& resolution, const StTiffDescription& description,
                        ORVEN::StImageGeometry& geometry) {
     const auto size = resolution.pixelSize.value_or(std::array{1.0, 1.0});
-    const auto unit = LengthUnitOf(description.unit);
+    const auto unit = KnownLengthUnit(description.unit);
     if (!unit && PrintSizeOf(resolution))
         return;
     const std::array spacing = {size[0], size[1], description.slices > 1 ? description.sliceDistance : 1.0};

@@ -76,7 +76,8 @@ void ExpectSamePlace(const StImageGeometry& found, const StImageGeometry& meant,
         const Vector place = found.PositionOf(pixel);
         const Vector right = meant.PositionOf(pixel);
         for (std::size_t i = 0; i < static_cast<std::size_t>(axes); ++i)
-            EXPECT_NEAR(place[i], right[i], 1e-4) << "axis " << i << " of pixel " << pixel[0] << "," << pixel[1];
+            EXPECT_NEAR(place[i], right[i], 1e-4)
+                << "axis " << i << " of pixel " << pixel[0] << "," << pixel[1];
     }
 }
 
@@ -155,9 +156,8 @@ TEST(GeometryPeer, WritesVolumesThatWeFindWhereTheyAre) {
 }
 
 TEST(GeometryPeer, AgreesOnRealFiles) {
-    for (const char* const name :
-         {"cement_pores_128.nrrd", "nuclei_platynereis_labels_u16.nrrd", "lung_ct_crop_u16.mha",
-          "brain_mri_crop.nii.gz"}) {
+    for (const char* const name : {"cement_pores_128.nrrd", "nuclei_platynereis_labels_u16.nrrd",
+                                   "lung_ct_crop_u16.mha", "brain_mri_crop.nii.gz"}) {
         SCOPED_TRACE(name);
         ExpectSamePlace(StImageGeometry::Of(*ReadImage(DataFile(name))), ReadByPeer(DataFile(name)));
     }
@@ -166,17 +166,18 @@ TEST(GeometryPeer, AgreesOnRealFiles) {
 TEST(GeometryPeer, AgreesOnSpacesOfNrrd) {
     for (const std::string space :
          {"space: left-posterior-superior", "space: LPS", "space: right-anterior-superior", "space: RAS",
-          "space: scanner-xyz", "space: 3D-right-handed",
-          "space dimension: 3"}) {
+          "space: scanner-xyz", "space: 3D-right-handed", "space dimension: 3"}) {
         SCOPED_TRACE(space);
         const CTestFolder folder;
-        Store(folder / "a.nrrd", "NRRD0005\ntype: uint8\ndimension: 3\nsizes: 7 5 3\nencoding: raw\n" + space +
+        Store(folder / "a.nrrd", "NRRD0005\ntype: uint8\ndimension: 3\nsizes: 7 5 3\nencoding: raw\n" +
+                                     space +
                                      "\nspace directions: (0,2,0) (3,0,0) (0,0,-4)\n"
                                      "space origin: (10,20,30)\n\n" +
                                      std::string(105, 'x'));
         const StImageGeometry found = StImageGeometry::Of(*ReadImage(folder / "a.nrrd"));
         ExpectSamePlace(found, ReadByPeer(folder / "a.nrrd"));
-        EXPECT_EQ(found.isAnatomical, space.find("3") == std::string::npos && space.find("xyz") == std::string::npos);
+        EXPECT_EQ(found.isAnatomical,
+                  space.find("3") == std::string::npos && space.find("xyz") == std::string::npos);
     }
 }
 
