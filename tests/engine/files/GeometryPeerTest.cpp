@@ -144,6 +144,20 @@ TEST(GeometryPeer, FindsOurPlanesWhereTheyAre) {
     }
 }
 
+TEST(GeometryPeer, FindsAResultOverItsInput) {
+    for (const std::string& name : c_names) {
+        SCOPED_TRACE(name);
+        const CTestFolder folder;
+        const auto image = RandomImage(IMAGE_GREY_8, CSize(7, 5, 3), 1);
+        Geometries()[1].Store(*image);
+        WriteImage(*image, folder / name);
+        ASSERT_EQ(
+            ::test::Quillon({"run", "GaussFilter", folder / name, "-o", folder / ("filtered" + name)}).status,
+            0);
+        ExpectSamePlace(ReadByPeer(folder / ("filtered" + name)), ReadByPeer(folder / name));
+    }
+}
+
 TEST(GeometryPeer, WritesVolumesThatWeFindWhereTheyAre) {
     for (const StImageGeometry& geometry : Geometries()) {
         for (const std::string& name : c_names) {
