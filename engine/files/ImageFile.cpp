@@ -8,6 +8,7 @@
 #include "engine/files/ImageFileName.h"
 #include "engine/files/TextFile.h"
 #include "engine/files/formats/ChannelChoice.h"
+#include "engine/files/formats/DicomFolder.h"
 #include "engine/files/formats/HeaderChecks.h"
 #include "engine/files/formats/HeaderGeometry.h"
 #include "engine/files/formats/ImageHeader.h"
@@ -44,7 +45,9 @@ namespace {
 // ---- reading
 
 void ReadSamples(const std::string& path, const StImageHeader& header, void* samples) {
-    if (header.format == FORMAT_TIFF)
+    if (header.format == FORMAT_DICOM)
+        ReadDicomSamples(header, samples);
+    else if (header.format == FORMAT_TIFF)
         ReadTiffSamples(path, header, samples);
     else if (header.format == FORMAT_PNG)
         ReadPngSamples(path, header, samples);
@@ -60,6 +63,8 @@ std::array<std::int64_t, 3> Extents(const CSize& size) {
 /// Reads type, size and attributes from the file itself or its side file. May correct the dimension in the
 /// header.
 StImageFacts ReadFacts(const std::string& path, StImageHeader& header) {
+    if (header.format == FORMAT_DICOM)
+        return {};
     if (header.format != FORMAT_NRRD) {
         StImageFacts facts = ReadSideFile(path);
         if (facts.size && Extents(*facts.size) != Extents(header.size)) {
@@ -267,6 +272,8 @@ void WriteSamples(const std::string& path, const StImageHeader& header, std::str
         break;
     case FORMAT_PNG:
         WritePng(path, header, samples.data());
+        break;
+    case FORMAT_DICOM: // no name stands for it
         break;
     }
 }

@@ -8,7 +8,7 @@
 
 // Image files of five formats: NRRD (.nrrd), MetaImage (.mha; .mhd with .raw), NIfTI-1 (.nii, .nii.gz), TIFF
 // (.tif, .tiff; a volume is a stack of pages) and PNG (.png). The extension determines the format to write;
-// the contents determine the format to read.
+// the contents determine the format to read. A folder is read as a DICOM series.
 //
 // Attributes. NRRD holds all of them, and the image type, as JSON in its key/value fields "quillon
 // attributes" and "quillon type". For the other formats they go to a side file, NAME.attributes.json

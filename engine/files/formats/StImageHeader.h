@@ -7,10 +7,11 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace engine {
 
-enum EnFileFormat { FORMAT_NRRD, FORMAT_META, FORMAT_NIFTI, FORMAT_TIFF, FORMAT_PNG };
+enum EnFileFormat { FORMAT_NRRD, FORMAT_META, FORMAT_NIFTI, FORMAT_TIFF, FORMAT_PNG, FORMAT_DICOM };
 
 /// How samples are compressed in a new file.
 enum EnPacking { PACKING_NONE, PACKING_GZIP };
@@ -51,6 +52,13 @@ struct StScale {
     double intercept = 0;
 };
 
+/// A file with one plane of a volume (DICOM). A value is its scale applied to the stored number.
+struct StSliceFile {
+    std::string path;
+    EnSampleType sample = SAMPLE_UINT8;
+    StScale scale;
+};
+
 /// The planes of a file that holds an image several times, for channels and time points. The distances say
 /// how many planes lie from one plane to the next in each direction.
 struct StSeries {
@@ -85,6 +93,7 @@ struct StImageHeader {
     std::optional<std::string> typeName;
     std::optional<std::string> attributes;
     StPixelData data;
+    std::vector<StSliceFile> slices; ///< the files with the planes, in order (DICOM only)
 
     // Which image of the file is read.
     std::int64_t firstPlane = 0;
