@@ -207,7 +207,7 @@ void Info(const StInfoOptions& options) {
 
 void AddInfoCommand(CArgumentParser& program) {
     CCommand command = program.AddCommand(
-        "info", "Tell type, size, spacing, range, history and attributes of an image file");
+        "info", "Show type, size, spacing, range, history and attributes of an image file");
     const auto options = std::make_shared<StInfoOptions>();
     command.AddPositional("FILE", options->file, "The image file");
     AddInputOptions(command, options->reading);

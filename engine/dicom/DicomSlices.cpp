@@ -143,7 +143,10 @@ void RequireOneSeries(const std::vector<StDicomSlice>& slices) {
     for (const auto& [series, count] : counts) {
         constexpr int most = 10;
         if (listed++ < most)
-            list.append(list.empty() ? "" : ", ").append(series).append(" with ").append(std::to_string(count));
+            list.append(list.empty() ? "" : ", ")
+                .append(series)
+                .append(" with ")
+                .append(std::to_string(count));
     }
     throw CFileReason("it holds " + std::to_string(counts.size()) + " series (" + list +
                       (counts.size() > 10 ? ", ..." : "") +
@@ -191,8 +194,8 @@ void RequireEvenDistances(const std::vector<StDicomSlice>& slices, const Vector&
                               " lie at the same position; the folder may hold several time points");
         if (std::abs(distances[i] - usual) <= tolerance * usual)
             continue;
-        throw CFileReason("its slices are not evenly spaced: " + InMillimetres(distances[i]) + " lie between " +
-                          names + ", and " + InMillimetres(usual) +
+        throw CFileReason("its slices are not evenly spaced: " + InMillimetres(distances[i]) +
+                          " lie between " + names + ", and " + InMillimetres(usual) +
                           (distances[i] > usual ? " between others; are files missing?" : " between others"));
     }
 }
@@ -215,7 +218,8 @@ std::vector<StDicomSlice> SlicesIn(const std::string& folder) {
             slices.push_back(std::move(*slice));
     }
     if (slices.empty())
-        throw CFileReason("it is a folder without DICOM slices; name an image file, or a folder with a series");
+        throw CFileReason(
+            "it is a folder without DICOM slices; name an image file, or a folder with a series");
     return slices;
 }
 

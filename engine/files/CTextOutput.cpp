@@ -46,7 +46,7 @@ CTextOutput::CTextOutput(std::string path)
     m_special = open(m_path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (m_special < 0)
         ThrowUnwritable(m_path,
-                        errno == ENXIO ? CFileReason("it is a pipe that nobody reads") : SystemReason(errno));
+                        errno == ENXIO ? CFileReason("it is a pipe without a reader") : SystemReason(errno));
     fcntl(m_special, F_SETFL, fcntl(m_special, F_GETFL) & ~O_NONBLOCK);
 }
 

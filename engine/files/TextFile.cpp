@@ -68,7 +68,7 @@ std::string ReadText(const std::string& path) {
     if (count < 0)
         throw SystemReason(errno);
     if (text.empty() && S_ISFIFO(status.st_mode))
-        throw CFileReason("it is a pipe that nobody writes to");
+        throw CFileReason("it is a pipe without a writer");
     return text;
 }
 

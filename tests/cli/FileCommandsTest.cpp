@@ -35,7 +35,7 @@ json InfoOf(const std::string& path) {
 
 } // namespace
 
-TEST(InfoCommand, TellsEveryKeyOfAPlainImage) {
+TEST(InfoCommand, ShowsEveryKeyOfAPlainImage) {
     const json info = InfoOf(DataFile("cement_pores_128.nrrd"));
     const json meant = {{"file", DataFile("cement_pores_128.nrrd")},
                         {"type", "IMAGE_GREY_8"},
@@ -50,7 +50,7 @@ TEST(InfoCommand, TellsEveryKeyOfAPlainImage) {
     EXPECT_EQ(info, meant);
 }
 
-TEST(InfoCommand, TellsEveryAttribute) {
+TEST(InfoCommand, ShowsEveryAttribute) {
     const CTestFolder folder;
     const auto image = ImageOf<float>(IMAGE_GREY_F, CSize(3, 1), {NAN, -1.5f, INFINITY});
     CQuillonHeaderTools::SetSpacing(*image, 0.5, 2, 1);
@@ -68,13 +68,13 @@ TEST(InfoCommand, TellsEveryAttribute) {
     EXPECT_EQ(info["attributes"]["spacing"], json({{"x", 0.5}, {"y", 2.0}, {"z", 1.0}}));
 }
 
-TEST(InfoCommand, TellsNoRangeWherePixelsHaveNone) {
+TEST(InfoCommand, ShowsNoRangeWherePixelsHaveNone) {
     const CTestFolder folder;
     WriteImage(*ImageOf<float>(IMAGE_GREY_F, CSize(2, 1), {NAN, INFINITY}), folder / "a.nrrd");
     EXPECT_EQ(InfoOf(folder / "a.nrrd")["min_max"], nullptr);
 }
 
-TEST(InfoCommand, TellsTheSameToPeople) {
+TEST(InfoCommand, ShowsTheSameToPeople) {
     const ::test::StEnd end = Quillon({"info", DataFile("lung_ct_crop_u16.mha")});
     EXPECT_EQ(end.status, 0);
     EXPECT_EQ(end.out, "file        " + DataFile("lung_ct_crop_u16.mha") +

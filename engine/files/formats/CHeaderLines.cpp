@@ -27,7 +27,7 @@ bool CHeaderLines::Next(std::string& line) {
         if (c == '\n')
             break;
         if (c == '\0')
-            throw CFileReason("its header is damaged: it is no text");
+            throw CFileReason("its header is damaged: it is not text");
         line += c;
         if (m_position > m_maxTotal)
             throw CFileReason("its header is damaged: it does not end");

@@ -25,8 +25,7 @@ const IDicomReader* LoadReader() {
     if (library == nullptr)
         throw CFileReason(std::string("the library that reads DICOM cannot be loaded: ") + dlerror(),
                           EnFault::MACHINE);
-    auto* const function =
-        reinterpret_cast<DicomReaderFunction*>(dlsym(library, c_dicomReaderFunction));
+    auto* const function = reinterpret_cast<DicomReaderFunction*>(dlsym(library, c_dicomReaderFunction));
     if (function == nullptr)
         throw CFileReason("the library that reads DICOM is not of this program", EnFault::MACHINE);
     return function();

@@ -101,8 +101,8 @@ void ThrowSurplus(std::int64_t announced, std::int64_t stored) {
 void RequireMemory(std::int64_t byteCount) {
     const auto available = AvailableMemory();
     if (available && byteCount > *available) {
-        throw CFileReason("it needs " + Bytes(byteCount) + " of memory, and only " + Bytes(*available) +
-                              " are free",
+        throw CFileReason("it needs " + Bytes(byteCount) + " of memory, but only " + Bytes(*available) +
+                              " are available",
                           EnFault::MACHINE);
     }
 }

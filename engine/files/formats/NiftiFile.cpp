@@ -68,6 +68,10 @@ public:
     }
 
     [[nodiscard]] bool IsSwapped() const { return m_isSwapped; }
+    /// Whether the header states its own size, in either byte order: the mark of the format.
+    [[nodiscard]] bool HasSize() const {
+        return Get<std::int32_t>(0) == static_cast<std::int32_t>(c_niftiHeaderSize);
+    }
     [[nodiscard]] int Dimension() const { return Get<std::int16_t>(c_dimension); }
     [[nodiscard]] int Extent(int axis) const {
         return Get<std::int16_t>(c_dimension + 2 * static_cast<std::size_t>(axis + 1));
@@ -140,14 +144,6 @@ void ReadSeries(std::vector<std::int64_t>& extents, StSeries& series) {
         series.times = extents.back();
         extents.pop_back();
     }
-}
-
-bool IsSize(std::string_view bytes, bool isSwapped) {
-    std::array<char, 4> size{};
-    std::copy_n(bytes.data(), 4, size.begin());
-    if (isSwapped)
-        std::reverse(size.begin(), size.end());
-    return std::bit_cast<std::int32_t>(size) == static_cast<std::int32_t>(c_niftiHeaderSize);
 }
 
 using Vector = ORVEN::StImageGeometry::Vector;
@@ -322,9 +318,12 @@ std::string HeaderBytes(const StImageHeader& header) {
 } // namespace
 
 bool IsNiftiHeader(std::string_view beginning) {
-    if (beginning.size() < c_niftiHeaderSize || !(IsSize(beginning, false) || IsSize(beginning, true)))
+    if (beginning.size() < c_niftiHeaderSize)
         return false;
-    const std::string_view magic = CNiftiFields(beginning).Magic().substr(0, 3);
+    const CNiftiFields fields(beginning);
+    if (!fields.HasSize())
+        return false;
+    const std::string_view magic = fields.Magic().substr(0, 3);
     return magic == "n+1" || magic == "ni1";
 }
 

@@ -74,9 +74,11 @@ void Write(const std::string& path, const StSlice& slice) {
         writer.SetImage(*image);
     }
     gdcm::DataSet& set = writer.GetFile().GetDataSet();
-    SetText(set, gdcm::Tag(0x0008, 0x0016), slice.hasPlace ? "1.2.840.10008.5.1.4.1.1.2" // CT
-                                                           : "1.2.840.10008.5.1.4.1.1.7"); // a screen shot
-    SetText(set, gdcm::Tag(0x0008, 0x0018), "1.2.3." + std::to_string(std::filesystem::path(path).filename().string().size()) + ".9");
+    SetText(set, gdcm::Tag(0x0008, 0x0016),
+            slice.hasPlace ? "1.2.840.10008.5.1.4.1.1.2"   // CT
+                           : "1.2.840.10008.5.1.4.1.1.7"); // a screen shot
+    SetText(set, gdcm::Tag(0x0008, 0x0018),
+            "1.2.3." + std::to_string(std::filesystem::path(path).filename().string().size()) + ".9");
     SetText(set, gdcm::Tag(0x0020, 0x000d), "1.2.3");
     SetText(set, gdcm::Tag(0x0020, 0x000e), slice.series);
     writer.SetFileName(path.c_str());
@@ -210,15 +212,17 @@ TEST_F(DicomFolder, SaysWhatIsWrongInOneLine) {
     const StSlice good = Series().front().second;
 
     std::filesystem::remove(folder / "slice3.dcm"); // the second
-    ExpectRefused("its slices are not evenly spaced: 4 mm lie between 'slice1.dcm' and 'slice0.dcm', and 2 mm "
-                  "between others; are files missing?");
+    ExpectRefused(
+        "its slices are not evenly spaced: 4 mm lie between 'slice1.dcm' and 'slice0.dcm', and 2 mm "
+        "between others; are files missing?");
     Write(Series());
 
     StSlice other = good;
     other.series = "1.2.3.5";
     Write({{"other.dcm", other}});
-    ExpectRefused("it holds 2 series (1.2.3.4 with 4, 1.2.3.5 with 1); put the files of the one you need into a "
-                  "folder of their own");
+    ExpectRefused(
+        "it holds 2 series (1.2.3.4 with 4, 1.2.3.5 with 1); put the files of the one you need into a "
+        "folder of their own");
     Write({{"other.dcm", good}});
     ExpectRefused("its slices 'other.dcm' and 'slice0.dcm' lie at the same position; the folder may hold "
                   "several time points");
@@ -265,7 +269,8 @@ TEST_F(DicomFolder, NamesTheFileWithDamagedPixels) {
         Store(folder / "slice2.dcm", contents.substr(0, contents.size() - missing));
         const StCallEnd end = EndOf([&] { (void)ReadImage(folder / ""); });
         EXPECT_EQ(end.fault, EnFault::FILE) << missing;
-        EXPECT_TRUE(end.message.starts_with("cannot read '" + (folder / "slice2.dcm") + "': its pixels ")) << end.message;
+        EXPECT_TRUE(end.message.starts_with("cannot read '" + (folder / "slice2.dcm") + "': its pixels "))
+            << end.message;
     }
 }
 

@@ -100,7 +100,7 @@ TEST(DamagedFile, RefusesEmptyTextAndOtherFiles) {
         ExpectUnreadable(folder / name, "it is not a NRRD");
     }
     ExpectUnreadable(folder / "none.nrrd", "No such file or directory");
-    ExpectUnreadable(folder / "", "it is not a regular file");
+    ExpectUnreadable(folder / "", "it is a folder without DICOM slices");
     ExpectUnreadable("/dev/zero", "it is not a regular file");
 }
 

@@ -233,7 +233,7 @@ TEST(ImageFile, NumbersInFilesDoNotFollowTheLocale) {
 
 // ---- side files
 
-TEST(ImageFile, WritesNoSideFileWhereTheFileTellsAll) {
+TEST(ImageFile, WritesNoSideFileWhereTheFileHoldsAll) {
     const CTestFolder folder;
     const auto volume = RandomImage(IMAGE_GREY_16, CSize(3, 3, 3), 1);
     WriteImage(*volume, folder / "a.tif");
