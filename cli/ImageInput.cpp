@@ -2,7 +2,6 @@
 
 #include "cli/CCommandError.h"
 #include "cli/Spacing.h"
-#include "engine/files/ImageFile.h"
 
 #include <sorblib2image/StImageGeometry.h>
 
@@ -58,10 +57,14 @@ void CheckInputOptions(const StInputOptions& options) {
         (void)ParseSpacing(*options.spacing);
 }
 
+StReadOptions ReadOptionsOf(const StInputOptions& options, const std::optional<ORVEN::IImage::CType>& type) {
+    return {type, options.channel, options.time, options.takesPrintSize};
+}
+
 std::unique_ptr<ORVEN::CImage> ReadInput(const std::string& path, const StInputOptions& options,
                                          const std::optional<ORVEN::IImage::CType>& type) {
     CheckInputOptions(options);
-    auto image = ReadImage(path, StReadOptions{type, options.channel, options.time, options.takesPrintSize});
+    auto image = ReadImage(path, ReadOptionsOf(options, type));
     if (!options.spacing && !options.unit)
         return image;
     ORVEN::StImageGeometry geometry = ORVEN::StImageGeometry::Of(*image);

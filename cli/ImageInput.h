@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/CArgumentParser.h"
+#include "engine/files/ImageFile.h"
 
 #include <sorblib2image/CImage.h>
 
@@ -26,6 +27,10 @@ void AddGeometryOptions(CCommand& command, StInputOptions& options);
 
 /// Raises `CCommandError` with `STATUS_USAGE` for options that fit no image. Call this before long work.
 void CheckInputOptions(const StInputOptions& options);
+
+/// The options of the engine for these, and for a pixel type.
+engine::StReadOptions ReadOptionsOf(const StInputOptions& options,
+                                    const std::optional<ORVEN::IImage::CType>& type = std::nullopt);
 
 /// Reads the image file, converted to `type` if there is one, and gives it the spacing and unit of the
 /// options. Raises as `ReadImage` does, and `CCommandError` with `STATUS_USAGE` for a spacing that has not as

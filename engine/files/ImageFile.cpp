@@ -166,6 +166,15 @@ void SetAttributes(CImage& image, const StImageHeader& header, const StImageFact
         merged.Store(image);
 }
 
+StImageHeader ReadHeader(const std::string& path, const StReadOptions& options) {
+    StImageHeader header = ReadImageHeader(path);
+    if (options.takesPrintSize && !header.geometry.spacing && header.printSize) {
+        header.geometry.spacing = header.printSize;
+        header.geometry.unit = "mm";
+    }
+    return header;
+}
+
 // ---- writing
 
 void RequireHoldable(const StImageHeader& header) {
@@ -312,16 +321,33 @@ void WriteFiles(const CAtomicFile& file, const CImage& image, StTarget target) {
 
 std::unique_ptr<CImage> ReadImage(const std::string& path, const StReadOptions& options) {
     return Reading(path, [&] {
-        StImageHeader header = ReadImageHeader(path);
-        if (options.takesPrintSize && !header.geometry.spacing && header.printSize) {
-            header.geometry.spacing = header.printSize;
-            header.geometry.unit = "mm";
-        }
+        StImageHeader header = ReadHeader(path, options);
         const StImageFacts facts = ReadFacts(path, header);
         ChooseImage(header, options.channel, options.time);
         auto image = ReadPixels(path, header, options.as, facts.type);
         SetAttributes(*image, header, facts);
         return image;
+    });
+}
+
+StImageOutline ReadImageOutline(const std::string& path, const StReadOptions& options) {
+    return Reading(path, [&] {
+        StImageHeader header = ReadHeader(path, options);
+        const StImageFacts facts = ReadFacts(path, header);
+        const EnSampleType sample = header.scale ? SAMPLE_FLOAT : header.sample;
+        const auto given = options.as ? options.as : facts.type;
+        StImageOutline outline;
+        outline.type = given.value_or(WidestType(sample));
+        outline.typeWithoutNegatives = given.value_or(TypeWithoutNegatives(sample));
+        outline.isTypeCertain = outline.type == outline.typeWithoutNegatives;
+        outline.size = header.size;
+        outline.channels = header.ChannelCount();
+        outline.times = header.series.times;
+        outline.carrier = std::make_unique<CImage>(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
+        SetAttributes(*outline.carrier, header, facts);
+        CQuillonHeaderTools::GetSpacing(*outline.carrier, outline.spacing[0], outline.spacing[1],
+                                        outline.spacing[2]);
+        return outline;
     });
 }
 

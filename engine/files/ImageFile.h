@@ -2,6 +2,7 @@
 
 #include <sorblib2image/CImage.h>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,6 +63,24 @@ std::unique_ptr<ORVEN::CImage> ReadImage(const std::string& path, const StReadOp
 /// The same without a choice of channel or time point.
 std::unique_ptr<ORVEN::CImage> ReadImage(const std::string& path,
                                          const std::optional<ORVEN::IImage::CType>& as = std::nullopt);
+
+/// What is known of an image without its pixels.
+struct StImageOutline {
+    ORVEN::IImage::CType type =
+        ORVEN::IMAGE_GREY_8; ///< where the file's own type depends on its values, the widest it can become
+    ORVEN::IImage::CType typeWithoutNegatives =
+        ORVEN::IMAGE_GREY_8; ///< the type if no value is negative; mostly the same
+    ORVEN::CSize size;
+    bool isTypeCertain = true;
+    std::array<double, 3> spacing{1, 1, 1}; ///< in the file's unit; 1 where the file states none
+    std::int64_t channels = 1;
+    std::int64_t times = 1;
+    std::unique_ptr<ORVEN::CImage> carrier; ///< of one pixel, with the attributes that the image would have
+};
+
+/// Reads the header of an image file and its attributes, but no pixels; of a file with several channels or
+/// time points, what they have in common. Raises as `ReadImage` does, except for damage among the pixels.
+StImageOutline ReadImageOutline(const std::string& path, const StReadOptions& options = {});
 
 /// Writes an image file with its attributes. It is written to a temporary place first, so that a failure
 /// never leaves a partial file.

@@ -27,7 +27,7 @@ void ExpectOneLine(const ::test::StEnd& end, int status, const std::string& part
 }
 
 json InfoOf(const std::string& path) {
-    const ::test::StEnd end = Quillon({"info", path, "--json"});
+    const ::test::StEnd end = Quillon({"info", path, "--json", "--range"});
     EXPECT_EQ(end.status, 0) << end.err;
     EXPECT_EQ(end.err, "");
     return json::parse(end.out);
@@ -41,6 +41,8 @@ TEST(InfoCommand, ShowsEveryKeyOfAPlainImage) {
                         {"type", "IMAGE_GREY_8"},
                         {"dimension", 3},
                         {"size", {128, 128, 128}},
+                        {"channels", 1},
+                        {"times", 1},
                         {"spacing", nullptr},
                         {"history", json::array()},
                         {"number_of_labels", nullptr},
@@ -75,14 +77,50 @@ TEST(InfoCommand, ShowsNoRangeWherePixelsHaveNone) {
 }
 
 TEST(InfoCommand, ShowsTheSameToPeople) {
-    const ::test::StEnd end = Quillon({"info", DataFile("lung_ct_crop_u16.mha")});
-    EXPECT_EQ(end.status, 0);
-    EXPECT_EQ(end.out, "file        " + DataFile("lung_ct_crop_u16.mha") +
-                           "\n"
-                           "type        IMAGE_GREY_16\n"
-                           "size        48 x 48 x 24\n"
-                           "spacing     1.366 x 1.366 x 2.5\n"
-                           "values      202 to 1509\n");
+    const std::string file = DataFile("lung_ct_crop_u16.mha");
+    const std::string meant = "file        " + file +
+                              "\n"
+                              "type        IMAGE_GREY_16\n"
+                              "size        48 x 48 x 24\n"
+                              "spacing     1.366 x 1.366 x 2.5\n";
+    EXPECT_EQ(Quillon({"info", file}).out, meant);
+    EXPECT_EQ(Quillon({"info", file, "--range"}).out, meant + "values      202 to 1509\n");
+}
+
+TEST(InfoCommand, ShowsWhereAnImageLies) {
+    const std::string file = DataFile("brain_mri_crop.nii.gz");
+    EXPECT_EQ(Quillon({"info", file}).out,
+              "file        " + file +
+                  "\n"
+                  "type        IMAGE_GREY_8\n"
+                  "size        48 x 40 x 32\n"
+                  "spacing     1.0 x 1.0 x 1.0\n"
+                  "origin      (90.0, 125.0, -71.0)\n"
+                  "directions  (-1.0, 0.0, 0.0) (0.0, -1.0, 0.0) (0.0, 0.0, 1.0)\n"
+                  "space       LPS: x to the left, y to the back, z to the head of a patient\n");
+}
+
+TEST(InfoCommand, ReadsNoPixelsUnlessAskedForTheRange) {
+    const CTestFolder folder;
+    // Nothing but the header is valid.
+    Store(folder / "a.nrrd", "NRRD0004\ntype: int16\ndimension: 4\nsizes: 3 20 10 5\n"
+                             "kinds: vector domain domain time\nencoding: gzip\n\n" +
+                                 std::string(100, 'x'));
+    EXPECT_EQ(Quillon({"info", folder / "a.nrrd"}).out,
+              "file        " + (folder / "a.nrrd") +
+                  "\n"
+                  "type        IMAGE_GREY_16, or IMAGE_GREY_F if a value is negative\n"
+                  "size        20 x 10\n"
+                  "channels    3\n"
+                  "time points 5\n"
+                  "spacing     not known\n");
+    const json info = json::parse(Quillon({"info", folder / "a.nrrd", "--json"}).out);
+    EXPECT_EQ(info["type"], nullptr);
+    EXPECT_EQ(info["min_max"], nullptr);
+    EXPECT_EQ(info["channels"], 3);
+    EXPECT_EQ(info["times"], 5);
+    ExpectOneLine(Quillon({"info", folder / "a.nrrd", "--range", "--time", "0", "--channel", "0"}),
+                  STATUS_FILE, "its packed pixels are damaged");
 }
 
 TEST(InfoCommand, AbbreviatesLongMeasurements) {
@@ -118,7 +156,7 @@ TEST(InfoCommand, EndsWithFourForFilesThatCannotBeRead) {
     const CTestFolder folder;
     ExpectOneLine(Quillon({"info", folder / "none.nrrd"}), STATUS_FILE, "No such file or directory");
     Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")).substr(0, 100000));
-    ExpectOneLine(Quillon({"info", folder / "a.nrrd"}), STATUS_FILE,
+    ExpectOneLine(Quillon({"info", folder / "a.nrrd", "--range"}), STATUS_FILE,
                   "cannot read '" + (folder / "a.nrrd") + "': ");
     Store(folder / "a.tif", ReadText(DataFile("shell_crop_stack.tif")).substr(0, 20000));
     ExpectOneLine(Quillon({"info", folder / "a.tif"}), STATUS_FILE,
@@ -173,16 +211,16 @@ TEST(ConvertCommand, ChoosesAChannelOrATimePoint) {
         EXPECT_EQ(end.out, "");
         return end.err;
     };
-    for (const auto& arguments : {std::vector<std::string>{"info", input},
+    for (const auto& arguments : {std::vector<std::string>{"info", input, "--range"},
                                   {"convert", input, folder / "b.nrrd"},
                                   {"preview", input, "-o", folder / "b.png"},
                                   {"plot", input, "x", "-o", folder / "b.svg"},
                                   {"run", "Invert", input}})
         EXPECT_EQ(errorOf(arguments, STATUS_FILE),
                   refused + "it has 3 time points; choose one with --time N, N from 0 to 2\n");
-    EXPECT_EQ(errorOf({"info", input, "--time", "3"}, STATUS_USAGE),
+    EXPECT_EQ(errorOf({"info", input, "--range", "--time", "3"}, STATUS_USAGE),
               refused + "--time 3 is not one of its 3 time points, 0 to 2\n");
-    EXPECT_EQ(errorOf({"info", input, "--time", "0", "--channel", "1"}, STATUS_USAGE),
+    EXPECT_EQ(errorOf({"info", input, "--range", "--time", "0", "--channel", "1"}, STATUS_USAGE),
               refused + "--channel 1 is not one of its 1 channel, 0\n");
     ASSERT_EQ(Quillon({"convert", input, folder / "b.nrrd", "--time", "1"}).status, 0);
     EXPECT_EQ(Pixels<unsigned char>(*ReadImage(folder / "b.nrrd")), (std::vector<unsigned char>{'c', 'd'}));

@@ -193,6 +193,18 @@ std::optional<IImage::CType> SameSampleType(EnSampleType sample) {
     }
 }
 
+IImage::CType TypeWithoutNegatives(EnSampleType sample) {
+    return DispatchSample(sample, []<class Sample>(std::type_identity<Sample>) {
+        return OwnType(StSamples<Sample>{nullptr, 0, 1});
+    });
+}
+
+IImage::CType WidestType(EnSampleType sample) {
+    return DispatchSample(sample, [sample]<class Sample>(std::type_identity<Sample>) {
+        return std::is_signed_v<Sample> ? ORVEN::IMAGE_GREY_F : TypeWithoutNegatives(sample);
+    });
+}
+
 std::unique_ptr<float[]> ScaledSamples(const void* samples, EnSampleType sample, std::int64_t count,
                                        const StScale& scale) {
     auto scaled = std::make_unique_for_overwrite<float[]>(static_cast<std::size_t>(count));

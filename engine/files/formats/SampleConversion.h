@@ -13,6 +13,11 @@ namespace engine {
 /// The pixel type with the same memory layout as these samples; nothing if there is none.
 std::optional<ORVEN::IImage::CType> SameSampleType(EnSampleType sample);
 
+/// The pixel type that `MakeImage` gives samples without a negative value.
+ORVEN::IImage::CType TypeWithoutNegatives(EnSampleType sample);
+/// The pixel type that it gives them otherwise.
+ORVEN::IImage::CType WidestType(EnSampleType sample);
+
 /// Applies the scale to the samples. Linear in their count.
 std::unique_ptr<float[]> ScaledSamples(const void* samples, EnSampleType sample, std::int64_t count,
                                        const StScale& scale);
