@@ -6,6 +6,8 @@
 #include <sorblib2image/StImageGeometry.h>
 
 #include <algorithm>
+#include <charconv>
+#include <sstream>
 
 namespace cli {
 
@@ -33,6 +35,23 @@ void SetSpacing(ORVEN::StImageGeometry& geometry, const std::string& text, const
     std::copy(sizes.begin(), sizes.end(), geometry.spacing->begin());
 }
 
+std::vector<StIndexRange> ParseRegion(const std::string& text) {
+    std::vector<StIndexRange> region;
+    std::istringstream words(text + ",");
+    for (std::string word; std::getline(words, word, ',');) {
+        StIndexRange range;
+        const char* const end = word.data() + word.size();
+        const auto first = std::from_chars(word.data(), end, range.first);
+        const bool hasColon = first.ec == std::errc() && first.ptr != end && *first.ptr == ':';
+        const auto last = std::from_chars(hasColon ? first.ptr + 1 : end, end, range.last);
+        if (!hasColon || last.ec != std::errc() || last.ptr != end)
+            throw CCommandError(STATUS_USAGE, "--region " + text + ": '" + word +
+                                                  "' is not of the form FIRST:LAST, as in 0:99");
+        region.push_back(range);
+    }
+    return region;
+}
+
 } // namespace
 
 void AddInputOptions(CCommand& command, StInputOptions& options) {
@@ -50,15 +69,28 @@ void AddGeometryOptions(CCommand& command, StInputOptions& options) {
         .AddOption("--unit", options.unit,
                    "Set the unit of the spacing: m, mm, um or nm; the numbers stay as they are", "UNIT")
         .OneOf({"m", "mm", "um", "nm"});
+    command.AddOption(
+        "--region", options.region,
+        "Read only this part of the image, from 0 and with both ends included; from files that are "
+        "not compressed, no more is read",
+        "X0:X1,Y0:Y1,Z0:Z1");
 }
 
 void CheckInputOptions(const StInputOptions& options) {
+    (void)ReadOptionsOf(options);
     if (options.spacing)
         (void)ParseSpacing(*options.spacing);
 }
 
 StReadOptions ReadOptionsOf(const StInputOptions& options, const std::optional<ORVEN::IImage::CType>& type) {
-    return {type, options.channel, options.time, options.takesPrintSize};
+    StReadOptions reading;
+    reading.as = type;
+    reading.channel = options.channel;
+    reading.time = options.time;
+    reading.takesPrintSize = options.takesPrintSize;
+    if (options.region)
+        reading.region = ParseRegion(*options.region);
+    return reading;
 }
 
 std::unique_ptr<ORVEN::CImage> ReadInput(const std::string& path, const StInputOptions& options,
@@ -68,8 +100,16 @@ std::unique_ptr<ORVEN::CImage> ReadInput(const std::string& path, const StInputO
     if (!options.spacing && !options.unit)
         return image;
     ORVEN::StImageGeometry geometry = ORVEN::StImageGeometry::Of(*image);
-    if (options.spacing)
+    if (options.spacing) {
+        // The first pixel of the whole image stays where it is.
+        ORVEN::StImageGeometry::Vector first{};
+        const auto region = ReadOptionsOf(options).region;
+        for (std::size_t axis = 0; axis < region.size(); ++axis)
+            first[axis] = static_cast<double>(region[axis].first);
+        geometry.origin = geometry.PositionOf({-first[0], -first[1], -first[2]});
         SetSpacing(geometry, *options.spacing, path, static_cast<std::size_t>(image->Size().Dim()));
+        geometry.origin = geometry.PositionOf(first);
+    }
     if (options.unit)
         geometry.unit = *options.unit;
     geometry.Store(*image);

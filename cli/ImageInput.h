@@ -18,11 +18,12 @@ struct StInputOptions {
     bool takesPrintSize = false;
     std::optional<std::string> spacing; ///< X,Y or X,Y,Z
     std::optional<std::string> unit;
+    std::optional<std::string> region; ///< X0:X1,Y0:Y1 or X0:X1,Y0:Y1,Z0:Z1
 };
 
 /// Adds --channel, --time and --dpi-as-spacing. Every command that reads an image file has these.
 void AddInputOptions(CCommand& command, StInputOptions& options);
-/// Adds --spacing and --unit, for commands whose result is an image.
+/// Adds --spacing, --unit and --region, for commands whose result is an image.
 void AddGeometryOptions(CCommand& command, StInputOptions& options);
 
 /// Raises `CCommandError` with `STATUS_USAGE` for options that fit no image. Call this before long work.

@@ -27,6 +27,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <span>
 #include <string_view>
@@ -53,6 +54,35 @@ void ReadSamples(const std::string& path, const StImageHeader& header, void* sam
         ReadPngSamples(path, header, samples);
     else
         ReadPixelData(header, samples);
+}
+
+/// Reads a part of the image.
+void ReadRegion(const std::string& path, const StImageHeader& header, const StReadBox& box, void* samples) {
+    const bool isBlock =
+        header.format == FORMAT_NRRD || header.format == FORMAT_META || header.format == FORMAT_NIFTI;
+    if (isBlock && !header.data.isPacked) {
+        ReadPixelRegion(header, box, samples);
+        return;
+    }
+    if (header.format == FORMAT_TIFF) {
+        ReadTiffRegion(path, header, box, samples);
+        return;
+    }
+    // Compressed as a whole, or small.
+    RequireMemory(header.ByteCount());
+    const auto all =
+        std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(header.ByteCount()));
+    ReadSamples(path, header, all.get());
+    const std::int64_t pixelBytes = std::int64_t{header.samplesPerPixel} * SampleSize(header.sample);
+    const std::int64_t rowBytes = box.extents[0] * pixelBytes;
+    auto* row = static_cast<unsigned char*>(samples);
+    for (std::int64_t z = 0; z < box.extents[2]; ++z) {
+        for (std::int64_t y = 0; y < box.extents[1]; ++y, row += rowBytes) {
+            const std::int64_t line = (box.first[2] + z) * header.size.y + box.first[1] + y;
+            std::memcpy(row, all.get() + (line * header.size.x + box.first[0]) * pixelBytes,
+                        static_cast<std::size_t>(rowBytes));
+        }
+    }
 }
 
 /// The extents as three numbers, those beyond the dimension being 1.
@@ -97,27 +127,58 @@ unsigned char* Bytes(CImage& image) {
                       "; choose a type with --as");
 }
 
+/// The pixels in a file that become an image: all, or those in a box.
+class CSource {
+public:
+    CSource(const std::string& path, const StImageHeader& header, const std::optional<StReadBox>& box)
+        : m_path(path)
+        , m_header(header)
+        , m_box(box)
+        , m_size(header.size) {
+        for (int axis = 0; m_box && axis < m_size.Dim(); ++axis)
+            m_size[axis] = m_box->extents[static_cast<std::size_t>(axis)];
+    }
+
+    [[nodiscard]] const StImageHeader& Header() const { return m_header; }
+    [[nodiscard]] const CSize& Size() const { return m_size; }
+    [[nodiscard]] std::int64_t ByteCount() const {
+        return m_size.PixelCount() * m_header.samplesPerPixel * SampleSize(m_header.sample);
+    }
+
+    void Read(void* samples) const {
+        if (m_box)
+            ReadRegion(m_path, m_header, *m_box, samples);
+        else
+            ReadSamples(m_path, m_header, samples);
+    }
+
+private:
+    const std::string& m_path;
+    const StImageHeader& m_header;
+    const std::optional<StReadBox>& m_box;
+    CSize m_size;
+};
+
 /// Reads pixels that already have the image's type directly into the image.
-std::unique_ptr<CImage> ReadInPlace(const std::string& path, const StImageHeader& header,
-                                    const IImage::CType& type) {
-    RequireMemory(header.ByteCount());
-    auto image = std::make_unique<CImage>(type, header.size, CSize(0, 0, 0));
-    ReadSamples(path, header, Bytes(*image));
+std::unique_ptr<CImage> ReadInPlace(const CSource& source, const IImage::CType& type) {
+    RequireMemory(source.ByteCount());
+    auto image = std::make_unique<CImage>(type, source.Size(), CSize(0, 0, 0));
+    source.Read(Bytes(*image));
     return image;
 }
 
-std::unique_ptr<CImage> ReadAndConvert(const std::string& path, const StImageHeader& header,
-                                       const std::optional<IImage::CType>& type) {
-    RequireMemory(header.ByteCount());
+std::unique_ptr<CImage> ReadAndConvert(const CSource& source, const std::optional<IImage::CType>& type) {
+    const StImageHeader& header = source.Header();
+    RequireMemory(source.ByteCount());
     const auto samples = std::make_unique_for_overwrite<std::uint64_t[]>(
-        static_cast<std::size_t>(header.ByteCount() / 8 + 1)); // aligned for every sample type
-    ReadSamples(path, header, samples.get());
+        static_cast<std::size_t>(source.ByteCount() / 8 + 1)); // aligned for every sample type
+    source.Read(samples.get());
     if (header.scale) {
         const auto scaled =
-            ScaledSamples(samples.get(), header.sample, header.size.PixelCount(), *header.scale);
-        return MakeImage(header.size, scaled.get(), SAMPLE_FLOAT, 1, std::nullopt, type);
+            ScaledSamples(samples.get(), header.sample, source.Size().PixelCount(), *header.scale);
+        return MakeImage(source.Size(), scaled.get(), SAMPLE_FLOAT, 1, std::nullopt, type);
     }
-    return MakeImage(header.size, samples.get(), header.sample, header.samplesPerPixel, header.pickedSample,
+    return MakeImage(source.Size(), samples.get(), header.sample, header.samplesPerPixel, header.pickedSample,
                      type);
 }
 
@@ -134,9 +195,9 @@ void RequireBinary(CImage& image) {
     }
 }
 
-std::unique_ptr<CImage> ReadPixels(const std::string& path, const StImageHeader& header,
-                                   const std::optional<IImage::CType>& as,
+std::unique_ptr<CImage> ReadPixels(const CSource& source, const std::optional<IImage::CType>& as,
                                    const std::optional<IImage::CType>& stored) {
+    const StImageHeader& header = source.Header();
     const bool isPlain = header.samplesPerPixel == 1 && !header.scale;
     const auto own = isPlain ? SameSampleType(header.sample) : std::nullopt;
     const auto type = as ? as : stored ? stored : own;
@@ -144,8 +205,8 @@ std::unique_ptr<CImage> ReadPixels(const std::string& path, const StImageHeader&
     if (!as && stored && !isSame)
         ThrowOtherType(*stored, "its pixels are of another type");
     if (!isSame)
-        return ReadAndConvert(path, header, type);
-    auto image = ReadInPlace(path, header, *type);
+        return ReadAndConvert(source, type);
+    auto image = ReadInPlace(source, *type);
     if (type->IsBinary() && as)
         MakeBinary(*image);
     else if (type->IsBinary())
@@ -164,6 +225,39 @@ void SetAttributes(CImage& image, const StImageHeader& header, const StImageFact
     const StImageGeometry merged = MergedGeometry(header, stored);
     if (merged != stored)
         merged.Store(image);
+}
+
+/// The box for a region; nothing for the whole image. Raises `CFileReason` if it is not inside the image.
+std::optional<StReadBox> BoxOf(const std::vector<StIndexRange>& region, const CSize& size) {
+    if (region.empty())
+        return std::nullopt;
+    if (std::cmp_not_equal(region.size(), size.Dim()))
+        throw CFileReason("--region needs " +
+                              std::string(size.Dim() == 2 ? "two ranges for a plane, X0:X1,Y0:Y1"
+                                                          : "three ranges for a volume, X0:X1,Y0:Y1,Z0:Z1"),
+                          EnFault::CALLER);
+    StReadBox box;
+    for (int axis = 0; axis < size.Dim(); ++axis) {
+        const StIndexRange& range = region[static_cast<std::size_t>(axis)];
+        if (range.first < 0 || range.last >= size[axis] || range.first > range.last)
+            throw CFileReason("--region: " + std::to_string(range.first) + ":" + std::to_string(range.last) +
+                                  " is not a range of its indices along " + "xyz"[axis] + ", 0 to " +
+                                  std::to_string(size[axis] - 1),
+                              EnFault::CALLER);
+        box.first[static_cast<std::size_t>(axis)] = range.first;
+        box.extents[static_cast<std::size_t>(axis)] = range.last - range.first + 1;
+    }
+    return box;
+}
+
+/// Moves the origin of an image that is a part of another one.
+void MoveFirstPixel(CImage& image, const std::array<std::int64_t, 3>& first) {
+    if (first == std::array<std::int64_t, 3>{})
+        return;
+    StImageGeometry geometry = StImageGeometry::Of(image);
+    geometry.origin = geometry.PositionOf(
+        {static_cast<double>(first[0]), static_cast<double>(first[1]), static_cast<double>(first[2])});
+    geometry.Store(image);
 }
 
 StImageHeader ReadHeader(const std::string& path, const StReadOptions& options) {
@@ -324,8 +418,11 @@ std::unique_ptr<CImage> ReadImage(const std::string& path, const StReadOptions& 
         StImageHeader header = ReadHeader(path, options);
         const StImageFacts facts = ReadFacts(path, header);
         ChooseImage(header, options.channel, options.time);
-        auto image = ReadPixels(path, header, options.as, facts.type);
+        const std::optional<StReadBox> box = BoxOf(options.region, header.size);
+        auto image = ReadPixels(CSource(path, header, box), options.as, facts.type);
         SetAttributes(*image, header, facts);
+        if (box)
+            MoveFirstPixel(*image, box->first);
         return image;
     });
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 // Image files of five formats: NRRD (.nrrd), MetaImage (.mha; .mhd with .raw), NIfTI-1 (.nii, .nii.gz), TIFF
 // (.tif, .tiff; a volume is a stack of pages) and PNG (.png). The extension determines the format to write;
@@ -38,11 +39,20 @@
 
 namespace engine {
 
+/// The pixels from one index to another along an axis, both included.
+struct StIndexRange {
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+};
+
 /// What to make of a file.
 struct StReadOptions {
     std::optional<ORVEN::IImage::CType> as; ///< the pixel type to convert to
     std::optional<std::int64_t> channel;    ///< from 0
     std::optional<std::int64_t> time;       ///< time point, from 0
+    /// The part of the image to read, with one range for each axis; empty for the whole. Of files that are
+    /// not compressed, and of the pages and strips of TIFF, no more is read than the part needs.
+    std::vector<StIndexRange> region;
     bool takesPrintSize = false; ///< takes dots per inch for the spacing, in mm, if the file states no other
 };
 

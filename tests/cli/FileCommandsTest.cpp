@@ -227,6 +227,27 @@ TEST(ConvertCommand, ChoosesAChannelOrATimePoint) {
     EXPECT_EQ(Quillon({"preview", input, "-o", folder / "b.png", "--time", "1"}).status, 0);
 }
 
+TEST(ConvertCommand, ReadsARegion) {
+    const CTestFolder folder;
+    const std::string input = DataFile("lung_ct_crop_u16.mha");
+    const std::string output = folder / "a.nrrd";
+    ASSERT_EQ(Quillon({"convert", input, output, "--region", "0:9,10:19,20:23"}).status, 0);
+    EXPECT_EQ(InfoOf(output)["size"], json({10, 10, 4}));
+    EXPECT_EQ(InfoOf(output)["attributes"]["origin"], json({{"x", 0.0}, {"y", 13.66}, {"z", 50.0}}));
+    ASSERT_EQ(Quillon({"convert", input, output, "--region", "0:9,10:19,20:23", "--spacing", "1,2,3"}).status,
+              0);
+    EXPECT_EQ(InfoOf(output)["attributes"]["origin"], json({{"x", 0.0}, {"y", 20.0}, {"z", 60.0}}));
+    for (const char* const region :
+         {"0:9,10-19,20:23", "0,1,2", "1:2:3,0:1,0:1", ":5,0:1,0:1", "0:1.5,0:1,0:1"})
+        ExpectOneLine(Quillon({"convert", input, output, std::string("--region=") + region}), STATUS_USAGE,
+                      "quillon: --region ");
+    ExpectOneLine(Quillon({"convert", input, output, "--region", "0:9,10-19,20:23"}), STATUS_USAGE,
+                  "quillon: --region 0:9,10-19,20:23: '10-19' is not of the form FIRST:LAST, as in 0:99\n");
+    ExpectOneLine(Quillon({"convert", input, output, "--region", "0:9,10:48,20:23"}), STATUS_USAGE,
+                  "quillon: cannot read '" + input +
+                      "': --region: 10:48 is not a range of its indices along y, 0 to 47\n");
+}
+
 TEST(ConvertCommand, CanReplaceItsOwnInput) {
     const CTestFolder folder;
     Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")));

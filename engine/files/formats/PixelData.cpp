@@ -131,4 +131,22 @@ void ReadPixelData(const StImageHeader& header, void* samples) {
         SwapSamples(bytes, SampleSize(header.sample));
 }
 
+void ReadPixelRegion(const StImageHeader& header, const StReadBox& box, void* samples) {
+    const std::int64_t pixelBytes = std::int64_t{header.samplesPerPixel} * SampleSize(header.sample);
+    const std::int64_t rowBytes = box.extents[0] * pixelBytes;
+    std::ifstream file(header.data.path, std::ios::binary);
+    auto* row = static_cast<unsigned char*>(samples);
+    for (std::int64_t z = 0; z < box.extents[2]; ++z) {
+        for (std::int64_t y = 0; y < box.extents[1]; ++y, row += rowBytes) {
+            const std::int64_t line = (box.first[2] + z) * header.size.y + box.first[1] + y;
+            const std::int64_t pixel = line * header.size.x + box.first[0];
+            if (!file.seekg(header.data.offset + pixel * pixelBytes) ||
+                !file.read(reinterpret_cast<char*>(row), rowBytes))
+                throw CFileReason("its pixels end too early");
+        }
+    }
+    if (header.data.isSwapped)
+        SwapSamples(std::span(static_cast<unsigned char*>(samples), row), SampleSize(header.sample));
+}
+
 } // namespace engine

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/files/formats/StImageHeader.h"
+#include "engine/files/formats/StReadBox.h"
 
 #include <string>
 
@@ -23,6 +24,11 @@ StImageHeader ReadTiffHeader(const std::string& path);
 /// Reads all pages, one z plane after another, into a buffer of `header.ByteCount()` bytes. `header` is the
 /// result of `ReadTiffHeader`. Also allocates a buffer for one strip or tile.
 void ReadTiffSamples(const std::string& path, const StImageHeader& header, void* samples);
+
+/// The same for a part of the image. Passes over the pages and strips, or rows of tiles, that it does not
+/// need. Also allocates a buffer for one page.
+void ReadTiffRegion(const std::string& path, const StImageHeader& header, const StReadBox& box,
+                    void* samples);
 
 /// Writes one page per plane, uncompressed, as BigTIFF beyond 2 GiB. The spacing becomes a resolution per
 /// centimetre and, if its unit is known, a description in the form of ImageJ. Makes no copy of the samples.

@@ -640,6 +640,77 @@ TEST(ImageFile, ChecksTheSizeOfAllTimePoints) {
     ExpectUnreadable(folder / "a.nrrd", "its header announces the extent 0");
 }
 
+// ---- regions
+
+namespace {
+
+StReadOptions Region(const std::vector<StIndexRange>& region) {
+    StReadOptions options;
+    options.region = region;
+    return options;
+}
+
+} // namespace
+
+TEST(ImageFile, ReadsARegionAsAPartOfTheWholeFromEveryFormat) {
+    const CTestFolder folder;
+    for (const auto& type : c_types) {
+        const auto image = RandomImage(type, CSize(7, 5, 4), 3);
+        Somewhere("mm").Store(*image);
+        for (const std::string& name : c_volumeNames) {
+            SCOPED_TRACE(std::string(type.ToString()) + " " + name);
+            WriteImage(*image, folder / name);
+            const auto part = ReadImage(folder / name, Region({{2, 5}, {1, 3}, {1, 2}}));
+            ASSERT_EQ(part->Size().ToString(), "(4,3,2)");
+            const auto bytes = static_cast<std::size_t>(type.PixelSize());
+            const std::string all = PixelBytes(*image);
+            std::string meant;
+            for (std::size_t z = 1; z <= 2; ++z) {
+                for (std::size_t y = 1; y <= 3; ++y)
+                    meant += all.substr(((z * 5 + y) * 7 + 2) * bytes, 4 * bytes);
+            }
+            EXPECT_TRUE(PixelBytes(*part) == meant);
+            StImageGeometry moved = Somewhere("mm");
+            moved.origin = moved.PositionOf({2, 1, 1});
+            EXPECT_EQ(StImageGeometry::Of(*part), moved);
+        }
+    }
+}
+
+TEST(ImageFile, ReadsNoMoreThanTheRegionFromAFileThatIsNotPacked) {
+    const CTestFolder folder;
+    // 4 GB, of which the file system stores nothing.
+    Store(folder / "a.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 2048 2048 1024\nencoding: raw\n"
+                             "data file: a.raw\n\n");
+    Store(folder / "a.raw", "");
+    std::filesystem::resize_file(folder / "a.raw", std::uintmax_t{1} << 32);
+    std::fstream file(folder / "a.raw", std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(((std::int64_t{1000} * 2048) + 7) * 2048 + 3);
+    file.write("x", 1);
+    file.close();
+    const auto part = ReadImage(folder / "a.nrrd", Region({{2, 4}, {7, 7}, {1000, 1000}}));
+    EXPECT_EQ(PixelBytes(*part), std::string("\0x\0", 3));
+}
+
+TEST(ImageFile, RefusesARegionOutsideTheImage) {
+    const CTestFolder folder;
+    const std::string path = folder / "a.nrrd";
+    WriteImage(*RandomImage(IMAGE_GREY_8, CSize(7, 5, 4), 3), path);
+    const auto endOf = [&](const std::vector<StIndexRange>& region) {
+        const StCallEnd end = EndOf([&] { (void)ReadImage(path, Region(region)); });
+        EXPECT_EQ(end.fault, EnFault::CALLER);
+        return end.message;
+    };
+    const std::string start = "cannot read '" + path + "': --region";
+    EXPECT_EQ(endOf({{0, 7}, {0, 4}, {0, 3}}), start + ": 0:7 is not a range of its indices along x, 0 to 6");
+    EXPECT_EQ(endOf({{0, 6}, {-1, 4}, {0, 3}}),
+              start + ": -1:4 is not a range of its indices along y, 0 to 4");
+    EXPECT_EQ(endOf({{0, 6}, {0, 4}, {3, 2}}), start + ": 3:2 is not a range of its indices along z, 0 to 3");
+    EXPECT_EQ(endOf({{0, 6}, {0, 4}}), start + " needs three ranges for a volume, X0:X1,Y0:Y1,Z0:Z1");
+    WriteImage(*RandomImage(IMAGE_GREY_8, CSize(7, 5), 3), path);
+    EXPECT_EQ(endOf({{0, 6}}), start + " needs two ranges for a plane, X0:X1,Y0:Y1");
+}
+
 // ---- pixel types of other programs
 
 TEST(ImageFile, KeepsIntegersWithoutNegativeValuesUnsigned) {

@@ -128,6 +128,24 @@ TEST(TiffFile, ReadsStripsAndTilesOfEveryCompression) {
     }
 }
 
+TEST(TiffFile, ReadsARegionOfStripsAndTiles) {
+    const CTestFolder folder;
+    for (const std::uint32_t tileSide : {0u, 16u}) {
+        StTiffKind kind;
+        kind.height = 40;
+        kind.tileSide = tileSide;
+        const std::string rows = WriteTiff(folder / "a.tif", {kind, kind, kind});
+        StReadOptions options;
+        options.region = {{5, 17}, {17, 33}, {1, 2}};
+        std::string meant;
+        for (std::size_t z = 1; z <= 2; ++z) {
+            for (std::size_t y = 17; y <= 33; ++y)
+                meant += rows.substr((z * 40 + y) * 19 + 5, 13);
+        }
+        EXPECT_TRUE(PixelBytes(*ReadImage(folder / "a.tif", options)) == meant) << tileSide;
+    }
+}
+
 TEST(TiffFile, ReadsFilesOfOtherMachinesAndBigFiles) {
     const CTestFolder folder;
     StTiffKind kind;
