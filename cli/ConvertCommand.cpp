@@ -1,12 +1,9 @@
 #include "cli/Commands.h"
-#include "cli/Spacing.h"
+#include "cli/ImageInput.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/ImageWords.h"
 #include "engine/files/OutputChecks.h"
 
-#include <sorblib2image/CQuillonHeaderTools.h>
-
-#include <array>
 #include <memory>
 #include <string>
 
@@ -20,7 +17,7 @@ struct StConvertOptions {
     std::string input;
     std::string output;
     std::optional<std::string> pixelType;
-    std::optional<std::string> spacing;
+    StInputOptions reading;
     bool isOverwriting = false;
 };
 
@@ -28,17 +25,12 @@ void Convert(const StConvertOptions& options) {
     std::optional<ORVEN::IImage::CType> type;
     if (options.pixelType)
         type = PixelTypeOfWord(*options.pixelType);
-    std::optional<std::array<double, 3>> spacing;
-    if (options.spacing)
-        spacing = ParseSpacing(*options.spacing);
+    CheckInputOptions(options.reading);
     RequireImageFileName(options.output);
     if (!options.isOverwriting)
         RequireNoInput({options.output}, {options.input});
     RequireWritableImage(options.output);
-    const auto image = ReadImage(options.input, type);
-    if (spacing)
-        ORVEN::CQuillonHeaderTools::SetSpacing(*image, (*spacing)[0], (*spacing)[1], (*spacing)[2]);
-    WriteImage(*image, options.output);
+    WriteImage(*ReadInput(options.input, options.reading, type), options.output);
 }
 
 } // namespace
@@ -53,14 +45,13 @@ void AddConvertCommand(CArgumentParser& program) {
     command
         .AddOption("--as", options->pixelType,
                    "Convert the pixels to binary (non-zero is 1), grey8, grey16, grey32 or greyf; values "
-                   "that do not "
-                   "fit are refused",
+                   "that do not fit are refused",
                    "TYPE")
         .OneOf(PixelTypeWords());
-    command.AddOption("--spacing", options->spacing, "Set the pixel size, replacing that of the file",
-                      "X,Y,Z");
+    AddGeometryOptions(command, options->reading);
+    AddInputOptions(command, options->reading);
     command.AddFlag("--overwrite", options->isOverwriting, "Allow OUT to replace IN");
-    command.SetFooter("Example: quillon convert scan.tif scan.nrrd --spacing 0.01,0.01,0.02");
+    command.SetFooter("Example: quillon convert scan.tif scan.nrrd --spacing 0.01,0.01,0.02 --unit mm");
     command.OnRun([options] { Convert(*options); });
 }
 

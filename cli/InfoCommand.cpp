@@ -1,5 +1,5 @@
 #include "cli/Commands.h"
-#include "engine/files/ImageFile.h"
+#include "cli/ImageInput.h"
 #include "engine/files/ImageWords.h"
 #include "engine/files/ValueJson.h"
 
@@ -16,6 +16,7 @@
 #include <cmath>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <string>
 
 using ORVEN::CQuillonHeaderTools;
@@ -28,8 +29,10 @@ namespace {
 
 struct StInfoOptions {
     std::string file;
+    StInputOptions reading;
     bool isJson = false;
     bool isComplete = false;
+    bool hasRange = false;
 };
 
 /// A measurement with more rows than this is abbreviated to the first ones.
@@ -68,12 +71,12 @@ CJson MinMaxJson(const ORVEN::CImage& image) {
         [&]<class Pixel>(std::type_identity<Pixel>) { return MinMaxOf<Pixel>(image); });
 }
 
-CJson SpacingJson(const ORVEN::CImage& image) {
+CJson SpacingJson(const ORVEN::CImage& image, int dimension) {
     std::array<double, 3> spacing{};
     if (!CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2]))
         return {};
     CJson array = CJson::Array();
-    for (int axis = 0; axis < image.Size().Dim(); ++axis)
+    for (int axis = 0; axis < dimension; ++axis)
         array.Append(ToJson(ORVEN::CValueDouble(spacing[static_cast<std::size_t>(axis)])));
     return array;
 }
@@ -85,23 +88,30 @@ CJson HistoryJson(const ORVEN::CImage& image) {
     return ToJson(*history);
 }
 
-CJson InfoJson(const std::string& file, const ORVEN::CImage& image) {
+/// Everything about the image in the file; type and range are certain only with its pixels.
+CJson InfoJson(const std::string& file, const StImageOutline& outline, const ORVEN::CImage* pixels) {
+    const ORVEN::CImage& image = *outline.carrier;
     CJson size = CJson::Array();
-    for (int axis = 0; axis < image.Size().Dim(); ++axis)
-        size.Append(image.Size()[axis]);
+    for (int axis = 0; axis < outline.size.Dim(); ++axis)
+        size.Append(outline.size[axis]);
+    CJson type;
+    if (pixels != nullptr || outline.isTypeCertain)
+        type = (pixels != nullptr ? pixels->Type() : outline.type).ToString();
     std::size_t labelCount = 0;
     const bool hasLabels = CQuillonHeaderTools::GetNumberOfLabels(image, labelCount);
     double maxDistance = 0;
     const bool hasDistance = CQuillonHeaderTools::GetMaxDistance(image, maxDistance);
     return CJson::Object({{"file", ToJson(ORVEN::CValueString(ORVEN::CString(file)))},
-                          {"type", image.Type().ToString()},
-                          {"dimension", image.Size().Dim()},
+                          {"type", std::move(type)},
+                          {"dimension", outline.size.Dim()},
                           {"size", std::move(size)},
-                          {"spacing", SpacingJson(image)},
+                          {"channels", outline.channels},
+                          {"times", outline.times},
+                          {"spacing", SpacingJson(image, outline.size.Dim())},
                           {"history", HistoryJson(image)},
                           {"number_of_labels", hasLabels ? CJson(labelCount) : CJson()},
                           {"max_distance", hasDistance ? ToJson(ORVEN::CValueDouble(maxDistance)) : CJson()},
-                          {"min_max", MinMaxJson(image)},
+                          {"min_max", pixels != nullptr ? MinMaxJson(*pixels) : CJson()},
                           {"attributes", ToJson(image.Attributes())}});
 }
 
@@ -161,23 +171,80 @@ private:
     bool m_isComplete;
 };
 
+/// The attributes that have lines of their own.
+bool HasOwnLine(const std::string& key) {
+    static const std::set<std::string> keys = {"spacing", "origin",  "directions",       "unit",
+                                               "space",   "history", "number of labels", "max distance"};
+    return keys.contains(key);
+}
+
 /// The attributes that `PrintInfo` does not print in lines of their own.
 CJson OtherAttributes(const CJson& attributes) {
     CJson others = CJson::Object();
     for (const auto& [key, value] : attributes.Members()) {
-        if (key != "spacing" && key != "history" && key != "number of labels" && key != "max distance")
+        if (!HasOwnLine(key))
             others.Append(key, value);
     }
     return others;
 }
 
-void PrintInfo(const CJson& info, bool isComplete) {
+std::string TypeInWords(const CJson& type, const StImageOutline& outline) {
+    if (!type.IsNull())
+        return type.String();
+    return std::string(outline.typeWithoutNegatives.ToString()) + ", or " + outline.type.ToString() +
+           " if a value is negative";
+}
+
+/// "0.5 x 0.5 x 2 um".
+std::string SpacingInWords(const CJson& info) {
+    const CJson& spacing = *info.Find("spacing");
+    if (spacing.IsNull())
+        return "not known";
+    const CJson* const unit = info.Find("attributes")->Find("unit");
+    std::string text = Joined(spacing, " x ");
+    if (unit != nullptr && unit->IsString())
+        text.append(" ").append(Readable(*unit));
+    return text;
+}
+
+/// "(1.0, 0.0, 0.0)" for the members of a map.
+std::string VectorInWords(const CJson& map) {
+    std::string text;
+    for (const auto& [axis, number] : map.Members())
+        text.append(text.empty() ? "(" : ", ").append(number.Text());
+    return text + ")";
+}
+
+/// Where the image lies, as far as it is not at the origin of the space along its axes.
+void PrintPlace(const CJson& attributes) {
+    const CJson* const origin = attributes.Find("origin");
+    if (origin != nullptr && origin->IsObject())
+        PrintLine("origin", VectorInWords(*origin));
+    const CJson* const directions = attributes.Find("directions");
+    if (directions != nullptr && directions->IsObject()) {
+        std::string text;
+        for (const auto& [axis, vector] : directions->Members())
+            text.append(text.empty() ? "" : " ").append(VectorInWords(vector));
+        PrintLine("directions", text);
+    }
+    const CJson* const space = attributes.Find("space");
+    if (space != nullptr && *space == CJson("LPS"))
+        PrintLine("space", "LPS: x to the left, y to the back, z to the head of a patient");
+}
+
+void PrintInfo(const CJson& info, const StImageOutline& outline, const StInfoOptions& options) {
     const auto at = [&info](const char* name) -> const CJson& { return *info.Find(name); };
     PrintLine("file", Readable(at("file")));
-    PrintLine("type", at("type").String());
+    PrintLine("type", TypeInWords(at("type"), outline));
     PrintLine("size", Joined(at("size"), " x "));
-    PrintLine("spacing", at("spacing").IsNull() ? "not known" : Joined(at("spacing"), " x "));
-    PrintLine("values", at("min_max").IsNull() ? "none" : Joined(at("min_max"), " to "));
+    if (outline.channels > 1)
+        PrintLine("channels", at("channels").Text());
+    if (outline.times > 1)
+        PrintLine("time points", at("times").Text());
+    PrintLine("spacing", SpacingInWords(info));
+    PrintPlace(at("attributes"));
+    if (options.hasRange)
+        PrintLine("values", at("min_max").IsNull() ? "none" : Joined(at("min_max"), " to "));
     if (!at("number_of_labels").IsNull())
         PrintLine("labels", at("number_of_labels").Text());
     if (!at("max_distance").IsNull())
@@ -188,17 +255,20 @@ void PrintInfo(const CJson& info, bool isComplete) {
     const CJson rest = OtherAttributes(at("attributes"));
     if (!rest.Members().empty()) {
         PrintLine("attributes", "");
-        CTreePrinter(isComplete).Print(rest, "");
+        CTreePrinter(options.isComplete).Print(rest, "");
     }
 }
 
 void Info(const StInfoOptions& options) {
-    const auto image = ReadImage(options.file);
-    const CJson info = InfoJson(options.file, *image);
+    const StImageOutline outline = ReadImageOutline(options.file, ReadOptionsOf(options.reading));
+    std::unique_ptr<ORVEN::CImage> image;
+    if (options.hasRange)
+        image = ReadInput(options.file, options.reading);
+    const CJson info = InfoJson(options.file, outline, image.get());
     if (options.isJson)
         std::cout << info.Text(2) << '\n';
     else
-        PrintInfo(info, options.isComplete);
+        PrintInfo(info, outline, options);
     std::cout.flush();
 }
 
@@ -206,12 +276,17 @@ void Info(const StInfoOptions& options) {
 
 void AddInfoCommand(CArgumentParser& program) {
     CCommand command = program.AddCommand(
-        "info", "Show type, size, spacing, range, history and attributes of an image file");
+        "info", "Show type, size, spacing, place, history and attributes of an image file");
     const auto options = std::make_shared<StInfoOptions>();
     command.AddPositional("FILE", options->file, "The image file");
+    AddInputOptions(command, options->reading);
+    command.AddFlag("--range", options->hasRange,
+                    "Read the pixels, too, and show the least and the greatest value");
     command.AddFlag("--json", options->isJson, "As JSON, for programs");
     command.AddFlag("--all", options->isComplete, "Prints long measurements in full; JSON always has them");
     command.SetFooter("The range is that of the finite pixels.\n\nExample: quillon info volume.nrrd");
+    command.SetFooter("Only the header is read. The range is that of the finite pixels.\n\nExample: quillon "
+                      "info volume.nrrd");
     command.OnRun([options] { Info(*options); });
 }
 

@@ -53,7 +53,7 @@ std::vector<std::string> PartsOf(const StMeasurement& measurement, const std::ve
 
 StTable ReadTable(const std::string& file, const StMeasurementRequest& request,
                   const std::vector<StCatalogueMeasurement>& descriptions) {
-    const auto image = ReadImage(file);
+    const auto image = ReadInput(file, request.reading);
     const std::vector<std::string> names = MeasurementNames(*image, descriptions);
     const std::string name = MeasurementName(file, request, names);
     const auto measurement = FindMeasurement(*image, name, descriptions);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/ImageInput.h"
 #include "engine/measurements/StTable.h"
 
 #include <string>
@@ -13,6 +14,7 @@ struct StMeasurementRequest {
     std::vector<std::string> files;
     std::string measurement;        ///< empty if none was named
     std::vector<std::string> packs; ///< given by --pack
+    StInputOptions reading;
 };
 
 /// The measurements that the catalogues of the packs describe.

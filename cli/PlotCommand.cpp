@@ -97,6 +97,7 @@ void AddPlotCommand(CArgumentParser& program) {
     command.AddOption("--width", options->width, "Width of the plot in millimetres, 120 by default", "MM")
         .InRange(c_leastWidth, c_greatestWidth);
     command.AddRepeated("--pack", options->request.packs, "A pack that describes the measurement", "FILE");
+    AddInputOptions(command, options->request.reading);
     command.SetFooter(
         "Several files are drawn in one plot with a legend. PNG files have 300 pixels per inch.\n\n"
         "Examples:\n"

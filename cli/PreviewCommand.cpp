@@ -1,4 +1,5 @@
 #include "cli/Commands.h"
+#include "cli/ImageInput.h"
 #include "cli/MeasurementArguments.h"
 #include "cli/WritePicture.h"
 #include "engine/catalogue/ValueKind.h"
@@ -31,6 +32,7 @@ constexpr std::int64_t c_figureSide = 768;
 
 struct StPreviewOptions {
     std::string file;
+    StInputOptions reading;
     std::string output;
     std::string axis = "z";
     std::optional<std::int64_t> slice;
@@ -214,7 +216,7 @@ void Preview(const StPreviewOptions& options) {
         throw UsageError("-o '" + options.output + "': a picture's name must end in .png");
     RequireWritableFile(options.output);
     StPictureOptions picture = PictureOptionsOf(options);
-    const auto image = ReadImage(options.file);
+    const auto image = ReadInput(options.file, options.reading);
     RequireAxis(options, *image, picture.axis);
     const std::vector<std::int64_t> planes = PlanesOf(options, PlaneCount(*image, picture.axis));
     if (options.isFigure)
@@ -285,6 +287,7 @@ void AddPreviewCommand(CArgumentParser& program) {
     command.AddOption("-o,--output", options->output, "Where the picture goes", "PNG").Required();
     AddContents(command, *options);
     AddDecorations(command, *options);
+    AddInputOptions(command, options->reading);
     command.SetFooter(
         "Each pixel of the plane is a square of equal pixels in the picture; bars and letters are "
         "drawn outside of it.\n\n"

@@ -30,8 +30,8 @@ void AddParameterOptions(CCommand& command, StRunOptions& options) {
 void AddImageOptions(CCommand& command, StRunOptions& options) {
     command.AddOption("--as", options.pixelType,
                       "Read the image as binary (non-zero is 1), grey8, grey16, grey32 or greyf", "TYPE");
-    command.AddOption("--spacing", options.spacing, "Set the pixel size of the image before the run",
-                      "X,Y,Z");
+    AddGeometryOptions(command, options.reading);
+    AddInputOptions(command, options.reading);
     command.AddOption("--label", options.label,
                       "The title of the image, which results inherit (default: the file name)", "TEXT");
     command.AddFlag("--no-label", options.hasNoLabel, "Pass the image without a title").Excludes("--label");

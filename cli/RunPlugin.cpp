@@ -198,12 +198,6 @@ private:
     std::optional<std::string> m_problem;
 };
 
-StImageOutline OutlineOf(const StRunOptions& options, const StRunInputs& inputs) {
-    StImageOutline outline = ReadImageOutline(options.image, inputs.type);
-    outline.spacing = inputs.spacing.value_or(outline.spacing);
-    return outline;
-}
-
 } // namespace
 
 void RunPlugin(const StRunOptions& options) {
@@ -213,13 +207,13 @@ void RunPlugin(const StRunOptions& options) {
     StRunInputs inputs = PrepareInputs(options, entry);
     CheckParameters(options, entry, packs, inputs);
     if (options.isEstimate) {
-        const StImageOutline outline = OutlineOf(options, inputs);
+        const StImageOutline outline = ReadInputOutline(options.image, options.reading, inputs.type);
         PrintEstimate(options, outline, EstimateRun(entry, outline, inputs));
         return;
     }
     RequireFileForDialog(options, entry);
     PrepareOutputs(options, entry, inputs);
-    const StImageOutline outline = OutlineOf(options, inputs);
+    const StImageOutline outline = ReadInputOutline(options.image, options.reading, inputs.type);
     RequireFormatsHoldResults(options, entry, outline);
     WarnIfTooLarge(EstimateRun(entry, outline, inputs));
     ReadInputs(options, inputs);

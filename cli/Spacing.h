@@ -1,12 +1,12 @@
 #pragma once
 
-#include <array>
 #include <string>
+#include <vector>
 
 namespace cli {
 
-/// Parses a pixel size "x,y,z", or "x,y" for a 2-d image, in which case z is 1. Raises `CCommandError` with
-/// `STATUS_USAGE` unless all are positive numbers.
-std::array<double, 3> ParseSpacing(const std::string& text);
+/// Parses a pixel size "x,y,z", or "x,y" for a plane. Raises `CCommandError` with `STATUS_USAGE` unless these
+/// are two or three positive numbers.
+std::vector<double> ParseSpacing(const std::string& text);
 
 } // namespace cli

@@ -1,15 +1,12 @@
 #include "cli/StRunInputs.h"
 
 #include "cli/Commands.h"
-#include "cli/Spacing.h"
 #include "cli/StandardStreams.h"
 #include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/ImageWords.h"
 #include "engine/files/OutputChecks.h"
 #include "engine/run/PluginCall.h"
-
-#include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <filesystem>
 #include <set>
@@ -129,7 +126,6 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
                        CParameterMap("setting", entry != nullptr ? &entry->settings : nullptr),
                        ParseAnswers(options),
                        PixelType(options),
-                       std::nullopt,
                        nullptr,
                        nullptr,
                        nullptr,
@@ -143,8 +139,7 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
         inputs.parameters.FillDefaults();
     for (const std::string& text : options.settings)
         inputs.settings.Set(ParseAssignment(text));
-    if (options.spacing)
-        inputs.spacing = ParseSpacing(*options.spacing);
+    CheckInputOptions(options.reading);
     RequireFilesOfSettings(entry, inputs.settings.Map());
     return inputs;
 }
@@ -170,9 +165,7 @@ void PrepareOutputs(const StRunOptions& options, const StCatalogueEntry* entry, 
 }
 
 void ReadInputs(const StRunOptions& options, StRunInputs& inputs) {
-    inputs.image = ReadImage(options.image, inputs.type);
-    if (const auto& spacing = inputs.spacing)
-        CQuillonHeaderTools::SetSpacing(*inputs.image, (*spacing)[0], (*spacing)[1], (*spacing)[2]);
+    inputs.image = ReadInput(options.image, options.reading, inputs.type);
     inputs.parameters.ReadImages();
     inputs.settings.ReadImages();
     std::optional<std::string> label;

@@ -5,7 +5,6 @@
 #include "engine/files/CTextOutput.h"
 #include "engine/run/CParameterMap.h"
 
-#include <array>
 #include <memory>
 #include <optional>
 
@@ -16,8 +15,7 @@ struct StRunInputs {
     engine::CParameterMap parameters;
     engine::CParameterMap settings;
     engine::StDialogAnswers answers;
-    std::optional<ORVEN::IImage::CType> type;     ///< to read the image as
-    std::optional<std::array<double, 3>> spacing; ///< to give the image
+    std::optional<ORVEN::IImage::CType> type; ///< to read the image as
     std::unique_ptr<ORVEN::CImage> image;
     std::unique_ptr<ORVEN::CValueMap> document;   ///< holds the image
     std::unique_ptr<engine::CTextOutput> report;  ///< null if not requested

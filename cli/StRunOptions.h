@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/ImageInput.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,7 +18,7 @@ struct StRunOptions {
     bool isBare = false;
     std::vector<std::string> settings;
     std::optional<std::string> pixelType;
-    std::optional<std::string> spacing;
+    StInputOptions reading;
     std::optional<std::string> label;
     bool hasNoLabel = false;
     std::vector<std::string> outputs;

@@ -58,6 +58,7 @@ void AddTableCommand(CArgumentParser& program) {
     command.AddOption("-o,--output", options->output, "Where the table goes; standard output without it",
                       "CSV|JSON");
     command.AddRepeated("--pack", options->request.packs, "A pack that describes the measurement", "FILE");
+    AddInputOptions(command, options->request.reading);
     command.SetFooter(
         "Rows are in numeric order, and units are in the column heads. Statistics are in comment "
         "lines (CSV) or members (JSON).\n\n"

@@ -64,7 +64,7 @@ StImageFacts FactsOf(const CJson& file) {
     return facts;
 }
 
-/// Null, which is no object, for a text that is not valid.
+/// Null for a text that is not valid JSON.
 CJson ParsedOrNull(const std::string& text) { return CJson::Parse(text).value_or(CJson()); }
 
 } // namespace

@@ -25,7 +25,7 @@ CAtomicFile::CAtomicFile(const std::string& target)
     if (const auto status = fs::status(m_target, error); fs::exists(status) && !fs::is_regular_file(status))
         ThrowUnwritable(m_named, "it is not a regular file");
     if (!m_target.has_filename())
-        ThrowUnwritable(m_named, "it names no file");
+        ThrowUnwritable(m_named, "it is not the name of a file");
     Writing(m_named, [this] { m_folder.emplace(m_target.parent_path()); });
 }
 

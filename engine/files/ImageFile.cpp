@@ -7,7 +7,10 @@
 #include "engine/files/FileErrors.h"
 #include "engine/files/ImageFileName.h"
 #include "engine/files/TextFile.h"
+#include "engine/files/formats/ChannelChoice.h"
+#include "engine/files/formats/DicomFolder.h"
 #include "engine/files/formats/HeaderChecks.h"
+#include "engine/files/formats/HeaderGeometry.h"
 #include "engine/files/formats/ImageHeader.h"
 #include "engine/files/formats/MetaFile.h"
 #include "engine/files/formats/NiftiFile.h"
@@ -24,6 +27,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <span>
 #include <string_view>
@@ -33,6 +37,7 @@ using ORVEN::CImage;
 using ORVEN::CQuillonHeaderTools;
 using ORVEN::CSize;
 using ORVEN::IImage;
+using ORVEN::StImageGeometry;
 
 namespace engine {
 
@@ -41,12 +46,43 @@ namespace {
 // ---- reading
 
 void ReadSamples(const std::string& path, const StImageHeader& header, void* samples) {
-    if (header.format == FORMAT_TIFF)
+    if (header.format == FORMAT_DICOM)
+        ReadDicomSamples(header, samples);
+    else if (header.format == FORMAT_TIFF)
         ReadTiffSamples(path, header, samples);
     else if (header.format == FORMAT_PNG)
         ReadPngSamples(path, header, samples);
     else
         ReadPixelData(header, samples);
+}
+
+/// Reads a part of the image.
+void ReadRegion(const std::string& path, const StImageHeader& header, const StReadBox& box, void* samples) {
+    const bool isBlock =
+        header.format == FORMAT_NRRD || header.format == FORMAT_META || header.format == FORMAT_NIFTI;
+    if (isBlock && !header.data.isPacked) {
+        ReadPixelRegion(header, box, samples);
+        return;
+    }
+    if (header.format == FORMAT_TIFF) {
+        ReadTiffRegion(path, header, box, samples);
+        return;
+    }
+    // Compressed as a whole, or small.
+    RequireMemory(header.ByteCount());
+    const auto all =
+        std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(header.ByteCount()));
+    ReadSamples(path, header, all.get());
+    const std::int64_t pixelBytes = std::int64_t{header.samplesPerPixel} * SampleSize(header.sample);
+    const std::int64_t rowBytes = box.extents[0] * pixelBytes;
+    auto* row = static_cast<unsigned char*>(samples);
+    for (std::int64_t z = 0; z < box.extents[2]; ++z) {
+        for (std::int64_t y = 0; y < box.extents[1]; ++y, row += rowBytes) {
+            const std::int64_t line = (box.first[2] + z) * header.size.y + box.first[1] + y;
+            std::memcpy(row, all.get() + (line * header.size.x + box.first[0]) * pixelBytes,
+                        static_cast<std::size_t>(rowBytes));
+        }
+    }
 }
 
 /// The extents as three numbers, those beyond the dimension being 1.
@@ -57,11 +93,13 @@ std::array<std::int64_t, 3> Extents(const CSize& size) {
 /// Reads type, size and attributes from the file itself or its side file. May correct the dimension in the
 /// header.
 StImageFacts ReadFacts(const std::string& path, StImageHeader& header) {
+    if (header.format == FORMAT_DICOM)
+        return {};
     if (header.format != FORMAT_NRRD) {
         StImageFacts facts = ReadSideFile(path);
         if (facts.size && Extents(*facts.size) != Extents(header.size)) {
             ThrowUnreadable(SideFilePath(path),
-                            CFileReason("it belongs to an image of size " + facts.size->ToString() +
+                            CFileReason("it describes an image of size " + facts.size->ToString() +
                                         ", and '" + path + "' has size " + header.size.ToString()));
         }
         header.size = facts.size.value_or(header.size);
@@ -86,30 +124,62 @@ unsigned char* Bytes(CImage& image) {
 
 [[noreturn]] void ThrowOtherType(const IImage::CType& type, const std::string& found) {
     throw CFileReason(std::string("its attributes say it is ") + type.ToString() + ", but " + found +
-                      "; say with --as what to make of it");
+                      "; choose a type with --as");
 }
 
+/// The pixels in a file that become an image: all, or those in a box.
+class CSource {
+public:
+    CSource(const std::string& path, const StImageHeader& header, const std::optional<StReadBox>& box)
+        : m_path(path)
+        , m_header(header)
+        , m_box(box)
+        , m_size(header.size) {
+        for (int axis = 0; m_box && axis < m_size.Dim(); ++axis)
+            m_size[axis] = m_box->extents[static_cast<std::size_t>(axis)];
+    }
+
+    [[nodiscard]] const StImageHeader& Header() const { return m_header; }
+    [[nodiscard]] const CSize& Size() const { return m_size; }
+    [[nodiscard]] std::int64_t ByteCount() const {
+        return m_size.PixelCount() * m_header.samplesPerPixel * SampleSize(m_header.sample);
+    }
+
+    void Read(void* samples) const {
+        if (m_box)
+            ReadRegion(m_path, m_header, *m_box, samples);
+        else
+            ReadSamples(m_path, m_header, samples);
+    }
+
+private:
+    const std::string& m_path;
+    const StImageHeader& m_header;
+    const std::optional<StReadBox>& m_box;
+    CSize m_size;
+};
+
 /// Reads pixels that already have the image's type directly into the image.
-std::unique_ptr<CImage> ReadInPlace(const std::string& path, const StImageHeader& header,
-                                    const IImage::CType& type) {
-    RequireMemory(header.ByteCount());
-    auto image = std::make_unique<CImage>(type, header.size, CSize(0, 0, 0));
-    ReadSamples(path, header, Bytes(*image));
+std::unique_ptr<CImage> ReadInPlace(const CSource& source, const IImage::CType& type) {
+    RequireMemory(source.ByteCount());
+    auto image = std::make_unique<CImage>(type, source.Size(), CSize(0, 0, 0));
+    source.Read(Bytes(*image));
     return image;
 }
 
-std::unique_ptr<CImage> ReadAndConvert(const std::string& path, const StImageHeader& header,
-                                       const std::optional<IImage::CType>& type) {
-    RequireMemory(header.ByteCount());
+std::unique_ptr<CImage> ReadAndConvert(const CSource& source, const std::optional<IImage::CType>& type) {
+    const StImageHeader& header = source.Header();
+    RequireMemory(source.ByteCount());
     const auto samples = std::make_unique_for_overwrite<std::uint64_t[]>(
-        static_cast<std::size_t>(header.ByteCount() / 8 + 1)); // aligned for every sample type
-    ReadSamples(path, header, samples.get());
+        static_cast<std::size_t>(source.ByteCount() / 8 + 1)); // aligned for every sample type
+    source.Read(samples.get());
     if (header.scale) {
         const auto scaled =
-            ScaledSamples(samples.get(), header.sample, header.size.PixelCount(), *header.scale);
-        return MakeImage(header.size, scaled.get(), SAMPLE_FLOAT, 1, type);
+            ScaledSamples(samples.get(), header.sample, source.Size().PixelCount(), *header.scale);
+        return MakeImage(source.Size(), scaled.get(), SAMPLE_FLOAT, 1, std::nullopt, type);
     }
-    return MakeImage(header.size, samples.get(), header.sample, header.samplesPerPixel, type);
+    return MakeImage(source.Size(), samples.get(), header.sample, header.samplesPerPixel, header.pickedSample,
+                     type);
 }
 
 void MakeBinary(CImage& image) {
@@ -125,9 +195,9 @@ void RequireBinary(CImage& image) {
     }
 }
 
-std::unique_ptr<CImage> ReadPixels(const std::string& path, const StImageHeader& header,
-                                   const std::optional<IImage::CType>& as,
+std::unique_ptr<CImage> ReadPixels(const CSource& source, const std::optional<IImage::CType>& as,
                                    const std::optional<IImage::CType>& stored) {
+    const StImageHeader& header = source.Header();
     const bool isPlain = header.samplesPerPixel == 1 && !header.scale;
     const auto own = isPlain ? SameSampleType(header.sample) : std::nullopt;
     const auto type = as ? as : stored ? stored : own;
@@ -135,8 +205,8 @@ std::unique_ptr<CImage> ReadPixels(const std::string& path, const StImageHeader&
     if (!as && stored && !isSame)
         ThrowOtherType(*stored, "its pixels are of another type");
     if (!isSame)
-        return ReadAndConvert(path, header, type);
-    auto image = ReadInPlace(path, header, *type);
+        return ReadAndConvert(source, type);
+    auto image = ReadInPlace(source, *type);
     if (type->IsBinary() && as)
         MakeBinary(*image);
     else if (type->IsBinary())
@@ -144,10 +214,59 @@ std::unique_ptr<CImage> ReadPixels(const std::string& path, const StImageHeader&
     return image;
 }
 
-void SetHeaderSpacing(CImage& image, const StImageHeader& header) {
-    if (header.spacing)
-        CQuillonHeaderTools::SetSpacing(image, (*header.spacing)[0], (*header.spacing)[1],
-                                        (*header.spacing)[2]);
+/// Gives the image the attributes found in the file and the geometry of its header.
+void SetAttributes(CImage& image, const StImageHeader& header, const StImageFacts& facts) {
+    if (!facts.attributes) {
+        header.geometry.Store(image);
+        return;
+    }
+    CQuillonHeaderTools::SetAttributes(image, *facts.attributes);
+    const StImageGeometry stored = StImageGeometry::Of(image);
+    const StImageGeometry merged = MergedGeometry(header, stored);
+    if (merged != stored)
+        merged.Store(image);
+}
+
+/// The box for a region; nothing for the whole image. Raises `CFileReason` if it is not inside the image.
+std::optional<StReadBox> BoxOf(const std::vector<StIndexRange>& region, const CSize& size) {
+    if (region.empty())
+        return std::nullopt;
+    if (std::cmp_not_equal(region.size(), size.Dim()))
+        throw CFileReason("--region needs " +
+                              std::string(size.Dim() == 2 ? "two ranges for a plane, X0:X1,Y0:Y1"
+                                                          : "three ranges for a volume, X0:X1,Y0:Y1,Z0:Z1"),
+                          EnFault::CALLER);
+    StReadBox box;
+    for (int axis = 0; axis < size.Dim(); ++axis) {
+        const StIndexRange& range = region[static_cast<std::size_t>(axis)];
+        if (range.first < 0 || range.last >= size[axis] || range.first > range.last)
+            throw CFileReason("--region: " + std::to_string(range.first) + ":" + std::to_string(range.last) +
+                                  " is not a range of its indices along " + "xyz"[axis] + ", 0 to " +
+                                  std::to_string(size[axis] - 1),
+                              EnFault::CALLER);
+        box.first[static_cast<std::size_t>(axis)] = range.first;
+        box.extents[static_cast<std::size_t>(axis)] = range.last - range.first + 1;
+    }
+    return box;
+}
+
+/// Moves the origin of an image that is a part of another one.
+void MoveFirstPixel(CImage& image, const std::array<std::int64_t, 3>& first) {
+    if (first == std::array<std::int64_t, 3>{})
+        return;
+    StImageGeometry geometry = StImageGeometry::Of(image);
+    geometry.origin = geometry.PositionOf(
+        {static_cast<double>(first[0]), static_cast<double>(first[1]), static_cast<double>(first[2])});
+    geometry.Store(image);
+}
+
+StImageHeader ReadHeader(const std::string& path, const StReadOptions& options) {
+    StImageHeader header = ReadImageHeader(path);
+    if (options.takesPrintSize && !header.geometry.spacing && header.printSize) {
+        header.geometry.spacing = header.printSize;
+        header.geometry.unit = "mm";
+    }
+    return header;
 }
 
 // ---- writing
@@ -186,9 +305,9 @@ StImageHeader HeaderOf(const CImage& image, EnFileFormat format) {
     if (header.size.Dim() == 1)
         header.size = CSize(image.Size().x, 1);
     header.sample = SampleOfType(image.Type());
-    std::array<double, 3> spacing{};
-    if (CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2]))
-        header.spacing = CheckedSpacing(spacing);
+    header.geometry = StImageGeometry::Of(image);
+    if (header.geometry.spacing)
+        header.geometry.spacing = CheckedSpacing(*header.geometry.spacing);
     if (format == FORMAT_NRRD) {
         header.typeName = image.Type().ToString();
         header.attributes = AttributesText(image.Attributes());
@@ -257,6 +376,8 @@ void WriteSamples(const std::string& path, const StImageHeader& header, std::str
     case FORMAT_PNG:
         WritePng(path, header, samples.data());
         break;
+    case FORMAT_DICOM: // no name stands for it
+        break;
     }
 }
 
@@ -267,7 +388,7 @@ StImageHeader ReadBack(const std::string& path) {
 /// Whether reading the file without a side file gives this image.
 bool IsCompleteAlone(const StImageHeader& found, const CImage& image) {
     CImage alone(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
-    SetHeaderSpacing(alone, found);
+    found.geometry.Store(alone);
     return found.size == image.Size() && SameSampleType(found.sample) == image.Type() &&
            alone.Attributes().Equal(image.Attributes());
 }
@@ -292,33 +413,42 @@ void WriteFiles(const CAtomicFile& file, const CImage& image, StTarget target) {
 
 } // namespace
 
-std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<IImage::CType>& as) {
+std::unique_ptr<CImage> ReadImage(const std::string& path, const StReadOptions& options) {
     return Reading(path, [&] {
-        StImageHeader header = ReadImageHeader(path);
+        StImageHeader header = ReadHeader(path, options);
         const StImageFacts facts = ReadFacts(path, header);
-        auto image = ReadPixels(path, header, as, facts.type);
-        if (facts.attributes)
-            CQuillonHeaderTools::SetAttributes(*image, *facts.attributes);
-        else
-            SetHeaderSpacing(*image, header);
+        ChooseImage(header, options.channel, options.time);
+        const std::optional<StReadBox> box = BoxOf(options.region, header.size);
+        auto image = ReadPixels(CSource(path, header, box), options.as, facts.type);
+        SetAttributes(*image, header, facts);
+        if (box)
+            MoveFirstPixel(*image, box->first);
         return image;
     });
 }
 
-StImageOutline ReadImageOutline(const std::string& path, const std::optional<IImage::CType>& as) {
+StImageOutline ReadImageOutline(const std::string& path, const StReadOptions& options) {
     return Reading(path, [&] {
-        StImageHeader header = ReadImageHeader(path);
+        StImageHeader header = ReadHeader(path, options);
         const StImageFacts facts = ReadFacts(path, header);
-        // Signed and 64-bit integers become float or 32-bit ones, and scaled values floats: 4 bytes each.
-        const auto own = header.scale ? std::nullopt : SameSampleType(header.sample);
-        const IImage::CType type = as ? *as : facts.type ? *facts.type : own.value_or(ORVEN::IMAGE_GREY_F);
-        CImage alone(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
-        if (facts.attributes)
-            CQuillonHeaderTools::SetAttributes(alone, *facts.attributes);
-        else
-            SetHeaderSpacing(alone, header);
-        StImageOutline outline{type, header.size, as || facts.type || own};
-        CQuillonHeaderTools::GetSpacing(alone, outline.spacing[0], outline.spacing[1], outline.spacing[2]);
+        const EnSampleType sample = header.scale ? SAMPLE_FLOAT : header.sample;
+        const auto given = options.as ? options.as : facts.type;
+        StImageOutline outline;
+        outline.type = given.value_or(WidestType(sample));
+        outline.typeWithoutNegatives = given.value_or(TypeWithoutNegatives(sample));
+        outline.isTypeCertain = outline.type == outline.typeWithoutNegatives;
+        const std::optional<StReadBox> box = BoxOf(options.region, header.size);
+        outline.size = header.size;
+        for (int axis = 0; box && axis < header.size.Dim(); ++axis)
+            outline.size[axis] = box->extents[static_cast<std::size_t>(axis)];
+        outline.channels = header.ChannelCount();
+        outline.times = header.series.times;
+        outline.carrier = std::make_unique<CImage>(ORVEN::IMAGE_GREY_8, CSize(1, 1), CSize(0, 0));
+        SetAttributes(*outline.carrier, header, facts);
+        if (box)
+            MoveFirstPixel(*outline.carrier, box->first);
+        CQuillonHeaderTools::GetSpacing(*outline.carrier, outline.spacing[0], outline.spacing[1],
+                                        outline.spacing[2]);
         return outline;
     });
 }
@@ -330,6 +460,12 @@ void RequireFormatHolds(const std::string& path, const IImage::CType& type, cons
     header.size = size;
     header.sample = SampleOfType(type);
     Writing(path, [&] { RequireHoldable(header); });
+}
+
+std::unique_ptr<CImage> ReadImage(const std::string& path, const std::optional<IImage::CType>& as) {
+    StReadOptions options;
+    options.as = as;
+    return ReadImage(path, options);
 }
 
 void WriteImage(const CImage& image, const std::string& path) {

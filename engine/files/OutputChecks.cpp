@@ -22,7 +22,7 @@ void RequireShortName(const std::string& path, const fs::path& file) {
     std::error_code error;
     (void)fs::symlink_status(file, error);
     if (error == std::errc::filename_too_long)
-        ThrowUnwritable(path, "the file system takes no name as long as '" + file.filename().string() + "'");
+        ThrowUnwritable(path, "the name '" + file.filename().string() + "' is too long for the file system");
 }
 
 void RequireFolder(const std::string& path, const fs::path& file) {
@@ -40,7 +40,7 @@ void RequirePlace(const std::string& path) {
     std::error_code error;
     (void)fs::current_path(error);
     if (error && fs::path(path).is_relative())
-        ThrowUnwritable(path, "the working folder is gone");
+        ThrowUnwritable(path, "the current folder no longer exists");
 }
 
 void RequireWritableFile(const std::string& path) {

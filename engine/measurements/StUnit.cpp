@@ -1,8 +1,6 @@
 #include "engine/measurements/StUnit.h"
 
-#include <sorblib2core/CString.h>
-#include <sorblib2core/CValueMap.h>
-#include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/StImageGeometry.h>
 
 #include <charconv>
 #include <cstdlib>
@@ -54,11 +52,10 @@ std::string StUnit::Typeset() const {
 }
 
 std::string LengthUnitOf(const ORVEN::CImage& image) {
-    const ORVEN::CValue* unit = image.Attributes().Entry("unit", true);
-    if (unit != nullptr && unit->GenericType() == ORVEN::CValue::VAL_STRING && !unit->String().Std().empty())
-        return unit->String().Std();
-    double ignored = 0.0;
-    return ORVEN::CQuillonHeaderTools::GetSpacing(image, ignored, ignored, ignored) ? "unit" : "px";
+    const auto geometry = ORVEN::StImageGeometry::Of(image);
+    if (!geometry.unit.empty())
+        return geometry.unit;
+    return geometry.spacing ? "unit" : "px";
 }
 
 StUnit UnitOfText(std::string_view text, const std::string& lengthUnit) {

@@ -2,8 +2,7 @@
 
 #include "engine/pictures/StPlane.h"
 
-#include <sorblib2core/CString.h>
-#include <sorblib2core/CValueMap.h>
+#include <sorblib2image/StImageGeometry.h>
 
 #include <array>
 #include <cmath>
@@ -13,31 +12,11 @@ namespace engine {
 
 namespace {
 
-using Vector = std::array<double, 3>;
+using Vector = ORVEN::StImageGeometry::Vector;
 
-constexpr std::array c_axes = {"x", "y", "z"};
 /// What the axes of the space point to, and what they point away from.
 constexpr std::array c_towards = {"L", "P", "S"};
 constexpr std::array c_awayFrom = {"R", "A", "I"};
-
-bool IsAnatomical(const ORVEN::CImage& image) {
-    const ORVEN::CValue* space = image.Attributes().Entry("space", true);
-    return space != nullptr && space->GenericType() == ORVEN::CValue::VAL_STRING &&
-           space->String().Std() == "LPS";
-}
-
-/// The direction of an axis of the image in space; its own axis if the attributes do not state it.
-Vector DirectionOf(const ORVEN::CImage& image, std::size_t axis) {
-    Vector direction{};
-    for (std::size_t i = 0; i < direction.size(); ++i) {
-        const ORVEN::CValue* entry =
-            image.Attributes().Entry(std::string("directions/") + c_axes[axis] + "/" + c_axes[i], true);
-        const bool isNumber = entry != nullptr && (entry->GenericType() == ORVEN::CValue::VAL_DOUBLE ||
-                                                   entry->GenericType() == ORVEN::CValue::VAL_LONG);
-        direction[i] = isNumber ? entry->Double() : i == axis ? 1.0 : 0.0;
-    }
-    return direction;
-}
 
 /// The axis of space that an axis of the image runs along most, and whether it runs against it.
 struct StSpaceAxis {
@@ -59,12 +38,13 @@ StSpaceAxis SpaceAxisOf(const Vector& direction) {
 
 StOrientation OrientationOf(const ORVEN::CImage& image, int axis) {
     StOrientation orientation;
-    if (!IsAnatomical(image))
+    const auto geometry = ORVEN::StImageGeometry::Of(image);
+    if (!geometry.isAnatomical)
         return orientation;
     constexpr std::size_t head = 2;
     const StPictureAxes axes = AxesAlong(axis);
-    StSpaceAxis right = SpaceAxisOf(DirectionOf(image, axes.right));
-    StSpaceAxis down = SpaceAxisOf(DirectionOf(image, axes.down));
+    StSpaceAxis right = SpaceAxisOf(geometry.directions[axes.right]);
+    StSpaceAxis down = SpaceAxisOf(geometry.directions[axes.down]);
     if (right.axis == down.axis)
         return orientation; // oblique by 45 degrees: no side has a name
     // Left to right comes before front to back, and that before head to foot.

@@ -27,7 +27,7 @@ void ExpectOneLine(const ::test::StEnd& end, int status, const std::string& part
 }
 
 json InfoOf(const std::string& path) {
-    const ::test::StEnd end = Quillon({"info", path, "--json"});
+    const ::test::StEnd end = Quillon({"info", path, "--json", "--range"});
     EXPECT_EQ(end.status, 0) << end.err;
     EXPECT_EQ(end.err, "");
     return json::parse(end.out);
@@ -35,12 +35,14 @@ json InfoOf(const std::string& path) {
 
 } // namespace
 
-TEST(InfoCommand, TellsEveryKeyOfAPlainImage) {
+TEST(InfoCommand, ShowsEveryKeyOfAPlainImage) {
     const json info = InfoOf(DataFile("cement_pores_128.nrrd"));
     const json meant = {{"file", DataFile("cement_pores_128.nrrd")},
                         {"type", "IMAGE_GREY_8"},
                         {"dimension", 3},
                         {"size", {128, 128, 128}},
+                        {"channels", 1},
+                        {"times", 1},
                         {"spacing", nullptr},
                         {"history", json::array()},
                         {"number_of_labels", nullptr},
@@ -50,7 +52,7 @@ TEST(InfoCommand, TellsEveryKeyOfAPlainImage) {
     EXPECT_EQ(info, meant);
 }
 
-TEST(InfoCommand, TellsEveryAttribute) {
+TEST(InfoCommand, ShowsEveryAttribute) {
     const CTestFolder folder;
     const auto image = ImageOf<float>(IMAGE_GREY_F, CSize(3, 1), {NAN, -1.5f, INFINITY});
     CQuillonHeaderTools::SetSpacing(*image, 0.5, 2, 1);
@@ -68,21 +70,57 @@ TEST(InfoCommand, TellsEveryAttribute) {
     EXPECT_EQ(info["attributes"]["spacing"], json({{"x", 0.5}, {"y", 2.0}, {"z", 1.0}}));
 }
 
-TEST(InfoCommand, TellsNoRangeWherePixelsHaveNone) {
+TEST(InfoCommand, ShowsNoRangeWherePixelsHaveNone) {
     const CTestFolder folder;
     WriteImage(*ImageOf<float>(IMAGE_GREY_F, CSize(2, 1), {NAN, INFINITY}), folder / "a.nrrd");
     EXPECT_EQ(InfoOf(folder / "a.nrrd")["min_max"], nullptr);
 }
 
-TEST(InfoCommand, TellsTheSameToPeople) {
-    const ::test::StEnd end = Quillon({"info", DataFile("lung_ct_crop_u16.mha")});
-    EXPECT_EQ(end.status, 0);
-    EXPECT_EQ(end.out, "file        " + DataFile("lung_ct_crop_u16.mha") +
-                           "\n"
-                           "type        IMAGE_GREY_16\n"
-                           "size        48 x 48 x 24\n"
-                           "spacing     1.366 x 1.366 x 2.5\n"
-                           "values      202 to 1509\n");
+TEST(InfoCommand, ShowsTheSameToPeople) {
+    const std::string file = DataFile("lung_ct_crop_u16.mha");
+    const std::string meant = "file        " + file +
+                              "\n"
+                              "type        IMAGE_GREY_16\n"
+                              "size        48 x 48 x 24\n"
+                              "spacing     1.366 x 1.366 x 2.5\n";
+    EXPECT_EQ(Quillon({"info", file}).out, meant);
+    EXPECT_EQ(Quillon({"info", file, "--range"}).out, meant + "values      202 to 1509\n");
+}
+
+TEST(InfoCommand, ShowsWhereAnImageLies) {
+    const std::string file = DataFile("brain_mri_crop.nii.gz");
+    EXPECT_EQ(Quillon({"info", file}).out,
+              "file        " + file +
+                  "\n"
+                  "type        IMAGE_GREY_8\n"
+                  "size        48 x 40 x 32\n"
+                  "spacing     1.0 x 1.0 x 1.0\n"
+                  "origin      (90.0, 125.0, -71.0)\n"
+                  "directions  (-1.0, 0.0, 0.0) (0.0, -1.0, 0.0) (0.0, 0.0, 1.0)\n"
+                  "space       LPS: x to the left, y to the back, z to the head of a patient\n");
+}
+
+TEST(InfoCommand, ReadsNoPixelsUnlessAskedForTheRange) {
+    const CTestFolder folder;
+    // Nothing but the header is valid.
+    Store(folder / "a.nrrd", "NRRD0004\ntype: int16\ndimension: 4\nsizes: 3 20 10 5\n"
+                             "kinds: vector domain domain time\nencoding: gzip\n\n" +
+                                 std::string(100, 'x'));
+    EXPECT_EQ(Quillon({"info", folder / "a.nrrd"}).out,
+              "file        " + (folder / "a.nrrd") +
+                  "\n"
+                  "type        IMAGE_GREY_16, or IMAGE_GREY_F if a value is negative\n"
+                  "size        20 x 10\n"
+                  "channels    3\n"
+                  "time points 5\n"
+                  "spacing     not known\n");
+    const json info = json::parse(Quillon({"info", folder / "a.nrrd", "--json"}).out);
+    EXPECT_EQ(info["type"], nullptr);
+    EXPECT_EQ(info["min_max"], nullptr);
+    EXPECT_EQ(info["channels"], 3);
+    EXPECT_EQ(info["times"], 5);
+    ExpectOneLine(Quillon({"info", folder / "a.nrrd", "--range", "--time", "0", "--channel", "0"}),
+                  STATUS_FILE, "its packed pixels are damaged");
 }
 
 TEST(InfoCommand, AbbreviatesLongMeasurements) {
@@ -118,7 +156,7 @@ TEST(InfoCommand, EndsWithFourForFilesThatCannotBeRead) {
     const CTestFolder folder;
     ExpectOneLine(Quillon({"info", folder / "none.nrrd"}), STATUS_FILE, "No such file or directory");
     Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")).substr(0, 100000));
-    ExpectOneLine(Quillon({"info", folder / "a.nrrd"}), STATUS_FILE,
+    ExpectOneLine(Quillon({"info", folder / "a.nrrd", "--range"}), STATUS_FILE,
                   "cannot read '" + (folder / "a.nrrd") + "': ");
     Store(folder / "a.tif", ReadText(DataFile("shell_crop_stack.tif")).substr(0, 20000));
     ExpectOneLine(Quillon({"info", folder / "a.tif"}), STATUS_FILE,
@@ -138,6 +176,76 @@ TEST(ConvertCommand, ChangesFormatTypeAndSpacing) {
     EXPECT_EQ(info["min_max"], json({0, 1}));
     ASSERT_EQ(Quillon({"convert", labels, folder / "small.nii.gz", "--as", "grey8"}).status, 0);
     EXPECT_EQ(InfoOf(folder / "small.nii.gz")["min_max"], json({0, 37}));
+}
+
+TEST(ConvertCommand, SetsSpacingAndUnit) {
+    const CTestFolder folder;
+    ASSERT_EQ(
+        Quillon({"convert", DataFile("page.png"), folder / "a.nrrd", "--spacing", "0.5,0.25", "--unit", "um"})
+            .status,
+        0);
+    const json info = InfoOf(folder / "a.nrrd");
+    EXPECT_EQ(info["spacing"], json({0.5, 0.25}));
+    EXPECT_EQ(info["attributes"]["unit"], "um");
+    ASSERT_EQ(Quillon({"convert", folder / "a.nrrd", folder / "b.nrrd", "--unit", "mm"}).status, 0);
+    EXPECT_EQ(InfoOf(folder / "b.nrrd")["spacing"], json({0.5, 0.25})); // the numbers stay
+    EXPECT_EQ(InfoOf(folder / "b.nrrd")["attributes"]["unit"], "mm");
+}
+
+TEST(ConvertCommand, TakesDotsPerInchForTheSpacingOnRequestOnly) {
+    const CTestFolder folder;
+    ASSERT_EQ(Quillon({"convert", DataFile("page.png"), folder / "a.nrrd", "--dpi-as-spacing"}).status, 0);
+    EXPECT_EQ(InfoOf(folder / "a.nrrd")["spacing"], json({1000.0 / 2835, 1000.0 / 2835}));
+    EXPECT_EQ(InfoOf(folder / "a.nrrd")["attributes"]["unit"], "mm");
+    EXPECT_EQ(InfoOf(DataFile("page.png"))["spacing"], nullptr);
+}
+
+TEST(ConvertCommand, ChoosesAChannelOrATimePoint) {
+    const CTestFolder folder;
+    const std::string input = folder / "a.nrrd";
+    Store(input, "NRRD0004\ntype: uint8\ndimension: 4\nsizes: 2 1 1 3\nencoding: raw\n\nabcdef");
+    const std::string refused = "quillon: cannot read '" + input + "': ";
+    const auto errorOf = [](const std::vector<std::string>& arguments, int status) {
+        const ::test::StEnd end = Quillon(arguments);
+        EXPECT_EQ(end.status, status);
+        EXPECT_EQ(end.out, "");
+        return end.err;
+    };
+    for (const auto& arguments : {std::vector<std::string>{"info", input, "--range"},
+                                  {"convert", input, folder / "b.nrrd"},
+                                  {"preview", input, "-o", folder / "b.png"},
+                                  {"plot", input, "x", "-o", folder / "b.svg"},
+                                  {"run", "Invert", input}})
+        EXPECT_EQ(errorOf(arguments, STATUS_FILE),
+                  refused + "it has 3 time points; choose one with --time N, N from 0 to 2\n");
+    EXPECT_EQ(errorOf({"info", input, "--range", "--time", "3"}, STATUS_USAGE),
+              refused + "--time 3 is not one of its 3 time points, 0 to 2\n");
+    EXPECT_EQ(errorOf({"info", input, "--range", "--time", "0", "--channel", "1"}, STATUS_USAGE),
+              refused + "--channel 1 is not one of its 1 channel, 0\n");
+    ASSERT_EQ(Quillon({"convert", input, folder / "b.nrrd", "--time", "1"}).status, 0);
+    EXPECT_EQ(Pixels<unsigned char>(*ReadImage(folder / "b.nrrd")), (std::vector<unsigned char>{'c', 'd'}));
+    EXPECT_EQ(Quillon({"preview", input, "-o", folder / "b.png", "--time", "1"}).status, 0);
+}
+
+TEST(ConvertCommand, ReadsARegion) {
+    const CTestFolder folder;
+    const std::string input = DataFile("lung_ct_crop_u16.mha");
+    const std::string output = folder / "a.nrrd";
+    ASSERT_EQ(Quillon({"convert", input, output, "--region", "0:9,10:19,20:23"}).status, 0);
+    EXPECT_EQ(InfoOf(output)["size"], json({10, 10, 4}));
+    EXPECT_EQ(InfoOf(output)["attributes"]["origin"], json({{"x", 0.0}, {"y", 13.66}, {"z", 50.0}}));
+    ASSERT_EQ(Quillon({"convert", input, output, "--region", "0:9,10:19,20:23", "--spacing", "1,2,3"}).status,
+              0);
+    EXPECT_EQ(InfoOf(output)["attributes"]["origin"], json({{"x", 0.0}, {"y", 20.0}, {"z", 60.0}}));
+    for (const char* const region :
+         {"0:9,10-19,20:23", "0,1,2", "1:2:3,0:1,0:1", ":5,0:1,0:1", "0:1.5,0:1,0:1"})
+        ExpectOneLine(Quillon({"convert", input, output, std::string("--region=") + region}), STATUS_USAGE,
+                      "quillon: --region ");
+    ExpectOneLine(Quillon({"convert", input, output, "--region", "0:9,10-19,20:23"}), STATUS_USAGE,
+                  "quillon: --region 0:9,10-19,20:23: '10-19' is not of the form FIRST:LAST, as in 0:99\n");
+    ExpectOneLine(Quillon({"convert", input, output, "--region", "0:9,10:48,20:23"}), STATUS_USAGE,
+                  "quillon: cannot read '" + input +
+                      "': --region: 10:48 is not a range of its indices along y, 0 to 47\n");
 }
 
 TEST(ConvertCommand, ReplacesItsOwnInputOnlyWhenTold) {
@@ -162,7 +270,19 @@ TEST(ConvertCommand, SaysInOneLineWhatIsWrong) {
     ExpectOneLine(Quillon({"convert", input, output, "--as", "grey8"}), STATUS_FILE,
                   "does not fit IMAGE_GREY_8");
     ExpectOneLine(Quillon({"convert", input, output, "--as", "gray8"}), STATUS_USAGE, "gray8");
-    ExpectOneLine(Quillon({"convert", input, output, "--spacing", "1,0,1"}), STATUS_USAGE, "1,0,1");
+    ExpectOneLine(Quillon({"convert", input, output, "--spacing", "1,0,1"}), STATUS_USAGE,
+                  "quillon: --spacing 1,0,1: '0' is not a positive number\n");
+    ExpectOneLine(
+        Quillon({"convert", input, output, "--spacing", "1"}), STATUS_USAGE,
+        "quillon: --spacing 1: give one number for each axis, X,Y for a plane and X,Y,Z for a volume\n");
+    ExpectOneLine(Quillon({"convert", input, output, "--spacing", "0.5,0.7"}), STATUS_USAGE,
+                  "quillon: --spacing 0.5,0.7: '" + input +
+                      "' is a volume; give three numbers, as in --spacing 0.5,0.7,0.7\n");
+    ExpectOneLine(Quillon({"convert", DataFile("page.png"), output, "--spacing", "1,2,3"}), STATUS_USAGE,
+                  "quillon: --spacing 1,2,3: '" + DataFile("page.png") +
+                      "' is a plane; give two numbers, as in --spacing 1,2\n");
+    ExpectOneLine(Quillon({"convert", input, output, "--unit", "px"}), STATUS_USAGE,
+                  "--unit: px not in {m,mm,um,nm}");
     ExpectOneLine(Quillon({"convert", input, folder / "a.jpg"}), STATUS_USAGE, "its name must end in");
     ExpectOneLine(Quillon({"convert", input, folder / "a.png"}), STATUS_FILE, "PNG holds planes");
     ExpectOneLine(Quillon({"convert", input, folder / "none/a.nrrd"}), STATUS_FILE, "there is no folder");
@@ -186,7 +306,7 @@ TEST(PreviewCommand, MakesColoursOfLabels) {
     const CTestFolder folder;
     const std::string input = DataFile("nuclei_platynereis_labels_u16.nrrd");
     ASSERT_EQ(Quillon({"preview", input, "-o", folder / "a.png", "--labels", "--mip"}).status, 0);
-    ExpectUnreadable(folder / "a.png", "it holds colours");
+    ExpectUnreadable(folder / "a.png", "it has 3 channels; choose one with --channel N, N from 0 to 2");
 }
 
 TEST(PreviewCommand, SaysInOneLineWhatIsWrong) {

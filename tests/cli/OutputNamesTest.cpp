@@ -50,10 +50,9 @@ TEST_F(OutputNames, WorkUpToTheLongestNameOfTheFileSystem) {
 TEST_F(OutputNames, ThatAreTooLongAreRefusedBeforeTheRun) {
     const std::string stem(252, 'a');
     for (const std::string ending : {".nrrd", ".tif", ".mhd"})
-        ExpectRefusedBeforeTheRun({"-o", folder / (stem + ending)},
-                                  "the file system takes no name as long as");
-    ExpectRefusedBeforeTheRun({"--report", folder / (stem + ".json")}, "takes no name as long as");
-    ExpectRefusedBeforeTheRun({"--pack-log", folder / (stem + ".txt")}, "takes no name as long as");
+        ExpectRefusedBeforeTheRun({"-o", folder / (stem + ending)}, "is too long for the file system");
+    ExpectRefusedBeforeTheRun({"--report", folder / (stem + ".json")}, "is too long for the file system");
+    ExpectRefusedBeforeTheRun({"--pack-log", folder / (stem + ".txt")}, "is too long for the file system");
 }
 
 TEST_F(OutputNames, ThatWouldReplaceAForeignFileAreRefusedBeforeTheRun) {
@@ -82,14 +81,14 @@ TEST_F(OutputNames, InADeletedFolderAreRefusedBeforeTheRun) {
     const std::string deleted = "mkdir -p '" + (folder / "gone") + "'; cd '" + (folder / "gone") +
                                 "'; rmdir '" + (folder / "gone") + "'; exec \"$@\"";
     for (const char* const option : {"-o", "--report", "--pack-log", "--file"})
-        ExpectRefusedBeforeTheRun({option, "x.nrrd"}, "cannot write 'x.nrrd': the working folder is gone",
-                                  deleted);
+        ExpectRefusedBeforeTheRun({option, "x.nrrd"},
+                                  "cannot write 'x.nrrd': the current folder no longer exists", deleted);
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{"convert", image, "x.nrrd"},
                                                       {"preview", image, "-o", "x.png"},
                                                       {"plot", image, "Sizes", "-o", "x.svg"}}) {
         const test::StEnd end = test::QuillonInShell(deleted, arguments);
         EXPECT_EQ(end.status, 4);
-        ExpectOneErrorLine(end, "the working folder is gone");
+        ExpectOneErrorLine(end, "the current folder no longer exists");
     }
     const test::StEnd pack = test::QuillonInShell(deleted, {"list", "--pack", "x.so"});
     EXPECT_EQ(pack.status, 4);

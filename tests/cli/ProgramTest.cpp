@@ -23,6 +23,13 @@ TEST(Program, ShowsItsHelpWithoutArguments) {
     EXPECT_EQ(test::Quillon({"--help"}).out, end.out);
 }
 
+TEST(Program, StartsWithoutTheLibrariesOfDicomAndTheSecondPack) {
+    const test::StEnd end = test::Quillon({"--version"}, {"LD_TRACE_LOADED_OBJECTS=1"});
+    ASSERT_TRUE(Contains(end.out, "libQuillonEngine")) << end.out;
+    EXPECT_FALSE(Contains(end.out, "gdcm")) << end.out;
+    EXPECT_FALSE(Contains(end.out, "ITK")) << end.out;
+}
+
 TEST(Program, ShowsTheHelpOfEveryCommand) {
     for (const char* command : {"list", "describe", "run", "info", "convert", "preview", "table", "plot"}) {
         const test::StEnd end = test::Quillon({command, "--help"});

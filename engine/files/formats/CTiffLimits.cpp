@@ -85,10 +85,10 @@ std::int64_t CTiffLimits::CoveredBytes() {
 void CTiffLimits::RequirePixelData() {
     if (m_neededBytes > CoveredBytes())
         throw CFileReason("its header announces " + std::to_string(m_pixelBytes) +
-                          " bytes of pixels, and its strips lie over each other");
+                          " bytes of pixels, but its strips overlap");
     // Bytes shared by several strips are read once for each of them.
     if (m_stripBytes > m_fileSize + m_pixelBytes)
-        throw CFileReason("it is damaged: its strips lie over each other");
+        throw CFileReason("it is damaged: its strips overlap");
 }
 
 } // namespace engine

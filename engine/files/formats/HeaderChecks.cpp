@@ -11,6 +11,9 @@ namespace engine {
 
 namespace {
 
+constexpr std::int64_t c_maxByteCount = std::int64_t{1} << 62;
+const char* const c_tooManyPixels = "its header announces more pixels than any machine holds";
+
 std::string Bytes(std::int64_t count) { return std::to_string(count) + (count == 1 ? " byte" : " bytes"); }
 
 } // namespace
@@ -51,18 +54,32 @@ ORVEN::CSize CheckedSize(std::vector<std::int64_t> extents, std::int64_t bytesPe
     for (const std::int64_t extent : extents) {
         if (extent < 1)
             throw CFileReason("its header announces the extent " + std::to_string(extent));
-        if (__builtin_mul_overflow(byteCount, extent, &byteCount) || byteCount > std::int64_t{1} << 62)
-            throw CFileReason("its header announces more pixels than any machine holds");
+        if (__builtin_mul_overflow(byteCount, extent, &byteCount) || byteCount > c_maxByteCount)
+            throw CFileReason(c_tooManyPixels);
     }
     if (extents.size() == 3)
         return {extents[0], extents[1], extents[2]};
     return {extents[0], extents.size() > 1 ? extents[1] : 1};
 }
 
+void ArrangeImages(StImageHeader& header, bool isTimeFirst) {
+    StSeries& series = header.series;
+    std::int64_t byteCount = header.ByteCount();
+    for (const std::int64_t count : {series.channels, series.times}) {
+        if (count < 1)
+            throw CFileReason("its header announces the extent " + std::to_string(count));
+        if (__builtin_mul_overflow(byteCount, count, &byteCount) || byteCount > c_maxByteCount)
+            throw CFileReason(c_tooManyPixels);
+    }
+    const std::int64_t planes = header.size.Dim() > 2 ? header.size.z : 1;
+    series.timeDistance = planes * (isTimeFirst ? 1 : series.channels);
+    series.channelDistance = planes * (isTimeFirst ? series.times : 1);
+}
+
 std::int64_t CheckedSkip(std::int64_t skip) {
     constexpr std::int64_t maxSkip = std::int64_t{1} << 28;
     if (skip > maxSkip)
-        throw CFileReason("its pixels begin " + Bytes(skip) + " behind its header");
+        throw CFileReason("its header announces " + Bytes(skip) + " before the pixels");
     return skip;
 }
 
@@ -70,21 +87,21 @@ void RequireData(std::int64_t announced, std::int64_t stored, std::int64_t ratio
     stored = std::max<std::int64_t>(stored, 0);
     const std::int64_t needed = announced / ratio + (announced % ratio != 0 ? 1 : 0);
     if (needed > stored) {
-        throw CFileReason("its header announces " + Bytes(announced) + " of pixels, but only " +
-                          Bytes(stored) + " of data are there");
+        throw CFileReason("its header announces " + Bytes(announced) + " of pixels, but the file has only " +
+                          Bytes(stored) + " of data");
     }
 }
 
 void ThrowSurplus(std::int64_t announced, std::int64_t stored) {
-    throw CFileReason("its header announces " + Bytes(announced) + " of pixels, but " + Bytes(stored) +
-                      " of data are there");
+    throw CFileReason("its header announces " + Bytes(announced) + " of pixels, but the file has " +
+                      Bytes(stored) + " of data");
 }
 
 void RequireMemory(std::int64_t byteCount) {
     const auto available = AvailableMemory();
     if (available && byteCount > *available) {
-        throw CFileReason("it needs " + Bytes(byteCount) + " of memory, and only " + Bytes(*available) +
-                              " are free",
+        throw CFileReason("it needs " + Bytes(byteCount) + " of memory, but only " + Bytes(*available) +
+                              " are available",
                           EnFault::MACHINE);
     }
 }

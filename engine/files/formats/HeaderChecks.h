@@ -26,6 +26,11 @@ std::int64_t FileSize(const std::string& path);
 /// dimensions, and images of more than 2^62 bytes at `bytesPerPixel`.
 ORVEN::CSize CheckedSize(std::vector<std::int64_t> extents, std::int64_t bytesPerPixel);
 
+/// Sets the distances of the channels and time points in `header.series` for a file that holds one image
+/// after the other: all time points of a channel, or all channels of a time point. Raises `CFileReason` for
+/// a number below 1 and for more than 2^62 bytes in all.
+void ArrangeImages(StImageHeader& header, bool isTimeFirst);
+
 /// Returns `skip`, the number of bytes before the pixels, if it is small enough for a header of any kind:
 /// skipped bytes in packed data must be unpacked. Raises `CFileReason` for more than 256 MiB.
 std::int64_t CheckedSkip(std::int64_t skip);

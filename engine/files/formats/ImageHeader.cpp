@@ -1,6 +1,7 @@
 #include "engine/files/formats/ImageHeader.h"
 
 #include "engine/files/FileErrors.h"
+#include "engine/files/formats/DicomFolder.h"
 #include "engine/files/formats/HeaderChecks.h"
 #include "engine/files/formats/MetaFile.h"
 #include "engine/files/formats/NiftiFile.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
 namespace engine {
 
@@ -39,6 +41,9 @@ bool IsTiff(std::string_view bytes) {
 } // namespace
 
 StImageHeader ReadImageHeader(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        return ReadDicomHeader(path);
     if (FileSize(path) == 0)
         throw CFileReason("it is empty");
     const std::string beginning = Beginning(path);
@@ -52,7 +57,10 @@ StImageHeader ReadImageHeader(const std::string& path) {
         return ReadTiffHeader(path);
     if (IsMetaHeader(beginning))
         return ReadMetaHeader(path);
-    throw CFileReason("it is no NRRD, MetaImage, NIfTI, TIFF or PNG file");
+    constexpr std::size_t preamble = 128;
+    if (beginning.size() > preamble && std::string_view(beginning).substr(preamble).starts_with("DICM"))
+        throw CFileReason("it is a DICOM file; give the folder with its series");
+    throw CFileReason("it is not a NRRD, MetaImage, NIfTI, TIFF or PNG file");
 }
 
 } // namespace engine

@@ -4,6 +4,7 @@
 #include "engine/files/FileErrors.h"
 #include "engine/files/formats/CHeaderLines.h"
 #include "engine/files/formats/HeaderChecks.h"
+#include "engine/files/formats/HeaderGeometry.h"
 
 #include <algorithm>
 #include <bit>
@@ -28,7 +29,7 @@ StMetaText ReadText(const std::string& path) {
     std::string line;
     while (text.fields.count("ElementDataFile") == 0) {
         if (!lines.Next(line))
-            throw CFileReason("its header is damaged: it does not come to 'ElementDataFile'");
+            throw CFileReason("its header is damaged: it has no field 'ElementDataFile'");
         const auto sign = line.find('=');
         if (sign == std::string::npos && !Trimmed(line).empty())
             throw CFileReason("its header is damaged");
@@ -127,18 +128,77 @@ StPixelData DataOf(const std::string& path, const StMetaText& text, std::int64_t
     return data;
 }
 
+using Vector = ORVEN::StImageGeometry::Vector;
+
+/// The numbers of the first of several alternative fields that the header has; nothing if it has none.
+/// Raises unless there are `count`.
+std::optional<std::vector<double>> FirstOf(const StMetaText& text, std::initializer_list<const char*> names,
+                                           std::size_t count, const char* other) {
+    for (const char* const name : names) {
+        auto numbers = Numbers<double>(text, name);
+        if (numbers.empty())
+            continue;
+        if (numbers.size() != count)
+            throw CFileReason(std::string("its header is damaged: '") + name + "' does not fit '" + other +
+                              "'");
+        return numbers;
+    }
+    return std::nullopt;
+}
+
+void ReadGeometry(const StMetaText& text, std::size_t dimension, StImageHeader& header) {
+    ORVEN::StImageGeometry& geometry = header.geometry;
+    const auto spacing = FirstOf(text, {"ElementSpacing", "ElementSize"}, dimension, "NDims");
+    // Each group of numbers is the direction of an axis. A fourth axis is the time.
+    const std::size_t axes = std::min<std::size_t>(dimension, 3);
+    if (const auto matrix =
+            FirstOf(text, {"TransformMatrix", "Rotation", "Orientation"}, dimension * dimension, "NDims")) {
+        std::vector<Vector> steps(axes, Vector{});
+        for (std::size_t axis = 0; axis < axes; ++axis)
+            std::copy_n(matrix->begin() + static_cast<std::ptrdiff_t>(axis * dimension), axes,
+                        steps[axis].begin());
+        header.hasPlace = SetSteps(geometry, steps);
+    }
+    geometry.spacing = spacing ? CheckedSpacing(*spacing) : std::nullopt;
+    if (const auto offset = FirstOf(text, {"Offset", "Position", "Origin"}, dimension, "NDims")) {
+        Vector origin{};
+        std::copy_n(offset->begin(), axes, origin.begin());
+        if (IsFinite(origin)) {
+            geometry.origin = origin;
+            header.hasPlace = true;
+        }
+    }
+    if (const auto unit = KnownLengthUnit(Field(text, "DistanceUnits")))
+        ConvertUnit(geometry, *unit);
+}
+
+void AppendNumbers(std::string& text, const char* name, std::span<const Vector> vectors, std::size_t count) {
+    text.append(name).append(" =");
+    for (const Vector& vector : vectors) {
+        for (std::size_t i = 0; i < count; ++i)
+            text.append(" ").append(ShortestText(vector[i]));
+    }
+    text.append("\n");
+}
+
+void AppendGeometry(std::string& text, const ORVEN::StImageGeometry& geometry, std::size_t axes) {
+    if (geometry.HasPlace() && CanHoldPlace(geometry, axes)) {
+        AppendNumbers(text, "TransformMatrix", std::span(geometry.directions).first(axes), axes);
+        AppendNumbers(text, "Offset", std::span(&geometry.origin, 1), axes);
+    }
+    if (geometry.spacing)
+        AppendNumbers(text, "ElementSpacing", std::span(&*geometry.spacing, 1), axes);
+    if (geometry.unit == "mm" || geometry.unit == "um") // the format knows no others
+        text.append("DistanceUnits = ").append(geometry.unit).append("\n");
+}
+
 std::string HeaderText(const StImageHeader& header, const std::string& dataFile) {
     const auto axes = static_cast<std::size_t>(header.size.Dim());
     std::string text = "ObjectType = Image\nNDims = " + std::to_string(axes) + "\nBinaryData = True\n";
     text.append("BinaryDataByteOrderMSB = ")
         .append(std::endian::native == std::endian::big ? "True" : "False");
     text.append("\nCompressedData = False\n");
-    if (header.spacing) {
-        text.append("ElementSpacing =");
-        for (std::size_t axis = 0; axis < axes; ++axis)
-            text.append(" ").append(ShortestText((*header.spacing)[axis]));
-        text.append("\n");
-    }
+    AppendGeometry(text, header.geometry, axes);
     text.append("DimSize =");
     for (std::size_t axis = 0; axis < axes; ++axis)
         text.append(" ").append(std::to_string(header.size[static_cast<std::int64_t>(axis)]));
@@ -158,7 +218,7 @@ bool IsMetaHeader(std::string_view beginning) {
 StImageHeader ReadMetaHeader(const std::string& path) {
     const StMetaText text = ReadText(path);
     if (!Field(text, "ObjectType").empty() && Field(text, "ObjectType") != "Image")
-        throw CFileReason("it holds no image, but an object of type '" + Field(text, "ObjectType") + "'");
+        throw CFileReason("it holds an object of type '" + Field(text, "ObjectType") + "', not an image");
     StImageHeader header;
     header.format = FORMAT_META;
     header.sample = SampleOf(Field(text, "ElementType"));
@@ -172,14 +232,14 @@ StImageHeader ReadMetaHeader(const std::string& path) {
         throw CFileReason("its header announces " + std::to_string(header.samplesPerPixel) +
                           " samples a pixel");
 
-    const std::string spacingName = Field(text, "ElementSpacing").empty() ? "ElementSize" : "ElementSpacing";
-    const auto spacing = Numbers<double>(text, spacingName);
-    if (spacing.size() == *dimension)
-        header.spacing = CheckedSpacing(spacing);
-    else if (!spacing.empty())
-        throw CFileReason("its header is damaged: '" + spacingName + "' does not fit 'NDims'");
+    ReadGeometry(text, *dimension, header);
+    if (extents.size() == 4) {
+        header.series.times = extents.back();
+        extents.pop_back();
+    }
     header.size = CheckedSize(std::move(extents), header.samplesPerPixel * SampleSize(header.sample));
-    header.data = DataOf(path, text, header.ByteCount());
+    ArrangeImages(header, true);
+    header.data = DataOf(path, text, header.TotalByteCount());
     return header;
 }
 

@@ -16,8 +16,10 @@ bool IsMetaHeader(std::string_view beginning);
 /// Reads and checks the header. The pixels are in the file itself or in one other file, whose path in the
 /// header is relative to the header. Lists and patterns of files, and pixels written as text, are refused.
 ///
-/// Spacing comes from "ElementSpacing", or else from "ElementSize". Raises `CFileReason` if header and data
-/// do not match.
+/// Spacing comes from "ElementSpacing", or else from "ElementSize", the place from "Offset" and
+/// "TransformMatrix" or their synonyms, and the unit from "DistanceUnits". "AnatomicalOrientation" is not
+/// read: common writers state one for images of any kind. A fourth axis is the time. Raises `CFileReason` if
+/// header and data do not match.
 StImageHeader ReadMetaHeader(const std::string& path);
 
 /// The pixel data file named by the header at the path; nothing if there is no such header, or if the pixels

@@ -18,12 +18,15 @@ bool IsNiftiHeader(std::string_view beginning);
 /// Reads and checks the header, in either byte order. Pairs of .hdr and .img, colours and complex pixels are
 /// refused. "scl_slope" and "scl_inter" become the header's scale.
 ///
-/// Spacing comes from "pixdim" if none of its values is 0. Raises `CFileReason` if header and data do not
+/// Spacing comes from "pixdim" if none of its values is 0, the unit from "xyzt_units", and the place from the
+/// matrix of the header ("sform"), or else from its quaternion ("qform"). The fourth axis is the time, the
+/// fifth holds the channels. Raises `CFileReason` if header and data do not
 /// match.
 StImageHeader ReadNiftiHeader(const std::string& path);
 
 /// Writes header and samples; gzip compresses both, as the format requires. Extents must be below 2^15. An
-/// unknown spacing is written as 1, because some readers fail on 0. Makes no copy of the samples.
+/// unknown spacing is written as 1, because some readers fail on 0. The space of this format always points to
+/// the right, the front and the head; readers turn it back. Makes no copy of the samples.
 void WriteNifti(const std::string& path, const StImageHeader& header, std::string_view samples,
                 EnPacking packing);
 

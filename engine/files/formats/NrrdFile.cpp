@@ -5,6 +5,7 @@
 #include "engine/files/TextFile.h"
 #include "engine/files/formats/CHeaderLines.h"
 #include "engine/files/formats/HeaderChecks.h"
+#include "engine/files/formats/HeaderGeometry.h"
 
 #include <algorithm>
 #include <bit>
@@ -115,60 +116,146 @@ EnSampleType SampleOf(const std::string& name) {
     throw CFileReason("pixels of type '" + name + "' cannot be read");
 }
 
-/// Whether the samples along an axis of that kind belong to one pixel.
-bool IsSampleAxis(std::string_view kind) {
-    return kind != "domain" && kind != "space" && kind != "time" && kind != "none" && kind != "???";
+/// What the numbers along an axis of the file are.
+enum EnAxis { AXIS_SPACE, AXIS_TIME, AXIS_SAMPLES };
+
+EnAxis AxisOfKind(std::string_view kind) {
+    if (kind == "time")
+        return AXIS_TIME;
+    return kind == "domain" || kind == "space" || kind == "none" || kind == "???" ? AXIS_SPACE : AXIS_SAMPLES;
 }
 
-/// The number of axes, 0 or 1, that hold the samples of a pixel.
-std::size_t SampleAxes(const StNrrdText& text, std::size_t dimension) {
-    const std::string* field = Find(text.fields, "kinds");
-    if (field == nullptr)
-        return 0;
-    const auto kinds = Words(*field);
-    if (kinds.size() != dimension)
-        throw CFileReason("its header is damaged: 'kinds' does not fit 'dimension'");
-    for (std::size_t axis = 1; axis < kinds.size(); ++axis) {
-        if (IsSampleAxis(kinds[axis]))
-            throw CFileReason("axis " + std::to_string(axis) + " is of kind '" + std::string(kinds[axis]) +
-                              "'; only the first axis can hold the samples of a pixel");
+/// The kinds of all axes. Without a statement in the file, the first three belong to the space, and a fourth
+/// one is the time.
+std::vector<EnAxis> AxesOf(const StNrrdText& text, std::size_t dimension) {
+    std::vector<EnAxis> axes(dimension, AXIS_SPACE);
+    if (const std::string* field = Find(text.fields, "kinds")) {
+        const auto kinds = Words(*field);
+        if (kinds.size() != dimension)
+            throw CFileReason("its header is damaged: 'kinds' does not fit 'dimension'");
+        for (std::size_t axis = 0; axis < dimension; ++axis) {
+            axes[axis] = AxisOfKind(kinds[axis]);
+            if (axes[axis] == AXIS_SAMPLES && axis > 0 && axis + 1 < dimension)
+                throw CFileReason("axis " + std::to_string(axis) + " is of kind '" +
+                                  std::string(kinds[axis]) +
+                                  "'; only the first or the last axis can hold the samples of a pixel");
+            if (axes[axis] == AXIS_TIME && axis + 2 < dimension)
+                throw CFileReason("axis " + std::to_string(axis) +
+                                  " is of kind 'time'; only the last two axes can be the time");
+        }
     }
-    return IsSampleAxis(kinds[0]) ? 1 : 0;
+    const auto spaceAxes = std::count(axes.begin(), axes.end(), AXIS_SPACE);
+    if (spaceAxes == 4 && axes.back() == AXIS_SPACE)
+        axes.back() = AXIS_TIME;
+    return axes;
 }
 
-/// The length of each vector "(x,y,z)"; NaN for "none".
-std::vector<double> LengthsOfVectors(std::string_view text) {
-    std::vector<double> lengths;
+/// The numbers at the axes of the space.
+template <class Number>
+std::vector<Number> InSpace(const std::vector<EnAxis>& axes, const std::vector<Number>& numbers) {
+    std::vector<Number> result;
+    for (std::size_t axis = 0; axis < std::min(axes.size(), numbers.size()); ++axis) {
+        if (axes[axis] == AXIS_SPACE)
+            result.push_back(numbers[axis]);
+    }
+    return result;
+}
+
+using Vector = ORVEN::StImageGeometry::Vector;
+
+/// The vectors of a field, "(x,y,z) (x,y,z)"; NaN for "none" and for one that cannot be read.
+std::vector<Vector> VectorsOf(std::string_view text) {
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    std::vector<Vector> vectors;
     for (text = Trimmed(text); !text.empty(); text = Trimmed(text)) {
-        double sum = std::numeric_limits<double>::quiet_NaN();
+        Vector vector{nan, nan, nan};
         auto end = text.find_first_of(" \t");
         if (text.front() == '(') {
             end = text.find(')');
             std::string inner(text.substr(1, end == std::string_view::npos ? end : end - 1));
             std::replace(inner.begin(), inner.end(), ',', ' ');
             end = end == std::string_view::npos ? end : end + 1;
-            if (const auto numbers = NumbersOf<double>(inner)) {
-                sum = 0;
-                for (const double number : *numbers)
-                    sum = std::hypot(sum, number);
+            const auto numbers = NumbersOf<double>(inner);
+            if (numbers && !numbers->empty() &&
+                numbers->size() <= 4) { // a space can have the time as an axis
+                vector = {};
+                std::copy_n(numbers->begin(), std::min<std::size_t>(numbers->size(), 3), vector.begin());
             }
         }
-        lengths.push_back(sum);
+        vectors.push_back(vector);
         text.remove_prefix(std::min(end, text.size()));
     }
-    return lengths;
+    return vectors;
 }
 
-std::optional<std::array<double, 3>> SpacingOf(const StNrrdText& text, std::size_t sampleAxes,
-                                               std::size_t dimension) {
-    std::vector<double> numbers;
-    if (const std::string* field = Find(text.fields, "spacings"))
-        numbers = NumbersOf<double>(*field).value_or(std::vector<double>());
-    else if (const std::string* directions = Find(text.fields, "spacedirections"))
-        numbers = LengthsOfVectors(*directions);
-    if (numbers.size() != dimension)
+/// The axes of the space to reverse, for axes that point to the left, the back and the head; nothing if the
+/// file does not define them relative to a patient.
+std::optional<std::array<bool, 3>> ReversedAxes(const StNrrdText& text) {
+    const std::string* const field = Find(text.fields, "space");
+    std::string space = field != nullptr ? PlainName(*field) : "";
+    for (const std::string_view ending : {"-time", "t"}) { // LPST
+        if (space.size() > 3 && space.ends_with(ending))
+            space.resize(space.size() - ending.size());
+    }
+    if (space == "left-posterior-superior" || space == "lps")
+        return std::array{false, false, false};
+    if (space == "right-anterior-superior" || space == "ras")
+        return std::array{true, true, false};
+    if (space == "left-anterior-superior" || space == "las")
+        return std::array{false, true, false};
+    return std::nullopt;
+}
+
+/// The unit of the first axis in a list of quoted words, if it is one of length: "mm" "mm" "s".
+std::optional<StLengthUnit> UnitOf(const StNrrdText& text, const std::string& name) {
+    const std::string* const field = Find(text.fields, name);
+    if (field == nullptr)
         return std::nullopt;
-    return CheckedSpacing(std::span(numbers).subspan(sampleAxes));
+    for (auto first = field->find('"'); first != std::string::npos;) {
+        const auto last = field->find('"', first + 1);
+        if (last == std::string::npos)
+            break;
+        if (const auto unit = KnownLengthUnit(std::string_view(*field).substr(first + 1, last - first - 1)))
+            return unit;
+        first = field->find('"', last + 1);
+    }
+    return std::nullopt;
+}
+
+/// Sets origin and directions from the fields of the space.
+void ReadSpace(const StNrrdText& text, const std::vector<EnAxis>& axes, StImageHeader& header) {
+    const std::string* const directions = Find(text.fields, "spacedirections");
+    if (directions == nullptr)
+        return;
+    const std::vector<Vector> vectors = VectorsOf(*directions);
+    const auto steps = InSpace(axes, vectors);
+    if (vectors.size() != axes.size() || steps.empty() || steps.size() > 3 ||
+        !std::all_of(steps.begin(), steps.end(), IsFinite) || !SetSteps(header.geometry, steps))
+        return;
+    header.hasPlace = true;
+    if (const std::string* const field = Find(text.fields, "spaceorigin")) {
+        const auto origin = VectorsOf(*field);
+        if (origin.size() == 1 && IsFinite(origin.front()))
+            header.geometry.origin = origin.front();
+    }
+    if (const auto reversed = ReversedAxes(text)) {
+        header.geometry.isAnatomical = true;
+        ReverseSpace(header.geometry, *reversed);
+    }
+}
+
+void ReadGeometry(const StNrrdText& text, const std::vector<EnAxis>& axes, StImageHeader& header) {
+    std::optional<StLengthUnit> unit = UnitOf(text, "units");
+    ReadSpace(text, axes, header);
+    if (header.hasPlace)
+        unit = UnitOf(text, "spaceunits");
+    if (const std::string* field = Find(text.fields, "spacings")) {
+        const auto numbers = NumbersOf<double>(*field).value_or(std::vector<double>());
+        if (numbers.size() == axes.size())
+            header.geometry.spacing = CheckedSpacing(InSpace(axes, numbers));
+    }
+    if (unit)
+        ConvertUnit(header.geometry, *unit);
 }
 
 std::int64_t ByteSkip(const StNrrdText& text) {
@@ -233,6 +320,49 @@ std::string Escaped(std::string_view text) {
     return result;
 }
 
+std::string VectorText(const Vector& vector, std::size_t dimension) {
+    std::string text = "(";
+    for (std::size_t i = 0; i < dimension; ++i)
+        text.append(i > 0 ? "," : "").append(ShortestText(vector[i]));
+    return text + ")";
+}
+
+/// "NAME: "UNIT" "UNIT"", once for each of the axes.
+void AppendUnits(std::string& text, const char* name, const std::string& unit, std::size_t axes) {
+    if (unit.empty())
+        return;
+    text.append("\n").append(name).append(":");
+    for (std::size_t axis = 0; axis < axes; ++axis)
+        text.append(" \"").append(unit).append("\"");
+}
+
+void AppendSpacing(std::string& text, const ORVEN::StImageGeometry& geometry, std::size_t axes) {
+    if (!geometry.spacing)
+        return;
+    text.append("\nspacings:");
+    for (std::size_t axis = 0; axis < axes; ++axis)
+        text.append(" ").append(ShortestText((*geometry.spacing)[axis]));
+    AppendUnits(text, "units", geometry.unit, axes);
+}
+
+/// A plane is described in the plane's own space: readers refuse others. The attributes hold the whole.
+void AppendGeometry(std::string& text, const ORVEN::StImageGeometry& geometry, std::size_t axes) {
+    if (!geometry.HasPlace() || !CanHoldPlace(geometry, axes)) {
+        AppendSpacing(text, geometry, axes);
+        return;
+    }
+    if (geometry.isAnatomical && axes == 3)
+        text.append("\nspace: left-posterior-superior");
+    else
+        text.append("\nspace dimension: ").append(std::to_string(axes));
+    const auto steps = StepsOf(geometry);
+    text.append("\nspace directions:");
+    for (std::size_t axis = 0; axis < axes; ++axis)
+        text.append(" ").append(VectorText(steps[axis], axes));
+    AppendUnits(text, "space units", geometry.unit, axes);
+    text.append("\nspace origin: ").append(VectorText(geometry.origin, axes));
+}
+
 std::string HeaderText(const StImageHeader& header, EnPacking packing) {
     const auto axes = static_cast<std::size_t>(header.size.Dim());
     std::string text = "NRRD0004\ntype: ";
@@ -242,11 +372,7 @@ std::string HeaderText(const StImageHeader& header, EnPacking packing) {
         .append("\nsizes:");
     for (std::size_t axis = 0; axis < axes; ++axis)
         text.append(" ").append(std::to_string(header.size[static_cast<std::int64_t>(axis)]));
-    if (header.spacing) {
-        text.append("\nspacings:");
-        for (std::size_t axis = 0; axis < axes; ++axis)
-            text.append(" ").append(ShortestText((*header.spacing)[axis]));
-    }
+    AppendGeometry(text, header.geometry, axes);
     text.append("\nendian: ").append(std::endian::native == std::endian::little ? "little" : "big");
     text.append("\nencoding: ").append(packing == PACKING_GZIP ? "gzip" : "raw").append("\n");
     if (header.typeName)
@@ -254,6 +380,24 @@ std::string HeaderText(const StImageHeader& header, EnPacking packing) {
     if (header.attributes)
         text.append(c_attributesKey).append(":=").append(Escaped(*header.attributes)).append("\n");
     return text.append("\n");
+}
+
+/// Sets how many channels and time points the file holds.
+void ReadSeries(const std::vector<EnAxis>& axes, const std::vector<std::int64_t>& extents,
+                StImageHeader& header) {
+    constexpr std::int64_t maxSamples = 65535;
+    for (std::size_t axis = 0; axis < axes.size(); ++axis) {
+        if (axes[axis] == AXIS_SPACE)
+            continue;
+        if (axes[axis] == AXIS_SAMPLES && (extents[axis] < 1 || extents[axis] > maxSamples))
+            throw CFileReason("its header announces " + std::to_string(extents[axis]) + " samples a pixel");
+        if (axes[axis] == AXIS_TIME)
+            header.series.times = extents[axis];
+        else if (axis == 0)
+            header.samplesPerPixel = static_cast<int>(extents[axis]);
+        else
+            header.series.channels = extents[axis];
+    }
 }
 
 } // namespace
@@ -268,17 +412,13 @@ StImageHeader ReadNrrdHeader(const std::string& path) {
     if (!extents || !dimension || extents->size() != *dimension || extents->empty())
         throw CFileReason("its header is damaged: 'sizes' does not fit 'dimension'");
 
-    const std::size_t sampleAxes = SampleAxes(text, *dimension);
-    if (sampleAxes == 1) {
-        if (extents->front() < 1 || extents->front() > 65535)
-            throw CFileReason("its header announces " + std::to_string(extents->front()) +
-                              " samples a pixel");
-        header.samplesPerPixel = static_cast<int>(extents->front());
-        extents->erase(extents->begin());
-    }
-    header.spacing = SpacingOf(text, sampleAxes, *dimension);
-    header.size = CheckedSize(std::move(*extents), header.samplesPerPixel * SampleSize(header.sample));
-    header.data = DataOf(path, text, header.ByteCount());
+    const std::vector<EnAxis> axes = AxesOf(text, *dimension);
+    ReadSeries(axes, *extents, header);
+    ReadGeometry(text, axes, header);
+    header.size = CheckedSize(InSpace(axes, *extents), header.samplesPerPixel * SampleSize(header.sample));
+    const bool isTimeFirst = axes.size() > 1 && axes[axes.size() - 2] == AXIS_TIME;
+    ArrangeImages(header, isTimeFirst);
+    header.data = DataOf(path, text, header.TotalByteCount());
     if (const std::string* typeName = Find(text.keyValues, c_typeKey))
         header.typeName = *typeName;
     if (const std::string* attributes = Find(text.keyValues, c_attributesKey))

@@ -13,9 +13,10 @@ namespace engine {
 /// whose path in the header is relative to the header. Several data files, and pixels written as text, are
 /// refused.
 ///
-/// Spacing comes from "spacings", or from the lengths of the "space directions", if every axis has one. An
-/// axis of a colour or vector kind holds the samples of a pixel and must be the first. Raises `CFileReason`
-/// if header and data do not match.
+/// Spacing comes from "spacings", or from the lengths of the "space directions", if every axis has one; place
+/// and unit come from the fields of the space. An axis of a colour or vector kind holds the channels and must
+/// be the first or the last; one of the kind "time", and a fourth one without a kind, holds the time points.
+/// Raises `CFileReason` if header and data do not match.
 StImageHeader ReadNrrdHeader(const std::string& path);
 
 /// Writes header and samples, with the header's type name and attributes as key/value fields. Makes no copy

@@ -85,12 +85,17 @@ private:
     bool m_isAtEnd = false;
 };
 
-void ReadPacked(std::ifstream& file, std::int64_t skip, std::span<unsigned char> bytes) {
+void Drop(CUnpacker& unpacker, std::int64_t count) {
+    std::array<unsigned char, 65536> dropped{};
+    for (; count > 0; count -= std::min<std::int64_t>(count, dropped.size()))
+        unpacker.Read(std::span(dropped).first(std::min(static_cast<std::size_t>(count), dropped.size())));
+}
+
+void ReadPacked(std::ifstream& file, const StPixelData& data, std::span<unsigned char> bytes) {
     CUnpacker unpacker(file);
-    std::array<unsigned char, 4096> dropped{};
-    for (; skip > 0; skip -= std::min<std::int64_t>(skip, dropped.size()))
-        unpacker.Read(std::span(dropped).first(std::min(static_cast<std::size_t>(skip), dropped.size())));
+    Drop(unpacker, data.skip);
     unpacker.Read(bytes);
+    Drop(unpacker, data.rest);
     unpacker.ReadEnd();
 }
 
@@ -119,11 +124,29 @@ void ReadPixelData(const StImageHeader& header, void* samples) {
     if (!file.seekg(data.offset))
         throw CFileReason("its pixels cannot be reached");
     if (data.isPacked)
-        ReadPacked(file, data.skip, bytes);
+        ReadPacked(file, data, bytes);
     else if (!file.read(reinterpret_cast<char*>(bytes.data()), header.ByteCount()))
         throw CFileReason("its pixels end too early");
     if (data.isSwapped)
         SwapSamples(bytes, SampleSize(header.sample));
+}
+
+void ReadPixelRegion(const StImageHeader& header, const StReadBox& box, void* samples) {
+    const std::int64_t pixelBytes = std::int64_t{header.samplesPerPixel} * SampleSize(header.sample);
+    const std::int64_t rowBytes = box.extents[0] * pixelBytes;
+    std::ifstream file(header.data.path, std::ios::binary);
+    auto* row = static_cast<unsigned char*>(samples);
+    for (std::int64_t z = 0; z < box.extents[2]; ++z) {
+        for (std::int64_t y = 0; y < box.extents[1]; ++y, row += rowBytes) {
+            const std::int64_t line = (box.first[2] + z) * header.size.y + box.first[1] + y;
+            const std::int64_t pixel = line * header.size.x + box.first[0];
+            if (!file.seekg(header.data.offset + pixel * pixelBytes) ||
+                !file.read(reinterpret_cast<char*>(row), rowBytes))
+                throw CFileReason("its pixels end too early");
+        }
+    }
+    if (header.data.isSwapped)
+        SwapSamples(std::span(static_cast<unsigned char*>(samples), row), SampleSize(header.sample));
 }
 
 } // namespace engine

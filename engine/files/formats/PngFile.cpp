@@ -46,7 +46,7 @@ StPngBlock NextBlock(std::ifstream& file, std::int64_t fileSize) {
     uLong computed = crc32(0, reinterpret_cast<const Bytef*>(block.name.data()), 4);
     computed = crc32(computed, reinterpret_cast<const Bytef*>(block.data.data()), static_cast<uInt>(length));
     if (!file || computed != BigEndian(sum))
-        throw CFileReason("it is damaged: a check sum is wrong");
+        throw CFileReason("it is damaged: a checksum is wrong");
     return block;
 }
 
@@ -82,7 +82,7 @@ void KeepError(png_structp png, png_const_charp message) {
 
 void IgnoreWarning(png_structp, png_const_charp) {}
 
-void TakeInput(png_structp png, png_bytep bytes, std::size_t count) {
+void ReadInput(png_structp png, png_bytep bytes, std::size_t count) {
     auto& input = static_cast<StPngState*>(png_get_io_ptr(png))->input;
     if (count > input.size())
         png_error(png, "it ends too early");
@@ -172,7 +172,7 @@ StImageHeader ReadPngHeader(const std::string& path) {
             header.samplesPerPixel = SamplesOf(colour) + 1;
         if (block.name == "pHYs" && block.data.size() == 9 && block.data[8] == 1) {
             constexpr double millimetresPerMetre = 1000;
-            header.spacing = CheckedSpacing(
+            header.printSize = CheckedSpacing(
                 std::vector{millimetresPerMetre / BigEndian(block.data),
                             millimetresPerMetre / BigEndian(std::string_view(block.data).substr(4))});
         }
@@ -193,7 +193,7 @@ void ReadPngSamples(const std::string& path, const StImageHeader& header, void* 
         png_destroy_read_struct(&png, nullptr, nullptr);
         throw std::bad_alloc();
     }
-    png_set_read_fn(png, &state, &TakeInput);
+    png_set_read_fn(png, &state, &ReadInput);
     const bool isDone = Decode(png, info, RowBytes(header), static_cast<unsigned char*>(samples));
     png_destroy_read_struct(&png, &info, nullptr);
     if (!isDone)

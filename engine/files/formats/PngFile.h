@@ -10,7 +10,7 @@ namespace engine {
 /// Palettes and transparency count as the samples that they unpack to; grey of less than 8 bits counts as 8
 /// bits, scaled to the full range.
 ///
-/// Spacing comes from "pHYs", in millimetres, if its unit is the metre. Raises `CFileReason` for a damaged
+/// The print size comes from "pHYs", if its unit is the metre. Raises `CFileReason` for a damaged
 /// file.
 StImageHeader ReadPngHeader(const std::string& path);
 

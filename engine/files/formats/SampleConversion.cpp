@@ -1,6 +1,7 @@
 #include "engine/files/formats/SampleConversion.h"
 
 #include "engine/files/FileErrors.h"
+#include "engine/files/formats/ChannelChoice.h"
 #include "engine/files/formats/HeaderChecks.h"
 
 #include <sorblib2image/GreyTypeDispatch.h>
@@ -61,13 +62,12 @@ template <class Sample>
 void RequireGrey(const StSamples<Sample>& samples) {
     const int colours = samples.perPixel % 2 == 0 ? samples.perPixel - 1 : samples.perPixel;
     if (samples.perPixel > 4)
-        throw CFileReason("it holds vectors of " + std::to_string(samples.perPixel) +
-                          " numbers; only grey pixels can be read");
+        ThrowSeveralChannels(samples.perPixel);
     for (std::int64_t i = 0; i < samples.count; ++i) {
         const Sample* const pixel = samples.first + i * samples.perPixel;
         for (int colour = 1; colour < colours; ++colour) {
             if (pixel[colour] != pixel[0])
-                throw CFileReason("it holds colours; only grey pixels can be read");
+                ThrowSeveralChannels(samples.perPixel);
         }
     }
 }
@@ -160,8 +160,6 @@ void RequireExactFloats(const StSamples<Sample>& samples) {
 template <class Sample>
 std::unique_ptr<ORVEN::CImage> MakeFrom(const ORVEN::CSize& size, const StSamples<Sample>& samples,
                                         const std::optional<IImage::CType>& asked) {
-    if (samples.perPixel > 1)
-        RequireGrey(samples);
     const IImage::CType type = asked ? *asked : OwnType(samples);
     if constexpr (std::is_integral_v<Sample> && sizeof(Sample) >= 4) {
         if (!asked && type == ORVEN::IMAGE_GREY_F)
@@ -195,6 +193,18 @@ std::optional<IImage::CType> SameSampleType(EnSampleType sample) {
     }
 }
 
+IImage::CType TypeWithoutNegatives(EnSampleType sample) {
+    return DispatchSample(sample, []<class Sample>(std::type_identity<Sample>) {
+        return OwnType(StSamples<Sample>{nullptr, 0, 1});
+    });
+}
+
+IImage::CType WidestType(EnSampleType sample) {
+    return DispatchSample(sample, [sample]<class Sample>(std::type_identity<Sample>) {
+        return std::is_signed_v<Sample> ? ORVEN::IMAGE_GREY_F : TypeWithoutNegatives(sample);
+    });
+}
+
 std::unique_ptr<float[]> ScaledSamples(const void* samples, EnSampleType sample, std::int64_t count,
                                        const StScale& scale) {
     auto scaled = std::make_unique_for_overwrite<float[]>(static_cast<std::size_t>(count));
@@ -220,9 +230,14 @@ EnSampleType SampleOfType(const IImage::CType& type) {
 }
 
 std::unique_ptr<ORVEN::CImage> MakeImage(const ORVEN::CSize& size, const void* samples, EnSampleType sample,
-                                         int samplesPerPixel, const std::optional<IImage::CType>& type) {
+                                         int samplesPerPixel, std::optional<int> picked,
+                                         const std::optional<IImage::CType>& type) {
     return DispatchSample(sample, [&]<class Sample>(std::type_identity<Sample>) {
-        const StSamples<Sample> view{static_cast<const Sample*>(samples), size.PixelCount(), samplesPerPixel};
+        StSamples<Sample> view{static_cast<const Sample*>(samples), size.PixelCount(), samplesPerPixel};
+        if (picked)
+            view.first += *picked;
+        else if (samplesPerPixel > 1)
+            RequireGrey(view);
         return MakeFrom(size, view, type);
     });
 }

@@ -1,15 +1,19 @@
 #pragma once
 
 #include "engine/files/formats/StImageHeader.h"
+#include "engine/files/formats/StReadBox.h"
 
 #include <string>
 
-// Reads grey pages of 1, 8, 16, 32 and 64 bits, integer or float, and colours of 8 and 16 bits with
-// interleaved samples, in strips or tiles, with any compression that libtiff supports. All pages must have
-// the same format, except for reduced copies and masks, which are skipped. "White is zero" is inverted for
-// unsigned pixels. Orientation is not applied.
+// Reads grey pages of 1, 8, 16, 32 and 64 bits, integer or float, and colours of 8 and 16 bits, in strips or
+// tiles, with any compression that libtiff supports. All pages must have the same format, except for reduced
+// copies and masks, which are skipped. Orientation is not applied.
 //
-// Spacing comes from the resolution, in millimetres, if its unit is the inch or centimetre; z is 1.
+// Unsigned pixels for which 0 is white are inverted, except for those of 1 bit by the Python library
+// tifffile: it stores truth values so, with 1 for true.
+//
+// Spacing, unit, channels and time points come from the description of the first page, if ImageJ or a program
+// that follows OME wrote it. A resolution per inch or centimetre is a print size elsewhere.
 
 namespace engine {
 
@@ -21,7 +25,13 @@ StImageHeader ReadTiffHeader(const std::string& path);
 /// result of `ReadTiffHeader`. Also allocates a buffer for one strip or tile.
 void ReadTiffSamples(const std::string& path, const StImageHeader& header, void* samples);
 
-/// Writes one page per plane, uncompressed, as BigTIFF beyond 2 GiB. Makes no copy of the samples.
+/// The same for a part of the image. Passes over the pages and strips, or rows of tiles, that it does not
+/// need. Also allocates a buffer for one page.
+void ReadTiffRegion(const std::string& path, const StImageHeader& header, const StReadBox& box,
+                    void* samples);
+
+/// Writes one page per plane, uncompressed, as BigTIFF beyond 2 GiB. The spacing becomes a resolution per
+/// centimetre and, if its unit is known, a description in the form of ImageJ. Makes no copy of the samples.
 void WriteTiffSamples(const std::string& path, const StImageHeader& header, const void* samples);
 
 } // namespace engine

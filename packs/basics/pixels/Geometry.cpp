@@ -1,9 +1,7 @@
 #include "pixels/Geometry.h"
 
-#include <sorblib2core/CValueDouble.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
-
-#include <string>
+#include <sorblib2image/StImageGeometry.h>
 
 namespace quillon::basics {
 
@@ -16,17 +14,11 @@ Triple SpacingOf(const CImage& image) {
 }
 
 void MoveFirstPixel(CImage& result, const Triple& firstPixel) {
-    constexpr std::array axes{"x", "y", "z"};
-    const Triple spacing = SpacingOf(result);
-    for (std::size_t axis = 0; axis < axes.size(); ++axis) {
-        const std::string key = std::string("origin/") + axes[axis];
-        const CValue* origin = result.Attributes().Entry(key, true);
-        if (origin == nullptr || origin->GenericType() != CValue::VAL_DOUBLE || firstPixel[axis] == 0.0)
-            continue;
-        // The axes of the image are those of the space: there are no directions among the attributes yet.
-        const double moved = origin->Double() + firstPixel[axis] * spacing[axis];
-        result.Attributes().SetEntry(key, new CValueDouble(moved));
-    }
+    if (firstPixel == Triple{})
+        return;
+    StImageGeometry geometry = StImageGeometry::Of(result);
+    geometry.origin = geometry.PositionOf(firstPixel);
+    geometry.Store(result);
 }
 
 } // namespace quillon::basics

@@ -13,8 +13,8 @@ using Triple = std::array<double, 3>;
 [[nodiscard]] Triple SpacingOf(const ORVEN::CImage& image);
 
 /// For a result that has inherited the geometry of its input, but whose first pixel lies elsewhere: at
-/// `firstPixel` in pixels of the input. Moves the "origin" among the attributes, the position of the centre
-/// of the first pixel, if there is one. Must be called before the result gets another spacing.
+/// `firstPixel` in pixels of the input. Moves the origin among the attributes, so that the result lies over
+/// its input. Must be called before the result gets another spacing.
 void MoveFirstPixel(ORVEN::CImage& result, const Triple& firstPixel);
 
 } // namespace quillon::basics

@@ -95,12 +95,12 @@ TEST(DamagedFile, RefusesEmptyTextAndOtherFiles) {
         Store(folder / name, "");
         ExpectUnreadable(folder / name, "it is empty");
         Store(folder / name, "just some text\nin two lines\n");
-        ExpectUnreadable(folder / name, "it is no NRRD, MetaImage, NIfTI, TIFF or PNG file");
+        ExpectUnreadable(folder / name, "it is not a NRRD, MetaImage, NIfTI, TIFF or PNG file");
         Store(folder / name, std::string("\x1f\x8b\x08\0\0\0", 6));
-        ExpectUnreadable(folder / name, "it is no NRRD");
+        ExpectUnreadable(folder / name, "it is not a NRRD");
     }
     ExpectUnreadable(folder / "none.nrrd", "No such file or directory");
-    ExpectUnreadable(folder / "", "it is not a regular file");
+    ExpectUnreadable(folder / "", "it is a folder without DICOM slices");
     ExpectUnreadable("/dev/zero", "it is not a regular file");
 }
 

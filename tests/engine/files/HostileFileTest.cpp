@@ -205,14 +205,12 @@ TEST(HostileFile, BytesThatStripsShareAreCountedOnce) {
     kind.rowsPerStrip = 20;
     kind.stripBytes = 100000;
     Store(folder / "a.tif", TiffOfSharedStrips(kind));
-    ExpectRefusedInLittleMemory(folder / "a.tif",
-                                "20000000 bytes of pixels, and its strips lie over each other");
+    ExpectRefusedInLittleMemory(folder / "a.tif", "20000000 bytes of pixels, but its strips overlap");
     // Strips in the same place on many pages.
     kind.pages = 50;
     kind.strips = 1;
     Store(folder / "b.tif", TiffOfSharedStrips(kind));
-    ExpectRefusedInLittleMemory(folder / "b.tif",
-                                "5000000 bytes of pixels, and its strips lie over each other");
+    ExpectRefusedInLittleMemory(folder / "b.tif", "5000000 bytes of pixels, but its strips overlap");
     // Packed, so that the pixels could come out of few bytes; but all of them would be read for each strip.
     kind.pages = 1;
     kind.strips = 1000;
@@ -220,7 +218,7 @@ TEST(HostileFile, BytesThatStripsShareAreCountedOnce) {
     kind.rowsPerStrip = 1;
     kind.compression = 5;
     Store(folder / "c.tif", TiffOfSharedStrips(kind));
-    ExpectRefusedInLittleMemory(folder / "c.tif", "it is damaged: its strips lie over each other");
+    ExpectRefusedInLittleMemory(folder / "c.tif", "it is damaged: its strips overlap");
 }
 
 TEST(HostileFile, SkippedBytesOfPackedDataAreBounded) {
@@ -235,14 +233,15 @@ TEST(HostileFile, SkippedBytesOfPackedDataAreBounded) {
     EXPECT_EQ(PixelBytes(*ReadImage(folder / "a.nrrd")), "abc");
     // More than the data can be unpacked to.
     Store(folder / "a.nrrd", nrrd(std::int64_t{1} << 20, Gzip("12345abc")));
-    ExpectUnreadable(folder / "a.nrrd", "are there");
+    ExpectUnreadable(folder / "a.nrrd",
+                     "its header announces 1048579 bytes of pixels, but the file has only 28 bytes of data");
     // As much as the data unpack to, but more than any header is long.
     std::string bomb;
     const std::string member = Gzip(std::string(std::size_t{16} << 20, '\0'));
     for (int i = 0; i < 17; ++i)
         bomb += member;
     Store(folder / "a.nrrd", nrrd((std::int64_t{17} << 24) - 3, bomb));
-    ExpectUnreadable(folder / "a.nrrd", "its pixels begin 285212669 bytes behind its header");
+    ExpectUnreadable(folder / "a.nrrd", "its header announces 285212669 bytes before the pixels");
 }
 
 } // namespace engine::test

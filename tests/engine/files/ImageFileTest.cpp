@@ -12,10 +12,12 @@
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/StImageGeometry.h>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <array>
 #include <cmath>
@@ -232,7 +234,7 @@ TEST(ImageFile, NumbersInFilesDoNotFollowTheLocale) {
 
 // ---- side files
 
-TEST(ImageFile, WritesNoSideFileWhereTheFileTellsAll) {
+TEST(ImageFile, WritesNoSideFileWhereTheFileHoldsAll) {
     const CTestFolder folder;
     const auto volume = RandomImage(IMAGE_GREY_16, CSize(3, 3, 3), 1);
     WriteImage(*volume, folder / "a.tif");
@@ -340,9 +342,8 @@ TEST(ImageFile, ReadsRealFilesWithTheirSpacing) {
         double least;
         double greatest;
     };
-    const double pageSpacing = 1000.0 / 2835;
     for (const StCase& expected : {
-             StCase{"page.png", "IMAGE_GREY_8", "(384,191)", Spacing{pageSpacing, pageSpacing, 1}, 0, 255},
+             StCase{"page.png", "IMAGE_GREY_8", "(384,191)", std::nullopt, 0, 255},
              StCase{"cement_pores_128.nrrd", "IMAGE_GREY_8", "(128,128,128)", std::nullopt, 16, 148},
              StCase{"nuclei_platynereis_labels_u16.nrrd", "IMAGE_GREY_16", "(256,256,103)", std::nullopt, 0,
                     37},
@@ -358,7 +359,9 @@ TEST(ImageFile, ReadsRealFilesWithTheirSpacing) {
         EXPECT_STREQ(image->Type().ToString(), expected.type);
         EXPECT_EQ(image->Size().ToString(), expected.size);
         EXPECT_EQ(SpacingOf(*image), expected.spacing);
-        EXPECT_EQ(image->Attributes().Size(), expected.spacing ? 1u : 0u);
+        EXPECT_EQ(image->Attributes().HasEntry("spacing"), expected.spacing.has_value());
+        EXPECT_EQ(image->Attributes().HasEntry("origin"),
+                  expected.name == std::string("brain_mri_crop.nii.gz"));
         const auto floats = Pixels<float>(*ReadImage(DataFile(expected.name), IMAGE_GREY_F));
         const auto [least, greatest] = std::minmax_element(floats.begin(), floats.end());
         EXPECT_NEAR(*least, expected.least, 1e-9);
@@ -383,6 +386,330 @@ TEST(ImageFile, TakesSpacingThatNoFormatCanHoldFromTheSideFile) {
         for (const std::string& name : c_volumeNames)
             ExpectSameImage(*WrittenAndRead(*image, folder / name), *image);
     }
+}
+
+// ---- place and unit
+
+namespace {
+
+/// A geometry that differs from the default in everything, in numbers that no float holds.
+StImageGeometry Somewhere(const std::string& unit) {
+    StImageGeometry geometry;
+    geometry.spacing = Spacing{0.1, 0.3, 0.7};
+    geometry.origin = {0.1, -100.3, 7e3};
+    geometry.directions = {{{0.6, 0.8, 0}, {-0.8, 0.6, 0}, {0, 0, 1}}};
+    geometry.unit = unit;
+    geometry.isAnatomical = true;
+    return geometry;
+}
+
+StImageGeometry GeometryIn(const std::string& path, const StReadOptions& options = {}) {
+    return StImageGeometry::Of(*ReadImage(path, options));
+}
+
+/// The file with one part of its contents replaced, as another program would leave it.
+void Replace(const std::string& path, const std::string& part, const std::string& other) {
+    std::string contents = ReadText(path);
+    ASSERT_NE(contents.find(part), std::string::npos) << path;
+    Store(path, contents.replace(contents.find(part), part.size(), other));
+}
+
+} // namespace
+
+TEST(ImageFile, KeepsTheWholeGeometryInEveryFormat) {
+    const CTestFolder folder;
+    for (const std::string unit : {"", "m", "mm", "um", "nm"}) {
+        for (const CSize& size : {CSize(3, 2, 2), CSize(3, 2)}) {
+            const auto image = RandomImage(IMAGE_GREY_8, size, 1);
+            Somewhere(unit).Store(*image);
+            for (const std::string& name : c_volumeNames) {
+                SCOPED_TRACE(name + " " + unit + size.ToString());
+                ExpectSameImage(*WrittenAndRead(*image, folder / name), *image);
+            }
+        }
+    }
+}
+
+TEST(ImageFile, StatesTheUnitInTheHeaderWhereTheFormatCan) {
+    struct StCase {
+        const char* name;
+        const char* unit;
+        const char* found;
+        double factor; // of lengths
+    };
+    for (const StCase& expected :
+         {StCase{"a.nrrd", "nm", "nm", 1}, StCase{"a.nrrd", "m", "m", 1}, StCase{"a.mha", "mm", "mm", 1},
+          StCase{"a.mha", "um", "um", 1}, StCase{"a.mha", "nm", "", 1}, StCase{"a.nii", "m", "m", 1},
+          StCase{"a.nii", "mm", "mm", 1}, StCase{"a.nii", "um", "um", 1}, StCase{"a.nii", "nm", "um", 1e-3},
+          StCase{"a.tif", "um", "mm", 1e-3}, StCase{"a.tif", "m", "mm", 1e3}}) {
+        SCOPED_TRACE(std::string(expected.name) + " " + expected.unit);
+        const CTestFolder folder;
+        const auto image = RandomImage(IMAGE_GREY_8, CSize(3, 2, 2), 1);
+        StImageGeometry geometry;
+        geometry.spacing = Spacing{0.5, 0.25, 2};
+        geometry.unit = expected.unit;
+        geometry.Store(*image);
+        WriteImage(*image, folder / expected.name);
+        std::filesystem::remove(folder / (expected.name + std::string(".attributes.json")));
+        if (expected.name == std::string("a.nrrd"))
+            Replace(folder / "a.nrrd", "quillon attributes", "other attributes");
+        const StImageGeometry found = GeometryIn(folder / expected.name);
+        EXPECT_EQ(found.unit, expected.found);
+        ASSERT_TRUE(found.spacing.has_value());
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            EXPECT_NEAR((*found.spacing)[axis] / expected.factor, (*geometry.spacing)[axis], 1e-6);
+    }
+}
+
+TEST(ImageFile, TakesWhatAnotherProgramChangedFromTheHeader) {
+    const CTestFolder folder;
+    const auto image = RandomImage(IMAGE_GREY_8, CSize(3, 2, 2), 1);
+    StImageGeometry geometry;
+    geometry.spacing = Spacing{0.5, 0.25, 2};
+    geometry.origin = {1, 2, 3};
+    geometry.unit = "um";
+    geometry.Store(*image);
+    CQuillonHeaderTools::AddToHistory(*image, "kept", 0);
+    WriteImage(*image, folder / "a.nrrd");
+    Replace(folder / "a.nrrd", "space directions: (0.5,0,0)", "space directions: (0.6,0,0)");
+    StImageGeometry meant = geometry;
+    meant.spacing = Spacing{0.6, 0.25, 2};
+    EXPECT_EQ(GeometryIn(folder / "a.nrrd"), meant);
+    EXPECT_TRUE(ReadImage(folder / "a.nrrd")->Attributes().HasEntry("history"));
+    Replace(folder / "a.nrrd", "space origin: (1,2,3)", "space origin: (1,2,4)");
+    meant.origin = {1, 2, 4};
+    EXPECT_EQ(GeometryIn(folder / "a.nrrd"), meant);
+
+    WriteImage(*image, folder / "a.mha");
+    Replace(folder / "a.mha", "Offset = 1 2 3", "Offset = 1 2 5");
+    Replace(folder / "a.mha", "DistanceUnits = um", "DistanceUnits = mm");
+    meant = geometry; // 1 mm is 1000 um
+    meant.spacing = Spacing{500, 250, 2000};
+    meant.origin = {1000, 2000, 5000};
+    EXPECT_EQ(GeometryIn(folder / "a.mha"), meant);
+}
+
+TEST(ImageFile, ReadsOriginDirectionsAndUnitOfOtherPrograms) {
+    const CTestFolder folder;
+    const std::string nrrd = "type: uint8\ndimension: 3\nsizes: 2 1 1\nencoding: raw\n";
+    Store(folder / "a.nrrd", Nrrd(nrrd + "space dimension: 3\nspace directions: (0,2,0) (-3,0,0) (0,0,4)\n"
+                                         "space origin: (5, 6, 7)\nspace units: \"microns\" \"um\" \"um\"\n",
+                                  "ab"));
+    StImageGeometry meant;
+    meant.spacing = Spacing{2, 3, 4};
+    meant.origin = {5, 6, 7};
+    meant.directions = {{{0, 1, 0}, {-1, 0, 0}, {0, 0, 1}}};
+    meant.unit = "um";
+    EXPECT_EQ(GeometryIn(folder / "a.nrrd"), meant);
+    Store(folder / "a.nrrd", Nrrd(nrrd + "spacings: 2 3 4\nunits: \"cm\" \"cm\" \"cm\"\n", "ab"));
+    meant = StImageGeometry();
+    meant.spacing = Spacing{20, 30, 40};
+    meant.unit = "mm";
+    EXPECT_EQ(GeometryIn(folder / "a.nrrd"), meant);
+
+    const std::string head = "NDims = 3\nDimSize = 2 1 1\nElementType = MET_UCHAR\nElementSpacing = 2 3 4\n";
+    meant = StImageGeometry();
+    meant.spacing = Spacing{2, 3, 4};
+    meant.origin = {5, 6, 7};
+    meant.directions = {{{0, 1, 0}, {-1, 0, 0}, {0, 0, 1}}};
+    for (const std::string name : {"Offset", "Position", "Origin"}) {
+        Store(folder / "a.mha", head + "TransformMatrix = 0 1 0 -1 0 0 0 0 1\n" + name +
+                                    " = 5 6 7\nElementDataFile = LOCAL\nab");
+        EXPECT_EQ(GeometryIn(folder / "a.mha"), meant) << name;
+    }
+    Store(folder / "a.mha", head + "Offset = 5 6\nElementDataFile = LOCAL\nab");
+    ExpectUnreadable(folder / "a.mha", "its header is damaged: 'Offset' does not fit 'NDims'");
+    Store(folder / "a.mha", head + "TransformMatrix = 1 0 0\nElementDataFile = LOCAL\nab");
+    ExpectUnreadable(folder / "a.mha", "its header is damaged: 'TransformMatrix' does not fit 'NDims'");
+}
+
+TEST(ImageFile, TakesNoGeometryThatIsNone) {
+    const CTestFolder folder;
+    const std::string nrrd = "type: uint8\ndimension: 3\nsizes: 2 1 1\nencoding: raw\nspace: LPS\n";
+    for (const std::string directions :
+         {"(1,0,0) (1,0,0) (0,0,1)", "(0,0,0) (0,1,0) (0,0,1)", "none none none", "(1,0,0) (0,1,0)",
+          "(nan,0,0) (0,1,0) (0,0,1)", "(", "x y z"}) {
+        Store(folder / "a.nrrd",
+              Nrrd(nrrd + "space directions: " + directions + "\nspace origin: (1,2,3)\n", "ab"));
+        EXPECT_EQ(ReadImage(folder / "a.nrrd")->Attributes().Size(), 0u) << directions;
+    }
+}
+
+// ---- channels and time points
+
+namespace {
+
+/// The pixels of each channel and time point, and of a file without one.
+std::string Chosen(const std::string& path, std::optional<std::int64_t> channel,
+                   std::optional<std::int64_t> time) {
+    StReadOptions options;
+    options.channel = channel;
+    options.time = time;
+    try {
+        const auto image = ReadImage(path, options);
+        return image->Size().ToString() + " " + PixelBytes(*image);
+    } catch (const CEngineError& error) {
+        EXPECT_EQ(error.Fault(), std::string(error.what()).find("--channel N") == std::string::npos &&
+                                         std::string(error.what()).find("--time N") == std::string::npos
+                                     ? EnFault::CALLER
+                                     : EnFault::FILE);
+        return error.what();
+    }
+}
+
+} // namespace
+
+TEST(ImageFile, ReadsTheChosenChannelAndTimePoint) {
+    const CTestFolder folder;
+    const std::string path = folder / "a.nrrd";
+    const auto none = std::nullopt;
+    const std::string fields = "type: uint8\nencoding: raw\n";
+    const std::string refused = "cannot read '" + path + "': ";
+
+    Store(path, Nrrd(fields + "dimension: 4\nsizes: 2 1 1 3\n", "abcdef"));
+    EXPECT_EQ(Chosen(path, none, none),
+              refused + "it has 3 time points; choose one with --time N, N from 0 to 2");
+    EXPECT_EQ(Chosen(path, none, 0), "(2,1,1) ab");
+    EXPECT_EQ(Chosen(path, 0, 2), "(2,1,1) ef");
+    EXPECT_EQ(Chosen(path, none, 3), refused + "--time 3 is not one of its 3 time points, 0 to 2");
+    EXPECT_EQ(Chosen(path, 1, 0), refused + "--channel 1 is not one of its 1 channel, 0");
+
+    Store(path, Nrrd(fields + "dimension: 3\nsizes: 2 1 3\nkinds: domain domain time\n", "abcdef"));
+    EXPECT_EQ(Chosen(path, none, 1), "(2,1) cd");
+    Store(path, Nrrd(fields + "dimension: 3\nsizes: 2 1 3\nkinds: domain domain list\n", "abcdef"));
+    EXPECT_EQ(Chosen(path, none, none),
+              refused + "it has 3 channels; choose one with --channel N, N from 0 to 2");
+    EXPECT_EQ(Chosen(path, 2, none), "(2,1) ef");
+    Store(path, Nrrd(fields + "dimension: 3\nsizes: 3 2 1\nkinds: vector domain domain\n", "abcdef"));
+    EXPECT_EQ(Chosen(path, 1, none), "(2,1) be");
+    EXPECT_EQ(Chosen(path, 3, none), refused + "--channel 3 is not one of its 3 channels, 0 to 2");
+    EXPECT_EQ(Chosen(path, -1, none), refused + "--channel -1 is not one of its 3 channels, 0 to 2");
+
+    // Channels vary faster than time points, or slower.
+    Store(path, Nrrd(fields + "dimension: 4\nsizes: 1 1 2 3\nkinds: domain domain time list\n", "abcdef"));
+    EXPECT_EQ(Chosen(path, none, none),
+              refused +
+                  "it has 3 channels and 2 time points; choose one with --channel N, N from 0 to 2, and "
+                  "--time N, N from 0 to 1");
+    EXPECT_EQ(Chosen(path, 1, 1), "(1,1) d");
+    EXPECT_EQ(Chosen(path, none, 0),
+              refused + "it has 3 channels; choose one with --channel N, N from 0 to 2");
+    Store(path, Nrrd(fields + "dimension: 5\nsizes: 2 1 1 1 3\nkinds: vector domain domain domain time\n",
+                     "abcdef"));
+    EXPECT_EQ(Chosen(path, 1, 2), "(1,1,1) f");
+}
+
+TEST(ImageFile, ReadsTimePointsOfPackedAndOtherFiles) {
+    const CTestFolder folder;
+    const std::string head = "NDims = 4\nDimSize = 2 1 1 3\nElementType = MET_UCHAR\n";
+    Store(folder / "a.mha", head + "ElementSpacing = 2 3 4 9\nElementDataFile = LOCAL\nabcdef");
+    EXPECT_EQ(Chosen(folder / "a.mha", std::nullopt, 1), "(2,1,1) cd");
+    StReadOptions options;
+    options.time = 2;
+    EXPECT_EQ(GeometryIn(folder / "a.mha", options).spacing, (Spacing{2, 3, 4}));
+
+    // A volume of 2 x 2 x 3 x 2 made of one of 2 x 2 x 6: time points, then channels.
+    for (const std::string name : {"a.nii", "a.nii.gz"}) {
+        const auto volume = RandomImage(IMAGE_GREY_8, CSize(2, 2, 6), 1);
+        WriteImage(*volume, folder / name);
+        std::filesystem::remove(folder / (name + ".attributes.json"));
+        gzFile packed = gzopen((folder / name).c_str(), "rb");
+        std::string bytes(352 + 24, '\0');
+        ASSERT_EQ(gzread(packed, bytes.data(), 376), 376);
+        gzclose(packed);
+        const std::array<std::int16_t, 6> dim = {5, 2, 2, 1, 3, 2};
+        std::memcpy(bytes.data() + 40, dim.data(), sizeof(dim));
+        packed = gzopen((folder / name).c_str(), name == "a.nii" ? "wbT" : "wb");
+        ASSERT_EQ(gzwrite(packed, bytes.data(), 376), 376);
+        gzclose(packed);
+        const std::string pixels = PixelBytes(*volume);
+        EXPECT_EQ(Chosen(folder / name, 0, 1), "(2,2,1) " + pixels.substr(4, 4));
+        EXPECT_EQ(Chosen(folder / name, 1, 0), "(2,2,1) " + pixels.substr(12, 4));
+        EXPECT_EQ(Chosen(folder / name, 1, 2), "(2,2,1) " + pixels.substr(20, 4));
+    }
+}
+
+TEST(ImageFile, ChecksTheSizeOfAllTimePoints) {
+    const CTestFolder folder;
+    const std::string fields = "type: uint8\nencoding: raw\ndimension: 4\nsizes: 2 1 1 ";
+    Store(folder / "a.nrrd", Nrrd(fields + "3\n", "abcde"));
+    ExpectUnreadable(folder / "a.nrrd",
+                     "its header announces 6 bytes of pixels, but the file has only 5 bytes of data");
+    Store(folder / "a.nrrd", Nrrd(fields + "9223372036854775807\n", "abcde"));
+    ExpectUnreadable(folder / "a.nrrd", "its header announces more pixels than any machine holds");
+    Store(folder / "a.nrrd", Nrrd(fields + "0\n", ""));
+    ExpectUnreadable(folder / "a.nrrd", "its header announces the extent 0");
+}
+
+// ---- regions
+
+namespace {
+
+StReadOptions Region(const std::vector<StIndexRange>& region) {
+    StReadOptions options;
+    options.region = region;
+    return options;
+}
+
+} // namespace
+
+TEST(ImageFile, ReadsARegionAsAPartOfTheWholeFromEveryFormat) {
+    const CTestFolder folder;
+    for (const auto& type : c_types) {
+        const auto image = RandomImage(type, CSize(7, 5, 4), 3);
+        Somewhere("mm").Store(*image);
+        for (const std::string& name : c_volumeNames) {
+            SCOPED_TRACE(std::string(type.ToString()) + " " + name);
+            WriteImage(*image, folder / name);
+            const auto part = ReadImage(folder / name, Region({{2, 5}, {1, 3}, {1, 2}}));
+            ASSERT_EQ(part->Size().ToString(), "(4,3,2)");
+            const auto bytes = static_cast<std::size_t>(type.PixelSize());
+            const std::string all = PixelBytes(*image);
+            std::string meant;
+            for (std::size_t z = 1; z <= 2; ++z) {
+                for (std::size_t y = 1; y <= 3; ++y)
+                    meant += all.substr(((z * 5 + y) * 7 + 2) * bytes, 4 * bytes);
+            }
+            EXPECT_TRUE(PixelBytes(*part) == meant);
+            StImageGeometry moved = Somewhere("mm");
+            moved.origin = moved.PositionOf({2, 1, 1});
+            EXPECT_EQ(StImageGeometry::Of(*part), moved);
+        }
+    }
+}
+
+TEST(ImageFile, ReadsNoMoreThanTheRegionFromAFileThatIsNotPacked) {
+    const CTestFolder folder;
+    // 4 GB, of which the file system stores nothing.
+    Store(folder / "a.nrrd", "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 2048 2048 1024\nencoding: raw\n"
+                             "data file: a.raw\n\n");
+    Store(folder / "a.raw", "");
+    std::filesystem::resize_file(folder / "a.raw", std::uintmax_t{1} << 32);
+    std::fstream file(folder / "a.raw", std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(((std::int64_t{1000} * 2048) + 7) * 2048 + 3);
+    file.write("x", 1);
+    file.close();
+    const auto part = ReadImage(folder / "a.nrrd", Region({{2, 4}, {7, 7}, {1000, 1000}}));
+    EXPECT_EQ(PixelBytes(*part), std::string("\0x\0", 3));
+}
+
+TEST(ImageFile, RefusesARegionOutsideTheImage) {
+    const CTestFolder folder;
+    const std::string path = folder / "a.nrrd";
+    WriteImage(*RandomImage(IMAGE_GREY_8, CSize(7, 5, 4), 3), path);
+    const auto endOf = [&](const std::vector<StIndexRange>& region) {
+        const StCallEnd end = EndOf([&] { (void)ReadImage(path, Region(region)); });
+        EXPECT_EQ(end.fault, EnFault::CALLER);
+        return end.message;
+    };
+    const std::string start = "cannot read '" + path + "': --region";
+    EXPECT_EQ(endOf({{0, 7}, {0, 4}, {0, 3}}), start + ": 0:7 is not a range of its indices along x, 0 to 6");
+    EXPECT_EQ(endOf({{0, 6}, {-1, 4}, {0, 3}}),
+              start + ": -1:4 is not a range of its indices along y, 0 to 4");
+    EXPECT_EQ(endOf({{0, 6}, {0, 4}, {3, 2}}), start + ": 3:2 is not a range of its indices along z, 0 to 3");
+    EXPECT_EQ(endOf({{0, 6}, {0, 4}}), start + " needs three ranges for a volume, X0:X1,Y0:Y1,Z0:Z1");
+    WriteImage(*RandomImage(IMAGE_GREY_8, CSize(7, 5), 3), path);
+    EXPECT_EQ(endOf({{0, 6}}), start + " needs two ranges for a plane, X0:X1,Y0:Y1");
 }
 
 // ---- pixel types of other programs
@@ -519,7 +846,7 @@ TEST(ImageFile, TakesColoursThatAreGreyAndRefusesOthers) {
     Store(folder / "a.nrrd", Nrrd(fields, "\x05\x05\x05\x09\x09\x09"));
     EXPECT_EQ(Pixels<unsigned char>(*ReadImage(folder / "a.nrrd")), (std::vector<unsigned char>{5, 9}));
     Store(folder / "a.nrrd", Nrrd(fields, "\x05\x05\x05\x09\x09\x08"));
-    ExpectUnreadable(folder / "a.nrrd", "it holds colours; only grey pixels can be read");
+    ExpectUnreadable(folder / "a.nrrd", "it has 3 channels; choose one with --channel N, N from 0 to 2");
 }
 
 TEST(ImageFile, ReadsAVolumeWithOneTimeStepAndRefusesMore) {
@@ -527,7 +854,7 @@ TEST(ImageFile, ReadsAVolumeWithOneTimeStepAndRefusesMore) {
     Store(folder / "a.nrrd", Nrrd("type: uint8\ndimension: 4\nsizes: 2 1 1 1\nencoding: raw\n", "ab"));
     EXPECT_EQ(ReadImage(folder / "a.nrrd")->Size().ToString(), "(2,1,1)");
     Store(folder / "a.nrrd", Nrrd("type: uint8\ndimension: 4\nsizes: 1 1 1 2\nencoding: raw\n", "ab"));
-    ExpectUnreadable(folder / "a.nrrd", "it has 4 dimensions; images of 1, 2 and 3 dimensions can be read");
+    ExpectUnreadable(folder / "a.nrrd", "it has 2 time points; choose one with --time N, N from 0 to 1");
 }
 
 // ---- writing that cannot be done

@@ -154,7 +154,10 @@ TEST(Peer, WritesVolumesThatWeRead) {
                 const CTestFolder folder;
                 const auto image = PeerImage(type, CSize(7, 5, 3));
                 WriteByPeer(folder / name, *image, {0.5, 0.25, 2}, ComponentOf(type), isPacked);
-                const auto found = ReadImage(folder / name, type);
+                StReadOptions options;
+                options.as = type;
+                options.takesPrintSize = name == "a.tif"; // the peer states the spacing as a resolution
+                const auto found = ReadImage(folder / name, options);
                 EXPECT_EQ(found->Size().ToString(), "(7,5,3)");
                 EXPECT_TRUE(PixelBytes(*found) == PixelBytes(*image));
                 double x = 0;

@@ -1,5 +1,7 @@
 #include "BasicsTest.h"
 
+#include <sorblib2image/StImageGeometry.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -59,6 +61,47 @@ TEST(Crop, KeepsSpacingAndLabelsAndMovesTheOrigin) {
     EXPECT_EQ(test::AttributeOf(run.Result(), "origin/y"), 100.0);
     EXPECT_EQ(test::AttributeOf(run.Result(), "origin/z"), 103.0);
     EXPECT_EQ(test::AttributeOf(run.Host().Image(), "origin/x"), 100.0);
+}
+
+/// A geometry with turned axes.
+StImageGeometry Turned() {
+    StImageGeometry geometry;
+    geometry.spacing = {0.5, 2.0, 3.0};
+    geometry.origin = {10.0, 20.0, 30.0};
+    geometry.directions = {{{0, 1, 0}, {0, 0, -1}, {-1, 0, 0}}};
+    geometry.unit = "mm";
+    geometry.isAnatomical = true;
+    return geometry;
+}
+
+TEST(Crop, LiesOverItsInputWhateverTheDirections) {
+    CBasicsRun run("Crop", Numbered({4, 3, 2}));
+    Turned().Store(run.Host().Image());
+    run.WithWhole("x0", 3).WithWhole("y0", 2).WithWhole("z0", 1).Run();
+    StImageGeometry meant = Turned();
+    meant.origin = {10.0 - 3.0, 20.0 + 3 * 0.5, 30.0 - 2 * 2.0};
+    EXPECT_EQ(StImageGeometry::Of(run.Result()), meant);
+}
+
+TEST(Crop, HasAnOriginEvenIfItsInputHasNone) {
+    CBasicsRun run("Crop", Numbered({4, 3}));
+    run.WithWhole("x0", 3).WithWhole("y0", 1).Run();
+    EXPECT_EQ(StImageGeometry::Of(run.Result()).origin, (StImageGeometry::Vector{3, 1, 0}));
+    CBasicsRun whole("Crop", Numbered({4, 3}));
+    whole.Run();
+    EXPECT_FALSE(whole.Result().Attributes().HasEntry("origin"));
+}
+
+TEST(Resample, LiesOverItsInputWhateverTheDirections) {
+    CBasicsRun run("Resample", Numbered({4, 3, 2}));
+    Turned().Store(run.Host().Image());
+    run.With("factor", 2).Run();
+    const StImageGeometry found = StImageGeometry::Of(run.Result());
+    EXPECT_EQ(found.spacing, (StImageGeometry::Vector{0.25, 1.0, 1.5}));
+    EXPECT_EQ(found.directions, Turned().directions);
+    // The corners of the first pixels coincide.
+    EXPECT_EQ(found.PositionOf({-0.5, -0.5, -0.5}), Turned().PositionOf({-0.5, -0.5, -0.5}));
+    EXPECT_EQ(found.PositionOf({7.5, 5.5, 3.5}), Turned().PositionOf({3.5, 2.5, 1.5}));
 }
 
 TEST(Crop, RefusesPlacesBeyondTheBorderWithTheLimit) {

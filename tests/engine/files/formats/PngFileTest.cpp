@@ -86,26 +86,42 @@ TEST(PngFile, TakesColoursThatAreGrey) {
               (Bytes{5, 9}));
 }
 
+TEST(PngFile, ReadsTheChosenChannel) {
+    const CTestFolder folder;
+    Store(folder / "a.png", Png(2, 8, COLOUR_RGBA, "\x01\x02\x03\x04\x05\x06\x07\x08"));
+    for (int channel = 0; channel < 4; ++channel) {
+        StReadOptions options;
+        options.channel = channel;
+        const auto first = static_cast<unsigned char>(channel + 1);
+        EXPECT_EQ(Pixels<unsigned char>(*ReadImage(folder / "a.png", options)),
+                  (Bytes{first, static_cast<unsigned char>(first + 4)}));
+    }
+}
+
 TEST(PngFile, RefusesColours) {
     const CTestFolder folder;
     Store(folder / "a.png", Png(1, 8, COLOUR_RGB, "\x05\x05\x06"));
-    ExpectUnreadable(folder / "a.png", "it holds colours; only grey pixels can be read");
+    ExpectUnreadable(folder / "a.png", "it has 3 channels; choose one with --channel N, N from 0 to 2");
     Store(folder / "a.png", Png(1, 8, COLOUR_PALETTE, std::string(1, '\0'), Block("PLTE", "\x05\x06\x07")));
-    ExpectUnreadable(folder / "a.png", "it holds colours; only grey pixels can be read");
+    ExpectUnreadable(folder / "a.png", "it has 3 channels; choose one with --channel N, N from 0 to 2");
 }
 
-TEST(PngFile, TakesSpacingFromAResolutionPerMetre) {
+TEST(PngFile, TakesAResolutionPerMetreForTheSpacingOnRequestOnly) {
     const CTestFolder folder;
-    const auto spacingOf = [&](char unit) {
+    const auto spacingOf = [&](char unit, bool takesPrintSize) {
         Store(folder / "a.png", Png(1, 8, COLOUR_GREY, "x",
                                     Block("pHYs", BigEndian(1000) + BigEndian(4000) + std::string(1, unit))));
-        const auto image = ReadImage(folder / "a.png");
+        StReadOptions options;
+        options.takesPrintSize = takesPrintSize;
+        const auto image = ReadImage(folder / "a.png", options);
+        EXPECT_EQ(image->Attributes().HasEntry("unit"), takesPrintSize && unit == 1);
         std::array<double, 3> spacing{};
         CQuillonHeaderTools::GetSpacing(*image, spacing[0], spacing[1], spacing[2]);
         return spacing;
     };
-    EXPECT_EQ(spacingOf(1), (std::array{1.0, 0.25, 1.0}));
-    EXPECT_EQ(spacingOf(0), (std::array{0.0, 0.0, 0.0}));
+    EXPECT_EQ(spacingOf(1, true), (std::array{1.0, 0.25, 1.0}));
+    EXPECT_EQ(spacingOf(1, false), (std::array{0.0, 0.0, 0.0}));
+    EXPECT_EQ(spacingOf(0, true), (std::array{0.0, 0.0, 0.0}));
 }
 
 TEST(PngFile, RefusesHeadersThatCannotBeTrue) {
