@@ -62,7 +62,7 @@ private:
         } catch (const CException& refusal) {
             EXPECT_STRNE(refusal.Message(), "");
         }
-        const bool isComparable = sent->Equal(*sent);              // NaN is not
+        const bool isComparable = sent->Equal(*sent); // NaN is not
         const bool isInput = m_row.window != test::EnWindow::FORM; // a form exists to change parameters
         if (isComparable && isInput) {
             EXPECT_TRUE(Parameters(run).Equal(*sent));
