@@ -284,7 +284,6 @@ void AddInfoCommand(CArgumentParser& program) {
                     "Read the pixels, too, and show the least and the greatest value");
     command.AddFlag("--json", options->isJson, "As JSON, for programs");
     command.AddFlag("--all", options->isComplete, "Prints long measurements in full; JSON always has them");
-    command.SetFooter("The range is that of the finite pixels.\n\nExample: quillon info volume.nrrd");
     command.SetFooter("Only the header is read. The range is that of the finite pixels.\n\nExample: quillon "
                       "info volume.nrrd");
     command.OnRun([options] { Info(*options); });
