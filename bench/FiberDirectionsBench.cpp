@@ -81,7 +81,7 @@ int main(int argc, char** argv) {
     const auto pixels = static_cast<double>(image->Size().PixelCount());
     std::printf("%-8s%-9s%-30s%9s%10s\n", "radius", "threads", "", "s", "ns/voxel");
     for (const double radius : {2.5, 5.0, 10.0}) {
-        const auto tell = [&](int threads, const char* what, const std::function<void()>& work) {
+        const auto report = [&](int threads, const char* what, const std::function<void()>& work) {
             SetThreadCount(threads);
             const double seconds = QuickestOf3(work);
             std::printf("%-8g%-9d%-30s%9.3f%10.2f\n", radius, threads, what, seconds, seconds / pixels * 1e9);
@@ -90,12 +90,12 @@ int main(int argc, char** argv) {
         };
         Measurement measurement;
         const double seconds =
-            tell(1, "field and profiles", [&] { measurement = Measure(*image, radius, -1, false); });
-        tell(1, "with subfields of 50^3", [&] { Measure(*image, radius, 50, false); });
-        tell(1, "with maps of directions", [&] { Measure(*image, radius, -1, true); });
+            report(1, "field and profiles", [&] { measurement = Measure(*image, radius, -1, false); });
+        report(1, "with subfields of 50^3", [&] { Measure(*image, radius, 50, false); });
+        report(1, "with maps of directions", [&] { Measure(*image, radius, -1, true); });
         const auto all = static_cast<int>(std::thread::hardware_concurrency());
         if (all > 1)
-            tell(all, "field and profiles", [&] { Measure(*image, radius, -1, false); });
+            report(all, "field and profiles", [&] { Measure(*image, radius, -1, false); });
         summary << radius << ' ' << seconds;
         for (const char* axis : {"x", "y", "z"})
             summary << ' ' << FieldNumber(*measurement, std::string("Main direction/") + axis);

@@ -89,7 +89,7 @@ TEST_P(EverySignal, EndsTheProgramAtOnceTheSecondTime) {
 
 INSTANTIATE_TEST_SUITE_P(InterruptedRun, EverySignal, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
-TEST_F(InterruptedRun, GoesOnAfterAHangUpThatItsCallerIgnores) {
+TEST_F(InterruptedRun, ContinuesAfterAHangUpThatItsCallerIgnores) {
     test::CCommandLine program(Exporting(), {}, "trap '' HUP; exec \"$@\"");
     EXPECT_EQ(Notice(), 'r');
     program.Signal(SIGHUP);

@@ -40,7 +40,7 @@ TEST(LookUpTableTool, WritesTablesThatItFindsSound) {
     EXPECT_EQ(folder.Names().size(), 2U);
 }
 
-TEST(LookUpTableTool, TellsWhatIsWrongWithAFile) {
+TEST(LookUpTableTool, ReportsWhatIsWrongWithAFile) {
     const test::CTestFolder folder;
     const std::string axis = folder / "axis.lut";
     Tool("axis --reach 10 -o " + axis);

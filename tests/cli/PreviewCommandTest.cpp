@@ -70,7 +70,7 @@ TEST_F(PreviewCommandTest, OverlaysAMask) {
     const auto mask = RandomImage(IMAGE_BINARY_FG, CSize(48, 48, 24), 1);
     WriteImage(*mask, folder / "mask.nrrd");
     EXPECT_EQ(SizeOf(volume, {"--overlay", folder / "mask.nrrd", "--slice", "3"}), (std::array{288, 288}));
-    ExpectUnreadable(picture, "it holds colours");
+    ExpectUnreadable(picture, "it has 3 channels");
 }
 
 TEST_F(PreviewCommandTest, NamesTheSidesOfAPatient) {

@@ -175,7 +175,7 @@ TEST_F(FeatureToImage, ADocumentWithoutLabelYieldsAnEmptyOne) {
     EXPECT_EQ(host.ResultLabel(), "");
 }
 
-TEST_F(FeatureToImage, WhatTheConversionRaisesIsReportedAndGoesOn) {
+TEST_F(FeatureToImage, AnExceptionOfTheConversionIsReportedAndPropagates) {
     test::CPackHost host(NewImage());
     host.Image().Attributes().SetEntry("features/Objects/object 001/object", NewText("1"));
     testing::internal::CaptureStderr();

@@ -85,7 +85,7 @@ TEST_P(SkeletonPlugins, RaiseForAFocusedDocumentOfAnotherClass) {
     EXPECT_THROW(m_plugin->UpdateParameters(tree), CExBadParam);
 }
 
-TEST_P(SkeletonPlugins, ShowTheAngleBehindRAndTheRadiusBehindA) {
+TEST_P(SkeletonPlugins, ShowTheAngleAfterRAndTheRadiusAfterA) {
     test::CPackHost host(test::Ball(9).Image());
     SetNeighborhood(host, "N26");
     host.Set("minRadius", new CValueLong(3));

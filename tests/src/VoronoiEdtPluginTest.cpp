@@ -308,7 +308,7 @@ TEST_F(VoronoiEdtPlugin, WritesTheDebuggingLineOfItsExtrema) {
               "image=N5ORVEN6IImageE pixeltype=f\n");
 }
 
-TEST_F(VoronoiEdtPlugin, AnErrorOfTheTransformIsReportedAndGoesOn) {
+TEST_F(VoronoiEdtPlugin, AnErrorOfTheTransformIsReportedAndPropagates) {
     for (const bool usesCylinder : {true, false}) {
         test::CPackHost host(ImageOf<unsigned char>(IMAGE_GREY_8, CSize(2, 2), {}));
         host.Set("use cylindrical mask", new CValueBool(usesCylinder));

@@ -98,9 +98,8 @@ TEST_F(RealTables, OfFieldFeaturesHaveTitlesAndUnits) {
     const json table = TableOf(m_output, "FieldFeaturesOverGrayvalue");
     EXPECT_EQ(
         HeadsOf(table),
-        "grey value|volume fraction V_V|surface density S_V [per unit]|mean curvature density M_V [per "
-        "unit^2]|"
-        "total curvature density K_V [per unit^3]|Euler number density [per unit^3]|mean chord length [unit]|"
+        "grey value|volume fraction V_V|surface density S_V [per mm]|mean curvature density M_V [per mm^2]|"
+        "total curvature density K_V [per mm^3]|Euler number density [per mm^3]|mean chord length [mm]|"
         "structure model index|blocks examined");
     EXPECT_EQ(table["rows"].size(), 256u);
     EXPECT_EQ(table["rows"][10][0], 10);

@@ -130,12 +130,12 @@ TEST(CatalogueEntry, HoldsWhatTheTextSays) {
     EXPECT_TRUE(entry.parameters[1].defaultValue.IsNull());
 }
 
-TEST(CatalogueEntry, TellsAcceptedImagesInWords) {
+TEST(CatalogueEntry, DescribesAcceptedImagesInWords) {
     EXPECT_EQ(AcceptedInWords(Parse(SoundEntry()).images),
               "grey8 or binary of 2 or 3 dimensions, at least 4 pixels along each axis, without holes");
 }
 
-TEST(CatalogueEntry, TellsChoicesAndRangesInWords) {
+TEST(CatalogueEntry, DescribesChoicesAndRangesInWords) {
     const StCatalogueEntry entry = Parse(SoundEntry());
     EXPECT_EQ(LegalValuesInWords(entry.parameters[0]), "0 to 9");
     EXPECT_EQ(LegalValuesInWords(entry.parameters[1]), "one of x, y");

@@ -244,7 +244,7 @@ TEST_F(BatchDialogs, RejectADialogWhoseOkIsDisabled) {
     EXPECT_EQ(dialogs.Problem(), "the dialog 'Test' has its button 'OK' disabled");
 }
 
-TEST_F(BatchDialogs, RejectADialogThatStaysOpenAndTellWhatItSaid) {
+TEST_F(BatchDialogs, RejectADialogThatStaysOpenAndReportItsText) {
     CTestDialog dialog;
     QObject::disconnect(dialog.buttons, &QDialogButtonBox::accepted, &dialog, nullptr);
     QObject::connect(dialog.buttons, &QDialogButtonBox::accepted,
@@ -273,7 +273,7 @@ TEST_F(BatchDialogs, CloseADialogThatRefusesToBeRejected) {
     EXPECT_EQ(dialogs.Problem(), "the dialog 'Test' stays open after OK");
 }
 
-TEST_F(BatchDialogs, TellAnswersThatNoDialogHadAnInputFor) {
+TEST_F(BatchDialogs, ReportAnswersThatNoDialogHadAnInputFor) {
     CTestDialog dialog;
     dialog.Add<QLineEdit>("line");
     const CBatchDialogs dialogs(Answers({{"lime", "x"}, {"line", "y"}}));
@@ -337,7 +337,7 @@ TEST_F(BatchDialogs, CancelAFileDialogWithoutAFile) {
     EXPECT_EQ(dialogs.Problem(), "");
 }
 
-TEST_F(BatchDialogs, TellAFileThatTheFileDialogDoesNotTake) {
+TEST_F(BatchDialogs, ReportAFileThatTheFileDialogRejects) {
     const test::CTestFolder folder;
     StDialogAnswers answers;
     answers.file = folder / "missing.csv";

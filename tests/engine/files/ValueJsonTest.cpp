@@ -99,7 +99,7 @@ bool IsRefused(const std::function<void()>& call) {
 
 } // namespace
 
-TEST(ValueJson, TellsEachKindByItsJsonWord) {
+TEST(ValueJson, WritesEachKindAsItsJsonType) {
     EXPECT_EQ(ToJson(CValueBool(true)).Text(), "true");
     EXPECT_EQ(ToJson(CValueLong(-7)).Text(), "-7");
     EXPECT_EQ(ToJson(CValueDouble(3.0)).Text(), "3.0");

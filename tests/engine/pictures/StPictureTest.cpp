@@ -177,7 +177,7 @@ TEST(Picture, ShowsLabelZeroBlackInEveryPixelType) {
     EXPECT_EQ(At(ofBytes, 0.25, 0.5), (Colour{0, 0, 0}));
 }
 
-TEST(Picture, ShowsAnImageThatTellsItsLabelsInColours) {
+TEST(Picture, ShowsALabelImageInColours) {
     const auto image = ImageOf<unsigned char>(IMAGE_GREY_8, CSize(2, 1), {1, 2});
     Colour colour = At(MakePicture(*image, {}), 0.75, 0.5);
     EXPECT_EQ(colour, (Colour{255, 255, 255}));

@@ -53,7 +53,7 @@ TEST(ParseAssignment, SplitsAtTheFirstEqualsSign) {
     EXPECT_EQ(assignment.value, "x=y:z");
 }
 
-TEST(ParseAssignment, TakesTheKindBehindTheKey) {
+TEST(ParseAssignment, TakesTheKindAfterTheKey) {
     EXPECT_EQ(ParseAssignment("a:bool=1").kind, KIND_BOOL);
     EXPECT_EQ(ParseAssignment("a:long=1").kind, KIND_LONG);
     EXPECT_EQ(ParseAssignment("a:double=1").kind, KIND_DOUBLE);
@@ -209,7 +209,7 @@ TEST(ParameterMap, RaisesAFileErrorForAnImageThatIsNotThere) {
     EXPECT_THROW(map.ReadImages(), CFileError);
 }
 
-TEST(ParameterMap, TakesAFileAsItStands) {
+TEST(ParameterMap, TakesAFileUnchanged) {
     const test::CTestFolder folder;
     std::ofstream(folder / "p.json") << R"({"radius": 1.0, "steps": 2, "deep": {"list": ["x", true]}})";
     CParameterMap map("parameter", &known);

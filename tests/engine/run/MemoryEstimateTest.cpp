@@ -17,7 +17,15 @@ using namespace ORVEN;
 
 namespace {
 
-const StImageOutline g_volume{IMAGE_GREY_16, CSize(100, 50, 20), true, {0.5, 0.5, 2}};
+StImageOutline OutlineOf(const IImage::CType& type, const CSize& size) {
+    StImageOutline outline;
+    outline.type = type;
+    outline.size = size;
+    outline.spacing = {0.5, 0.5, 2};
+    return outline;
+}
+
+const StImageOutline g_volume = OutlineOf(IMAGE_GREY_16, CSize(100, 50, 20));
 
 } // namespace
 
@@ -37,7 +45,7 @@ TEST(MemoryEstimate, CountsBytesByPixelType) {
     StCatalogueEntry entry;
     entry.bytesPerVoxel = {{"grey8", 1}, {"grey16", 6}};
     EXPECT_EQ(EstimateMemory(&entry, g_volume, {}).plugin, 600000);
-    EXPECT_EQ(EstimateMemory(&entry, {IMAGE_GREY_F, CSize(2, 2)}, {}).plugin, std::nullopt);
+    EXPECT_EQ(EstimateMemory(&entry, OutlineOf(IMAGE_GREY_F, CSize(2, 2)), {}).plugin, std::nullopt);
     entry.fixedBytes = {{"grey16", 1000}};
     EXPECT_EQ(EstimateMemory(&entry, g_volume, {}).plugin, 601000);
 }
@@ -76,7 +84,9 @@ TEST(MemoryEstimate, ReadsTheOutlineOfAFileOnly) {
         EXPECT_TRUE(outline.isTypeCertain);
         EXPECT_EQ(outline.size, CSize(3, 2)) << name;
         EXPECT_EQ(outline.spacing[1], 0.25) << name;
-        EXPECT_EQ(ReadImageOutline(folder / name, IMAGE_GREY_F).type, IMAGE_GREY_F);
+        StReadOptions options;
+        options.as = IMAGE_GREY_F;
+        EXPECT_EQ(ReadImageOutline(folder / name, options).type, IMAGE_GREY_F);
     }
 }
 

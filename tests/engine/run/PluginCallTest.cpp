@@ -111,7 +111,7 @@ TEST_F(PluginCall, StopsAtARefusal) {
     EXPECT_FALSE(outcome.failure);
 }
 
-TEST_F(PluginCall, GoesOnAfterARefusalIfForced) {
+TEST_F(PluginCall, ContinuesAfterARefusalIfForced) {
     plugin.accepts = false;
     isForced = true;
     const StPluginOutcome outcome = Call();

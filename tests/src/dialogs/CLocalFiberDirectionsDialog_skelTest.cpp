@@ -259,7 +259,7 @@ TEST_F(FiberDirectionsForm, ListsItsFiveSlotsInOrder) {
     EXPECT_EQ(meta.propertyCount(), meta.propertyOffset());
 }
 
-TEST_F(FiberDirectionsForm, WarnsInEachSlotThatNothingIsBehindIt) {
+TEST_F(FiberDirectionsForm, WarnsInEachSlotThatItDoesNothing) {
     for (const char* slot : {"sizex_edit_changed", "radius_edit_changed"})
         ASSERT_TRUE(QMetaObject::invokeMethod(&form, slot, Q_ARG(QString, "1")));
     for (const char* slot : {"activateSubfieldsSlot", "radio_otsu_toggled"})

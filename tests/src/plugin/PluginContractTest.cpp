@@ -165,7 +165,7 @@ TEST(PluginContractHandOver, PutsADocumentThatOwnsItsImageIntoTheTree) {
     EXPECT_EQ(documents[0]->EntryString("label").Std(), "result");
 }
 
-TEST(PluginContractHandOver, SeveralDocumentsStandSideBySide) {
+TEST(PluginContractHandOver, SeveralDocumentsAreDeliveredSideBySide) {
     CValueMap tree;
     contract::HandOver(tree, contract::EnHandOver::INTO_LIST, SmallImage(), CString("a", CString::ENC_UTF8),
                        0);
@@ -240,7 +240,7 @@ TEST(PluginContractResult, TheLabelIsThatOfTheDocumentElseTheFallback) {
     EXPECT_EQ(contract::LabelOf(document, "unnamed").Std(), "foam");
 }
 
-TEST(PluginContractFailure, ACExceptionIsWrittenToStandardErrorAndGoesOn) {
+TEST(PluginContractFailure, ACExceptionIsWrittenToStandardErrorAndPropagates) {
     testing::internal::CaptureStderr();
     EXPECT_THROW(
         contract::ReportExceptions("AnyPlugin", [] { throw CException("site", "what happened", nullptr); }),

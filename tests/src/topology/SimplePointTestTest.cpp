@@ -87,7 +87,7 @@ TEST_F(SimplePointTest, CellsOfIndex0AreReadAndThoseOfIndex4AreNot) {
     EXPECT_TRUE(IsConnected<N26>({{3, 3, 3}, {4, 4, 4}}));
 }
 
-TEST_F(SimplePointTest, VisitedFlagsStayBehind) {
+TEST_F(SimplePointTest, VisitedFlagsRemainSet) {
     EXPECT_TRUE(IsConnected<N6>({{1, 1, 1}, {2, 1, 1}}));
     EXPECT_TRUE(m_helper.m_cube[1][1][1].isVisited);
     EXPECT_TRUE(m_helper.m_cube[2][1][1].isVisited);

@@ -153,7 +153,7 @@ TEST(PixelView, IsMadeInEveryDimensionAndOfImagesWithoutPixels) {
     }
 }
 
-TEST(PixelView, OfPixelsThatDoNotStandSideBySideRaises) {
+TEST(PixelView, OfPixelsThatAreNotContiguousRaises) {
     CGappedImage image;
     EXPECT_STREQ(test::Raised<CExBadParam>([&] { (void)quillon::PixelViewOf(image); }).Message(),
                  "The pixels of an image of size (2,2) do not stand side by side.");
