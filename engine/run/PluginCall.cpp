@@ -9,6 +9,7 @@
 #include <sorblib2core/CValueVector.h>
 #include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/StImageGeometry.h>
 
 #include <chrono>
 #include <new>
@@ -74,17 +75,13 @@ std::vector<std::string> HistoryOf(const CImage& image) {
     return lines;
 }
 
-/// Gives a result that shows the pixels of the focused image, but says nothing about where they come from,
-/// the spacing and the history of that image. Some plug-ins leave this to the host.
+/// Gives a result that shows the pixels of the focused image, but does not state where they lie and come
+/// from, the geometry and the history of that image. Some plug-ins leave this to the host.
 void AddOrigin(CImage& result, const CImage& focused) {
     if (!(result.Size() == focused.Size()))
         return;
-    double x = 1.0;
-    double y = 1.0;
-    double z = 1.0;
-    if (!CQuillonHeaderTools::GetSpacing(result, x, y, z) &&
-        CQuillonHeaderTools::GetSpacing(focused, x, y, z))
-        CQuillonHeaderTools::SetSpacing(result, x, y, z);
+    if (StImageGeometry::Of(result) == StImageGeometry())
+        StImageGeometry::Of(focused).Store(result);
     const std::vector<std::string> earlier = HistoryOf(focused);
     const std::vector<std::string> own = HistoryOf(result);
     if (earlier.empty() || (!own.empty() && own.front() == earlier.front()))
