@@ -1,6 +1,6 @@
 #include "cli/Commands.h"
+#include "cli/PackOption.h"
 #include "engine/files/ImageWords.h"
-#include "engine/packs/CPackSet.h"
 
 #include <algorithm>
 #include <array>
@@ -14,6 +14,12 @@ namespace cli {
 using namespace engine;
 
 namespace {
+
+struct StDescribeOptions {
+    std::string name;
+    bool asJson = false;
+    std::vector<std::string> packs;
+};
 
 constexpr std::size_t c_lineWidth = 96;
 
@@ -94,10 +100,18 @@ std::string MemoryInWords(const std::map<std::string, double>& bytesPerVoxel) {
     return "up to " + text + " bytes for each voxel, beyond the image";
 }
 
-void Describe(const std::string& name, bool asJson) {
-    CPackSet packs(CPackSet::DefaultPaths());
-    const StCatalogueEntry* const entry = &packs.Describe(name);
-    if (asJson) {
+void PrintHidden(StDescribedPlugin& plugin) {
+    for (CPack* pack : plugin.hidden) {
+        std::printf("Hides the plug-in of the same name in %s (%s); to use that one, give --pack %s.\n",
+                    pack->Name().c_str(), pack->Path().c_str(), pack->Path().c_str());
+    }
+}
+
+void Describe(const StDescribeOptions& options) {
+    CPackSet packs = OpenPacks(options.packs);
+    StDescribedPlugin plugin = packs.Describe(options.name);
+    const StCatalogueEntry* const entry = &plugin.entry;
+    if (options.asJson) {
         std::printf("%s\n", entry->source.Text(2).c_str());
         return;
     }
@@ -119,6 +133,7 @@ void Describe(const std::string& name, bool asJson) {
         std::printf("Memory: %s\n", MemoryInWords(entry->bytesPerVoxel).c_str());
     if (entry->opensDialogs)
         std::printf("Opens dialogs or message boxes.\n");
+    PrintHidden(plugin);
     PrintTable("PARAMETER", entry->parameters);
     PrintTable("SETTING", entry->settings);
 }
@@ -128,14 +143,11 @@ void Describe(const std::string& name, bool asJson) {
 void AddDescribeCommand(CArgumentParser& program) {
     CCommand command =
         program.AddCommand("describe", "Show the parameters of a plug-in and the images it takes");
-    struct StDescribeOptions {
-        std::string name;
-        bool asJson = false;
-    };
     const auto options = std::make_shared<StDescribeOptions>();
     command.AddPositional("NAME", options->name, "The plug-in; see 'quillon list'");
     command.AddFlag("--json", options->asJson, "Print JSON");
-    command.OnRun([options] { Describe(options->name, options->asJson); });
+    command.AddRepeated("--pack", options->packs, "Search this pack before the installed ones", "PATH");
+    command.OnRun([options] { Describe(*options); });
 }
 
 } // namespace cli

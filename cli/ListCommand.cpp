@@ -27,14 +27,13 @@ struct StPackContents {
 };
 
 StPackContents ContentsOf(CPack& pack) {
-    const CPackLibrary& library = pack.Library();
     const CCatalogue& catalogue = pack.Catalogue();
     StPackContents contents;
     contents.name = pack.Name();
     contents.version = catalogue.Version();
     contents.hasCatalogue = !catalogue.Entries().empty();
     for (const StCatalogueEntry& entry : catalogue.Entries()) {
-        if (library.Provides(entry.name))
+        if (pack.Provides(entry.name))
             contents.provided.push_back(&entry);
         else
             contents.missing.append(contents.missing.empty() ? "" : ", ").append(entry.name);
@@ -48,8 +47,8 @@ void PrintJson(const std::vector<StPackContents>& packs) {
         for (const StCatalogueEntry* entry : pack.provided) {
             CJson plugin =
                 CJson::Object({{"name", entry->name}, {"title", entry->title}, {"summary", entry->summary}});
-            if (packs.size() > 1)
-                plugin.Append("pack", pack.name);
+            plugin.Append("pack", pack.name);
+            plugin.Append("version", pack.version);
             list.Append(std::move(plugin));
         }
     }
@@ -79,9 +78,12 @@ void PrintGroups(const std::vector<StPackContents>& packs) {
 }
 
 void List(const StListOptions& options) {
-    CPackSet set(PackPaths(options.packs));
+    CPackSet set = OpenPacks(options.packs);
     std::vector<StPackContents> packs;
-    std::transform(set.Packs().begin(), set.Packs().end(), std::back_inserter(packs), ContentsOf);
+    for (CPack& pack : set.Packs()) {
+        if (pack.IsUsable())
+            packs.push_back(ContentsOf(pack));
+    }
     if (options.asJson)
         PrintJson(packs);
     else if (packs.size() == 1)
@@ -96,7 +98,7 @@ void AddListCommand(CArgumentParser& program) {
     CCommand command = program.AddCommand("list", "List the plug-ins, one per line");
     const auto options = std::make_shared<StListOptions>();
     command.AddFlag("--json", options->asJson, "Print JSON");
-    command.AddRepeated("--pack", options->packs, "List this pack instead of the installed ones", "PATH");
+    command.AddRepeated("--pack", options->packs, "List this pack before the installed ones", "PATH");
     command.OnRun([options] { List(*options); });
 }
 

@@ -73,7 +73,7 @@ StTable ReadTable(const std::string& file, const StMeasurementRequest& request,
 
 std::vector<StCatalogueMeasurement> DescriptionsIn(const std::vector<std::string>& packPaths) {
     std::vector<StCatalogueMeasurement> descriptions;
-    CPackSet packs(PackPaths(packPaths));
+    CPackSet packs = OpenPacks(packPaths);
     for (CPack& pack : packs.Packs()) {
         for (const StCatalogueEntry& entry : pack.Catalogue().Entries())
             descriptions.insert(descriptions.end(), entry.measurements.begin(), entry.measurements.end());

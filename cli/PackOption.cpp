@@ -1,11 +1,15 @@
 #include "cli/PackOption.h"
 
-#include "engine/packs/CPackSet.h"
+#include "engine/packs/PackFolders.h"
+
+#include <cstdio>
 
 namespace cli {
 
-std::vector<std::string> PackPaths(const std::vector<std::string>& given) {
-    return given.empty() ? engine::CPackSet::DefaultPaths() : given;
+engine::CPackSet OpenPacks(const std::vector<std::string>& named) {
+    return engine::CPackSet(engine::FindPacks(named), [](const std::string& problem) {
+        std::fprintf(stderr, "quillon: %s\n", problem.c_str());
+    });
 }
 
 } // namespace cli

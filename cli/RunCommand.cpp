@@ -85,8 +85,8 @@ void AddRunCommand(CArgumentParser& program) {
     command.AddOption("--threads", options->threads, "Number of threads (default: one per processor)", "N")
         .InRange(1, 1024);
     command.AddRepeated("--pack", options->packs,
-                        "Use this pack instead of the installed ones; of several, the first that has the "
-                        "plug-in is used",
+                        "Search this pack before the installed ones; the first pack that has the plug-in is "
+                        "used",
                         "PATH");
     command.SetFooter(
         "Exit status: 0 success, 1 the plug-in failed, 2 wrong usage, 3 the plug-in refused the image, 4 a "

@@ -202,7 +202,7 @@ private:
 
 void RunPlugin(const StRunOptions& options) {
     SetThreadCount(options.threads);
-    CPackSet packs(PackPaths(options.packs));
+    CPackSet packs = OpenPacks(options.packs);
     const auto [pack, entry] = packs.Find(options.plugin);
     StRunInputs inputs = PrepareInputs(options, entry);
     CheckParameters(options, entry, packs, inputs);

@@ -4,20 +4,50 @@
 #include "engine/errors/CEngineError.h"
 
 #include <algorithm>
-
-namespace fs = std::filesystem;
+#include <filesystem>
 
 namespace engine {
 
-namespace {
-
-const char* const c_mainPack = "libQuillonPack.so";
-
-} // namespace
-
 std::string CPack::Name() {
     const std::string& name = Catalogue().Pack();
-    return !name.empty() ? name : fs::path(m_path).filename().string();
+    return !name.empty() ? name : std::filesystem::path(m_path).filename().string();
+}
+
+const CCatalogue& CPack::Catalogue() {
+    if (m_catalogue)
+        return *m_catalogue;
+    m_catalogue.emplace();
+    try {
+        m_catalogue = CCatalogue::OfPack(m_path);
+    } catch (const CFileError& error) {
+        if (m_report)
+            m_report(error.what());
+    }
+    return *m_catalogue;
+}
+
+bool CPack::Provides(const std::string& plugin) {
+    Try(plugin);
+    return std::ranges::find(m_scan.provided, plugin) != m_scan.provided.end();
+}
+
+bool CPack::IsUsable() {
+    Try({});
+    if (!m_scan.IsUsable() && !m_isReported && m_report)
+        m_report(m_scan.problem);
+    m_isReported = true;
+    return m_scan.IsUsable();
+}
+
+void CPack::Try(const std::string& plugin) {
+    const bool isKnown = plugin.empty() || std::ranges::find(m_tried, plugin) != m_tried.end();
+    if (m_isTried && (isKnown || !m_scan.IsUsable()))
+        return;
+    m_tried = Catalogue().Names();
+    if (!isKnown && std::ranges::find(m_tried, plugin) == m_tried.end())
+        m_tried.push_back(plugin);
+    m_scan = ScanPack(m_path, m_tried);
+    m_isTried = true;
 }
 
 const CPackLibrary& CPack::Library() {
@@ -26,52 +56,41 @@ const CPackLibrary& CPack::Library() {
     return *m_library;
 }
 
-const CCatalogue& CPack::Catalogue() {
-    if (!m_catalogue)
-        m_catalogue = CCatalogue::OfPack(m_path);
-    return *m_catalogue;
-}
-
-CPackSet::CPackSet(const std::vector<std::string>& paths)
-    : m_packs(paths.begin(), paths.end()) {}
-
-std::vector<std::string> CPackSet::DefaultPaths() {
-    const auto program = fs::read_symlink("/proc/self/exe");
-    return PathsIn(program.parent_path().parent_path() / "lib");
-}
-
-std::vector<std::string> CPackSet::PathsIn(const fs::path& folder) {
-    const std::string mainPack = (folder / c_mainPack).string();
-    std::vector<std::string> paths;
-    std::error_code error;
-    for (auto entry = fs::directory_iterator(folder, error); entry != fs::directory_iterator();
-         entry.increment(error)) {
-        const std::string path = entry->path().string();
-        if (path.ends_with(".so") && path != mainPack && fs::exists(CCatalogue::PathBeside(path), error))
-            paths.push_back(path);
-    }
-    std::sort(paths.begin(), paths.end());
-    if (paths.empty() || fs::exists(mainPack, error))
-        paths.insert(paths.begin(), mainPack);
-    return paths;
+CPackSet::CPackSet(const std::vector<std::string>& paths, const CPack::Report& report) {
+    for (const std::string& path : paths)
+        m_packs.emplace_back(path, report);
 }
 
 StFoundPlugin CPackSet::Find(const std::string& name) {
-    for (CPack& pack : m_packs) {
-        if (pack.Library().Provides(name))
-            return {pack.Library(), pack.Catalogue().Find(name)};
+    CPack* const pack = FindPack(name);
+    for (CPack& candidate : m_packs) {
+        if (candidate.Scan().IsUsable())
+            continue;
+        if (pack == nullptr)
+            throw CFileError(candidate.Scan().problem, candidate.Scan().fault);
+        (void)candidate.IsUsable(); // reports it
     }
-    if (FindEntry(name) == nullptr)
+    if (pack != nullptr)
+        return {pack->Library(), pack->Catalogue().Find(name)};
+    const bool isListed = std::ranges::any_of(
+        m_packs, [&](CPack& candidate) { return candidate.Catalogue().Find(name) != nullptr; });
+    if (!isListed)
         ThrowUnknown(name);
     throw CCallerError((m_packs.size() == 1 ? "the pack does not provide '" : "no pack provides '") + name +
                        "'");
 }
 
-const StCatalogueEntry& CPackSet::Describe(const std::string& name) {
-    const StCatalogueEntry* const entry = FindEntry(name);
-    if (entry == nullptr)
-        ThrowUnknown(name);
-    return *entry;
+CPack* CPackSet::FindPack(const std::string& name) {
+    const auto mayHave = [&](CPack& pack) {
+        return pack.Catalogue().Entries().empty() || pack.Catalogue().Find(name) != nullptr;
+    };
+    for (const bool asksListed : {true, false}) {
+        for (CPack& pack : m_packs) {
+            if (mayHave(pack) == asksListed && pack.Provides(name))
+                return &pack;
+        }
+    }
+    return nullptr;
 }
 
 const StCatalogueEntry* CPackSet::FindEntry(const std::string& name) {
@@ -89,6 +108,17 @@ std::vector<const StCatalogueEntry*> CPackSet::Entries() {
             entries.push_back(&entry);
     }
     return entries;
+}
+
+StDescribedPlugin CPackSet::Describe(const std::string& name) {
+    std::vector<CPack*> found;
+    for (CPack& pack : m_packs) {
+        if (pack.Catalogue().Find(name) != nullptr)
+            found.push_back(&pack);
+    }
+    if (found.empty())
+        ThrowUnknown(name);
+    return {*found.front()->Catalogue().Find(name), found.front(), {found.begin() + 1, found.end()}};
 }
 
 void CPackSet::ThrowUnknown(const std::string& name) {

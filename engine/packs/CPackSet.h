@@ -2,8 +2,9 @@
 
 #include "engine/catalogue/CCatalogue.h"
 #include "engine/packs/CPackLibrary.h"
+#include "engine/packs/StPackScan.h"
 
-#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,18 +16,39 @@ namespace engine {
 /// costs nothing as long as an earlier one has the plug-in. Not safe to use from several threads at once.
 class CPack {
 public:
-    explicit CPack(std::string path)
-        : m_path(std::move(path)) {}
+    /// Takes one sentence about what is wrong with a pack.
+    using Report = std::function<void(const std::string& problem)>;
 
+    CPack(std::string path, Report report)
+        : m_path(std::move(path))
+        , m_report(std::move(report)) {}
+
+    [[nodiscard]] const std::string& Path() const { return m_path; }
     /// The name in the catalogue, or the library's file name if there is none.
     std::string Name();
-    /// Raises the errors of `CPackLibrary`.
-    const CPackLibrary& Library();
-    /// Raises the errors of `CCatalogue::OfPack`.
+    /// The catalogue; an empty one if there is none or, after a report, if it is damaged.
     const CCatalogue& Catalogue();
+    /// Whether the pack creates the plug-in, by a trial in a child process. A pack that cannot be used
+    /// provides nothing.
+    bool Provides(const std::string& plugin);
+    /// Whether the pack passes the trial; reports what is wrong, once, if it does not.
+    bool IsUsable();
+    /// Loads the library into this process. Raises the errors of `CPackLibrary`.
+    const CPackLibrary& Library();
+
+    /// The problem that the trial found; empty if there was none, or no trial.
+    [[nodiscard]] const StPackScan& Scan() const { return m_scan; }
 
 private:
+    /// Tries the plug-ins of the catalogue and `plugin`.
+    void Try(const std::string& plugin);
+
     std::string m_path;
+    Report m_report;
+    StPackScan m_scan;
+    std::vector<std::string> m_tried;
+    bool m_isTried = false;
+    bool m_isReported = false;
     std::unique_ptr<CPackLibrary> m_library;
     std::optional<CCatalogue> m_catalogue;
 };
@@ -37,28 +59,30 @@ struct StFoundPlugin {
     const StCatalogueEntry* entry; ///< null if the pack's catalogue does not describe it
 };
 
-/// The packs that a program uses. They are asked for a plug-in one after another, and the first that has it
-/// wins. Must outlive the plug-ins, like each `CPackLibrary`.
+/// A plug-in as a catalogue describes it.
+struct StDescribedPlugin {
+    const StCatalogueEntry& entry;
+    CPack* pack;                ///< the pack of the entry
+    std::vector<CPack*> hidden; ///< later packs that describe a plug-in of the same name
+};
+
+/// The packs that a program uses. The first one that has a plug-in wins. Must outlive the plug-ins, like each
+/// `CPackLibrary`.
 class CPackSet {
 public:
-    /// The paths of the packs' libraries, in the order in which they are asked.
-    explicit CPackSet(const std::vector<std::string>& paths);
-
-    /// The packs installed with this program: those in ../lib, relative to the program's folder.
-    static std::vector<std::string> DefaultPaths();
-    /// The packs in a folder: libQuillonPack.so, then by name each libNAME.so that has a NAME.catalogue.json.
-    /// If there is none, the path that libQuillonPack.so would have, so that loading it names what is
-    /// missing.
-    static std::vector<std::string> PathsIn(const std::filesystem::path& folder);
+    /// The paths of the packs' libraries, in the order in which they are searched. A pack that cannot be used
+    /// is left out, and reported once.
+    explicit CPackSet(const std::vector<std::string>& paths, const CPack::Report& report = {});
 
     [[nodiscard]] std::vector<CPack>& Packs() { return m_packs; }
 
-    /// Finds a plug-in in the packs' libraries. Raises `CCallerError` if no pack has it, with the most
-    /// similar names, and the errors of loading a pack.
+    /// Finds a plug-in: in the first pack whose catalogue lists it or that has no catalogue, else in any.
+    /// Packs before that whose catalogue lacks it are not loaded. If no pack has it, raises `CFileError` for
+    /// the first pack that cannot be used, or else `CCallerError` with the most similar names.
     StFoundPlugin Find(const std::string& name);
     /// The first description of a plug-in in the catalogues; loads no library. Raises `CCallerError` if there
     /// is none, with the most similar names.
-    const StCatalogueEntry& Describe(const std::string& name);
+    StDescribedPlugin Describe(const std::string& name);
 
     /// The same; null if there is none.
     const StCatalogueEntry* FindEntry(const std::string& name);
@@ -66,6 +90,7 @@ public:
     std::vector<const StCatalogueEntry*> Entries();
 
 private:
+    CPack* FindPack(const std::string& name);
     [[noreturn]] void ThrowUnknown(const std::string& name);
 
     std::vector<CPack> m_packs;

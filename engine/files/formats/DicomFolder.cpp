@@ -1,27 +1,19 @@
 #include "engine/files/formats/DicomFolder.h"
 
 #include "engine/files/FileErrors.h"
+#include "engine/files/InstalledFolder.h"
 #include "engine/files/formats/IDicomReader.h"
 
 #include <dlfcn.h>
-
-#include <filesystem>
 
 namespace engine {
 
 namespace {
 
-/// The library that reads DICOM, beside that of this function.
-std::string LibraryPath() {
-    Dl_info info{};
-    const auto* const here = reinterpret_cast<const void*>(&ReadDicomHeader);
-    const char* const own = dladdr(here, &info) != 0 ? info.dli_fname : "";
-    return (std::filesystem::path(own).parent_path() / "libQuillonDicom.so").string();
-}
-
 const IDicomReader* LoadReader() {
     // It stays loaded: its libraries register themselves in places that outlive them.
-    void* const library = dlopen(LibraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
+    const std::string path = (InstalledFolder() / "libQuillonDicom.so").string();
+    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr)
         throw CFileReason(std::string("the library that reads DICOM cannot be loaded: ") + dlerror(),
                           EnFault::MACHINE);

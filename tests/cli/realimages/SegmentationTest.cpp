@@ -5,6 +5,7 @@
 #include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstdint>
@@ -17,10 +18,12 @@ using namespace ORVEN;
 using namespace test;
 
 TEST(RealImages, ThePackServesWhatTheListShows) {
-    const test::StEnd end = test::Quillon({"list", "--pack", QUILLON_PACK});
+    const test::StEnd end = test::Quillon({"list", "--json", "--pack", QUILLON_PACK});
     ASSERT_EQ(end.status, 0);
-    EXPECT_EQ(std::count(end.out.begin(), end.out.end(), '\n'), 24) << end.out;
-    EXPECT_EQ(end.out.find("not in this pack"), std::string::npos) << end.out;
+    const auto list = nlohmann::json::parse(end.out);
+    EXPECT_EQ(std::ranges::count_if(list, [](const auto& plugin) { return plugin["pack"] == "QuillonPack"; }),
+              24);
+    EXPECT_EQ(test::Quillon({"list"}).out.find("not in this pack"), std::string::npos);
 }
 
 TEST(RealImages, SegmSauvolaFindsTheInkOfAPage) {

@@ -42,10 +42,45 @@ TEST(PackSet, TakesTheEntryFromThePackThatProvidesThePlugin) {
     EXPECT_EQ(packs.Find("Echo").entry, nullptr);
 }
 
-TEST(PackSet, LoadsALaterPackOnlyWhenItIsNeeded) {
-    CPackSet packs({QUILLON_PACK, "/nowhere/pack.so"});
+TEST(PackSet, LeavesOutAPackThatCannotBeUsedAndReportsItOnce) {
+    std::vector<std::string> reports;
+    CPackSet packs({"/nowhere/pack.so", QUILLON_PACK},
+                   [&](const std::string& problem) { reports.push_back(problem); });
     EXPECT_NE(packs.Find("SegmNiblack").entry, nullptr);
-    EXPECT_THROW(packs.Find("Echo"), CFileError);
+    EXPECT_NE(packs.Find("SegmSauvola").entry, nullptr);
+    EXPECT_EQ(reports, std::vector<std::string>{"cannot load the pack: /nowhere/pack.so: cannot open shared "
+                                                "object file: No such file or directory"});
+}
+
+TEST(PackSet, DoesNotTryAPackBeforeItIsNeeded) {
+    std::vector<std::string> reports;
+    CPackSet packs({QUILLON_PACK, "/nowhere/pack.so"},
+                   [&](const std::string& problem) { reports.push_back(problem); });
+    EXPECT_NE(packs.Find("SegmNiblack").entry, nullptr);
+    EXPECT_TRUE(reports.empty());
+}
+
+TEST(PackSet, RaisesIfTheOnlyPackCannotBeUsed) {
+    CPackSet packs({"/nowhere/pack.so"});
+    EXPECT_EQ(test::Raised<CFileError>([&] { packs.Find("SegmNiblack"); }).Fault(), EnFault::FILE);
+}
+
+TEST(PackSet, ReportsADamagedCatalogueAndUsesThePackWithoutIt) {
+    const test::CTestFolder folder;
+    std::filesystem::copy_file(QUILLON_TEST_PACK, folder / "libOther.so");
+    std::ofstream(folder / "Other.catalogue.json") << "{";
+    std::vector<std::string> reports;
+    CPackSet packs({folder / "libOther.so"}, [&](const std::string& problem) { reports.push_back(problem); });
+    EXPECT_EQ(packs.Find("SegmNiblack").entry, nullptr);
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_NE(reports[0].find("Other.catalogue.json"), std::string::npos) << reports[0];
+}
+
+TEST(PackSet, NamesThePacksWhosePluginIsHidden) {
+    CPackSet packs({QUILLON_PACK, QUILLON_TEST_PACK});
+    EXPECT_EQ(packs.Describe("SegmNiblack").pack, packs.Packs().data());
+    const auto hidden = packs.Describe("SegmNiblack").hidden;
+    EXPECT_EQ(hidden, std::vector<CPack*>{&packs.Packs()[1]});
 }
 
 TEST(PackSet, SuggestsNamesOfAllPacks) {
@@ -72,7 +107,7 @@ TEST(PackSet, ReportsANameThatOnlyACatalogueKnows) {
 
 TEST(PackSet, DescribesFromAnyCatalogue) {
     CPackSet packs({"/nowhere/libBare.so", QUILLON_PACK});
-    EXPECT_EQ(packs.Describe("SegmSauvola").name, "SegmSauvola");
+    EXPECT_EQ(packs.Describe("SegmSauvola").entry.name, "SegmSauvola");
     EXPECT_THROW(packs.Describe("Sauvola"), CCallerError);
 }
 
@@ -83,18 +118,4 @@ TEST_F(PackWithoutCatalogue, ProvidesItsPlugins) {
     EXPECT_NE(found.pack.Create("SegmNiblack"), nullptr);
     EXPECT_EQ(packs.Packs()[0].Name(), "libBare.so");
     EXPECT_EQ(Complaint(CPackSet({pack}), "Nobody"), "there is no plug-in 'Nobody'");
-}
-
-TEST(PacksInAFolder, AreTheMainPackAndThoseWithACatalogue) {
-    const test::CTestFolder folder;
-    for (const char* name : {"libB.so", "B.catalogue.json", "libA.so", "A.catalogue.json",
-                             "libQuillonPack.so", "libNoPack.so", "C.catalogue.json"})
-        std::ofstream(folder / name) << "";
-    EXPECT_EQ(CPackSet::PathsIn(folder / ""),
-              (std::vector{folder / "libQuillonPack.so", folder / "libA.so", folder / "libB.so"}));
-}
-
-TEST(PacksInAFolder, AreTheMissingMainPackIfThereIsNone) {
-    const test::CTestFolder folder;
-    EXPECT_EQ(CPackSet::PathsIn(folder / "none"), std::vector{folder / "none/libQuillonPack.so"});
 }

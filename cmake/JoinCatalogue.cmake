@@ -1,5 +1,5 @@
 # Writes the catalogue of a pack: one JSON file with all entries of FOLDER, which front ends read beside the library.
-#   cmake -DFOLDER=... -DOUTPUT=... -DPACK=... -DVERSION=... -P Join.cmake
+#   cmake -DFOLDER=... -DOUTPUT=... -DPACK=... -DVERSION=... -P JoinCatalogue.cmake
 file(GLOB files ${FOLDER}/*.json)
 list(SORT files)
 set(entries "")

@@ -1,0 +1,84 @@
+#include "engine/packs/PackFolders.h"
+
+#include "support/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+
+using namespace engine;
+
+namespace {
+
+/// Sets an environment variable and restores it.
+class CVariable {
+public:
+    CVariable(const char* name, const std::string& value)
+        : m_name(name) {
+        if (const char* const before = std::getenv(name))
+            m_before = before;
+        setenv(name, value.c_str(), 1);
+    }
+    CVariable(const CVariable&) = delete;
+    CVariable& operator=(const CVariable&) = delete;
+    ~CVariable() {
+        if (m_before)
+            setenv(m_name, m_before->c_str(), 1);
+        else
+            unsetenv(m_name);
+    }
+
+private:
+    const char* m_name;
+    std::optional<std::string> m_before;
+};
+
+void MakeFiles(const test::CTestFolder& folder, const std::vector<const char*>& names) {
+    for (const char* name : names)
+        std::ofstream(folder / name) << "";
+}
+
+} // namespace
+
+TEST(PackFolders, OfPacksHoldEveryLibraryTheMainOneFirst) {
+    const test::CTestFolder folder;
+    MakeFiles(folder, {"libB.so", "libQuillonPack.so", "libA.so", "libA.so.1", "A.catalogue.json"});
+    EXPECT_EQ(PacksIn(folder / ""),
+              (std::vector{folder / "libQuillonPack.so", folder / "libA.so", folder / "libB.so"}));
+    EXPECT_TRUE(PacksIn(folder / "none").empty());
+}
+
+TEST(PackFolders, OfOtherLibrariesHoldThoseWithACatalogue) {
+    const test::CTestFolder folder;
+    MakeFiles(folder, {"libB.so", "B.catalogue.json", "libA.so", "A.catalogue.json", "libQuillonPack.so",
+                       "libNoPack.so", "C.catalogue.json"});
+    EXPECT_EQ(CataloguedPacksIn(folder / ""),
+              (std::vector{folder / "libQuillonPack.so", folder / "libA.so", folder / "libB.so"}));
+}
+
+TEST(PackFolders, OfTheUserFollowTheDataFolder) {
+    const CVariable home("HOME", "/home/a");
+    {
+        const CVariable data("XDG_DATA_HOME", "/data");
+        EXPECT_EQ(UserPackFolder(), "/data/quillon/packs");
+    }
+    for (const char* ignored : {"", "relative"}) {
+        const CVariable data("XDG_DATA_HOME", ignored);
+        EXPECT_EQ(UserPackFolder(), "/home/a/.local/share/quillon/packs");
+    }
+}
+
+TEST(PackFolders, AreSearchedInOrderAndNameEachPackOnce) {
+    const test::CTestFolder folder;
+    const CVariable data("XDG_DATA_HOME", folder / "");
+    std::filesystem::create_directories(folder / "quillon/packs");
+    const std::string own = folder / "quillon/packs/libOwn.so";
+    std::ofstream(own) << "";
+    const auto paths = FindPacks({"given.so", QUILLON_PACK});
+    ASSERT_GE(paths.size(), 3u);
+    EXPECT_EQ(paths[0], "given.so");
+    EXPECT_EQ(paths[1], QUILLON_PACK);
+    EXPECT_EQ(paths[2], own);
+    EXPECT_EQ(std::count(paths.begin(), paths.end(), QUILLON_PACK), 1);
+}

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# tests/install/installed.sh SOURCE BUILD: installs a build, moves the tree, and uses it as people would.
+set -euo pipefail
+source=$1 build=$2
+trap 'echo "installed.sh: line $LINENO failed: $BASH_COMMAND" >&2' ERR
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+export HOME=$folder XDG_DATA_HOME=$folder/data
+
+cmake --install "$build" --prefix "$folder/first" >/dev/null
+mv "$folder/first" "$folder/moved"
+prefix=$folder/moved
+
+echo "no file names the place where it was built"
+[ -z "$(grep -rlF -e "$source" -e "$build" "$prefix")" ]
+
+echo "the programs run, and find both packs and the module for DICOM"
+unset LD_LIBRARY_PATH
+"$prefix/bin/quillon" --version
+[ "$("$prefix/bin/quillon" list | grep -c '^Quillon')" = 2 ]
+"$prefix/bin/quillon" run Invert "$source/tests/data/bone_trabecular_crop_bin.nrrd" --quiet -o "$folder/inverted.nrrd"
+"$prefix/bin/quillon" info "$folder/inverted.nrrd" >/dev/null
+"$prefix/bin/quillon-lut" --help >/dev/null
+mkdir "$folder/series"
+[[ $("$prefix/bin/quillon" info "$folder/series" 2>&1) == *'it is a folder without DICOM slices'* ]]
+
+echo "pkg-config and find_package know the libraries"
+pkgconfig=$(dirname "$(find "$prefix" -name quillon.pc)")
+mkdir "$folder/user"
+cat >"$folder/user/main.cpp" <<'CODE'
+#include <QuillonTransformation/CEdtVoronoi.h>
+#include <sorblib2image/CImage.h>
+
+#include <cstdio>
+
+int main() {
+    using namespace ORVEN;
+    const CImage object(IMAGE_BINARY_FG, CSize(4, 3), CSize(0, 0, 0));
+    CImage distance(IMAGE_GREY_F, CSize(4, 3), CSize(0, 0, 0));
+    CEdtVoronoi(nullptr, nullptr).CalculateDistanceMap(distance, object, true, false, false, true);
+    std::puts("done");
+}
+CODE
+g++ -std=c++20 "$folder/user/main.cpp" -o "$folder/user/by-pkgconfig" \
+    $(PKG_CONFIG_PATH=$pkgconfig pkg-config --cflags --libs quillon) -Wl,-rpath,"$(dirname "$pkgconfig")"
+[ "$("$folder/user/by-pkgconfig")" = "done" ]
+cat >"$folder/user/CMakeLists.txt" <<'CODE'
+cmake_minimum_required(VERSION 3.25)
+project(User LANGUAGES CXX)
+find_package(Quillon 1.0 REQUIRED COMPONENTS QuillonTransformation)
+add_executable(user main.cpp)
+target_compile_features(user PRIVATE cxx_std_20)
+target_link_libraries(user PRIVATE Quillon::QuillonTransformation)
+CODE
+cmake -S "$folder/user" -B "$folder/user/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$folder/user/build" >/dev/null
+[ "$("$folder/user/build/user")" = "done" ]
+echo "all is well"
