@@ -30,6 +30,7 @@ struct StPlotOptions {
     std::optional<std::string> title;
     std::string output;
     int width = 120;
+    bool isOverwriting = false;
 };
 
 void RequirePlotName(const std::string& path) {
@@ -62,6 +63,8 @@ void Plot(StPlotOptions& options) {
     RequirePlotName(options.output);
     RequireWritableFile(options.output);
     TakeMeasurement(options.request);
+    if (!options.isOverwriting)
+        RequireNoInput({options.output}, options.request.files);
     std::vector<StTable> tables = ReadTables(options.request);
     const std::vector<std::string> labels = LegendLabels(options.request.files);
     std::vector<StLabelledTable> labelled;
@@ -97,6 +100,7 @@ void AddPlotCommand(CArgumentParser& program) {
     command.AddOption("--width", options->width, "Width of the plot in millimetres, 120 by default", "MM")
         .InRange(c_leastWidth, c_greatestWidth);
     command.AddRepeated("--pack", options->request.packs, "A pack that describes the measurement", "FILE");
+    command.AddFlag("--overwrite", options->isOverwriting, "Allow the plot to replace one of the images");
     AddInputOptions(command, options->request.reading);
     command.SetFooter(
         "Several files are drawn in one plot with a legend. PNG files have 300 pixels per inch.\n\n"

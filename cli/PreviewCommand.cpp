@@ -21,6 +21,7 @@ namespace cli {
 using namespace engine;
 using ORVEN::CImage;
 using ORVEN::CQuillonHeaderTools;
+using ORVEN::CSize;
 
 namespace {
 
@@ -46,6 +47,7 @@ struct StPreviewOptions {
     bool showsLabels = false;
     bool showsAngles = false;
     bool isAsStored = false;
+    bool isOverwriting = false;
     bool hasScaleBar = false;
     bool hasColourBar = false;
     bool hasLetters = false;
@@ -130,13 +132,13 @@ std::vector<std::int64_t> PlanesOf(const StPreviewOptions& options, std::int64_t
     return numbers;
 }
 
-void RequireAxis(const StPreviewOptions& options, const CImage& image, int axis) {
-    if (axis != 2 && image.Size().Dim() < 3)
+void RequireAxis(const StPreviewOptions& options, const CSize& size, int axis) {
+    if (axis != 2 && size.Dim() < 3)
         throw UsageError("--axis " + options.axis + ": '" + options.file + "' is 2-d; leave --axis out");
-    if (options.showsDepth && PlaneCount(image, axis) < 2)
+    if (options.showsDepth && PlaneCount(size, axis) < 2)
         throw UsageError("--depth: '" + options.file + "' has one plane on axis " + options.axis);
     if (options.slice)
-        RequireExistingPlane(options, "--slice", *options.slice, PlaneCount(image, axis));
+        RequireExistingPlane(options, "--slice", *options.slice, PlaneCount(size, axis));
 }
 
 StPictureOptions PictureOptionsOf(const StPreviewOptions& options) {
@@ -211,22 +213,61 @@ void RequireLetters(const StPreviewOptions& options, const std::vector<StView>& 
         throw UsageError("--letters: '" + options.file + "' does not state the directions of a patient");
 }
 
+std::vector<std::string> InputsOf(const StPreviewOptions& options) {
+    std::vector<std::string> inputs{options.file};
+    if (options.overlay)
+        inputs.push_back(*options.overlay);
+    return inputs;
+}
+
+/// Whether the planes that are shown can be read without the others. An overlay of another size is read as a
+/// whole, and then refused.
+bool CanReadInPart(const StPreviewOptions& options, const CSize& size) {
+    return size.Dim() == 3 && !options.isProjection && !options.showsDepth &&
+           (!options.overlay || ReadImageOutline(*options.overlay).size == size);
+}
+
+/// The part of a volume that the planes span. They become indices in this part.
+std::vector<StIndexRange> ReduceToShownPart(const CSize& size, StPictureOptions& picture,
+                                            std::vector<std::int64_t>& planes) {
+    const std::int64_t middle = PlaneCount(size, picture.axis) / 2;
+    StIndexRange shown{picture.slice.value_or(middle), picture.slice.value_or(middle)};
+    if (!planes.empty())
+        shown = {std::ranges::min(planes), std::ranges::max(planes)};
+    picture.slice = 0;
+    for (std::int64_t& plane : planes)
+        plane -= shown.first;
+    std::vector<StIndexRange> region;
+    for (int axis = 0; axis < size.Dim(); ++axis)
+        region.push_back(axis == picture.axis ? shown : StIndexRange{0, size[axis] - 1});
+    return region;
+}
+
 void Preview(const StPreviewOptions& options) {
     if (LowerExtension(options.output) != ".png")
         throw UsageError("-o '" + options.output + "': a picture's name must end in .png");
     RequireWritableFile(options.output);
+    if (!options.isOverwriting)
+        RequireNoInput({options.output}, InputsOf(options));
     StPictureOptions picture = PictureOptionsOf(options);
-    const auto image = ReadInput(options.file, options.reading);
-    RequireAxis(options, *image, picture.axis);
-    const std::vector<std::int64_t> planes = PlanesOf(options, PlaneCount(*image, picture.axis));
+    StReadOptions reading = ReadOptionsOf(options.reading);
+    const CSize size = ReadImageOutline(options.file, reading).size;
+    RequireAxis(options, size, picture.axis);
+    const std::vector<std::int64_t> planes = PlanesOf(options, PlaneCount(size, picture.axis));
     if (options.isFigure)
         picture.wantedShortSide = c_figureSide / static_cast<std::int64_t>(FigureColumns(planes.size()));
+    std::vector<std::int64_t> planesOfPart = planes;
+    if (CanReadInPart(options, size))
+        reading.region = ReduceToShownPart(size, picture, planesOfPart);
+    const auto image = ReadImage(options.file, reading);
     std::unique_ptr<CImage> overlay;
     if (options.overlay) {
-        overlay = ReadImage(*options.overlay);
+        StReadOptions readingOverlay;
+        readingOverlay.region = reading.region;
+        overlay = ReadImage(*options.overlay, readingOverlay);
         picture.overlay = overlay.get();
     }
-    const std::vector<StView> views = MakeViews(*image, picture, planes);
+    const std::vector<StView> views = MakeViews(*image, picture, planesOfPart);
     RequireLetters(options, views);
     WritePicture(MakeFigure(views, FigureOptionsOf(options, *image, picture.axis, planes)), options.output);
 }
@@ -287,6 +328,7 @@ void AddPreviewCommand(CArgumentParser& program) {
     command.AddOption("-o,--output", options->output, "Where the picture goes", "PNG").Required();
     AddContents(command, *options);
     AddDecorations(command, *options);
+    command.AddFlag("--overwrite", options->isOverwriting, "Allow the picture to replace one of the images");
     AddInputOptions(command, options->reading);
     command.SetFooter(
         "Each pixel of the plane is a square of equal pixels in the picture; bars and letters are "

@@ -18,6 +18,7 @@ struct StTableOptions {
     StMeasurementRequest request;
     std::string file;
     std::optional<std::string> output;
+    bool isOverwriting = false;
 };
 
 enum EnTableFormat { TABLE_CSV, TABLE_JSON };
@@ -33,8 +34,11 @@ EnTableFormat FormatOf(const std::string& path) {
 
 void WriteTable(StTableOptions& options) {
     const EnTableFormat format = options.output ? FormatOf(*options.output) : TABLE_CSV;
-    if (options.output)
+    if (options.output) {
         RequireWritableFile(*options.output);
+        if (!options.isOverwriting)
+            RequireNoInput({*options.output}, {options.file});
+    }
     options.request.files = {options.file};
     const StTable table = ReadTables(options.request).front();
     const std::string text =
@@ -58,6 +62,7 @@ void AddTableCommand(CArgumentParser& program) {
     command.AddOption("-o,--output", options->output, "Where the table goes; standard output without it",
                       "CSV|JSON");
     command.AddRepeated("--pack", options->request.packs, "A pack that describes the measurement", "FILE");
+    command.AddFlag("--overwrite", options->isOverwriting, "Allow the table to replace a file of the image");
     AddInputOptions(command, options->request.reading);
     command.SetFooter(
         "Rows are in numeric order, and units are in the column heads. Statistics are in comment "

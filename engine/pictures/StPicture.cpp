@@ -191,7 +191,7 @@ void Finish(StView& view, const CImage& image, const StPictureOptions& options, 
     Fill(view.picture, turned);
     view.pixelLength =
         spacing[axes.right] * static_cast<double>(turned.width) / static_cast<double>(view.picture.width);
-    view.depth = spacing[along] * static_cast<double>(PlaneCount(image, options.axis) - 1);
+    view.depth = spacing[along] * static_cast<double>(PlaneCount(image.Size(), options.axis) - 1);
 }
 
 template <class Pixel>
@@ -219,7 +219,7 @@ std::vector<StView> MakeTyped(const CImage& image, const StPictureOptions& optio
     std::vector<StView> views(shown.size(), start);
     for (std::size_t i = 0; i < views.size(); ++i) {
         StPlane<Colour> colours{planes[i].width, planes[i].height, {}, {}};
-        colours.pixels = ColoursOf(planes[i], views[i], PlaneCount(image, options.axis));
+        colours.pixels = ColoursOf(planes[i], views[i], PlaneCount(image.Size(), options.axis));
         Finish(views[i], image, shown[i], std::move(colours));
     }
     return views;
@@ -227,9 +227,7 @@ std::vector<StView> MakeTyped(const CImage& image, const StPictureOptions& optio
 
 } // namespace
 
-std::int64_t PlaneCount(const CImage& image, int axis) {
-    return axis < image.Size().Dim() ? image.Size()[axis] : 1;
-}
+std::int64_t PlaneCount(const ORVEN::CSize& size, int axis) { return axis < size.Dim() ? size[axis] : 1; }
 
 std::vector<StView> MakeViews(const CImage& image, const StPictureOptions& options,
                               const std::vector<std::int64_t>& slices) {

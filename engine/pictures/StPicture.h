@@ -53,7 +53,7 @@ struct StView {
 };
 
 /// Number of planes that an image has along an axis.
-std::int64_t PlaneCount(const ORVEN::CImage& image, int axis);
+std::int64_t PlaneCount(const ORVEN::CSize& size, int axis);
 
 /// The picture of one plane or projection. Viewed along z, x runs right and y down; along y, x right and z
 /// down; along x, y right and z down. Images of patients are turned, see `OrientationOf`. `slice` must be

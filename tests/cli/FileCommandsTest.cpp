@@ -248,6 +248,23 @@ TEST(ConvertCommand, ReadsARegion) {
                       "': --region: 10:48 is not a range of its indices along y, 0 to 47\n");
 }
 
+TEST(PictureCommands, ReplaceTheirOwnInputOnlyWhenTold) {
+    const CTestFolder folder;
+    const std::string file = folder / "a.png";
+    Store(file, ReadText(DataFile("page.png")));
+    const std::string refusal = "quillon: '" + file + "' is also an input; give --overwrite to replace it\n";
+    const std::string before = ReadText(file);
+    for (const auto& words :
+         {std::vector<std::string>{"preview", file, "-o", file}, {"plot", file, "Sizes", "-o", file}}) {
+        const ::test::StEnd end = Quillon(words);
+        EXPECT_EQ(end.status, 2);
+        EXPECT_EQ(end.err, refusal);
+        EXPECT_EQ(ReadText(file), before);
+    }
+    EXPECT_EQ(Quillon({"preview", file, "-o", file, "--overwrite"}).status, 0);
+    EXPECT_NE(ReadText(file), before);
+}
+
 TEST(ConvertCommand, ReplacesItsOwnInputOnlyWhenTold) {
     const CTestFolder folder;
     Store(folder / "a.nrrd", ReadText(DataFile("cement_pores_128.nrrd")));

@@ -66,6 +66,16 @@ TEST_F(PreviewCommandTest, PutsSeveralPlanesSideBySide) {
     EXPECT_EQ(SizeOf(volume, {"--slices", "0,23"}), (std::array{2 * 288 + 4, 288}));
 }
 
+TEST_F(PreviewCommandTest, ReadsThePlanesItShowsOnly) {
+    // 4 TB, of which the file system stores nothing.
+    std::ofstream(folder / "a.nrrd") << "NRRD0004\ntype: uint8\ndimension: 3\nsizes: 64 48 1431655765\n"
+                                        "encoding: raw\ndata file: a.raw\n\n";
+    std::ofstream(folder / "a.raw") << "";
+    std::filesystem::resize_file(folder / "a.raw", std::uintmax_t{64 * 48} * 1431655765);
+    EXPECT_EQ(SizeOf(folder / "a.nrrd", {"--slice", "1000000000"}), SizeOf(folder / "a.nrrd", {}));
+    EXPECT_GT(SizeOf(folder / "a.nrrd", {"--slices", "5,9,7", "--figure"})[0], 0);
+}
+
 TEST_F(PreviewCommandTest, OverlaysAMask) {
     const auto mask = RandomImage(IMAGE_BINARY_FG, CSize(48, 48, 24), 1);
     WriteImage(*mask, folder / "mask.nrrd");

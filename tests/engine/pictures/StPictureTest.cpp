@@ -100,7 +100,7 @@ TEST(Picture, ProjectsAlongEachAxis) {
         SCOPED_TRACE(axis);
         StPictureOptions last;
         last.axis = axis;
-        last.slice = PlaneCount(*image, axis) - 1;
+        last.slice = PlaneCount(image->Size(), axis) - 1;
         StPictureOptions projection;
         projection.axis = axis;
         projection.isProjection = true;
