@@ -14,14 +14,15 @@ set(pages "")
 
 # quillon_man_page(PAGE TARGET WORDS DESCRIPTION): a page about a program, or about one of its commands.
 macro(quillon_man_page page target words description)
-  add_custom_command(OUTPUT ${folder}/${page}.1
+  add_custom_command(OUTPUT ${folder}/${page}.1.gz
     COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
     COMMAND ${HELP2MAN} --no-info --section=1 --include=${common} --name=${description}
             --version-string=${PROJECT_VERSION} --output=${folder}/${page}.1 "$<TARGET_FILE:${target}>${words}"
     COMMAND ${CMAKE_COMMAND} -DFILE=${folder}/${page}.1 -DPAGE=${page} -P ${PROJECT_SOURCE_DIR}/cmake/NameManPage.cmake
+    COMMAND gzip -9nf ${folder}/${page}.1
     DEPENDS ${target} ${common} ${PROJECT_SOURCE_DIR}/cmake/NameManPage.cmake
     COMMENT "Writing the manual page of ${page}" VERBATIM)
-  list(APPEND pages ${folder}/${page}.1)
+  list(APPEND pages ${folder}/${page}.1.gz)
 endmacro()
 
 quillon_man_page(quillon quillon "" "analysis of 2-d and 3-d images with plug-ins")

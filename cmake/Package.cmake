@@ -34,6 +34,7 @@ set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA
 
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME libquillon${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_DEPENDS "fonts-dejavu-core") # the text in figures
 set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "algorithms for 2-d and 3-d images
 Shared libraries with distance maps, morphology, granulometry, skeletons,
 fibre directions and other measurements for CT and microscopy volumes, and
