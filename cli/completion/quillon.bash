@@ -1,0 +1,88 @@
+# Completion of quillon for bash. Words come from the program itself: commands and options from --help, plug-ins from
+# `list`, keys and choices from `describe`.
+
+_quillon_options() {
+    "$@" --help 2>/dev/null | grep -oE -- '(^ +|,)--?[a-z-]+' | tr -d ' ,'
+}
+
+_quillon_commands() {
+    quillon --help 2>/dev/null | awk '/^Subcommands:/ { on = 1; next } /^$/ { on = 0 } on { print $1 }'
+}
+
+_quillon_plugins() {
+    quillon list 2>/dev/null | awk '/^  [A-Za-z]/ && $1 != "Known" && $1 != "This" { print $1 }'
+}
+
+# The keys of a plug-in's parameters or settings, each with "=".
+_quillon_keys() {
+    quillon describe "$1" 2>/dev/null |
+        awk -v table="$2" '$1 == table { on = 1; next } /^$/ { on = 0 } on && /^[^ ]/ { sub(/  .*/, ""); print $0 "=" }'
+}
+
+# The choices of a key, or true and false.
+_quillon_values() {
+    quillon describe "$1" 2>/dev/null | awk -v key="$2" '
+        index($0, key "  ") == 1 || $0 == key {
+            line = substr($0, length(key) + 1)
+            if (match(line, /one of /)) {
+                list = substr(line, RSTART + 7)
+                gsub(/, /, "\n", list)
+                print list
+            } else if (line ~ /^ +bool /) {
+                print "true\nfalse"
+            }
+        }'
+}
+
+# The command and the plug-in among the words before the cursor.
+_quillon_command=
+_quillon_plugin=
+_quillon_look_back() {
+    _quillon_command=${COMP_WORDS[1]}
+    _quillon_plugin=
+    if [[ $_quillon_command == run && $COMP_CWORD -gt 2 ]]; then
+        _quillon_plugin=${COMP_WORDS[2]}
+    fi
+}
+
+_quillon() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} IFS=$'\n'
+    local beforeThat=
+    [[ $COMP_CWORD -gt 1 ]] && beforeThat=${COMP_WORDS[COMP_CWORD - 2]}
+    COMPREPLY=()
+    if [[ $COMP_CWORD -eq 1 ]]; then
+        COMPREPLY=($(compgen -W "$(_quillon_commands; _quillon_options quillon)" -- "$current"))
+        return
+    fi
+    _quillon_look_back
+    # bash takes KEY=VALUE apart at the equals sign.
+    if [[ $current == = || $previous == = ]] && [[ -n $_quillon_plugin ]]; then
+        local key=$beforeThat value=$current
+        [[ $current == = ]] && key=$previous value=
+        COMPREPLY=($(compgen -W "$(_quillon_values "$_quillon_plugin" "$key")" -- "$value"))
+        [[ ${#COMPREPLY[@]} -gt 0 ]] || COMPREPLY=($(compgen -f -- "$value"))
+        return
+    fi
+    case $previous in
+    -p | --parameter | -s | --setting)
+        local table=PARAMETER
+        [[ $previous == -s || $previous == --setting ]] && table=SETTING
+        COMPREPLY=($(compgen -W "$(_quillon_keys "$_quillon_plugin" "$table")" -- "$current"))
+        compopt -o nospace 2>/dev/null
+        return
+        ;;
+    --as) COMPREPLY=($(compgen -W $'binary\ngrey8\ngrey16\ngrey32\ngreyf' -- "$current")) ; return ;;
+    --unit) COMPREPLY=($(compgen -W $'m\nmm\num\nnm' -- "$current")) ; return ;;
+    --axis) COMPREPLY=($(compgen -W $'x\ny\nz' -- "$current")) ; return ;;
+    esac
+    if [[ $current == -* ]]; then
+        COMPREPLY=($(compgen -W "$(_quillon_options quillon "$_quillon_command")" -- "$current"))
+    elif [[ $COMP_CWORD -eq 2 && ($_quillon_command == run || $_quillon_command == describe) ]]; then
+        COMPREPLY=($(compgen -W "$(_quillon_plugins)" -- "$current"))
+    else
+        COMPREPLY=($(compgen -f -- "$current"))
+        compopt -o filenames 2>/dev/null
+    fi
+}
+
+complete -F _quillon quillon
