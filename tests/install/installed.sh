@@ -55,4 +55,16 @@ CODE
 cmake -S "$folder/user" -B "$folder/user/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$folder/user/build" >/dev/null
 [ "$("$folder/user/build/user")" = "done" ]
+
+echo "the example pack is built, tested and used"
+cmake -S "$source/examples/pack" -B "$folder/pack" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror" >/dev/null
+cmake --build "$folder/pack" >/dev/null
+ctest --test-dir "$folder/pack" --output-on-failure >/dev/null
+[ "$(nm -D --defined-only "$folder/pack/libExamplePack.so" | awk '{ print $3 }')" = CreatePluginInstanceEx ]
+run=(run GradientMagnitude "$source/tests/data/lung_ct_crop_u16.mha" --quiet -o "$folder/edges.nrrd")
+"$prefix/bin/quillon" "${run[@]}" --pack "$folder/pack/libExamplePack.so"
+mkdir -p "$XDG_DATA_HOME/quillon/packs"
+cp "$folder/pack/libExamplePack.so" "$folder/pack/ExamplePack.catalogue.json" "$XDG_DATA_HOME/quillon/packs"
+"$prefix/bin/quillon" "${run[@]}"
+"$prefix/bin/quillon" list | grep -q '^ExamplePack 0.1.0$'
 echo "all is well"
