@@ -75,9 +75,8 @@ void CGradientMagnitudePlugin::GetData(CValueMap& tree) {
         const auto derivative = AsFloat(*image);
         CPartialDerivatives(nullptr, nullptr).Derivative(*derivative, axis == 0, axis == 1, axis == 2);
         const auto length = static_cast<float>(spacing[static_cast<std::size_t>(axis)]);
-        ForEachPixel(*result, *derivative, [length](float sum, float slope) {
-            return sum + slope / length * (slope / length);
-        });
+        ForEachPixel(*result, *derivative,
+                     [length](float sum, float slope) { return sum + slope / length * (slope / length); });
     }
     float greatest = 0.0F;
     ForEachPixel(*result, *result, [&greatest](float sum, float) {
@@ -85,8 +84,9 @@ void CGradientMagnitudePlugin::GetData(CValueMap& tree) {
         return std::sqrt(sum);
     });
 
-    contract::Inherit(*result, *image,
-                      CString("gradientmagnitude(%1)", CString::ENC_UTF8).Arg(m_usesSpacing ? "spacing" : "pixels"));
+    contract::Inherit(
+        *result, *image,
+        CString("gradientmagnitude(%1)", CString::ENC_UTF8).Arg(m_usesSpacing ? "spacing" : "pixels"));
     CQuillonHeaderTools::SetMinMax(*result, 0.0, greatest);
     contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(result),
                        contract::LabelOf(*m_focusedDocument, "GradientMagnitude"));

@@ -5,10 +5,11 @@
 
 namespace example {
 
-/// "GradientMagnitude": how steeply the grey values of an image rise at each pixel, as a float image. Edges are bright.
+/// "GradientMagnitude": how steeply the grey values of an image rise at each pixel, as a float image. Edges
+/// are bright.
 ///
-/// The derivatives are exact finite differences in grey values per unit of the spacing. Time: three derivatives, so linear
-/// in the pixels. Memory: two float images beside the result.
+/// The derivatives are exact finite differences in grey values per unit of the spacing. Time: three
+/// derivatives, so linear in the pixels. Memory: two float images beside the result.
 class CGradientMagnitudePlugin : public ORVEN::CPluginBase {
 public:
     void GetPluginSetup(ORVEN::CValueMap& setup) override;
