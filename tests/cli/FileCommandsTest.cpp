@@ -215,7 +215,7 @@ TEST(ConvertCommand, ChoosesAChannelOrATimePoint) {
                                   {"convert", input, folder / "b.nrrd"},
                                   {"preview", input, "-o", folder / "b.png"},
                                   {"plot", input, "x", "-o", folder / "b.svg"},
-                                  {"run", "Invert", input}})
+                                  {"run", "SegmNiblack", input}})
         EXPECT_EQ(errorOf(arguments, STATUS_FILE),
                   refused + "it has 3 time points; choose one with --time N, N from 0 to 2\n");
     EXPECT_EQ(errorOf({"info", input, "--range", "--time", "3"}, STATUS_USAGE),
