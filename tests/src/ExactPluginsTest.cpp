@@ -296,7 +296,7 @@ TEST_P(ExactPlugins, ADamagedTableRaisesAndLeavesTheTreeAsItWas) {
     (GetParam().isBisector ? CExactBisector::Lut() : CExactMedialAxis::Lut()) = damaged;
     test::CPackHost host(test::Ball(9).Image());
     EXPECT_EQ(Refusal(host), "ORVEN::LookUpTableFile: Look-up table '" + damaged +
-                                 "' is not usable: it is no look-up table.");
+                                 "' is not usable: it is not a look-up table.");
     EXPECT_FALSE(host.Tree().HasEntry("output"));
     CExactBisector::Lut().clear();
     CExactMedialAxis::Lut().clear();

@@ -103,7 +103,7 @@ public:
     [[nodiscard]] EnLookUpTable Kind() const { return static_cast<EnLookUpTable>(m_kind); }
 
     StMedialAxisNeighborhood Neighborhood() const {
-        RequireKind(EnLookUpTable::MEDIAL_AXIS, "it is no table of the medial axis");
+        RequireKind(EnLookUpTable::MEDIAL_AXIS, "it is not a table of the medial axis");
         Require(m_recordCount <= c_greatestGeneratorCount, "it has too many records");
         Require(Payload().size() == m_recordCount * c_generatorSize, "its sizes do not agree");
         StMedialAxisNeighborhood neighborhood{m_reach, {}};
@@ -127,7 +127,7 @@ public:
     }
 
     CSphereVectors Spheres() const {
-        RequireKind(EnLookUpTable::SPHERES, "it is no table of spheres");
+        RequireKind(EnLookUpTable::SPHERES, "it is not a table of spheres");
         const std::size_t startCount = std::size_t{m_reach} + 2;
         Require(Payload().size() == startCount * sizeof(std::uint32_t) + m_recordCount * c_vectorSize,
                 "its sizes do not agree");
@@ -163,7 +163,7 @@ private:
 
     void ReadHeader() {
         const std::string_view bytes(m_bytes);
-        Require(bytes.starts_with(c_magic), "it is no look-up table");
+        Require(bytes.starts_with(c_magic), "it is not a look-up table");
         Require(bytes.size() >= c_headerSize, "it is cut short");
         CNumberReader reader(bytes.substr(c_magic.size()));
         const auto version = reader.Next<std::uint16_t>();
@@ -181,7 +181,7 @@ private:
                 "its kind is not known");
         Require(dimension == c_dimension && flags == 0, "it is for other images");
         Require(m_reach > 0 && m_reach <= CSphereVectors::c_greatestReach, "its reach is out of range");
-        Require(payloadSize >= Payload().size(), "it goes on behind its end");
+        Require(payloadSize >= Payload().size(), "it continues after its end");
         Require(payloadSize <= Payload().size(), "it is cut short");
         Require(payloadSum == Crc32(Payload()), "its records are damaged");
     }

@@ -131,8 +131,8 @@ TEST_F(LookUpTableFile, EveryTruncationAndAnExtraByteAreNoticed) {
     for (const std::string& bytes : {AxisBytes(FindMedialAxisNeighborhood(60)), SphereBytes(9)}) {
         for (std::size_t size = 0; size < bytes.size(); ++size)
             ASSERT_EQ(FaultOf(bytes.substr(0, size)),
-                      size < 8 ? "it is no look-up table." : "it is cut short.");
-        EXPECT_EQ(FaultOf(bytes + '\0'), "it goes on behind its end.");
+                      size < 8 ? "it is not a look-up table." : "it is cut short.");
+        EXPECT_EQ(FaultOf(bytes + '\0'), "it continues after its end.");
     }
 }
 
@@ -153,7 +153,7 @@ TEST_F(LookUpTableFile, AHeaderThatLiesIsFoundOutThoughItsSumsAgree) {
     EXPECT_EQ(faultWith(axis, 16, 89, 4), "a record is out of range.");
     EXPECT_EQ(faultWith(axis, 20, 8, 4), "its sizes do not agree.");
     EXPECT_EQ(faultWith(axis, 20, 0xFFFFFFFF, 4), "it has too many records.");
-    EXPECT_EQ(faultWith(axis, 24, 8, 8), "it goes on behind its end.");
+    EXPECT_EQ(faultWith(axis, 24, 8, 8), "it continues after its end.");
     EXPECT_EQ(faultWith(axis, 24, ~std::uint64_t{0}, 8), "it is cut short.");
     EXPECT_EQ(faultWith(axis, 10, 2, 2), "its sizes do not agree."); // the other kind
     EXPECT_EQ(faultWith(spheres, 10, 1, 2), "its sizes do not agree.");
@@ -204,9 +204,9 @@ TEST_F(LookUpTableFile, RecordsThatLieAreFoundOutThoughTheSumsAgree) {
 
 TEST_F(LookUpTableFile, TheOtherKindIsNotUsable) {
     const std::string axis = AxisBytes(FindMedialAxisNeighborhood(100));
-    EXPECT_EQ(FaultOf(axis, [this] { (void)ReadSphereVectors(m_path); }), "it is no table of spheres.");
+    EXPECT_EQ(FaultOf(axis, [this] { (void)ReadSphereVectors(m_path); }), "it is not a table of spheres.");
     EXPECT_EQ(FaultOf(SphereBytes(5), [this] { (void)ReadMedialAxisNeighborhood(m_path); }),
-              "it is no table of the medial axis.");
+              "it is not a table of the medial axis.");
 }
 
 TEST_F(LookUpTableFile, WhatIsNoFileIsNotUsable) {

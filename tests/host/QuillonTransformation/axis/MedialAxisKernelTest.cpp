@@ -325,7 +325,7 @@ TEST_F(MedialAxisTables, AMissingOrDamagedTableRaises) {
               "Look-up table '" + m_path + "' is not usable: it cannot be read.");
     std::ofstream(m_path) << "no table";
     EXPECT_EQ(Raised<CException>([&] { AxisOf(LongVectorObject(), 0, m_path); }).Message(),
-              "Look-up table '" + m_path + "' is not usable: it is no look-up table.");
+              "Look-up table '" + m_path + "' is not usable: it is not a look-up table.");
 }
 
 class ExactMedialAxis : public MedialAxisTables {
