@@ -99,12 +99,7 @@ public:
 
 private:
     /// Returns the same number in all lanes.
-    static Numbers Filled(Number number) {
-        Numbers numbers;
-        for (std::size_t lane = 0; lane < lanes; ++lane)
-            numbers[lane] = number;
-        return numbers;
-    }
+    static Numbers Filled(Number number) { return Numbers{} + number; }
 
     /// Counts neighbouring blocks, at most as many as there are lanes.
     void CountBlocks(const std::array<const T*, 4>& rows, std::size_t blockCount) {
