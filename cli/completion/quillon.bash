@@ -68,7 +68,7 @@ _quillon() {
         local table=PARAMETER
         [[ $previous == -s || $previous == --setting ]] && table=SETTING
         COMPREPLY=($(compgen -W "$(_quillon_keys "$_quillon_plugin" "$table")" -- "$current"))
-        compopt -o nospace 2>/dev/null
+        compopt -o nospace 2>/dev/null || true
         return
         ;;
     --as) COMPREPLY=($(compgen -W $'binary\ngrey8\ngrey16\ngrey32\ngreyf' -- "$current")) ; return ;;
@@ -81,7 +81,7 @@ _quillon() {
         COMPREPLY=($(compgen -W "$(_quillon_plugins)" -- "$current"))
     else
         COMPREPLY=($(compgen -f -- "$current"))
-        compopt -o filenames 2>/dev/null
+        compopt -o filenames 2>/dev/null || true
     fi
 }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # tests/cli/completion.sh PROGRAMS: what bash offers after the words of a command line.
-set -euo pipefail
-PATH=$1:$PATH
+set -uo pipefail
+PATH=$(cd "$1" && pwd):$PATH
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/../../cli/completion/quillon.bash"
 folder=$(mktemp -d)
