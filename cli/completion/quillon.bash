@@ -10,7 +10,7 @@ _quillon_commands() {
 }
 
 _quillon_plugins() {
-    quillon list 2>/dev/null | awk '/^  [A-Za-z]/ && $1 != "Known" && $1 != "This" { print $1 }'
+    quillon list --json 2>/dev/null | sed -n 's/^ *"name": "\([^"]*\)".*/\1/p'
 }
 
 # The keys of a plug-in's parameters or settings, each with "=".
