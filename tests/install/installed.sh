@@ -12,7 +12,11 @@ mv "$folder/first" "$folder/moved"
 prefix=$folder/moved
 
 echo "no file names the place where it was built"
-[ -z "$(grep -rlF -e "$source" -e "$build" "$prefix")" ]
+places=(-e "$build/")
+for folder_of_sources in host src packs engine cli; do
+    places+=(-e "$source/$folder_of_sources/")
+done
+[ -z "$(grep -rlF "${places[@]}" "$prefix")" ]
 
 echo "the programs run, and find both packs and the module for DICOM"
 unset LD_LIBRARY_PATH
