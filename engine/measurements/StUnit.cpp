@@ -52,12 +52,7 @@ std::string StUnit::Typeset() const {
 }
 
 std::string LengthUnitOf(const ORVEN::CImage& image) {
-    const auto geometry = ORVEN::StImageGeometry::Of(image);
-    if (!geometry.unit.empty())
-        return geometry.unit;
-    // Some plug-ins store a spacing of 1 for pixels of unknown size.
-    constexpr ORVEN::StImageGeometry::Vector pixels{1, 1, 1};
-    return geometry.spacing.value_or(pixels) == pixels ? "px" : "unit";
+    return ORVEN::StImageGeometry::Of(image).LengthUnit();
 }
 
 StUnit UnitOfText(std::string_view text, const std::string& lengthUnit) {

@@ -18,8 +18,7 @@ struct StUnit {
     [[nodiscard]] std::string Typeset() const;
 };
 
-/// The unit of length of an image: that of its geometry. Without one, "px" if its pixels are 1 apart, else
-/// "unit".
+/// The unit of length of an image, see `StImageGeometry::LengthUnit`.
 std::string LengthUnitOf(const ORVEN::CImage& image);
 
 /// The unit that a catalogue states: "length" and "length^N" are powers of `lengthUnit`, "pixels" is px and

@@ -128,6 +128,13 @@ bool StImageGeometry::HasPlace() const {
     return origin != Vector{} || directions != identity || isAnatomical;
 }
 
+std::string StImageGeometry::LengthUnit() const {
+    constexpr Vector pixels{1, 1, 1};
+    if (!unit.empty())
+        return unit;
+    return spacing.value_or(pixels) == pixels ? "px" : "unit";
+}
+
 std::optional<StDirections> DirectionsOf(const std::array<Vector, 3>& vectors) {
     StDirections result{vectors, {}};
     for (std::size_t axis = 0; axis < vectors.size(); ++axis) {

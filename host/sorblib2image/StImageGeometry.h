@@ -41,6 +41,9 @@ struct StImageGeometry {
     [[nodiscard]] Vector PositionOf(const Vector& pixel) const;
     /// Whether origin, directions or space differ from what is assumed for an image without them.
     [[nodiscard]] bool HasPlace() const;
+    /// What lengths are counted in, for tables and figures: `unit`. Without it, "px" if pixels are 1 apart,
+    /// which some plug-ins store for pixels of unknown size, else "unit".
+    [[nodiscard]] std::string LengthUnit() const;
 
     friend bool operator==(const StImageGeometry&, const StImageGeometry&) = default;
 };

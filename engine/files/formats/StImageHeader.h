@@ -106,7 +106,7 @@ struct StImageHeader {
     }
     /// Bytes of the samples of all images in the file.
     [[nodiscard]] std::int64_t TotalByteCount() const { return ByteCount() * series.Count(); }
-    /// How many channels can be told apart: adjacent and separate samples, and images.
+    /// The number of channels to choose from: adjacent samples, separate samples and images of a series.
     [[nodiscard]] std::int64_t ChannelCount() const {
         return series.channels * separateSamples * samplesPerPixel;
     }

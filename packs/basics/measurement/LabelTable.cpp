@@ -1,7 +1,7 @@
 #include "measurement/LabelTable.h"
 
-#include <sorblib2core/CString.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/StImageGeometry.h>
 
 namespace quillon::basics {
 
@@ -45,13 +45,7 @@ std::string TitleWithUnit(const StColumn& column, const CImage& image) {
         return column.title;
     if (column.lengthPower < 0)
         return column.title + " [px]";
-    double ignored = 0.0;
-    const bool hasSpacing = CQuillonHeaderTools::GetSpacing(image, ignored, ignored, ignored);
-    const CValue* entry = image.Attributes().Entry("unit", true);
-    const bool hasUnit =
-        entry != nullptr && entry->GenericType() == CValue::VAL_STRING && !entry->String().Std().empty();
-    std::string title = column.title + " [";
-    title += hasUnit ? entry->String().Std() : hasSpacing ? "unit" : "px";
+    std::string title = column.title + " [" + StImageGeometry::Of(image).LengthUnit();
     if (column.lengthPower > 1)
         title.append("^").append(std::to_string(column.lengthPower));
     return title + "]";

@@ -23,6 +23,8 @@ TEST(Unit, IsWrittenWithItsPower) {
 TEST(Unit, OfLengthIsThatOfTheImage) {
     CImage image(IMAGE_GREY_8, CSize(2, 2), CSize(0, 0));
     EXPECT_EQ(LengthUnitOf(image), "px");
+    CQuillonHeaderTools::SetSpacing(image, 1.0, 1.0, 1.0);
+    EXPECT_EQ(LengthUnitOf(image), "px");
     CQuillonHeaderTools::SetSpacing(image, 0.5, 0.5, 1.0);
     EXPECT_EQ(LengthUnitOf(image), "unit");
     image.Attributes().SetEntry("unit", new CValueString("mm", CString::NPOS));

@@ -9,6 +9,7 @@
 #include <sorblib2core/CValueVector.h>
 #include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
+#include <sorblib2image/StImageGeometry.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -119,17 +120,16 @@ TEST_F(PluginCall, ContinuesAfterARefusalIfForced) {
     EXPECT_EQ(outcome.isAccepted, false);
 }
 
-TEST_F(PluginCall, AResultThatSaysNothingAboutItsOriginGetsSpacingAndHistoryOfTheImage) {
+TEST_F(PluginCall, AResultThatDoesNotStateItsOriginGetsGeometryAndHistoryOfTheImage) {
     CQuillonHeaderTools::SetSpacing(*image, 0.5, 0.25, 1.0);
+    image->Attributes().SetEntry("unit", new CValueString("mm", CString::NPOS));
     CQuillonHeaderTools::AddToHistory(*image, "scanned()", 0);
     plugin.work = [](CValueMap& tree) { AddResult(tree, CSize(2, 2)); };
     const StPluginOutcome outcome = Call();
     const CImage& result = *ImageOf(*outcome.documents.at(0));
-    double x = 0.0;
-    double y = 0.0;
-    double z = 0.0;
-    ASSERT_TRUE(CQuillonHeaderTools::GetSpacing(result, x, y, z));
-    EXPECT_EQ((std::array{x, y, z}), (std::array{0.5, 0.25, 1.0}));
+    const auto place = StImageGeometry::Of(result);
+    EXPECT_EQ(place.spacing, (StImageGeometry::Vector{0.5, 0.25, 1.0}));
+    EXPECT_EQ(place.unit, "mm");
     EXPECT_EQ(HistoryOf(result), (std::vector<std::string>{"scanned()", "measured()"}));
 }
 
