@@ -1,38 +1,17 @@
 #include "engine/packs/PackFolders.h"
 
+#include "support/CEnvironmentVariable.h"
 #include "support/CommandLine.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 using namespace engine;
 
 namespace {
-
-/// Sets an environment variable and restores it.
-class CVariable {
-public:
-    CVariable(const char* name, const std::string& value)
-        : m_name(name) {
-        if (const char* const before = std::getenv(name))
-            m_before = before;
-        setenv(name, value.c_str(), 1);
-    }
-    CVariable(const CVariable&) = delete;
-    CVariable& operator=(const CVariable&) = delete;
-    ~CVariable() {
-        if (m_before)
-            setenv(m_name, m_before->c_str(), 1);
-        else
-            unsetenv(m_name);
-    }
-
-private:
-    const char* m_name;
-    std::optional<std::string> m_before;
-};
 
 void MakeFiles(const test::CTestFolder& folder, const std::vector<const char*>& names) {
     for (const char* name : names)
@@ -58,20 +37,20 @@ TEST(PackFolders, OfOtherLibrariesHoldThoseWithACatalogue) {
 }
 
 TEST(PackFolders, OfTheUserFollowTheDataFolder) {
-    const CVariable home("HOME", "/home/a");
+    const test::CEnvironmentVariable home("HOME", "/home/a");
     {
-        const CVariable data("XDG_DATA_HOME", "/data");
+        const test::CEnvironmentVariable data("XDG_DATA_HOME", "/data");
         EXPECT_EQ(UserPackFolder(), "/data/quillon/packs");
     }
     for (const char* ignored : {"", "relative"}) {
-        const CVariable data("XDG_DATA_HOME", ignored);
+        const test::CEnvironmentVariable data("XDG_DATA_HOME", ignored);
         EXPECT_EQ(UserPackFolder(), "/home/a/.local/share/quillon/packs");
     }
 }
 
 TEST(PackFolders, AreSearchedInOrderAndNameEachPackOnce) {
     const test::CTestFolder folder;
-    const CVariable data("XDG_DATA_HOME", folder / "");
+    const test::CEnvironmentVariable data("XDG_DATA_HOME", (folder / "").c_str());
     std::filesystem::create_directories(folder / "quillon/packs");
     const std::string own = folder / "quillon/packs/libOwn.so";
     std::ofstream(own) << "";

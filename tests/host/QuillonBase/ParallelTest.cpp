@@ -1,6 +1,7 @@
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonBase/Parallel.h>
 
+#include "support/CEnvironmentVariable.h"
 #include "support/CRecordingProgress.h"
 #include "support/Raised.h"
 
@@ -25,35 +26,6 @@ using namespace ORVEN;
 using test::CRecordingProgress;
 
 namespace {
-
-/// Sets or removes an environment variable for as long as it lives.
-class CEnvironment {
-public:
-    CEnvironment(const char* name, const char* value)
-        : m_name(name) {
-        if (const char* former = std::getenv(name)) {
-            m_former = former;
-            m_wasSet = true;
-        }
-        if (value != nullptr)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
-    }
-    ~CEnvironment() {
-        if (m_wasSet)
-            setenv(m_name, m_former.c_str(), 1);
-        else
-            unsetenv(m_name);
-    }
-    CEnvironment(const CEnvironment&) = delete;
-    CEnvironment& operator=(const CEnvironment&) = delete;
-
-private:
-    const char* m_name;
-    std::string m_former;
-    bool m_wasSet = false;
-};
 
 /// Leaves the process with the default number of threads.
 class ParallelForWithThreads : public testing::TestWithParam<int> {
@@ -276,7 +248,7 @@ TEST_P(ParallelForWithThreads, EachWorkerKeepsItsScratchMemory) {
 }
 
 TEST(ThreadCount, IsWhatWasSetAndZeroGoesBackToTheDefault) {
-    const CEnvironment environment("OMP_NUM_THREADS", "5");
+    const test::CEnvironmentVariable environment("OMP_NUM_THREADS", "5");
     EXPECT_EQ(ThreadCount(), 5);
     SetThreadCount(3);
     EXPECT_EQ(ThreadCount(), 3);
@@ -287,12 +259,12 @@ TEST(ThreadCount, IsWhatWasSetAndZeroGoesBackToTheDefault) {
 }
 
 TEST(ThreadCount, ReadsTheFirstNumberOfOmpNumThreads) {
-    const CEnvironment environment("OMP_NUM_THREADS", "6,2");
+    const test::CEnvironmentVariable environment("OMP_NUM_THREADS", "6,2");
     EXPECT_EQ(ThreadCount(), 6);
 }
 
 TEST(ThreadCount, LimitsOmpNumThreadsToWhatIsSensible) {
-    const CEnvironment environment("OMP_NUM_THREADS", "100000");
+    const test::CEnvironmentVariable environment("OMP_NUM_THREADS", "100000");
     EXPECT_EQ(ThreadCount(), 1024);
 }
 
@@ -300,7 +272,7 @@ TEST(ThreadCount, IsOnePerProcessorWithoutAUsableOmpNumThreads) {
     const int processors = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
     for (const char* text : {static_cast<const char*>(nullptr), "", "0", "-4", "many", "99999999999"}) {
         SCOPED_TRACE(text != nullptr ? text : "not set");
-        const CEnvironment environment("OMP_NUM_THREADS", text);
+        const test::CEnvironmentVariable environment("OMP_NUM_THREADS", text);
         EXPECT_EQ(ThreadCount(), processors);
     }
 }
