@@ -2,6 +2,7 @@
 // they call, and who frees what, is in SkeletonCallsTest.cpp.
 
 #include "oracles/TopologyOracle.h"
+#include "support/CThreadCount.h"
 #include "support/PluginTest.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
@@ -321,6 +322,7 @@ TEST(SkeletonAngles, AreAMatterOfTheTopologicalOneAlone) {
 }
 
 TEST_F(SkeletonPlugin, CancelledAnywhereDeliversADocumentOfZerosOrAWholeOne) {
+    const test::CThreadCount oneThread(1);
     const test::StObject cube = test::Solid({6, 6, 6}, 1);
     int zeros = 0;
     for (int question = 0;; ++question) {
@@ -342,6 +344,7 @@ TEST_F(SkeletonPlugin, CancelledAnywhereDeliversADocumentOfZerosOrAWholeOne) {
 }
 
 TEST_F(EuclideanSkeletonPlugin, CancelledBeforeTheThinningDeliversNothingAndInItADocumentOfZeros) {
+    const test::CThreadCount oneThread(1);
     const test::StObject cube = test::Solid({6, 6, 6}, 1);
     int nothing = 0;
     int zeros = 0;

@@ -1,4 +1,5 @@
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 
 #include <QuillonBase/SeparablePasses.h>
 
@@ -16,15 +17,6 @@
 using namespace ORVEN;
 
 namespace {
-
-/// Restores the default number of threads.
-class CThreads {
-public:
-    explicit CThreads(int count) { SetThreadCount(count); }
-    CThreads(const CThreads&) = delete;
-    CThreads& operator=(const CThreads&) = delete;
-    ~CThreads() { SetThreadCount(0); }
-};
 
 constexpr std::int64_t c_linesPerCall = 100;
 
@@ -83,7 +75,7 @@ private:
 
 TEST(CSeparablePasses, VisitsEachLineOnceAndFinishesAnAxisBeforeTheNextThatCrossesIt) {
     for (const int threadCount : {1, 2, 5}) {
-        const CThreads threads(threadCount);
+        const test::CThreadCount threads(threadCount);
         for (const auto& [nx, ny, nz] : std::vector<std::array<std::int64_t, 3>>{{1, 1, 1},
                                                                                  {230, 1, 1},
                                                                                  {230, 150, 1},
@@ -109,7 +101,7 @@ TEST(CSeparablePasses, VisitsEachLineOnceAndFinishesAnAxisBeforeTheNextThatCross
 // A step is a plane or the z lines of a row where these suffice for all threads, else a block.
 TEST(CSeparablePasses, DividesAFlatImageAndOneOfFewPlanesIntoBlocks) {
     const auto stepsOf = [](const StPassAxes& axes, int threadCount) {
-        const CThreads threads(threadCount);
+        const test::CThreadCount threads(threadCount);
         CVisits visits(axes);
         test::CRecordingProgress progress;
         visits.Run(progress);
@@ -121,7 +113,7 @@ TEST(CSeparablePasses, DividesAFlatImageAndOneOfFewPlanesIntoBlocks) {
 }
 
 TEST(CSeparablePasses, StopsWhenCancelled) {
-    const CThreads threads(1);
+    const test::CThreadCount threads(1);
     CVisits visits({20, 20, 20, true, true});
     test::CRecordingProgress progress;
     progress.isCancelled = true;

@@ -1,4 +1,5 @@
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -314,13 +315,12 @@ TEST(CPartialDerivatives, ResultsAreTheSameForAllVectorInstructions) {
 // --- progress and refusals
 
 TEST(CPartialDerivatives, ReportsAStepForEachPlaneAndRowOfPlanes) {
-    SetThreadCount(2);
+    const test::CThreadCount threads(2);
     const auto image = RandomFloats(CSize(8, 5, 7), 2);
     test::CRecordingProgress progress;
     CPartialDerivatives derivatives(nullptr, nullptr);
     derivatives.SetProgress(CProgressProxy(&progress));
     derivatives.Derivative(*image, 1, 1, 1);
-    SetThreadCount(0);
     EXPECT_EQ(progress.calls.front(), "Start 12 Partial derivative");
     EXPECT_EQ(progress.calls.back(), "Finish");
     EXPECT_EQ(progress.steps, 12U);

@@ -1,5 +1,6 @@
 #include "host/QuillonFilter/CPaddedImage.h"
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -564,14 +565,13 @@ TEST(CYoungVanVliet, TinyNumbersCountAgainAfterwards) {
 // --- progress and refusals
 
 TEST(CYoungVanVliet, ReportsAStepForEachPlaneAndRowOfPlanes) {
-    SetThreadCount(2);
+    const test::CThreadCount threads(2);
     const auto image = RandomFloats(CSize(8, 5, 7), 2);
     CImage result(IMAGE_GREY_F, image->Size(), CSize(0, 0, 0));
     test::CRecordingProgress progress;
     CYoungVanVliet filter(1.0, nullptr, nullptr);
     filter.SetProgress(CProgressProxy(&progress));
     filter.gauss(result, *image);
-    SetThreadCount(0);
     EXPECT_EQ(progress.calls.front(), "Start 12 Gaussian filter");
     EXPECT_EQ(progress.calls.back(), "Finish");
     EXPECT_EQ(progress.steps, 12U);
@@ -598,9 +598,8 @@ TEST(CYoungVanVliet, ReportsUnderTheNameOfTheCall) {
     CYoungVanVliet filter(1.0, "Smoothing", nullptr);
     CProgressProxy::SetHostSink(before);
     // With more threads, a step is less than a plane.
-    SetThreadCount(1);
+    const test::CThreadCount threads(1);
     filter.gauss(*image, *image);
-    SetThreadCount(0);
     EXPECT_EQ(progress.calls.front(), "Start 6 Smoothing");
 }
 

@@ -2,6 +2,7 @@
 
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -638,7 +639,7 @@ private:
 TEST(Granulometry, ACancelledRunReturnsAnEmptyResultAndDoesNotRaise) {
     std::mt19937 random(10);
     const auto image = Blobs(CSize(20, 20, 40), random, 20, 6.0);
-    SetThreadCount(1);
+    const test::CThreadCount threads(1);
     for (const bool isFiltered : {false, true}) {
         for (const int mode : {0, 1}) {
             const StCall call{.isFiltered = isFiltered, .mode = mode};
@@ -663,7 +664,6 @@ TEST(Granulometry, ACancelledRunReturnsAnEmptyResultAndDoesNotRaise) {
             }
         }
     }
-    SetThreadCount(0);
 }
 
 TEST(Granulometry, ReportsAsManyStepsAsAnnounced) {

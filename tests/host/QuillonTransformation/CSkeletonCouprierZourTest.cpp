@@ -2,6 +2,7 @@
 #include "oracles/TopologyOracle.h"
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 #include "support/Raised.h"
 
 #include <QuillonBase/Parallel.h>
@@ -494,7 +495,7 @@ TEST(RunSkeletonCouprierZour, CancelledAnywhereLeavesZeros) {
     const StObject object = Foam(10, 14, 1);
     const auto image = object.Image();
     const Bytes whole = SkeletonInOneCall(object, "N26", 0, 0.0F).pixels;
-    SetThreadCount(1);
+    const test::CThreadCount threads(1);
     int questions = 1000000;
     for (int question = 0; question < questions; ++question) {
         CCancelledAt sink(question);
@@ -511,7 +512,6 @@ TEST(RunSkeletonCouprierZour, CancelledAnywhereLeavesZeros) {
             ASSERT_LE(sink.Asked(), question + 8) << "goes on working";
         }
     }
-    SetThreadCount(0);
     EXPECT_GT(questions, 4 * 14);
 }
 

@@ -1,5 +1,6 @@
 #include "oracles/DistanceOracle.h"
 #include "support/CRandomSeeds.h"
+#include "support/CThreadCount.h"
 
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonBase/Parallel.h>
@@ -180,10 +181,9 @@ TEST(CSphericalMorphology, ClosesTheSameOnAnyNumberOfThreadsWithALargeBall) {
     std::mt19937 random(3);
     const auto image = Scattered(random, CSize(60, 50, 8), 40);
     const auto closed = [&](int threadCount) {
-        SetThreadCount(threadCount);
+        const test::CThreadCount threads(threadCount);
         CImage result(IMAGE_BINARY_FG, image->Size(), CSize(0, 0, 0));
         CSphericalMorphology(nullptr, nullptr).Closing(result, *image, 130.0F);
-        SetThreadCount(0);
         return test::PixelsOf<unsigned char>(result);
     };
     const Bytes expected = closed(1);

@@ -6,6 +6,7 @@
 #include "oracles/AxisOracle.h"
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -193,11 +194,10 @@ TEST(ComputeBisector, IsTheSameForAnyNumberOfThreads) {
     const auto distance = test::SquaredDistanceImage(object);
     const auto mask = object.Image();
     const auto run = [&](int threadCount) {
-        SetThreadCount(threadCount);
+        const test::CThreadCount threads(threadCount);
         const auto output = OutputFor(*distance);
         CProgressProxy progress;
         ComputeBisector(*distance, *mask, *output, 0.0F, {}, progress);
-        SetThreadCount(0);
         return PixelsOf<float>(*output);
     };
     const Floats one = run(1);
@@ -223,10 +223,9 @@ TEST(ComputeBisector, ACancelledRunLeavesZeros) {
     ComputeBisector(*distance, *solid.Image(), *output, 0.0F, {}, atOnce);
     EXPECT_EQ(PixelsOf<float>(*output), Floats(9 * 60, 0.0F));
 
-    SetThreadCount(1);
+    const test::CThreadCount threads(1);
     CImpatientProgress progress;
     ComputeBisector(*distance, *solid.Image(), *output, 0.0F, {}, progress);
-    SetThreadCount(0);
     EXPECT_EQ(PixelsOf<float>(*output), Floats(9 * 60, 0.0F));
     EXPECT_EQ(progress.calls.back(), "Finish");
 }

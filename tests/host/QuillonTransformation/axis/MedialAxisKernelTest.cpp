@@ -7,6 +7,7 @@
 #include "oracles/AxisOracle.h"
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -209,13 +210,12 @@ public:
 };
 
 TEST(MarkMedialAxis, OfWhatWasDoneBeforeTheCancellationNothingStays) {
-    SetThreadCount(1);
+    const test::CThreadCount threads(1);
     const StObject solid = Solid({5, 5, 9}, 0);
     const auto distance = test::SquaredDistanceImage(solid);
     const auto output = OutputFor(*distance);
     CImpatientProgress progress;
     MarkMedialAxis(*distance, *output, 0, {}, progress);
-    SetThreadCount(0);
     EXPECT_EQ(PixelsOf<unsigned char>(*output), Bytes(5 * 5 * 9, 0));
     EXPECT_EQ(progress.calls, (std::vector<std::string>{"Start 9 medial axis", "Step 1 0", "Finish"}));
 }
