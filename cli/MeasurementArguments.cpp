@@ -4,6 +4,7 @@
 #include "cli/PackOption.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/ImageFileName.h"
+#include "engine/files/ImageWords.h"
 #include "engine/packs/CPackSet.h"
 
 #include <algorithm>
@@ -15,9 +16,6 @@ namespace cli {
 using namespace engine;
 
 namespace {
-
-/// A message lists no more names than this.
-constexpr std::size_t c_mostNames = 10;
 
 bool IsFileName(const std::string& word) {
     std::error_code ignored;
@@ -104,12 +102,11 @@ std::string LowerExtension(const std::string& path) {
 }
 
 std::string ListedNames(const std::vector<std::string>& names) {
-    std::string list;
-    for (std::size_t i = 0; i < std::min(names.size(), c_mostNames); ++i)
-        list += (i == 0 ? "'" : ", '") + names[i] + "'";
-    if (names.size() > c_mostNames)
-        list += " and " + std::to_string(names.size() - c_mostNames) + " more";
-    return list;
+    std::vector<std::string> quoted;
+    quoted.reserve(names.size());
+    for (const std::string& name : names)
+        quoted.push_back("'" + name + "'");
+    return engine::FirstTen(quoted);
 }
 
 } // namespace cli

@@ -69,7 +69,7 @@ std::string FirstTen(std::span<const std::string> words) {
     std::string text;
     for (const std::string& word : words.first(std::min(words.size(), most)))
         text.append(text.empty() ? "" : ", ").append(word);
-    return words.size() > most ? text + ", ..." : text;
+    return words.size() > most ? text + " and " + std::to_string(words.size() - most) + " more" : text;
 }
 
 } // namespace engine

@@ -24,8 +24,8 @@ std::string SizeInWords(const ORVEN::CSize& size);
 /// Joins the words as "a, b or c".
 std::string Alternatives(std::span<const std::string> words);
 
-/// Joins the words as "a, b, c". Of more than ten, the first ten are followed by ", ...": a longer list helps
-/// nobody.
+/// Joins the words as "a, b, c". Of more than ten, the first ten are followed by " and 3 more" or the like: a
+/// longer list helps nobody.
 std::string FirstTen(std::span<const std::string> words);
 
 } // namespace engine

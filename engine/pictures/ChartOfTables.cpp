@@ -1,6 +1,7 @@
 #include "engine/pictures/ChartOfTables.h"
 
 #include "engine/errors/CEngineError.h"
+#include "engine/files/ImageWords.h"
 #include "engine/measurements/TableText.h"
 #include "engine/pictures/StAxis.h"
 
@@ -13,8 +14,6 @@ namespace engine {
 
 namespace {
 
-/// A message lists no more features than this.
-constexpr std::size_t c_mostFeatures = 10;
 /// More bins than this cannot be seen.
 constexpr double c_mostBins = 2000.0;
 /// Without a width, a histogram has at least and at most about so many bins.
@@ -39,12 +38,10 @@ std::string AxisTitle(const std::string& title, const StUnit& unit) {
 std::string FeatureWord(const StTableColumn& column) { return "'" + SplitUnit(column.key).name + "'"; }
 
 std::string FeaturesOf(const StTable& table) {
-    std::string list;
-    for (std::size_t i = 0; i < std::min(table.columns.size(), c_mostFeatures); ++i)
-        list.append(i == 0 ? "" : ", ").append(FeatureWord(table.columns[i]));
-    if (table.columns.size() > c_mostFeatures)
-        list.append(" and ").append(std::to_string(table.columns.size() - c_mostFeatures)).append(" more");
-    return list;
+    std::vector<std::string> words;
+    for (const StTableColumn& column : table.columns)
+        words.push_back(FeatureWord(column));
+    return FirstTen(words);
 }
 
 /// The column of the feature, or the only one.

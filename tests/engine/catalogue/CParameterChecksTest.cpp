@@ -79,7 +79,7 @@ TEST(ParameterChecks, ListNoMoreThanTenChoices) {
             "parameters": [{"key": "k", "kind": "string", "meaning": "m", "choices": [)" +
         choices + R"(]}], "settings": [], "dialogs": false, "cancel": "nowhere", "documentsOut": 0})"));
     EXPECT_EQ(MessagesOn(entry, R"({"k": "other"})"),
-              Words{"k='other' is not one of c0, c1, c2, c3, c4, c5, c6, c7, c8, c9, ..."});
+              Words{"k='other' is not one of c0, c1, c2, c3, c4, c5, c6, c7, c8, c9 and 2 more"});
 }
 
 TEST(ParameterChecks, NameTheRangeWithItsUnit) {
