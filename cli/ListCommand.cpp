@@ -73,7 +73,7 @@ void PrintGroups(const std::vector<StPackContents>& packs) {
         if (pack.hasCatalogue)
             PrintLines(pack, "  ");
         else
-            std::printf("  This pack has no catalogue, so its plug-ins cannot be listed.\n");
+            std::printf("  This pack has no usable catalogue, so its plug-ins cannot be listed.\n");
     }
 }
 

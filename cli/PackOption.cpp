@@ -7,9 +7,10 @@
 namespace cli {
 
 engine::CPackSet OpenPacks(const std::vector<std::string>& named) {
-    return engine::CPackSet(engine::FindPacks(named), [](const std::string& problem) {
+    const auto report = [](const std::string& problem) {
         std::fprintf(stderr, "quillon: %s\n", problem.c_str());
-    });
+    };
+    return engine::CPackSet(engine::FindPacks(named, report), report);
 }
 
 } // namespace cli

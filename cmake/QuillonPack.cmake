@@ -15,7 +15,8 @@ function(quillon_pack name)
 
   add_library(${name} SHARED ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LINK})
-  target_link_options(${name} PRIVATE -Wl,--version-script=${symbols} -Wl,--no-undefined)
+  target_link_options(${name} PRIVATE
+    -Wl,--version-script=${symbols} -Wl,--no-undefined -Wl,--require-defined=CreatePluginInstanceEx)
   set_target_properties(${name} PROPERTIES
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON LINK_DEPENDS ${symbols})
 

@@ -10,18 +10,18 @@ _quillon_commands() {
 }
 
 _quillon_plugins() {
-    quillon list --json 2>/dev/null | sed -n 's/^ *"name": "\([^"]*\)".*/\1/p'
+    quillon list --json "${_quillon_packs[@]}" 2>/dev/null | sed -n 's/^ *"name": "\([^"]*\)".*/\1/p'
 }
 
 # The keys of a plug-in's parameters or settings, each with "=".
 _quillon_keys() {
-    quillon describe "$1" 2>/dev/null |
+    quillon describe "$1" "${_quillon_packs[@]}" 2>/dev/null |
         awk -v table="$2" '$1 == table { on = 1; next } /^$/ { on = 0 } on && /^[^ ]/ { sub(/  .*/, ""); print $0 "=" }'
 }
 
 # The choices of a key, or true and false.
 _quillon_values() {
-    quillon describe "$1" 2>/dev/null | awk -v key="$2" '
+    quillon describe "$1" "${_quillon_packs[@]}" 2>/dev/null | awk -v key="$2" '
         index($0, key "  ") == 1 || $0 == key {
             line = substr($0, length(key) + 1)
             if (match(line, /one of /)) {
@@ -34,15 +34,37 @@ _quillon_values() {
         }'
 }
 
-# The command and the plug-in among the words before the cursor.
+# What the words before the cursor say: the command, the plug-in, and the packs as options.
 _quillon_command=
 _quillon_plugin=
+_quillon_packs=()
 _quillon_look_back() {
+    local withValue past=("${COMP_WORDS[@]:2:$((COMP_CWORD - 2))}") i
     _quillon_command=${COMP_WORDS[1]}
     _quillon_plugin=
-    if [[ $_quillon_command == run && $COMP_CWORD -gt 2 ]]; then
-        _quillon_plugin=${COMP_WORDS[2]}
-    fi
+    _quillon_packs=()
+    [[ $_quillon_command == run || $_quillon_command == describe ]] || return
+    withValue=$(quillon "$_quillon_command" --help 2>/dev/null | sed -nE '/Excludes:/d; s/^ +(-[-a-z,]+) [A-Z].*/,\1,/p')
+    for ((i = 0; i < ${#past[@]}; ++i)); do
+        if [[ ${past[i]} == --pack && -n ${past[i + 1]-} ]]; then
+            _quillon_packs+=(--pack "${past[i + 1]/#\~/$HOME}")
+        fi
+        if [[ ${past[i]} == -* ]]; then
+            [[ $withValue != *",${past[i]},"* ]] || i=$((i + 1))
+        elif [[ ${past[i]} == = ]]; then
+            i=$((i + 1)) # the value of a key
+        elif [[ -z $_quillon_plugin ]]; then
+            _quillon_plugin=${past[i]}
+        fi
+    done
+}
+
+# What can follow KEY=: its choices or, without any, files. Each is offered with the prefix.
+_quillon_offer_values() {
+    local key=$1 value=$2 prefix=$3 offers IFS=$'\n'
+    offers=$(compgen -W "$(_quillon_values "$_quillon_plugin" "$key")" -- "$value")
+    [[ -n $offers ]] || offers=$(compgen -f -- "$value")
+    COMPREPLY=($(sed "s|^|$prefix|" <<<"$offers"))
 }
 
 _quillon() {
@@ -55,12 +77,15 @@ _quillon() {
         return
     fi
     _quillon_look_back
-    # bash takes KEY=VALUE apart at the equals sign.
-    if [[ $current == = || $previous == = ]] && [[ -n $_quillon_plugin ]]; then
-        local key=$beforeThat value=$current
-        [[ $current == = ]] && key=$previous value=
-        COMPREPLY=($(compgen -W "$(_quillon_values "$_quillon_plugin" "$key")" -- "$value"))
-        [[ ${#COMPREPLY[@]} -gt 0 ]] || COMPREPLY=($(compgen -f -- "$value"))
+    # bash takes KEY=VALUE apart at the equals sign, zsh does not.
+    if [[ -n $_quillon_plugin && $current == = ]]; then
+        _quillon_offer_values "$previous" "" ""
+        return
+    elif [[ -n $_quillon_plugin && $previous == = ]]; then
+        _quillon_offer_values "$beforeThat" "$current" ""
+        return
+    elif [[ -n $_quillon_plugin && $previous == -* && $current == [!-]*=* ]]; then
+        _quillon_offer_values "${current%%=*}" "${current#*=}" "${current%%=*}="
         return
     fi
     case $previous in
@@ -77,7 +102,7 @@ _quillon() {
     esac
     if [[ $current == -* ]]; then
         COMPREPLY=($(compgen -W "$(_quillon_options quillon "$_quillon_command")" -- "$current"))
-    elif [[ $COMP_CWORD -eq 2 && ($_quillon_command == run || $_quillon_command == describe) ]]; then
+    elif [[ $_quillon_command == @(run|describe) && -z $_quillon_plugin && $previous != --pack ]]; then
         COMPREPLY=($(compgen -W "$(_quillon_plugins)" -- "$current"))
     else
         COMPREPLY=($(compgen -f -- "$current"))

@@ -13,7 +13,7 @@
 namespace engine {
 
 CCatalogue::CCatalogue(std::string_view text) {
-    const CJson catalogue = CJson::Parse(text).value_or(CJson());
+    const CJson catalogue = CJson::ParseOrRaise(text);
     const CJson* const plugins = catalogue.Find("plugins");
     if (plugins == nullptr || !plugins->IsArray())
         throw std::runtime_error("catalogue: not a JSON object with a list \"plugins\"");
@@ -25,8 +25,11 @@ CCatalogue::CCatalogue(std::string_view text) {
             throw std::runtime_error(std::string("catalogue: '") + name + "' is not a string");
         *value = member->String();
     }
-    for (const CJson& entry : plugins->Elements())
+    for (const CJson& entry : plugins->Elements()) {
         m_entries.push_back(ParseCatalogueEntry(entry));
+        if (Find(m_entries.back().name) != &m_entries.back())
+            throw std::runtime_error("catalogue: '" + m_entries.back().name + "' is listed twice");
+    }
 }
 
 std::string CCatalogue::PathBeside(const std::string& packPath) {

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace engine {
 
@@ -31,12 +32,15 @@ public:
     }
     bool start_array(std::size_t /*size*/) override { return Open(CJson::Array()); }
     bool end_array() override { return Close(); }
-    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+    bool parse_error(std::size_t position, const std::string& /*token*/,
                      const nlohmann::detail::exception& /*error*/) override {
+        m_errorPosition = position;
         return false;
     }
 
     [[nodiscard]] CJson Take() { return std::move(m_root); }
+    /// The number of bytes up to and including the first one that is wrong.
+    [[nodiscard]] std::size_t ErrorPosition() const { return m_errorPosition; }
 
 private:
     struct StOpen {
@@ -94,6 +98,7 @@ private:
     CJson m_root;
     std::vector<StOpen> m_open; // innermost last
     std::size_t m_tooDeep = 0;
+    std::size_t m_errorPosition = 0;
 };
 
 namespace {
@@ -197,6 +202,17 @@ CJson CJson::Object(std::vector<Member> members) {
 std::optional<CJson> CJson::Parse(std::string_view text) {
     CJsonBuilder builder;
     return Library::sax_parse(text, &builder) ? std::optional(builder.Take()) : std::nullopt;
+}
+
+CJson CJson::ParseOrRaise(std::string_view text) {
+    CJsonBuilder builder;
+    if (Library::sax_parse(text, &builder))
+        return builder.Take();
+    const std::string_view before = text.substr(0, std::max<std::size_t>(builder.ErrorPosition(), 1) - 1);
+    const auto line = 1 + std::ranges::count(before, '\n');
+    const auto column = before.size() - (before.rfind('\n') + 1) + 1; // npos + 1 is 0
+    throw std::runtime_error("not valid JSON in line " + std::to_string(line) + ", column " +
+                             std::to_string(column));
 }
 
 std::string CJson::Text(int indent, bool isAscii) const {

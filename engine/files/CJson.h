@@ -44,6 +44,9 @@ public:
     /// Parses a text; nothing if it is not valid JSON. Of members with the same name, the last one counts.
     /// Containers nested more than 1000 deep become empty.
     static std::optional<CJson> Parse(std::string_view text);
+    /// The same for a text that a person wrote: raises `std::runtime_error` "not valid JSON in line 3, column
+    /// 5" if it is not valid.
+    static CJson ParseOrRaise(std::string_view text);
     /// Writes the value: on one line, or with `indent` blanks a level. `isAscii` writes other characters as
     /// \uXXXX. Invalid UTF-8 becomes replacement characters.
     [[nodiscard]] std::string Text(int indent = -1, bool isAscii = false) const;

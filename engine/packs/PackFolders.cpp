@@ -1,6 +1,7 @@
 #include "engine/packs/PackFolders.h"
 
 #include "engine/catalogue/CCatalogue.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/InstalledFolder.h"
 
 #include <algorithm>
@@ -24,6 +25,8 @@ std::vector<std::string> LibrariesIn(const fs::path& folder, const Condition& is
         if (path.ends_with(".so") && isPack(path))
             paths.push_back(path);
     }
+    if (error && error != std::errc::no_such_file_or_directory)
+        ThrowUnreadable(folder.string(), SystemReason(error.value()));
     const std::string mainPack = (folder / c_mainPack).string();
     std::ranges::sort(paths, {}, [&](const std::string& path) { return std::pair(path != mainPack, path); });
     return paths;
@@ -36,7 +39,8 @@ const char* NonEmpty(const char* variable) {
 
 } // namespace
 
-std::vector<std::string> FindPacks(const std::vector<std::string>& named) {
+std::vector<std::string> FindPacks(const std::vector<std::string>& named,
+                                   const std::function<void(const std::string&)>& report) {
     std::vector<std::string> paths;
     const auto append = [&](const std::vector<std::string>& more) {
         for (const std::string& path : more) {
@@ -44,10 +48,18 @@ std::vector<std::string> FindPacks(const std::vector<std::string>& named) {
                 paths.push_back(path);
         }
     };
+    const auto appendFolder = [&](const fs::path& folder) {
+        try {
+            append(PacksIn(folder));
+        } catch (const CFileError& error) {
+            if (report)
+                report(error.what());
+        }
+    };
     append(named);
-    append(PacksIn(UserPackFolder()));
+    appendFolder(UserPackFolder());
     const std::size_t countOfOwn = paths.size();
-    append(PacksIn(InstalledFolder() / "packs"));
+    appendFolder(InstalledFolder() / "packs");
     if (paths.size() == countOfOwn)
         append(CataloguedPacksIn(LibraryFolder()));
     if (paths.size() == countOfOwn)

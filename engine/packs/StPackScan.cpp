@@ -1,6 +1,7 @@
 #include "engine/packs/StPackScan.h"
 
 #include "engine/files/InstalledFolder.h"
+#include "engine/packs/PackFile.h"
 #include "engine/packs/ScanProtocol.h"
 
 #include <poll.h>
@@ -100,10 +101,10 @@ private:
     int m_answers = -1;
 };
 
-StPackScan Problem(const std::string& message, EnFault fault = EnFault::FILE) {
+StPackScan Problem(const CFileError& error) {
     StPackScan scan;
-    scan.problem = message;
-    scan.fault = fault;
+    scan.problem = error.what();
+    scan.fault = error.Fault();
     return scan;
 }
 
@@ -117,10 +118,10 @@ bool Understand(const std::string& answers, StPackScan& scan) {
         if (line.starts_with(c_scanProvides)) {
             scan.provided.push_back(rest(c_scanProvides));
         } else if (line.starts_with(c_scanUnusable)) {
-            scan = Problem(rest(c_scanUnusable));
+            scan = Problem(CFileError(rest(c_scanUnusable)));
             return true;
         } else if (line.starts_with(c_scanMissing)) {
-            scan = Problem(rest(c_scanMissing), EnFault::MACHINE);
+            scan = Problem(CFileError(rest(c_scanMissing), EnFault::MACHINE));
             return true;
         }
     }
@@ -132,21 +133,18 @@ bool Understand(const std::string& answers, StPackScan& scan) {
 StPackScan ScanPack(const std::string& path, const std::vector<std::string>& plugins) {
     CScanProcess process(path, plugins);
     if (!process.IsRunning()) {
-        return Problem("cannot load the pack: '" + (InstalledFolder() / c_scanProgram).string() +
-                           "' cannot be started",
-                       EnFault::MACHINE);
+        const std::string program = (InstalledFolder() / c_scanProgram).string();
+        return Problem(PackError(path, program + " cannot be started", EnFault::MACHINE));
     }
     std::string answers;
-    if (!process.Read(answers) || !process.Wait()) {
-        return Problem("cannot load the pack: '" + path + "' did not answer within " +
-                       std::to_string(c_limit.count()) + " s");
-    }
+    if (!process.Read(answers) || !process.Wait())
+        return Problem(PackError(path, "it did not answer within " + std::to_string(c_limit.count()) + " s"));
     StPackScan scan;
     if (process.Signal() == 0 && Understand(answers, scan))
         return scan;
     const std::string cause =
         process.Signal() != 0 ? std::string(" (") + strsignal(process.Signal()) + ")" : std::string();
-    return Problem("cannot load the pack: '" + path + "' crashed" + cause);
+    return Problem(PackError(path, "it crashed" + cause));
 }
 
 } // namespace engine

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <elf.h>
+
 using nlohmann::json;
 
 namespace {
@@ -11,6 +13,43 @@ namespace {
 bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
+
+/// Names in the order in which the folder of the user is searched.
+constexpr std::array c_unusable{"libArm.so", "libFolder.so", "libLater.so", "libLoop.so", "libText.so"};
+
+/// A folder of data of a user who has a pack of each kind that cannot be used.
+class CUnusablePacks {
+public:
+    CUnusablePacks() {
+        std::filesystem::create_directories(Path("libFolder.so"));
+        std::filesystem::create_symlink("libLoop.so", Path("libLoop.so"));
+        std::ofstream(Path("libText.so")) << "hello\n";
+        std::filesystem::copy_file(QUILLON_LATER_PACK, Path("libLater.so"));
+        std::filesystem::copy_file(QUILLON_TEST_PACK, Path("libArm.so"));
+        std::fstream library(Path("libArm.so"), std::ios::binary | std::ios::in | std::ios::out);
+        library.seekp(offsetof(Elf64_Ehdr, e_machine));
+        library.put(static_cast<char>(EM_AARCH64));
+    }
+
+    [[nodiscard]] std::string DataFolder() const { return "XDG_DATA_HOME=" + (m_folder / "."); }
+    [[nodiscard]] std::string Path(const std::string& name) const {
+        return m_folder / ("./quillon/packs/" + name);
+    }
+    [[nodiscard]] std::string Complaints() const {
+        constexpr std::array<const char*, c_unusable.size()> reasons{
+            "it is built for another processor: 64-bit ARM", "it is a folder",
+            "it is built for another version of Quillon than " QUILLON_VERSION
+            ": it needs libsorblib2core.so.99",
+            "Too many levels of symbolic links", "it is not a shared library"};
+        std::string lines;
+        for (std::size_t i = 0; i < reasons.size(); ++i)
+            lines += "quillon: cannot load the pack '" + Path(c_unusable[i]) + "': " + reasons[i] + "\n";
+        return lines;
+    }
+
+private:
+    test::CTestFolder m_folder;
+};
 
 } // namespace
 
@@ -85,7 +124,8 @@ TEST(ListCommand, ReportsAPackWithoutACatalogue) {
     const test::StEnd end =
         test::Quillon({"list", "--pack", QUILLON_TEST_PACK, "--pack", folder / "libBare.so"});
     EXPECT_TRUE(Contains(
-        end.out, "\n\nlibBare.so\n  This pack has no catalogue, so its plug-ins cannot be listed.\n\n"))
+        end.out,
+        "\n\nlibBare.so\n  This pack has no usable catalogue, so its plug-ins cannot be listed.\n\n"))
         << end.out;
 }
 
@@ -101,10 +141,56 @@ TEST(ListCommand, LeavesOutPacksThatCannotBeUsed) {
         test::Quillon({"list", "--pack", "/nowhere/pack.so", "--pack", QUILLON_HOSTILE_PACK "Crashes.so"});
     EXPECT_EQ(end.status, 0);
     EXPECT_EQ(end.err,
-              "quillon: cannot load the pack: /nowhere/pack.so: cannot open shared object file: No such "
-              "file or directory\nquillon: cannot load the pack: '" QUILLON_HOSTILE_PACK
-              "Crashes.so' crashed (Aborted)\n");
+              "quillon: cannot load the pack '/nowhere/pack.so': No such file or directory\n"
+              "quillon: cannot load the pack '" QUILLON_HOSTILE_PACK "Crashes.so': it crashed (Aborted)\n");
     EXPECT_EQ(end.out, test::Quillon({"list"}).out);
+}
+
+TEST(ListCommand, SaysOnOneLineWhatIsWrongWithAPack) {
+    const CUnusablePacks packs;
+    std::vector<std::string> arguments{"list"};
+    for (const char* pack : c_unusable)
+        arguments.insert(arguments.end(), {"--pack", packs.Path(pack)});
+    const test::StEnd named = test::Quillon(arguments);
+    EXPECT_EQ(named.status, 0);
+    EXPECT_EQ(named.err, packs.Complaints());
+    EXPECT_EQ(named.out, test::Quillon({"list"}).out);
+
+    const test::StEnd ofTheUser = test::Quillon({"list"}, {packs.DataFolder()});
+    EXPECT_EQ(ofTheUser.status, 0);
+    EXPECT_EQ(ofTheUser.err, packs.Complaints());
+    EXPECT_EQ(ofTheUser.out, named.out);
+}
+
+TEST(Program, RunsAPluginDespitePacksThatCannotBeUsed) {
+    const CUnusablePacks packs;
+    const test::CTestFolder folder;
+    const test::StEnd end = test::Quillon(
+        {"run", "SegmNiblack", QUILLON_TEST_DATA "/page.png", "--quiet", "-o", folder / "ink.nrrd"},
+        {packs.DataFolder()});
+    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.err, packs.Complaints());
+    EXPECT_TRUE(std::filesystem::exists(folder / "ink.nrrd"));
+}
+
+TEST(ListCommand, SaysOnOneLineWhatIsWrongWithACatalogue) {
+    const test::CTestFolder folder;
+    std::filesystem::copy_file(QUILLON_TEST_PACK, folder / "libMine.so");
+    std::ofstream(folder / "Mine.catalogue.json") << "{\n  \"plugins\": [],\n}";
+    const test::StEnd typo = test::Quillon({"list", "--pack", folder / "libMine.so"});
+    EXPECT_EQ(typo.status, 0);
+    EXPECT_EQ(typo.err, "quillon: cannot read '" + (folder / "Mine.catalogue.json") +
+                            "': not valid JSON in line 3, column 1\n");
+    EXPECT_TRUE(typo.out.starts_with(
+        "libMine.so\n  This pack has no usable catalogue, so its plug-ins cannot be listed.\n\nQuillonPack "))
+        << typo.out;
+
+    std::ofstream(folder / "Mine.catalogue.json") << R"({"pack": "Mine", "plugins": [{"name": "Echo"}]})";
+    const test::StEnd lacking = test::Quillon({"list", "--pack", folder / "libMine.so"});
+    EXPECT_EQ(lacking.status, 0);
+    EXPECT_EQ(lacking.err, "quillon: cannot read '" + (folder / "Mine.catalogue.json") +
+                               "': catalogue: Echo: lacks 'title'\n");
+    EXPECT_EQ(lacking.out, typo.out);
 }
 
 TEST(ListCommand, FindsThePacksOfTheUser) {

@@ -28,6 +28,12 @@ unset LD_LIBRARY_PATH
 mkdir "$folder/series"
 [[ $("$prefix/bin/quillon" info "$folder/series" 2>&1) == *'it is a folder without DICOM slices'* ]]
 
+echo "every command has a manual page with its exit codes"
+for page in quillon quillon-lut $("$prefix/bin/quillon" --help |
+    awk '/^Subcommands:/ { on = 1; next } /^$/ { on = 0 } on { print "quillon-" $1 }'); do
+    [[ $(zcat "$prefix/share/man/man1/$page.1.gz") == *'EXIT STATUS'*$'\n130\n'* ]]
+done
+
 echo "pkg-config and find_package know the libraries"
 pkgconfig=$(dirname "$(find "$prefix" -name quillon.pc)")
 mkdir "$folder/user"
@@ -71,4 +77,19 @@ mkdir -p "$XDG_DATA_HOME/quillon/packs"
 cp "$folder/pack/libExamplePack.so" "$folder/pack/ExamplePack.catalogue.json" "$XDG_DATA_HOME/quillon/packs"
 "$prefix/bin/quillon" "${run[@]}"
 "$prefix/bin/quillon" list | grep -q '^ExamplePack 0.1.0$'
+
+echo "installed packs that cannot be used cost a line each"
+packs=$(dirname "$(find "$prefix" -name libQuillonPack.so)")
+"$prefix/bin/quillon" list >"$folder/list.txt"
+mkdir "$packs/libFolder.so"
+echo hello >"$packs/libText.so"
+ln -s libLoop.so "$packs/libLoop.so"
+cat >"$folder/expected.txt" <<LINES
+quillon: cannot load the pack '$packs/libFolder.so': it is a folder
+quillon: cannot load the pack '$packs/libLoop.so': Too many levels of symbolic links
+quillon: cannot load the pack '$packs/libText.so': it is not a shared library
+LINES
+"$prefix/bin/quillon" list >"$folder/list-now.txt" 2>"$folder/errors.txt"
+cmp "$folder/list.txt" "$folder/list-now.txt"
+diff "$folder/expected.txt" "$folder/errors.txt"
 echo "all is well"

@@ -282,12 +282,39 @@ TEST(Catalogue, RefusesAPackOrVersionThatIsNotAString) {
 
 TEST(Catalogue, NamesTheFileThatIsNone) {
     const test::CTestFolder folder;
-    for (const char* text : {"", "{", "[]", "{}", R"({"plugins": 1})", R"({"plugins": [{}]})",
-                             R"({"pack": 1, "plugins": []})"}) {
+    for (const auto& [text, reason] :
+         {std::pair("", "not valid JSON in line 1, column 1"),
+          std::pair("{", "not valid JSON in line 1, column 2"),
+          std::pair("{\"plugins\":\n [],}", "not valid JSON in line 2, column 5"),
+          std::pair("[]", "catalogue: not a JSON object with a list \"plugins\""),
+          std::pair("{}", "catalogue: not a JSON object with a list \"plugins\""),
+          std::pair(R"({"plugins": 1})", "catalogue: not a JSON object with a list \"plugins\""),
+          std::pair(R"({"plugins": [{}]})", "catalogue: an entry: lacks 'name'"),
+          std::pair(R"({"plugins": [3]})", "catalogue: an entry: is not an object"),
+          std::pair(R"({"pack": 1, "plugins": []})", "catalogue: 'pack' is not a string")}) {
         std::ofstream(folder / "Thing.catalogue.json") << text;
         const auto raised = test::Raised<CFileError>([&] { CCatalogue::OfPack(folder / "libThing.so"); });
-        EXPECT_TRUE(std::string(raised.what())
-                        .starts_with("cannot read '" + (folder / "Thing.catalogue.json") + "': "))
-            << raised.what();
+        EXPECT_EQ(raised.what(), "cannot read '" + (folder / "Thing.catalogue.json") + "': " + reason);
     }
+}
+
+TEST(Catalogue, NamesTheFileThatCannotBeRead) {
+    const test::CTestFolder folder;
+    const auto complaint = [&](const char* name) {
+        return std::string(test::Raised<CFileError>([&] {
+                               CCatalogue::OfPack(folder / (std::string(name) + ".so"));
+                           }).what());
+    };
+    std::filesystem::create_directory(folder / "A.catalogue.json");
+    EXPECT_EQ(complaint("libA"), "cannot read '" + (folder / "A.catalogue.json") + "': it is a folder");
+    std::filesystem::create_symlink("B.catalogue.json", folder / "B.catalogue.json");
+    EXPECT_EQ(complaint("libB"),
+              "cannot read '" + (folder / "B.catalogue.json") + "': Too many levels of symbolic links");
+}
+
+TEST(Catalogue, RefusesAPluginThatIsListedTwice) {
+    const std::string entry = SoundEntry().dump();
+    const auto raised = test::Raised<std::runtime_error>(
+        [&] { CCatalogue("{\"plugins\": [" + entry + ", " + entry + "]}"); });
+    EXPECT_STREQ(raised.what(), "catalogue: 'Thing' is listed twice");
 }

@@ -1,5 +1,7 @@
 #include "engine/files/CJson.h"
 
+#include "support/Raised.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -41,6 +43,17 @@ TEST(Json, KeepsTheKindsOfNumbersApart) {
 TEST(Json, RefusesWhatIsNotJson) {
     for (const char* text : {"", "{", "[1,]", "{\"a\"}", "nul", "1 2", "\"\xff\"", "'a'"})
         EXPECT_FALSE(CJson::Parse(text)) << text;
+}
+
+TEST(Json, SaysWhereAPersonMadeAMistake) {
+    const auto complaint = [](const char* text) {
+        return std::string(test::Raised<std::runtime_error>([&] { CJson::ParseOrRaise(text); }).what());
+    };
+    EXPECT_EQ(complaint(""), "not valid JSON in line 1, column 1");
+    EXPECT_EQ(complaint("{'a'"), "not valid JSON in line 1, column 2");
+    EXPECT_EQ(complaint("{\n  \"a\": 1,\n}"), "not valid JSON in line 3, column 1");
+    EXPECT_EQ(complaint("[1,\n2"), "not valid JSON in line 2, column 2");
+    EXPECT_EQ(CJson::ParseOrRaise("[1, 2]").Elements().size(), 2u);
 }
 
 TEST(Json, TakesTheLastOfEqualNames) {

@@ -48,8 +48,8 @@ TEST(PackSet, LeavesOutAPackThatCannotBeUsedAndReportsItOnce) {
                    [&](const std::string& problem) { reports.push_back(problem); });
     EXPECT_NE(packs.Find("SegmNiblack").entry, nullptr);
     EXPECT_NE(packs.Find("SegmSauvola").entry, nullptr);
-    EXPECT_EQ(reports, std::vector<std::string>{"cannot load the pack: /nowhere/pack.so: cannot open shared "
-                                                "object file: No such file or directory"});
+    EXPECT_EQ(reports,
+              std::vector<std::string>{"cannot load the pack '/nowhere/pack.so': No such file or directory"});
 }
 
 TEST(PackSet, DoesNotTryAPackBeforeItIsNeeded) {

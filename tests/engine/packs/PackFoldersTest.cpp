@@ -61,3 +61,18 @@ TEST(PackFolders, AreSearchedInOrderAndNameEachPackOnce) {
     EXPECT_EQ(paths[2], own);
     EXPECT_EQ(std::count(paths.begin(), paths.end(), QUILLON_PACK), 1);
 }
+
+TEST(PackFolders, ThatCannotBeReadAreReportedAndLeftOut) {
+    const test::CTestFolder folder;
+    const test::CEnvironmentVariable data("XDG_DATA_HOME", (folder / "").c_str());
+    std::filesystem::create_directories(folder / "quillon");
+    const std::string packs = folder / "quillon/packs";
+    std::filesystem::create_symlink("packs", packs);
+    std::vector<std::string> reports;
+    const auto paths =
+        FindPacks({"given.so"}, [&](const std::string& problem) { reports.push_back(problem); });
+    EXPECT_EQ(reports,
+              std::vector<std::string>{"cannot read '" + packs + "': Too many levels of symbolic links"});
+    EXPECT_EQ(paths, FindPacks({"given.so"}));
+    EXPECT_GE(paths.size(), 2u);
+}

@@ -34,21 +34,22 @@ TEST(PackScan, CountsAPluginWhoseConstructorRaises) {
 
 TEST(PackScan, ReportsAPackThatCrashes) {
     const std::string atLoad = HostilePack("Crashes");
-    EXPECT_EQ(ProblemOf(atLoad), "cannot load the pack: '" + atLoad + "' crashed (Aborted)");
+    EXPECT_EQ(ProblemOf(atLoad), "cannot load the pack '" + atLoad + "': it crashed (Aborted)");
 #ifndef __SANITIZE_ADDRESS__ // which keeps packs loaded
     const std::string atEnd = HostilePack("CrashesAtItsEnd");
-    EXPECT_EQ(ProblemOf(atEnd), "cannot load the pack: '" + atEnd + "' crashed (Aborted)");
+    EXPECT_EQ(ProblemOf(atEnd), "cannot load the pack '" + atEnd + "': it crashed (Aborted)");
 #endif
 }
 
 TEST(PackScan, EndsAPackThatHangs) {
     const std::string pack = HostilePack("Hangs");
-    EXPECT_EQ(ProblemOf(pack), "cannot load the pack: '" + pack + "' did not answer within 5 s");
+    EXPECT_EQ(ProblemOf(pack), "cannot load the pack '" + pack + "': it did not answer within 5 s");
 }
 
 TEST(PackScan, ReportsAPackWithoutEntryPoint) {
     const std::string pack = HostilePack("IsEmpty");
-    EXPECT_EQ(ProblemOf(pack), "'" + pack + "' is no pack: it has no CreatePluginInstanceEx");
+    EXPECT_EQ(ProblemOf(pack),
+              "cannot load the pack '" + pack + "': it does not export CreatePluginInstanceEx");
 }
 
 TEST(PackScan, IgnoresWhatAPackPrints) {
@@ -65,12 +66,16 @@ TEST(PackScan, ReportsWhatIsNoLibrary) {
     const test::CTestFolder folder;
     std::ofstream(folder / "text.so") << "hello";
     EXPECT_EQ(ProblemOf(folder / "text.so"),
-              "cannot load the pack: " + (folder / "text.so") + ": file too short");
-    std::filesystem::create_symlink("loop.so", folder / "loop.so");
-    EXPECT_EQ(ProblemOf(folder / "loop.so"),
-              "cannot load the pack: " + (folder / "loop.so") +
-                  ": cannot open shared object file: Too many levels of symbolic links");
-    EXPECT_EQ(ProblemOf(folder / ""), "cannot load the pack: '" + (folder / "") + "' is not a regular file");
+              "cannot load the pack '" + (folder / "text.so") + "': it is not a shared library");
+}
+
+TEST(PackScan, ReportsAPackOfAnotherVersion) {
+    const std::string reason =
+        "': it is built for another version of Quillon than " QUILLON_VERSION ": it needs ";
+    EXPECT_EQ(ProblemOf(QUILLON_LATER_PACK),
+              "cannot load the pack '" QUILLON_LATER_PACK + reason + "libsorblib2core.so.99");
+    EXPECT_EQ(ProblemOf(QUILLON_OTHER_PACK),
+              "cannot load the pack '" QUILLON_OTHER_PACK + reason + "'ORVEN::Foretell()'");
 }
 
 TEST(PackScan, BlamesTheMachineForAMissingLibraryOfThePack) {
