@@ -37,6 +37,8 @@ struct StInfoOptions {
     bool isChain = false;
 };
 
+/// The word for the input of a run.
+const char* const c_input = "input";
 /// A measurement with more rows than this is abbreviated to the first ones.
 constexpr std::size_t c_mostRows = 8;
 constexpr std::size_t c_shownRows = 1;
@@ -261,8 +263,10 @@ std::vector<std::string> LinesOf(const StRunEntry& run) {
     const auto addFile = [&lines](const std::string& key, const StRunSource& source) {
         if (!source.file.empty())
             lines.push_back(Readable("  " + key + " " + source.file + ", SHA-256 " + source.hash));
+        else if (source.run && key != c_input)
+            lines.push_back(Readable("  " + key + " the result of run " + std::to_string(*source.run + 1)));
     };
-    addFile("input", run.input);
+    addFile(c_input, run.input);
     for (const auto& [key, source] : run.images)
         addFile(key, source);
     for (const auto& [key, source] : run.files)

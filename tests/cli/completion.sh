@@ -7,7 +7,7 @@ source "$here/../../cli/completion/quillon.bash"
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
-touch scan.nrrd 'a file.nrrd'
+touch scan.nrrd 'a file.nrrd' chain.json
 failures=0
 
 # offers EXPECTED WORD...: the last word is the one that is being typed; EXPECTED is separated by blanks.
@@ -40,4 +40,10 @@ offers "false true" run Granulometry scan.nrrd -p onForeground =
 offers "scan.nrrd" run Watershed scan.nrrd -p markerimage = sc
 offers "grey16 grey32 grey8 greyf" convert scan.nrrd b.nrrd --as g
 offers "--cumulative" plot --cu
+offers "chain" ch
+offers "repeat" rep
+offers "chain.json" chain ch
+offers "scan.nrrd" chain chain.json sc
+offers "scan.nrrd" repeat result.nrrd --on sc
+offers "--chain" info --c
 exit $failures
