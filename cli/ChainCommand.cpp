@@ -25,9 +25,8 @@ struct StChainCommandOptions {
 };
 
 bool HasOutput(const StChain& chain, const StChainCommandOptions& options) {
-    return !options.outputs.empty() || std::ranges::any_of(chain.steps, [](const StChainStep& step) {
-        return !step.outputs.empty();
-    });
+    return !options.outputs.empty() ||
+           std::ranges::any_of(chain.steps, [](const StChainStep& step) { return !step.outputs.empty(); });
 }
 
 void RunChain(const StChainCommandOptions& options) {
@@ -43,7 +42,8 @@ void RunChain(const StChainCommandOptions& options) {
         return;
     }
     if (!hasOutput)
-        throw CCommandError(STATUS_USAGE, "nothing would be written: give -o RESULT, or a step an \"output\"");
+        throw CCommandError(STATUS_USAGE,
+                            "nothing would be written: give -o RESULT, or a step an \"output\"");
     if (!options.run.isQuiet && IsStandardOutputClosed())
         throw CFileError("standard output is closed; give --quiet to run without a summary");
     RunWithSummary(run, options.run, packs);
@@ -68,7 +68,8 @@ void AddChainCommand(CArgumentParser& program) {
         "    {\"id\": \"smooth\", \"plugin\": \"Median\", \"parameters\": {\"radius\": 1}},\n"
         "    {\"id\": \"mask\", \"plugin\": \"AutoThreshold\", \"input\": \"smooth\"}]}\n\n"
         "The whole chain is checked before anything runs. Results stay in memory between steps; \"output\" "
-        "of a step writes its result, too. 'quillon info --chain RESULT' prints the chain that made a file.\n\n"
+        "of a step writes its result, too. 'quillon info --chain RESULT' prints the chain that made a "
+        "file.\n\n"
         "Exit status: as for 'quillon run'.\n\n"
         "Example: quillon chain pores.json scan.nrrd -o labels.nrrd");
     command.OnRun([options] { RunChain(*options); });

@@ -20,8 +20,8 @@ struct StChainRunOptions {
 /// Adds --threads, --pack, --quiet and --verbose.
 void AddChainRunOptions(CCommand& command, StChainRunOptions& options);
 
-/// Runs a chain that has been checked, with progress and a summary for each step. Raises `CCommandError` for a
-/// step that does not end well, with the exit status of `quillon run`.
+/// Runs a chain that has been checked, with progress and a summary for each step. Raises `CCommandError` for
+/// a step that does not end well, with the exit status of `quillon run`.
 engine::StChainOutcome RunWithSummary(engine::CChainRun& run, const StChainRunOptions& options,
                                       engine::CPackSet& packs);
 

@@ -24,15 +24,22 @@ struct StRepeatOptions {
     StChainRunOptions run;
 };
 
+/// The chain of the record, as it is to be repeated.
 StRecordedChain RecordedChain(const std::vector<StRunEntry>& runs, const StRepeatOptions& options) {
+    StRecordedChain recorded = ChainOfRuns(runs);
+    LocateFiles(recorded, options.result);
+    if (options.image)
+        ReplaceImage(recorded, *options.image);
+    return recorded;
+}
+
+/// Calls the function; errors say that the file cannot be repeated.
+template <class Function>
+auto ForResult(const std::string& file, const Function& function) {
     try {
-        StRecordedChain recorded = ChainOfRuns(runs);
-        LocateFiles(recorded, options.result);
-        if (options.image)
-            ReplaceImage(recorded, *options.image);
-        return recorded;
+        return function();
     } catch (const CFileError& error) {
-        throw CFileError("cannot repeat '" + options.result + "': " + error.what());
+        throw CFileError("cannot repeat '" + file + "': " + error.what());
     }
 }
 
@@ -63,8 +70,8 @@ void Repeat(const StRepeatOptions& options) {
         throw CCommandError(STATUS_USAGE, "--on IMAGE makes another result: give -o FILE to keep it");
     const bool isCompared = !options.image;
     const StImageOutline outline = ReadImageOutline(options.result);
-    const std::vector<StRunEntry> runs = RunsOf(*outline.carrier);
-    StRecordedChain recorded = RecordedChain(runs, options);
+    const std::vector<StRunEntry> runs = ForResult(options.result, [&] { return RunsOf(*outline.carrier); });
+    StRecordedChain recorded = ForResult(options.result, [&] { return RecordedChain(runs, options); });
     RequireUnchangedFiles(recorded, options);
     CPackSet packs = OpenPacks(options.run.packs);
     CChainRun run(std::move(recorded.chain), packs,
@@ -85,7 +92,8 @@ void Repeat(const StRepeatOptions& options) {
 } // namespace
 
 void AddRepeatCommand(CArgumentParser& program) {
-    CCommand command = program.AddCommand("repeat", "Repeat the runs that made a file, and compare the results");
+    CCommand command =
+        program.AddCommand("repeat", "Repeat the runs that made a file, and compare the results");
     const auto options = std::make_shared<StRepeatOptions>();
     command.AddPositional("RESULT", options->result,
                           "A file that was written by 'quillon run' or 'quillon chain'");
@@ -95,13 +103,15 @@ void AddRepeatCommand(CArgumentParser& program) {
                       "IMAGE");
     command.AddRepeated("-o,--output", options->outputs,
                         "Write the result of the last run to this file; repeat for a second result", "FILE");
-    command.AddFlag("--overwrite", options->isOverwriting, "Allow an output to replace an input file or RESULT");
+    command.AddFlag("--overwrite", options->isOverwriting,
+                    "Allow an output to replace an input file or RESULT");
     AddChainRunOptions(command, options->run);
     command.SetFooter(
         "Pixels, type, size and attributes are compared to the bit; the record of the runs itself is not. "
         "Inputs are looked for under their names on record, from the working folder, and beside RESULT. Each "
         "must have the content that it had then.\n\n"
-        "Exit status: 0 the results are identical, 1 they differ, or a plug-in failed, 4 an input is missing or "
+        "Exit status: 0 the results are identical, 1 they differ, or a plug-in failed, 4 an input is missing "
+        "or "
         "has changed, others as for 'quillon run'.\n\n"
         "Example: quillon repeat labels.nrrd");
     command.OnRun([options] { Repeat(*options); });

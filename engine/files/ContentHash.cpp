@@ -18,8 +18,8 @@ namespace engine {
 
 namespace {
 
-/// The library is ready once a program has asked for its version; another user in the process may have done so
-/// already.
+/// The library is ready once a program has asked for its version; another user in the process may have done
+/// so already.
 void PrepareLibrary() {
     static std::once_flag isDone;
     std::call_once(isDone, [] {

@@ -94,7 +94,8 @@ void ReadMember(StInputReading& reading, const std::string& name, const CJson& v
             ThrowWrong(name, value, "true or false");
         reading.options.takesPrintSize = value.Bool();
     } else {
-        throw CCallerError("\"" + name + "\" is none of as, channel, time, region, spacing, unit and dpi_as_spacing");
+        throw CCallerError("\"" + name +
+                           "\" is none of as, channel, time, region, spacing, unit and dpi_as_spacing");
     }
 }
 

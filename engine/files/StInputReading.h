@@ -28,8 +28,8 @@ std::unique_ptr<ORVEN::CImage> ReadInput(const std::string& path, const StInputR
 /// The same without the pixels.
 StImageOutline ReadInputOutline(const std::string& path, const StInputReading& reading);
 
-/// {"as": "binary", "channel": 1, "time": 12, "region": [[0, 99], [0, 99]], "spacing": [0.5, 0.5], "unit": "mm",
-/// "dpi_as_spacing": true}, with those members only that are not the default.
+/// {"as": "binary", "channel": 1, "time": 12, "region": [[0, 99], [0, 99]], "spacing": [0.5, 0.5], "unit":
+/// "mm", "dpi_as_spacing": true}, with those members only that are not the default.
 CJson ToJson(const StInputReading& reading);
 /// The inverse. Raises `CCallerError` that names the member for anything unknown or of the wrong kind.
 StInputReading InputReadingOf(const CJson& json);

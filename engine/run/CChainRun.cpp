@@ -70,9 +70,8 @@ bool HasPointers(const CValue& value) {
                 return true;
         }
     } else if (const ORVEN::CValueVector* const vector = value.Vector()) {
-        return std::any_of(vector->begin(), vector->end(), [](const CValue* element) {
-            return element != nullptr && HasPointers(*element);
-        });
+        return std::any_of(vector->begin(), vector->end(),
+                           [](const CValue* element) { return element != nullptr && HasPointers(*element); });
     }
     return false;
 }
@@ -330,8 +329,9 @@ std::string CChainRun::NameOf(const StSource& source) const {
 
 bool CChainRun::IsNeededAfter(std::size_t index, const std::string& key) const {
     const auto uses = [&key](const StStep& step) {
-        return step.input.Key() == key ||
-               std::ranges::any_of(step.images, [&key](const auto& image) { return image.second.Key() == key; });
+        return step.input.Key() == key || std::ranges::any_of(step.images, [&key](const auto& image) {
+                   return image.second.Key() == key;
+               });
     };
     return StSource{m_result, {}, {}}.Key() == key ||
            std::any_of(m_steps.begin() + static_cast<std::ptrdiff_t>(index) + 1, m_steps.end(), uses);
@@ -365,7 +365,8 @@ void CChainRun::RunStep(std::size_t index, const StChainFrontEnd& frontEnd, StCh
         unfilled = Write(index, record, outcome);
     }
     if (EndOf(record) != RUN_DONE) {
-        outcome.stopped = StStoppedStep{index, step.found.entry, NameOf(step.input), image, std::move(record)};
+        outcome.stopped =
+            StStoppedStep{index, step.found.entry, NameOf(step.input), image, std::move(record)};
         return;
     }
     if (frontEnd.onStep)
@@ -393,7 +394,8 @@ StRunRecord CChainRun::Perform(std::size_t index, const StChainFrontEnd& frontEn
     answers.widgets = stated.answers;
     answers.file = step.table;
     CPickedFile pickedFile(step.table, answers);
-    StPluginRun run{stated.plugin, step.found, *document, step.parameters, step.settings, answers, input.file};
+    StPluginRun run{stated.plugin, step.found, *document, step.parameters,
+                    step.settings, answers,    input.file};
     for (const auto& [key, source] : step.images) {
         if (!source.result)
             run.images[key] = m_loaded.at(source.Key()).file;
@@ -465,7 +467,9 @@ void CChainRun::RequireResults(std::size_t index, std::size_t count) const {
     const auto require = [&](const StSource& source) {
         if (source.result && source.result->step == index && source.result->result >= count)
             throw CPluginError(m_chain.steps[index].plugin + " made " +
-                               (count == 0 ? "no image" : std::to_string(count) + " images") +
+                               (count == 0   ? "no image"
+                                : count == 1 ? "one image"
+                                             : std::to_string(count) + " images") +
                                ", and image " + std::to_string(source.result->result + 1) + " is needed");
     };
     for (const StStep& step : m_steps) {

@@ -17,9 +17,10 @@ namespace engine {
 
 /// What to make of a chain besides what it states.
 struct StChainOptions {
-    std::vector<std::string> outputs;   ///< files for the results of the chain, the first for its result
-    std::vector<std::string> filesRead; ///< further files that no output may replace, such as the chain itself
-    bool isOverwriting = false;         ///< outputs may replace inputs
+    std::vector<std::string> outputs; ///< files for the results of the chain, the first for its result
+    std::vector<std::string>
+        filesRead;              ///< further files that no output may replace, such as the chain itself
+    bool isOverwriting = false; ///< outputs may replace inputs
     /// The steps are runs on record: parameters are sent as they were, without checks, and files that dialogs
     /// ask for are not written.
     bool isRepetition = false;

@@ -34,7 +34,8 @@ private:
     IProgress* m_previous;
 };
 
-void RecordDialogs(const CBatchDialogs& dialogs, const std::optional<std::string>& file, StRunRecord& record) {
+void RecordDialogs(const CBatchDialogs& dialogs, const std::optional<std::string>& file,
+                   StRunRecord& record) {
     record.boxes = dialogs.Boxes();
     if (const auto error = std::find_if(record.boxes.begin(), record.boxes.end(), IsErrorBox);
         error != record.boxes.end())
@@ -177,8 +178,8 @@ StRunRecord PerformRun(StPluginRun run, const MakeProgress& makeProgress, CGuiAp
         const CHostSinkGuard sink(progress.get());
         const std::unique_ptr<CPluginBase> plugin = run.found.pack.Create(run.plugin);
         const std::unique_ptr<CValueMap> settings = run.settings.Take();
-        record.outcome = CallPlugin(*plugin, {run.plugin, &run.document, run.parameters.Take(),
-                                              settings.get(), run.runsRefused});
+        record.outcome = CallPlugin(
+            *plugin, {run.plugin, &run.document, run.parameters.Take(), settings.get(), run.runsRefused});
         record.isCancelled = progress != nullptr && progress->IsCancelled();
     }
     capture.Stop();

@@ -17,8 +17,8 @@
 
 namespace engine {
 
-/// A file that a run reads: its name and how it is read, for the record of the run. The hash is computed in the
-/// background. Without a name it stands for an image in memory.
+/// A file that a run reads: its name and how it is read, for the record of the run. The hash is computed in
+/// the background. Without a name it stands for an image in memory.
 struct StInputFile {
     std::string name;
     StInputReading reading;
@@ -49,8 +49,8 @@ using MakeProgress = std::function<std::unique_ptr<ORVEN::IProgress>(int standar
 
 /// Runs the plug-in: answers its dialogs, captures what it prints, shows its progress if there is a sink, and
 /// stores in the results how they were made, under the key "runs" of their attributes. What goes wrong with
-/// the plug-in is in the record. Makes a Qt application unless the process has one; `onFatal` is called before
-/// Qt ends a process that cannot show windows. Call it on the thread of that application.
+/// the plug-in is in the record. Makes a Qt application unless the process has one; `onFatal` is called
+/// before Qt ends a process that cannot show windows. Call it on the thread of that application.
 StRunRecord PerformRun(StPluginRun run, const MakeProgress& makeProgress = {},
                        CGuiApplication::OnFatal onFatal = nullptr);
 

@@ -203,7 +203,8 @@ StChain ChainOf(const CJson& json) {
     if (schema == nullptr)
         reader.Fail("it is not a chain: \"quillon\": 1 is missing");
     if (!(*schema == CJson(c_schema)))
-        reader.Fail("\"quillon\": " + schema->Text() + " is not a version of chains that this program knows; it knows 1");
+        reader.Fail("\"quillon\": " + schema->Text() +
+                    " is not a version of chains that this program knows; it knows 1");
     const CJson* const steps = reader.Find("steps");
     if (steps == nullptr || !steps->IsArray() || steps->Elements().empty())
         reader.Fail("\"steps\" is not a list of at least one step");

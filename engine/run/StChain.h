@@ -18,10 +18,10 @@ namespace engine {
 struct StChainStep {
     std::string id;
     std::string plugin;
-    std::string pack;                         ///< its name; empty: the first pack that has the plug-in
-    std::string input;                        ///< empty, in the first step only: the image of the chain
-    StInputReading reading;                   ///< how the input is read if it is a file
-    CJson parameters = CJson::Object();       ///< nested as in the parameter tree
+    std::string pack;                   ///< its name; empty: the first pack that has the plug-in
+    std::string input;                  ///< empty, in the first step only: the image of the chain
+    StInputReading reading;             ///< how the input is read if it is a file
+    CJson parameters = CJson::Object(); ///< nested as in the parameter tree
     std::vector<std::pair<std::string, std::string>> images; ///< among the parameters, by key
     CJson settings = CJson::Object();
     std::vector<StWidgetAnswer> answers;

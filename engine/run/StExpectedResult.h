@@ -20,8 +20,8 @@ struct StExpectedResult {
 /// What the header of a file says of its image.
 StExpectedResult Expected(const StImageOutline& image);
 
-/// What a plug-in makes of such an image, from the catalogue. `entry` is null for a plug-in that is not in the
-/// catalogue.
+/// What a plug-in makes of such an image, from the catalogue. `entry` is null for a plug-in that is not in
+/// the catalogue.
 StExpectedResult Expected(const StCatalogueEntry* entry, const StExpectedResult& input);
 
 /// Raises `CFileError` if the format of one of the outputs is known not to hold the result.

@@ -136,7 +136,8 @@ StRecordedChain ChainOfRuns(const std::vector<StRunEntry>& runs) {
     if (runs.empty())
         throw CFileError("no run is on record in it; it was not made by 'quillon run' or 'quillon chain'");
     if (runs.back().isConverted)
-        throw CFileError("'quillon convert' has changed its type, its geometry or its size since the last run");
+        throw CFileError(
+            "'quillon convert' has changed its type, its geometry or its size since the last run");
     return CChainBuilder(runs).Build();
 }
 
@@ -159,7 +160,8 @@ std::vector<std::string> ChangesOfFiles(const StRecordedChain& recorded) {
     for (const StRecordedFile& file : recorded.files) {
         const std::string subject = "the input '" + file.name + "' ";
         if (!Exists(file.name)) {
-            changes.push_back(subject + "is missing; it is looked for from the working folder and beside the result");
+            changes.push_back(subject +
+                              "is missing; it is looked for from the working folder and beside the result");
             continue;
         }
         const std::string hash = ContentHash(FilesOf(file.name));

@@ -21,8 +21,8 @@ struct StRecordedChain {
     std::vector<StRecordedFile> files;
 };
 
-/// Raises `CFileError` if there is no run, and for a run that no chain can state: dialogs were answered on the
-/// screen or cancelled, or an input was an image in memory.
+/// Raises `CFileError` if there is no run, and for a run that no chain can state: dialogs were answered on
+/// the screen or cancelled, or an input was an image in memory.
 StRecordedChain ChainOfRuns(const std::vector<StRunEntry>& runs);
 
 /// Files that are not found under their names, seen from the working folder, are looked for in the folder

@@ -17,8 +17,8 @@ namespace engine {
 
 namespace {
 
-// Members of an entry. Parameters can be named by paths, which no key of an attribute can hold, so whatever is
-// given by key is a list.
+// Members of an entry. Parameters can be named by paths, which no key of an attribute can hold, so whatever
+// is given by key is a list.
 const char* const c_key = "key";
 
 CJson SourceJson(const StRunSource& source) {
@@ -310,8 +310,8 @@ std::vector<StRunEntry> RunsWith(StRunEntry entry, const StRunInput& input,
 }
 
 std::string RunTime() {
-    const std::time_t now = SourceDate().value_or(
-        std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
+    const std::time_t now =
+        SourceDate().value_or(std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()));
     std::tm parts{};
     gmtime_r(&now, &parts);
     char text[40] = "";

@@ -38,11 +38,11 @@ struct StRunEntry {
     CJson parameters = CJson::Object();        ///< as sent, without images
     CJson settings = CJson::Object();
     std::vector<StWidgetAnswer> answers;
-    bool isBare = false;              ///< no defaults were added to the parameters
-    bool isForced = false;            ///< it ran even though the plug-in refused the image
-    bool hasUnknownAnswers = false;   ///< dialogs were answered on the screen, or cancelled
-    bool isConverted = false;         ///< the image was changed after the run, see `MarkConverted`
-    std::size_t result = 1;           ///< the image is the first, second ... new document
+    bool isBare = false;            ///< no defaults were added to the parameters
+    bool isForced = false;          ///< it ran even though the plug-in refused the image
+    bool hasUnknownAnswers = false; ///< dialogs were answered on the screen, or cancelled
+    bool isConverted = false;       ///< the image was changed after the run, see `MarkConverted`
+    std::size_t result = 1;         ///< the image is the first, second ... new document
 
     bool operator==(const StRunEntry& other) const;
 };
@@ -59,8 +59,8 @@ std::vector<StRunEntry> RunsOfJson(const CJson& json);
 std::vector<StRunEntry> RunsOf(const ORVEN::CImage& image);
 void StoreRuns(ORVEN::CImage& image, const std::vector<StRunEntry>& runs);
 
-/// Notes in the record, if there is one, that the image is no longer the result of its last run: its type, its
-/// geometry or the part that it shows has been changed. A run on it then starts from its file.
+/// Notes in the record, if there is one, that the image is no longer the result of its last run: its type,
+/// its geometry or the part that it shows has been changed. A run on it then starts from its file.
 void MarkConverted(ORVEN::CImage& image);
 
 /// An input of a run and the runs that led to it.
@@ -70,8 +70,8 @@ struct StRunInput {
 };
 
 /// The record of the results of a run: the runs that led to its inputs, each once, and the run itself. The
-/// inputs among `images` have the keys of parameters. An input counts as the result of its last run unless its
-/// file was read with changes.
+/// inputs among `images` have the keys of parameters. An input counts as the result of its last run unless
+/// its file was read with changes.
 std::vector<StRunEntry> RunsWith(StRunEntry entry, const StRunInput& input,
                                  const std::map<std::string, StRunInput>& images);
 

@@ -17,8 +17,8 @@ bool Contains(const std::string& text, const std::string& part) {
 TEST(Program, ShowsItsHelpWithoutArguments) {
     const test::StEnd end = test::Quillon({});
     EXPECT_EQ(end.status, 0);
-    for (const char* word :
-         {"list", "describe", "run", "info", "convert", "preview", "table", "plot", "chain", "repeat", "Examples:"})
+    for (const char* word : {"list", "describe", "run", "info", "convert", "preview", "table", "plot",
+                             "chain", "repeat", "Examples:"})
         EXPECT_TRUE(Contains(end.out, word)) << word;
     EXPECT_EQ(test::Quillon({"--help"}).out, end.out);
 }
