@@ -65,8 +65,8 @@ std::string List(const std::vector<std::string>& files) {
                                 (outcome.written.empty() ? "nothing was written"
                                                          : "written before: " + List(outcome.written)));
     const std::string& plugin = chain.steps[stopped.step].plugin;
-    const auto error =
-        ErrorOf(stopped.record, {plugin, stopped.imageName, stopped.entry, *stopped.image, isVerbose}, packs);
+    const auto error = ErrorOf(
+        stopped.record, {plugin, stopped.imageName, stopped.entry, *stopped.image, isVerbose, true}, packs);
     throw CCommandError(error->Status(), place + error->what(), error->FurtherLines());
 }
 

@@ -70,10 +70,13 @@ std::string SpacingInWords(const ORVEN::CImage& image) {
     return text;
 }
 
-std::string NextStep(const StRefusal& refusal, const StCatalogueEntry& entry) {
+std::string NextStep(const StRefusal& refusal, const StCatalogueEntry& entry, bool isStep) {
     switch (refusal.remedy) {
     case REMEDY_CONVERT:
-        return "it " + refusal.reason + ": give --as " + refusal.words.front();
+        return "it " + refusal.reason +
+               (isStep
+                    ? ": state \"read\": {\"as\": \"" + refusal.words.front() + "\"} where its file is read"
+                    : ": give --as " + refusal.words.front());
     case REMEDY_RUN_FIRST:
         return "it " + refusal.reason + ": run " + Alternatives(refusal.words) + " first";
     case REMEDY_OTHER_IMAGE:
@@ -93,7 +96,7 @@ CCommandError RefusalOf(const StRunScene& scene, CPackSet& packs) {
         return {STATUS_IMAGE_REFUSED, message + "; no catalogue says which images it takes"};
     const StRefusal refusal = ExplainRefusal(*scene.entry, scene.image, packs.Entries());
     return {STATUS_IMAGE_REFUSED, message + "; it takes " + AcceptedInWords(scene.entry->images) + "; " +
-                                      NextStep(refusal, *scene.entry)};
+                                      NextStep(refusal, *scene.entry, scene.isStep)};
 }
 
 /// The error for a failed plug-in: its own message, and the next step on a line of its own.

@@ -47,6 +47,7 @@ struct StRunScene {
     const engine::StCatalogueEntry* entry;
     const ORVEN::CImage& image;
     bool isVerbose = false;
+    bool isStep = false; ///< of a chain, which has no options for a single run
 };
 
 /// The error to end the program with; nothing if the run succeeded. An error of the plug-in gets the next

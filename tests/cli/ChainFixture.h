@@ -14,7 +14,7 @@
 
 namespace test {
 
-/// The program with the real pack and the test pack, in a folder with an image of 6 x 5 pixels of 8 bits.
+/// The program with the real pack and the test pack, in a folder with an image of 5 x 3 x 2 pixels of 8 bits.
 class ChainFixture : public testing::Test {
 protected:
     ChainFixture() { WriteInput(251); }
@@ -23,7 +23,8 @@ protected:
         std::vector<std::uint8_t> pixels;
         for (int i = 0; i < 30; ++i)
             pixels.push_back(static_cast<std::uint8_t>(i * i % modulus));
-        engine::WriteImage(*ImageOf<std::uint8_t>(ORVEN::IMAGE_GREY_8, {6, 5}, pixels), folder / "in.nrrd");
+        engine::WriteImage(*ImageOf<std::uint8_t>(ORVEN::IMAGE_GREY_8, {5, 3, 2}, pixels),
+                           folder / "in.nrrd");
     }
 
     /// Runs the program in the folder.

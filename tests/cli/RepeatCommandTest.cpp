@@ -12,7 +12,8 @@ class RepeatCommand : public test::ChainFixture {
 protected:
     RepeatCommand() {
         EXPECT_EQ(Run({"run", "GaussFilter", "in.nrrd", "-p", "sigma=1", "-o", "smooth.nrrd"}).status, 0);
-        EXPECT_EQ(Run({"run", "SegmNiblack", "smooth.nrrd", "-p", "windowsize=1", "-o", "mask.nrrd"}).status, 0);
+        EXPECT_EQ(Run({"run", "SegmNiblack", "smooth.nrrd", "-p", "windowsize=1", "-o", "mask.nrrd"}).status,
+                  0);
     }
 
     [[nodiscard]] json Runs(const std::string& file) const {
@@ -34,12 +35,11 @@ TEST_F(RepeatCommand, FindsTheSameResult) {
     const StEnd end = Run({"repeat", "mask.nrrd"});
     EXPECT_EQ(end.err, "");
     EXPECT_EQ(end.status, 0);
-    EXPECT_EQ(Timeless(end.out),
-              "step1: GaussFilter on in.nrrd: done in T\n"
-              "  result 'in.nrrd', greyf, 6 x 5\n"
-              "step2: SegmNiblack on the result of step 'step1': done in T\n"
-              "  result 'in.nrrd', binary, 6 x 5, foreground 50.0 %\n"
-              "The result is identical to mask.nrrd.\n");
+    EXPECT_EQ(Timeless(end.out), "step1: GaussFilter on in.nrrd: done in T\n"
+                                 "  result 'in.nrrd', greyf, 5 x 3 x 2\n"
+                                 "step2: SegmNiblack on the result of step 'step1': done in T\n"
+                                 "  result 'in.nrrd', binary, 5 x 3 x 2, foreground 50.0 %\n"
+                                 "The result is identical to mask.nrrd.\n");
     const StEnd quiet = Run({"repeat", "mask.nrrd", "--quiet"});
     EXPECT_EQ(quiet.out + quiet.err, "");
     EXPECT_EQ(quiet.status, 0);
@@ -56,14 +56,15 @@ TEST_F(RepeatCommand, NeedsNoIntermediateFileAndWritesNothing) {
 TEST_F(RepeatCommand, NamesTheFirstPixelThatDiffers) {
     auto image = engine::ReadImage(folder / "mask.nrrd");
     const ORVEN::CImageView<std::uint8_t> view(*image);
-    const int before = view.Row(3, 0)[2];
-    view.Row(3, 0)[2] ^= 1;
-    view.Row(4, 0)[5] ^= 1;
+    const int before = view.Row(1, 1)[2];
+    view.Row(1, 1)[2] ^= 1;
+    view.Row(2, 1)[4] ^= 1;
     engine::WriteImage(*image, folder / "mask.nrrd");
     const StEnd end = Run({"repeat", "mask.nrrd", "--quiet"});
     EXPECT_EQ(end.status, 1);
-    EXPECT_EQ(end.err, "quillon: the results differ: the pixel at (2, 3) is " + std::to_string(1 - before) +
-                           " in 'mask.nrrd' and " + std::to_string(before) + " in the repeated run\n");
+    EXPECT_EQ(end.err, "quillon: the results differ: the pixel at (2, 1, 1) is " +
+                           std::to_string(1 - before) + " in 'mask.nrrd' and " + std::to_string(before) +
+                           " in the repeated run\n");
 }
 
 TEST_F(RepeatCommand, NamesAnInputThatHasChangedOrIsMissing) {
@@ -72,12 +73,14 @@ TEST_F(RepeatCommand, NamesAnInputThatHasChangedOrIsMissing) {
     const StEnd changed = Run({"repeat", "mask.nrrd"});
     EXPECT_EQ(changed.status, 4);
     EXPECT_EQ(changed.out, "");
-    EXPECT_EQ(changed.err, "quillon: cannot repeat 'mask.nrrd': the input 'in.nrrd' has changed: its SHA-256 is " +
-                               HashOf("in.nrrd") + ", and was " + before + "\n");
+    EXPECT_EQ(changed.err,
+              "quillon: cannot repeat 'mask.nrrd': the input 'in.nrrd' has changed: its SHA-256 is " +
+                  HashOf("in.nrrd") + ", and was " + before + "\n");
     std::filesystem::remove(folder / "in.nrrd");
     const StEnd missing = Run({"repeat", "mask.nrrd"});
     EXPECT_EQ(missing.status, 4);
-    EXPECT_EQ(missing.err, std::string("quillon: cannot repeat 'mask.nrrd': the input 'in.nrrd' is missing") + where);
+    EXPECT_EQ(missing.err,
+              std::string("quillon: cannot repeat 'mask.nrrd': the input 'in.nrrd' is missing") + where);
 }
 
 TEST_F(RepeatCommand, FindsInputsBesideTheResult) {
@@ -87,8 +90,9 @@ TEST_F(RepeatCommand, FindsInputsBesideTheResult) {
 TEST_F(RepeatCommand, RefusesAFileWithoutRuns) {
     const StEnd end = Run({"repeat", "in.nrrd"});
     EXPECT_EQ(end.status, 4);
-    EXPECT_EQ(end.err, "quillon: cannot repeat 'in.nrrd': no run is on record in it; it was not made by 'quillon "
-                       "run' or 'quillon chain'\n");
+    EXPECT_EQ(end.err,
+              "quillon: cannot repeat 'in.nrrd': no run is on record in it; it was not made by 'quillon "
+              "run' or 'quillon chain'\n");
     const StEnd chain = Run({"info", "--chain", "in.nrrd"});
     EXPECT_EQ(chain.status, 4);
     EXPECT_EQ(chain.err, "quillon: 'in.nrrd': no run is on record in it; it was not made by 'quillon run' or "
@@ -113,15 +117,16 @@ TEST_F(RepeatCommand, AppliesTheRunsToAnotherImage) {
 }
 
 TEST_F(RepeatCommand, RepeatsHowTheInputWasRead) {
-    ASSERT_EQ(Run({"run", "Skeleton", "in.nrrd", "--as", "binary", "--region", "0:4,0:4", "--spacing", "2,3",
-                   "-o", "s.nrrd"})
+    ASSERT_EQ(Run({"run", "Skeleton", "in.nrrd", "--as", "binary", "--region", "0:3,0:2,0:1", "--spacing",
+                   "2,3,4", "-o", "s.nrrd"})
                   .status,
               0);
     const StEnd end = Run({"repeat", "s.nrrd", "--quiet"});
     EXPECT_EQ(end.err, "");
     EXPECT_EQ(end.status, 0);
-    EXPECT_EQ(Runs("s.nrrd")[0]["input"]["read"],
-              json::parse(R"({"as": "binary", "region": [[0, 4], [0, 4]], "spacing": [2.0, 3.0]})"));
+    EXPECT_EQ(
+        Runs("s.nrrd")[0]["input"]["read"],
+        json::parse(R"({"as": "binary", "region": [[0, 3], [0, 2], [0, 1]], "spacing": [2.0, 3.0, 4.0]})"));
 }
 
 TEST_F(RepeatCommand, KnowsAnImageThatWasConvertedInBetween) {
@@ -131,8 +136,9 @@ TEST_F(RepeatCommand, KnowsAnImageThatWasConvertedInBetween) {
     ASSERT_EQ(test::Quillon({"convert", folder / "e.nrrd", folder / "f.nrrd", "--as", "greyf"}).status, 0);
     const StEnd end = Run({"repeat", "f.nrrd"});
     EXPECT_EQ(end.status, 4);
-    EXPECT_EQ(end.err, "quillon: cannot repeat 'f.nrrd': 'quillon convert' has changed its type, its geometry or "
-                       "its size since the last run\n");
+    EXPECT_EQ(end.err,
+              "quillon: cannot repeat 'f.nrrd': 'quillon convert' has changed its type, its geometry or "
+              "its size since the last run\n");
     ASSERT_EQ(Run({"run", "Echo", "f.nrrd", "-o", "g.nrrd"}).status, 0);
     EXPECT_EQ(Run({"repeat", "g.nrrd", "--quiet"}).status, 0);
     EXPECT_EQ(Runs("g.nrrd").size(), 2u);
@@ -148,12 +154,14 @@ TEST_F(RepeatCommand, RunsAreOnRecord) {
     EXPECT_EQ("quillon " + runs[0]["program"].get<std::string>() + "\n", test::Quillon({"--version"}).out);
     EXPECT_EQ(runs[0]["parameters"]["sigma"], 1.0);
     EXPECT_EQ(runs[0]["input"], json({{"file", "in.nrrd"}, {"sha256", HashOf("in.nrrd")}}));
-    EXPECT_EQ(runs[1]["input"], json({{"file", "smooth.nrrd"}, {"sha256", HashOf("smooth.nrrd")}, {"run", 0}}));
+    EXPECT_EQ(runs[1]["input"],
+              json({{"file", "smooth.nrrd"}, {"sha256", HashOf("smooth.nrrd")}, {"run", 0}}));
     EXPECT_EQ(runs[1]["time"].get<std::string>().size(), 20u);
 }
 
 TEST_F(RepeatCommand, InfoShowsRuns) {
-    ASSERT_EQ(Run({"run", "Echo", "in.nrrd", "-p", "n:long=3", "-o", "e.nrrd"}, "SOURCE_DATE_EPOCH=0").status, 0);
+    ASSERT_EQ(Run({"run", "Echo", "in.nrrd", "-p", "n:long=3", "-o", "e.nrrd"}, "SOURCE_DATE_EPOCH=0").status,
+              0);
     const std::string text = Run({"info", "e.nrrd"}).out;
     EXPECT_NE(text.find("\nruns        1 Echo of QuillonTestPack"), std::string::npos) << text;
     EXPECT_NE(text.find(" on in.nrrd, 1970-01-01T00:00:00Z\n"
@@ -187,8 +195,9 @@ TEST_F(RepeatCommand, ADamagedRecordDisturbsNoRun) {
     engine::WriteImage(*image, folder / "in.nrrd");
     EXPECT_EQ(Run({"run", "Echo", "in.nrrd", "-o", "e.nrrd"}).status, 0);
     EXPECT_EQ(Runs("e.nrrd").size(), 1u);
-    EXPECT_NE(Run({"info", "in.nrrd"}).out.find("runs        its record of runs is damaged: it is not a list\n"),
-              std::string::npos);
+    EXPECT_NE(
+        Run({"info", "in.nrrd"}).out.find("runs        its record of runs is damaged: it is not a list\n"),
+        std::string::npos);
     const StEnd end = Run({"repeat", "in.nrrd"});
     EXPECT_EQ(end.status, 4);
     EXPECT_EQ(end.err, "quillon: cannot repeat 'in.nrrd': its record of runs is damaged: it is not a list\n");

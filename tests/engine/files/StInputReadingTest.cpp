@@ -47,7 +47,8 @@ TEST(InputReading, NamesTheMemberThatIsWrong) {
 
 TEST(InputReading, CorrectsTypePartAndSpacing) {
     const test::CTestFolder folder;
-    WriteImage(*test::ImageOf<std::uint8_t>(ORVEN::IMAGE_GREY_8, {3, 2}, {1, 0, 2, 0, 3, 0}), folder / "a.nrrd");
+    WriteImage(*test::ImageOf<std::uint8_t>(ORVEN::IMAGE_GREY_8, {3, 2}, {1, 0, 2, 0, 3, 0}),
+               folder / "a.nrrd");
     StInputReading reading =
         InputReadingOf(*CJson::Parse(R"({"as": "binary", "region": [[1, 2], [0, 1]], "spacing": [0.5, 2]})"));
     const auto image = ReadInput(folder / "a.nrrd", reading);
@@ -56,7 +57,8 @@ TEST(InputReading, CorrectsTypePartAndSpacing) {
     EXPECT_EQ(ReadInputOutline(folder / "a.nrrd", reading).spacing, (std::array<double, 3>{0.5, 2, 1}));
     reading.spacing = {1, 1, 1};
     const std::string message = "'" + folder / "a.nrrd" + "' is a plane; its spacing takes two numbers";
-    EXPECT_EQ(test::Raised<CCallerError>([&] { (void)ReadInput(folder / "a.nrrd", reading); }).what(), message);
+    EXPECT_EQ(test::Raised<CCallerError>([&] { (void)ReadInput(folder / "a.nrrd", reading); }).what(),
+              message);
     EXPECT_EQ(test::Raised<CCallerError>([&] { (void)ReadInputOutline(folder / "a.nrrd", reading); }).what(),
               message);
 }

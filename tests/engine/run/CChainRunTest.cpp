@@ -23,14 +23,14 @@ using namespace ORVEN;
 
 namespace {
 
-/// Chains over the real pack and the test pack, on an image of 6 x 5 pixels of 8 bits.
+/// Chains over the real pack and the test pack, on an image of 5 x 3 x 2 pixels of 8 bits.
 class ChainRun : public testing::Test {
 protected:
     ChainRun() {
         std::vector<std::uint8_t> pixels;
         for (int i = 0; i < 30; ++i)
             pixels.push_back(static_cast<std::uint8_t>(i * i % 251));
-        WriteImage(*test::ImageOf<std::uint8_t>(IMAGE_GREY_8, {6, 5}, pixels), image);
+        WriteImage(*test::ImageOf<std::uint8_t>(IMAGE_GREY_8, {5, 3, 2}, pixels), image);
     }
 
     [[nodiscard]] StChain Chain(const std::string& steps, const std::string& more = "") const {
@@ -57,8 +57,7 @@ protected:
     CPackSet packs{{QUILLON_PACK, QUILLON_TEST_PACK}};
 };
 
-const char* const c_smooth =
-    R"({"id": "smooth", "plugin": "GaussFilter", "parameters": {"sigma": 1}})";
+const char* const c_smooth = R"({"id": "smooth", "plugin": "GaussFilter", "parameters": {"sigma": 1}})";
 
 } // namespace
 
@@ -66,7 +65,7 @@ const char* const c_smooth =
 
 TEST_F(ChainRun, NamesTheStepWithAnUnknownPlugin) {
     EXPECT_EQ(Refusal(R"({"id": "a", "plugin": "GausFilter"})"),
-              "step 'a': unknown plug-in 'GausFilter'; the nearest is 'GaussFilter'");
+              "step 'a': there is no plug-in 'GausFilter'; the nearest name is 'GaussFilter'");
     EXPECT_EQ(Refusal(R"({"id": "a", "plugin": "Echo", "pack": "QuillonPack"})"),
               "step 'a': the pack QuillonPack does not provide 'Echo'");
     EXPECT_EQ(Refusal(R"({"id": "a", "plugin": "Echo", "pack": "Other"})"),
@@ -78,7 +77,7 @@ TEST_F(ChainRun, NamesTheStepWithAnUnknownParameterOrValue) {
     EXPECT_EQ(Refusal(start + R"("parameters": {"typ": "normal"}})"),
               "step 'a': unknown parameter 'typ'; the nearest key is 'type'");
     EXPECT_EQ(Refusal(start + R"("parameters": {"type": "norma"}})"),
-              "step 'a': type='norma' is not one of normal, marker, preflood; did you mean 'normal'?");
+              "step 'a': type='norma' is not one of normal, preflood, marker; did you mean 'normal'?");
     EXPECT_EQ(Refusal(start + R"("parameters": {"type": 3}})"),
               "step 'a': type=3 is a long; Watershed takes a string");
     EXPECT_EQ(Refusal(start + R"("parameters": {"type": null}})"),
@@ -89,7 +88,8 @@ TEST_F(ChainRun, NamesTheStepWithAnUnknownParameterOrValue) {
               "step 'a': parameter 'markerimage' is an image; name it under \"images\"");
     EXPECT_EQ(Refusal(start + R"("images": {"type": "b.nrrd"}})"),
               "step 'a': parameter 'type' is no image; state it under \"parameters\"");
-    EXPECT_EQ(Refusal(start + R"("settings": {"x": 1}})"), "step 'a': unknown setting 'x'; the plug-in has none");
+    EXPECT_EQ(Refusal(start + R"("settings": {"x": 1}})"),
+              "step 'a': unknown setting 'x'; the plug-in has none");
     EXPECT_EQ(Error(start + R"("settings": {"x": 1}})").Fault(), EnFault::CALLER);
 }
 
@@ -136,8 +136,8 @@ TEST_F(ChainRun, NamesTheStepWhoseOutputCannotBe) {
               "step 'a': cannot write '" + folder / "o.gif" +
                   "': its name must end in .nrrd, .mha, .mhd, .nii, .nii.gz, .tif, .tiff or .png");
     EXPECT_EQ(Refusal(echo("a", folder / "none/o.nrrd")),
-              "step 'a': cannot write '" + folder / "none/o.nrrd" + "': there is no folder '" + folder / "none" +
-                  "'");
+              "step 'a': cannot write '" + folder / "none/o.nrrd" + "': there is no folder '" +
+                  folder / "none" + "'");
     StChain twice = Chain(echo("a", out) + "," + echo("b", folder / "./o.nrrd"));
     ReplaceImage(twice, image);
     EXPECT_EQ(test::Raised<CEngineError>([&] { (void)CChainRun(twice, packs, {}); }).what(),
@@ -151,16 +151,18 @@ TEST_F(ChainRun, NamesTheStepWhoseOutputCannotBe) {
               "'" + image + "' is also an input; give --overwrite to replace it");
     EXPECT_EQ(Refusal(R"({"id": "a", "plugin": "GaussFilter", "output": ")" + folder / "o.png" + "\"}"),
               "step 'a': cannot write '" + folder / "o.png" +
-                  "': PNG holds pixels of 8 and 16 bits, and the image has 32; use .nrrd");
+                  "': PNG holds planes, and the image is a volume; use .nrrd");
     EXPECT_EQ(Refusal(R"({"id": "a", "plugin": "GranulometryExport"})"),
               "step 'a': GranulometryExport writes a table: name one file as \"output\"");
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"in.nrrd"});
 }
 
 TEST_F(ChainRun, WarnsOfAParameterWithoutEffect) {
-    const CChainRun run(Chain(R"({"id": "a", "plugin": "Watershed", "parameters": {"nParameter": 7}})"), packs, {});
+    const CChainRun run(Chain(R"({"id": "a", "plugin": "Watershed", "parameters": {"nParameter": 7}})"),
+                        packs, {});
     ASSERT_EQ(run.Warnings().size(), 1u);
-    EXPECT_EQ(run.Warnings().front().rfind("step 'a': nParameter=7 has no effect", 0), 0u) << run.Warnings().front();
+    EXPECT_EQ(run.Warnings().front().rfind("step 'a': nParameter=7 has no effect", 0), 0u)
+        << run.Warnings().front();
 }
 
 // Runs
@@ -177,7 +179,8 @@ TEST_F(ChainRun, GivesWhatSeparateRunsGive) {
         std::string(c_smooth) +
         R"(, {"id": "mask", "plugin": "SegmNiblack", "input": "smooth", "parameters": {"windowsize": 1}})");
     ASSERT_TRUE(whole.result);
-    EXPECT_EQ(FirstDifference(*ReadImage(b), "separate runs", *whole.result, "the chain").value_or("none"), "none");
+    EXPECT_EQ(FirstDifference(*ReadImage(b), "separate runs", *whole.result, "the chain").value_or("none"),
+              "none");
     const auto runs = RunsOf(*whole.result);
     ASSERT_EQ(runs.size(), 2u);
     EXPECT_EQ(runs[0].input.file, image);
@@ -188,7 +191,8 @@ TEST_F(ChainRun, GivesWhatSeparateRunsGive) {
 
 TEST_F(ChainRun, UsesResultsOfEarlierStepsAsImages) {
     const StChainOutcome outcome = Run(R"({"id": "seeds", "plugin": "Watershed"},
-        {"id": "cells", "plugin": "Watershed", "input": ")" + image + R"(", "parameters": {"type": "marker"},
+        {"id": "cells", "plugin": "Watershed", "input": ")" +
+                                       image + R"(", "parameters": {"type": "marker"},
          "images": {"markerimage": "seeds"}})");
     ASSERT_TRUE(outcome.result);
     const auto runs = RunsOf(*outcome.result);
@@ -199,16 +203,17 @@ TEST_F(ChainRun, UsesResultsOfEarlierStepsAsImages) {
 
 TEST_F(ChainRun, LetsAMeasurementChangeNoOtherStep) {
     const std::string measured = folder / "m.nrrd";
-    const StChainOutcome outcome = Run(
-        R"({"id": "measure", "plugin": "Measure", "input": "IMAGE", "output": ")" + measured + R"("},
-           {"id": "echo", "plugin": "Echo", "input": ")" + image + "\"}");
+    const StChainOutcome outcome =
+        Run(R"({"id": "measure", "plugin": "Measure", "input": "IMAGE", "output": ")" + measured + R"("},
+           {"id": "echo", "plugin": "Echo", "input": ")" +
+            image + "\"}");
     ASSERT_TRUE(outcome.result);
     const std::string answer = CQuillonHeaderTools::c_sTagFeatures + "/Answer";
     EXPECT_TRUE(ReadImage(measured)->Attributes().HasEntry(answer));
     EXPECT_FALSE(outcome.result->Attributes().HasEntry(answer));
     EXPECT_EQ(RunsOf(*outcome.result).size(), 1u);
-    const StChainOutcome passedOn =
-        Run(R"({"id": "measure", "plugin": "Measure"}, {"id": "echo", "plugin": "Echo", "input": "measure"})");
+    const StChainOutcome passedOn = Run(
+        R"({"id": "measure", "plugin": "Measure"}, {"id": "echo", "plugin": "Echo", "input": "measure"})");
     EXPECT_EQ(RunsOf(*passedOn.result).size(), 2u);
     EXPECT_EQ(outcome.written, std::vector<std::string>{measured});
 }
@@ -216,9 +221,10 @@ TEST_F(ChainRun, LetsAMeasurementChangeNoOtherStep) {
 TEST_F(ChainRun, TakesTheSecondResult) {
     const std::string one = folder / "1.nrrd";
     const std::string two = folder / "2.nrrd";
-    const StChain chain = Chain(R"({"id": "a", "plugin": "Echo", "output": [")" + one + R"(", ")" + two + R"("]},
+    const StChain chain =
+        Chain(R"({"id": "a", "plugin": "Echo", "output": [")" + one + R"(", ")" + two + R"("]},
                                    {"id": "b", "plugin": "Echo", "input": "a#2"})",
-                                R"(, "result": "b#2")");
+              R"(, "result": "b#2")");
     const StChainOutcome outcome = CChainRun(chain, packs, {}).Run();
     ASSERT_TRUE(outcome.result);
     EXPECT_EQ(outcome.written, (std::vector<std::string>{one, two}));

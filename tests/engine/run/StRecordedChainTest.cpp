@@ -17,7 +17,8 @@ using namespace engine;
 
 namespace {
 
-/// A, on the file "in"; B, which no one needs; C, on the result of A with the file "mask" and the setting "lut".
+/// A, on the file "in"; B, which no one needs; C, on the result of A with the file "mask" and the setting
+/// "lut".
 std::vector<StRunEntry> Runs() {
     std::vector<StRunEntry> runs(3);
     runs[0].plugin = "A";
@@ -43,10 +44,11 @@ std::string Refusal(const std::vector<StRunEntry>& runs) {
 
 TEST(RecordedChain, HasTheRunsThatAreNeeded) {
     const StRecordedChain recorded = ChainOfRuns(Runs());
-    EXPECT_EQ(ToJson(recorded.chain).Text(),
-              R"({"quillon":1,"steps":[{"id":"step1","plugin":"A","pack":"P","input":"in","parameters":{"n":1}},)"
-              R"({"id":"step2","plugin":"C","input":"step1","images":{"mask":"mask","same":"in"},)"
-              R"("settings":{"lut":"t.lut"}}]})");
+    EXPECT_EQ(
+        ToJson(recorded.chain).Text(),
+        R"({"quillon":1,"steps":[{"id":"step1","plugin":"A","pack":"P","input":"in","parameters":{"n":1}},)"
+        R"({"id":"step2","plugin":"C","input":"step1","images":{"mask":"mask","same":"in"},)"
+        R"("settings":{"lut":"t.lut"}}]})");
     std::string files;
     for (const StRecordedFile& file : recorded.files)
         files += file.name + ": " + file.hash + "; ";
@@ -57,8 +59,9 @@ TEST(RecordedChain, SaysWhyRunsCannotBeRepeated) {
     EXPECT_EQ(Refusal({}), "no run is on record in it; it was not made by 'quillon run' or 'quillon chain'");
     auto runs = Runs();
     runs[0].hasUnknownAnswers = true;
-    EXPECT_EQ(Refusal(runs), "run 1 on record, A, cannot be repeated: its dialogs were answered on the screen, or "
-                             "cancelled");
+    EXPECT_EQ(Refusal(runs),
+              "run 1 on record, A, cannot be repeated: its dialogs were answered on the screen, or "
+              "cancelled");
     runs = Runs();
     runs[2].images["mask"].file.clear();
     EXPECT_EQ(Refusal(runs), "run 3 on record, C, cannot be repeated: an input was an image in memory");

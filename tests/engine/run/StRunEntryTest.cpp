@@ -34,7 +34,8 @@ std::vector<StRunEntry> Complete() {
     first.pack = "QuillonBasics";
     first.version = "1.0.0";
     first.program = "1.1.0";
-    first.input.file = "gr\xc3\xb6\xc3\x9f" "e.nrrd";
+    first.input.file = "gr\xc3\xb6\xc3\x9f"
+                       "e.nrrd";
     first.input.hash = "12ab";
     first.input.reading.options.as = IMAGE_GREY_F;
     first.parameters = *CJson::Parse(R"({"advanced":{"x":0.5},"n":3,"nan":{"/double":"nan"},"on":true})");
