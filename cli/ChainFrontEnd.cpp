@@ -65,8 +65,10 @@ std::string List(const std::vector<std::string>& files) {
                                 (outcome.written.empty() ? "nothing was written"
                                                          : "written before: " + List(outcome.written)));
     const std::string& plugin = chain.steps[stopped.step].plugin;
+    const EnImageSource source =
+        FindResult(chain, chain.steps[stopped.step].input) ? IMAGE_OF_STEP_RESULT : IMAGE_OF_STEP_FILE;
     const auto error = ErrorOf(
-        stopped.record, {plugin, stopped.imageName, stopped.entry, *stopped.image, isVerbose, true}, packs);
+        stopped.record, {plugin, stopped.imageName, stopped.entry, *stopped.image, isVerbose, source}, packs);
     throw CCommandError(error->Status(), place + error->what(), error->FurtherLines());
 }
 

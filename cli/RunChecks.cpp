@@ -70,13 +70,23 @@ std::string SpacingInWords(const ORVEN::CImage& image) {
     return text;
 }
 
-std::string NextStep(const StRefusal& refusal, const StCatalogueEntry& entry, bool isStep) {
+/// How to get the image as that pixel type.
+std::string ConversionTo(const std::string& type, EnImageSource source) {
+    switch (source) {
+    case IMAGE_OF_STEP_FILE:
+        return "give the step \"read\": {\"as\": \"" + type + "\"}";
+    case IMAGE_OF_STEP_RESULT:
+        return "a step before has to make it " + type;
+    case IMAGE_OF_COMMAND_LINE:
+        break;
+    }
+    return "give --as " + type;
+}
+
+std::string NextStep(const StRefusal& refusal, const StCatalogueEntry& entry, EnImageSource source) {
     switch (refusal.remedy) {
     case REMEDY_CONVERT:
-        return "it " + refusal.reason +
-               (isStep
-                    ? ": state \"read\": {\"as\": \"" + refusal.words.front() + "\"} where its file is read"
-                    : ": give --as " + refusal.words.front());
+        return "it " + refusal.reason + ": " + ConversionTo(refusal.words.front(), source);
     case REMEDY_RUN_FIRST:
         return "it " + refusal.reason + ": run " + Alternatives(refusal.words) + " first";
     case REMEDY_OTHER_IMAGE:
@@ -96,7 +106,7 @@ CCommandError RefusalOf(const StRunScene& scene, CPackSet& packs) {
         return {STATUS_IMAGE_REFUSED, message + "; no catalogue says which images it takes"};
     const StRefusal refusal = ExplainRefusal(*scene.entry, scene.image, packs.Entries());
     return {STATUS_IMAGE_REFUSED, message + "; it takes " + AcceptedInWords(scene.entry->images) + "; " +
-                                      NextStep(refusal, *scene.entry, scene.isStep)};
+                                      NextStep(refusal, *scene.entry, scene.source)};
 }
 
 /// The error for a failed plug-in: its own message, and the next step on a line of its own.

@@ -40,6 +40,9 @@ void CheckImage(const StRunOptions& options, const engine::StCatalogueEntry* ent
 /// A note on standard error if the plug-in ignores that the pixels of the image are not equally long.
 void NoteIgnoredSpacing(const engine::StCatalogueEntry* entry, const ORVEN::CImage& image);
 
+/// Where the image of a run came from, and so what can be done about its type.
+enum EnImageSource { IMAGE_OF_COMMAND_LINE, IMAGE_OF_STEP_FILE, IMAGE_OF_STEP_RESULT };
+
 /// What an error of a run is about.
 struct StRunScene {
     std::string plugin;
@@ -47,7 +50,7 @@ struct StRunScene {
     const engine::StCatalogueEntry* entry;
     const ORVEN::CImage& image;
     bool isVerbose = false;
-    bool isStep = false; ///< of a chain, which has no options for a single run
+    EnImageSource source = IMAGE_OF_COMMAND_LINE;
 };
 
 /// The error to end the program with; nothing if the run succeeded. An error of the plug-in gets the next

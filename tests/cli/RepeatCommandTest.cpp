@@ -35,11 +35,12 @@ TEST_F(RepeatCommand, FindsTheSameResult) {
     const StEnd end = Run({"repeat", "mask.nrrd"});
     EXPECT_EQ(end.err, "");
     EXPECT_EQ(end.status, 0);
-    EXPECT_EQ(Timeless(end.out), "step1: GaussFilter on in.nrrd: done in T\n"
-                                 "  result 'in.nrrd', greyf, 5 x 3 x 2\n"
-                                 "step2: SegmNiblack on the result of step 'step1': done in T\n"
-                                 "  result 'in.nrrd', binary, 5 x 3 x 2, foreground 50.0 %\n"
-                                 "The result is identical to mask.nrrd.\n");
+    EXPECT_EQ(Timeless(end.out),
+              "step1: GaussFilter on in.nrrd: done in T\n"
+              "  result 'in.nrrd', greyf, 5 x 3 x 2, spacing 1 x 1 x 1\n"
+              "step2: SegmNiblack on the result of step 'step1': done in T\n"
+              "  result 'in.nrrd', binary, 5 x 3 x 2, spacing 1 x 1 x 1, foreground 60.0 %\n"
+              "The result is identical to mask.nrrd.\n");
     const StEnd quiet = Run({"repeat", "mask.nrrd", "--quiet"});
     EXPECT_EQ(quiet.out + quiet.err, "");
     EXPECT_EQ(quiet.status, 0);
