@@ -4,6 +4,7 @@
 #include "cli/CTerminalProgress.h"
 #include "cli/RunChecks.h"
 #include "cli/RunSummary.h"
+#include "engine/files/ImageWords.h"
 
 #include <QuillonBase/Parallel.h>
 
@@ -46,14 +47,6 @@ StChainFrontEnd FrontEnd(const StChain& chain, const StChainRunOptions& options)
     return frontEnd;
 }
 
-/// The files in words; empty if there is none.
-std::string List(const std::vector<std::string>& files) {
-    std::string text;
-    for (const std::string& file : files)
-        text.append(text.empty() ? "" : ", ").append(file);
-    return text;
-}
-
 /// Ends the program with the error of the step.
 [[noreturn]] void ThrowStopped(const StChain& chain, const StChainOutcome& outcome, bool isVerbose,
                                CPackSet& packs) {
@@ -63,7 +56,7 @@ std::string List(const std::vector<std::string>& files) {
         throw CCommandError(STATUS_CANCELLED,
                             place + "cancelled; " +
                                 (outcome.written.empty() ? "nothing was written"
-                                                         : "written before: " + List(outcome.written)));
+                                                         : "written before: " + FirstTen(outcome.written)));
     const std::string& plugin = chain.steps[stopped.step].plugin;
     const EnImageSource source =
         FindResult(chain, chain.steps[stopped.step].input) ? IMAGE_OF_STEP_RESULT : IMAGE_OF_STEP_FILE;
