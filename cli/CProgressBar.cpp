@@ -50,6 +50,11 @@ CProgressBar::CProgressBar(int descriptor, std::function<Clock::time_point()> no
     , m_now(std::move(now))
     , m_nextDrawing(m_now() + c_drawingInterval) {}
 
+CProgressBar::CProgressBar(int descriptor, const std::string& prefix)
+    : CProgressBar(descriptor) {
+    m_prefix = ForTerminal(prefix.c_str());
+}
+
 CProgressBar::~CProgressBar() {
     if (m_isDrawn)
         Write(wipeLine);
@@ -108,7 +113,7 @@ void CProgressBar::LookAtClock(StPhase& phase) {
 }
 
 void CProgressBar::Draw(const StPhase& phase, Clock::time_point now) {
-    std::string line = wipeLine + phase.text;
+    std::string line = wipeLine + m_prefix + phase.text;
     if (phase.total > 0) {
         const double share =
             static_cast<double>(std::min(phase.done, phase.total)) / static_cast<double>(phase.total);

@@ -26,6 +26,8 @@ public:
 
     /// Draws to the file descriptor; with -1, draws nothing. Tests can replace the clock.
     explicit CProgressBar(int descriptor, std::function<Clock::time_point()> now = Clock::now);
+    /// The same with a text before that of each phase.
+    CProgressBar(int descriptor, const std::string& prefix);
     CProgressBar(const CProgressBar&) = delete;
     CProgressBar& operator=(const CProgressBar&) = delete;
     /// Erases the line.
@@ -54,6 +56,7 @@ private:
 
     int m_descriptor;
     std::function<Clock::time_point()> m_now;
+    std::string m_prefix;
     std::vector<StPhase> m_phases; // innermost last
     Clock::time_point m_nextDrawing;
     bool m_isDrawn = false;

@@ -15,5 +15,7 @@ void AddConvertCommand(CArgumentParser& program);
 void AddPreviewCommand(CArgumentParser& program);
 void AddPlotCommand(CArgumentParser& program);
 void AddTableCommand(CArgumentParser& program);
+void AddChainCommand(CArgumentParser& program);
+void AddRepeatCommand(CArgumentParser& program);
 
 } // namespace cli

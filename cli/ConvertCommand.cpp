@@ -3,6 +3,7 @@
 #include "engine/files/ImageFile.h"
 #include "engine/files/ImageWords.h"
 #include "engine/files/OutputChecks.h"
+#include "engine/run/StRunEntry.h"
 
 #include <memory>
 #include <string>
@@ -30,7 +31,10 @@ void Convert(const StConvertOptions& options) {
     if (!options.isOverwriting)
         RequireNoInput({options.output}, {options.input});
     RequireWritableImage(options.output);
-    WriteImage(*ReadInput(options.input, options.reading, type), options.output);
+    const auto image = ReadInput(options.input, options.reading, type);
+    if (!ReadingOf(options.reading, type).IsPlain())
+        MarkConverted(*image);
+    WriteImage(*image, options.output);
 }
 
 } // namespace

@@ -3,9 +3,6 @@
 #include "cli/CCommandError.h"
 #include "cli/Spacing.h"
 
-#include <sorblib2image/StImageGeometry.h>
-
-#include <algorithm>
 #include <charconv>
 #include <sstream>
 
@@ -22,17 +19,18 @@ std::string ExampleFor(const std::vector<double>& sizes, const std::string& text
     return text.substr(0, text.rfind(','));
 }
 
-void SetSpacing(ORVEN::StImageGeometry& geometry, const std::string& text, const std::string& path,
-                std::size_t axes) {
-    const std::vector<double> sizes = ParseSpacing(text);
-    if (sizes.size() != axes) {
-        throw CCommandError(STATUS_USAGE, "--spacing " + text + ": '" + path +
-                                              (axes == 2 ? "' is a plane; give two numbers"
-                                                         : "' is a volume; give three numbers") +
-                                              ", as in --spacing " + ExampleFor(sizes, text, axes));
-    }
-    geometry.spacing = {1, 1, 1};
-    std::copy(sizes.begin(), sizes.end(), geometry.spacing->begin());
+/// Raises if the spacing has not as many numbers as the image has axes.
+void RequireFittingSpacing(const StInputReading& reading, const std::optional<std::string>& text,
+                           const std::string& path) {
+    if (!text)
+        return;
+    const auto axes = static_cast<std::size_t>(ReadImageOutline(path, reading.options).size.Dim());
+    if (reading.spacing.size() == axes)
+        return;
+    throw CCommandError(STATUS_USAGE, "--spacing " + *text + ": '" + path +
+                                          (axes == 2 ? "' is a plane; give two numbers"
+                                                     : "' is a volume; give three numbers") +
+                                          ", as in --spacing " + ExampleFor(reading.spacing, *text, axes));
 }
 
 std::vector<StIndexRange> ParseRegion(const std::string& text) {
@@ -76,11 +74,7 @@ void AddGeometryOptions(CCommand& command, StInputOptions& options) {
         "X0:X1,Y0:Y1,Z0:Z1");
 }
 
-void CheckInputOptions(const StInputOptions& options) {
-    (void)ReadOptionsOf(options);
-    if (options.spacing)
-        (void)ParseSpacing(*options.spacing);
-}
+void CheckInputOptions(const StInputOptions& options) { (void)ReadingOf(options); }
 
 StReadOptions ReadOptionsOf(const StInputOptions& options, const std::optional<ORVEN::IImage::CType>& type) {
     StReadOptions reading;
@@ -93,38 +87,27 @@ StReadOptions ReadOptionsOf(const StInputOptions& options, const std::optional<O
     return reading;
 }
 
+StInputReading ReadingOf(const StInputOptions& options, const std::optional<ORVEN::IImage::CType>& type) {
+    StInputReading reading;
+    reading.options = ReadOptionsOf(options, type);
+    if (options.spacing)
+        reading.spacing = ParseSpacing(*options.spacing);
+    reading.unit = options.unit;
+    return reading;
+}
+
 StImageOutline ReadInputOutline(const std::string& path, const StInputOptions& options,
                                 const std::optional<ORVEN::IImage::CType>& type) {
-    StImageOutline outline = ReadImageOutline(path, ReadOptionsOf(options, type));
-    if (options.spacing) {
-        ORVEN::StImageGeometry geometry;
-        SetSpacing(geometry, *options.spacing, path, static_cast<std::size_t>(outline.size.Dim()));
-        outline.spacing = *geometry.spacing;
-    }
-    return outline;
+    const StInputReading reading = ReadingOf(options, type);
+    RequireFittingSpacing(reading, options.spacing, path);
+    return engine::ReadInputOutline(path, reading);
 }
 
 std::unique_ptr<ORVEN::CImage> ReadInput(const std::string& path, const StInputOptions& options,
                                          const std::optional<ORVEN::IImage::CType>& type) {
-    CheckInputOptions(options);
-    auto image = ReadImage(path, ReadOptionsOf(options, type));
-    if (!options.spacing && !options.unit)
-        return image;
-    ORVEN::StImageGeometry geometry = ORVEN::StImageGeometry::Of(*image);
-    if (options.spacing) {
-        // The first pixel of the whole image stays where it is.
-        ORVEN::StImageGeometry::Vector first{};
-        const auto region = ReadOptionsOf(options).region;
-        for (std::size_t axis = 0; axis < region.size(); ++axis)
-            first[axis] = static_cast<double>(region[axis].first);
-        geometry.origin = geometry.PositionOf({-first[0], -first[1], -first[2]});
-        SetSpacing(geometry, *options.spacing, path, static_cast<std::size_t>(image->Size().Dim()));
-        geometry.origin = geometry.PositionOf(first);
-    }
-    if (options.unit)
-        geometry.unit = *options.unit;
-    geometry.Store(*image);
-    return image;
+    const StInputReading reading = ReadingOf(options, type);
+    RequireFittingSpacing(reading, options.spacing, path);
+    return engine::ReadInput(path, reading);
 }
 
 } // namespace cli

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/CArgumentParser.h"
-#include "engine/files/ImageFile.h"
+#include "engine/files/StInputReading.h"
 
 #include <sorblib2image/CImage.h>
 
@@ -32,6 +32,11 @@ void CheckInputOptions(const StInputOptions& options);
 /// The options of the engine for these, and for a pixel type.
 engine::StReadOptions ReadOptionsOf(const StInputOptions& options,
                                     const std::optional<ORVEN::IImage::CType>& type = std::nullopt);
+
+/// The same with spacing and unit. Raises `CCommandError` with `STATUS_USAGE` for a text that is not of its
+/// form.
+engine::StInputReading ReadingOf(const StInputOptions& options,
+                                 const std::optional<ORVEN::IImage::CType>& type = std::nullopt);
 
 /// Reads the image file, converted to `type` if there is one, and gives it the spacing and unit of the
 /// options. Raises as `ReadImage` does, and `CCommandError` with `STATUS_USAGE` for a spacing that has not as

@@ -2,6 +2,7 @@
 #include "cli/ImageInput.h"
 #include "engine/files/ImageWords.h"
 #include "engine/files/ValueJson.h"
+#include "engine/run/StRecordedChain.h"
 
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueMap.h>
@@ -33,8 +34,11 @@ struct StInfoOptions {
     bool isJson = false;
     bool isComplete = false;
     bool hasRange = false;
+    bool isChain = false;
 };
 
+/// The word for the input of a run.
+const char* const c_input = "input";
 /// A measurement with more rows than this is abbreviated to the first ones.
 constexpr std::size_t c_mostRows = 8;
 constexpr std::size_t c_shownRows = 1;
@@ -88,6 +92,12 @@ CJson HistoryJson(const ORVEN::CImage& image) {
     return ToJson(*history);
 }
 
+/// The record of runs as the file has it.
+CJson RunsJson(const ORVEN::CImage& image) {
+    const ORVEN::CValue* const runs = image.Attributes().Entry(c_runsKey, true);
+    return runs != nullptr ? ToJson(*runs) : CJson::Array();
+}
+
 /// Everything about the image in the file; type and range are certain only with its pixels.
 CJson InfoJson(const std::string& file, const StImageOutline& outline, const ORVEN::CImage* pixels) {
     const ORVEN::CImage& image = *outline.carrier;
@@ -109,6 +119,7 @@ CJson InfoJson(const std::string& file, const StImageOutline& outline, const ORV
                           {"times", outline.times},
                           {"spacing", SpacingJson(image, outline.size.Dim())},
                           {"history", HistoryJson(image)},
+                          {"runs", RunsJson(image)},
                           {"number_of_labels", hasLabels ? CJson(labelCount) : CJson()},
                           {"max_distance", hasDistance ? ToJson(ORVEN::CValueDouble(maxDistance)) : CJson()},
                           {"min_max", pixels != nullptr ? MinMaxJson(*pixels) : CJson()},
@@ -174,7 +185,8 @@ private:
 /// The attributes that have lines of their own.
 bool HasOwnLine(const std::string& key) {
     static const std::set<std::string> keys = {"spacing", "origin",  "directions",       "unit",
-                                               "space",   "history", "number of labels", "max distance"};
+                                               "space",   "history", "number of labels", "max distance",
+                                               c_runsKey};
     return keys.contains(key);
 }
 
@@ -232,6 +244,51 @@ void PrintPlace(const CJson& attributes) {
         PrintLine("space", "LPS: x to the left, y to the back, z to the head of a patient");
 }
 
+/// "on cement.nrrd" for a file, and "on the result of run 1".
+std::string InputInWords(const StRunSource& input) {
+    if (!input.file.empty())
+        return " on " + Readable(input.file);
+    return input.run ? " on the result of run " + std::to_string(*input.run + 1) : " on an image in memory";
+}
+
+/// The run in a few lines: what ran on what and when, the parameters, and the files that it read.
+std::vector<std::string> LinesOf(const StRunEntry& run) {
+    std::vector<std::string> lines;
+    std::string what = run.plugin + " of " + run.pack;
+    if (!run.version.empty())
+        what += " " + run.version;
+    lines.push_back(Readable(what + InputInWords(run.input) + ", " + run.time));
+    if (!run.parameters.Members().empty())
+        lines.push_back("  parameters " + run.parameters.Text());
+    const auto addFile = [&lines](const std::string& key, const StRunSource& source) {
+        if (!source.file.empty())
+            lines.push_back(Readable("  " + key + " " + source.file + ", SHA-256 " + source.hash));
+        else if (source.run && key != c_input)
+            lines.push_back(Readable("  " + key + " the result of run " + std::to_string(*source.run + 1)));
+    };
+    addFile(c_input, run.input);
+    for (const auto& [key, source] : run.images)
+        addFile(key, source);
+    for (const auto& [key, source] : run.files)
+        addFile(key, source);
+    return lines;
+}
+
+void PrintRuns(const CJson& json) {
+    try {
+        const std::vector<StRunEntry> runs = RunsOfJson(json);
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            std::string number = std::to_string(i + 1) + " ";
+            for (const std::string& line : LinesOf(runs[i])) {
+                PrintLine(i == 0 && number.front() == '1' ? "runs" : "", number + line);
+                number.assign(number.size(), ' ');
+            }
+        }
+    } catch (const CFileError& error) {
+        PrintLine("runs", error.what());
+    }
+}
+
 void PrintInfo(const CJson& info, const StImageOutline& outline, const StInfoOptions& options) {
     const auto at = [&info](const char* name) -> const CJson& { return *info.Find(name); };
     PrintLine("file", Readable(at("file")));
@@ -252,6 +309,7 @@ void PrintInfo(const CJson& info, const StImageOutline& outline, const StInfoOpt
     const auto& history = at("history").Elements();
     for (std::size_t i = 0; i < history.size(); ++i)
         PrintLine(i == 0 ? "history" : "", Readable(history[i]));
+    PrintRuns(at("runs"));
     const CJson rest = OtherAttributes(at("attributes"));
     if (!rest.Members().empty()) {
         PrintLine("attributes", "");
@@ -259,8 +317,21 @@ void PrintInfo(const CJson& info, const StImageOutline& outline, const StInfoOpt
     }
 }
 
+/// Prints the chain that made the image.
+void PrintChain(const std::string& file, const ORVEN::CImage& image) {
+    try {
+        std::cout << ToJson(ChainOfRuns(RunsOf(image)).chain).Text(2) << '\n';
+    } catch (const CFileError& error) {
+        throw CFileError("'" + file + "': " + error.what());
+    }
+}
+
 void Info(const StInfoOptions& options) {
     const StImageOutline outline = ReadImageOutline(options.file, ReadOptionsOf(options.reading));
+    if (options.isChain) {
+        PrintChain(options.file, *outline.carrier);
+        return;
+    }
     std::unique_ptr<ORVEN::CImage> image;
     if (options.hasRange)
         image = ReadInput(options.file, options.reading);
@@ -276,13 +347,17 @@ void Info(const StInfoOptions& options) {
 
 void AddInfoCommand(CArgumentParser& program) {
     CCommand command = program.AddCommand(
-        "info", "Show type, size, spacing, place, history and attributes of an image file");
+        "info", "Show type, size, spacing, place, history, runs and attributes of an image file");
     const auto options = std::make_shared<StInfoOptions>();
     command.AddPositional("FILE", options->file, "The image file");
     AddInputOptions(command, options->reading);
     command.AddFlag("--range", options->hasRange,
                     "Read the pixels, too, and show the least and the greatest value");
     command.AddFlag("--json", options->isJson, "As JSON, for programs");
+    command
+        .AddFlag("--chain", options->isChain,
+                 "Print the chain of runs that made the file, for 'quillon chain'")
+        .Excludes("--json");
     command.AddFlag("--all", options->isComplete, "Prints long measurements in full; JSON always has them");
     command.SetFooter("Only the header is read. The range is that of the finite pixels.\n\nExample: quillon "
                       "info volume.nrrd");

@@ -70,10 +70,23 @@ std::string SpacingInWords(const ORVEN::CImage& image) {
     return text;
 }
 
-std::string NextStep(const StRefusal& refusal, const StCatalogueEntry& entry) {
+/// How to get the image as that pixel type.
+std::string ConversionTo(const std::string& type, EnImageSource source) {
+    switch (source) {
+    case IMAGE_OF_STEP_FILE:
+        return "give the step \"read\": {\"as\": \"" + type + "\"}";
+    case IMAGE_OF_STEP_RESULT:
+        return "a step before has to make it " + type;
+    case IMAGE_OF_COMMAND_LINE:
+        break;
+    }
+    return "give --as " + type;
+}
+
+std::string NextStep(const StRefusal& refusal, const StCatalogueEntry& entry, EnImageSource source) {
     switch (refusal.remedy) {
     case REMEDY_CONVERT:
-        return "it " + refusal.reason + ": give --as " + refusal.words.front();
+        return "it " + refusal.reason + ": " + ConversionTo(refusal.words.front(), source);
     case REMEDY_RUN_FIRST:
         return "it " + refusal.reason + ": run " + Alternatives(refusal.words) + " first";
     case REMEDY_OTHER_IMAGE:
@@ -84,19 +97,33 @@ std::string NextStep(const StRefusal& refusal, const StCatalogueEntry& entry) {
     return "see 'quillon describe " + entry.name + "'";
 }
 
-/// The types that a document written by the plug-in can have, as far as the catalogue says.
-std::vector<ORVEN::IImage::CType> ResultTypes(const StCatalogueEntry& entry, const StImageOutline& image) {
-    if (entry.documentsOut == 0)
-        return {image.type};
-    std::vector<ORVEN::IImage::CType> types;
-    for (const std::string& word : entry.resultTypes)
-        types.push_back(PixelTypeOfWord(word).value_or(image.type));
-    return types;
+/// The error for a refused image: its type and size, what the plug-in takes, and the next step.
+CCommandError RefusalOf(const StRunScene& scene, CPackSet& packs) {
+    const std::string message = scene.plugin + " does not take " + scene.imageName + " (" +
+                                WordOfPixelType(scene.image.Type()) + ", " + SizeInWords(scene.image.Size()) +
+                                ")";
+    if (scene.entry == nullptr)
+        return {STATUS_IMAGE_REFUSED, message + "; no catalogue says which images it takes"};
+    const StRefusal refusal = ExplainRefusal(*scene.entry, scene.image, packs.Entries());
+    return {STATUS_IMAGE_REFUSED, message + "; it takes " + AcceptedInWords(scene.entry->images) + "; " +
+                                      NextStep(refusal, *scene.entry, scene.source)};
 }
 
-bool DependsOnInput(const StCatalogueEntry& entry) {
-    const auto& types = entry.resultTypes;
-    return entry.documentsOut == 0 || std::find(types.begin(), types.end(), "same") != types.end();
+/// The error for a failed plug-in: its own message, and the next step on a line of its own.
+CCommandError FailureOf(const StRunScene& scene, const StFailure& failure, CPackSet& packs) {
+    const CPluginError error = ErrorOf(failure, scene.plugin);
+    std::vector<std::string> lines;
+    if (scene.isVerbose && !failure.source.empty())
+        lines.push_back("raised by " + failure.source);
+    if (const StCatalogueEntry* const entry = scene.entry) {
+        std::vector<std::string> equalizing;
+        if (entry->spacingUse == SPACING_REQUIRES_EQUAL && HasUnequalSpacing(scene.image))
+            equalizing = PluginsSuggestedFor("equal spacing", scene.image, packs.Entries());
+        lines.push_back(equalizing.empty()
+                            ? "see 'quillon describe " + entry->name + "' for what it takes"
+                            : "make the pixels equally long first: run " + Alternatives(equalizing));
+    }
+    return {ExitStatusOf(error.Fault()), error.what(), lines};
 }
 
 } // namespace
@@ -118,28 +145,6 @@ void RequireFileForDialog(const StRunOptions& options, const StCatalogueEntry* e
     if (entry != nullptr && entry->asksForFile && !isAnswered)
         throw CCommandError(STATUS_USAGE,
                             options.plugin + " asks for the name of a table: give --file TABLE.csv");
-}
-
-void RequireFormatsHoldResults(const StRunOptions& options, const StCatalogueEntry* entry,
-                               const StImageOutline& image) {
-    if (entry == nullptr || (DependsOnInput(*entry) && !image.isTypeCertain))
-        return;
-    const std::vector<ORVEN::IImage::CType> types = ResultTypes(*entry, image);
-    const ORVEN::CSize size = entry->changesSize ? ORVEN::CSize(1, 1) : image.size;
-    for (const std::string& output : options.outputs) {
-        std::optional<CFileError> refusal;
-        bool isHeld = types.empty();
-        for (const auto& type : types) {
-            try {
-                RequireFormatHolds(output, type, size);
-                isHeld = true;
-            } catch (const CFileError& error) {
-                refusal = error;
-            }
-        }
-        if (!isHeld)
-            throw CFileError(*refusal);
-    }
 }
 
 StMemoryEstimate EstimateRun(const StCatalogueEntry* entry, const StImageOutline& image,
@@ -174,41 +179,39 @@ void WarnIfTooLarge(const StMemoryEstimate& estimate) {
                      Rounded(estimate.Needed()).c_str(), Rounded(*estimate.available).c_str());
 }
 
+void NoteIgnoredSpacing(const StCatalogueEntry* entry, const ORVEN::CImage& image) {
+    if (entry != nullptr && entry->spacingUse == SPACING_IGNORED && HasUnequalSpacing(image))
+        std::fprintf(stderr, "quillon: note: %s counts in pixels and ignores the unequal spacing %s\n",
+                     entry->name.c_str(), SpacingInWords(image).c_str());
+}
+
 void CheckImage(const StRunOptions& options, const StCatalogueEntry* entry, const StRunInputs& inputs) {
     if (entry == nullptr)
         return;
     Report(ChecksOf(*entry, inputs).FindingsOn(*inputs.image), *entry, options.isStrict);
-    if (!options.isQuiet && entry->spacingUse == SPACING_IGNORED && HasUnequalSpacing(*inputs.image))
-        std::fprintf(stderr, "quillon: note: %s counts in pixels and ignores the unequal spacing %s\n",
-                     entry->name.c_str(), SpacingInWords(*inputs.image).c_str());
+    if (!options.isQuiet)
+        NoteIgnoredSpacing(entry, *inputs.image);
 }
 
-CCommandError RefusalOf(const StRunOptions& options, const StCatalogueEntry* entry,
-                        const ORVEN::CImage& image, CPackSet& packs) {
-    const std::string message = options.plugin + " does not take " + options.image + " (" +
-                                WordOfPixelType(image.Type()) + ", " + SizeInWords(image.Size()) + ")";
-    if (entry == nullptr)
-        return {STATUS_IMAGE_REFUSED, message + "; no catalogue says which images it takes"};
-    const StRefusal refusal = ExplainRefusal(*entry, image, packs.Entries());
-    return {STATUS_IMAGE_REFUSED,
-            message + "; it takes " + AcceptedInWords(entry->images) + "; " + NextStep(refusal, *entry)};
-}
-
-CCommandError FailureOf(const StRunOptions& options, const StCatalogueEntry* entry,
-                        const ORVEN::CImage& image, const StFailure& failure, CPackSet& packs) {
-    const CPluginError error = ErrorOf(failure, options.plugin);
-    std::vector<std::string> lines;
-    if (options.isVerbose && !failure.source.empty())
-        lines.push_back("raised by " + failure.source);
-    if (entry != nullptr) {
-        std::vector<std::string> equalizing;
-        if (entry->spacingUse == SPACING_REQUIRES_EQUAL && HasUnequalSpacing(image))
-            equalizing = PluginsSuggestedFor("equal spacing", image, packs.Entries());
-        lines.push_back(equalizing.empty()
-                            ? "see 'quillon describe " + entry->name + "' for what it takes"
-                            : "make the pixels equally long first: run " + Alternatives(equalizing));
+std::optional<CCommandError> ErrorOf(const StRunRecord& record, const StRunScene& scene, CPackSet& packs) {
+    switch (EndOf(record)) {
+    case RUN_DONE:
+        break;
+    case RUN_CANCELLED:
+        return CCommandError(STATUS_CANCELLED, "cancelled; nothing was written");
+    case RUN_DIALOG_PROBLEM:
+        return CCommandError(STATUS_USAGE, *record.dialogProblem);
+    case RUN_FAILED:
+        return FailureOf(scene, *record.outcome.failure, packs);
+    case RUN_REFUSED:
+        return RefusalOf(scene, packs);
+    case RUN_ERROR_BOX:
+        return CCommandError(STATUS_FILE, scene.plugin + " says: " + record.errorBox->text);
+    case RUN_UNUSED_ANSWER:
+        return CCommandError(STATUS_USAGE, "no dialog had an input named '" + record.unusedAnswers.front() +
+                                               "', so the plug-in ran without that answer");
     }
-    return {ExitStatusOf(error.Fault()), error.what(), lines};
+    return std::nullopt;
 }
 
 } // namespace cli

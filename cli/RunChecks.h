@@ -5,7 +5,10 @@
 #include "cli/StRunOptions.h"
 #include "engine/packs/CPackSet.h"
 #include "engine/run/MemoryEstimate.h"
-#include "engine/run/PluginCall.h"
+#include "engine/run/StRunRecord.h"
+
+#include <optional>
+#include <string>
 
 // What `quillon run` checks and says around a run. Everything here takes a null entry for a plug-in that is
 // not in a catalogue.
@@ -19,11 +22,6 @@ void CheckParameters(const StRunOptions& options, const engine::StCatalogueEntry
 
 /// Raises if the plug-in writes a file that it asks for in a dialog, and the options do not name one.
 void RequireFileForDialog(const StRunOptions& options, const engine::StCatalogueEntry* entry);
-
-/// Raises `CFileError` if an output name belongs to a format that cannot hold the result, as far as type and
-/// size of the result are known.
-void RequireFormatsHoldResults(const StRunOptions& options, const engine::StCatalogueEntry* entry,
-                               const engine::StImageOutline& image);
 
 /// The memory of the run, from the headers of all images.
 engine::StMemoryEstimate EstimateRun(const engine::StCatalogueEntry* entry,
@@ -39,13 +37,25 @@ void WarnIfTooLarge(const engine::StMemoryEstimate& estimate);
 void CheckImage(const StRunOptions& options, const engine::StCatalogueEntry* entry,
                 const StRunInputs& inputs);
 
-/// The error for a refused image: its type and size, what the plug-in takes, and the next step.
-CCommandError RefusalOf(const StRunOptions& options, const engine::StCatalogueEntry* entry,
-                        const ORVEN::CImage& image, engine::CPackSet& packs);
+/// A note on standard error if the plug-in ignores that the pixels of the image are not equally long.
+void NoteIgnoredSpacing(const engine::StCatalogueEntry* entry, const ORVEN::CImage& image);
 
-/// The error for a failed plug-in: its own message, and the next step on a line of its own.
-CCommandError FailureOf(const StRunOptions& options, const engine::StCatalogueEntry* entry,
-                        const ORVEN::CImage& image, const engine::StFailure& failure,
-                        engine::CPackSet& packs);
+/// Where the image of a run came from, and so what can be done about its type.
+enum EnImageSource { IMAGE_OF_COMMAND_LINE, IMAGE_OF_STEP_FILE, IMAGE_OF_STEP_RESULT };
+
+/// What an error of a run is about.
+struct StRunScene {
+    std::string plugin;
+    std::string imageName;
+    const engine::StCatalogueEntry* entry;
+    const ORVEN::CImage& image;
+    bool isVerbose = false;
+    EnImageSource source = IMAGE_OF_COMMAND_LINE;
+};
+
+/// The error to end the program with; nothing if the run succeeded. An error of the plug-in gets the next
+/// step on a line of its own.
+std::optional<CCommandError> ErrorOf(const engine::StRunRecord& record, const StRunScene& scene,
+                                     engine::CPackSet& packs);
 
 } // namespace cli

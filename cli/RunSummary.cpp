@@ -53,13 +53,14 @@ std::string Description(const ORVEN::CImage& image) {
     return text;
 }
 
-std::string DocumentLine(const ORVEN::CValueMap& document, const std::string& file) {
+std::string DocumentLine(const ORVEN::CValueMap& document, const std::string& file,
+                         const std::string& unwritten) {
     std::string line = "  result";
     if (const std::string label = LabelOf(document); !label.empty())
         line += " '" + label + "'";
     if (const ORVEN::CImage* image = ImageOf(document))
         line += ", " + Description(*image);
-    return line + (file.empty() ? ", not written\n" : ", written to " + file + "\n");
+    return line + (file.empty() ? unwritten : ", written to " + file) + "\n";
 }
 
 std::string BoxLines(const StMessageBox& box) {
@@ -85,31 +86,39 @@ std::string Closing(const StRunRecord& record, std::span<const std::string> outp
     const std::size_t filled = !record.measuredFile.empty() ? 1 : documents;
     std::string lines;
     for (std::size_t i = filled; i < outputs.size(); ++i)
-        lines += "Nothing was written to " + outputs[i] + ": the plug-in delivered " +
-                 (documents == 0   ? "no result"
-                  : documents == 1 ? "one result"
-                                   : std::to_string(documents) + " results") +
-                 ".\n";
+        lines += NothingWrittenTo(outputs[i], documents);
     return lines;
 }
 
 } // namespace
 
-std::string RunSummary(const StRunRecord& record, std::span<const std::string> outputs) {
+std::string NothingWrittenTo(const std::string& output, std::size_t results) {
+    return "Nothing was written to " + output + ": the plug-in delivered " +
+           (results == 0   ? "no result"
+            : results == 1 ? "one result"
+                           : std::to_string(results) + " results") +
+           ".\n";
+}
+
+std::string StepSummary(const StRunRecord& record, const std::string& unwritten) {
     const StPluginOutcome& outcome = record.outcome;
     std::string text =
         record.plugin + " on " + record.image + ": done in " + Duration(outcome.seconds) + "\n";
     for (std::size_t i = 0; i < outcome.documents.size(); ++i)
-        text += DocumentLine(*outcome.documents[i], record.files[i]);
+        text += DocumentLine(*outcome.documents[i], record.files[i], unwritten);
     if (!record.measuredFile.empty())
         text += "  the image with the measurement, written to " + record.measuredFile + "\n";
     if (!record.pickedFile.empty())
         text += "  " + record.pickedFile + " was picked in a file dialog\n";
     for (const StMessageBox& box : record.boxes)
         text += BoxLines(box);
-    if (record.isFileUnused)
-        text += "No file dialog opened, so --file was not used.\n";
-    return text + Closing(record, outputs);
+    return text;
+}
+
+std::string RunSummary(const StRunRecord& record, std::span<const std::string> outputs) {
+    return StepSummary(record, ", not written") +
+           (record.isFileUnused ? "No file dialog opened, so --file was not used.\n" : "") +
+           Closing(record, outputs);
 }
 
 } // namespace cli

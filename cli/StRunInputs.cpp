@@ -2,15 +2,12 @@
 
 #include "cli/Commands.h"
 #include "cli/StandardStreams.h"
-#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/ImageWords.h"
 #include "engine/files/OutputChecks.h"
 #include "engine/run/PluginCall.h"
 
 #include <filesystem>
-#include <set>
-#include <sorblib2core/CValueString.h>
 
 namespace cli {
 
@@ -20,22 +17,14 @@ using namespace ORVEN;
 
 namespace {
 
-/// Raises if two outputs of the command line, including their companion files, are the same file.
-void RequireDifferentFiles(const StRunOptions& options) {
-    std::set<std::string> files;
-    const auto add = [&files](const std::string& named, const std::string& file) {
-        if (!files.insert(file).second)
-            throw CCommandError(STATUS_USAGE,
-                                "'" + named + "' would be written twice; give each output a name of its own");
-    };
-    for (const std::string& output : options.outputs) {
-        for (const std::string& file : FilesOfImage(output))
-            add(file == FileItself(output) ? output : file, file);
-    }
+/// The outputs that are not images.
+std::vector<std::string> OtherOutputs(const StRunOptions& options) {
+    std::vector<std::string> files;
     for (const auto& file : {options.report, options.packLog, options.file}) {
         if (file && !IsDeviceOrPipe(*file))
-            add(*file, FileItself(*file));
+            files.push_back(*file);
     }
+    return files;
 }
 
 std::unique_ptr<CTextOutput> OpenText(const std::optional<std::string>& path) {
@@ -47,46 +36,25 @@ std::unique_ptr<CTextOutput> OpenText(const std::optional<std::string>& path) {
 }
 
 /// The files that a run reads.
-std::vector<std::string> FilesRead(const StRunOptions& options, const StCatalogueEntry* entry,
-                                   const StRunInputs& inputs) {
+std::vector<std::string> FilesRead(const StRunOptions& options, const StRunInputs& inputs) {
     std::vector<std::string> files = {options.image};
     if (options.parametersFile)
         files.push_back(*options.parametersFile);
     for (const auto& [key, file] : inputs.parameters.ImageFiles())
         files.push_back(file);
-    if (entry != nullptr) {
-        for (const StCatalogueParameter& setting : entry->settings) {
-            if (setting.isFile && inputs.settings.Map().HasEntry(setting.key, typeid(CValueString)))
-                files.push_back(inputs.settings.Map().Entry(setting.key, true)->String().Std());
-        }
-    }
+    for (const auto& [key, file] : inputs.settings.NamedFiles())
+        files.push_back(file);
     return files;
 }
 
 /// Raises if an output is also an input, unless that is what the user wants.
-void RequireInputsKept(const StRunOptions& options, const StCatalogueEntry* entry,
-                       const StRunInputs& inputs) {
+void RequireInputsKept(const StRunOptions& options, const StRunInputs& inputs) {
     if (options.isOverwriting)
         return;
     std::vector<std::string> written = options.outputs;
-    for (const auto& file : {options.report, options.packLog, options.file}) {
-        if (file && !IsDeviceOrPipe(*file))
-            written.push_back(*file);
-    }
-    RequireNoInput(written, FilesRead(options, entry, inputs));
-}
-
-/// Raises if a file setting names a pipe or device, because the plug-in could wait for it forever.
-void RequireFilesOfSettings(const StCatalogueEntry* entry, const CValueMap& settings) {
-    if (entry == nullptr)
-        return;
-    for (const StCatalogueParameter& setting : entry->settings) {
-        if (!setting.isFile || !settings.HasEntry(setting.key, typeid(CValueString)))
-            continue;
-        const std::string file = settings.Entry(setting.key, true)->String().Std();
-        if (IsDeviceOrPipe(file))
-            ThrowUnreadable(file, CFileReason("it is not a regular file"));
-    }
+    const std::vector<std::string> others = OtherOutputs(options);
+    written.insert(written.end(), others.begin(), others.end());
+    RequireNoInput(written, FilesRead(options, inputs));
 }
 
 std::optional<IImage::CType> PixelType(const StRunOptions& options) {
@@ -126,6 +94,8 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
                        CParameterMap("setting", entry != nullptr ? &entry->settings : nullptr),
                        ParseAnswers(options),
                        PixelType(options),
+                       {},
+                       {},
                        nullptr,
                        nullptr,
                        nullptr,
@@ -140,15 +110,15 @@ StRunInputs PrepareInputs(const StRunOptions& options, const StCatalogueEntry* e
     for (const std::string& text : options.settings)
         inputs.settings.Set(ParseAssignment(text));
     CheckInputOptions(options.reading);
-    RequireFilesOfSettings(entry, inputs.settings.Map());
+    inputs.settings.RequireRegularFiles();
     return inputs;
 }
 
 void PrepareOutputs(const StRunOptions& options, const StCatalogueEntry* entry, StRunInputs& inputs) {
     for (const std::string& file : options.outputs)
         RequireImageFileName(file);
-    RequireDifferentFiles(options);
-    RequireInputsKept(options, entry, inputs);
+    RequireDifferentFiles(options.outputs, OtherOutputs(options));
+    RequireInputsKept(options, inputs);
     if (!options.isQuiet && IsStandardOutputClosed())
         throw CFileError("standard output is closed; give --quiet to run without a summary");
     for (const std::string& file : options.outputs)
@@ -165,6 +135,9 @@ void PrepareOutputs(const StRunOptions& options, const StCatalogueEntry* entry, 
 }
 
 void ReadInputs(const StRunOptions& options, StRunInputs& inputs) {
+    inputs.file = HashedImage(options.image, ReadingOf(options.reading, inputs.type));
+    for (const auto& [key, file] : inputs.parameters.ImageFiles())
+        inputs.imageFiles[key] = HashedImage(file);
     inputs.image = ReadInput(options.image, options.reading, inputs.type);
     inputs.parameters.ReadImages();
     inputs.settings.ReadImages();

@@ -4,7 +4,9 @@
 #include "engine/dialogs/CBatchDialogs.h"
 #include "engine/files/CTextOutput.h"
 #include "engine/run/CParameterMap.h"
+#include "engine/run/PluginRun.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -15,7 +17,9 @@ struct StRunInputs {
     engine::CParameterMap parameters;
     engine::CParameterMap settings;
     engine::StDialogAnswers answers;
-    std::optional<ORVEN::IImage::CType> type; ///< to read the image as
+    std::optional<ORVEN::IImage::CType> type;              ///< to read the image as
+    engine::StInputFile file;                              ///< of the image
+    std::map<std::string, engine::StInputFile> imageFiles; ///< among the parameters, by key
     std::unique_ptr<ORVEN::CImage> image;
     std::unique_ptr<ORVEN::CValueMap> document;   ///< holds the image
     std::unique_ptr<engine::CTextOutput> report;  ///< null if not requested

@@ -453,6 +453,26 @@ StImageOutline ReadImageOutline(const std::string& path, const StReadOptions& op
     });
 }
 
+std::vector<std::string> FilesOfContent(const std::string& path) {
+    return Reading(path, [&] {
+        const StImageHeader header = ReadImageHeader(path);
+        std::vector<std::string> files;
+        if (header.format == FORMAT_DICOM) {
+            for (const StSliceFile& slice : header.slices)
+                files.push_back(slice.path);
+            return files;
+        }
+        files.push_back(path);
+        if (!header.data.path.empty() && header.data.path != path)
+            files.push_back(header.data.path);
+        const std::string sideFile = SideFilePath(path);
+        std::error_code error;
+        if (header.format != FORMAT_NRRD && std::filesystem::exists(sideFile, error))
+            files.push_back(sideFile);
+        return files;
+    });
+}
+
 void RequireFormatHolds(const std::string& path, const IImage::CType& type, const CSize& size) {
     RequireImageFileName(path);
     StImageHeader header;

@@ -92,6 +92,10 @@ struct StImageOutline {
 /// time points, what they have in common. Raises as `ReadImage` does, except for damage among the pixels.
 StImageOutline ReadImageOutline(const std::string& path, const StReadOptions& options = {});
 
+/// The files that reading the image takes its content from: the file itself or the slices of a folder, a
+/// separate file with the pixels, and the side file. Raises as `ReadImageOutline` does.
+std::vector<std::string> FilesOfContent(const std::string& path);
+
 /// Raises `CFileError`, "cannot write 'PATH': REASON", if the format of that name cannot hold an image of
 /// this type and size.
 void RequireFormatHolds(const std::string& path, const ORVEN::IImage::CType& type, const ORVEN::CSize& size);

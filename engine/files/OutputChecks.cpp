@@ -2,6 +2,7 @@
 
 #include "engine/errors/CEngineError.h"
 #include "engine/files/CAtomicFile.h"
+#include "engine/files/CTextOutput.h"
 #include "engine/files/FileErrors.h"
 #include "engine/files/ImageFileName.h"
 
@@ -54,6 +55,22 @@ void RequireWritableFile(const std::string& path) {
         ThrowUnwritable(path, "it is a folder");
     if (fs::exists(status) && !fs::is_regular_file(status))
         ThrowUnwritable(path, "it is not a regular file");
+}
+
+void RequireDifferentFiles(const std::vector<std::string>& images, const std::vector<std::string>& others) {
+    std::set<std::string> files;
+    const auto add = [&files](const std::string& named, const std::string& file) {
+        if (!files.insert(file).second)
+            throw CCallerError("'" + named + "' would be written twice; give each output a name of its own");
+    };
+    for (const std::string& image : images) {
+        for (const std::string& file : FilesOfImage(image))
+            add(file == FileItself(image) ? image : file, file);
+    }
+    for (const std::string& file : others) {
+        if (!IsDeviceOrPipe(file))
+            add(file, FileItself(file));
+    }
 }
 
 void RequireNoInput(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs) {

@@ -15,6 +15,10 @@ void RequireWritableFile(const std::string& path);
 /// would be replaced. The extension must be a known one.
 void RequireWritableImage(const std::string& path);
 
+/// Raises `CCallerError` if two of the files that are going to be written are the same file, under whatever
+/// spelling. Image files count with their companions; of the other files, devices and pipes may repeat.
+void RequireDifferentFiles(const std::vector<std::string>& images, const std::vector<std::string>& others);
+
 /// Raises `CCallerError` if a file that is going to be written is also one of the inputs, under whatever
 /// spelling. An image file counts with its companions.
 void RequireNoInput(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs);

@@ -2,6 +2,7 @@
 
 #include "engine/catalogue/NearestWord.h"
 #include "engine/errors/CEngineError.h"
+#include "engine/files/ImageWords.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -71,13 +72,28 @@ StFoundPlugin CPackSet::Find(const std::string& name) {
         (void)candidate.IsUsable(); // reports it
     }
     if (pack != nullptr)
-        return {pack->Library(), pack->Catalogue().Find(name)};
+        return {pack->Library(), pack->Catalogue().Find(name), *pack};
     const bool isListed = std::ranges::any_of(
         m_packs, [&](CPack& candidate) { return candidate.Catalogue().Find(name) != nullptr; });
     if (!isListed)
         ThrowUnknown(name);
     throw CCallerError((m_packs.size() == 1 ? "the pack does not provide '" : "no pack provides '") + name +
                        "'");
+}
+
+StFoundPlugin CPackSet::FindIn(const std::string& pack, const std::string& name) {
+    std::vector<std::string> names;
+    for (CPack& candidate : m_packs) {
+        names.push_back(candidate.Name());
+        if (names.back() != pack)
+            continue;
+        if (candidate.Provides(name))
+            return {candidate.Library(), candidate.Catalogue().Find(name), candidate};
+        if (!candidate.Scan().IsUsable())
+            throw CFileError(candidate.Scan().problem, candidate.Scan().fault);
+        throw CCallerError("the pack " + pack + " does not provide '" + name + "'");
+    }
+    throw CCallerError("there is no pack '" + pack + "'; the packs are " + FirstTen(names));
 }
 
 CPack* CPackSet::FindPack(const std::string& name) {

@@ -57,6 +57,7 @@ private:
 struct StFoundPlugin {
     const CPackLibrary& pack;
     const StCatalogueEntry* entry; ///< null if the pack's catalogue does not describe it
+    CPack& source;
 };
 
 /// A plug-in as a catalogue describes it.
@@ -80,6 +81,9 @@ public:
     /// Packs before that whose catalogue lacks it are not loaded. If no pack has it, raises `CFileError` for
     /// the first pack that cannot be used, or else `CCallerError` with the most similar names.
     StFoundPlugin Find(const std::string& name);
+    /// Finds it in the pack of that name only. Raises `CCallerError` if there is no such pack or it does not
+    /// provide the plug-in, and `CFileError` if it cannot be used.
+    StFoundPlugin FindIn(const std::string& pack, const std::string& name);
     /// The first description of a plug-in in the catalogues; loads no library. Raises `CCallerError` if there
     /// is none, with the most similar names.
     StDescribedPlugin Describe(const std::string& name);

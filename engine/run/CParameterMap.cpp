@@ -2,12 +2,15 @@
 
 #include "engine/catalogue/NearestWord.h"
 #include "engine/errors/CEngineError.h"
+#include "engine/files/CTextOutput.h"
+#include "engine/files/FileErrors.h"
 #include "engine/files/ImageFile.h"
 #include "engine/files/TextFile.h"
 #include "engine/files/ValueJson.h"
 
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CValueDouble.h>
+#include <sorblib2core/CValueString.h>
 
 #include <algorithm>
 
@@ -37,6 +40,11 @@ std::unique_ptr<ORVEN::CValue> DefaultOf(const StCatalogueParameter& parameter) 
 std::string GroupOf(const std::string& key) {
     const auto slash = key.rfind('/');
     return slash != std::string::npos ? key.substr(0, slash) : std::string();
+}
+
+/// Whether the object stands for a single value that JSON has no notation for.
+bool IsSingleValue(const CJson& object) {
+    return object.Members().size() == 1 && object.Members().front().first.starts_with('/');
 }
 
 } // namespace
@@ -89,6 +97,56 @@ void CParameterMap::Set(const StAssignment& assignment) {
         m_imageFiles[assignment.key] = assignment.value;
 }
 
+bool CParameterMap::IsKnown(const std::string& key) const {
+    return m_known != nullptr &&
+           std::ranges::any_of(*m_known, [&key](const auto& parameter) { return parameter.key == key; });
+}
+
+void CParameterMap::SetAll(const CJson& values) { SetGroup(values, "", false); }
+
+void CParameterMap::SetAllAsSent(const CJson& values) {
+    SetGroup(values, "", true);
+    FillImagesOfGroups();
+}
+
+void CParameterMap::SetGroup(const CJson& values, const std::string& prefix, bool isAsSent) {
+    for (const auto& [name, value] : values.Members()) {
+        const std::string key = prefix + name;
+        const bool isGroup = value.IsObject() && !IsSingleValue(value) && !IsKnown(key);
+        if (!isGroup) {
+            SetValue(key, value, isAsSent);
+            continue;
+        }
+        if (!m_map->HasEntry(key))
+            Store(key, std::make_unique<CValueMap>());
+        SetGroup(value, key + "/", isAsSent);
+    }
+}
+
+void CParameterMap::SetValue(const std::string& key, const CJson& value, bool isAsSent) {
+    if (("/" + key + "/").find("//") != std::string::npos)
+        throw CCallerError(m_what + " '" + key + "': a step of the key is empty");
+    const bool isChecked = !isAsSent && m_known != nullptr;
+    const auto kind = isChecked ? std::optional(KindOf({key, std::nullopt, value.Text()})) : std::nullopt;
+    if (kind == KIND_IMAGE)
+        throw CCallerError(m_what + " '" + key + "' is an image; name it under \"images\"");
+    std::unique_ptr<ORVEN::CValue> made;
+    try {
+        made = kind == KIND_DOUBLE && value.IsNumber() ? std::make_unique<ORVEN::CValueDouble>(value.Number())
+                                                       : FromJson(value);
+    } catch (const CFileError& error) {
+        throw CCallerError(m_what + " '" + key + "': " + error.what());
+    }
+    if (made == nullptr)
+        throw CCallerError(m_what + " '" + key + "': null is not a value");
+    Store(key, std::move(made));
+    m_setKeys.insert(key);
+}
+
+void CParameterMap::SetImage(const std::string& key, ORVEN::CImage& image) {
+    Store(key, std::make_unique<ORVEN::CValuePointer<ORVEN::CImage>>(&image, 1));
+}
+
 void CParameterMap::Store(const std::string& key, std::unique_ptr<ORVEN::CValue> value) {
     try {
         m_map->SetEntry(key, value.release());
@@ -118,10 +176,28 @@ void CParameterMap::FillImagesOfGroups() {
     }
 }
 
+std::map<std::string, std::string> CParameterMap::NamedFiles() const {
+    std::map<std::string, std::string> files;
+    if (m_known == nullptr)
+        return files;
+    for (const StCatalogueParameter& parameter : *m_known) {
+        if (parameter.isFile && m_map->HasEntry(parameter.key, typeid(ORVEN::CValueString)))
+            files[parameter.key] = m_map->Entry(parameter.key, true)->String().Std();
+    }
+    return files;
+}
+
+void CParameterMap::RequireRegularFiles() const {
+    for (const auto& [key, file] : NamedFiles()) {
+        if (IsDeviceOrPipe(file))
+            ThrowUnreadable(file, CFileReason("it is not a regular file"));
+    }
+}
+
 void CParameterMap::ReadImages() {
     for (const auto& [key, path] : m_imageFiles) {
         m_images.push_back(ReadImage(path));
-        Store(key, std::make_unique<ORVEN::CValuePointer<ORVEN::CImage>>(m_images.back().get(), 1));
+        SetImage(key, *m_images.back());
     }
 }
 

@@ -35,6 +35,26 @@ CJson ErrorJson(const StRunRecord& record) {
 
 } // namespace
 
+EnRunEnd EndOf(const StRunRecord& record) {
+    const StPluginOutcome& outcome = record.outcome;
+    if (record.isCancelled)
+        return RUN_CANCELLED;
+    if (record.dialogProblem)
+        return RUN_DIALOG_PROBLEM;
+    if (outcome.failure)
+        return RUN_FAILED;
+    if (!outcome.isAccepted.value_or(false) && !record.isForced)
+        return RUN_REFUSED;
+    if (record.errorBox)
+        return RUN_ERROR_BOX;
+    return record.unusedAnswers.empty() ? RUN_DONE : RUN_UNUSED_ANSWER;
+}
+
+bool HasResults(const StRunRecord& record) {
+    const EnRunEnd end = EndOf(record);
+    return end == RUN_DONE || end == RUN_ERROR_BOX || end == RUN_UNUSED_ANSWER;
+}
+
 std::string ReportText(const StRunRecord& record) {
     const StPluginOutcome& outcome = record.outcome;
     CJson documents = CJson::Array();

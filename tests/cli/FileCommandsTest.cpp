@@ -45,6 +45,7 @@ TEST(InfoCommand, ShowsEveryKeyOfAPlainImage) {
                         {"times", 1},
                         {"spacing", nullptr},
                         {"history", json::array()},
+                        {"runs", json::array()},
                         {"number_of_labels", nullptr},
                         {"max_distance", nullptr},
                         {"min_max", {16, 148}},

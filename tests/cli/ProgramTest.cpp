@@ -56,8 +56,8 @@ private:
 TEST(Program, ShowsItsHelpWithoutArguments) {
     const test::StEnd end = test::Quillon({});
     EXPECT_EQ(end.status, 0);
-    for (const char* word :
-         {"list", "describe", "run", "info", "convert", "preview", "table", "plot", "Examples:"})
+    for (const char* word : {"list", "describe", "run", "info", "convert", "preview", "table", "plot",
+                             "chain", "repeat", "Examples:"})
         EXPECT_TRUE(Contains(end.out, word)) << word;
     EXPECT_EQ(test::Quillon({"--help"}).out, end.out);
 }
@@ -70,7 +70,8 @@ TEST(Program, StartsWithoutTheLibrariesOfDicomAndTheSecondPack) {
 }
 
 TEST(Program, ShowsTheHelpOfEveryCommand) {
-    for (const char* command : {"list", "describe", "run", "info", "convert", "preview", "table", "plot"}) {
+    for (const char* command :
+         {"list", "describe", "run", "info", "convert", "preview", "table", "plot", "chain", "repeat"}) {
         const test::StEnd end = test::Quillon({command, "--help"});
         EXPECT_EQ(end.status, 0) << command;
         EXPECT_FALSE(end.out.empty()) << command;

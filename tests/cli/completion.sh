@@ -19,7 +19,7 @@ cat >Extra.catalogue.json <<'JSON'
   "parameters": [{"key": "voice", "kind": "string", "meaning": "Which voice.", "choices": ["high", "low"]}],
   "settings": [], "dialogs": false, "cancel": "nowhere", "documentsOut": 1}]}
 JSON
-touch scan.nrrd 'a file.nrrd'
+touch scan.nrrd 'a file.nrrd' chain.json
 failures=0
 
 # offers EXPECTED WORD...: the last word is the one that is being typed; EXPECTED is separated by blanks.
@@ -67,4 +67,10 @@ offers "Echo" run --pack libExtra.so Ech
 offers "Echo" describe --pack libExtra.so Ech
 offers "voice=" run Echo scan.nrrd --pack libExtra.so -p ""
 offers "high low" run Echo scan.nrrd --pack libExtra.so -p voice =
+offers "chain" ch
+offers "repeat" rep
+offers "chain.json" chain ch
+offers "scan.nrrd" chain chain.json sc
+offers "scan.nrrd" repeat result.nrrd --on sc
+offers "--chain" info --c
 exit $failures

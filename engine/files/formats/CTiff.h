@@ -13,15 +13,15 @@ namespace engine {
 
 class CTiffLimits;
 
-/// The maximum compression ratio of any method. That of LZW is about 1400; newer methods reach more, and this is
-/// a practical bound for them.
+/// The maximum compression ratio of any method. That of LZW is about 1400; newer methods reach more, and this
+/// is a practical bound for them.
 inline constexpr std::int64_t c_maxTiffRatio = 4096;
 
 /// An open TIFF file that stores libtiff's error messages instead of printing them.
 class CTiff {
 public:
-    /// `mode` is that of libtiff. A single allocation of libtiff is limited to `maxAllocation` bytes; 0 sets no
-    /// limit. `Get` returns null if the file could not be opened.
+    /// `mode` is that of libtiff. A single allocation of libtiff is limited to `maxAllocation` bytes; 0 sets
+    /// no limit. `Get` returns null if the file could not be opened.
     CTiff(const std::string& path, const char* mode, std::int64_t maxAllocation);
 
     CTiff(const CTiff&) = delete; // libtiff holds a pointer to it
