@@ -31,6 +31,9 @@ public:
         return m_count++;
     }
 
+    /// Whether the number has been issued.
+    [[nodiscard]] bool Has(Number basin) const { return basin < m_count; }
+
     /// Returns the number that represents the whole basin, given any of its numbers.
     Number Find(Number basin) {
         while (IsJoined(basin)) {

@@ -69,8 +69,9 @@ public:
         StLevels levels;
         if (progress.IsCancelled())
             return 0;
-        InitWatershedLabels(output, seeds);
-        if (progress.IsCancelled())
+        // The host's sink, which the filling asks, need not be the one that is asked here.
+        const bool areFilled = InitWatershedLabels(output, seeds);
+        if (progress.IsCancelled() || !areFilled)
             return 0;
         std::uint32_t highestSeed = 0;
         if (seeds != nullptr) {
@@ -206,19 +207,19 @@ private:
         return !progress.IsCancelled();
     }
 
-    /// Calls `body(pixel)` for the pixels from index `first` up to but not including `end`. Levels can be
-    /// tiny, and each asks anyway, so work is counted in whole pieces only.
+    /// Calls `body(pixel, place)` for the pixels from index `first` up to but not including `end`. Levels can
+    /// be tiny, and each asks anyway, so work is counted in whole pieces only.
     template <class Body>
     static bool ForEachPixel(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace,
                              const Body& body) {
         for (; end - first > pixelsPerPiece; first += pixelsPerPiece) {
             for (std::uint64_t place = first; place < first + pixelsPerPiece; ++place)
-                body(levels.Pixel(place));
+                body(levels.Pixel(place), place);
             if (pace.Add(workPerPiece))
                 return false;
         }
         for (std::uint64_t place = first; place < end; ++place)
-            body(levels.Pixel(place));
+            body(levels.Pixel(place), place);
         return !pace.IsCancelled();
     }
 
@@ -245,7 +246,7 @@ private:
     /// code does not branch on it.
     bool Mark(StLevels& levels, std::uint64_t first, std::uint64_t end, std::uint64_t& openEnd,
               CWorkPace& pace) {
-        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel) {
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t /*place*/) {
             const bool isOpen = !m_states.HasFinalNeighbor(pixel);
             m_queue.PushBackIf(!isOpen, pixel);
             m_states.SetOpenIf(isOpen, pixel);
@@ -274,7 +275,9 @@ private:
             if (!JoinBasins(levels, first, end, pace))
                 return false;
         }
-        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel) {
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t place) {
+            if constexpr (CountsPixels<C>())
+                PrefetchLabelAhead(levels, place, end);
             if (!m_states.IsOpen(pixel) || pace.IsCancelled())
                 return;
             if (IsTaken(pixel, criterion)) {
@@ -311,20 +314,17 @@ private:
     ///
     /// Basins only grow together or disappear as a whole, because a region that reaches one pixel of a basin
     /// floods all of it. So pixels of earlier levels need not be visited again. While a pixel is open, its
-    /// label holds the number of its basin; `MaskOpen` replaces it in the end.
+    /// label holds the number of its basin; `MaskOpen` replaces it in the end. Before, it holds `LabelInit`,
+    /// which is no basin's number.
     bool JoinBasins(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace) {
-        const auto forget = [this](StPixelPosition pixel) {
-            if (m_states.IsOpen(pixel))
-                Label(pixel) = LabelInit;
-        };
-        const auto join = [this](StPixelPosition pixel) {
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t place) {
+            PrefetchAhead(levels, place, end);
             if (!m_states.IsOpen(pixel))
                 return;
             const CBasins::Number basin = BasinAround(pixel);
             m_basins.AddPixel(basin);
             Label(pixel) = basin;
-        };
-        return ForEachPixel(levels, first, end, pace, forget) && ForEachPixel(levels, first, end, pace, join);
+        });
     }
 
     /// Joins all basins around a pixel and returns the result, or a new basin if there are none.
@@ -334,7 +334,7 @@ private:
         CBasins::Number basin = LabelInit;
         for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1) {
             const CBasins::Number neighbor = LabelAt(centre, States::FirstSlot(open));
-            if (neighbor == LabelInit || neighbor == last)
+            if (!m_basins.Has(neighbor) || neighbor == last)
                 continue;
             last = neighbor;
             const CBasins::Number other = m_basins.Find(neighbor);
@@ -351,7 +351,7 @@ private:
 
     /// Marks those of the given pixels that are still open as waiting for a later level in the label image.
     bool MaskOpen(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace) {
-        return ForEachPixel(levels, first, end, pace, [this](StPixelPosition pixel) {
+        return ForEachPixel(levels, first, end, pace, [this](StPixelPosition pixel, std::uint64_t) {
             if (m_states.IsOpen(pixel))
                 Label(pixel) = LabelMask;
         });
@@ -468,7 +468,20 @@ private:
                 reinterpret_cast<const void*>(centre + static_cast<std::uintptr_t>(m_steps[slot])));
     }
 
-    static constexpr std::size_t prefetchDistance = 8;
+    /// The same for a pixel of a level that will be visited soon.
+    void PrefetchAhead(const StLevels& levels, std::uint64_t place, std::uint64_t end) const {
+        if (place + levelPrefetchDistance < end)
+            Prefetch(levels.Pixel(place + levelPrefetchDistance));
+    }
+
+    /// The same, but only its own label.
+    void PrefetchLabelAhead(const StLevels& levels, std::uint64_t place, std::uint64_t end) const {
+        if (place + levelPrefetchDistance < end)
+            __builtin_prefetch(Address(levels.Pixel(place + levelPrefetchDistance)));
+    }
+
+    static constexpr std::size_t prefetchDistance = 8; // in the queue
+    static constexpr std::size_t levelPrefetchDistance = 32;
     static constexpr std::uint64_t pixelsPerPiece = 8192;
     static constexpr std::int64_t workPerPiece = 32 * pixelsPerPiece;
 

@@ -13,15 +13,16 @@
 #include <ostream>
 #include <tuple>
 
-// What a run takes beyond its input, with its result: at most 24 bytes per voxel, for each pixel type, each mode and images
-// that make the most of each: the tables of the sort, the queue, the list of levels or that of basins.
+// What a run takes beyond its input, with its result: at most 24 bytes per voxel, for each pixel type, each
+// mode and images that make the most of each: the tables of the sort, the queue, the list of levels or that
+// of basins.
 
 namespace {
 
 using namespace ORVEN;
 
-// Labels of this size do not come from mapped memory, which is not counted. Tables of the sort that do not grow with the
-// image take 3 of the 24 bytes.
+// Labels of this size do not come from mapped memory, which is not counted. Tables of the sort that do not
+// grow with the image take 3 of the 24 bytes.
 const CSize c_size(96, 96, 60);
 
 std::uint32_t Scrambled(std::int64_t x, std::int64_t y, std::int64_t z) {
@@ -42,8 +43,8 @@ constexpr StImageKind c_kinds[] = {
     // All values differ, as far as the type allows.
     {"noise", Scrambled, true, true},
     // Many values that share the bin of one leading half.
-    {"narrow noise",
-     [](std::int64_t x, std::int64_t y, std::int64_t z) { return Scrambled(x, y, z) >> 16; }, true, false},
+    {"narrow noise", [](std::int64_t x, std::int64_t y, std::int64_t z) { return Scrambled(x, y, z) >> 16; },
+     true, false},
     // Every second pixel is a minimum.
     {"checkerboard",
      [](std::int64_t x, std::int64_t y, std::int64_t z) { return IsEven(x, y, z) ? 10U : 200U; }, false,
@@ -109,10 +110,8 @@ struct StMode {
 
 constexpr StMode c_modes[] = {
     {"Normal", [](test::CPackHost&, CImage&) {}},
-    {"Preflood",
-     [](test::CPackHost& host, CImage&) {
-         host.Set("type", Text("preflood")).Set("nParameter", new CValueLong(1000));
-     }},
+    {"Preflood", [](test::CPackHost& host,
+                    CImage&) { host.Set("type", Text("preflood")).Set("nParameter", new CValueLong(1000)); }},
     {"Markers",
      [](test::CPackHost& host, CImage& markers) {
          host.Set("Neighborhood", Text("Neigh_26"));

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-/// Memory from `operator new`, which a test binary counts if it contains AllocationCount.cpp. That replaces the
-/// operators of the whole process, and so belongs only in binaries of their own.
+/// Memory from `operator new`, which a test binary counts if it contains AllocationCount.cpp. That replaces
+/// the operators of the whole process, and so belongs only in binaries of their own.
 namespace test {
 
 /// Counts from its construction: the peak, in bytes, beyond what was allocated then.

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <random>
 #include <span>
 #include <tuple>
 
@@ -573,6 +574,27 @@ TEST(WatershedCancel, WithinALevelTheResultIs0AndNoPixelHasTheNumberOfARefusedBa
     for (int question = 5; question < 18; ++question)
         EXPECT_GE(waitingAfter(question), marked) << question;
     EXPECT_EQ(waitingAfter(-1), c_manyPixels.PixelCount());
+}
+
+TEST(WatershedCancel, ASinkThatForgetsACancellationDoesNoHarmToPreflooding) {
+    // The sort may be incomplete then, and the result anything, but nothing outside the image is accessed.
+    std::mt19937 random(4);
+    const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, CSize(5, 4, 3), random, 0, 6);
+    const auto run = [&](int question) {
+        const CapturedOutput silence;
+        FakeImage labels(IMAGE_GREY_32, image->Size(), CPos(4, 32, 128), 1024, 0);
+        HostProgress progress;
+        progress.cancelAt = question;
+        progress.staysCancelled = false;
+        CWatershedCriterionArea::StParameters record{8};
+        CWatershedTemplate<CNeighborhood3dDiffN6>().DoWatershed<unsigned char, CWatershedCriterionArea>(
+            labels, *image, nullptr, &record, progress);
+        EXPECT_EQ(labels.openAccesses, 0) << question;
+        return progress.questions;
+    };
+    const int questions = run(-1);
+    for (int question = 0; question < questions; ++question)
+        run(question);
 }
 
 TEST(WatershedCancel, TheLabelsKeepWhatTheLevelsBeforeHaveLeft) {

@@ -7,7 +7,8 @@
 #include <deque>
 #include <random>
 
-// What a flood keeps its pixels, basins and levels in, each against the simplest container that does the same.
+// What a flood keeps its pixels, basins and levels in, each against the simplest container that does the
+// same.
 
 using namespace ORVEN;
 
@@ -34,7 +35,8 @@ TEST(PixelQueue, ReturnsThePixelsInTheirOrderWhateverItsLength) {
             else
                 queue.PushBackIf(isWanted, Numbered(pushed));
         }
-        for (auto count = round % 3 == 0 ? UINT32_MAX : random() % 20000; count > 0 && !queue.IsEmpty(); --count)
+        for (auto count = round % 3 == 0 ? UINT32_MAX : random() % 20000; count > 0 && !queue.IsEmpty();
+             --count)
             ASSERT_EQ(NumberOf(queue.PopFront()), ++popped);
         ASSERT_EQ(queue.IsEmpty(), pushed == popped);
     }
@@ -116,7 +118,9 @@ TEST(Basins, CountThePixelsOfAllThatWereJoined) {
     for (std::uint32_t number = 0; number < 9000; ++number)
         ASSERT_EQ(basins.PixelCount(basins.Find(number)), expected[sets[number]]);
     basins.Clear();
+    EXPECT_FALSE(basins.Has(0));
     EXPECT_EQ(basins.Add(UINT32_MAX), 0U);
+    EXPECT_TRUE(basins.Has(0));
     EXPECT_EQ(basins.PixelCount(0), 0U);
 }
 
