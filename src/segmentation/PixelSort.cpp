@@ -40,6 +40,9 @@ std::uint32_t CountAndSort(auto& counting, const std::vector<std::size_t>& bins,
         return giveUp(); // the second pass would have no place for some pixels
     Sorter sorting(pixelCount, bins, sorted);
     const CPointOperations pass(nullptr, nullptr);
+    CWorkPace pace(pass.Progress());
+    if (!sorting.MakeRoom(pace))
+        return giveUp();
     pass.template Visit<2>(sorting, image, seeds...);
     if (!sorting.Finish(image.Size().x, pass.Progress()))
         return giveUp();

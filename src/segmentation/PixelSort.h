@@ -24,8 +24,8 @@ namespace ORVEN {
 /// returns 0. Raises the `CException` of a traversal for images of another type or size.
 ///
 /// Time: linear in the number of pixels. Memory: 6 bytes per pixel and 8 per level. During the sort
-/// additionally 24 bytes per bin (256 or 65536 bins), and beyond 16 bits 2 more per pixel and 16 per pixel of
-/// the fullest bin.
+/// additionally 24 bytes per bin (256 or 65536 bins), and beyond 16 bits 2 more per pixel. Until the levels
+/// are known, 8 bytes per pixel of the fullest bin take their place.
 template <class T, int dimension>
 std::uint32_t GetHistogramAndPixelSort(std::vector<std::uint16_t>& x, std::vector<std::uint16_t>& y,
                                        std::vector<std::uint16_t>& z, std::vector<std::uint64_t>& levelStarts,

@@ -4,6 +4,8 @@
 #include "utils/visitors/Analyzers.h"
 #include "utils/visitors/OrderedKey.h"
 
+#include <QuillonBase/CWorkPace.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -94,10 +96,14 @@ struct CDistributivePixelSortByHistogram : StVisitor<const T> {
         , counts(countsOfBins)
         , sorted(target) {}
 
+    /// Makes room for the pixels, before the pass; returns false if cancelled. Touching new memory takes as
+    /// long as a pass.
+    bool MakeRoom(CWorkPace& pace) {
+        return FillWithZeros(sorted.x, pace) && FillWithZeros(sorted.y, pace) &&
+               FillWithZeros(sorted.z, pace);
+    }
+
     void preprocess() {
-        sorted.x.assign(pixelCount, 0);
-        sorted.y.assign(pixelCount, 0);
-        sorted.z.assign(pixelCount, 0);
         sorted.levelStarts.assign(1, 0);
         sorted.levelStarts.reserve(counts.size() + 1);
         nextPlaces.clear();
@@ -118,6 +124,15 @@ struct CDistributivePixelSortByHistogram : StVisitor<const T> {
     std::vector<std::uint64_t> nextPlaces; ///< per bin
 
 protected:
+    bool FillWithZeros(std::vector<std::uint16_t>& list, CWorkPace& pace) const {
+        list.clear();
+        list.reserve(pixelCount);
+        const auto append = [&list](std::int64_t /*first*/, std::int64_t end) {
+            list.resize(static_cast<std::size_t>(end));
+        };
+        return ForEachPiece(static_cast<std::int64_t>(pixelCount), 1, pace, append);
+    }
+
     std::uint64_t Place(std::size_t bin, std::int64_t x, std::int64_t y, std::int64_t z) {
         const std::uint64_t place = nextPlaces[bin]++;
         if constexpr (Dim > 2)
@@ -135,16 +150,15 @@ struct CDistributivePixelSortByValueCount : CDistributivePixelSortByHistogram<T,
     using Base = CDistributivePixelSortByHistogram<T, Dim>;
     using Base::Base;
 
-    void preprocess() {
-        Base::preprocess();
-        trailingHalves.assign(this->pixelCount, 0);
+    bool MakeRoom(CWorkPace& pace) {
+        return Base::MakeRoom(pace) && this->FillWithZeros(trailingHalves, pace);
     }
 
     void operator()(T pixel, std::int64_t x, std::int64_t y, std::int64_t z) {
         trailingHalves[this->Place(BinOf(pixel), x, y, z)] = static_cast<std::uint16_t>(OrderedKey(pixel));
     }
 
-    bool Finish(std::int64_t lineLength, IProgress& progress) const {
+    bool Finish(std::int64_t lineLength, IProgress& progress) {
         // A cancelled pass has not filled the bins, and its levels are not used.
         const bool isFilled = std::equal(this->nextPlaces.begin(), this->nextPlaces.end(),
                                          this->sorted.levelStarts.begin() + 1);

@@ -3,21 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <span>
+#include <memory>
 #include <utility>
 
 namespace ORVEN {
 
 namespace {
 
-struct StRecord {
-    std::uint16_t x;
-    std::uint16_t y;
-    std::uint16_t z;
-    std::uint16_t trailingHalf;
-};
-
-using Records = std::span<StRecord>;
+using visitors::StSortedPixels;
 
 /// Runs the passes over the pixels line by line, and checks for cancellation before each line.
 class CLines {
@@ -45,73 +38,144 @@ private:
     IProgress& m_progress;
 };
 
-/// Distributes the records by one byte of their trailing half, keeping their order. Returns false if
-/// cancelled.
-bool DealOut(Records from, Records to, unsigned shift, const CLines& lines) {
-    const auto byteOf = [shift](const StRecord& record) { return (record.trailingHalf >> shift) & 0xFFU; };
-    std::array<std::size_t, 256> places{};
-    const bool isCounted =
-        lines.ForEach(0, from.size(), [&](std::uint64_t place) { ++places[byteOf(from[place])]; });
-    std::size_t start = 0;
-    for (std::size_t& place : places)
-        start += std::exchange(place, start);
-    return isCounted && lines.ForEach(0, from.size(), [&](std::uint64_t place) {
-        to[places[byteOf(from[place])]++] = from[place];
+/// Sorts the pixels of a bin by their trailing halves, keeping the order of equal ones.
+class CBinSorter {
+public:
+    /// No bin may have more than `mostPixels` pixels.
+    CBinSorter(const StSortedPixels& sorted, std::vector<std::uint16_t>& trailingHalves, const CLines& lines,
+               std::uint64_t mostPixels)
+        : m_sorted(sorted)
+        , m_trailingHalves(trailingHalves)
+        , m_lines(lines)
+        , m_mostPixels(mostPixels) {}
+
+    /// Sorts the bin from `first` up to but not including `end`. Returns false if cancelled.
+    bool Sort(std::uint64_t first, std::uint64_t end) {
+        return end - first <= few ? SortFew(first, end) : SortMany(first, end);
+    }
+
+private:
+    struct StRecord {
+        std::uint16_t x;
+        std::uint16_t y;
+        std::uint16_t z;
+        std::uint16_t trailingHalf;
+    };
+
+    static constexpr std::uint64_t few = 48;
+
+    [[nodiscard]] StRecord Record(std::uint64_t place) const {
+        return {m_sorted.x[place], m_sorted.y[place], m_sorted.z[place], m_trailingHalves[place]};
+    }
+
+    void Put(const StRecord& record, std::uint64_t place) {
+        m_sorted.x[place] = record.x;
+        m_sorted.y[place] = record.y;
+        m_sorted.z[place] = record.z;
+        m_trailingHalves[place] = record.trailingHalf;
+    }
+
+    /// By insertion.
+    bool SortFew(std::uint64_t first, std::uint64_t end) {
+        return m_lines.ForEach(first, end, [&](std::uint64_t place) {
+            const StRecord record = Record(place);
+            std::uint64_t hole = place;
+            for (; hole > first && m_trailingHalves[hole - 1] > record.trailingHalf; --hole)
+                Put(Record(hole - 1), hole);
+            Put(record, hole);
+        });
+    }
+
+    /// By two counting passes, one per byte: the first one deals the pixels out to records, the second one
+    /// deals the records out to the lists. A bin of equal pixels needs neither.
+    bool SortMany(std::uint64_t first, std::uint64_t end) {
+        std::array<std::uint64_t, 256> lowPlaces{};
+        std::array<std::uint64_t, 256> highPlaces{};
+        const auto lowByte = [](std::uint16_t half) { return half & 0xFFU; };
+        const auto highByte = [](std::uint16_t half) { return half >> 8U; };
+        const bool areCounted = m_lines.ForEach(first, end, [&](std::uint64_t place) {
+            ++lowPlaces[lowByte(m_trailingHalves[place])];
+            ++highPlaces[highByte(m_trailingHalves[place])];
+        });
+        if (!areCounted)
+            return false;
+        const std::uint16_t half = m_trailingHalves[first];
+        if (lowPlaces[lowByte(half)] == end - first && highPlaces[highByte(half)] == end - first)
+            return true;
+        ReplaceCountsByStarts(lowPlaces, 0);
+        ReplaceCountsByStarts(highPlaces, first);
+        if (m_records == nullptr)
+            m_records = std::make_unique_for_overwrite<StRecord[]>(m_mostPixels);
+        const auto toRecords = [&](std::uint64_t place) {
+            const StRecord record = Record(place);
+            m_records[lowPlaces[lowByte(record.trailingHalf)]++] = record;
+        };
+        const auto toLists = [&](std::uint64_t i) {
+            Put(m_records[i], highPlaces[highByte(m_records[i].trailingHalf)]++);
+        };
+        return m_lines.ForEach(first, end, toRecords) && m_lines.ForEach(0, end - first, toLists);
+    }
+
+    static void ReplaceCountsByStarts(std::array<std::uint64_t, 256>& places, std::uint64_t start) {
+        for (std::uint64_t& place : places)
+            start += std::exchange(place, start);
+    }
+
+    const StSortedPixels& m_sorted;
+    std::vector<std::uint16_t>& m_trailingHalves;
+    const CLines& m_lines;
+    std::uint64_t m_mostPixels;
+    std::unique_ptr<StRecord[]> m_records; ///< of the fullest bin, once a bin needs them
+};
+
+/// Calls `body(first, end)` for all bins until it returns false; returns whether it never did.
+template <class Body>
+bool ForEachBin(const std::vector<std::uint64_t>& binStarts, const Body& body) {
+    for (std::size_t bin = 0; bin + 1 < binStarts.size(); ++bin) {
+        if (!body(binStarts[bin], binStarts[bin + 1]))
+            return false;
+    }
+    return true;
+}
+
+bool SortBins(const std::vector<std::uint64_t>& binStarts, const StSortedPixels& sorted,
+              std::vector<std::uint16_t>& trailingHalves, const CLines& lines) {
+    std::uint64_t mostPixels = 0;
+    for (std::size_t bin = 0; bin + 1 < binStarts.size(); ++bin)
+        mostPixels = std::max(mostPixels, binStarts[bin + 1] - binStarts[bin]);
+    CBinSorter sorter(sorted, trailingHalves, lines, mostPixels);
+    return ForEachBin(binStarts,
+                      [&](std::uint64_t first, std::uint64_t end) { return sorter.Sort(first, end); });
+}
+
+/// Calls `body(end)` for the end of each level in the sorted bins. Returns false if cancelled.
+template <class Body>
+bool ForEachLevelEnd(const std::vector<std::uint64_t>& binStarts,
+                     const std::vector<std::uint16_t>& trailingHalves, const CLines& lines,
+                     const Body& body) {
+    return ForEachBin(binStarts, [&](std::uint64_t first, std::uint64_t end) {
+        return lines.ForEach(first, end, [&](std::uint64_t place) {
+            if (place + 1 == end || trailingHalves[place + 1] != trailingHalves[place])
+                body(place + 1);
+        });
     });
-}
-
-void InsertionSort(Records records) {
-    for (std::size_t i = 1; i < records.size(); ++i) {
-        const StRecord record = records[i];
-        std::size_t hole = i;
-        for (; hole > 0 && records[hole - 1].trailingHalf > record.trailingHalf; --hole)
-            records[hole] = records[hole - 1];
-        records[hole] = record;
-    }
-}
-
-/// Sorts the records by their trailing halves. Returns false if cancelled.
-bool Sort(Records records, std::vector<StRecord>& scratch, const CLines& lines) {
-    constexpr std::size_t few = 48;
-    if (records.size() <= few) {
-        InsertionSort(records);
-        return true;
-    }
-    scratch.resize(std::max(scratch.size(), records.size()));
-    const Records other = Records(scratch).first(records.size());
-    return DealOut(records, other, 0, lines) && DealOut(other, records, 8, lines);
 }
 
 } // namespace
 
-bool RefineLevels(const visitors::StSortedPixels& sorted, const std::vector<std::uint16_t>& trailingHalves,
+bool RefineLevels(const StSortedPixels& sorted, std::vector<std::uint16_t>& trailingHalves,
                   std::int64_t lineLength, IProgress& progress) {
     const CLines lines(lineLength, progress);
     const std::vector<std::uint64_t> binStarts = std::exchange(sorted.levelStarts, {0});
-    std::vector<StRecord> level;
-    std::vector<StRecord> scratch;
-    for (std::size_t bin = 0; bin + 1 < binStarts.size(); ++bin) {
-        const std::uint64_t first = binStarts[bin];
-        const std::uint64_t end = binStarts[bin + 1];
-        if (first == end)
-            continue;
-        level.clear();
-        const auto gather = [&](std::uint64_t place) {
-            level.push_back({sorted.x[place], sorted.y[place], sorted.z[place], trailingHalves[place]});
-        };
-        const auto putBack = [&](std::uint64_t place) {
-            const std::uint64_t i = place - first;
-            sorted.x[place] = level[i].x;
-            sorted.y[place] = level[i].y;
-            sorted.z[place] = level[i].z;
-            if (i + 1 == level.size() || level[i + 1].trailingHalf != level[i].trailingHalf)
-                sorted.levelStarts.push_back(place + 1);
-        };
-        if (!lines.ForEach(first, end, gather) || !Sort(level, scratch, lines) ||
-            !lines.ForEach(first, end, putBack))
-            return false;
-    }
-    return true;
+    if (!SortBins(binStarts, sorted, trailingHalves, lines))
+        return false;
+    // The levels are counted first, because a vector that grows would take up to three times the memory.
+    std::size_t levelCount = 0;
+    if (!ForEachLevelEnd(binStarts, trailingHalves, lines, [&](std::uint64_t) { ++levelCount; }))
+        return false;
+    sorted.levelStarts.reserve(levelCount + 1);
+    return ForEachLevelEnd(binStarts, trailingHalves, lines,
+                           [&](std::uint64_t end) { sorted.levelStarts.push_back(end); });
 }
 
 } // namespace ORVEN

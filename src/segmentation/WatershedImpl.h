@@ -3,12 +3,14 @@
 #include "segmentation/CBasins.h"
 #include "segmentation/PixelSort.h"
 #include "segmentation/floods/CFloodStates.h"
+#include "segmentation/floods/CLevelEnds.h"
 #include "segmentation/floods/CPixelQueue.h"
 #include "segmentation/floods/WatershedChecks.h"
 #include "segmentation/floods/WatershedCriteria.h"
 #include "segmentation/floods/WatershedLabels.h"
 #include "utils/JoinedText.h"
 
+#include <QuillonBase/CWorkPace.h>
 #include <QuillonBase/IProgress.h>
 #include <QuillonBase/Neighborhoods.h>
 #include <sorblib2image/ImageView.h>
@@ -20,6 +22,7 @@
 #include <limits>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace ORVEN {
@@ -39,9 +42,11 @@ namespace ORVEN {
 /// WatershedCriteria.h.
 ///
 /// Time, besides the sort: linear in the number of pixels times neighbours, even if the criterion refuses
-/// minima. Memory besides the images: 6 bytes per pixel for the sort, a quarter byte per pixel for the
-/// states, and the queue, which is usually small. A criterion that counts pixels takes 8 more bytes per
-/// minimum. Runs on one thread.
+/// minima. Memory besides the images: 6 bytes per pixel for the order of the pixels, three eighths of a byte
+/// per pixel for states and levels, and 6 bytes per pixel in the queue, which is usually small. A criterion
+/// that counts pixels takes 8 more bytes per minimum. This is never more than 16.5 bytes per pixel, because
+/// at most every second pixel is a minimum. Before the flood, a sort beyond 16 bits takes up to 16 bytes per
+/// pixel. Runs on one thread.
 ///
 /// Source: L. Vincent, P. Soille, *Watersheds in digital spaces: an efficient algorithm based on immersion
 /// simulations*, IEEE PAMI 13(6), 1991. The paper keeps distances in a separate image; here the order of the
@@ -54,9 +59,9 @@ public:
     /// highest seed, or 0 if the run was cancelled. Raises the errors of `CheckWatershedImages` before
     /// anything is changed.
     ///
-    /// `progress` is checked for cancellation between the steps and at each level. Filling the labels and the
-    /// sort report to the host's sink, like all traversals, and check that one. To have a single sink for
-    /// everything, pass the host's.
+    /// `progress` is checked for cancellation between the steps, at each level, and within a level at the
+    /// pace of `CWorkPace`. Filling the labels and the sort report to the host's sink, like all traversals,
+    /// and check that one. To have a single sink for everything, pass the host's.
     template <class T, class C>
     std::uint32_t DoWatershed(IImage& output, const IImage& input, const IImage* seeds,
                               typename C::StParameters* parameters, IProgress& progress) {
@@ -64,8 +69,9 @@ public:
         StLevels levels;
         if (progress.IsCancelled())
             return 0;
-        InitWatershedLabels(output, seeds);
-        if (progress.IsCancelled())
+        // The host's sink, which the filling asks, need not be the one that is asked here.
+        const bool areFilled = InitWatershedLabels(output, seeds);
+        if (progress.IsCancelled() || !areFilled)
             return 0;
         std::uint32_t highestSeed = 0;
         if (seeds != nullptr) {
@@ -81,10 +87,12 @@ public:
         const std::unique_ptr<IImage::IAccess> access(output.CreateAccess(false));
         Impl::LockWhole(*access, output.Size(), IImage::LOCK_READ_WRITE);
         const C criterion(parameters);
-        TakeLabels(*access, output.Size(), seeds != nullptr);
-        const bool isDone = Flood(levels, criterion, seeds == nullptr, progress);
-        if (m_hasRefused)
-            MaskRefused();
+        TakeLabels(*access, output.Size());
+        CWorkPace pace(progress);
+        const bool isDone = (seeds == nullptr || TakeSeeds(pace)) &&
+                            Flood(levels, criterion, seeds == nullptr, progress, pace);
+        if (m_hasRefused || !isDone)
+            MaskOpen();
         if (!isDone)
             return 0;
         access->Unlock();
@@ -114,7 +122,7 @@ private:
     /// The name under which the engine raises errors; contract wording.
     using Site = Impl::CJoinedText<siteBegin, siteDimension, siteId, siteEnd>;
 
-    void TakeLabels(IImage::IAccess& access, const CSize& size, bool isSeeded) {
+    void TakeLabels(IImage::IAccess& access, const CSize& size) {
         const CPos strides = access.Strides();
         m_labels = static_cast<unsigned char*>(access.Data());
         m_strideX = strides.x;
@@ -134,8 +142,6 @@ private:
                 static_cast<std::uint16_t>(areLabelsPacked ? std::max(0, m_size[axis] - behind) : 0);
         }
         m_states.Clear(size);
-        if (isSeeded)
-            TakeSeeds();
         m_currentLabel = 0;
         m_currentLevel = 0;
         m_hasRefused = false;
@@ -143,50 +149,104 @@ private:
         m_queue.Clear();
     }
 
-    /// Seeds are final from the start. A seed with the value `LabelMask` counts as an open pixel.
-    void TakeSeeds() {
+    /// Seeds are final from the start. A seed with the value `LabelMask` counts as an open pixel. Returns
+    /// false if cancelled, like all functions below that take a pace.
+    bool TakeSeeds(CWorkPace& pace) {
         for (std::int16_t z = 0; z < m_size[2]; ++z) {
             for (std::int16_t y = 0; y < m_size[1]; ++y) {
-                for (std::int16_t x = 0; x < m_size[0]; ++x) {
-                    const StPixelPosition pixel{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
-                                                static_cast<std::uint16_t>(z)};
-                    const std::uint32_t label = Label(pixel);
-                    if (IsFinalLabel(label))
-                        m_states.SetFinal(pixel);
-                    else if (label == LabelMask)
-                        m_states.SetOpen(pixel);
-                }
+                TakeSeedsOfRow(y, z);
+                if (pace.Add(m_size[0]))
+                    return false;
             }
+        }
+        return true;
+    }
+
+    void TakeSeedsOfRow(std::int16_t y, std::int16_t z) {
+        for (std::int16_t x = 0; x < m_size[0]; ++x) {
+            const StPixelPosition pixel{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
+                                        static_cast<std::uint16_t>(z)};
+            const std::uint32_t label = Label(pixel);
+            if (IsFinalLabel(label))
+                m_states.SetFinal(pixel);
+            else if (label == LabelMask)
+                m_states.SetOpen(pixel);
         }
     }
 
-    /// Floods all levels; returns false if the run was cancelled.
+    static bool TakeEnds(const std::vector<std::uint64_t>& starts, CLevelEnds& ends, CWorkPace& pace) {
+        const auto levelCount = static_cast<std::int64_t>(starts.size()) - 1;
+        return ForEachPiece(levelCount, 4, pace, [&](std::int64_t first, std::int64_t end) {
+            for (auto level = static_cast<std::uint64_t>(first); level < static_cast<std::uint64_t>(end);
+                 ++level)
+                ends.Set(level, starts[level + 1]);
+        });
+    }
+
+    /// Floods all levels.
     template <class C>
-    bool Flood(StLevels& levels, const C& criterion, bool makesRegions, IProgress& progress) {
+    bool Flood(StLevels& levels, const C& criterion, bool makesRegions, IProgress& progress,
+               CWorkPace& pace) {
+        CLevelEnds ends(levels.count > 0 ? levels.starts.back() : 0, levels.count);
+        if (!TakeEnds(std::exchange(levels.starts, {}), ends, pace))
+            return false;
+        std::uint64_t end = 0;
         for (std::uint32_t level = 0; level < levels.count; ++level) {
             if (progress.IsCancelled())
                 return false;
             m_currentLevel = level;
-            const std::uint64_t first = levels.starts[level];
-            const std::uint64_t openEnd = Mark(levels, first, levels.starts[level + 1]);
-            Spread();
-            if (makesRegions)
-                MakeRegions(levels, first, openEnd, criterion);
-            else
-                MaskOpen(levels, first, openEnd);
+            const std::uint64_t first = std::exchange(end, ends.Next());
+            std::uint64_t openEnd = first;
+            if (!Mark(levels, first, end, openEnd, pace) || !Spread(pace))
+                return false;
+            const bool isDone = makesRegions ? MakeRegions(levels, first, openEnd, criterion, pace)
+                                             : MaskOpen(levels, first, openEnd, pace);
+            if (!isDone)
+                return false;
         }
         return !progress.IsCancelled();
+    }
+
+    /// Calls `body(pixel, place)` for the pixels from index `first` up to but not including `end`. Levels can
+    /// be tiny, and each asks anyway, so work is counted in whole pieces only.
+    template <class Body>
+    static bool ForEachPixel(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace,
+                             const Body& body) {
+        for (; end - first > pixelsPerPiece; first += pixelsPerPiece) {
+            for (std::uint64_t place = first; place < first + pixelsPerPiece; ++place)
+                body(levels.Pixel(place), place);
+            if (pace.Add(workPerPiece))
+                return false;
+        }
+        for (std::uint64_t place = first; place < end; ++place)
+            body(levels.Pixel(place), place);
+        return !pace.IsCancelled();
+    }
+
+    /// Calls `body()` until the queue is empty. Each call takes the first pixel, and can add others.
+    template <class Body>
+    bool EmptyQueue(CWorkPace& pace, const Body& body) {
+        while (!m_queue.IsEmpty()) {
+            for (std::uint64_t count = 0; count < pixelsPerPiece; ++count) {
+                body();
+                if (m_queue.IsEmpty())
+                    return true;
+            }
+            if (pace.Add(workPerPiece))
+                return false;
+        }
+        return true;
     }
 
     /// Opens the pixels of a level, except those next to a region or a line, which go into the queue. Pixels
     /// that are queued, or open only while the level is processed, are not marked in the label image.
     ///
-    /// The opened pixels are moved to the front of the level, because only they are visited again. Returns
-    /// the end of this range. Whether a pixel is opened is unpredictable, so this code does not branch on it.
-    std::uint64_t Mark(StLevels& levels, std::uint64_t first, std::uint64_t end) {
-        std::uint64_t openEnd = first;
-        for (std::uint64_t place = first; place < end; ++place) {
-            const StPixelPosition pixel = levels.Pixel(place);
+    /// The opened pixels are moved to the front of the level, because only they are visited again. `openEnd`,
+    /// which is `first` before, is the end of this range. Whether a pixel is opened is unpredictable, so this
+    /// code does not branch on it.
+    bool Mark(StLevels& levels, std::uint64_t first, std::uint64_t end, std::uint64_t& openEnd,
+              CWorkPace& pace) {
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t /*place*/) {
             const bool isOpen = !m_states.HasFinalNeighbor(pixel);
             m_queue.PushBackIf(!isOpen, pixel);
             m_states.SetOpenIf(isOpen, pixel);
@@ -194,35 +254,39 @@ private:
             levels.y[openEnd] = pixel.y;
             levels.z[openEnd] = pixel.z;
             openEnd += isOpen ? 1 : 0;
-        }
-        return openEnd;
+        });
     }
 
     /// Grows the existing regions through the open pixels, breadth-first.
-    void Spread() {
-        while (!m_queue.IsEmpty()) {
+    bool Spread(CWorkPace& pace) {
+        return EmptyQueue(pace, [this] {
             Prefetch(m_queue.Ahead(prefetchDistance));
             ProcessQueuedPixel(m_queue.PopFront());
-        }
+        });
     }
 
     /// The opened pixels of a level that are still open form new minima. A refused minimum is tried again at
-    /// each of its pixels, because the answer can depend on the next free number.
+    /// each of its pixels, because the answer can depend on the next free number; each trial takes constant
+    /// time.
     template <class C>
-    void MakeRegions(const StLevels& levels, std::uint64_t first, std::uint64_t end, const C& criterion) {
-        if constexpr (CountsPixels<C>())
-            JoinBasins(levels, first, end);
-        for (std::uint64_t place = first; place < end; ++place) {
-            const StPixelPosition pixel = levels.Pixel(place);
-            if (!m_states.IsOpen(pixel))
-                continue;
+    bool MakeRegions(const StLevels& levels, std::uint64_t first, std::uint64_t end, const C& criterion,
+                     CWorkPace& pace) {
+        if constexpr (CountsPixels<C>()) {
+            if (!JoinBasins(levels, first, end, pace))
+                return false;
+        }
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t place) {
+            if constexpr (CountsPixels<C>())
+                PrefetchLabelAhead(levels, place, end);
+            if (!m_states.IsOpen(pixel) || pace.IsCancelled())
+                return;
             if (IsTaken(pixel, criterion)) {
                 ++m_currentLabel;
-                FloodNewRegion(pixel);
+                FloodNewRegion(pixel, pace);
             } else {
                 m_hasRefused = true;
             }
-        }
+        });
     }
 
     template <class C>
@@ -250,21 +314,17 @@ private:
     ///
     /// Basins only grow together or disappear as a whole, because a region that reaches one pixel of a basin
     /// floods all of it. So pixels of earlier levels need not be visited again. While a pixel is open, its
-    /// label holds the number of its basin; `MaskRefused` replaces it in the end.
-    void JoinBasins(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
-        for (std::uint64_t place = first; place < end; ++place) {
-            const StPixelPosition pixel = levels.Pixel(place);
-            if (m_states.IsOpen(pixel))
-                Label(pixel) = LabelInit;
-        }
-        for (std::uint64_t place = first; place < end; ++place) {
-            const StPixelPosition pixel = levels.Pixel(place);
+    /// label holds the number of its basin; `MaskOpen` replaces it in the end. Before, it holds `LabelInit`,
+    /// which is no basin's number.
+    bool JoinBasins(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace) {
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t place) {
+            PrefetchAhead(levels, place, end);
             if (!m_states.IsOpen(pixel))
-                continue;
+                return;
             const CBasins::Number basin = BasinAround(pixel);
             m_basins.AddPixel(basin);
             Label(pixel) = basin;
-        }
+        });
     }
 
     /// Joins all basins around a pixel and returns the result, or a new basin if there are none.
@@ -274,7 +334,7 @@ private:
         CBasins::Number basin = LabelInit;
         for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1) {
             const CBasins::Number neighbor = LabelAt(centre, States::FirstSlot(open));
-            if (neighbor == LabelInit || neighbor == last)
+            if (!m_basins.Has(neighbor) || neighbor == last)
                 continue;
             last = neighbor;
             const CBasins::Number other = m_basins.Find(neighbor);
@@ -283,27 +343,18 @@ private:
         return basin == LabelInit ? m_basins.Add(LabelInit) : basin;
     }
 
-    /// Marks the pixels that are still open as waiting in the label image.
-    void MaskRefused() {
-        for (std::int16_t z = 0; z < m_size[2]; ++z) {
-            for (std::int16_t y = 0; y < m_size[1]; ++y) {
-                for (std::int16_t x = 0; x < m_size[0]; ++x) {
-                    const StPixelPosition pixel{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
-                                                static_cast<std::uint16_t>(z)};
-                    if (m_states.IsOpen(pixel))
-                        Label(pixel) = LabelMask;
-                }
-            }
-        }
+    /// Marks the pixels that are still open as waiting in the label image. Also called after a cancellation,
+    /// and so never cancelled itself.
+    void MaskOpen() {
+        m_states.ForEachOpen([this](StPixelPosition pixel) { Label(pixel) = LabelMask; });
     }
 
     /// Marks those of the given pixels that are still open as waiting for a later level in the label image.
-    void MaskOpen(const StLevels& levels, std::uint64_t first, std::uint64_t end) {
-        for (std::uint64_t place = first; place < end; ++place) {
-            const StPixelPosition pixel = levels.Pixel(place);
+    bool MaskOpen(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace) {
+        return ForEachPixel(levels, first, end, pace, [this](StPixelPosition pixel, std::uint64_t) {
             if (m_states.IsOpen(pixel))
                 Label(pixel) = LabelMask;
-        }
+        });
     }
 
     /// Decides the label of a pixel from those of its neighbours, and queues the open neighbours.
@@ -377,14 +428,15 @@ private:
         m_queue.PushBack(pixel);
     }
 
-    /// Floods the open pixels connected to an open pixel with the current label.
-    void FloodNewRegion(StPixelPosition first) {
+    /// Floods the open pixels connected to an open pixel with the current label, or some of them if the pace
+    /// is cancelled.
+    void FloodNewRegion(StPixelPosition first, CWorkPace& pace) {
         TakeIntoRegion(first);
-        while (!m_queue.IsEmpty()) {
+        EmptyQueue(pace, [this] {
             const StPixelPosition pixel = m_queue.PopFront();
             for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1)
                 TakeIntoRegion(Neighbor(pixel, States::FirstSlot(open)));
-        }
+        });
     }
 
     static StPixelPosition Neighbor(StPixelPosition pixel, std::size_t slot) {
@@ -416,7 +468,22 @@ private:
                 reinterpret_cast<const void*>(centre + static_cast<std::uintptr_t>(m_steps[slot])));
     }
 
-    static constexpr std::size_t prefetchDistance = 8;
+    /// The same for a pixel of a level that will be visited soon.
+    void PrefetchAhead(const StLevels& levels, std::uint64_t place, std::uint64_t end) const {
+        if (place + levelPrefetchDistance < end)
+            Prefetch(levels.Pixel(place + levelPrefetchDistance));
+    }
+
+    /// The same, but only its own label.
+    void PrefetchLabelAhead(const StLevels& levels, std::uint64_t place, std::uint64_t end) const {
+        if (place + levelPrefetchDistance < end)
+            __builtin_prefetch(Address(levels.Pixel(place + levelPrefetchDistance)));
+    }
+
+    static constexpr std::size_t prefetchDistance = 8; // in the queue
+    static constexpr std::size_t levelPrefetchDistance = 32;
+    static constexpr std::uint64_t pixelsPerPiece = 8192;
+    static constexpr std::int64_t workPerPiece = 32 * pixelsPerPiece;
 
     /// A row of three labels and the one after it.
     using FourLabels = std::uint32_t __attribute__((vector_size(4 * sizeof(std::uint32_t))));

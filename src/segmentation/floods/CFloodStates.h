@@ -87,6 +87,7 @@ public:
     /// Resets the states for an image of the given size: no pixel is final or open.
     void Clear(const CSize& size) {
         m_rowBytes = (size.x + 2 + 3) / 4;
+        m_size = size;
         m_planeBytes = N::dimension == 3 ? m_rowBytes * (size.y + 2) : 0;
         const std::int64_t planes = N::dimension == 3 ? size.z + 2 : 1;
         const std::int64_t bytes = planes * m_rowBytes * (size.y + 2);
@@ -109,6 +110,16 @@ public:
         return (m_states[Byte(pixel)] >> Shift(pixel) & 1U) != 0;
     }
 
+    /// Calls `body(pixel)` for all open pixels, in raster order.
+    template <class Body>
+    void ForEachOpen(const Body& body) const {
+        const std::int64_t planeCount = N::dimension == 3 ? m_size.z : 1;
+        for (std::int64_t z = 0; z < planeCount; ++z) {
+            for (std::int64_t y = 0; y < m_size.y; ++y)
+                ForEachOpenOfRow(y, z, body);
+        }
+    }
+
     [[nodiscard]] bool HasFinalNeighbor(StPixelPosition pixel) const {
         const char8_t* const row = LeftOf(pixel);
         std::uint32_t any = 0;
@@ -128,6 +139,18 @@ public:
     }
 
 private:
+    template <class Body>
+    void ForEachOpenOfRow(std::int64_t y, std::int64_t z, const Body& body) const {
+        const char8_t* const row = m_states.data() + (y + 1) * m_rowBytes + (z + 1) * m_planeBytes;
+        for (std::int64_t i = 0; i < m_rowBytes; ++i) {
+            for (Neighbors open = row[i] & openBits; open != 0; open &= open - 1) {
+                const std::int64_t x = 4 * i + static_cast<std::int64_t>(FirstSlot(open)) - 1;
+                body(StPixelPosition{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
+                                     static_cast<std::uint16_t>(z)});
+            }
+        }
+    }
+
     // In memory, pixel (x, y, z) is at x + 1, y + 1, and in three dimensions in plane z + 1.
     [[nodiscard]] std::size_t Byte(StPixelPosition pixel) const {
         return static_cast<std::size_t>((pixel.x + 1) / 4 + (pixel.y + 1) * m_rowBytes +
@@ -154,6 +177,7 @@ private:
         byte = static_cast<char8_t>((byte & ~(3U << Shift(pixel))) | state << Shift(pixel));
     }
 
+    CSize m_size;
     std::int64_t m_rowBytes = 0;
     std::int64_t m_planeBytes = 0;
     std::array<std::int64_t, rowCount> m_rowSteps{};

@@ -3,56 +3,90 @@
 #include "segmentation/floods/WatershedLabels.h"
 
 #include <cstddef>
-#include <vector>
+#include <deque>
+#include <memory>
+#include <utility>
 
 namespace ORVEN {
 
-/// A first-in first-out queue of pixels. It is a ring in one block of memory, so that the next pixels can be
-/// inspected ahead of time. It doubles its capacity when full and never shrinks. Memory: 6 bytes per pixel.
+/// A first-in first-out queue of pixels, in blocks that are freed when they have been read. A ring that
+/// doubles would take up to three times the memory while it grows. Memory: 6 bytes per pixel in the queue,
+/// and two blocks of 48 KiB.
 class CPixelQueue {
 public:
     [[nodiscard]] bool IsEmpty() const { return m_first == m_end; }
-    [[nodiscard]] std::size_t Size() const { return m_end - m_first; }
 
     void PushBack(StPixelPosition pixel) {
-        if (Size() == m_ring.size())
-            Grow();
-        m_ring[m_end++ & m_mask] = pixel;
+        if (m_end == m_lastBlockEnd)
+            AddBlock();
+        *m_end++ = pixel;
     }
 
     /// Does not branch on the condition.
     void PushBackIf(bool isWanted, StPixelPosition pixel) {
-        if (Size() == m_ring.size())
-            Grow();
-        m_ring[m_end & m_mask] = pixel;
+        if (m_end == m_lastBlockEnd)
+            AddBlock();
+        *m_end = pixel;
         m_end += isWanted ? 1 : 0;
     }
 
-    StPixelPosition PopFront() { return m_ring[m_first++ & m_mask]; }
-
-    /// The pixel `steps` behind the first one, or the first one if the queue is shorter.
-    [[nodiscard]] StPixelPosition Ahead(std::size_t steps) const {
-        return m_ring[(m_first + (steps < Size() ? steps : 0)) & m_mask];
+    StPixelPosition PopFront() {
+        const StPixelPosition pixel = *m_first++;
+        if (m_first == m_firstBlockEnd)
+            DropBlock();
+        return pixel;
     }
 
-    void Clear() { m_first = m_end = 0; }
+    /// The pixel `steps` behind the first one, or the first one if the queue or its block ends before.
+    [[nodiscard]] StPixelPosition Ahead(std::size_t steps) const {
+        const StPixelPosition* const end = m_firstBlockEnd == m_lastBlockEnd ? m_end : m_firstBlockEnd;
+        return m_first[steps < static_cast<std::size_t>(end - m_first) ? steps : 0];
+    }
+
+    /// Empties the queue and frees its memory.
+    void Clear() {
+        m_blocks.clear();
+        m_spare.reset();
+        m_first = m_firstBlockEnd = m_end = m_lastBlockEnd = nullptr;
+    }
 
 private:
-    void Grow() {
-        std::vector<StPixelPosition> larger(m_ring.empty() ? 4096 : 2 * m_ring.size());
-        const std::size_t size = Size();
-        for (std::size_t i = 0; i < size; ++i)
-            larger[i] = m_ring[(m_first + i) & m_mask];
-        m_ring.swap(larger);
-        m_mask = m_ring.size() - 1;
-        m_first = 0;
-        m_end = size;
+    using Block = std::unique_ptr<StPixelPosition[]>;
+
+    static constexpr std::size_t blockLength = 8192;
+
+    void AddBlock() {
+        // The pixel behind the last one keeps the end of a block distinct from the beginning of any other.
+        m_blocks.push_back(m_spare != nullptr ? std::move(m_spare)
+                                              : std::make_unique<StPixelPosition[]>(blockLength + 1));
+        m_end = m_blocks.back().get();
+        m_lastBlockEnd = m_end + blockLength;
+        if (m_blocks.size() == 1)
+            BeginFirstBlock();
     }
 
-    std::vector<StPixelPosition> m_ring; // its size is a power of two, or 0
-    std::size_t m_mask = 0;
-    std::size_t m_first = 0;
-    std::size_t m_end = 0;
+    /// Called when the first block has been read.
+    void DropBlock() {
+        if (m_blocks.size() == 1) {
+            m_end = m_blocks.front().get();
+        } else {
+            m_spare = std::move(m_blocks.front());
+            m_blocks.pop_front();
+        }
+        BeginFirstBlock();
+    }
+
+    void BeginFirstBlock() {
+        m_first = m_blocks.front().get();
+        m_firstBlockEnd = m_first + blockLength;
+    }
+
+    std::deque<Block> m_blocks;
+    Block m_spare; // saves most allocations
+    StPixelPosition* m_first = nullptr;
+    StPixelPosition* m_firstBlockEnd = nullptr;
+    StPixelPosition* m_end = nullptr;
+    StPixelPosition* m_lastBlockEnd = nullptr;
 };
 
 } // namespace ORVEN

@@ -75,17 +75,16 @@ void CheckWatershedImages(const char* site, int dimension, const IImage& output,
             Text("image to large for watershed (maximum pixel number is %1.").Arg(maxPixelCount, 0));
 }
 
-void InitWatershedLabels(IImage& output, const IImage* seeds) {
+bool InitWatershedLabels(IImage& output, const IImage* seeds) {
     const CPointOperations operations(nullptr, nullptr);
     if (seeds == nullptr) {
         visitors::CInitializer<unsigned int> initializer(LabelInit);
-        operations.Visit(initializer, output);
-        return;
+        return operations.Visit(initializer, output);
     }
-    DispatchImageType<unsigned int, unsigned short, unsigned char>(
+    return DispatchImageType<unsigned int, unsigned short, unsigned char>(
         "Init", seeds->Type(), [&]<class L>(std::type_identity<L>) {
             visitors::CWatershedInitWithSeeding<L> initializer;
-            operations.Visit(initializer, output, *seeds);
+            return operations.Visit(initializer, output, *seeds);
         });
 }
 

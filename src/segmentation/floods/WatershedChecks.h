@@ -16,6 +16,7 @@ void CheckWatershedImages(const char* site, int dimension, const IImage& output,
                           const IImage* seeds, const std::array<std::int16_t, 3>& engineSize);
 
 /// Initialises the label image of a flood: the seeds where there are any, `LabelInit` elsewhere.
-void InitWatershedLabels(IImage& output, const IImage* seeds);
+/// Returns false if the host's sink cancelled it.
+[[nodiscard]] bool InitWatershedLabels(IImage& output, const IImage* seeds);
 
 } // namespace ORVEN

@@ -180,8 +180,8 @@ constexpr StQuestions c_questions[] = {
     {"SegmNiblackOlder", "SegmNiblack", 0, 0, "all of the older implementation", UseOlderImplementation},
     {"SegmSauvolaOlder", "SegmSauvola", 0, 0, "all of the older implementation", UseOlderImplementation},
     // Labels, counting, sorting and narrowing.
-    {"Watershed", "Watershed", 4, c_flood, "the flood within a level"},
-    {"WatershedPreflood", "Watershed", 4, c_flood, "the flood within a level", Preflood},
+    {"Watershed", "Watershed", 4, c_flood, nullptr},
+    {"WatershedPreflood", "Watershed", 4, c_flood, nullptr, Preflood},
 };
 
 class PluginQuestions : public testing::TestWithParam<StQuestions> {};

@@ -191,6 +191,27 @@ TEST(PixelSort, AgreesWithAComparisonSortOfFloatImages) {
     CompareWithComparisonSort<float>(IMAGE_GREY_F, 4000);
 }
 
+TEST(PixelSort, AgreesWithAComparisonSortWhereManyPixelsShareABin) {
+    // Which bits of the trailing half differ.
+    for (const unsigned bits : {0x0000U, 0x0003U, 0x00FFU, 0x0300U, 0xFF00U, 0x8001U, 0xFFFFU}) {
+        std::mt19937 random(bits);
+        // Two bins of many pixels and, among them, many bins of few.
+        const CSize size(20, 20, 5);
+        std::vector<unsigned int> values(static_cast<std::size_t>(size.PixelCount()));
+        for (unsigned int& value : values) {
+            const auto rare = static_cast<unsigned int>(0x8001U + random() % 200);
+            const std::array<unsigned int, 6> bins{0x7FFF, 0x7FFF, 0x7FFF, 0x8000, 0x8000, rare};
+            value = bins.at(random() % bins.size()) << 16 |
+                    (0x1234U ^ (static_cast<unsigned int>(random()) & bits));
+        }
+        const auto image = test::ImageOf<unsigned int>(IMAGE_GREY_32, size, values);
+        const auto [seeds, labels] = RandomSeeds(size, random);
+        const CapturedOutput silence;
+        EXPECT_EQ((SortedPixels<unsigned int, 3>(*image)), Expected(size, values, {})) << bits;
+        EXPECT_EQ((SortedPixels<unsigned int, 3>(*image, *seeds)), Expected(size, values, labels)) << bits;
+    }
+}
+
 TEST(PixelSort, KeepsRasterOrderWithinALevel) {
     const CapturedOutput silence;
     const auto image = test::ImageOf<unsigned char>(IMAGE_GREY_8, CSize(2, 2, 2), {5, 3, 3, 5, 5, 3, 5, 3});
@@ -490,25 +511,43 @@ std::unique_ptr<CImage> FloatsOfOneBin(const CSize& size) {
 TEST(PixelSort, AsksAtEachLineOfAllItsPassesThoughAllPixelsShareABin) {
     constexpr std::int64_t lines = 30 * 20;
     constexpr std::int64_t questionsOfATraversal = lines + 20 + 1;
-    // The bin is gathered, counted and dealt out twice, and put back.
-    constexpr std::int64_t passes = 6;
     const CSize size(10, 30, 20);
     const auto seeds = test::ImageOf<unsigned char>(IMAGE_GREY_8, size, {1});
-    for (const auto& image : {FloatsOfOneBin(size), std::make_unique<CImage>(IMAGE_GREY_F, size, CSize())}) {
+    const auto expectPasses = [&](const CImage& image, std::int64_t passes) {
         HostProgress host;
         const CapturedOutput silence;
-        const Sorted sorted = SortedPixels<float, 3>(*image);
+        SortedPixels<float, 3>(image);
         EXPECT_EQ(host.questions, 2 * questionsOfATraversal + passes * lines);
         host.questions = 0;
-        SortedPixels<float, 3>(*image, *seeds);
+        SortedPixels<float, 3>(image, *seeds);
         EXPECT_EQ(host.questions, 2 * questionsOfATraversal + passes * lines);
-    }
+    };
+    // The bin is counted and dealt out twice; then its levels are counted and listed.
+    expectPasses(*FloatsOfOneBin(size), 5);
+    // Equal pixels are not dealt out.
+    expectPasses(CImage(IMAGE_GREY_F, size, CSize()), 3);
+}
+
+TEST(PixelSort, AsksWhileItTouchesTheMemoryForManyPixels) {
+    const CImage image(IMAGE_GREY_8, CSize(1, 1 << 20, 1), CSize(0, 0, 0));
+    HostProgress host;
+    const CapturedOutput silence;
+    SortedPixels<unsigned char, 3>(image);
+    constexpr std::int64_t questionsOfATraversal = (1 << 20) + 1 + 1;
+    EXPECT_EQ(host.questions, 2 * questionsOfATraversal + 3); // one for each list
+
+    host.questions = 0;
+    host.cancelAt = questionsOfATraversal + 1;
+    const Sorted sorted = SortedPixels<unsigned char, 3>(image);
+    EXPECT_EQ(host.questions, host.cancelAt + 1);
+    EXPECT_EQ(sorted.levels, 0U);
+    EXPECT_TRUE(sorted.x.empty() && sorted.y.empty() && sorted.z.empty() && sorted.levelStarts.empty());
 }
 
 TEST(PixelSort, CancelledWhileItSortsABinItHandsOutNothing) {
     const auto image = FloatsOfOneBin(CSize(4, 5, 3));
     constexpr int questionsOfTheTraversals = 2 * (3 * (5 + 1) + 1);
-    constexpr int questionsOfTheBin = 6 * 15;
+    constexpr int questionsOfTheBin = 5 * 15;
     for (int question = 0; question < questionsOfTheBin; ++question) {
         for (const bool stays : {true, false}) {
             HostProgress host;

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <random>
 #include <span>
 #include <tuple>
 
@@ -526,6 +527,74 @@ TEST(WatershedCancel, AtAnyQuestionTheResultIs0AndNothingStaysOpen) {
     CancelEverywhere<CNeighborhood2dDiffN4, unsigned char>(*bytes, byteSeeds.get());
     CancelEverywhere<CNeighborhood2dDiffN8, float>(*plane, planeSeeds.get());
     CancelEverywhere<CNeighborhood3dDiffN6, float>(*volume, volumeSeeds.get());
+}
+
+/// A volume of one level, which takes several questions.
+const CSize c_manyPixels(64, 64, 32);
+
+TEST(WatershedCancel, TheFloodAsksWithinALevelOfManyPixels) {
+    RecordingProgress progress;
+    const CImage image = Image(IMAGE_GREY_32, c_manyPixels);
+    CImage labels = Image(IMAGE_GREY_32, c_manyPixels);
+    EXPECT_EQ((FloodMinima<CNeighborhood3dDiffN6, unsigned int>(labels, image, progress)), 1U);
+    // Three steps visit the pixels, and each asks at least once per 40000 of them.
+    EXPECT_GE(progress.questions, 3 + 1 + 1 + 3 * 3);
+
+    // With seeds, pixels are marked, and spread into from a few of them or left waiting.
+    const auto seeds = ImageOf<unsigned char>(IMAGE_GREY_8, c_manyPixels, {1});
+    progress.questions = 0;
+    EXPECT_EQ((FloodMinima<CNeighborhood3dDiffN6, unsigned int>(labels, image, progress, seeds.get())), 1U);
+    EXPECT_GE(progress.questions, 3 + 1 + 1 + 2 * 3);
+    const CImage noSeeds = Image(IMAGE_GREY_8, c_manyPixels);
+    progress.questions = 0;
+    EXPECT_EQ((FloodMinima<CNeighborhood3dDiffN6, unsigned int>(labels, image, progress, &noSeeds)), 0U);
+    EXPECT_GE(progress.questions, 3 + 1 + 1 + 2 * 3);
+}
+
+TEST(WatershedCancel, WithinALevelTheResultIs0AndNoPixelHasTheNumberOfARefusedBasin) {
+    const CapturedOutput silence;
+    const CImage image = Image(IMAGE_GREY_32, c_manyPixels);
+    const auto waitingAfter = [&](int question) {
+        RecordingProgress progress;
+        progress.cancelAt = question;
+        CImage labels = Image(IMAGE_GREY_32, c_manyPixels);
+        CWatershedCriterionArea::StParameters record{1U << 30};
+        EXPECT_EQ((CWatershedTemplate<CNeighborhood3dDiffN6>().DoWatershed<unsigned, CWatershedCriterionArea>(
+                      labels, image, nullptr, &record, progress)),
+                  0U);
+        const auto pixels = PixelsOf<std::uint32_t>(labels);
+        const auto waiting = std::ranges::count(pixels, LabelMask);
+        EXPECT_EQ(waiting + std::ranges::count(pixels, LabelInit), c_manyPixels.PixelCount());
+        return waiting;
+    };
+    EXPECT_EQ(waitingAfter(3), 0); // asked at the level
+    const auto marked = waitingAfter(4);
+    EXPECT_GT(marked, 0);
+    EXPECT_LT(marked, c_manyPixels.PixelCount());
+    for (int question = 5; question < 18; ++question)
+        EXPECT_GE(waitingAfter(question), marked) << question;
+    EXPECT_EQ(waitingAfter(-1), c_manyPixels.PixelCount());
+}
+
+TEST(WatershedCancel, ASinkThatForgetsACancellationDoesNoHarmToPreflooding) {
+    // The sort may be incomplete then, and the result anything, but nothing outside the image is accessed.
+    std::mt19937 random(4);
+    const auto image = test::RandomImage<unsigned char>(IMAGE_GREY_8, CSize(5, 4, 3), random, 0, 6);
+    const auto run = [&](int question) {
+        const CapturedOutput silence;
+        FakeImage labels(IMAGE_GREY_32, image->Size(), CPos(4, 32, 128), 1024, 0);
+        HostProgress progress;
+        progress.cancelAt = question;
+        progress.staysCancelled = false;
+        CWatershedCriterionArea::StParameters record{8};
+        CWatershedTemplate<CNeighborhood3dDiffN6>().DoWatershed<unsigned char, CWatershedCriterionArea>(
+            labels, *image, nullptr, &record, progress);
+        EXPECT_EQ(labels.openAccesses, 0) << question;
+        return progress.questions;
+    };
+    const int questions = run(-1);
+    for (int question = 0; question < questions; ++question)
+        run(question);
 }
 
 TEST(WatershedCancel, TheLabelsKeepWhatTheLevelsBeforeHaveLeft) {
