@@ -3,8 +3,9 @@
 growth.py BENCH PACK SCAN DOCUMENT EDGE SECONDS [PLUGIN ...]
 
 BENCH is the program GrowthBench, PACK the library of plug-ins and SCAN a cube of 8-bit values. Volumes have edges from 64 up
-to EDGE, doubled each time. Each of them is a child process of its own; one that takes more than SECONDS is stopped, and
-larger ones are left out. The table replaces the one between the markers in DOCUMENT, unless plug-ins are named.
+to EDGE, doubled each time. Each of them is a child process of its own. A run that would take more than SECONDS, judging by the
+next smaller volume, is left out, and so are larger ones; one that takes much longer nevertheless is stopped. The table replaces
+the one between the markers in DOCUMENT, unless plug-ins are named.
 """
 
 import datetime
@@ -61,10 +62,10 @@ def measure(bench, pack, scan, structure, edge, case, limit):
     memory = available_bytes()
     command = [bench, pack, scan, structure, str(edge), kind, plugin, *arguments_for(edge)]
     try:
-        end = subprocess.run(command, capture_output=True, text=True, timeout=limit, check=False,
+        end = subprocess.run(command, capture_output=True, text=True, timeout=60 + 10 * limit, check=False,
                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_DATA, (memory, memory)))
     except subprocess.TimeoutExpired:
-        return f"> {limit} s"
+        return f"> {60 + 10 * limit} s"
     if end.returncode != 0:
         print(f"growth: {' '.join(command)}: {end.stderr.strip()}", file=sys.stderr)
         return "memory" if "bad_alloc" in end.stderr or "memory" in end.stderr else "fails"
@@ -129,6 +130,8 @@ def main():
         for structure in STRUCTURES:
             cells = {}
             for edge in edges:
+                if edge // 2 in cells and 8 * cells[edge // 2][0] > int(limit):
+                    break
                 cells[edge] = measure(bench, pack, scan, structure, edge, case, int(limit))
                 if isinstance(cells[edge], str):
                     break
