@@ -10,7 +10,7 @@ namespace ORVEN {
 
 /// The greatest squared radius of balls that are few pixels wide, and so numerous that sets of pixels are
 /// cheaper than lists of balls.
-inline constexpr std::int32_t c_greatestSmallBall = 49;
+inline constexpr std::int32_t c_greatestSmallBall = 30;
 
 /// Sets the pixels of the structure that are still 0 to the greatest squared radius of the small balls that
 /// contain them. Returns false if cancelled.
