@@ -10,6 +10,7 @@ the one between the markers in DOCUMENT, unless plug-ins are named.
 
 import datetime
 import math
+import operator
 import platform
 import resource
 import subprocess
@@ -106,7 +107,7 @@ def system():
     return platform.freedesktop_os_release().get("PRETTY_NAME", platform.system())
 
 
-def heading(edges, bench):
+def heading(edges):
     version = subprocess.run(["git", "rev-parse", "--short", "HEAD"], capture_output=True, text=True, check=False)
     compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=False)
     memory = subprocess.run(["getconf", "_PHYS_PAGES"], capture_output=True, text=True, check=True)
@@ -119,10 +120,24 @@ def heading(edges, bench):
     ]
 
 
+def replace_table(path, lines):
+    """Replaces rows of the table in a document; `lines` begin with the three lines before the table and its heading."""
+    before, rest = path.read_text(encoding="utf-8").split(BEGIN)
+    earlier, after = rest.split(END)
+    head, rows = lines[:4], lines[4:]
+    key = operator.itemgetter(1, 2)  # plug-in and structure
+    if head[2] in earlier:
+        done = {key(line.split("|")) for line in rows}
+        rows += [line for line in earlier.split(head[3] + "\n")[1].splitlines() if key(line.split("|")) not in done]
+    order = [case[0] + (f", {case[1]}" if case[1] else "") for case in CASES]
+    rows.sort(key=lambda line: (order.index(line.split("|")[1].strip()), STRUCTURES.index(line.split("|")[2].strip())))
+    path.write_text(before + "\n".join([BEGIN, *head, *rows, END]) + after, encoding="utf-8")
+
+
 def main():
     bench, pack, scan, document, edge, limit, *wanted = sys.argv[1:]
     edges = [2**power for power in range(6, int(math.log2(int(edge))) + 1)]
-    lines = heading(edges, bench)
+    lines = heading(edges)
     print("\n".join(lines))
     for case in CASES:
         if wanted and case[0] not in wanted:
@@ -137,10 +152,7 @@ def main():
                     break
             lines.append(row(case, structure, edges, cells))
             print(lines[-1], flush=True)
-    if not wanted:
-        path = Path(document)
-        before, rest = path.read_text(encoding="utf-8").split(BEGIN)
-        path.write_text(before + "\n".join([BEGIN, *lines, END]) + rest.split(END)[1], encoding="utf-8")
+    replace_table(Path(document), lines)
 
 
 if __name__ == "__main__":
