@@ -66,7 +66,7 @@ def measure(bench, pack, scan, structure, edge, case, limit):
         end = subprocess.run(command, capture_output=True, text=True, timeout=60 + 10 * limit, check=False,
                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_DATA, (memory, memory)))
     except subprocess.TimeoutExpired:
-        return f"> {60 + 10 * limit} s"
+        return f"> {60 + 10 * limit:.0f} s"
     if end.returncode != 0:
         print(f"growth: {' '.join(command)}: {end.stderr.strip()}", file=sys.stderr)
         return "memory" if "bad_alloc" in end.stderr or "memory" in end.stderr else "fails"
@@ -136,6 +136,7 @@ def replace_table(path, lines):
 
 def main():
     bench, pack, scan, document, edge, limit, *wanted = sys.argv[1:]
+    limit = float(limit)
     edges = [2**power for power in range(6, int(math.log2(int(edge))) + 1)]
     lines = heading(edges)
     print("\n".join(lines))
@@ -145,9 +146,9 @@ def main():
         for structure in STRUCTURES:
             cells = {}
             for edge in edges:
-                if edge // 2 in cells and 8 * cells[edge // 2][0] > int(limit):
+                if edge // 2 in cells and 8 * cells[edge // 2][0] > limit:
                     break
-                cells[edge] = measure(bench, pack, scan, structure, edge, case, int(limit))
+                cells[edge] = measure(bench, pack, scan, structure, edge, case, limit)
                 if isinstance(cells[edge], str):
                     break
             lines.append(row(case, structure, edges, cells))

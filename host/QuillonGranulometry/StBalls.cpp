@@ -35,48 +35,53 @@ public:
         if (x < c_reach || x + c_lanes - c_reach > m_distances.nx || y < c_reach ||
             y + c_reach >= m_distances.ny || z < c_reach || z + c_reach >= m_distances.nz)
             return false;
-        const std::int32_t* const pixel = m_distances.Row(y, z) + x;
-        constexpr std::int32_t never = std::numeric_limits<std::int32_t>::max();
-        const std::int32_t shortest = m_limits.At(3, *pixel); // for vectors like 2, 1, 0
-        const std::int32_t middle = m_limits.At(4, *pixel);   // 2, 1, 1
-        const std::int32_t longest = m_limits.At(5, *pixel);  // 2, 2, 1
-        // For the pixels from x - 2 on of the rows at the distances y and z.
-        const Integers rows10{shortest, never, never, never, shortest, never, never, never};
-        const Integers rows11{middle, never, never, never, middle, never, never, never};
-        const Integers rows20{never, shortest, never, shortest, never, never, never, never};
-        const Integers rows21{longest, middle, shortest, middle, longest, never, never, never};
-        const Integers rows22{never, longest, never, longest, never, never, never, never};
-        Integers isReached{};
-        const auto test = [&](std::int64_t dy, std::int64_t dz, const Integers& limits) {
-            for (const std::int64_t z2 : {-dz, dz}) {
-                for (const std::int64_t y2 : {-dy, dy}) {
-                    Integers row;
-                    std::memcpy(&row, pixel + y2 * m_rowStride + z2 * m_layerStride - c_reach, sizeof(row));
-                    isReached |= row >= limits;
-                    if (dy == 0)
-                        break;
-                }
-                if (dz == 0)
-                    break;
-            }
-        };
-        test(1, 0, rows10);
-        test(0, 1, rows10);
-        test(1, 1, rows11);
-        if (IsAnySet(isReached))
-            return true;
-        test(2, 0, rows20);
-        test(0, 2, rows20);
-        test(2, 1, rows21);
-        test(1, 2, rows21);
-        test(2, 2, rows22);
-        return IsAnySet(isReached);
+        return IsReachedFrom(m_distances.Row(y, z) + x);
     }
 
 private:
     static constexpr std::int64_t c_reach = 2;
     static constexpr std::int64_t c_lanes = 8;
     using Integers [[gnu::vector_size(c_lanes * sizeof(std::int32_t))]] = std::int32_t;
+
+    /// Whether one of the farther balls around a pixel reaches the limit.
+    [[nodiscard]] bool IsReachedFrom(const std::int32_t* pixel) const {
+        constexpr std::int32_t never = std::numeric_limits<std::int32_t>::max();
+        const std::int32_t shortest = m_limits.At(3, *pixel); // for vectors like 2, 1, 0
+        const std::int32_t middle = m_limits.At(4, *pixel);   // 2, 1, 1
+        const std::int32_t longest = m_limits.At(5, *pixel);  // 2, 2, 1
+        // For the pixels from x - 2 on of the rows at the distances y and z. All bits set in `never` stay
+        // set.
+        const Integers rows10 = Integers{0, never, never, never, 0, never, never, never} | shortest;
+        const Integers rows11 = Integers{0, never, never, never, 0, never, never, never} | middle;
+        const Integers rows20 = Integers{never, 0, never, 0, never, never, never, never} | shortest;
+        const Integers rows22 = Integers{never, 0, never, 0, never, never, never, never} | longest;
+        const Integers rows21{longest, middle, shortest, middle, longest, never, never, never};
+        Integers isReached{};
+        const auto test = [&](std::int64_t offset, const Integers& limits) {
+            Integers before;
+            Integers after;
+            std::memcpy(&before, pixel - offset - c_reach, sizeof(before));
+            std::memcpy(&after, pixel + offset - c_reach, sizeof(after));
+            isReached |= (before >= limits) | (after >= limits);
+        };
+        const std::int64_t y = m_rowStride;
+        const std::int64_t z = m_layerStride;
+        test(y, rows10);
+        test(z, rows10);
+        test(z + y, rows11);
+        test(z - y, rows11);
+        if (IsAnySet(isReached))
+            return true;
+        test(2 * y, rows20);
+        test(2 * z, rows20);
+        test(z + 2 * y, rows21);
+        test(z - 2 * y, rows21);
+        test(2 * z + y, rows21);
+        test(2 * z - y, rows21);
+        test(2 * z + 2 * y, rows22);
+        test(2 * z - 2 * y, rows22);
+        return IsAnySet(isReached);
+    }
 
     static bool IsAnySet(const Integers& mask) {
         std::array<std::int64_t, 4> words{};
