@@ -45,20 +45,15 @@ bool CBallList::Sort(CWorkPace& pace) {
 
 CBallList SortedCandidates(const StBalls& balls, std::int32_t leastExcluded, CWorkPace& pace) {
     const CLayerView<const std::int32_t>& distances = balls.distances;
-    std::int64_t count = 0;
-    const auto forEach = [&](std::int64_t unitsEach, const auto& body) {
-        distances.ForEachRow(0, distances.nz, unitsEach, pace, [&](std::int64_t y, std::int64_t z) {
-            const std::int32_t* const row = distances.Row(y, z);
-            balls.candidates.ForEach(distances.RowNumber(y, z), 0, distances.nx - 1, [&](std::int64_t x) {
-                if (row[x] > leastExcluded)
-                    body(StBall{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z), row[x]});
-            });
+    // Pages that no ball is written to cost nothing, so that room for all candidates can be reserved.
+    CBallList list(balls.candidates.Count());
+    distances.ForEachRow(0, distances.nz, 4, pace, [&](std::int64_t y, std::int64_t z) {
+        const std::int32_t* const row = distances.Row(y, z);
+        balls.candidates.ForEach(distances.RowNumber(y, z), 0, distances.nx - 1, [&](std::int64_t x) {
+            if (row[x] > leastExcluded)
+                list.Append({static_cast<float>(x), static_cast<float>(y), static_cast<float>(z), row[x]});
         });
-    };
-    forEach(2, [&](const StBall& /*ball*/) { ++count; });
-    CBallList list(pace.IsCancelled() ? 0 : count);
-    if (!pace.IsCancelled())
-        forEach(4, [&](const StBall& ball) { list.Append(ball); });
+    });
     if (!pace.IsCancelled())
         (void)list.Sort(pace);
     return list;

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <limits>
 #include <span>
+#include <type_traits>
 
 /// The two inner loops of opening sizes, over the balls that reach into a box of pixels. They compute in
 /// floats or doubles; either way all numbers are multiples of a quarter small enough to be exact.
@@ -31,12 +32,16 @@ inline constexpr std::size_t c_boxLanes = 8;
 /// The parts that a box is divided into, some of them possibly empty.
 using BoxParts = std::array<StBox, c_boxLanes>;
 
-/// Numbers of eight lanes.
-template <class Number>
+/// Numbers processed at once.
+template <class Number, std::size_t count = c_boxLanes>
 struct StLanes {
-    using Numbers [[gnu::vector_size(c_boxLanes * sizeof(Number))]] = Number;
+    using Numbers [[gnu::vector_size(count * sizeof(Number))]] = Number;
     using Mask = decltype(Numbers{} < Numbers{});
 };
+
+/// Integers of the size of a number.
+template <class Number>
+using LaneOf = std::conditional_t<sizeof(Number) == sizeof(std::int32_t), std::int32_t, std::int64_t>;
 
 /// Finds which of the balls of a box each of its parts needs, from balls in order of decreasing size.
 ///
@@ -48,14 +53,17 @@ template <class Number>
 class CPartSearch {
 public:
     explicit CPartSearch(const BoxParts& parts) {
-        for (std::size_t lane = 0; lane < c_boxLanes; ++lane) {
-            const StBox& part = parts[lane];
+        for (std::size_t lane = 0; lane < c_lanes; ++lane) {
+            const StBox& part = parts[lane % c_boxLanes];
+            m_isFirst[lane] = lane < c_boxLanes ? -1 : 0;
             m_isOpen[lane] = part.PixelCount() > 0 ? -1 : 0;
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 const auto first = static_cast<Number>(part.first[axis]);
                 const auto steps = static_cast<Number>(std::max<std::int64_t>(part.size[axis], 1) - 1);
+                m_steps[axis][lane] = steps;
                 m_halves[axis][lane] = steps / 2;
                 m_centers[axis][lane] = first + steps / 2;
+                m_halfDiagonal[lane] += steps * steps / 4;
             }
         }
     }
@@ -70,89 +78,173 @@ public:
 
     /// Sets a bit of `parts` for each part that needs the ball.
     void Find(std::span<const StBall> balls, std::uint8_t* parts) {
-        // Local copies stay in registers.
-        const Numbers centerX = m_centers[0];
-        const Numbers centerY = m_centers[1];
-        const Numbers centerZ = m_centers[2];
-        const Numbers halfX = m_halves[0];
-        const Numbers halfY = m_halves[1];
-        const Numbers halfZ = m_halves[2];
-        Numbers bestX = m_best[0];
-        Numbers bestY = m_best[1];
-        Numbers bestZ = m_best[2];
-        Numbers bestDepth = m_bestDepth;
-        Mask isOpen = m_isOpen;
-        Mask counts = m_counts;
-        for (const StBall& ball : balls) {
-            const Numbers x = Numbers{} + static_cast<Number>(ball.x);
-            const Numbers y = Numbers{} + static_cast<Number>(ball.y);
-            const Numbers z = Numbers{} + static_cast<Number>(ball.z);
-            const Numbers square = Numbers{} + static_cast<Number>(ball.squaredRadius);
-            Numbers fromX;
-            Numbers fromY;
-            Numbers fromZ;
-            Subtract(x, centerX, fromX);
-            Subtract(y, centerY, fromY);
-            Subtract(z, centerZ, fromZ);
-            const Numbers nearX = fromX > halfX ? fromX - halfX : Numbers{};
-            const Numbers nearY = fromY > halfY ? fromY - halfY : Numbers{};
-            const Numbers nearZ = fromZ > halfZ ? fromZ - halfZ : Numbers{};
-            const Mask isIn = (nearX * nearX + nearY * nearY + nearZ * nearZ < square) & isOpen;
-            const Numbers depth = square - (fromX * fromX + fromY * fromY + fromZ * fromZ);
-            Numbers betweenX;
-            Numbers betweenY;
-            Numbers betweenZ;
-            Subtract(x, bestX, betweenX);
-            Subtract(y, bestY, betweenY);
-            Subtract(z, bestZ, betweenZ);
-            const Numbers slope = betweenX * halfX + betweenY * halfY + betweenZ * halfZ;
-            const Mask isNeeded = isIn & (bestDepth - depth < slope + slope);
-            const Numbers farX = fromX + halfX;
-            const Numbers farY = fromY + halfY;
-            const Numbers farZ = fromZ + halfZ;
-            const Mask isCovered = farX * farX + farY * farY + farZ * farZ < square;
-            isOpen &= ~(isNeeded & isCovered);
-            const Mask isBest = isNeeded & (depth > bestDepth);
-            bestX = isBest ? x : bestX;
-            bestY = isBest ? y : bestY;
-            bestZ = isBest ? z : bestZ;
-            bestDepth = isBest ? depth : bestDepth;
-            counts -= isNeeded;
-            *parts++ = BitsOf(isNeeded);
+        // Stores to `parts` could be to this object, for all that the compiler knows; a copy stays in
+        // registers.
+        CPartSearch search = *this;
+        for (; balls.size() >= 2; balls = balls.subspan(2), parts += 2) {
+            // Most balls neither are the deepest so far nor cover a part, so that two can be tested at once.
+            StPair pair;
+            Floats two;
+            std::memcpy(&two, balls.data(), sizeof(two));
+            search.Compare(two, pair);
+            if (IsAnySet(pair.isSpecial)) {
+                parts[0] = search.FindOne(balls[0]);
+                parts[1] = search.FindOne(balls[1]);
+                continue;
+            }
+            search.m_counts -= pair.isNeeded;
+            BitsOf(pair.isNeeded, parts[0], parts[1]);
         }
-        m_best = {bestX, bestY, bestZ};
-        m_bestDepth = bestDepth;
-        m_isOpen = isOpen;
-        m_counts = counts;
+        if (!balls.empty())
+            parts[0] = search.FindOne(balls[0]);
+        *this = search;
     }
 
     /// The number of balls found so far that a part needs.
     [[nodiscard]] std::size_t Count(std::size_t part) const {
-        return static_cast<std::size_t>(m_counts[part]);
+        return static_cast<std::size_t>(m_counts[part] + m_counts[part + c_boxLanes]);
     }
 
 private:
-    using Numbers = typename StLanes<Number>::Numbers;
-    using Mask = typename StLanes<Number>::Mask;
+    /// One lane for each part and one of two balls.
+    static constexpr std::size_t c_lanes = 2 * c_boxLanes;
+    using Numbers = typename StLanes<Number, c_lanes>::Numbers;
+    using Lane = LaneOf<Number>;
+    using Mask = typename StLanes<Lane, c_lanes>::Numbers;
 
-    /// The magnitude of a - b. Not a return value: vectors wider than the baseline's cannot be one.
-    static void Subtract(const Numbers& a, const Numbers& b, Numbers& magnitude) {
-        const Numbers difference = a - b;
-        magnitude = difference < 0 ? -difference : difference;
+    /// The members of two balls; squared radii as bits.
+    using Floats = typename StLanes<float>::Numbers;
+    static_assert(2 * sizeof(StBall) == sizeof(Floats));
+
+    /// A pair of balls, compared with the parts. Masks are 0 or -1.
+    struct StPair {
+        Numbers x;
+        Numbers y;
+        Numbers z;
+        Numbers depth; ///< at the centres of the parts
+        Mask isNeeded;
+        Mask isCovering;
+        Mask isDeepest;
+        Mask isSpecial; ///< one of these
+    };
+
+    void Compare(const Floats& balls, StPair& pair) const {
+        Numbers square;
+        Spread(balls, pair, square);
+        std::array<Numbers, 3> offsets;
+        Distance(pair.x, m_centers[0], offsets[0]);
+        Distance(pair.y, m_centers[1], offsets[1]);
+        Distance(pair.z, m_centers[2], offsets[2]);
+        pair.depth = square - (offsets[0] * offsets[0] + offsets[1] * offsets[1] + offsets[2] * offsets[2]);
+        const Numbers fall = offsets[0] * m_steps[0] + offsets[1] * m_steps[1] + offsets[2] * m_steps[2];
+        Numbers nearest{};
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            Numbers beyond;
+            PositivePart(offsets[axis] - m_halves[axis], beyond);
+            nearest += beyond * beyond;
+        }
+        Distance(pair.x, m_best[0], offsets[0]);
+        Distance(pair.y, m_best[1], offsets[1]);
+        Distance(pair.z, m_best[2], offsets[2]);
+        const Numbers slope = offsets[0] * m_steps[0] + offsets[1] * m_steps[1] + offsets[2] * m_steps[2];
+        const Numbers deeper = m_bestDepth - pair.depth;
+        Mask isIn;
+        Mask isUndominated;
+        IsNegative(nearest - square, isIn);
+        IsNegative(deeper - slope, isUndominated);
+        IsNegative(deeper, pair.isDeepest);
+        IsNegative(m_halfDiagonal + fall - pair.depth, pair.isCovering);
+        pair.isNeeded = isIn & isUndominated & m_isOpen;
+        pair.isDeepest &= pair.isNeeded;
+        pair.isCovering &= pair.isNeeded;
+        pair.isSpecial = pair.isCovering | pair.isDeepest;
     }
 
-    static std::uint8_t BitsOf(const Mask& mask) {
-        using Bytes [[gnu::vector_size(c_boxLanes)]] = signed char;
+    /// The parts that need a single ball.
+    std::uint8_t FindOne(const StBall& ball) {
+        using Single = typename StLanes<float, 4>::Numbers;
+        Single single;
+        std::memcpy(&single, &ball, sizeof(single));
+        StPair pair;
+        Compare(__builtin_shufflevector(single, single, 0, 1, 2, 3, 0, 1, 2, 3), pair);
+        m_isOpen &= ~pair.isCovering;
+        Replace(pair.isDeepest, pair.x, m_best[0]);
+        Replace(pair.isDeepest, pair.y, m_best[1]);
+        Replace(pair.isDeepest, pair.z, m_best[2]);
+        Replace(pair.isDeepest, pair.depth, m_bestDepth);
+        m_counts -= pair.isNeeded & m_isFirst;
+        std::uint8_t bits = 0;
+        std::uint8_t same = 0;
+        BitsOf(pair.isNeeded, bits, same);
+        return bits;
+    }
+
+    // Results are not return values: vectors wider than the baseline's cannot be. Masks come from signs,
+    // because not every instruction set has comparisons of the widest vectors.
+
+    static void Spread(const Floats& balls, StPair& pair, Numbers& square) {
+        using Integers = typename StLanes<std::int32_t>::Numbers;
+        using Eight = typename StLanes<Number>::Numbers;
+        Integers integers;
+        std::memcpy(&integers, &balls, sizeof(integers));
+        const Eight places = __builtin_convertvector(balls, Eight);
+        const Eight squares = __builtin_convertvector(integers, Eight);
+        pair.x = __builtin_shufflevector(places, places, 0, 0, 0, 0, 0, 0, 0, 0, 4, 4, 4, 4, 4, 4, 4, 4);
+        pair.y = __builtin_shufflevector(places, places, 1, 1, 1, 1, 1, 1, 1, 1, 5, 5, 5, 5, 5, 5, 5, 5);
+        pair.z = __builtin_shufflevector(places, places, 2, 2, 2, 2, 2, 2, 2, 2, 6, 6, 6, 6, 6, 6, 6, 6);
+        square = __builtin_shufflevector(squares, squares, 3, 3, 3, 3, 3, 3, 3, 3, 7, 7, 7, 7, 7, 7, 7, 7);
+    }
+    static void Distance(const Numbers& a, const Numbers& b, Numbers& magnitude) {
+        const Numbers difference = a - b;
+        Mask bits;
+        std::memcpy(&bits, &difference, sizeof(bits));
+        bits &= std::numeric_limits<Lane>::max();
+        std::memcpy(&magnitude, &bits, sizeof(bits));
+    }
+    static void PositivePart(const Numbers& numbers, Numbers& result) {
+        Mask bits;
+        Mask isNegative;
+        std::memcpy(&bits, &numbers, sizeof(bits));
+        IsNegative(numbers, isNegative);
+        bits &= ~isNegative;
+        std::memcpy(&result, &bits, sizeof(bits));
+    }
+    static void IsNegative(const Numbers& numbers, Mask& result) {
+        Mask bits;
+        std::memcpy(&bits, &numbers, sizeof(bits));
+        result = bits >> std::numeric_limits<Lane>::digits;
+    }
+    static void Replace(const Mask& mask, const Numbers& by, Numbers& numbers) {
+        Mask bits;
+        Mask bitsBy;
+        std::memcpy(&bits, &numbers, sizeof(bits));
+        std::memcpy(&bitsBy, &by, sizeof(bits));
+        bits = (bits & ~mask) | (bitsBy & mask);
+        std::memcpy(&numbers, &bits, sizeof(bits));
+    }
+
+    static bool IsAnySet(const Mask& mask) {
+        std::uint8_t first = 0;
+        std::uint8_t second = 0;
+        BitsOf(mask, first, second);
+        return (first | second) != 0;
+    }
+    static void BitsOf(const Mask& mask, std::uint8_t& first, std::uint8_t& second) {
+        using Bytes [[gnu::vector_size(c_lanes)]] = signed char;
         const auto bytes = __builtin_convertvector(mask, Bytes);
-        std::uint64_t word = 0;
-        std::memcpy(&word, &bytes, sizeof(word));
-        return static_cast<std::uint8_t>(PackBits(word));
+        std::array<std::uint64_t, 2> words{};
+        std::memcpy(words.data(), &bytes, sizeof(words));
+        first = static_cast<std::uint8_t>(PackBits(words[0]));
+        second = static_cast<std::uint8_t>(PackBits(words[1]));
     }
 
     std::array<Numbers, 3> m_centers;
     std::array<Numbers, 3> m_halves;
+    std::array<Numbers, 3> m_steps;
+    Numbers m_halfDiagonal{}; ///< squared
     std::array<Numbers, 3> m_best{};
     Numbers m_bestDepth = Numbers{} - std::numeric_limits<Number>::infinity();
+    Mask m_isFirst{}; ///< the lanes of the first ball
     Mask m_isOpen;
     Mask m_counts{};
 };
@@ -174,41 +266,62 @@ public:
     }
 
     void Write(std::span<const StBall> balls, std::int64_t firstX, std::int64_t length) const {
-        Numbers places{};
-        for (std::size_t lane = 0; lane < c_boxLanes; ++lane)
-            places[lane] = static_cast<Number>(lane);
         for (std::int64_t offset = 0; offset < length; offset += c_boxLanes) {
-            std::array<Numbers, c_boxLanes> greatest{};
-            Find(balls, places + static_cast<Number>(firstX + offset), greatest);
+            std::array<Lanes, c_pairs> greatest{};
+            Find(balls, static_cast<Number>(firstX + offset), greatest);
             const std::int64_t count = std::min<std::int64_t>(length - offset, c_boxLanes);
             for (std::size_t row = 0; row < m_rowCount; ++row) {
-                using Integers [[gnu::vector_size(c_boxLanes * sizeof(std::int32_t))]] = std::int32_t;
-                const auto integers = __builtin_convertvector(greatest[row], Integers);
-                std::memcpy(m_rows[row] + offset, &integers,
-                            static_cast<std::size_t>(count) * sizeof(std::int32_t));
+                using Row = typename StLanes<Lane>::Numbers;
+                using Integers = typename StLanes<std::int32_t>::Numbers;
+                Row pixels;
+                std::memcpy(&pixels, reinterpret_cast<const Lane*>(greatest.data()) + row * c_boxLanes,
+                            sizeof(pixels));
+                const auto integers = __builtin_convertvector(pixels, Integers);
+                if (count == c_boxLanes)
+                    std::memcpy(m_rows[row] + offset, &integers, sizeof(integers));
+                else
+                    std::memcpy(m_rows[row] + offset, &integers,
+                                static_cast<std::size_t>(count) * sizeof(std::int32_t));
             }
         }
     }
 
 private:
+    /// Two rows are processed at once.
+    static constexpr std::size_t c_pairs = c_boxLanes / 2;
+    using Lane = LaneOf<Number>;
     using Numbers = typename StLanes<Number>::Numbers;
+    using PairOfRows = typename StLanes<Number, 2 * c_boxLanes>::Numbers;
+    using Lanes = typename StLanes<Lane, 2 * c_boxLanes>::Numbers;
 
-    void Find(std::span<const StBall> balls, const Numbers& places,
-              std::array<Numbers, c_boxLanes>& greatest) const {
-        for (const StBall& ball : balls) {
-            const Numbers square = Numbers{} + static_cast<Number>(ball.squaredRadius);
-            const Numbers offsetX = places - static_cast<Number>(ball.x);
-            const Numbers offsetY = m_y - static_cast<Number>(ball.y);
-            const Numbers offsetZ = m_z - static_cast<Number>(ball.z);
-            const Numbers squareX = offsetX * offsetX;
+    void Find(std::span<const StBall> balls, Number firstX, std::array<Lanes, c_pairs>& greatest) const {
+        PairOfRows places;
+        for (std::size_t lane = 0; lane < 2 * c_boxLanes; ++lane)
+            places[lane] = firstX + static_cast<Number>(lane % c_boxLanes);
+        // Larger balls come later, and replace smaller ones.
+        std::array<Lanes, c_pairs> found{};
+        for (auto ball = balls.rbegin(); ball != balls.rend(); ++ball) {
+            const auto square = static_cast<Number>(ball->squaredRadius);
+            const PairOfRows offsetX = places - static_cast<Number>(ball->x);
+            const Numbers offsetY = m_y - static_cast<Number>(ball->y);
+            const Numbers offsetZ = m_z - static_cast<Number>(ball->z);
+            const PairOfRows squareX = offsetX * offsetX;
             const Numbers rests = square - (offsetY * offsetY + offsetZ * offsetZ);
-            alignas(sizeof(Numbers)) std::array<Number, c_boxLanes> restsOfRows;
-            std::memcpy(restsOfRows.data(), &rests, sizeof(rests));
-            for (std::size_t row = 0; row < c_boxLanes; ++row) {
-                const Numbers value = squareX < Numbers{} + restsOfRows[row] ? square : Numbers{};
-                greatest[row] = greatest[row] > value ? greatest[row] : value;
+            const std::array<PairOfRows, c_pairs> restsOfRows{
+                __builtin_shufflevector(rests, rests, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1),
+                __builtin_shufflevector(rests, rests, 2, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3),
+                __builtin_shufflevector(rests, rests, 4, 4, 4, 4, 4, 4, 4, 4, 5, 5, 5, 5, 5, 5, 5, 5),
+                __builtin_shufflevector(rests, rests, 6, 6, 6, 6, 6, 6, 6, 6, 7, 7, 7, 7, 7, 7, 7, 7)};
+            for (std::size_t pair = 0; pair < c_pairs; ++pair) {
+                // The sign instead of a comparison: not every instruction set compares the widest vectors.
+                const PairOfRows outside = squareX - restsOfRows[pair];
+                Lanes isIn;
+                std::memcpy(&isIn, &outside, sizeof(isIn));
+                isIn >>= std::numeric_limits<Lane>::digits;
+                found[pair] = (found[pair] & ~isIn) | (isIn & Lane{ball->squaredRadius});
             }
         }
+        greatest = found;
     }
 
     const std::array<std::int32_t*, c_boxLanes>& m_rows;

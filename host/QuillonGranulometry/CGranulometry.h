@@ -43,9 +43,9 @@ public:
     /// somewhere in every box, it would be the number of balls times that of pixels, see `CoverWithBalls`.
     /// Filtering compares each ball with those around it in addition, see `IsMaximalBall`.
     ///
-    /// Memory beside input and output: 6 to 8 bytes per pixel in common structures, of which 16 bytes for
-    /// each ball with D above 49, and 4 again for each box of 2^15 pixels or more that needs it; and per
-    /// thread 20 kB for each pixel along x. With filtering, in a 3-d image with D above 128^2, the result may
+    /// Memory beside input and output: 5 to 7 bytes per pixel in common structures, of which 16 bytes for
+    /// each ball with D above 30, and 4 again for each box of 2^15 pixels or more that needs it; and per
+    /// thread 3 kB for each pixel along x. With filtering, in a 3-d image with D above 128^2, the result may
     /// include balls that are contained in another, see `MarkMedialAxis`.
     ///
     /// Sources: G. Matheron, *Random Sets and Integral Geometry*, 1975; T. Hildebrand, P. Rueegsegger, *A new

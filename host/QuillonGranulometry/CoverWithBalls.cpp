@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -95,16 +94,20 @@ public:
         return total;
     }
 
-    /// Copies each ball to the lists of the parts that need it.
-    /// A ball is one of `balls`, in the same order; it can be an index.
+    /// Copies each ball to the lists of the parts that need it. A ball is one of `balls`, in the same order;
+    /// it can be an index. Lists need a place more than they have balls.
     template <class Ball>
     void Distribute(std::span<const Ball> balls, std::array<Ball*, c_boxLanes> lists, CWorkPace& pace) const {
         (void)ForEachPiece(
             static_cast<std::int64_t>(m_ballCount), 8, pace, [&](std::int64_t first, std::int64_t end) {
-                for (std::int64_t i = first; i < end; ++i) {
-                    const auto ball = static_cast<std::size_t>(i);
-                    for (unsigned bits = m_parts[ball]; bits != 0; bits &= bits - 1)
-                        *lists[static_cast<std::size_t>(std::countr_zero(bits))]++ = balls[ball];
+                for (auto i = static_cast<std::size_t>(first); i < static_cast<std::size_t>(end); ++i) {
+                    // Copies always, and keeps what is needed: branches would be hard to predict.
+                    const Ball ball = balls[i];
+                    const unsigned bits = m_parts[i];
+                    for (std::size_t part = 0; part < c_boxLanes; ++part) {
+                        *lists[part] = ball;
+                        lists[part] += bits >> part & 1;
+                    }
                 }
             });
     }
@@ -162,7 +165,7 @@ private:
         while (m_lists.size() <= depth)
             m_lists.emplace_back();
         std::vector<StBall>& lists = m_lists[depth];
-        lists.resize(std::max(lists.size(), m_distributor.TotalCount()));
+        lists.resize(std::max(lists.size(), m_distributor.TotalCount() + c_boxLanes));
         std::array<StBall*, c_boxLanes> ends{};
         std::array<std::span<const StBall>, c_boxLanes> ballsOfParts;
         std::size_t place = 0;
@@ -170,7 +173,7 @@ private:
             const std::size_t count = m_distributor.Count(part);
             ends[part] = lists.data() + place;
             ballsOfParts[part] = {lists.data() + place, count};
-            place += count;
+            place += count + 1;
         }
         m_distributor.Distribute(balls, ends, pace);
         for (std::size_t part = 0; part < c_boxLanes; ++part)
@@ -180,16 +183,21 @@ private:
     void Write(const StBox& box, std::span<const StBall> balls, CWorkPace& pace) const {
         const bool areFloatsExact = m_distributor.AreFloatsExact(box);
         const std::int64_t rowCount = box.size[1] * box.size[2];
+        std::int64_t nextY = box.first[1];
+        std::int64_t nextZ = box.first[2];
         for (std::int64_t first = 0; first < rowCount; first += c_boxLanes) {
             const auto count = static_cast<std::size_t>(std::min<std::int64_t>(rowCount - first, c_boxLanes));
             std::array<std::int32_t*, c_boxLanes> rows{};
             std::array<std::int64_t, c_boxLanes> y{};
             std::array<std::int64_t, c_boxLanes> z{};
             for (std::size_t row = 0; row < count; ++row) {
-                const std::int64_t place = first + static_cast<std::int64_t>(row);
-                y[row] = box.first[1] + place % box.size[1];
-                z[row] = box.first[2] + place / box.size[1];
+                y[row] = nextY;
+                z[row] = nextZ;
                 rows[row] = reinterpret_cast<std::int32_t*>(m_output.Row(y[row], z[row])) + box.first[0];
+                if (++nextY == box.first[1] + box.size[1]) {
+                    nextY = box.first[1];
+                    ++nextZ;
+                }
             }
             const auto write = [&](const auto& group) {
                 Impl::RunFor(m_vectors, [&] { group.Write(balls, box.first[0], box.size[0]); });
@@ -239,11 +247,15 @@ void Divide(const StTask& task, std::span<const StBall> balls, const CBoxShape& 
     std::array<std::uint32_t*, c_boxLanes> ends{};
     for (std::size_t part = 0; part < c_boxLanes && !pace.IsCancelled(); ++part) {
         tasks[part].box = parts[part];
-        tasks[part].balls.resize(distributor.Count(part));
+        tasks[part].balls.resize(distributor.Count(part) + 1);
         ends[part] = tasks[part].balls.data();
     }
     if (!pace.IsCancelled())
         distributor.Distribute(std::span<const std::uint32_t>(task.balls), ends, pace);
+    for (StTask& part : tasks) {
+        if (!part.balls.empty())
+            part.balls.pop_back();
+    }
 }
 
 /// Runs `body(task, balls, pace)` for all tasks, in parallel, with a copy of `body` on each thread. Frees the

@@ -18,7 +18,7 @@ namespace ORVEN {
 namespace {
 
 constexpr std::int64_t c_wordBits = 64;
-constexpr std::int64_t c_greatestReach = 6;
+constexpr std::int64_t c_greatestReach = 5;
 static_assert((c_greatestReach + 1) * (c_greatestReach + 1) >= c_greatestSmallBall);
 
 /// The extents of a block of pixels as bits, with a margin for the reach of balls around. A row of the image
@@ -123,13 +123,14 @@ public:
         , m_size(static_cast<std::size_t>(m_shape.Size()))
         , m_open(m_size)
         , m_digits(c_digitCount * m_size)
-        , m_widened((c_greatestReach + 1) * m_size) {
+        , m_centers(m_size)
+        , m_widened(static_cast<std::size_t>((c_greatestReach + 1) * ColumnSize())) {
         for (std::size_t squaredRadius = 1; squaredRadius <= c_greatestSmallBall; ++squaredRadius) {
             StBalls& balls = m_balls[squaredRadius];
             balls.rows = RowsOfBall(static_cast<std::int64_t>(squaredRadius), m_shape);
             for (const StBallRow& row : balls.rows)
-                balls.offsets.push_back(row.halfWidth * m_shape.Size() + m_shape.Place(0, row.y, row.z) -
-                                        m_shape.Place(0, 0, 0));
+                balls.offsets.push_back(row.halfWidth * ColumnSize() + PlaceInColumn(row.y, row.z) -
+                                        PlaceInColumn(0, 0));
         }
     }
 
@@ -144,7 +145,7 @@ public:
         for (std::size_t squaredRadius = c_greatestSmallBall; squaredRadius > 0; --squaredRadius) {
             if (pace.IsCancelled() || !m_isAnyOpen)
                 break;
-            const std::int64_t count = m_balls[squaredRadius].count;
+            const std::int64_t count = std::ssize(m_balls[squaredRadius].centers);
             if (count * c_wordsPerBall > m_shape.Size())
                 CoverWithMany(squaredRadius, pace);
             else if (count > 0)
@@ -161,14 +162,19 @@ private:
     /// Squared radii are stored as sets of pixels too, one for each binary digit.
     static constexpr std::size_t c_digitCount = std::bit_width(std::size_t{c_greatestSmallBall});
     /// A single ball takes as long as this number of words in the treatment of many.
-    static constexpr std::int64_t c_wordsPerBall = 64;
+    static constexpr std::int64_t c_wordsPerBall = 128;
 
+    /// A pixel of the block or its margin.
+    struct StCenter {
+        std::int32_t x;
+        std::int16_t row;
+        std::int16_t layer;
+    };
     /// All balls of one squared radius.
     struct StBalls {
         std::vector<StBallRow> rows;
         std::vector<std::int64_t> offsets; ///< of the rows in the widened sets
-        Bits centers;
-        std::int64_t count = 0;
+        std::vector<StCenter> centers;
     };
 
     /// Calls `body(row, layer)` for the rows of the block, with margins or without, that are in the image.
@@ -213,57 +219,43 @@ private:
                                            std::int64_t firstX) const {
         const std::int64_t count = std::min(c_wordBits, m_blocks.RowLength() - firstX);
         alignas(c_wordBits) std::array<std::uint8_t, c_wordBits> isOpen{};
-        for (std::int64_t i = 0; i < count; ++i) {
-            const bool isOpenPixel = distances[firstX + i] > 0 && output[firstX + i] == 0;
-            isOpen[static_cast<std::size_t>(i)] = isOpenPixel ? 1 : 0;
-        }
+        const auto find = [&](std::int64_t end) {
+            for (std::int64_t i = 0; i < end; ++i) {
+                const bool isOpenPixel = distances[firstX + i] > 0 && output[firstX + i] == 0;
+                isOpen[static_cast<std::size_t>(i)] = isOpenPixel ? 1 : 0;
+            }
+        };
+        // The constant number of steps takes half the time.
+        if (count == c_wordBits)
+            find(c_wordBits);
+        else
+            find(count);
         return PackBits(isOpen.data());
     }
 
-    /// Sets the bits of the centres of small balls, for each squared radius.
+    /// Collects the centres of small balls, for each squared radius.
     void FindCenters(CWorkPace& pace) {
-        for (StBalls& balls : m_balls) {
-            if (balls.count > 0)
-                std::ranges::fill(balls.centers, 0);
-            balls.count = 0;
-        }
+        for (StBalls& balls : m_balls)
+            balls.centers.clear();
         ForEachRow(m_shape.rowMargin, m_shape.layerMargin, 2 * m_blocks.RowLength(), pace,
                    [&](std::int64_t row, std::int64_t layer) {
                        const std::int32_t* const distances = Distances(row, layer);
-                       const std::int64_t place = m_shape.Place(0, row, layer);
                        m_blocks.ForEachCandidate(m_firstRow + row, m_firstLayer + layer, [&](std::int64_t x) {
                            if (distances[x] <= c_greatestSmallBall)
-                               AddCenter(m_balls[static_cast<std::size_t>(distances[x])], place, x);
+                               m_balls[static_cast<std::size_t>(distances[x])].centers.push_back(
+                                   {static_cast<std::int32_t>(x), static_cast<std::int16_t>(row),
+                                    static_cast<std::int16_t>(layer)});
                        });
                    });
-    }
-
-    void AddCenter(StBalls& balls, std::int64_t place, std::int64_t x) const {
-        if (balls.count++ == 0)
-            balls.centers.resize(m_size, 0);
-        balls.centers[static_cast<std::size_t>(place + x / c_wordBits * m_shape.PaddedRowCount())] |=
-            std::uint64_t{1} << x % c_wordBits;
     }
 
     /// Places each ball on its own.
     void CoverWithFew(std::size_t squaredRadius, CWorkPace& pace) {
         const StBalls& balls = m_balls[squaredRadius];
-        for (std::int64_t layer = -m_shape.layerMargin; layer < m_shape.layerCount + m_shape.layerMargin;
-             ++layer) {
-            for (std::int64_t word = 0; word < m_shape.wordCount; ++word) {
-                std::int64_t units = m_shape.PaddedRowCount();
-                for (std::int64_t row = -m_shape.rowMargin; row < m_shape.rowCount + m_shape.rowMargin;
-                     ++row) {
-                    std::uint64_t bits =
-                        balls.centers[static_cast<std::size_t>(m_shape.Place(word, row, layer))];
-                    for (; bits != 0; bits &= bits - 1) {
-                        Place(balls, squaredRadius, word * c_wordBits + std::countr_zero(bits), row, layer);
-                        units += 4 * static_cast<std::int64_t>(balls.rows.size());
-                    }
-                }
-                if (pace.Add(units))
-                    return;
-            }
+        for (const StCenter& center : balls.centers) {
+            Place(balls, squaredRadius, center.x, center.row, center.layer);
+            if (pace.Add(4 * std::ssize(balls.rows) + 4))
+                return;
         }
     }
 
@@ -293,13 +285,23 @@ private:
     /// Unites rows of all balls at once.
     void CoverWithMany(std::size_t squaredRadius, CWorkPace& pace) {
         const StBalls& balls = m_balls[squaredRadius];
-        Widen(balls.centers.data(), FloorSqrt(static_cast<std::int64_t>(squaredRadius) - 1), pace);
+        std::ranges::fill(m_centers, 0);
+        for (const StCenter& center : balls.centers)
+            m_centers[static_cast<std::size_t>(
+                m_shape.Place(center.x / c_wordBits, center.row, center.layer))] |= std::uint64_t{1}
+                                                                                    << center.x % c_wordBits;
+        if (pace.Add(m_shape.Size() / 4 + 8 * std::ssize(balls.centers)))
+            return;
+        const std::int64_t reach = FloorSqrt(static_cast<std::int64_t>(squaredRadius) - 1);
         m_isAnyOpen = false;
-        for (std::int64_t layer = 0; layer < m_shape.layerCount; ++layer) {
-            for (std::int64_t word = 0; word < m_shape.wordCount; ++word) {
+        for (std::int64_t word = 0; word < m_shape.wordCount; ++word) {
+            if (!Widen(word, reach, pace))
+                return;
+            for (std::int64_t layer = 0; layer < m_shape.layerCount; ++layer) {
                 Impl::RunFor(m_vectors, [&] {
                     for (std::int64_t row = 0; row < m_shape.rowCount; row += c_group)
-                        Unite(balls.offsets, squaredRadius, m_shape.Place(word, row, layer));
+                        Unite(balls.offsets, squaredRadius, m_shape.Place(word, row, layer),
+                              PlaceInColumn(row, layer));
                 });
                 if (pace.Add(4 * m_shape.rowCount / c_group *
                              static_cast<std::int64_t>(balls.offsets.size())))
@@ -308,42 +310,52 @@ private:
         }
     }
 
-    /// Widens the centres by 0 to `reach` pixels on both sides.
-    void Widen(const std::uint64_t* centers, std::int64_t reach, CWorkPace& pace) {
-        const std::int64_t rowCount = m_shape.PaddedRowCount();
+    /// The size of a set of pixels that is a word wide, and the place of a row in it.
+    [[nodiscard]] std::int64_t ColumnSize() const {
+        return m_shape.PaddedRowCount() * m_shape.PaddedLayerCount();
+    }
+    [[nodiscard]] std::int64_t PlaceInColumn(std::int64_t row, std::int64_t layer) const {
+        return (layer + m_shape.layerMargin) * m_shape.PaddedRowCount() + row + m_shape.rowMargin;
+    }
+
+    /// Widens the centres of one word by 0 to `reach` pixels on both sides. A single word, so that the
+    /// results stay in the cache. Returns false if cancelled.
+    bool Widen(std::int64_t word, std::int64_t reach, CWorkPace& pace) {
+        const std::int64_t rowReach = std::min(reach, m_shape.rowMargin);
+        const std::int64_t layerReach = std::min(reach, m_shape.layerMargin);
+        const std::int64_t rowCount = m_shape.rowCount + 2 * rowReach;
+        const std::int64_t columnSize = ColumnSize();
         const std::vector<std::uint64_t> none(static_cast<std::size_t>(rowCount), 0);
-        for (std::int64_t layer = 0; layer < m_shape.PaddedLayerCount(); ++layer) {
-            for (std::int64_t word = 0; word < m_shape.wordCount; ++word) {
-                const std::int64_t place = (layer * m_shape.wordCount + word) * rowCount;
-                const std::uint64_t* const own = centers + place;
-                const std::uint64_t* const before = word > 0 ? own - rowCount : none.data();
-                const std::uint64_t* const after =
-                    word + 1 < m_shape.wordCount ? own + rowCount : none.data();
-                std::uint64_t* const to = m_widened.data() + place;
-                Impl::RunFor(m_vectors, [=, this] {
-                    std::copy_n(own, rowCount, to);
-                    for (std::int64_t width = 1; width <= reach; ++width) {
-                        const std::uint64_t* const narrower = to + (width - 1) * m_shape.Size();
-                        std::uint64_t* const __restrict wider = to + width * m_shape.Size();
-                        for (std::int64_t row = 0; row < rowCount; ++row)
-                            wider[row] = narrower[row] | own[row] << width | own[row] >> width |
-                                         before[row] >> (c_wordBits - width) |
-                                         after[row] << (c_wordBits - width);
-                    }
-                });
-            }
-            if (pace.Add(m_shape.wordCount * rowCount * (reach + 1)))
-                return;
+        for (std::int64_t layer = -layerReach; layer < m_shape.layerCount + layerReach; ++layer) {
+            const std::uint64_t* const own = m_centers.data() + m_shape.Place(word, -rowReach, layer);
+            const std::uint64_t* const before = word > 0 ? own - m_shape.PaddedRowCount() : none.data();
+            const std::uint64_t* const after =
+                word + 1 < m_shape.wordCount ? own + m_shape.PaddedRowCount() : none.data();
+            std::uint64_t* const to = m_widened.data() + PlaceInColumn(-rowReach, layer);
+            Impl::RunFor(m_vectors, [=] {
+                std::copy_n(own, rowCount, to);
+                for (std::int64_t width = 1; width <= reach; ++width) {
+                    const std::uint64_t* const narrower = to + (width - 1) * columnSize;
+                    std::uint64_t* const __restrict wider = to + width * columnSize;
+                    for (std::int64_t row = 0; row < rowCount; ++row)
+                        wider[row] = narrower[row] | own[row] << width | own[row] >> width |
+                                     before[row] >> (c_wordBits - width) | after[row] << (c_wordBits - width);
+                }
+            });
+            if (pace.Add(rowCount * (reach + 1)))
+                return false;
         }
+        return true;
     }
 
     /// Covers the open pixels of a group of words.
-    void Unite(const std::vector<std::int64_t>& offsets, std::size_t squaredRadius, std::int64_t place) {
+    void Unite(const std::vector<std::int64_t>& offsets, std::size_t squaredRadius, std::int64_t place,
+               std::int64_t placeInColumn) {
         Words open;
         std::memcpy(&open, m_open.data() + place, sizeof(open));
         if (!IsAnySet(open))
             return;
-        const std::uint64_t* const widened = m_widened.data() + place;
+        const std::uint64_t* const widened = m_widened.data() + placeInColumn;
         Words united{};
         for (const std::int64_t offset : offsets) {
             Words words;
@@ -354,6 +366,8 @@ private:
         open ^= united;
         std::memcpy(m_open.data() + place, &open, sizeof(open));
         m_isAnyOpen = m_isAnyOpen || IsAnySet(open);
+        if (!IsAnySet(united))
+            return;
         for (std::size_t digit = 0; digit < c_digitCount; ++digit) {
             if ((squaredRadius >> digit & 1) == 0)
                 continue;
@@ -414,7 +428,8 @@ private:
     std::array<StBalls, c_greatestSmallBall + 1> m_balls; ///< by squared radius
     Bits m_open;                                          ///< the pixels that no ball contains so far
     Bits m_digits;                                        ///< the digits of the results, by digit
-    Bits m_widened; ///< the centres of one squared radius, by half width
+    Bits m_centers;                                       ///< of one squared radius
+    Bits m_widened;                                       ///< the same in one word of each row, by half width
     bool m_isAnyOpen = false;
     std::int64_t m_firstRow = 0;
     std::int64_t m_firstLayer = 0;

@@ -86,29 +86,6 @@ TEST_F(ChainCommand, EndsAsRunDoes) {
     EXPECT_EQ(
         refused.err,
         "quillon: step 'b': SegmNiblack does not take the result of step 'a' (binary, 5 x 3 x 2); it takes "
-        "grey8, grey16, grey32 or greyf of 1, 2 or 3 dimensions; it is binary: a step before has to make it "
-        "grey8\n");
-    const StEnd missing = RunChain(echo + R"({"id": "b", "plugin": "Echo", "input": "b.nrrd"})", {"in.nrrd"});
-    EXPECT_EQ(missing.status, 4);
-    EXPECT_EQ(missing.err, "quillon: step 'b': 'b.nrrd' is neither a step nor a file\n");
-    std::ofstream(folder / "chain.json") << "[";
-    const StEnd text = Run({"chain", "chain.json", "in.nrrd"});
-    EXPECT_EQ(text.status, 4);
-    EXPECT_EQ(text.err, "quillon: 'chain.json' is not valid JSON\n");
-    const StEnd box = RunChain(R"({"id": "a", "plugin": "Dialog", "answers": {"nobody": "x"}})",
-                               {"in.nrrd", "-o", "o.nrrd"});
-    EXPECT_EQ(box.status, 2);
-    EXPECT_EQ(box.err, "quillon: step 'a': no dialog had an input named 'nobody', so the plug-in ran without "
-                       "that answer\n");
-}
-
-TEST_F(ChainCommand, ReplacesAnInputOnlyWhenTold) {
-    const std::string echo = R"({"id": "a", "plugin": "Echo"})";
-    const StEnd refused = RunChain(echo, {"in.nrrd", "-o", "in.nrrd"});
-    EXPECT_EQ(refused.status, 2);
-    EXPECT_EQ(
-        refused.err,
-        "quillon: step 'b': SegmNiblack does not take the result of step 'a' (binary, 5 x 3 x 2); it takes "
         "grey8, grey16, grey32 or greyf of 2 or 3 dimensions, at least 2 pixels along each axis; it is "
         "binary: a step before has to make it grey8\n");
     const StEnd missing = RunChain(echo + R"({"id": "b", "plugin": "Echo", "input": "b.nrrd"})", {"in.nrrd"});

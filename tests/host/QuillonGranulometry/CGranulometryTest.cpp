@@ -405,6 +405,18 @@ TEST(Granulometry, EqualsAllBallsPaintedOnLargeBlobs) {
     }
 }
 
+/// Work is divided into blocks of rows and layers, and small balls are treated in words of pixels.
+TEST(Granulometry, EqualsAllBallsPaintedAcrossBlocks) {
+    std::mt19937 random(23);
+    const auto image = Blobs(CSize(130, 70, 40), random, 600, 5.0);
+    const auto large = Blobs(CSize(130, 70, 40), random, 12, 12.0);
+    const CImageView<unsigned char> pixels(*image);
+    const CImageView<const unsigned char> others(*large);
+    std::transform(pixels.Row(0, 0), pixels.Row(0, 0) + pixels.PixelCount(), others.Row(0, 0),
+                   pixels.Row(0, 0), std::bit_or<>());
+    ExpectAsThePaintingTwin(*image);
+}
+
 /// Straight walls have many equal balls.
 TEST(Granulometry, EqualsAllBallsPaintedInBoxesAndPlates) {
     for (const CSize& size : {CSize(36, 32, 34), CSize(70, 26, 27), CSize(9, 50, 50), CSize(90, 100)})

@@ -1,0 +1,170 @@
+"""Measures how time and memory of each plug-in grow with a volume whose structures grow along.
+
+growth.py BENCH PACK SCAN DOCUMENT EDGE SECONDS [PLUGIN ...]
+
+BENCH is the program GrowthBench, PACK the library of plug-ins and SCAN a cube of 8-bit values. Volumes have edges from 64 up
+to EDGE, doubled each time. Each of them is a child process of its own. A run that would take more than SECONDS, judging by the
+next smaller volume, is left out, and so are larger ones; one that takes much longer nevertheless is stopped. The table replaces
+the one between the markers in DOCUMENT, unless plug-ins are named.
+"""
+
+import datetime
+import math
+import operator
+import platform
+import resource
+import signal
+import subprocess
+import sys
+from pathlib import Path
+
+STRUCTURES = ["spheres", "solid", "foam", "scan"]
+BEGIN = "<!-- script/bench growth: begin -->"
+# A time that is too short to be measured.
+UNKNOWN = ""
+END = "<!-- script/bench growth: end -->"
+# Structures that grow by a factor of 4 in length may take 1.5 times as long per pixel.
+GOAL = 1 + math.log(1.5) / math.log(4**3)
+
+# Plug-in, name of the mode, pixel type, arguments for an edge of n. Lengths grow along.
+CASES = [
+    ("ConvexifyObjects", "", "binary", lambda _: []),
+    ("CylinderMask", "", "grey8", lambda n: [f"s={n / 2}", f"t={n / 2}", f"radius={n / 2}"]),
+    ("EuclideanSkeleton", "", "binary", lambda _: []),
+    ("ExactBisector", "", "binary", lambda _: []),
+    ("ExactMedialAxis", "", "binary", lambda _: []),
+    ("FeatureToImage", "", "grey8", lambda _: ["after=FieldFeaturesGrayValueImage"]),
+    ("FieldFeaturesGrayValueImage", "", "grey8", lambda _: []),
+    ("GaussFilter", "sigma n/64", "grey8", lambda n: [f"sigma={n / 64}"]),
+    ("Granulometry", "image", "binary", lambda _: ["returnImage=true"]),
+    ("Granulometry", "balls", "binary",
+     lambda _: ["returnImage=true", "experimental=true", "medialaxispoint-filtered=true"]),
+    ("LinearDt", "", "binary", lambda _: ["direction=x"]),
+    ("LocalEulerNumber", "", "binary", lambda _: []),
+    ("LocalFiberDirections", "radius n/64", "grey8", lambda n: [f"fiber_radius={n / 64}"]),
+    ("MarkSimplePoints", "", "binary", lambda _: []),
+    ("PartialDerivative", "", "greyf", lambda _: []),
+    ("PointwiseRelation", "", "grey8", lambda _: ["Image2=volume"]),
+    ("SegmNiblack", "window n/16", "grey8", lambda n: [f"windowsize={n // 16}"]),
+    ("SegmSauvola", "window n/16", "grey8", lambda n: [f"windowsize={n // 16}"]),
+    ("Skeleton", "", "binary", lambda _: []),
+    ("SphericalMorphology", "closing, radius n/16", "binary", lambda n: ["operation=closing", f"radius={n // 16}"]),
+    ("VoronoiEdtPlugin", "", "binary", lambda _: ["ComputeOn=foreground"]),
+    ("Watershed", "", "grey8", lambda _: []),
+    ("Watershed", "preflood n^3/1000", "grey8", lambda n: ["type=preflood", f"nParameter={n**3 // 1000}"]),
+]
+
+
+def available_bytes():
+    with open("/proc/meminfo", encoding="ascii") as file:
+        return next(int(line.split()[1]) * 1024 for line in file if line.startswith("MemAvailable:"))
+
+
+def measure(bench, pack, scan, structure, edge, case, limit):
+    """Seconds, bytes and the longest stretch in ms; or what kept the run from ending."""
+    plugin, _, kind, arguments_for = case
+    memory = available_bytes()
+    command = [bench, pack, scan, structure, str(edge), kind, plugin, *arguments_for(edge)]
+    most_seconds = math.ceil(60 + 10 * limit)
+
+    def set_limits():
+        # Processor time, because other programs may take most of the machine's.
+        resource.setrlimit(resource.RLIMIT_CPU, (most_seconds, most_seconds))
+        resource.setrlimit(resource.RLIMIT_DATA, (memory, memory))
+
+    end = subprocess.run(command, capture_output=True, text=True, check=False, preexec_fn=set_limits)
+    if end.returncode in (-signal.SIGXCPU, -signal.SIGKILL):
+        return f"> {most_seconds} s"
+    if end.returncode != 0:
+        print(f"growth: {' '.join(command)}: {end.stderr.strip()}", file=sys.stderr)
+        return "memory" if "bad_alloc" in end.stderr or "memory" in end.stderr else "fails"
+    figures = [float(word) for word in end.stdout.split()]
+    # Processor time is counted coarsely on some virtual machines.
+    return figures if figures[0] > 0 else UNKNOWN
+
+
+def exponent(cells):
+    """The slope of a line through the logarithms of pixels and seconds, by least squares."""
+    points = [(3 * math.log(edge), math.log(cell[0])) for edge, cell in cells.items() if edge >= 128]
+    if len(points) < 2:
+        return None
+    mean_x, mean_y = (sum(values) / len(points) for values in zip(*points))
+    return (sum((x - mean_x) * (y - mean_y) for x, y in points)
+            / sum((x - mean_x) ** 2 for x, y in points))
+
+
+def row(case, structure, edges, cells):
+    """A row of the table. `cells` are the measurements by edge; the last may be a text."""
+    done = {edge: cell for edge, cell in cells.items() if not isinstance(cell, str)}
+    times = [f"{1e9 * done[edge][0] / edge**3:.2f}" if edge in done else cells.get(edge, "") for edge in edges]
+    slope = exponent(done)
+    growth = "" if slope is None else f"{slope:.2f}" if slope <= GOAL else f"**{slope:.2f}**"
+    memory = pause = ""
+    if done:
+        largest = max(done)
+        memory = f"{done[largest][1] / largest**3:.1f}"
+        pause = f"{max(cell[2] for cell in done.values()):.0f}"
+    name = case[0] + (f", {case[1]}" if case[1] else "")
+    return f"| {name} | {structure} | {' | '.join(times)} | {growth} | {memory} | {pause} |"
+
+
+def processor():
+    with open("/proc/cpuinfo", encoding="utf-8") as file:
+        return next((line.split(":")[1].strip() for line in file if line.startswith("model name")), platform.machine())
+
+
+def system():
+    return platform.freedesktop_os_release().get("PRETTY_NAME", platform.system())
+
+
+def heading(edges):
+    version = subprocess.run(["git", "rev-parse", "--short", "HEAD"], capture_output=True, text=True, check=False)
+    compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=False)
+    memory = subprocess.run(["getconf", "_PHYS_PAGES"], capture_output=True, text=True, check=True)
+    return [
+        f"Measured {datetime.date.today()} on {processor()}, {int(memory.stdout) * 4096 / 2**30:.0f} GiB, {system()}, "
+        f"{compiler.stdout.splitlines()[0] if compiler.stdout else 'unknown compiler'}, revision {version.stdout.strip()}.",
+        "",
+        f"| plug-in | structure | {' | '.join(f'{edge}^3' for edge in edges)} | exponent | bytes | ms |",
+        "|---|---|" + "---:|" * (len(edges) + 3),
+    ]
+
+
+def replace_table(path, lines):
+    """Replaces rows of the table in a document; `lines` begin with the three lines before the table and its heading."""
+    before, rest = path.read_text(encoding="utf-8").split(BEGIN)
+    earlier, after = rest.split(END)
+    head, rows = lines[:4], lines[4:]
+    key = operator.itemgetter(1, 2)  # plug-in and structure
+    if head[2] in earlier:
+        done = {key(line.split("|")) for line in rows}
+        rows += [line for line in earlier.split(head[3] + "\n")[1].splitlines() if key(line.split("|")) not in done]
+    order = [case[0] + (f", {case[1]}" if case[1] else "") for case in CASES]
+    rows.sort(key=lambda line: (order.index(line.split("|")[1].strip()), STRUCTURES.index(line.split("|")[2].strip())))
+    path.write_text(before + "\n".join([BEGIN, *head, *rows, END]) + after, encoding="utf-8")
+
+
+def main():
+    bench, pack, scan, document, edge, limit, *wanted = sys.argv[1:]
+    limit = float(limit)
+    edges = [2**power for power in range(6, int(math.log2(int(edge))) + 1)]
+    lines = heading(edges)
+    print("\n".join(lines))
+    for case in CASES:
+        if wanted and case[0] not in wanted:
+            continue
+        for structure in STRUCTURES:
+            cells = {}
+            for edge in edges:
+                cells[edge] = measure(bench, pack, scan, structure, edge, case, limit)
+                if cells[edge] != UNKNOWN and (isinstance(cells[edge], str) or 8 * cells[edge][0] > limit):
+                    break
+            lines.append(row(case, structure, edges, cells))
+            print(lines[-1], flush=True)
+    replace_table(Path(document), lines)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 7:
+        sys.exit(__doc__)
+    main()
