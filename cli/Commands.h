@@ -15,5 +15,6 @@ void AddConvertCommand(CArgumentParser& program);
 void AddPreviewCommand(CArgumentParser& program);
 void AddPlotCommand(CArgumentParser& program);
 void AddTableCommand(CArgumentParser& program);
+void AddValidateCommand(CArgumentParser& program);
 
 } // namespace cli

@@ -74,6 +74,7 @@ int main(int argumentCount, char** arguments) {
     AddPreviewCommand(program);
     AddTableCommand(program);
     AddPlotCommand(program);
+    AddValidateCommand(program);
     const int status = Run(program, argumentCount, arguments);
     const auto lost = FlushStandardOutput();
     if (!lost || status != STATUS_DONE)

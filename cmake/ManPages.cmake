@@ -34,6 +34,7 @@ quillon_man_page(quillon-convert quillon " convert" "change format, pixel type o
 quillon_man_page(quillon-preview quillon " preview" "make a picture of an image file")
 quillon_man_page(quillon-table quillon " table" "write a measurement as a table")
 quillon_man_page(quillon-plot quillon " plot" "plot a measurement")
+quillon_man_page(quillon-validate quillon " validate" "check that a pack keeps the rules of its contract")
 quillon_man_page(quillon-lut quillon-lut "" "look-up tables for the medial axis and the bisector")
 
 add_custom_target(man ALL DEPENDS ${pages})

@@ -40,4 +40,6 @@ offers "false true" run Granulometry scan.nrrd -p onForeground =
 offers "scan.nrrd" run Watershed scan.nrrd -p markerimage = sc
 offers "grey16 grey32 grey8 greyf" convert scan.nrrd b.nrrd --as g
 offers "--cumulative" plot --cu
+offers "SegmNiblack SegmSauvola" validate Segm
+offers "--only-failed" validate --only
 exit $failures
