@@ -42,6 +42,11 @@ COption CCommand::AddPositionals(const std::string& name, std::vector<std::strin
     return COption(m_command->add_option(name, values, description)->required()->option_text(" "));
 }
 
+COption CCommand::AddOptionalPositionals(const std::string& name, std::vector<std::string>& values,
+                                         const std::string& description) {
+    return COption(m_command->add_option(name, values, description)->option_text(" "));
+}
+
 COption CCommand::AddOption(const std::string& names, std::string& value, const std::string& description,
                             const std::string& form) {
     return COption(m_command->add_option(names, value, description)->option_text(form));

@@ -48,6 +48,9 @@ public:
     /// One or more arguments without names of their own.
     COption AddPositionals(const std::string& name, std::vector<std::string>& values,
                            const std::string& description);
+    /// The same for arguments that can be left out.
+    COption AddOptionalPositionals(const std::string& name, std::vector<std::string>& values,
+                                   const std::string& description);
     /// An option with one value. `names` is "--long" or "-s,--long"; `form` stands for the value in the help.
     COption AddOption(const std::string& names, std::string& value, const std::string& description,
                       const std::string& form);

@@ -17,5 +17,6 @@ void AddPlotCommand(CArgumentParser& program);
 void AddTableCommand(CArgumentParser& program);
 void AddChainCommand(CArgumentParser& program);
 void AddRepeatCommand(CArgumentParser& program);
+void AddValidateCommand(CArgumentParser& program);
 
 } // namespace cli

@@ -76,6 +76,7 @@ int main(int argumentCount, char** arguments) {
     AddPlotCommand(program);
     AddChainCommand(program);
     AddRepeatCommand(program);
+    AddValidateCommand(program);
     const int status = Run(program, argumentCount, arguments);
     const auto lost = FlushStandardOutput();
     if (!lost || status != STATUS_DONE)

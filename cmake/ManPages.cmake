@@ -36,6 +36,7 @@ quillon_man_page(quillon-table quillon " table" "write a measurement as a table"
 quillon_man_page(quillon-plot quillon " plot" "plot a measurement")
 quillon_man_page(quillon-chain quillon " chain" "run several plug-ins, as a JSON file says")
 quillon_man_page(quillon-repeat quillon " repeat" "repeat the runs that made a file")
+quillon_man_page(quillon-validate quillon " validate" "check that a pack keeps the rules of its contract")
 quillon_man_page(quillon-lut quillon-lut "" "look-up tables for the medial axis and the bisector")
 
 add_custom_target(man ALL DEPENDS ${pages})

@@ -100,6 +100,11 @@ _quillon() {
     --unit) COMPREPLY=($(compgen -W $'m\nmm\num\nnm' -- "$current")) ; return ;;
     --axis) COMPREPLY=($(compgen -W $'x\ny\nz' -- "$current")) ; return ;;
     esac
+    if [[ $_quillon_command == validate && $previous != --seed && $previous != --reproduce && $current != -* ]]; then
+        COMPREPLY=($(compgen -W "$(_quillon_plugins)" -- "$current") $(compgen -f -- "$current"))
+        compopt -o filenames 2>/dev/null || true
+        return
+    fi
     if [[ $current == -* ]]; then
         COMPREPLY=($(compgen -W "$(_quillon_options quillon "$_quillon_command")" -- "$current"))
     elif [[ $_quillon_command == @(run|describe) && -z $_quillon_plugin && $previous != --pack ]]; then

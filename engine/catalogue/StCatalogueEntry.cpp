@@ -226,6 +226,25 @@ StAlternatives ParseAlternatives(const CJson& object, const std::string& place) 
     return alternatives;
 }
 
+std::vector<StDeviation> ParseDeviations(const CJson& list, const std::string& place) {
+    if (!list.IsArray())
+        throw std::runtime_error("catalogue: " + place + ": is not a list");
+    std::vector<StDeviation> deviations;
+    for (const CJson& object : list.Elements()) {
+        CMemberReader reader(object, place);
+        StDeviation deviation{reader.Get<std::string>("rule"), reader.Get<std::string>("reason")};
+        reader.RefuseOthers();
+        if (deviation.reason.empty())
+            reader.Fail("needs a 'reason'");
+        for (const StDeviation& earlier : deviations) {
+            if (earlier.rule == deviation.rule)
+                reader.Fail("'" + deviation.rule + "' is listed twice");
+        }
+        deviations.push_back(std::move(deviation));
+    }
+    return deviations;
+}
+
 EnSpacingUse SpacingUseOfWord(const std::string& word, const CMemberReader& reader) {
     for (const auto& [known, use] : c_spacingWords) {
         if (word == known)
@@ -281,6 +300,8 @@ void ParseOptionalMembers(CMemberReader& reader, StCatalogueEntry& entry) {
         entry.spacingUse = SpacingUseOfWord(reader.Get<std::string>("usesSpacing"), reader);
     entry.bytesPerVoxel = ParseBytes("bytesPerVoxel", reader);
     entry.fixedBytes = ParseBytes("fixedBytes", reader);
+    if (const CJson* deviations = reader.Find("deviations"))
+        entry.deviations = ParseDeviations(*deviations, entry.name + ": deviations");
     if (const CJson* scale = reader.Find("resultScale")) {
         CMemberReader keys(*scale, entry.name + ": resultScale");
         entry.scaleFactor = keys.Get<std::string>("factor", "");

@@ -79,6 +79,12 @@ enum EnSpacingUse {
     SPACING_REQUIRES_EQUAL ///< it refuses such an image
 };
 
+/// A rule of the contract that a plug-in breaks on purpose.
+struct StDeviation {
+    std::string rule; ///< its name, as `quillon validate --list` shows it
+    std::string reason;
+};
+
 /// The catalogue's description of one plug-in.
 struct StCatalogueEntry {
     std::string name;
@@ -106,6 +112,7 @@ struct StCatalogueEntry {
     std::map<std::string, double> fixedBytes; ///< the same for memory that does not grow with the image
     std::string scaleFactor; ///< key of the number of new pixels for each old one along each axis
     std::string scaleLength; ///< key of the edge of new pixels
+    std::vector<StDeviation> deviations;
     CJson source;
 
     /// The parameter with that key; null if there is none.

@@ -49,6 +49,12 @@ int DigitsOf(std::int64_t count, int least) {
     return std::max(least, static_cast<int>(std::to_string(std::max<std::int64_t>(count - 1, 0)).size()));
 }
 
+/// Makes the key before the value is released: if memory runs out in between, the value must have an owner.
+/// Short keys need no memory.
+void Store(CValueMap& map, const CValue_Key& key, std::unique_ptr<CValue> value) {
+    map.SetEntry(key, value.release());
+}
+
 /// Creates the entries of parts of the field.
 class CPartEntries {
 public:
@@ -59,8 +65,8 @@ public:
     [[nodiscard]] std::unique_ptr<CValueMap> Of(const StDirectionSum& sum, const StPixelBox& box) const {
         const StFiberFigures figures(sum, m_dimension);
         auto map = MapOfRegion(figures, sum, box, m_dimension);
-        map->SetEntry("Difference to global direction",
-                      new CValueDouble(AngleBetween(figures.mainDirection, m_fieldDirection)));
+        Store(*map, "Difference to global direction",
+              std::make_unique<CValueDouble>(AngleBetween(figures.mainDirection, m_fieldDirection)));
         return map;
     }
 
@@ -97,7 +103,7 @@ std::unique_ptr<CValueMap> MapOfSubfields(const CDirectionSums& sums, const StPi
                 const std::string name = CStringTools::Printf(
                     "Subfield z%0*lld y%0*lld x%0*lld", digits[2], static_cast<long long>(index[2]),
                     digits[1], static_cast<long long>(index[1]), digits[0], static_cast<long long>(index[0]));
-                map->SetEntry(name, entries.Of(sums.Subfield(index), box).release());
+                Store(*map, name, entries.Of(sums.Subfield(index), box));
                 if (pace.Add(c_unitsPerEntry))
                     return map;
             }
@@ -118,9 +124,9 @@ std::unique_ptr<CValueMap> MapOfProfile(const CDirectionSums& sums, const StPixe
         box.end[axis] = position + 1;
         auto slice = entries.Of(sums.Slice(axis, position), box);
         slice->SetEntry("Slice position", new CValueLong(static_cast<std::int32_t>(position)));
-        slice->SetEntry("Number of subfields", new CValueString("n/a", CString::NPOS));
-        map->SetEntry(CStringTools::Printf("Slice %0*lld", digits, static_cast<long long>(position)),
-                      slice.release());
+        Store(*slice, "Number of subfields", std::make_unique<CValueString>("n/a", CString::NPOS));
+        Store(*map, CStringTools::Printf("Slice %0*lld", digits, static_cast<long long>(position)),
+              std::move(slice));
     }
     return map;
 }
@@ -234,21 +240,20 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     const StFiberFigures field(fieldSum, scale.dimension);
     const CPartEntries entries(field, scale.dimension);
     auto result = std::make_unique<CValueMap>();
-    result->SetEntry(sFieldFiberDirectionsId,
-                     MapOfRegion(field, fieldSum, scale.area, scale.dimension).release());
+    Store(*result, sFieldFiberDirectionsId, MapOfRegion(field, fieldSum, scale.area, scale.dimension));
     if (hasSubfields) {
         auto subfields = MapOfSubfields(sums, scale.area, subfieldSize, entries, pace);
         const double length = static_cast<double>(subfieldSize[0]) * scale.spacing[0];
         subfields->SetEntry("Subfield size", new CValueDouble(length));
         subfields->SetEntry("Subfield step", new CValueDouble(length));
-        result->SetEntry(sSubfieldFiberDirectionsId, subfields.release());
+        Store(*result, sSubfieldFiberDirectionsId, std::move(subfields));
     }
     if (!isFieldOnly) {
         auto profiles = std::make_unique<CValueMap>();
         for (std::size_t axis = 0; axis < scale.dimension; ++axis)
             profiles->SetEntry(c_profileKeys[axis],
                                MapOfProfile(sums, scale.area, axis, entries, pace).release());
-        result->SetEntry(sSubfieldProfiles, profiles.release());
+        Store(*result, sSubfieldProfiles, std::move(profiles));
     }
     if (pace.IsCancelled())
         return nullptr;
@@ -316,7 +321,7 @@ void CSubfieldFiberDirections::RepackMeasuredFeaturesForQuillon(CValueMap& tree,
         view->SetEntry("extra", extra->Clone(CValue::TF_KEEP));
     auto views = std::make_unique<CValueVector>();
     views->PushBack(view.release());
-    tree.SetEntry("output/views/create", views.release());
+    Store(tree, "output/views/create", std::move(views));
 }
 
 void CSubfieldFiberDirections::RequireMeasurable(const IImage& image, const IImage* mask) const {

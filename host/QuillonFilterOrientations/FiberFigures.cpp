@@ -15,12 +15,14 @@ namespace {
 constexpr std::array c_axisNames{"x", "y", "z"};
 constexpr std::array c_tensorNames{"xx", "xy", "xz", "yy", "yz", "zz"};
 
-void SetDouble(CValueMap& map, const std::string& key, double value) {
+// Keys are made by the callers: making one can raise, and nobody owns a value that is not in the map yet.
+
+void SetDouble(CValueMap& map, const CValue_Key& key, double value) {
     map.SetEntry(key, new CValueDouble(value));
 }
 
 /// A pixel position. No image with more than 2^31 pixels along an axis fits into memory.
-void SetPosition(CValueMap& map, const std::string& key, std::int64_t value) {
+void SetPosition(CValueMap& map, const CValue_Key& key, std::int64_t value) {
     map.SetEntry(key, new CValueLong(static_cast<std::int32_t>(value)));
 }
 

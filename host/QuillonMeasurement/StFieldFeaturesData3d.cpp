@@ -6,14 +6,18 @@ namespace ORVEN {
 
 StFieldFeaturesData3d::operator CValueMap() const {
     CValueMap map;
-    map.SetEntry("V_V", new CValueDouble(volumeDensity));
-    map.SetEntry("S_V [m^-1]", new CValueDouble(surfaceDensity));
-    map.SetEntry("M_V [m^-2]", new CValueDouble(meanCurvatureDensity));
-    map.SetEntry("K_V [m^-3]", new CValueDouble(totalCurvatureDensity));
-    map.SetEntry("Euler number density [m^-3]", new CValueDouble(eulerNumberDensity));
-    map.SetEntry("Mean chord length [m]", new CValueDouble(meanChordLength));
-    map.SetEntry("Structure model index", new CValueDouble(structureModelIndex));
-    map.SetEntry("Blocks", new CValueDouble(blockCount));
+    // The key is made first: it can raise, and nobody owns a value that is not in the map yet.
+    const auto set = [&map](const CValue_Key& key, double value) {
+        map.SetEntry(key, new CValueDouble(value));
+    };
+    set("V_V", volumeDensity);
+    set("S_V [m^-1]", surfaceDensity);
+    set("M_V [m^-2]", meanCurvatureDensity);
+    set("K_V [m^-3]", totalCurvatureDensity);
+    set("Euler number density [m^-3]", eulerNumberDensity);
+    set("Mean chord length [m]", meanChordLength);
+    set("Structure model index", structureModelIndex);
+    set("Blocks", blockCount);
     return map;
 }
 

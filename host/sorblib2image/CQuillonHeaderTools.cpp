@@ -138,7 +138,9 @@ bool CQuillonHeaderTools::GetMaxDistance(const IImage& image, double& distance) 
 }
 
 void CQuillonHeaderTools::SetMinMax(IImage& image, double minimum, double maximum) {
-    const CValueVector range(new CValueDouble(minimum), new CValueDouble(maximum));
+    CValueVector range;
+    for (const double end : {minimum, maximum})
+        range.PushBack(new CValueDouble(end)); // one by one, so that neither is lost if memory runs out
     SetMetaInfo(image, c_sMetaMinMax.c_str(), range);
 }
 
@@ -154,13 +156,14 @@ bool CQuillonHeaderTools::GetNumberOfLabels(const IImage& image, std::size_t& co
 }
 
 void CQuillonHeaderTools::SetNumberOfLabels(IImage& image, std::size_t count) {
+    const CValue_Key key(c_numberOfLabels); // first, because it can raise and nobody owns the value below
     // An integer value has 32 bits; a double represents every larger count of labels exactly.
     CValue* value = nullptr;
     if (count <= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
         value = new CValueLong(static_cast<std::int32_t>(count));
     else
         value = new CValueDouble(static_cast<double>(count));
-    image.Attributes().SetEntry(c_numberOfLabels, value);
+    image.Attributes().SetEntry(key, value);
 }
 
 void CQuillonHeaderTools::RemoveMeaningOfPixels(IImage& image) {

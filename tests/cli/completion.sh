@@ -73,4 +73,6 @@ offers "chain.json" chain ch
 offers "scan.nrrd" chain chain.json sc
 offers "scan.nrrd" repeat result.nrrd --on sc
 offers "--chain" info --c
+offers "SegmNiblack SegmSauvola" validate Segm
+offers "--only-failed" validate --only
 exit $failures

@@ -51,6 +51,22 @@ TEST(Catalogue, ReadsEveryEntryOfThePack) {
     EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end());
 }
 
+TEST(Catalogue, ReadsDeviations) {
+    nlohmann::json entry = SoundEntry();
+    entry["deviations"] = {{{"rule", "a.b"}, {"reason", "because"}}};
+    ASSERT_EQ(Parse(entry).deviations.size(), 1U);
+    EXPECT_EQ(Parse(entry).deviations[0].rule, "a.b");
+    EXPECT_EQ(Parse(entry).deviations[0].reason, "because");
+    entry["deviations"][0]["reason"] = "";
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: deviations: needs a 'reason'");
+    entry["deviations"] = {{{"rule", "a.b"}, {"reason", "x"}}, {{"rule", "a.b"}, {"reason", "y"}}};
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: deviations: 'a.b' is listed twice");
+    entry["deviations"] = {{{"reason", "x"}}};
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: deviations: lacks 'rule'");
+    entry["deviations"] = "none";
+    EXPECT_EQ(Complaint(entry), "catalogue: Thing: deviations: is not a list");
+}
+
 TEST(Catalogue, KeepsSummariesShortEnoughForOneLine) {
     const CCatalogue catalogue = PackCatalogue();
     for (const StCatalogueEntry& entry : catalogue.Entries())
