@@ -85,7 +85,7 @@ TEST(ValidateCommand, EndsWithOneLineForAPackThatCannotBeUsed) {
     std::ofstream(text) << "hello";
     const StEnd noLibrary = Quillon({"validate", text});
     EXPECT_EQ(noLibrary.status, 4);
-    EXPECT_EQ(noLibrary.err, "quillon: cannot load the pack: " + text + ": file too short\n");
+    EXPECT_EQ(noLibrary.err, "quillon: cannot load the pack '" + text + "': it is not a shared library\n");
 
     const std::string plain = folder / "libPlain.so";
     std::filesystem::copy_file(QUILLON_BAD_PACK, plain);

@@ -72,7 +72,7 @@ offers "repeat" rep
 offers "chain.json" chain ch
 offers "scan.nrrd" chain chain.json sc
 offers "scan.nrrd" repeat result.nrrd --on sc
-offers "--chain" info --c
+offers "--chain" info --chai
 offers "SegmNiblack SegmSauvola" validate Segm
 offers "--only-failed" validate --only
 exit $failures

@@ -62,7 +62,11 @@ void* WaitForEver(void* /*nothing*/) {
         pause();
 }
 
+/// Starts a thread that never ends. The library stays loaded from then on, as the thread needs its code.
 void StartThread() {
+    Dl_info self{};
+    dladdr(reinterpret_cast<const void*>(&StartThread), &self);
+    dlopen(self.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     constexpr std::size_t smallStack = 65536;
