@@ -131,6 +131,8 @@ void ValidateAll(std::vector<StPlan>& plans, const StValidateOptions& options) {
     }
     if (broken > 0)
         EndBroken(broken);
+    if (!options.asJson)
+        std::printf("No rule is broken.\n");
 }
 
 void ReproduceOne(const std::vector<StPlan>& plans, const StCase& one, bool asJson) {

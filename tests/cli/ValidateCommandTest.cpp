@@ -136,6 +136,14 @@ TEST(ValidateCommand, ReportsABrokenRuleWithItsCase) {
                             c_case + ")");
 }
 
+TEST(ValidateCommand, SaysSoIfNoRuleIsBroken) {
+    const StEnd end = Quillon({"validate", "QuillonPack", "GranulometryExport", "--only-failed"});
+    EXPECT_EQ(end.status, 0);
+    const std::vector<std::string> lines = LinesOf(end.out);
+    ASSERT_EQ(lines.size(), 2U) << end.out;
+    EXPECT_EQ(lines[1], "No rule is broken.");
+}
+
 TEST(ValidateCommand, ReportsRulesAsAnObjectPerLine) {
     const CPixelChanger pack;
     const StEnd end = pack.Validate({"image.keeps-the-pixels", "--json"});
