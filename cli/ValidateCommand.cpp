@@ -113,7 +113,7 @@ void Print(const StPlan& plan, const StValidateOptions& options, const std::stri
 std::string Heading(const StPlan& plan) {
     return plan.packName + " " + plan.catalogue.Version() + " (" + plan.packPath + "), " +
            std::to_string(Rules().size()) + " rules, seed " + std::to_string(plan.seed) +
-           (HasMemoryLimit() ? "" : ", no limit on memory in this build");
+           (c_hasMemoryLimit ? "" : ", no limit on memory in this build");
 }
 
 void ValidateAll(std::vector<StPlan>& plans, const StValidateOptions& options) {

@@ -289,12 +289,4 @@ StResult Reproduce(const StPlan& plan, const StCase& one) {
     });
 }
 
-bool HasMemoryLimit() {
-#ifdef __SANITIZE_ADDRESS__
-    return false;
-#else
-    return true;
-#endif
-}
-
 } // namespace validate

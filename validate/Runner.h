@@ -50,7 +50,4 @@ void Validate(const StPlan& plan, const OnResults& onResults);
 /// Checks one case. Raises `engine::CCallerError` if its rule or its plug-in does not exist.
 StResult Reproduce(const StPlan& plan, const StCase& one);
 
-/// Whether this build can limit the memory of a case.
-bool HasMemoryLimit();
-
 } // namespace validate

@@ -135,11 +135,11 @@ TEST_P(BadPlugin, BreaksItsRuleAndNoOther) {
         pack.Plan().limits.loadSeconds = 0.1;
     if (name == "progress.returns-wherever-it-is-cancelled")
         pack.Plan().limits.cancelSeconds = 2;
-#ifdef __SANITIZE_ADDRESS__
-    // The address sanitizer keeps libraries loaded, and makes each process too expensive to try all rules.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    // Sanitizers keep libraries loaded, and make each process too expensive to try all rules.
     if (name == "library.loads-a-hundred-times" || name == "library.unloading-leaks-nothing" ||
         name == "library.loads-quickly")
-        GTEST_SKIP() << "the address sanitizer keeps libraries loaded";
+        GTEST_SKIP() << "sanitizers keep libraries loaded";
     const StResult result = Reproduce(pack.Plan(), {name, isLibrary ? "BadPack" : plugin, 1, ""});
     EXPECT_EQ(result.outcome, EnOutcome::BROKEN) << result.seen;
 #else

@@ -1,5 +1,6 @@
 #include "validate/child/CCaseProcess.h"
 
+#include "validate/StLimits.h"
 #include "validate/StRule.h"
 
 #include <poll.h>
@@ -50,13 +51,11 @@ private:
     int m_descriptor;
 };
 
-void LimitMemory([[maybe_unused]] std::int64_t bytes) {
-#ifndef __SANITIZE_ADDRESS__ // which reserves terabytes
-    if (bytes > 0) {
+void LimitMemory(std::int64_t bytes) {
+    if (bytes > 0 && c_hasMemoryLimit) {
         const rlimit limit{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
         setrlimit(RLIMIT_AS, &limit);
     }
-#endif
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
 }

@@ -1,7 +1,5 @@
+#include "support/CMemoryLimit.h"
 #include "support/FileTools.h"
-
-#include <sys/resource.h>
-#include <unistd.h>
 
 using namespace ORVEN;
 
@@ -12,34 +10,9 @@ namespace engine::test {
 
 namespace {
 
-/// Makes any allocation beyond another GiB fail. The address sanitizer needs the address space for itself.
-class CMemoryLimit {
-public:
-    CMemoryLimit() {
-#ifndef __SANITIZE_ADDRESS__
-        getrlimit(RLIMIT_AS, &m_before);
-        long pages = 0;
-        std::ifstream("/proc/self/statm") >> pages;
-        rlimit limit = m_before;
-        limit.rlim_cur = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + (rlim_t{1} << 30);
-        setrlimit(RLIMIT_AS, &limit);
-#endif
-    }
-    CMemoryLimit(const CMemoryLimit&) = delete;
-    CMemoryLimit& operator=(const CMemoryLimit&) = delete;
-    ~CMemoryLimit() {
-#ifndef __SANITIZE_ADDRESS__
-        setrlimit(RLIMIT_AS, &m_before);
-#endif
-    }
-
-private:
-    rlimit m_before{};
-};
-
 /// Reads the file, which may hold anything; answers whether it could be read.
 bool ReadAnything(const std::string& path) {
-    const CMemoryLimit limit;
+    const ::test::CMemoryLimit limit(std::int64_t{1} << 30);
     const StCallEnd end = EndOf([&] { (void)ReadImage(path); });
     if (!end.fault)
         return true;

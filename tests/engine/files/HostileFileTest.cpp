@@ -1,8 +1,8 @@
+#include "support/CMemoryLimit.h"
 #include "support/FileTools.h"
 
 #include <sorblib2core/CValueString.h>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -26,19 +26,8 @@ void StoreSparse(const std::string& path, const std::string& beginning, std::int
 
 /// Asserts that the file is refused, and that this takes at most 64 MiB on top of what the process has.
 void ExpectRefusedInLittleMemory(const std::string& path, const std::string& part) {
-#ifndef __SANITIZE_ADDRESS__
-    rlimit before{};
-    getrlimit(RLIMIT_AS, &before);
-    long pages = 0;
-    std::ifstream("/proc/self/statm") >> pages;
-    rlimit limit = before;
-    limit.rlim_cur = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + (rlim_t{64} << 20);
-    setrlimit(RLIMIT_AS, &limit);
-#endif
+    const ::test::CMemoryLimit limit(std::int64_t{64} << 20);
     ExpectUnreadable(path, part);
-#ifndef __SANITIZE_ADDRESS__
-    setrlimit(RLIMIT_AS, &before);
-#endif
 }
 
 /// How many bytes this process has read from files so far; nothing where the system does not count.

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <fstream>
+
+namespace test {
+
+/// Makes allocations fail that add more than `bytes` to the address space of this process, as long as the
+/// object lives. Without effect under the sanitizers that need the address space for themselves.
+class CMemoryLimit {
+public:
+    explicit CMemoryLimit([[maybe_unused]] std::int64_t bytes) {
+        getrlimit(RLIMIT_AS, &m_before);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+        long pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        rlimit limit = m_before;
+        limit.rlim_cur = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE) + bytes);
+        setrlimit(RLIMIT_AS, &limit);
+#endif
+    }
+    CMemoryLimit(const CMemoryLimit&) = delete;
+    CMemoryLimit& operator=(const CMemoryLimit&) = delete;
+    ~CMemoryLimit() { setrlimit(RLIMIT_AS, &m_before); }
+
+private:
+    rlimit m_before{};
+};
+
+} // namespace test
