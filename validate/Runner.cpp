@@ -215,7 +215,7 @@ std::vector<const StCatalogueEntry*> Jobs(const StPlan& plan) {
 class CInOrder {
 public:
     CInOrder(std::size_t count)
-        : m_results(count) {}
+        : m_results(count) {} // NOLINT(bugprone-throw-keyword-missing): it takes the vector for an exception
 
     void Put(std::size_t place, std::vector<StResult> results, std::exception_ptr error) {
         const std::lock_guard lock(m_mutex);

@@ -56,6 +56,8 @@ std::optional<StDifference> PixelDifference(const CImage& a, const CImage& b) {
             if (std::memcmp(one, other, bytes) == 0)
                 continue;
             std::int64_t x = 0;
+            // By their bits, so that a NaN equals itself and 0 differs from -0.
+            // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
             while (std::memcmp(one + x, other + x, sizeof(Pixel)) == 0)
                 ++x;
             return StDifference{"the pixel at " + Place(a.Size(), x, y, z), PixelText(one[x]),

@@ -267,7 +267,7 @@ void CTrial::GetData() {
 }
 
 std::optional<std::string> CTrial::TryToRun() {
-    const auto raised = Raised([this] { Run(); });
+    auto raised = Raised([this] { Run(); });
     m_raised = raised.value_or("");
     return raised;
 }
@@ -315,7 +315,7 @@ StShown NormalShown(CRuleRun& run) {
     CTrial trial(run);
     if (const auto raised = trial.TryToRun())
         CRuleRun::Skip("a normal run raises: " + *raised);
-    const StShown shown = trial.Shown();
+    StShown shown = trial.Shown();
     if (ShownAfter(run) != shown)
         CRuleRun::Skip("two runs differ, see determinism.two-objects");
     return shown;
