@@ -101,5 +101,7 @@ TEST(PeakMemory, CountsWhatWasTouchedAndFreed) {
     if (!peak)
         GTEST_SKIP() << "this system does not let a process reset its peak";
     EXPECT_GE(*peak, std::int64_t{bytes} * 9 / 10);
+#ifndef __SANITIZE_THREAD__ // which stores several bytes for each that is touched
     EXPECT_LE(*peak, std::int64_t{bytes} * 3 / 2);
+#endif
 }
