@@ -50,7 +50,7 @@ CChildProcess::CChildProcess(const std::string& program, const std::vector<std::
     if (!answers.IsOpen())
         return;
     std::array<int, 2> requests{-1, -1};
-    // A socket, because writing to one can be told not to raise SIGPIPE.
+    // A socket instead of a pipe, because `send` has a flag that suppresses SIGPIPE.
     if (input == EnInput::PIPE && socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, requests.data()) != 0)
         return;
     if (Spawn(program, arguments, requests[0], answers.WriteEnd())) {

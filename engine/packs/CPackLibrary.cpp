@@ -29,7 +29,7 @@ CPackLibrary::CPackLibrary(const std::string& path)
 
 CPackLibrary::~CPackLibrary() {
     // The leak checker looks at the program's end, and what only an unloaded library points to counts as
-    // lost. The thread sanitizer ends a program that unloads a library which it was told to leave out.
+    // lost. The thread sanitizer aborts when a library named in its suppressions is unloaded.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     dlclose(m_library);
 #endif

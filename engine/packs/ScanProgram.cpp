@@ -2,27 +2,17 @@
 
 #include "engine/errors/CEngineError.h"
 #include "engine/packs/CPackLibrary.h"
+#include "engine/packs/ChildAnswers.h"
 #include "engine/packs/ScanProtocol.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <fcntl.h>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 using namespace engine;
-
-/// The answers go where standard output went; what the pack prints goes nowhere.
-std::FILE* OpenAnswers() {
-    std::FILE* const answers = fdopen(dup(STDOUT_FILENO), "w");
-    const int nowhere = open("/dev/null", O_RDWR);
-    dup2(nowhere, STDOUT_FILENO);
-    dup2(nowhere, STDERR_FILENO);
-    return answers;
-}
 
 bool IsCreated(const CPackLibrary& pack, const std::string& plugin) {
     try {

@@ -9,6 +9,7 @@
 #include "validate/child/CCaseProcess.h"
 
 #include "engine/errors/CEngineError.h"
+#include "engine/packs/ChildAnswers.h"
 
 #include <QuillonBase/Parallel.h>
 
@@ -17,7 +18,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -26,16 +26,6 @@
 namespace {
 
 using namespace validate;
-
-/// The answers go where standard output went; what the pack prints goes nowhere.
-std::FILE* OpenAnswers() {
-    std::FILE* const answers = fdopen(dup(STDOUT_FILENO), "w");
-    const int nowhere = open("/dev/null", O_RDWR);
-    dup2(nowhere, STDOUT_FILENO);
-    dup2(nowhere, STDERR_FILENO);
-    close(nowhere);
-    return answers;
-}
 
 StLimits LimitsOf(char** arguments) {
     StLimits limits;
@@ -69,7 +59,7 @@ int Serve(std::FILE* answers, char** arguments) {
 
 int main(int argumentCount, char** arguments) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    std::FILE* const answers = OpenAnswers();
+    std::FILE* const answers = engine::OpenAnswers();
     if (answers == nullptr || argumentCount != 8)
         return 2;
     // Most rules compare results. That they are the same with any number of threads is a rule of its own.
