@@ -2,6 +2,7 @@
 
 #include "oracles/AxisOracle.h"
 #include "support/CRandomSeeds.h"
+#include "support/CTestFolder.h"
 #include "support/PluginTest.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
@@ -20,13 +21,10 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <bit>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -76,6 +74,7 @@ protected:
         : PluginTest(GetParam().name) {}
 
     const CPathsOfProcess m_paths;
+    const test::CTestFolder m_files;
 };
 
 INSTANTIATE_TEST_SUITE_P(, ExactPlugins,
@@ -233,15 +232,9 @@ TEST_P(ExactPlugins, ReportToTheHostInBothStages) {
 
 // --- look-up tables ---
 
-std::string FileThatExists(const std::string& name) {
-    const std::string path = testing::TempDir() + std::to_string(getpid()) + name;
-    std::ofstream(path) << "no table";
-    return path;
-}
-
 TEST_P(ExactPlugins, TakeThePathsThatTheyReadOfFilesThatExist) {
-    const std::string axis = FileThatExists("axis.lut");
-    const std::string spheres = FileThatExists("spheres.lut");
+    const std::string axis = m_files.File("axis.lut", "no table");
+    const std::string spheres = m_files.File("spheres.lut", "no table");
     CValueMap settings;
     settings.SetEntry("malut", Text(axis));
     settings.SetEntry("bslut", Text(spheres));
@@ -250,12 +243,10 @@ TEST_P(ExactPlugins, TakeThePathsThatTheyReadOfFilesThatExist) {
     EXPECT_EQ(CExactBisector::Lut(), GetParam().isBisector ? spheres : "");
     EXPECT_EQ(CSkeletonCouprierZour::MaLut(), ""); // the skeletons have paths of their own
     EXPECT_EQ(CSkeletonCouprierZour::BsLut(), "");
-    std::filesystem::remove(axis);
-    std::filesystem::remove(spheres);
 }
 
 TEST_P(ExactPlugins, KeepTheEarlierPathWhereTheFileIsMissingAndLookAtTheOtherAfterwards) {
-    const std::string there = FileThatExists("there.lut");
+    const std::string there = m_files.File("there.lut", "no table");
     CExactMedialAxis::Lut() = "earlier";
     CValueMap settings;
     settings.SetEntry("malut", Text(there + ".missing"));
@@ -263,13 +254,12 @@ TEST_P(ExactPlugins, KeepTheEarlierPathWhereTheFileIsMissingAndLookAtTheOtherAft
     m_plugin->Configure(nullptr, settings);
     EXPECT_EQ(CExactMedialAxis::Lut(), "earlier");
     EXPECT_EQ(CExactBisector::Lut(), GetParam().isBisector ? there : "");
-    std::filesystem::remove(there);
 }
 
 TEST_P(ExactPlugins, TakeNoDirectoryForALookUpTable) {
     CValueMap settings;
-    settings.SetEntry("malut", Text(testing::TempDir()));
-    settings.SetEntry("bslut", Text(testing::TempDir()));
+    settings.SetEntry("malut", Text(m_files.Path()));
+    settings.SetEntry("bslut", Text(m_files.Path()));
     m_plugin->Configure(nullptr, settings);
     EXPECT_EQ(CExactMedialAxis::Lut(), "");
     EXPECT_EQ(CExactBisector::Lut(), "");
@@ -278,7 +268,7 @@ TEST_P(ExactPlugins, TakeNoDirectoryForALookUpTable) {
 }
 
 TEST_P(ExactPlugins, ReadPathsFromTheTopLevelAsTextsOnly) {
-    const std::string there = FileThatExists("there.lut");
+    const std::string there = m_files.File("there.lut", "no table");
     CValueMap settings;
     m_plugin->Configure(nullptr, settings);
     settings.SetEntry("malut", new CValueLong(1));
@@ -288,11 +278,10 @@ TEST_P(ExactPlugins, ReadPathsFromTheTopLevelAsTextsOnly) {
     m_plugin->Configure(nullptr, settings);
     EXPECT_EQ(CExactMedialAxis::Lut(), "");
     EXPECT_EQ(CExactBisector::Lut(), "");
-    std::filesystem::remove(there);
 }
 
 TEST_P(ExactPlugins, ADamagedTableRaisesAndLeavesTheTreeAsItWas) {
-    const std::string damaged = FileThatExists("damaged.lut");
+    const std::string damaged = m_files.File("damaged.lut", "no table");
     (GetParam().isBisector ? CExactBisector::Lut() : CExactMedialAxis::Lut()) = damaged;
     test::CPackHost host(test::Ball(9).Image());
     EXPECT_EQ(Refusal(host), "ORVEN::LookUpTableFile: Look-up table '" + damaged +
@@ -301,7 +290,6 @@ TEST_P(ExactPlugins, ADamagedTableRaisesAndLeavesTheTreeAsItWas) {
     CExactBisector::Lut().clear();
     CExactMedialAxis::Lut().clear();
     EXPECT_EQ(Run(host), GetParam().plainHistory); // the object stays usable
-    std::filesystem::remove(damaged);
 }
 
 // --- what differs ---
@@ -325,6 +313,7 @@ protected:
     }
 
     const CPathsOfProcess m_paths;
+    const test::CTestFolder m_files;
 };
 
 TEST_F(ExactMedialAxisPlugin, MarksTheCentresOfMaximalBalls) {
@@ -372,7 +361,7 @@ TEST_F(ExactMedialAxisPlugin, LeavesARadiusOfAnotherClassAsItWas) {
 }
 
 TEST_F(ExactMedialAxisPlugin, WithBslutAloneInTheSettingsNothingChanges) {
-    const std::string there = FileThatExists("there.lut");
+    const std::string there = m_files.File("there.lut", "no table");
     CValueMap settings;
     settings.SetEntry("bslut", Text(there));
     m_plugin->Configure(nullptr, settings);
@@ -380,12 +369,11 @@ TEST_F(ExactMedialAxisPlugin, WithBslutAloneInTheSettingsNothingChanges) {
     EXPECT_EQ(CExactBisector::Lut(), "");
     test::CreatePlugin("ExactBisector")->Configure(nullptr, settings);
     EXPECT_EQ(CExactBisector::Lut(), there);
-    std::filesystem::remove(there);
 }
 
 TEST_F(ExactMedialAxisPlugin, WorksWithTheTableOfItsSettings) {
     // A list without long vectors leaves more of a ball than its centre.
-    const std::string path = FileThatExists("poor.lut");
+    const std::string path = m_files / "poor.lut";
     std::ofstream file(path, std::ios::binary);
     WriteMedialAxisNeighborhood(file, {100, {}});
     file.close();
@@ -395,7 +383,6 @@ TEST_F(ExactMedialAxisPlugin, WorksWithTheTableOfItsSettings) {
     test::CPackHost host(test::Ball(26).Image());
     Run(host);
     EXPECT_GT(std::ranges::count(BytesOf(host.Result()), 1), 1);
-    std::filesystem::remove(path);
 }
 
 class ExactBisectorPlugin : public test::PluginTest {
@@ -404,6 +391,7 @@ protected:
         : PluginTest("ExactBisector") {}
 
     const CPathsOfProcess m_paths;
+    const test::CTestFolder m_files;
 };
 
 TEST_F(ExactBisectorPlugin, WritesTheAnglesOfAllObjectPixels) {

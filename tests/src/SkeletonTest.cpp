@@ -2,6 +2,7 @@
 // they call, and who frees what, is in SkeletonCallsTest.cpp.
 
 #include "oracles/TopologyOracle.h"
+#include "support/CTestFolder.h"
 #include "support/CThreadCount.h"
 #include "support/PluginTest.h"
 #include "support/Raised.h"
@@ -18,8 +19,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -49,6 +48,8 @@ protected:
     static std::string Line(const std::string& neighborhood, const std::string& r, const std::string& a) {
         return std::string(GetParam().history) + neighborhood + ",r=" + r + ",a=" + a + ")";
     }
+
+    const test::CTestFolder m_files;
 };
 
 INSTANTIATE_TEST_SUITE_P(, SkeletonPlugins,
@@ -221,15 +222,9 @@ TEST_P(SkeletonPlugins, ResetKeepsParametersAndDocument) {
 
 // --- look-up tables
 
-std::string FileThatExists(const std::string& name) {
-    const std::string path = testing::TempDir() + name;
-    std::ofstream(path) << "no table";
-    return path;
-}
-
 TEST_P(SkeletonPlugins, TakePathsOfFilesThatExistForTheWholeProcess) {
-    const std::string first = FileThatExists("first.lut");
-    const std::string second = FileThatExists("second.lut");
+    const std::string first = m_files.File("first.lut", "no table");
+    const std::string second = m_files.File("second.lut", "no table");
     CValueMap settings;
     settings.SetEntry("malut", Text(first));
     settings.SetEntry("bslut", Text(second));
@@ -248,15 +243,13 @@ TEST_P(SkeletonPlugins, TakePathsOfFilesThatExistForTheWholeProcess) {
     CSkeletonCouprierZour::MaLut().clear();
     const std::string begin = "Look-up table '" + second + "' is not usable: ";
     EXPECT_NE(Refusal(host).find(begin), std::string::npos);
-    std::filesystem::remove(first);
-    std::filesystem::remove(second);
 }
 
 TEST_P(SkeletonPlugins, KeepTheEarlierPathWhereTheFileIsMissingAndLookAtTheOtherAfterwards) {
-    const std::string there = FileThatExists("there.lut");
+    const std::string there = m_files.File("there.lut", "no table");
     CSkeletonCouprierZour::MaLut() = "earlier";
     CValueMap settings;
-    settings.SetEntry("malut", Text(testing::TempDir() + "no such file.lut"));
+    settings.SetEntry("malut", Text(m_files / "no such file.lut"));
     settings.SetEntry("bslut", Text(there));
     m_plugin->Configure(nullptr, settings);
     EXPECT_EQ(CSkeletonCouprierZour::MaLut(), "earlier");
@@ -264,13 +257,12 @@ TEST_P(SkeletonPlugins, KeepTheEarlierPathWhereTheFileIsMissingAndLookAtTheOther
     settings.SetEntry("bslut", Text(""));
     m_plugin->Configure(nullptr, settings);
     EXPECT_EQ(CSkeletonCouprierZour::BsLut(), there);
-    std::filesystem::remove(there);
 }
 
 TEST_P(SkeletonPlugins, TakeNoDirectoryForALookUpTable) {
     CValueMap settings;
-    settings.SetEntry("malut", Text(testing::TempDir()));
-    settings.SetEntry("bslut", Text(testing::TempDir()));
+    settings.SetEntry("malut", Text(m_files.Path()));
+    settings.SetEntry("bslut", Text(m_files.Path()));
     m_plugin->Configure(nullptr, settings);
     EXPECT_EQ(CSkeletonCouprierZour::MaLut(), "");
     EXPECT_EQ(CSkeletonCouprierZour::BsLut(), "");
@@ -280,7 +272,7 @@ TEST_P(SkeletonPlugins, TakeNoDirectoryForALookUpTable) {
 }
 
 TEST_P(SkeletonPlugins, ReadPathsFromTheTopLevelAsTextsOnly) {
-    const std::string there = FileThatExists("there.lut");
+    const std::string there = m_files.File("there.lut", "no table");
     CValueMap settings;
     m_plugin->Configure(nullptr, settings);
     settings.SetEntry("malut", new CValueLong(1));
@@ -289,7 +281,6 @@ TEST_P(SkeletonPlugins, ReadPathsFromTheTopLevelAsTextsOnly) {
     m_plugin->Configure(nullptr, settings);
     EXPECT_EQ(CSkeletonCouprierZour::MaLut(), "");
     EXPECT_EQ(CSkeletonCouprierZour::BsLut(), "");
-    std::filesystem::remove(there);
 }
 
 // --- what differs

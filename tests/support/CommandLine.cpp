@@ -5,35 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 
 namespace test {
-
-namespace fs = std::filesystem;
-
-CTestFolder::CTestFolder() {
-    std::string path = (fs::temp_directory_path() / "quillon-test-XXXXXX").string();
-    if (mkdtemp(path.data()) == nullptr)
-        throw std::runtime_error("no folder for the test");
-    m_path = path;
-}
-
-CTestFolder::~CTestFolder() {
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
-}
-
-std::vector<std::string> CTestFolder::Names() const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::recursive_directory_iterator(m_path))
-        names.push_back(fs::relative(entry.path(), m_path).string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 std::string ReadText(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

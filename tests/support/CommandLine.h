@@ -1,28 +1,13 @@
 #pragma once
 
+#include "support/CTestFolder.h"
+
 #include <sys/types.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace test {
-
-/// A folder of a test's own, removed with everything in it.
-class CTestFolder {
-public:
-    CTestFolder();
-    CTestFolder(const CTestFolder&) = delete;
-    CTestFolder& operator=(const CTestFolder&) = delete;
-    ~CTestFolder();
-
-    [[nodiscard]] std::string operator/(const std::string& name) const { return (m_path / name).string(); }
-    /// The names of all files in it, also hidden ones, ascending.
-    [[nodiscard]] std::vector<std::string> Names() const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 std::string ReadText(const std::string& path);
 

@@ -7,7 +7,6 @@
 #include <sorblib2core/CValueString.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -21,19 +20,7 @@ using namespace ORVEN;
 
 namespace {
 
-/// A new folder that goes with its last owner.
-std::shared_ptr<const std::string> NewFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "plugin-run-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("no folder for exported files");
-    return {new std::string(pattern), [](const std::string* folder) {
-                std::error_code ignored;
-                std::filesystem::remove_all(*folder, ignored);
-                delete folder;
-            }};
-}
-
-std::string FileIn(const std::string& folder) { return folder + "/export.csv"; }
+std::string FileIn(const CTestFolder& folder) { return folder / "export.csv"; }
 
 /// Holds back what is written to the error stream while it lives.
 class CCapturedErrors {
@@ -138,7 +125,7 @@ CPluginRun::CPluginRun(const StPluginRow& row, std::unique_ptr<CImage> image)
     if (row.setParameters != nullptr)
         row.setParameters(*this);
     if (row.window == EnWindow::FILE)
-        m_folder = NewFolder();
+        m_folder = std::make_shared<const CTestFolder>();
 }
 
 template <class Call>

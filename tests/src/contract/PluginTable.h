@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/CTestFolder.h"
 #include "support/PackHost.h"
 
 #include <sorblib2core/CPluginBase.h>
@@ -137,7 +138,7 @@ private:
     std::vector<std::unique_ptr<ORVEN::CValueMap>> m_documents;
     CPackHost m_host;
     std::unique_ptr<ORVEN::CPluginBase> m_plugin;
-    std::shared_ptr<const std::string> m_folder; // removed with the last owner
+    std::shared_ptr<const CTestFolder> m_folder; // removed with the last owner
     std::vector<std::string> m_windows;
 };
 
