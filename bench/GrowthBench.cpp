@@ -245,8 +245,9 @@ public:
         , m_document(engine::MakeDocument(image, "volume")) {}
 
     StFigures Run(const std::string& name, const std::vector<std::string>& arguments) {
-        const auto [pack, entry] = m_packs.Find(name);
-        engine::CParameterMap parameters("parameter", entry != nullptr ? &entry->parameters : nullptr);
+        const engine::StFoundPlugin found = m_packs.Find(name);
+        engine::CParameterMap parameters("parameter",
+                                         found.entry != nullptr ? &found.entry->parameters : nullptr);
         std::vector<std::string> keysOfVolume;
         for (const std::string& argument : arguments) {
             if (argument.ends_with("=volume"))
@@ -258,7 +259,7 @@ public:
         std::unique_ptr<CValueMap> map = parameters.Take();
         for (const std::string& key : keysOfVolume)
             map->SetEntry(key.c_str(), new CValuePointer<CImage>(&m_image, 1));
-        const std::unique_ptr<CPluginBase> plugin = pack.Create(name);
+        const std::unique_ptr<CPluginBase> plugin = found.pack.Create(name);
         const engine::COutputCapture silence;
         CPauseClock clock;
         IProgress* const before = CProgressProxy::SetHostSink(&clock);

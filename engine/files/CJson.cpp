@@ -160,7 +160,8 @@ CJson::CJson(CJson&& other) noexcept = default;
 CJson& CJson::operator=(const CJson& other) = default;
 CJson& CJson::operator=(CJson&& other) noexcept = default;
 CJson::~CJson() = default;
-bool CJson::operator==(const CJson& other) const = default;
+// Clang 16 and what stands on it cannot read "= default" for a variant that holds its own class.
+bool CJson::operator==(const CJson& other) const { return m_value == other.m_value; }
 
 CJson::CJson(bool value)
     : m_value(value) {}

@@ -72,7 +72,7 @@ std::string OtherName(const CValue* value, std::initializer_list<const char*> kn
     if (map == nullptr)
         return {};
     for (auto entry = map->begin(); entry != map->end(); ++entry) {
-        const std::string name = entry.Key().ToString();
+        std::string name = entry.Key().ToString();
         if (std::find(known.begin(), known.end(), name) == known.end())
             return name;
     }

@@ -215,7 +215,7 @@ std::optional<StLengthUnit> UnitOf(const StNrrdText& text, const std::string& na
         const auto last = field->find('"', first + 1);
         if (last == std::string::npos)
             break;
-        if (const auto unit = KnownLengthUnit(std::string_view(*field).substr(first + 1, last - first - 1)))
+        if (auto unit = KnownLengthUnit(std::string_view(*field).substr(first + 1, last - first - 1)))
             return unit;
         first = field->find('"', last + 1);
     }

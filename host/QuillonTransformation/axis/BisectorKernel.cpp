@@ -261,13 +261,6 @@ private:
     CExtendedProjection m_projection;
 };
 
-void Clear(const CImageView<float>& angles) {
-    for (std::int64_t z = 0; z < angles.nz; ++z) {
-        for (std::int64_t y = 0; y < angles.ny; ++y)
-            std::fill_n(angles.Row(y, z), angles.nx, 0.0F);
-    }
-}
-
 } // namespace
 
 void ComputeBisector(const IImage& squaredDistance, const IImage& mask, IImage& output, float minimumAngle,
@@ -281,7 +274,7 @@ void ComputeBisector(const IImage& squaredDistance, const IImage& mask, IImage& 
     const auto spheres =
         pace.IsCancelled() ? nullptr : SpheresForImage(tablePath, std::max(distance.Greatest(), 1), pace);
     if (spheres == nullptr)
-        return Clear(angles);
+        return angles.Fill(0.0F);
     const CNearestSites sites(distance, *spheres);
     const StTask task{distance, selected, angles, sites, minimumAngle};
     const std::int64_t slabCount = (angles.nz + c_slabDepth - 1) / c_slabDepth;
@@ -292,7 +285,7 @@ void ComputeBisector(const IImage& squaredDistance, const IImage& mask, IImage& 
         };
     });
     if (!isDone)
-        Clear(angles);
+        angles.Fill(0.0F);
     progress.Finish();
 }
 

@@ -223,13 +223,6 @@ std::vector<std::uint8_t> Occurrences(const CSquaredDistanceView& distance, CWor
     return occurs;
 }
 
-void Clear(const CImageView<unsigned char>& marks) {
-    for (std::int64_t z = 0; z < marks.nz; ++z) {
-        for (std::int64_t y = 0; y < marks.ny; ++y)
-            std::fill_n(marks.Row(y, z), marks.nx, static_cast<unsigned char>(0));
-    }
-}
-
 } // namespace
 
 void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t squaredRadius,
@@ -246,7 +239,7 @@ void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t 
         pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace, occurs);
     const auto spheres = pace.IsCancelled() ? nullptr : SpheresForImage({}, greatest, pace);
     if (table == nullptr || spheres == nullptr)
-        return Clear(marks);
+        return marks.Fill(0);
     const CNearestSites sites(distance, *spheres);
     const StTask task{distance, marks, *table, sites, table->FarVectorCount(greatest), squaredRadius};
     progress.Start(static_cast<unsigned>(marks.nz), "medial axis");
@@ -256,7 +249,7 @@ void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t 
         };
     });
     if (!isDone)
-        Clear(marks);
+        marks.Fill(0);
     progress.Finish();
 }
 
