@@ -22,19 +22,25 @@ struct COperationAnalyzeRelation : StVisitor<const A, const B> {
 
     void operator()(A a, B b) {
         ++pixelCount;
-        const bool isNanA = std::is_floating_point_v<A> && std::isnan(static_cast<float>(a));
-        const bool isNanB = std::is_floating_point_v<B> && std::isnan(static_cast<float>(b));
-        nanInA += isNanA ? 1 : 0;
-        nanInB += isNanB ? 1 : 0;
-        if (isNanA && isNanB)
-            ++equal;
-        else if (isNanA || isNanB)
-            ++nanMismatch;
-        else
-            CountNumbers(a, b);
+        if constexpr (std::is_floating_point_v<A> || std::is_floating_point_v<B>) {
+            const bool isNanA = std::isnan(static_cast<float>(a));
+            const bool isNanB = std::isnan(static_cast<float>(b));
+            nanInA += isNanA ? 1 : 0;
+            nanInB += isNanB ? 1 : 0;
+            nanMismatch += isNanA != isNanB ? 1 : 0;
+            m_nanPairCount += isNanA && isNanB ? 1 : 0;
+            if (isNanA || isNanB)
+                return;
+        }
+        CountNumbers(static_cast<Common>(a), static_cast<Common>(b), a, b);
     }
 
+    /// Derives the counts that follow from others; all are modulo 2^32.
     void postprocess() {
+        lower = pixelCount - nanMismatch - m_nanPairCount - m_equalNumberCount - greater;
+        equal = m_equalNumberCount + m_nanPairCount;
+        lowerOrEqual = lower + m_equalNumberCount;
+        greaterOrEqual = greater + m_equalNumberCount;
         isLower = lower == pixelCount;
         isLowerOrEqual = lowerOrEqual == pixelCount;
         isEqual = equal == pixelCount;
@@ -67,27 +73,20 @@ private:
     using Common =
         std::conditional_t<std::is_floating_point_v<A> || std::is_floating_point_v<B>, float, unsigned int>;
 
-    void CountNumbers(A a, B b) {
-        const auto first = static_cast<Common>(a);
-        const auto second = static_cast<Common>(b);
+    void CountNumbers(Common first, Common second, A a, B b) {
+        greater += first > second ? 1 : 0;
         if (first == second) {
-            ++equal;
-            ++lowerOrEqual;
-            ++greaterOrEqual;
+            ++m_equalNumberCount;
             return;
         }
-        if (first > second) {
-            ++greater;
-            ++greaterOrEqual;
-        } else {
-            ++lower;
-            ++lowerOrEqual;
-        }
-        const double sign = first > second ? 1.0 : -1.0;
-        const double difference = sign * (static_cast<double>(a) - static_cast<double>(b));
-        maximumDifference = std::max(maximumDifference, difference);
-        minimumDifference = std::min(minimumDifference, difference);
+        const double difference = static_cast<double>(a) - static_cast<double>(b);
+        const double magnitude = first > second ? difference : -difference;
+        maximumDifference = std::max(maximumDifference, magnitude);
+        minimumDifference = std::min(minimumDifference, magnitude);
     }
+
+    std::uint32_t m_equalNumberCount = 0; ///< without pairs of NaN
+    std::uint32_t m_nanPairCount = 0;
 };
 
 } // namespace ORVEN::visitors
