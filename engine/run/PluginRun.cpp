@@ -12,6 +12,8 @@
 
 #include <QCoreApplication>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <optional>
 
@@ -166,15 +168,17 @@ StRunRecord PerformRun(StPluginRun run, const MakeProgress& makeProgress, CGuiAp
     CRunInputs inputs(run);
     const CValueMap attributesBefore(image != nullptr ? image->Attributes() : CValueMap());
     std::optional<CGuiApplication> application;
-    if (QCoreApplication::instance() == nullptr)
+    if (run.hasDialogs && QCoreApplication::instance() == nullptr)
         application.emplace(run.showsWindows, onFatal);
     std::optional<CBatchDialogs> dialogs;
-    if (!run.showsWindows)
+    if (run.hasDialogs && !run.showsWindows)
         dialogs.emplace(run.answers);
-    COutputCapture capture;
+    std::optional<COutputCapture> capture;
+    if (run.capturesOutput)
+        capture.emplace();
     {
         const std::unique_ptr<IProgress> progress =
-            makeProgress ? makeProgress(capture.RealStandardError()) : nullptr;
+            makeProgress ? makeProgress(capture ? capture->RealStandardError() : STDERR_FILENO) : nullptr;
         const CHostSinkGuard sink(progress.get());
         const std::unique_ptr<CPluginBase> plugin = run.found.pack.Create(run.plugin);
         const std::unique_ptr<CValueMap> settings = run.settings.Take();
@@ -182,9 +186,11 @@ StRunRecord PerformRun(StPluginRun run, const MakeProgress& makeProgress, CGuiAp
             *plugin, {run.plugin, &run.document, run.parameters.Take(), settings.get(), run.runsRefused});
         record.isCancelled = progress != nullptr && progress->IsCancelled();
     }
-    capture.Stop();
-    record.standardOutput = capture.StandardOutput();
-    record.standardError = capture.StandardError();
+    if (capture) {
+        capture->Stop();
+        record.standardOutput = capture->StandardOutput();
+        record.standardError = capture->StandardError();
+    }
     if (dialogs)
         RecordDialogs(*dialogs, run.answers.file, record);
     record.files.resize(record.outcome.documents.size());

@@ -41,6 +41,10 @@ struct StPluginRun {
     bool isBare = false;                            ///< no defaults were added; for the record
     bool runsRefused = false;
     bool showsWindows = false; ///< dialogs are shown to the user instead of being answered
+    /// Without dialogs no Qt application is made, and a plug-in that opens a window fails.
+    bool hasDialogs = true;
+    /// Capturing redirects the streams of the whole process: only one run at a time may do so.
+    bool capturesOutput = true;
 };
 
 /// Makes the sink that shows the progress of a run and says whether it is cancelled. Standard output and
@@ -50,7 +54,8 @@ using MakeProgress = std::function<std::unique_ptr<ORVEN::IProgress>(int standar
 /// Runs the plug-in: answers its dialogs, captures what it prints, shows its progress if there is a sink, and
 /// stores in the results how they were made, under the key "runs" of their attributes. What goes wrong with
 /// the plug-in is in the record. Makes a Qt application unless the process has one; `onFatal` is called
-/// before Qt ends a process that cannot show windows. Call it on the thread of that application.
+/// before Qt ends a process that cannot show windows. Call it on the thread of that application. Runs that
+/// neither have dialogs nor capture output can be performed on several threads at once.
 StRunRecord PerformRun(StPluginRun run, const MakeProgress& makeProgress = {},
                        CGuiApplication::OnFatal onFatal = nullptr);
 

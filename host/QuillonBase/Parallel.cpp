@@ -1,5 +1,7 @@
 #include "QuillonBase/Parallel.h"
 
+#include "QuillonBase/CThreadLimit.h"
+
 #include <algorithm>
 #include <atomic>
 #include <charconv>
@@ -22,6 +24,7 @@ namespace ORVEN {
 namespace {
 
 std::atomic<int> g_threadCount{0};
+thread_local int g_threadCountHere = 0; // 0: that of the process
 
 constexpr int c_sensibleThreadCount = 1024;
 
@@ -37,11 +40,16 @@ int DefaultThreadCount() {
 } // namespace
 
 int ThreadCount() {
-    const int count = g_threadCount.load();
+    const int count = g_threadCountHere > 0 ? g_threadCountHere : g_threadCount.load();
     return count > 0 ? count : DefaultThreadCount();
 }
 
 void SetThreadCount(int count) { g_threadCount = std::clamp(count, 0, c_sensibleThreadCount); }
+
+CThreadLimit::CThreadLimit(int count)
+    : m_before(std::exchange(g_threadCountHere, std::clamp(count, 0, c_sensibleThreadCount))) {}
+
+CThreadLimit::~CThreadLimit() { g_threadCountHere = m_before; }
 
 namespace Impl {
 
