@@ -8,8 +8,12 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL libraries programs development)
+if(TARGET quillon_python)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 set(CPACK_COMPONENT_PROGRAMS_DEPENDS libraries)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS libraries)
+set(CPACK_COMPONENT_PYTHON_DEPENDS libraries programs) # the packs are installed with the programs
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -54,6 +58,15 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "algorithms for 2-d and 3-d images, 
 Headers, and files for CMake and pkg-config, to build programs and packs of
 plug-ins with the libraries.")
 
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-quillon)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-matplotlib, python3-pandas, python3-tqdm")
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION "analysis of CT and microscopy volumes in Python
+The plug-ins of two packs as functions on NumPy arrays: distance maps,
+morphology, granulometry, skeletons, fibre directions, segmentation and
+measurements.")
+
 # Each package has its licence and the changes in the places where Debian looks for them.
 file(WRITE ${PROJECT_BINARY_DIR}/package/copyright
 "Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/
@@ -74,7 +87,7 @@ file(WRITE ${PROJECT_BINARY_DIR}/package/changelog
  -- ${CPACK_PACKAGE_CONTACT}  ${today}
 ")
 execute_process(COMMAND gzip -9nf changelog WORKING_DIRECTORY ${PROJECT_BINARY_DIR}/package)
-foreach(component libraries programs development)
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper)
   set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
   install(FILES ${PROJECT_BINARY_DIR}/package/copyright ${PROJECT_BINARY_DIR}/package/changelog.gz
