@@ -1,0 +1,112 @@
+"""Threads, progress and cancellation."""
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+
+import numpy
+import pytest
+
+import quillon
+
+CALLS = [
+    lambda volume: quillon.gauss_filter(volume, sigma=1.5).array,
+    lambda volume: quillon.watershed(volume).array,
+    lambda volume: quillon.voronoi_edt_plugin(volume > 140).array,
+    lambda volume: quillon.connected_components(volume > 140).array,
+    lambda volume: numpy.array(quillon.pointwise_relation(volume, Image2=volume)["a == b"]),
+    lambda volume: quillon.segm_sauvola(volume, windowsize=3).array,
+    lambda volume: quillon.median(volume).array,
+    lambda volume: quillon.skeleton(volume > 140).array,
+]
+
+
+def test_eight_threads_get_what_one_gets(volume):
+    image = quillon.Image(volume)
+    expected = [call(image.array) for call in CALLS]
+    with ThreadPoolExecutor(8) as threads:
+        for _ in range(3):
+            for result, wanted in zip(threads.map(lambda call: call(image.array), CALLS), expected):
+                assert (result == wanted).all()
+
+
+def test_the_result_does_not_depend_on_the_number_of_threads(volume):
+    expected = quillon.watershed(volume).array
+    for count in (1, 2, 3, 7):
+        assert (quillon.watershed(volume, threads=count).array == expected).all()
+
+
+def test_progress_is_a_fraction():
+    volume = numpy.random.default_rng(1).integers(0, 255, (32, 96, 96), numpy.uint8)
+    fractions = []
+    quillon.median(volume, progress=fractions.append)
+    assert fractions[-1] == 1.0 and all(0 <= fraction <= 1 for fraction in fractions)
+
+
+def test_progress_true_needs_no_tqdm(volume):
+    assert quillon.invert(volume, progress=True).shape == volume.shape
+    with pytest.raises(TypeError, match="^progress is True, False, or a callable that takes the fraction done$"):
+        quillon.invert(volume, progress=3)
+
+
+class Stopped(Exception):
+    pass
+
+
+def test_an_exception_of_the_callback_ends_the_run():
+    volume = numpy.random.default_rng(1).integers(0, 255, (128, 256, 256), numpy.uint8)
+
+    def stop(fraction):
+        raise Stopped
+
+    with pytest.raises(Stopped):
+        quillon.watershed(volume, progress=stop)
+
+
+INTERRUPTED = """
+import numpy, os, signal, threading, time, quillon
+volume = numpy.random.default_rng(1).integers(0, 255, (128, 384, 384), numpy.uint8)
+sent = []
+def interrupt():
+    time.sleep(1.0)
+    sent.append(time.monotonic())
+    os.kill(os.getpid(), signal.SIGINT)
+threading.Thread(target=interrupt).start()
+try:
+    quillon.watershed(volume)
+    print("finished")
+except quillon.CancelledError as error:
+    print(isinstance(error, KeyboardInterrupt), error, time.monotonic() - sent[0])
+"""
+
+
+def test_ctrl_c_cancels_a_run():
+    """The thread that sends the signal can run only because the interpreter is free meanwhile."""
+    done = subprocess.run([sys.executable, "-c", INTERRUPTED], check=True, capture_output=True, text=True)
+    assert done.stdout.startswith("True Watershed was cancelled "), done.stdout + done.stderr
+
+
+def test_nothing_is_printed_and_no_application_starts(volume, capfd):
+    quillon.gauss_filter(volume)
+    quillon.segm_sauvola(volume)
+    captured = capfd.readouterr()
+    assert captured.out == "" and captured.err == ""
+
+
+def test_dialogs_leave_the_platform_as_it_was(volume, monkeypatch):
+    import ctypes
+
+    read = ctypes.CDLL(None).getenv
+    read.restype = ctypes.c_char_p
+    before = read(b"QT_QPA_PLATFORM")
+    quillon.pointwise_relation(volume, Image2=volume)
+    assert read(b"QT_QPA_PLATFORM") == before
+
+
+def test_errors_are_below_one_class():
+    for error in (quillon.PluginError, quillon.RefusedError, quillon.FileError, quillon.CancelledError):
+        assert issubclass(error, quillon.Error)
+
+
+def test_a_failing_plugin_is_a_plugin_error(volume):
+    with pytest.raises(quillon.PluginError, match="^Crop says: "):
+        quillon.crop(volume, x0=5, x1=2)
