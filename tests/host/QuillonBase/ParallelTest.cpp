@@ -1,4 +1,5 @@
 #include <QuillonBase/CProgressProxy.h>
+#include <QuillonBase/CThreadLimit.h>
 #include <QuillonBase/Parallel.h>
 
 #include "support/CEnvironmentVariable.h"
@@ -245,6 +246,28 @@ TEST_P(ParallelForWithThreads, EachWorkerKeepsItsScratchMemory) {
         return [scratch = std::make_shared<StScratch>(sum)](std::int64_t item) { scratch->partial += item; };
     }));
     EXPECT_EQ(sum, 499500);
+}
+
+TEST(ThreadLimit, HoldsOnItsThreadOnlyAndEndsWithTheObject) {
+    SetThreadCount(3);
+    {
+        const CThreadLimit outer(2);
+        EXPECT_EQ(ThreadCount(), 2);
+        int elsewhere = 0;
+        std::thread([&elsewhere] { elsewhere = ThreadCount(); }).join();
+        EXPECT_EQ(elsewhere, 3);
+        {
+            const CThreadLimit inner(5000);
+            EXPECT_EQ(ThreadCount(), 1024);
+        }
+        {
+            const CThreadLimit none(0);
+            EXPECT_EQ(ThreadCount(), 3);
+        }
+        EXPECT_EQ(ThreadCount(), 2);
+    }
+    EXPECT_EQ(ThreadCount(), 3);
+    SetThreadCount(0);
 }
 
 TEST(ThreadCount, IsWhatWasSetAndZeroGoesBackToTheDefault) {
