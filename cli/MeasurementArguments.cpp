@@ -70,13 +70,8 @@ StTable ReadTable(const std::string& file, const StMeasurementRequest& request,
 } // namespace
 
 std::vector<StCatalogueMeasurement> DescriptionsIn(const std::vector<std::string>& packPaths) {
-    std::vector<StCatalogueMeasurement> descriptions;
     CPackSet packs = OpenPacks(packPaths);
-    for (CPack& pack : packs.Packs()) {
-        for (const StCatalogueEntry& entry : pack.Catalogue().Entries())
-            descriptions.insert(descriptions.end(), entry.measurements.begin(), entry.measurements.end());
-    }
-    return descriptions;
+    return DescriptionsOf(packs.Entries());
 }
 
 std::vector<StTable> ReadTables(const StMeasurementRequest& request) {

@@ -27,6 +27,13 @@ const StCatalogueMeasurement* DescriptionOf(const std::string& name,
 
 } // namespace
 
+std::vector<StCatalogueMeasurement> DescriptionsOf(const std::vector<const StCatalogueEntry*>& entries) {
+    std::vector<StCatalogueMeasurement> descriptions;
+    for (const StCatalogueEntry* const entry : entries)
+        descriptions.insert(descriptions.end(), entry->measurements.begin(), entry->measurements.end());
+    return descriptions;
+}
+
 std::vector<std::string> MeasurementNames(const ORVEN::CImage& image,
                                           const std::vector<StCatalogueMeasurement>& descriptions) {
     std::vector<std::string> names;

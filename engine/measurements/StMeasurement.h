@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/catalogue/StCatalogueMeasurement.h"
+#include "engine/catalogue/StCatalogueEntry.h"
 
 #include <sorblib2core/CValueMap.h>
 #include <sorblib2image/CImage.h>
@@ -17,6 +17,9 @@ struct StMeasurement {
     const ORVEN::CValueMap* values = nullptr;            ///< what the plug-in stored
     const StCatalogueMeasurement* description = nullptr; ///< null if no catalogue describes it
 };
+
+/// The measurements that these entries of catalogues describe.
+std::vector<StCatalogueMeasurement> DescriptionsOf(const std::vector<const StCatalogueEntry*>& entries);
 
 /// The names of the measurements in an image, sorted. An entry of "features" that contains several described
 /// ones counts as these.

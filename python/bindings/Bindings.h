@@ -10,6 +10,7 @@ void AddErrors();
 void AddImages(pybind11::module_& module);
 void AddFiles(pybind11::module_& module);
 void AddCatalogues(pybind11::module_& module);
+void AddMeasurements(pybind11::module_& module);
 void AddRuns(pybind11::module_& module);
 
 } // namespace quillon_python

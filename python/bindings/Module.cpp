@@ -9,5 +9,6 @@ PYBIND11_MODULE(_core, module) {
     AddImages(module);
     AddFiles(module);
     AddCatalogues(module);
+    AddMeasurements(module);
     AddRuns(module);
 }

@@ -155,9 +155,9 @@ class Image:
 
     @property
     def measurements(self) -> dict[str, Measurement]:
-        """What plug-ins have measured in the image, by name."""
+        """What plug-ins have measured in the image, by the names that `quillon table` takes."""
         features = self.attributes.get("features", {})
-        return {name: Measurement(values) for name, values in features.items() if isinstance(values, dict)}
+        return {name: Measurement(_at(features, name), table) for name, table in _core.tables(self._core).items()}
 
     def __array__(self, dtype: Any = None) -> numpy.ndarray[Any, Any]:
         return self.array if dtype is None else self.array.astype(dtype, copy=False)
@@ -186,6 +186,14 @@ ImageLike = Union[Image, numpy.ndarray[Any, Any]]
 def as_image(image: Any) -> Image:
     """The image itself, or one over the memory of the array."""
     return image if isinstance(image, Image) else Image(image)
+
+
+def _at(values: Any, path: str) -> Any:
+    """The entry of nested dicts at the path; keys can contain slashes themselves."""
+    if path in values:
+        return values[path]
+    head, _, tail = path.partition("/")
+    return _at(values[head], tail)
 
 
 def _png(width: int, height: int, rgb: bytes) -> bytes:

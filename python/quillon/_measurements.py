@@ -1,80 +1,110 @@
 """Measurements: dicts that can become tables and figures."""
 from __future__ import annotations
 
-import re
-from collections.abc import Iterator, Mapping
+from collections.abc import Mapping
 from typing import Any
 
+import numpy
 
-def _number_in(key: str) -> float | None:
-    """The number that a key consists of or ends with: 17.0 for "grayvalue 017"."""
-    match = re.search(r"[-+]?[0-9]+(\.[0-9]*)?([eE][-+]?[0-9]+)?$", key)
-    return float(match[0]) if match else None
+from . import _core
+from ._values import from_json
 
-
-def _leaves(value: Any, path: str = "") -> Iterator[tuple[str, Any]]:
-    if isinstance(value, Mapping):
-        for key, entry in value.items():
-            yield from _leaves(entry, f"{path}/{key}" if path else str(key))
-    else:
-        yield path, value
-
-
-def _rows_of(values: Mapping[str, Any]) -> list[tuple[str, dict[str, Any]]]:
-    """The rows of the largest group of entries whose keys end with numbers; otherwise one row."""
-    best: list[tuple[str, Any]] = []
-    groups: list[Mapping[str, Any]] = [values]
-    while groups:
-        group = groups.pop()
-        rows = [(key, entry) for key, entry in group.items() if _number_in(key) is not None]
-        if len(rows) > len(best):
-            best = rows
-        groups += [entry for entry in group.values() if isinstance(entry, Mapping)]
-    if not best:
-        return [("", dict(_leaves(values)))]
-    best.sort(key=lambda row: _number_in(row[0]) or 0.0)
-    return [(key, dict(_leaves(entry)) if isinstance(entry, Mapping) else {"count": entry}) for key, entry in best]
+# Kinds of measurements and forms of charts, as the engine numbers them.
+_DISTRIBUTION, _CURVE, _OBJECTS, _SINGLE = range(4)
+_LINE, _BARS = range(2)
 
 
 class Measurement(dict):  # type: ignore[type-arg]
-    """What a plug-in measured: a dict of values, nested as the plug-in stores them."""
+    """What a plug-in measured: a dict of values, nested as the plug-in stores them.
+
+    Its table has a row for each size, grey value or object, with titles and units, as `quillon table` shows it.
+    """
+
+    def __init__(self, values: Mapping[str, Any], table: Mapping[str, Any] | None = None) -> None:
+        super().__init__(values)
+        self._table = table
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return Measurement, (dict(self), self._table)
+
+    @property
+    def title(self) -> str:
+        """What was measured."""
+        return str(self._filled()["title"])
+
+    @property
+    def units(self) -> dict[str, str]:
+        """The units of the table's row numbers and columns by name, such as "mm^3"; empty where there is none."""
+        table = self._filled()
+        return {_name_of(column, table): column["unit_text"] for column in [table["row"], *table["columns"]]}
 
     def to_frame(self) -> Any:
-        """The rows as a pandas DataFrame, one for each size, grey value or object. Needs pandas."""
+        """The table as a pandas DataFrame. Needs pandas.
+
+        `attrs` of the frame holds the title, the units by column, and facts about the whole measurement.
+        """
         try:
             import pandas  # type: ignore[import]
         except ImportError as error:
             raise ImportError("to_frame needs pandas; install python3-pandas") from error
-        rows = _rows_of(self)
-        numbers = [_number_in(key) for key, _ in rows]
-        index: list[Any] = [key for key, _ in rows]
-        if None not in numbers:
-            index = [*numbers]
-        return pandas.DataFrame([entries for _, entries in rows], index=index)
+        table = self._filled()
+        names = [_name_of(column, table) for column in table["columns"]]
+        index = pandas.Index(_index_of(table), name=_name_of(table["row"], table) or None)
+        frame = pandas.DataFrame(table["values"].copy(), index=index, columns=names)
+        facts = {name: from_json(value) for name, value in table["facts"].items()}
+        frame.attrs.update({"title": self.title, "units": self.units, "facts": facts})
+        return frame
 
-    def plot(self, feature: str | None = None, axes: Any = None) -> Any:
-        """Draws a feature over the rows, by default the first that varies; returns the axes. Needs matplotlib.
+    def plot(self, feature: str | None = None, axes: Any = None, *, cumulative: bool = False) -> Any:
+        """Draws a feature, by default the first that varies; returns the axes. Needs matplotlib.
 
-        Counts of sizes become a histogram of equal bins.
+        Sizes and features of objects become a histogram or, if `cumulative`, the share of everything up to a
+        value. Other measurements become a curve over the rows.
         """
         try:
             from matplotlib import pyplot  # type: ignore[import]
         except ImportError as error:
             raise ImportError("plot needs matplotlib; install python3-matplotlib") from error
-        rows = _rows_of(self)
-        names = [name for name, value in rows[0][1].items() if isinstance(value, (int, float))]
-        if not names:
-            raise ValueError("there are no numbers to plot in this measurement")
-        varying = [name for name in names if len({entries.get(name) for _, entries in rows}) > 1]
-        name = feature if feature is not None else (varying or names)[0]
-        if name not in rows[0][1]:
-            raise ValueError(f"there is no feature '{name}'; there are {', '.join(names)}")
-        axes = axes if axes is not None else pyplot.figure().add_subplot()
-        places = [_number_in(key) or 0.0 for key, _ in rows]
-        heights = [entries.get(name, float("nan")) for _, entries in rows]
-        if names == ["count"]:
-            axes.hist(places, bins=40, weights=heights)
+        table = self._filled()
+        if table["kind"] == _SINGLE:
+            raise ValueError(f"'{table['name']}' is one set of numbers without an order; to_frame() shows them")
+        if cumulative and table["kind"] == _CURVE:
+            raise ValueError(f"'{table['name']}' is not a distribution; leave out cumulative")
+        chart = _core.chart(table, feature or _first_varying(table), cumulative)
+        axes = axes if axes is not None else pyplot.figure(layout="constrained").add_subplot()
+        if chart["form"] == _LINE:
+            axes.plot(chart["x"], chart["y"])
+        elif chart["form"] == _BARS:
+            axes.bar(chart["x"], chart["y"], chart["bar_width"], align="edge", edgecolor="white", linewidth=0.5)
         else:
-            axes.plot(places, heights)
-        axes.set_ylabel(name)
+            axes.step(chart["x"], chart["y"], where="post")
+        axes.set(title=chart["title"], xlabel=chart["x_title"], ylabel=chart["y_title"])
         return axes
+
+    def _filled(self) -> Mapping[str, Any]:
+        if self._table is None:
+            raise ValueError("there are no numbers in this measurement")
+        return self._table
+
+
+def _name_of(column: Mapping[str, Any], table: Mapping[str, Any]) -> str:
+    """The key without a unit; the only column of a distribution is named after what is counted."""
+    if column is table["row"]:
+        return str(column["title"])
+    return str(column["name"] or table["counted"] or column["title"])
+
+
+def _index_of(table: Mapping[str, Any]) -> Any:
+    """What identifies the rows: their numbers, or their names if not all have one."""
+    if not table["has_row_numbers"]:
+        return table["names"]
+    numbers = table["numbers"]
+    counts = not table["row"]["unit_text"] and bool((numbers == numpy.rint(numbers)).all())
+    return numbers.astype(numpy.int64) if counts else numbers
+
+
+def _first_varying(table: Mapping[str, Any]) -> str:
+    for column, values in zip(table["columns"], table["values"].T):
+        if len(numpy.unique(values[~numpy.isnan(values)])) > 1:
+            return str(column["key"])
+    return str(table["columns"][0]["key"])

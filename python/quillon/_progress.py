@@ -1,6 +1,7 @@
 """How a run shows its progress."""
 from __future__ import annotations
 
+import sys
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from typing import Any, Union
@@ -11,7 +12,10 @@ Progress = Union[None, bool, Callable[[float], Any]]
 
 @contextmanager
 def shown(progress: Progress, name: str) -> Iterator[Callable[[float, str], Any] | None]:
-    """What the engine calls with the fraction done of a stage, and the text of that stage."""
+    """What the engine calls with the fraction done of a stage, and the text of that stage.
+
+    A body that raises nothing has done everything.
+    """
     if progress is None or progress is False:
         yield None
     elif progress is True:
@@ -32,7 +36,9 @@ def _bar(name: str) -> Iterator[Callable[[float, str], Any] | None]:
     except ImportError:
         yield None
         return
-    with tqdm(total=100, desc=name, unit="%") as bar:
+    # The time that remains is left out: tqdm would guess it anew in each stage.
+    form = "{desc}: {percentage:3.0f}%|{bar}| {elapsed}{postfix}"
+    with tqdm(total=100, desc=name, bar_format=form, disable=not _can_show_bar()) as bar:
 
         def draw(fraction: float, text: str) -> None:
             bar.set_postfix_str(text, refresh=False)
@@ -40,3 +46,9 @@ def _bar(name: str) -> Iterator[Callable[[float, str], Any] | None]:
             bar.refresh()
 
         yield draw
+        draw(1.0, "")
+
+
+def _can_show_bar() -> bool:
+    """In a terminal or a notebook. A bar in a log file is a line for each change."""
+    return "ipykernel" in sys.modules or (sys.stderr is not None and sys.stderr.isatty())

@@ -4,6 +4,7 @@ from __future__ import annotations
 import json
 import logging
 import os
+import sys
 import warnings
 from collections.abc import Mapping
 from typing import Any, Union
@@ -113,13 +114,13 @@ def run_entry(
     try:
         with shown(progress, name) as callback:
             outcome = _core.run(request, callback, on_findings)
+            if outcome["printed"]:
+                _log.debug("%s printed: %s", name, outcome["printed"])
+            _raise_unless_done(name, outcome)
     except KeyboardInterrupt as interrupt:
         if isinstance(interrupt, CancelledError):
             raise
         raise InterruptedRunError(f"{name} was cancelled") from None
-    if outcome["printed"]:
-        _log.debug("%s printed: %s", name, outcome["printed"])
-    _raise_unless_done(name, outcome)
     return _result(described, measured, outcome, request.file)
 
 
@@ -193,7 +194,17 @@ def _judge(name: str, findings: list[tuple[int, str, str]]) -> None:
             raise TypeError(f"{function_name(name)}: {message}")
         if kind == _NO_CHOICE:
             raise ValueError(f"{function_name(name)}: {message}")
-        warnings.warn(f"{function_name(name)}: {message}", ParameterWarning, stacklevel=6)
+        warnings.warn(f"{function_name(name)}: {message}", ParameterWarning, stacklevel=_levels_to_caller())
+
+
+def _levels_to_caller() -> int:
+    """How far below the caller of this function the first one outside of the package is, as `warn` counts."""
+    level = 1
+    frame = sys._getframe(1)
+    while frame.f_back is not None and frame.f_globals.get("__name__", "").split(".")[0] == "quillon":
+        frame = frame.f_back
+        level += 1
+    return level
 
 
 def _raise_unless_done(name: str, outcome: dict[str, Any]) -> None:

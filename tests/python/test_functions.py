@@ -78,8 +78,12 @@ def test_wrong_values_are_errors(volume):
 
 
 def test_a_value_without_effect_is_a_warning(volume):
-    with pytest.warns(quillon.ParameterWarning, match="nParameter"):
+    with pytest.warns(quillon.ParameterWarning, match="nParameter") as caught:
         quillon.watershed(volume, nParameter=5)
+    assert [warning.filename for warning in caught] == [__file__]
+    with pytest.warns(quillon.ParameterWarning, match="nParameter") as caught:
+        quillon.run("Watershed", volume, nParameter=5)
+    assert [warning.filename for warning in caught] == [__file__]
 
 
 def test_defaults_are_no_reason_for_a_warning(volume, mask):
@@ -143,25 +147,3 @@ def test_history_and_runs_say_how_a_result_was_made(volume):
     result = quillon.gauss_filter(quillon.Image(volume, label="scan"), sigma=2)
     assert result.history and result.runs[-1]["plugin"] == "GaussFilter"
     assert result.runs[-1]["parameters"] == {"sigma": 2.0}
-
-
-def test_a_measurement_can_be_plotted(mask):
-    pytest.importorskip("matplotlib").use("Agg")
-    measured = quillon.granulometry(mask)
-    measured = measured[0] if isinstance(measured, tuple) else measured
-    for measurement in measured.measurements.values():
-        axes = measurement.plot()
-        assert axes.patches or axes.lines
-
-
-def test_a_measurement_becomes_a_frame(mask):
-    measured = quillon.label_measurements(quillon.connected_components(mask))
-    measurement = measured.measurements["LabelMeasurements"]
-    try:
-        import pandas  # noqa: F401
-    except ImportError:
-        with pytest.raises(ImportError, match="^to_frame needs pandas; install python3-pandas$"):
-            measurement.to_frame()
-        return
-    frame = measurement.to_frame()
-    assert frame["voxels"].sum() == mask.sum()
