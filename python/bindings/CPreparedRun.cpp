@@ -55,8 +55,8 @@ std::vector<StFinding> CPreparedRun::Findings() const {
 StRunRecord CPreparedRun::PerformHere(StPythonSide& side, std::string& printed) {
     const CQuietStreams quiet;
     const ORVEN::CThreadLimit threads(m_request.threads);
-    StPluginRun run{m_request.plugin, m_found,   *m_document,            m_parameters,
-                    m_settings,       m_answers, m_request.image.File(), m_imageFiles};
+    StPluginRun run{m_request.plugin,       m_found,     *m_document, m_parameters, m_settings, m_answers,
+                    m_request.image.File(), m_imageFiles};
     run.hasDialogs = m_request.hasDialogs;
     run.capturesOutput = false;
     StRunRecord record =

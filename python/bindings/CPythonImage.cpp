@@ -92,10 +92,11 @@ py::array CPythonImage::Array(const py::object& self) {
 
 std::string CPythonImage::Type() const { return engine::WordOfPixelType(m_image->Type()); }
 
-py::tuple CPythonImage::Shape() const {
-    const CSize& size = m_image->Size();
+py::tuple ShapeOf(const CSize& size) {
     return size.Dim() > 2 ? py::make_tuple(size.z, size.y, size.x) : py::make_tuple(size.y, size.x);
 }
+
+py::tuple CPythonImage::Shape() const { return ShapeOf(m_image->Size()); }
 
 std::string CPythonImage::Attributes() const { return engine::ToJson(m_image->Attributes()).Text(); }
 

@@ -10,6 +10,9 @@
 
 namespace quillon_python {
 
+/// The extents in the order of an array.
+pybind11::tuple ShapeOf(const ORVEN::CSize& size);
+
 /// An image as Python holds it. Pixels belong to the image or, for one made of an array, to that array.
 /// Arrays over the pixels keep this object alive.
 class CPythonImage {

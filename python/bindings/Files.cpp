@@ -18,6 +18,17 @@ CPythonImage Read(const std::string& path, const std::string& reading) {
     return CPythonImage(std::move(image), std::move(file));
 }
 
+/// The shape of the image in a file, in the order of an array, and how many channels and time points there
+/// are.
+py::tuple Outline(const std::string& path) {
+    engine::StImageOutline outline;
+    {
+        const py::gil_scoped_release unlocked;
+        outline = engine::ReadImageOutline(path);
+    }
+    return py::make_tuple(ShapeOf(outline.size), outline.channels, outline.times);
+}
+
 void Write(const std::string& path, const CPythonImage& image) {
     const py::gil_scoped_release unlocked;
     engine::RequireWritableImage(path);
@@ -28,6 +39,7 @@ void Write(const std::string& path, const CPythonImage& image) {
 
 void AddFiles(py::module_& module) {
     module.def("read", &Read);
+    module.def("outline", &Outline);
     module.def("write", &Write);
 }
 

@@ -101,8 +101,7 @@ StTable TableOfDict(const py::dict& entry) {
 }
 
 std::vector<StCatalogueMeasurement> Descriptions() {
-    return CPackAccess::Instance().With(
-        [](CPackSet& packs) { return DescriptionsOf(packs.Entries()); });
+    return CPackAccess::Instance().With([](CPackSet& packs) { return DescriptionsOf(packs.Entries()); });
 }
 
 /// The measurements of an image by name; a table is None if there are no numbers in the measurement.

@@ -1,9 +1,12 @@
 """Arrays as images: which types fit, and what is converted."""
 from __future__ import annotations
 
+import os
 from typing import Any
 
 import numpy
+
+from ._errors import ArgumentError
 
 # Item type of an array, in the machine's byte order, and the pixel type that has the same memory.
 _SAME_MEMORY = {"?": "binary", "u1": "grey8", "u2": "grey16", "u4": "grey32", "f4": "greyf"}
@@ -14,6 +17,7 @@ _SUPPORTED = "bool, uint8, uint16, uint32, float32, and integers and floats that
 
 def as_pixels(array: Any) -> tuple[numpy.ndarray[Any, Any], str]:
     """The array as contiguous pixels, without a copy if possible, and the name of their type."""
+    _require_array(array)
     array = numpy.asanyarray(array)
     if isinstance(array, numpy.ma.MaskedArray):
         raise TypeError("a masked array has no pixels where it is masked; call its method filled first")
@@ -32,6 +36,18 @@ def as_pixels(array: Any) -> tuple[numpy.ndarray[Any, Any], str]:
     if pixels.dtype.kind == "f":
         return _converted(pixels, "greyf"), "greyf"
     raise TypeError(f"arrays of {pixels.dtype} are no images; use {_SUPPORTED}")
+
+
+def _require_array(value: Any) -> None:
+    """Refuses what NumPy would make an array of in a way that nobody means."""
+    if hasattr(value, "__array__") or hasattr(value, "__array_interface__"):
+        return
+    advice = "give a quillon.Image or a NumPy array"
+    if isinstance(value, (str, os.PathLike)):
+        advice = "read a file with quillon.read"
+    if isinstance(value, (list, tuple)):
+        advice = "give one of its images, or numpy.array of its numbers"
+    raise TypeError(f"an object of type {type(value).__name__} is no image; {advice}")
 
 
 def _of_integers(pixels: numpy.ndarray[Any, Any]) -> tuple[numpy.ndarray[Any, Any], str]:
@@ -62,3 +78,18 @@ def _converted(pixels: numpy.ndarray[Any, Any], wanted: str) -> numpy.ndarray[An
 def type_of_word(word: str) -> numpy.dtype[Any]:
     """The type of an array's items for a pixel type such as "grey8"."""
     return numpy.dtype(_DTYPES[word])
+
+
+def word_of_type(wanted: Any) -> str:
+    """The pixel type for its name or for a type of NumPy."""
+    if isinstance(wanted, str) and wanted in _DTYPES:
+        return wanted
+    try:
+        dtype = numpy.dtype(wanted)
+    except TypeError:
+        dtype = None
+    for word, kind in _DTYPES.items():
+        if dtype is not None and dtype == numpy.dtype(kind):
+            return word
+    names = [f"{word} ({numpy.dtype(kind).name})" for word, kind in _DTYPES.items()]
+    raise ArgumentError(f"as_type={wanted!r}: give {', '.join(names)}")

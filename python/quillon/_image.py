@@ -5,6 +5,7 @@ Arrays are in C order, (z, y, x) or (y, x), and spacing is in the same order.
 from __future__ import annotations
 
 import math
+import operator
 import os
 import struct
 import zlib
@@ -14,11 +15,13 @@ from typing import Any, Union
 import numpy
 
 from . import _core
-from ._arrays import as_pixels, type_of_word
+from ._arrays import as_pixels, type_of_word, word_of_type
+from ._errors import ArgumentError, FileError
 from ._measurements import Measurement
 from ._values import from_json, to_json
 
 _UNITS = ("m", "mm", "um", "nm")
+_MICROMETRES = {"\u00b5m": "um", "\u03bcm": "um"}  # with the micro sign and the letter mu
 
 
 class Image:
@@ -33,6 +36,7 @@ class Image:
     spacing: lengths of a pixel, or one number for all axes. Without it, the pixels have no size.
     label: the title, which results inherit.
     attributes: nested dicts of numbers, texts, bools and lists.
+    unit: the unit of the spacing: m, mm, um or nm.
 
     >>> import numpy, quillon
     >>> image = quillon.Image(numpy.zeros((4, 5, 6), numpy.uint8), spacing=(2.0, 0.5, 0.5))
@@ -40,12 +44,16 @@ class Image:
     <quillon.Image grey8 (4, 5, 6) spacing (2.0, 0.5, 0.5)>
     """
 
+    # A misspelt attribute is an error.
+    __slots__ = ("_core", "_array", "_label", "__weakref__")
+
     def __init__(
         self,
         array: Any,
         spacing: float | Sequence[float] | None = None,
         label: str | None = None,
         attributes: Mapping[str, Any] | None = None,
+        unit: str | None = None,
     ) -> None:
         if isinstance(array, Image):
             raise TypeError("this is an image already; give its array")
@@ -54,21 +62,34 @@ class Image:
         self._array: numpy.ndarray[Any, Any] | None = pixels
         self.label = label
         if attributes is not None:
-            self.attributes = dict(attributes)
+            self.attributes = attributes  # type: ignore[assignment]
         if spacing is not None:
             self.spacing = spacing  # type: ignore[assignment]
+        if unit is not None:
+            self.unit = unit
 
     @classmethod
     def _of(cls, core: _core.Image, label: str | None, array: numpy.ndarray[Any, Any] | None = None) -> Image:
         image = cls.__new__(cls)
         image._core = core
         image._array = array
-        image.label = label
+        image._label = label
         return image
 
     def _shared(self) -> Image:
         """Another image of the same pixels, with attributes of its own."""
         return Image._of(self._core.shared(), self.label, self._array)
+
+    @property
+    def label(self) -> str | None:
+        """The title, which results inherit."""
+        return self._label
+
+    @label.setter
+    def label(self, label: str | None) -> None:
+        if label is not None and not isinstance(label, str):
+            raise TypeError(f"label={label!r} is of type {type(label).__name__}; give a text")
+        self._label = label
 
     @property
     def array(self) -> numpy.ndarray[Any, Any]:
@@ -109,7 +130,10 @@ class Image:
         if spacing is None:
             self._core.spacing = None
             return
-        lengths = [float(length) for length in numpy.atleast_1d(spacing)]
+        try:
+            lengths = [float(length) for length in numpy.atleast_1d(spacing)]
+        except (TypeError, ValueError):
+            raise TypeError(f"spacing={spacing!r}: give a number, or one for each axis") from None
         if len(lengths) == 1:
             lengths *= self.ndim
         if len(lengths) != self.ndim:
@@ -126,9 +150,10 @@ class Image:
 
     @unit.setter
     def unit(self, unit: str) -> None:
-        if unit and unit not in _UNITS:
+        name = _MICROMETRES.get(unit, unit)
+        if name and name not in _UNITS:
             raise ValueError(f"unit '{unit}' is none of {', '.join(_UNITS)}")
-        self._core.unit = unit
+        self._core.unit = name
 
     @property
     def attributes(self) -> dict[str, Any]:
@@ -139,7 +164,12 @@ class Image:
 
     @attributes.setter
     def attributes(self, attributes: Mapping[str, Any]) -> None:
-        self._core.attributes = to_json(attributes)
+        if not isinstance(attributes, Mapping):
+            raise TypeError(f"attributes are a dict, not of type {type(attributes).__name__}")
+        try:
+            self._core.attributes = to_json(attributes)
+        except FileError as error:  # a key that no map can have
+            raise ValueError(str(error)) from None
 
     @property
     def history(self) -> list[str]:
@@ -208,7 +238,7 @@ def _png(width: int, height: int, rgb: bytes) -> bytes:
 def read(
     path: str | os.PathLike[str],
     *,
-    as_type: str | None = None,
+    as_type: str | numpy.dtype[Any] | type | None = None,
     channel: int | None = None,
     time: int | None = None,
     region: Sequence[tuple[int, int]] | None = None,
@@ -217,18 +247,46 @@ def read(
 
     Arrays are in C order, (z, y, x) or (y, x), and spacing is in the same order.
 
-    as_type: the pixel type to convert to: binary (non-zero is 1), grey8, grey16, grey32 or greyf.
+    as_type: the pixel type to convert to: binary (non-zero is 1), grey8, grey16, grey32 or greyf, or bool, uint8,
+        uint16, uint32 or float32.
     channel, time: which one to read of a file with several, from 0.
     region: the part to read, (start, stop) for each axis in the order of the array, without stop.
 
-    Raises quillon.FileError if the file cannot be read.
+    Raises quillon.FileError if the file cannot be read, and quillon.ArgumentError if it has no such part.
     """
-    name = os.fspath(path)
-    reading: dict[str, Any] = {"as": as_type, "channel": channel, "time": time}
-    if region is not None:
-        reading["region"] = [[start, stop - 1] for start, stop in reversed(list(region))]
-    given = {key: value for key, value in reading.items() if value is not None}
-    return Image._of(_core.read(name, to_json(given)), os.path.basename(name))
+    name = os.fsdecode(path)
+    reading: dict[str, Any] = {}
+    if as_type is not None:
+        reading["as"] = word_of_type(as_type)
+    if region is not None or channel is not None or time is not None:
+        shape, channels, times = _core.outline(name)
+        if region is not None:
+            reading["region"] = _index_ranges(region, shape)
+        if channel is not None:
+            reading["channel"] = _index("channel", channel, channels)
+        if time is not None:
+            reading["time"] = _index("time", time, times)
+    return Image._of(_core.read(name, to_json(reading)), os.path.basename(name))
+
+
+def _index(name: str, index: Any, count: int) -> int:
+    if index not in range(count):
+        raise ArgumentError(f"{name}={index!r}: the file has {count}, counted from 0")
+    return int(index)
+
+
+def _index_ranges(region: Sequence[tuple[int, int]], shape: tuple[int, ...]) -> list[list[int]]:
+    """The first and the last index along x, y and z."""
+    try:
+        pairs = [(operator.index(start), operator.index(stop)) for start, stop in region]
+    except (TypeError, ValueError):
+        raise TypeError(f"region={region!r}: give (start, stop) for each axis") from None
+    if len(pairs) != len(shape):
+        raise ArgumentError(f"region={region!r}: the image has the shape {shape}; give (start, stop) for each axis")
+    for (start, stop), extent in zip(pairs, shape):
+        if not 0 <= start < stop <= extent:
+            raise ArgumentError(f"region={region!r}: ({start}, {stop}) is no part of an axis of {extent} pixels")
+    return [[start, stop - 1] for start, stop in reversed(pairs)]
 
 
 def write(path: str | os.PathLike[str], image: ImageLike) -> None:
@@ -238,6 +296,6 @@ def write(path: str | os.PathLike[str], image: ImageLike) -> None:
     """
     if isinstance(path, (Image, numpy.ndarray)):
         raise TypeError("write takes the path first, then the image")
-    _core.write(os.fspath(path), as_image(image)._core)
+    _core.write(os.fsdecode(path), as_image(image)._core)
 
 

@@ -9,6 +9,8 @@ import warnings
 from collections.abc import Mapping
 from typing import Any, Union
 
+import numpy
+
 from . import _core
 from ._arrays import type_of_word
 from ._errors import (
@@ -24,6 +26,8 @@ from ._image import Image, as_image
 from ._names import function_name, keyword_of
 from ._progress import Progress, shown
 from ._values import from_json, to_json
+
+_MOST_THREADS = 1024
 
 _log = logging.getLogger("quillon")
 
@@ -91,8 +95,7 @@ def run_entry(
     settings: Mapping[str, Any] | None = None,
 ) -> Any:
     """Runs the plug-in that the entry of a catalogue describes; `entry` is None without a catalogue."""
-    if threads is not None and threads < 1:
-        raise ValueError(f"threads={threads}: give a positive number")
+    thread_count = _thread_count(threads)
     described = entry if entry is not None else {}
     if described.get("asksForFile") and file is None:
         raise TypeError(f"{function_name(name)} writes a table; give file=PATH")
@@ -105,11 +108,11 @@ def run_entry(
     request.settings = to_json(settings or {})
     request.has_dialogs = bool(described.get("dialogs")) or answers is not None or file is not None
     request.answers = [(key, _as_typed(value)) for key, value in (answers or {}).items()]
-    request.file = os.fspath(file) if file is not None else None
-    request.threads = threads or 0
+    request.file = os.fsdecode(file) if file is not None else None
+    request.threads = thread_count
 
     def on_findings(findings: list[tuple[int, str, str]]) -> None:
-        _judge(name, findings)
+        _judge(name, entry, values, findings)
 
     try:
         with shown(progress, name) as callback:
@@ -122,6 +125,17 @@ def run_entry(
             raise
         raise InterruptedRunError(f"{name} was cancelled") from None
     return _result(described, measured, outcome, request.file)
+
+
+def _thread_count(threads: Any) -> int:
+    """The number as the engine takes it: 0 for one thread per processor."""
+    if threads is None:
+        return 0
+    if isinstance(threads, bool) or not isinstance(threads, (int, numpy.integer)):
+        raise TypeError(f"threads={threads!r}: give an integer")
+    if threads < 1:
+        raise ValueError(f"threads={threads}: give a positive number")
+    return min(int(threads), _MOST_THREADS)
 
 
 def _as_typed(value: Any) -> str:
@@ -146,12 +160,19 @@ def _sorted_out(
             continue
         kind = known[key]["kind"] if known is not None else ("" if _is_plain(value) else "image")
         if kind == "image":
-            images[key] = as_image(value)
+            images[key] = _parameter_image(name, keyword, value)
         else:
             values[key] = value
     if entry is not None:
         _add_companions(entry, values)
     return values, images
+
+
+def _parameter_image(name: str, keyword: str, value: Any) -> Image:
+    try:
+        return as_image(value)
+    except (TypeError, ValueError) as error:
+        raise type(error)(f"{function_name(name)}: {keyword}: {error}") from None
 
 
 def _add_companions(entry: Mapping[str, Any], values: dict[str, Any]) -> None:
@@ -187,9 +208,15 @@ def _unknown(name: str, keyword: str, known: list[str]) -> TypeError:
     return TypeError(f"{function_name(name)} got an unexpected keyword argument '{keyword}'{hint}")
 
 
-def _judge(name: str, findings: list[tuple[int, str, str]]) -> None:
+def _judge(
+    name: str, entry: Mapping[str, Any] | None, values: Mapping[str, Any], findings: list[tuple[int, str, str]]
+) -> None:
     """Raises for parameters that cannot be meant, and warns of those that plug-ins cope with."""
     for kind, key, message in findings:
+        if kind == _WRONG_KIND and key in values and entry is not None:
+            wanted = next(parameter["kind"] for parameter in entry["parameters"] if parameter["key"] == key)
+            given = f"{keyword_of(key)}={values[key]!r} is of type {type(values[key]).__name__}"
+            raise TypeError(f"{function_name(name)}: {given}; give {_KINDS[wanted]}")
         if kind in (_UNKNOWN_KEY, _OTHER_PLUGIN, _WRONG_KIND, _MISSING, _TOO_MANY):
             raise TypeError(f"{function_name(name)}: {message}")
         if kind == _NO_CHOICE:
@@ -253,16 +280,21 @@ def _result(entry: dict[str, Any], image: Image, outcome: dict[str, Any], file: 
 
 
 def _shown(boxes: list[tuple[str, str, str]]) -> dict[str, Any]:
-    """What a plug-in showed in boxes: the text, the sentence marked by a dash as the verdict, and numbers by name."""
-    shown_values: dict[str, Any] = {"text": "\n".join(text.strip("\n") for _, _, text in boxes)}
-    for line in shown_values["text"].splitlines():
+    """What a plug-in showed in boxes: the text, the verdict, and numbers by name.
+
+    Sentences begin with a dash. The verdict is the first one or, if there is nothing to count, what is different.
+    """
+    text = "\n".join(text.strip("\n") for _, _, text in boxes)
+    lines = text.splitlines()
+    sentences = [line[3:] for line in lines if line.startswith(" - ")]
+    numbers = {}
+    for line in lines:
         key, colon, value = line.rpartition(":")
         number = _number(value.strip()) if colon else None
         if number is not None:
-            shown_values[" ".join(key.strip("# ").split())] = number
-        elif line.startswith(" - "):
-            shown_values.setdefault("verdict", line[3:])
-    return shown_values
+            numbers[" ".join(key.strip("# ").split())] = number
+    verdicts = sentences[:1] if numbers else [line for line in sentences if line.startswith("different")]
+    return {"text": text, "verdict": "; ".join(verdicts), **numbers}
 
 
 def _number(text: str) -> Union[int, float, None]:

@@ -32,6 +32,8 @@ def _plain(value: Any, place: str) -> Any:
         return number if math.isfinite(number) else {"/double": str(number)}
     if isinstance(value, str):
         return value
+    if isinstance(value, bytes):
+        return {"/bytes": value.hex()}
     raise TypeError(f"{place} is of type {type(value).__name__}; use numbers, texts, bools, lists and dicts")
 
 

@@ -1,4 +1,6 @@
 """Kinds of arrays: what is taken as it is, what is converted, and what is refused."""
+import pathlib
+
 import numpy
 import pytest
 
@@ -102,3 +104,27 @@ def test_arrays_that_would_lose_values_are_type_errors(array, message):
 def test_arrays_of_a_wrong_shape_are_value_errors(shape, message):
     with pytest.raises(ValueError, match=f"^{message}$"):
         quillon.Image(numpy.zeros(shape, numpy.uint8))
+
+
+@pytest.mark.parametrize(
+    "value, message",
+    [
+        ("a.nrrd", "an object of type str is no image; read a file with quillon.read"),
+        (pathlib.Path("a.nrrd"), "an object of type PosixPath is no image; read a file with quillon.read"),
+        (None, "an object of type NoneType is no image; give a quillon.Image or a NumPy array"),
+        ([[1, 2], [3, 4]], "an object of type list is no image; give one of its images, or numpy.array of its numbers"),
+        ((), "an object of type tuple is no image; give one of its images, or numpy.array of its numbers"),
+    ],
+)
+def test_what_is_no_array_is_a_type_error(value, message):
+    with pytest.raises(TypeError, match=f"^{message}$"):
+        quillon.invert(value)
+    with pytest.raises(TypeError, match=f"^{message}$"):
+        quillon.Image(value)
+
+
+def test_images_among_the_parameters_are_checked_alike(volume):
+    with pytest.raises(TypeError, match="^pointwise_relation: Image2: an object of type str is no image; "):
+        quillon.pointwise_relation(volume, Image2="a.nrrd")
+    with pytest.raises(ValueError, match="^pointwise_relation: Image2: the array of shape"):
+        quillon.pointwise_relation(volume, Image2=volume[:0])

@@ -71,10 +71,26 @@ def test_an_unknown_plugin_names_the_nearest(volume):
 def test_wrong_values_are_errors(volume):
     with pytest.raises(ValueError, match="Neigh_27"):
         quillon.watershed(volume, Neighborhood="Neigh_27")
-    with pytest.raises(TypeError, match="sigma"):
+    with pytest.raises(TypeError, match="^gauss_filter: sigma='wide' is of type str; give a number$"):
         quillon.gauss_filter(volume, sigma="wide")
+    with pytest.raises(TypeError, match=r"^median: radius=1\.5 is of type float; give an integer$"):
+        quillon.median(volume, radius=1.5)
+    with pytest.raises(TypeError, match="^watershed: Neighborhood=6 is of type int; give a text$"):
+        quillon.watershed(volume, Neighborhood=6)
+
+
+def test_a_number_of_threads_is_a_positive_integer(volume):
     with pytest.raises(ValueError, match="^threads=0: give a positive number$"):
         quillon.gauss_filter(volume, threads=0)
+    with pytest.raises(TypeError, match=r"^threads=1\.5: give an integer$"):
+        quillon.gauss_filter(volume, threads=1.5)
+    assert quillon.invert(volume, threads=10**20).shape == volume.shape
+
+
+def test_numbers_of_numpy_are_numbers(volume):
+    expected = quillon.gauss_filter(volume, sigma=1.5).array
+    assert (quillon.gauss_filter(volume, sigma=numpy.float32(1.5)).array == expected).all()
+    assert (quillon.median(volume, radius=numpy.int64(2)).array == quillon.median(volume, radius=2).array).all()
 
 
 def test_a_value_without_effect_is_a_warning(volume):
@@ -119,6 +135,9 @@ def test_a_verdict_is_a_dict(volume):
     other = volume.copy()
     other[0, 0, 0] += 1
     assert quillon.pointwise_relation(other, Image2=volume)["a > b"] == 1
+    part = quillon.pointwise_relation(volume, Image2=volume[:5])
+    assert part["verdict"].startswith("different image sizes (28,24,20) and (28,24,5); different physical extension ")
+    assert set(part) == {"text", "verdict"}
 
 
 def test_a_table_is_written_where_file_says(mask, tmp_path):

@@ -74,17 +74,30 @@ def test_spacing_is_in_the_order_of_the_array():
         ((1, 2), "spacing has 2 numbers; the image has 3 dimensions"),
         (float("nan"), "spacing nan is not a positive number"),
         ((1, 0, 1), "spacing 0.0 is not a positive number"),
+        ((1, float("inf"), 1), "spacing inf is not a positive number"),
+        (-1, "spacing -1.0 is not a positive number"),
     ],
 )
-def test_a_bad_spacing_is_refused(spacing, message):
+def test_a_bad_spacing_is_refused_and_the_old_one_stays(spacing, message):
     with pytest.raises(ValueError, match=f"^{message}$"):
         quillon.Image(numpy.zeros((4, 5, 6), numpy.uint8), spacing=spacing)
+    image = quillon.Image(numpy.zeros((4, 5, 6), numpy.uint8), spacing=2)
+    with pytest.raises(ValueError, match=f"^{message}$"):
+        image.spacing = spacing
+    assert image.spacing == (2.0, 2.0, 2.0)
+
+
+def test_a_spacing_is_made_of_numbers():
+    with pytest.raises(TypeError, match="^spacing='1 mm': give a number, or one for each axis$"):
+        quillon.Image(numpy.zeros((4, 5), numpy.uint8), spacing="1 mm")
 
 
 def test_a_unit_is_one_of_four():
-    image = quillon.Image(numpy.zeros((4, 5), numpy.uint8), spacing=1)
-    image.unit = "um"
-    assert image.unit == "um"
+    image = quillon.Image(numpy.zeros((4, 5), numpy.uint8), spacing=1, unit="mm")
+    assert image.unit == "mm"
+    for unit in ("um", "\u00b5m", "\u03bcm"):
+        image.unit = unit
+        assert image.unit == "um"
     with pytest.raises(ValueError, match="^unit 'inch' is none of m, mm, um, nm$"):
         image.unit = "inch"
 
@@ -93,8 +106,29 @@ def test_attributes_are_nested_dicts():
     values = {"a": {"b": 1, "c": 0.5, "d": float("inf")}, "list": [True, "text"]}
     image = quillon.Image(numpy.zeros((2, 3), bool), attributes=values)
     assert image.attributes == values
+    image.attributes = {"bytes": b"\xff\x00"}
+    image.attributes = image.attributes
+    assert image.attributes == {"bytes": b"\xff\x00"}
     with pytest.raises(TypeError, match="^value\\['x'\\] is of type object; use numbers, texts, bools, lists and dicts$"):
         image.attributes = {"x": object()}
+
+
+def test_attributes_that_cannot_be_stored_change_nothing():
+    image = quillon.Image(numpy.zeros((2, 3), bool), attributes={"old": 1})
+    with pytest.raises(ValueError, match='^no map can have the key "a/b": '):
+        image.attributes = {"a/b": 1}
+    with pytest.raises(TypeError, match="^attributes are a dict, not of type list$"):
+        image.attributes = [1]
+    assert image.attributes == {"old": 1}
+
+
+def test_a_label_is_a_text_and_other_names_are_errors():
+    image = quillon.Image(numpy.zeros((2, 3), bool), label="scan")
+    with pytest.raises(TypeError, match="^label=5 is of type int; give a text$"):
+        image.label = 5
+    assert image.label == "scan"
+    with pytest.raises(AttributeError, match="lable"):
+        image.lable = "scan"
 
 
 def test_a_pickled_image_is_equal(volume):
@@ -132,6 +166,37 @@ def test_a_part_of_a_file_is_that_part_of_the_array(volume, tmp_path):
     quillon.write(tmp_path / "a.nrrd", volume)
     part = quillon.read(tmp_path / "a.nrrd", region=[(2, 5), (0, 24), (7, 8)])
     assert (part.array == volume[2:5, 0:24, 7:8]).all()
+
+
+@pytest.mark.parametrize(
+    "wanted, message",
+    [
+        ({"region": [(0, 5)]}, r"region=\[\(0, 5\)\]: the image has the shape \(20, 24, 28\); give \(start, stop\) for each axis"),
+        ({"region": [(0, 20), (0, 24), (0, 29)]}, r"region=.*: \(0, 29\) is no part of an axis of 28 pixels"),
+        ({"region": [(3, 3), (0, 24), (0, 28)]}, r"region=.*: \(3, 3\) is no part of an axis of 20 pixels"),
+        ({"region": [(-3, 3), (0, 24), (0, 28)]}, r"region=.*: \(-3, 3\) is no part of an axis of 20 pixels"),
+        ({"channel": 1}, "channel=1: the file has 1, counted from 0"),
+        ({"time": -1}, "time=-1: the file has 1, counted from 0"),
+        ({"as_type": "int64"}, r"as_type='int64': give binary \(bool\), grey8 \(uint8\), .*, greyf \(float32\)"),
+    ],
+)
+def test_a_part_that_a_file_does_not_have_is_an_argument_error(volume, tmp_path, wanted, message):
+    quillon.write(tmp_path / "a.nrrd", volume)
+    with pytest.raises(quillon.ArgumentError, match=f"^{message}$"):
+        quillon.read(tmp_path / "a.nrrd", **wanted)
+
+
+def test_a_region_is_made_of_pairs(volume, tmp_path):
+    quillon.write(tmp_path / "a.nrrd", volume)
+    with pytest.raises(TypeError, match=r"^region=3: give \(start, stop\) for each axis$"):
+        quillon.read(tmp_path / "a.nrrd", region=3)
+
+
+def test_a_file_is_converted_to_a_type_by_either_name(volume, tmp_path):
+    quillon.write(tmp_path / "a.nrrd", volume)
+    for name in ("grey16", "uint16", numpy.uint16, numpy.dtype("u2")):
+        assert quillon.read(tmp_path / "a.nrrd", as_type=name).dtype == numpy.uint16
+    assert (quillon.read(tmp_path / "a.nrrd", as_type=bool).array == (volume != 0)).all()
 
 
 def test_file_errors_are_file_errors(volume, tmp_path):
