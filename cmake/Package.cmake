@@ -60,12 +60,29 @@ plug-ins with the libraries.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-quillon)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
-set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
-set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-matplotlib, python3-pandas, python3-tqdm")
+# The extension module fits one minor version of Python.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "python3 (>= ${QUILLON_PYTHON_VERSION}), python3 (<< ${QUILLON_NEXT_PYTHON_VERSION}), python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-matplotlib, python3-pandas, python3-tqdm")
 set(CPACK_COMPONENT_PYTHON_DESCRIPTION "analysis of CT and microscopy volumes in Python
 The plug-ins of two packs as functions on NumPy arrays: distance maps,
 morphology, granulometry, skeletons, fibre directions, segmentation and
 measurements.")
+# Modules are compiled once, as an ordinary user cannot store what the interpreter compiles at an import.
+file(WRITE ${PROJECT_BINARY_DIR}/package/postinst
+"#!/bin/sh
+set -e
+if [ \"$1\" = configure ]; then
+    py3compile -p python3-quillon
+fi
+")
+file(WRITE ${PROJECT_BINARY_DIR}/package/prerm
+"#!/bin/sh
+set -e
+py3clean -p python3-quillon
+")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_BINARY_DIR}/package/postinst ${PROJECT_BINARY_DIR}/package/prerm)
 
 # Each package has its licence and the changes in the places where Debian looks for them.
 file(WRITE ${PROJECT_BINARY_DIR}/package/copyright

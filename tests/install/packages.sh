@@ -50,6 +50,16 @@ for page in quillon $(as_user quillon --help | awk '/^Subcommands:/ { on = 1; ne
     [ -f "/usr/share/man/man1/$page.1.gz" ]
 done
 
+step "using Python as a user"
+apt install python3-quillon
+as_user python3 -c 'import numpy, quillon; assert quillon.invert(numpy.zeros((4, 5), bool)).array.all()'
+apt install python3-matplotlib python3-pandas python3-tqdm
+mkdir /home/somebody/python
+ln -s "$project/tests" /home/somebody/python/tests
+chown somebody /home/somebody/python
+as_user env --chdir=/home/somebody/python MPLBACKEND=Agg "$project/tests/python/follow_page.py" "$project/docs/python.md"
+as_user ls /home/somebody/python
+
 step "building the example pack with libquillon-dev"
 apt install libquillon-dev cmake g++ make pkg-config python3
 as_user cmake -S "$project/examples/pack" -B /home/somebody/pack >/dev/null
@@ -75,7 +85,8 @@ installed '*quillon*' | nothing
 comm -23 /tmp/with /tmp/without >/tmp/gone
 echo "$(wc -l </tmp/gone) files and folders are gone"
 # Gone is what the packages listed and nothing else, and all that is left of it are folders that other packages have too.
-comm -23 /tmp/gone /tmp/ours | nothing
+# What Python has compiled belongs to no package, but goes with it.
+comm -23 /tmp/gone /tmp/ours | sed '\|/dist-packages/quillon/__pycache__|d' | nothing
 comm -13 /tmp/with /tmp/without | nothing
 comm -12 /tmp/ours /tmp/without | while read -r file; do [ -d "$file" ] || echo "$file"; done | nothing
 find / -xdev \( -path /proc -o -path /opt -o -path /home -o -path /tmp \) -prune -o \
