@@ -13,7 +13,7 @@ prefix=$folder/moved
 
 echo "no file names the place where it was built"
 places=(-e "$build/")
-for folder_of_sources in host src packs engine cli; do
+for folder_of_sources in host src packs engine validate cli python; do
     places+=(-e "$source/$folder_of_sources/")
 done
 [ -z "$(grep -rlF "${places[@]}" "$prefix")" ]
@@ -27,6 +27,18 @@ unset LD_LIBRARY_PATH
 "$prefix/bin/quillon-lut" --help >/dev/null
 mkdir "$folder/series"
 [[ $("$prefix/bin/quillon" info "$folder/series" 2>&1) == *'it is a folder without DICOM slices'* ]]
+
+modules=$prefix/lib/python3/dist-packages
+if [ -d "$modules" ]; then
+    echo "Python finds both packs"
+    PYTHONPATH=$modules PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 - <<'CODE'
+import numpy
+import quillon
+
+mask = quillon.auto_threshold(numpy.arange(64, dtype=numpy.uint8).reshape(4, 4, 4))
+assert quillon.voronoi_edt_plugin(mask).array.max() > 0
+CODE
+fi
 
 echo "every command has a manual page with its exit codes"
 for page in quillon quillon-lut $("$prefix/bin/quillon" --help |

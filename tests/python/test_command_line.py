@@ -1,30 +1,57 @@
 """Results are those of the command line, to the byte."""
+import json
+
 import numpy
 import pytest
 
 import quillon
+from quillon import _core
 
-RUNS = [
-    ("GaussFilter", "volume", {"sigma": 1.5}),
-    ("Watershed", "volume", {"Neighborhood": "Neigh_26"}),
-    ("SegmSauvola", "volume", {"windowsize": 3}),
-    ("Median", "volume", {}),
-    ("VoronoiEdtPlugin", "mask", {}),
-    ("ExactMedialAxis", "mask", {}),
-    ("SphericalMorphology", "mask", {}),
-    ("Skeleton", "mask", {}),
-    ("ConnectedComponents", "mask", {}),
-    ("FieldFeaturesGrayValueImage", "volume", {}),
-    ("LabelMeasurements", "mask", {}),
-]
+# What plug-ins need besides an image.
+NEEDED = {
+    "Arithmetic": {"value": 3},
+    "CylinderMask": {"s": 10, "t": 12, "radius": 6},
+    "LocalFiberDirections": {"fiber_radius": 2.0},
+    "Mask": {"Image2": "mask.nrrd"},
+    "Resample": {"factor": 2},
+    "Threshold": {"lower": 100},
+}
+# What changes the result.
+CHANGED = {
+    "GaussFilter": {"sigma": 1.5},
+    "LinearDt": {"compute on foreground": True},
+    "Median": {"radius": 2},
+    "Watershed": {"Neighborhood": "Neigh_26"},
+    "SegmSauvola": {"windowsize": 3},
+}
+# Their results are not files with images, and other tests run them.
+WITH_DIALOGS = {
+    "FeatureToImage", "GranulometryExport", "LabelMeasurementsExport", "LocalFiberDirectionsDialog",
+    "LocalFiberDirectionsExport", "PointwiseRelation",
+}
+PLUGINS = [name for name in _core.plugin_names() if name not in WITH_DIALOGS]
 
 
-@pytest.mark.parametrize("name, given, parameters", RUNS, ids=[run[0] for run in RUNS])
-def test_files_have_the_same_bytes(command_line, request, tmp_path, name, given, parameters):
-    quillon.write("in.nrrd", quillon.Image(request.getfixturevalue(given), spacing=1.0))
-    flags = [word for key, value in parameters.items() for word in ("-p", f"{key}={value}")]
+def type_for(name):
+    types = json.loads(_core.catalogue_entry(name, None))["images"]["types"]
+    return "uint8" if "grey8" in types else "bool" if "binary" in types else "float32"
+
+
+def test_plugins_with_dialogs_are_those_listed_here():
+    for name in _core.plugin_names():
+        assert bool(json.loads(_core.catalogue_entry(name, None))["dialogs"]) == (name in WITH_DIALOGS)
+
+
+@pytest.mark.parametrize("name", PLUGINS)
+def test_files_have_the_same_bytes(command_line, volume, mask, tmp_path, name):
+    dtype = type_for(name)
+    quillon.write("in.nrrd", quillon.Image(mask if dtype == "bool" else volume.astype(dtype), spacing=1.0))
+    quillon.write("mask.nrrd", quillon.Image(mask, spacing=1.0))
+    parameters = {**NEEDED.get(name, {}), **CHANGED.get(name, {})}
+    flags = [word for key, value in parameters.items() for word in ("-p", f"{key}={value}".replace("=True", "=true"))]
     command_line("run", name, "in.nrrd", "-o", "theirs.nrrd", *flags)
-    result = quillon.run(name, quillon.read("in.nrrd"), **parameters)
+    images = {key: quillon.read(value) for key, value in parameters.items() if str(value).endswith(".nrrd")}
+    result = quillon.run(name, quillon.read("in.nrrd"), **{**parameters, **images})
     quillon.write("ours.nrrd", result)
     assert (tmp_path / "ours.nrrd").read_bytes() == (tmp_path / "theirs.nrrd").read_bytes()
 

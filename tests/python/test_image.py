@@ -2,6 +2,8 @@
 import gc
 import pathlib
 import pickle
+import subprocess
+import sys
 import weakref
 
 import numpy
@@ -57,6 +59,23 @@ def test_images_and_arrays_over_64_mb_take_no_memory():
     arrays = [image.array for image in images]
     assert resident_bytes() - before < 8 << 20
     assert all(numpy.shares_memory(other, array) for other in arrays)
+
+
+PEAK = """
+import pathlib, re, numpy, quillon
+def peak():
+    return 1024 * int(re.search(r"VmHWM:\\s*(\\d+)", pathlib.Path("/proc/self/status").read_text())[1])
+quillon.invert(numpy.ones((2, 2), numpy.uint8))
+array = numpy.ones((96, 1024, 1024), numpy.uint8)
+before = peak()
+result = quillon.invert(array).array
+print((peak() - before) / array.nbytes)
+"""
+
+
+def test_a_run_takes_memory_for_its_result_alone():
+    done = subprocess.run([sys.executable, "-c", PEAK], check=True, capture_output=True, text=True)
+    assert 0.9 < float(done.stdout) < 1.2
 
 
 def test_spacing_is_in_the_order_of_the_array():

@@ -1,4 +1,7 @@
 """Threads, progress and cancellation."""
+import contextlib
+import ctypes
+import os
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
@@ -42,7 +45,39 @@ def test_progress_is_a_fraction():
     assert fractions[-1] == 1.0 and all(0 <= fraction <= 1 for fraction in fractions)
 
 
-def test_progress_true_needs_no_tqdm(volume):
+def test_a_failed_run_has_not_done_everything(volume):
+    fractions = []
+    with pytest.raises(quillon.PluginError):
+        quillon.crop(volume, x0=5, x1=2, progress=fractions.append)
+    assert 1.0 not in fractions
+
+
+WITH_BAR = "import numpy, quillon; quillon.median(numpy.zeros((9, 9, 9), numpy.uint8), progress=True)"
+
+
+def test_a_bar_in_a_terminal_ends_at_100_per_cent():
+    pytest.importorskip("tqdm")
+    ours, theirs = os.openpty()
+    done = subprocess.Popen([sys.executable, "-c", WITH_BAR], stdout=theirs, stderr=theirs)
+    os.close(theirs)
+    shown = b""
+    with contextlib.suppress(OSError):  # the end of a terminal
+        while part := os.read(ours, 4096):
+            shown += part
+    os.close(ours)
+    assert done.wait() == 0
+    text = shown.decode()
+    assert "Median: " in text and "100%" in text.splitlines()[-1]
+
+
+def test_nothing_of_a_bar_is_written_into_a_file(tmp_path):
+    with open(tmp_path / "log", "wb") as log:
+        subprocess.run([sys.executable, "-c", WITH_BAR], stdout=log, stderr=log, check=True)
+    assert (tmp_path / "log").read_bytes() == b""
+
+
+def test_progress_true_needs_no_tqdm(volume, monkeypatch):
+    monkeypatch.setitem(sys.modules, "tqdm.auto", None)
     assert quillon.invert(volume, progress=True).shape == volume.shape
     with pytest.raises(TypeError, match="^progress is True, False, or a callable that takes the fraction done$"):
         quillon.invert(volume, progress=3)
@@ -85,16 +120,35 @@ def test_ctrl_c_cancels_a_run():
     assert done.stdout.startswith("True Watershed was cancelled "), done.stdout + done.stderr
 
 
-def test_nothing_is_printed_and_no_application_starts(volume, capfd):
+def test_nothing_is_printed(volume, capfd):
     quillon.gauss_filter(volume)
     quillon.segm_sauvola(volume)
     captured = capfd.readouterr()
     assert captured.out == "" and captured.err == ""
 
 
-def test_dialogs_leave_the_platform_as_it_was(volume, monkeypatch):
-    import ctypes
+def has_application():
+    """Whether the static member that QCoreApplication::instance() returns is set."""
+    return ctypes.c_void_p.in_dll(ctypes.CDLL("libQt6Core.so.6"), "_ZN16QCoreApplication4selfE").value is not None
 
+
+def test_an_application_exists_only_while_a_plugin_with_dialogs_runs(volume):
+    assert not has_application()
+    seen = set()
+    large = numpy.zeros((64, 128, 128), numpy.uint8)
+    quillon.median(large, progress=lambda fraction: seen.add(has_application()))
+    assert seen == {False}
+    quillon.pointwise_relation(volume, Image2=volume)
+    assert not has_application()
+
+
+def test_answers_reach_the_inputs_of_a_dialog(volume):
+    answers = {"radius_edit": 3.5, "select_size_group": True, "sizex_edit": 12}
+    edited = quillon.local_fiber_directions_dialog(volume, answers=answers)
+    assert edited["fiber_radius"] == 3.5
+
+
+def test_dialogs_leave_the_platform_as_it_was(volume, monkeypatch):
     read = ctypes.CDLL(None).getenv
     read.restype = ctypes.c_char_p
     before = read(b"QT_QPA_PLATFORM")
