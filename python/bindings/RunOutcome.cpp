@@ -1,7 +1,6 @@
 #include "python/bindings/RunOutcome.h"
 
 #include "engine/catalogue/Refusal.h"
-#include "engine/files/ImageWords.h"
 #include "engine/run/PluginRun.h"
 #include "python/bindings/CPackAccess.h"
 
@@ -37,7 +36,6 @@ const char* WordOf(EnRunEnd end) {
 /// Why the image was refused, as the words of a sentence that Python completes.
 py::dict RefusalOf(const CPreparedRun& run) {
     py::dict words;
-    words["image"] = WordOfPixelType(run.Image().Type()) + ", " + SizeInWords(run.Image().Size());
     if (run.Entry() == nullptr)
         return words;
     StRefusal refusal;

@@ -119,7 +119,7 @@ def run_entry(
             outcome = _core.run(request, callback, on_findings)
             if outcome["printed"]:
                 _log.debug("%s printed: %s", name, outcome["printed"])
-            _raise_unless_done(name, outcome)
+            _raise_unless_done(name, measured, outcome)
     except KeyboardInterrupt as interrupt:
         if isinstance(interrupt, CancelledError):
             raise
@@ -234,14 +234,14 @@ def _levels_to_caller() -> int:
     return level
 
 
-def _raise_unless_done(name: str, outcome: dict[str, Any]) -> None:
+def _raise_unless_done(name: str, image: Image, outcome: dict[str, Any]) -> None:
     end, message = outcome["end"], outcome.get("message", "")
     if end == "cancelled":
         raise CancelledError(f"{name} was cancelled")
     if end == "failed":
         raise PluginError(f"{name} says: {message}")
     if end == "refused":
-        raise RefusedError(_refusal(name, outcome["refusal"]))
+        raise RefusedError(_refusal(name, image, outcome["refusal"]))
     if end == "error box":
         raise (FileError if "file" in message else PluginError)(f"{name} says: {message}")
     if end == "dialog problem":
@@ -250,8 +250,8 @@ def _raise_unless_done(name: str, outcome: dict[str, Any]) -> None:
         raise ArgumentError(f"no dialog of {name} had an input named '{outcome['unused_answer']}'")
 
 
-def _refusal(name: str, words: dict[str, Any]) -> str:
-    message = f"{name} does not take this image ({words['image']})"
+def _refusal(name: str, image: Image, words: dict[str, Any]) -> str:
+    message = f"{name} does not take this image ({image.type} of shape {image.shape})"
     if "accepted" not in words:
         return message + "; no catalogue says which images it takes"
     message += f"; it takes {words['accepted']}"

@@ -113,7 +113,7 @@ def test_a_refused_image_says_what_to_do(volume):
     with pytest.raises(quillon.RefusedError) as caught:
         quillon.spherical_morphology(volume)
     assert str(caught.value).startswith(
-        "SphericalMorphology does not take this image (grey8, 28 x 24 x 20); it takes binary"
+        "SphericalMorphology does not take this image (grey8 of shape (20, 24, 28)); it takes binary"
     )
     assert str(caught.value).endswith("quillon.auto_threshold or quillon.threshold first")
     with pytest.raises(quillon.RefusedError, match=r"it is grey8 [^:]*: give array\.astype\('float32'\)$"):
