@@ -30,6 +30,7 @@ void Raise(const char* name, const std::string& message) {
 } // namespace
 
 void AddErrors() {
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): pybind11 states the type.
     py::register_exception_translator([](std::exception_ptr raised) {
         try {
             if (raised)
