@@ -58,6 +58,9 @@ mkdir /home/somebody/python
 ln -s "$project/tests" /home/somebody/python/tests
 chown somebody /home/somebody/python
 as_user env --chdir=/home/somebody/python MPLBACKEND=Agg "$project/tests/python/follow_page.py" "$project/docs/python.md"
+cp /usr/share/doc/python3-quillon/examples/* /home/somebody/python
+as_user env --chdir=/home/somebody/python MPLBACKEND=Agg python3 pores.py cement_pores_128.nrrd
+as_user env --chdir=/home/somebody/python MPLBACKEND=Agg "$project/tests/python/follow_page.py" "$project/docs/python-tutorial.md"
 as_user ls /home/somebody/python
 
 step "building the example pack with libquillon-dev"
