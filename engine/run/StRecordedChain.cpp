@@ -121,7 +121,7 @@ bool Exists(const fs::path& path) {
     return fs::exists(path, error);
 }
 
-/// The files of an image, or the file alone if it is no image.
+/// The files of an image, or the file alone if it is not an image.
 std::vector<std::string> FilesOf(const std::string& path) {
     try {
         return FilesOfContent(path);

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// A slow watershed by immersion, written as the method is told and with nothing of the engine in it: the
-/// oracle of its tests.
+/// A slow watershed by immersion, written from the description of the method and without any code of the
+/// engine: the oracle of its tests.
 namespace test {
 
 /// One run. Pixels stand in raster order, x fastest.

@@ -34,7 +34,7 @@ std::unique_ptr<CImage> Image(const IImage::CType& type, const CSize& size) {
     return std::make_unique<CImage>(type, size, CSize(0, 0, 0));
 }
 
-/// An image of 16 bits in which each pixel tells where it stands: 1 + x + 40 y + 1600 z.
+/// An image of 16 bits in which the value of each pixel is its position: 1 + x + 40 y + 1600 z.
 std::unique_ptr<CImage> Positions(const CSize& size) {
     auto image = Image(IMAGE_GREY_16, size);
     const CImageView<unsigned short> view(*image);

@@ -399,7 +399,7 @@ TEST(OlderThresholders, AgreeWithTheColumnsThatTheirScanHolds) {
 }
 
 TEST(OlderThresholders, ColumnWCountsTwiceUntil2WAndTheRightEdgeLags) {
-    // Half width 1 on a row of 6: the columns in the window, told by hand.
+    // Half width 1 on a row of 6: the columns in the window, written out by hand.
     using Columns = std::map<std::int64_t, int>;
     const auto held = [](std::int64_t x) {
         Columns columns = ColumnsAt(x, 1, 6);

@@ -26,7 +26,7 @@ namespace {
 using namespace ORVEN;
 using test::Log;
 
-/// What the stand-ins below write down and are told to do.
+/// What the stand-ins below record, and what they are to do.
 struct StSpy {
     Log log;
     std::map<const IImage*, std::string> names; ///< of the images alive that are known

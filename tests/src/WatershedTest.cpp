@@ -433,7 +433,7 @@ std::unique_ptr<CImage> IsolatedMinima(std::int64_t columns, std::int64_t rows) 
     return image;
 }
 
-/// Expects n regions, told by pixels of type T, history and attributes.
+/// Expects n regions, labelled with pixels of type T, and the history and attributes.
 template <class T>
 void ExpectRegions(const CImage& result, const IImage::CType& type, std::uint32_t regionCount) {
     EXPECT_EQ(result.Type(), type);

@@ -382,7 +382,7 @@ TEST_F(FiberDirectionsForm, SpeaksTheLanguageOfTheApplication) {
         EXPECT_EQ(form.windowTitle().toStdString(), prefix + "Subfield Fiber Directions");
     };
     QCoreApplication::installTranslator(&translator);
-    QCoreApplication::sendPostedEvents(); // tells the windows
+    QCoreApplication::sendPostedEvents(); // delivers the event to the windows
     expectTexts("CLocalFiberDirectionsDialog_skel: ");
     QCoreApplication::removeTranslator(&translator);
     QCoreApplication::sendPostedEvents();

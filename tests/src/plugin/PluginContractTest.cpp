@@ -179,7 +179,7 @@ TEST(PluginContractHandOver, SeveralDocumentsAreDeliveredSideBySide) {
 TEST(PluginContractHandOver, ATreeThatCannotTakeTheDocumentLosesNothing) {
     CValueMap tree;
     tree.SetEntry("output", Text("in the way"));
-    // The sanitizer run tells whether image and document were freed.
+    // The sanitizer run shows whether image and document were freed.
     EXPECT_THROW(contract::HandOver(tree, contract::EnHandOver::INTO_LIST, SmallImage(), CString()),
                  CExBadParam);
     EXPECT_EQ(tree.EntryString("output").Std(), "in the way");

@@ -415,7 +415,7 @@ TEST(WatershedChecks, SeedsOfAByteThatAreNoLabelsAreRefusedByTheInitialisation) 
 }
 
 TEST(WatershedChecks, OfTwoErrorsTheFirstIsReported) {
-    // Each case has what is told first, and what would be told next.
+    // Each case has what is reported first, and what would be reported next.
     StRefused refused{.inputSize = CSize(32767, 1), .outputSize = CSize(32767, 1)};
     EXPECT_EQ(Message(refused), "image dimension of input image and neighborhood does not match (2 vs 3).");
     refused.inputSize = CSize(32767, 1, 1);

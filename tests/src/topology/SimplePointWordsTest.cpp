@@ -172,7 +172,7 @@ TEST(SimplePointWords, AnswerForMostSimplePointsAndForFewOthers) {
     if (c_isInstrumented)
         GTEST_SKIP() << "Logic on words without memory of its own takes a quarter of a minute here.";
     // Simple is what has one piece of either set around it: G. Bertrand, G. Malandain, A new characterization
-    // of three-dimensional simple points, 1994. The test that is told here is another one. The other two
+    // of three-dimensional simple points, 1994. The test described here is another one. The other two
     // neighbourhoods are a dual and a mirror image of these.
     const auto compare = []<class N>(std::type_identity<N>, std::int64_t expectedSimple) {
         const auto object = PiecesAroundCenter<N>();

@@ -20,7 +20,7 @@ void ForEachNeighborhood(const Work& work) {
     work(std::type_identity<ORVEN::CNeighborhood3dDiffN26>());
 }
 
-/// Asks the definition about cubes that are told by 26 bits: the neighbours of the centre in raster order, x
+/// Asks the definition about cubes given as 26 bits: the neighbours of the centre in raster order, x
 /// fastest.
 template <class N>
 class CDefinition {

@@ -68,7 +68,7 @@ struct CopyBack : visitors::StVisitor<const unsigned short, float> {
     void operator()(unsigned short source, float& target) const { target = source; }
 };
 
-/// Writes into the same log as images and progress, and raises where it is told to.
+/// Writes into the same log as images and progress, and raises where it is asked to.
 struct Logged : visitors::StVisitor<unsigned char, const unsigned char> {
     explicit Logged(Log& target)
         : log(target) {}
