@@ -1,12 +1,9 @@
 #include "bench/BooleanModel.h"
+#include "bench/ItkPeers.h"
 
 #include <QuillonBase/Parallel.h>
 #include <QuillonTransformation/CEdtVoronoi.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
-
-#include <itkImportImageFilter.h>
-#include <itkMultiThreaderBase.h>
-#include <itkSignedMaurerDistanceMapImageFilter.h>
 
 #include <array>
 #include <cstdio>
@@ -43,27 +40,6 @@ void Transform(CImage& map, const CImage& image) {
     CEdtVoronoi(nullptr, nullptr).CalculateDistanceMap(map, image, true, true, false, false);
 }
 
-double ItkSeconds(const CImage& image, const std::array<double, 3>& spacing) {
-    using Import = itk::ImportImageFilter<unsigned char, 3>;
-    using Map = itk::Image<float, 3>;
-    const CImageView<const unsigned char> view(image);
-    const auto input = Import::New();
-    Import::SizeType size;
-    size[0] = static_cast<itk::SizeValueType>(view.nx);
-    size[1] = static_cast<itk::SizeValueType>(view.ny);
-    size[2] = static_cast<itk::SizeValueType>(view.nz);
-    input->SetRegion(Import::RegionType(size));
-    input->SetSpacing(spacing.data());
-    input->SetImportPointer(const_cast<unsigned char*>(view.Row(0, 0)),
-                            static_cast<itk::SizeValueType>(view.PixelCount()), false);
-    input->Update();
-    const auto filter = itk::SignedMaurerDistanceMapImageFilter<Import::OutputImageType, Map>::New();
-    filter->SetInput(input->GetOutput());
-    filter->SetUseImageSpacing(true);
-    filter->SetSquaredDistance(false);
-    return bench::Seconds([&] { filter->Update(); });
-}
-
 double CopySeconds(const CImage& map) {
     CImage copy(map.Type(), map.Size(), CSize(0, 0, 0));
     const CImageView<const float> from(map);
@@ -89,7 +65,6 @@ int main(int argc, char** argv) {
         std::fputs("DistanceBench EDGE VOLUME SECONDS\n", stderr);
         return 1;
     }
-    itk::MultiThreaderBase::SetGlobalDefaultNumberOfThreads(1);
     std::ofstream seconds(argv[3]);
     const std::string heading = std::to_string(edge) + "^3, one thread";
     std::printf("%-24s%9s%10s%9s%8s%11s%9s%14s\n", heading.c_str(), "ours s", "ns/voxel", "ITK s", "ratio",
@@ -105,7 +80,7 @@ int main(int argc, char** argv) {
         const double copy = CopySeconds(map);
         SetThreadCount(2);
         const double oursOfTwo = bench::Quickest(5, [&] { Transform(map, *image); });
-        const double peer = ItkSeconds(*image, current.spacing);
+        const double peer = bench::Seconds(bench::ItkDistanceMap(*image, current.spacing));
         seconds << current.name << " " << ours << "\n";
         const auto voxels = static_cast<double>(image->Size().PixelCount());
         std::printf("%-24s%9.3f%10.2f%9.2f%8.1f%10.2fx%9.3f%14.2f\n", current.title, ours,

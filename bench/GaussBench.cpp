@@ -1,13 +1,10 @@
+#include "bench/ItkPeers.h"
+
 #include <QuillonBase/Parallel.h>
 #include <QuillonFilter/CPartialDerivatives.h>
 #include <QuillonFilter/CYoungVanVliet.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/ImageView.h>
-
-#include <itkDerivativeImageFilter.h>
-#include <itkImportImageFilter.h>
-#include <itkMultiThreaderBase.h>
-#include <itkSmoothingRecursiveGaussianImageFilter.h>
 
 #include <algorithm>
 #include <chrono>
@@ -80,47 +77,6 @@ double GaussSeconds(const CImage& image, CImage& result, double sigma, int threa
     return seconds;
 }
 
-/// Wraps the pixels of one of our float images as an ITK image, without copying.
-auto Imported(const CImage& image) {
-    using Import = itk::ImportImageFilter<float, 3>;
-    const CImageView<const float> view(image);
-    auto filter = Import::New();
-    Import::SizeType size;
-    size.Fill(256);
-    filter->SetRegion(Import::RegionType(size));
-    filter->SetImportPointer(const_cast<float*>(view.Row(0, 0)),
-                             static_cast<itk::SizeValueType>(view.PixelCount()), false);
-    filter->Update();
-    return filter;
-}
-
-template <class Filter>
-double ItkSeconds(Filter& filter) {
-    return QuickestOf5([&] {
-        filter.Modified();
-        filter.Update();
-    });
-}
-
-using ItkImage = itk::Image<float, 3>;
-
-double ItkGaussSeconds(const CImage& image, double sigma) {
-    const auto input = Imported(image);
-    auto filter = itk::SmoothingRecursiveGaussianImageFilter<ItkImage, ItkImage>::New();
-    filter->SetInput(input->GetOutput());
-    filter->SetSigma(sigma);
-    return ItkSeconds(*filter);
-}
-
-double ItkDerivativeSeconds(const CImage& image, unsigned axis, unsigned order) {
-    const auto input = Imported(image);
-    auto filter = itk::DerivativeImageFilter<ItkImage, ItkImage>::New();
-    filter->SetInput(input->GetOutput());
-    filter->SetDirection(axis);
-    filter->SetOrder(order);
-    return ItkSeconds(*filter);
-}
-
 /// Prints a table row. `moves` is how often the image is read and written at least; a peer time of 0 means no
 /// peer.
 void Print(const std::string& name, double seconds, double peerSeconds, int moves, double copySeconds) {
@@ -140,7 +96,8 @@ void CompareGauss(const std::vector<unsigned char>& volume, std::ostream& second
     Print("plain copy", copy, 0.0, 1, copy);
     for (const int sigma : {2, 10}) {
         const double ours = GaussSeconds(*image, *result, sigma, 1);
-        Print("Gauss, sigma " + std::to_string(sigma), ours, ItkGaussSeconds(*image, sigma), 2, copy);
+        Print("Gauss, sigma " + std::to_string(sigma), ours, QuickestOf5(bench::ItkGauss(*image, sigma)), 2,
+              copy);
         seconds << "gauss" << sigma << " " << ours << "\n";
     }
     Print("Gauss, sigma 0.6, direct", GaussSeconds(*image, *result, 0.6, 1), 0.0, 2, copy);
@@ -169,11 +126,11 @@ void CompareDerivatives(const std::vector<unsigned char>& volume, std::ostream& 
         return QuickestOf5([&] { CPartialDerivatives(nullptr, nullptr).Derivative(*result, x, y, z); });
     };
     const double alongX = ours(1, 0, 0);
-    Print("derivative (1,0,0)", alongX, ItkDerivativeSeconds(*image, 0, 1), 1, copy);
+    Print("derivative (1,0,0)", alongX, QuickestOf5(bench::ItkDerivative(*image, 0, 1)), 1, copy);
     seconds << "derivative " << alongX << "\n";
-    Print("derivative (0,0,1)", ours(0, 0, 1), ItkDerivativeSeconds(*image, 2, 1), 2, copy);
+    Print("derivative (0,0,1)", ours(0, 0, 1), QuickestOf5(bench::ItkDerivative(*image, 2, 1)), 2, copy);
     Print("derivative (1,1,1)", ours(1, 1, 1), 0.0, 2, copy);
-    Print("derivative (4,0,0)", ours(4, 0, 0), ItkDerivativeSeconds(*image, 0, 4), 1, copy);
+    Print("derivative (4,0,0)", ours(4, 0, 0), QuickestOf5(bench::ItkDerivative(*image, 0, 4)), 1, copy);
     Print("derivative (0,0,8)", ours(0, 0, 8), 0.0, 2, copy);
 }
 
@@ -187,7 +144,6 @@ int main(int argc, char** argv) {
         return 1;
     }
     std::ofstream seconds(argv[2]);
-    itk::MultiThreaderBase::SetGlobalDefaultNumberOfThreads(1);
     SetThreadCount(1);
     std::printf("%-26s%9s%10s%7s%8s%9s%8s\n", "256^3 float, one thread", "ours s", "ns/voxel", "GB/s",
                 "copies", "ITK s", "ratio");

@@ -1,12 +1,8 @@
 #include "bench/BooleanModel.h"
+#include "bench/ItkPeers.h"
 
 #include <QuillonBase/Parallel.h>
 #include <QuillonTransformation/CSphericalMorphology.h>
-
-#include <itkBinaryBallStructuringElement.h>
-#include <itkBinaryErodeImageFilter.h>
-#include <itkImportImageFilter.h>
-#include <itkMultiThreaderBase.h>
 
 #include <array>
 #include <cstdio>
@@ -32,31 +28,6 @@ double OurSeconds(Operation operation, CImage& image, float radius, int threadCo
     return bench::Quickest(5, [&] { (algorithm.*operation)(result, image, radius); });
 }
 
-double ItkSeconds(const CImage& image, unsigned long radius) {
-    using Import = itk::ImportImageFilter<unsigned char, 3>;
-    using Image = Import::OutputImageType;
-    using Ball = itk::BinaryBallStructuringElement<unsigned char, 3>;
-    const CImageView<const unsigned char> view(image);
-    const auto input = Import::New();
-    Import::SizeType size;
-    size[0] = static_cast<itk::SizeValueType>(view.nx);
-    size[1] = static_cast<itk::SizeValueType>(view.ny);
-    size[2] = static_cast<itk::SizeValueType>(view.nz);
-    input->SetRegion(Import::RegionType(size));
-    input->SetImportPointer(const_cast<unsigned char*>(view.Row(0, 0)),
-                            static_cast<itk::SizeValueType>(view.PixelCount()), false);
-    input->Update();
-    Ball ball;
-    ball.SetRadius(radius);
-    ball.CreateStructuringElement();
-    const auto filter = itk::BinaryErodeImageFilter<Image, Image, Ball>::New();
-    filter->SetInput(input->GetOutput());
-    filter->SetKernel(ball);
-    filter->SetErodeValue(1);
-    filter->SetBoundaryToForeground(false);
-    return bench::Seconds([&] { filter->Update(); });
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -66,7 +37,6 @@ int main(int argc, char** argv) {
         std::fputs("MorphologyBench EDGE PEEREDGE\n", stderr);
         return 1;
     }
-    itk::MultiThreaderBase::SetGlobalDefaultNumberOfThreads(1);
     const auto image = bench::BooleanModel(edge, 6, 20);
     const auto voxels = static_cast<double>(image->Size().PixelCount());
     const std::string heading = std::to_string(edge) + "^3, ours";
@@ -86,7 +56,7 @@ int main(int argc, char** argv) {
     for (const int radius : {1, 5, 20}) {
         const double ours =
             OurSeconds(&CSphericalMorphology::Erode, *peerImage, static_cast<float>(radius), 1);
-        const double peer = ItkSeconds(*peerImage, static_cast<unsigned long>(radius));
+        const double peer = bench::Seconds(bench::ItkErosion(*peerImage, static_cast<unsigned long>(radius)));
         std::printf("%-20s%8d%9.4f%10.2f%9.0f\n", "erosion", radius, ours, peer, peer / ours);
         std::fflush(stdout);
     }

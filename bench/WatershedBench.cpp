@@ -1,13 +1,9 @@
+#include "bench/ItkPeers.h"
 #include "segmentation/floods/RunWatershed.h"
 
 #include <QuillonBase/Neighborhoods.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/ImageView.h>
-
-#include <itkImportImageFilter.h>
-#include <itkMorphologicalWatershedFromMarkersImageFilter.h>
-#include <itkMorphologicalWatershedImageFilter.h>
-#include <itkMultiThreaderBase.h>
 
 #include <algorithm>
 #include <chrono>
@@ -92,49 +88,10 @@ double OurSeconds(const CImage& image, const CImage* seeds, std::uint32_t minimu
     return QuickestOf3([&] { quillon::RunWatershed<N>({labels, image, seeds, mode, minimumArea}); });
 }
 
-/// Wraps the pixels of one of our images as an ITK image, without copying.
-template <class T>
-auto Imported(const CImage& image) {
-    using Import = itk::ImportImageFilter<T, 3>;
-    const CImageView<const T> view(image);
-    auto filter = Import::New();
-    typename Import::SizeType size;
-    size[0] = static_cast<itk::SizeValueType>(view.nx);
-    size[1] = static_cast<itk::SizeValueType>(view.ny);
-    size[2] = static_cast<itk::SizeValueType>(view.nz);
-    filter->SetRegion(typename Import::RegionType(size));
-    filter->SetImportPointer(const_cast<T*>(view.Row(0, 0)),
-                             static_cast<itk::SizeValueType>(view.PixelCount()), false);
-    filter->Update();
-    return filter;
-}
-
-template <class T>
-double ItkSeconds(const CImage& image, const CImage* seeds, bool isFullyConnected) {
-    using Image = itk::Image<T, 3>;
-    using Labels = itk::Image<unsigned int, 3>;
-    const auto input = Imported<T>(image);
-    if (seeds != nullptr) {
-        const auto markers = Imported<unsigned int>(*seeds);
-        auto filter = itk::MorphologicalWatershedFromMarkersImageFilter<Image, Labels>::New();
-        filter->SetInput1(input->GetOutput());
-        filter->SetInput2(markers->GetOutput());
-        filter->SetMarkWatershedLine(true);
-        filter->SetFullyConnected(isFullyConnected);
-        return Seconds([&] { filter->Update(); });
-    }
-    auto filter = itk::MorphologicalWatershedImageFilter<Image, Labels>::New();
-    filter->SetInput(input->GetOutput());
-    filter->SetLevel(0);
-    filter->SetMarkWatershedLine(true);
-    filter->SetFullyConnected(isFullyConnected);
-    return Seconds([&] { filter->Update(); });
-}
-
-template <class T, class N>
+template <class N>
 void Compare(const std::string& name, const CImage& image, const CImage* seeds) {
     const double ours = OurSeconds<N>(image, seeds);
-    const double peer = ItkSeconds<T>(image, seeds, N::count == 26);
+    const double peer = Seconds(bench::ItkWatershed(image, seeds, N::count == 26));
     const auto pixels = static_cast<double>(image.Size().PixelCount());
     std::printf("%-24s%9.3f%10.1f%9.2f%8.1f\n", name.c_str(), ours, ours / pixels * 1e9, peer, peer / ours);
     std::fflush(stdout);
@@ -145,10 +102,10 @@ void CompareType(const std::string& typeName, const IImage::CType& type,
                  const std::vector<unsigned char>& volume) {
     const auto image = MakeImage<T>(type, volume, c_edge);
     const auto seeds = MakeSeeds(c_edge);
-    Compare<T, CNeighborhood3dDiffN6>("N6, " + typeName, *image, nullptr);
-    Compare<T, CNeighborhood3dDiffN26>("N26, " + typeName, *image, nullptr);
-    Compare<T, CNeighborhood3dDiffN6>("N6 markers, " + typeName, *image, seeds.get());
-    Compare<T, CNeighborhood3dDiffN26>("N26 markers, " + typeName, *image, seeds.get());
+    Compare<CNeighborhood3dDiffN6>("N6, " + typeName, *image, nullptr);
+    Compare<CNeighborhood3dDiffN26>("N26, " + typeName, *image, nullptr);
+    Compare<CNeighborhood3dDiffN6>("N6 markers, " + typeName, *image, seeds.get());
+    Compare<CNeighborhood3dDiffN26>("N26 markers, " + typeName, *image, seeds.get());
 }
 
 void CompareSizes(const std::vector<unsigned char>& volume) {
@@ -175,7 +132,6 @@ int main(int argc, char** argv) {
         return 1;
     }
     std::cout.rdbuf(nullptr); // a benchmark does not need the debugging output of the traversals
-    itk::MultiThreaderBase::SetGlobalDefaultNumberOfThreads(1);
     if (argc > 3 && std::string_view(argv[3]) == "--sizes") {
         CompareSizes(volume);
         return 0;

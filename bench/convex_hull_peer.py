@@ -1,8 +1,8 @@
 """Compares convex hulls of labelled objects with scikit-image (time) and Qhull (pixels).
 
-convex_hull_peer.py volume VOLUME                    writes 300 hollow, notched ellipsoids as 16-bit labels, 256^3, x fastest
-convex_hull_peer.py compare VOLUME HULLS SECONDS     HULLS and SECONDS are written by ConvexHullBench: the result, and one line with
-                                                     case and time for each measurement
+convex_hull_peer.py VOLUME HULLS SECONDS  VOLUME contains 256^3 16-bit labels, x fastest; HULLS and SECONDS are written by
+                                          ConvexHullBench: the result, and one line with case and time for each
+                                          measurement
 """
 
 import sys
@@ -11,26 +11,16 @@ import time
 import numpy
 
 EDGE = 256
-OBJECTS = 300
 
 
-def objects():
-    """Randomly oriented, slightly overlapping ellipsoids, each with a hole and a notch."""
-    random = numpy.random.default_rng(7)
-    volume = numpy.zeros((EDGE, EDGE, EDGE), numpy.uint16)
-    for label in range(1, OBJECTS + 1):
-        centre = random.uniform(20, EDGE - 20, 3)
-        rotation, _ = numpy.linalg.qr(random.normal(size=(3, 3)))
-        axes = random.uniform(8, 20, 3)
-        low = numpy.floor(centre - 20).astype(int)
-        box = tuple(slice(start, start + 41) for start in low)
-        place = numpy.stack(numpy.meshgrid(*(numpy.arange(start, start + 41) for start in low), indexing="ij"), -1) - centre
-        own = place @ rotation / axes
-        square = (own * own).sum(-1)
-        inside = (square <= 1) & (square >= 0.3) & ~((own[..., 0] > 0) & (numpy.abs(own[..., 1]) < 0.3))
-        part = volume[box]
-        part[inside & (part == 0)] = label
-    return volume
+def region_hulls(volume):
+    """The volume with the hulls of all objects."""
+    from skimage.measure import regionprops
+
+    result = volume.copy()
+    for region in regionprops(volume):
+        result[region.slice][region.image_convex] = region.label
+    return result
 
 
 def compare(volume_path, hulls_path, seconds_path):
@@ -45,14 +35,12 @@ def compare(volume_path, hulls_path, seconds_path):
         ours = {name: float(text) for name, text in (line.split() for line in file)}
 
     begin = time.perf_counter()
-    result = volume.copy()
-    regions = regionprops(volume)
-    for region in regions:
-        result[region.slice][region.image_convex] = region.label
+    region_hulls(volume)
     peer = time.perf_counter() - begin
 
     # The peer treats pixels as cubes. Recompute its hulls from pixel centres, as ours are, with the same library.
     centres = volume.copy()
+    regions = regionprops(volume)
     for region in regions:
         centres[region.slice][convex_hull_image(region.image, offset_coordinates=False)] = region.label
     difference = numpy.count_nonzero(centres != hulls)
@@ -64,7 +52,7 @@ def compare(volume_path, hulls_path, seconds_path):
         print(f"{title:26}{ours[name]:9.4f}{peer:9.2f}{peer / ours[name]:8.1f}")
 
 
-if sys.argv[1] == "volume":
-    objects().tofile(sys.argv[2])
-else:
-    compare(*sys.argv[2:])
+if __name__ == "__main__":
+    if len(sys.argv) != 4:
+        sys.exit(__doc__)
+    compare(*sys.argv[1:])

@@ -1,9 +1,7 @@
 """Compares fibre directions with the structure tensor, written in SciPy and NumPy.
 
-fiber_directions_peer.py volume IMAGE.nrrd VOLUME EDGE     writes the benchmark volume, EDGE^3 bytes, x fastest: a real
-                                                           image and its mirror images
-fiber_directions_peer.py compare VOLUME EDGE SECONDS       runs the structure tensor on it and prints both; SECONDS is
-                                                           written by FiberDirectionsBench
+fiber_directions_peer.py VOLUME EDGE SECONDS  runs the structure tensor on the volume, EDGE^3 bytes, x fastest, and prints
+                                              both; SECONDS is written by FiberDirectionsBench
 """
 
 import sys
@@ -11,25 +9,7 @@ import time
 
 import numpy
 
-from local_threshold_peer import read_nrrd
-
-
-def write_volume(image_path, volume_path, edge):
-    image = read_nrrd(image_path)
-    padding = [(0, max(0, int(edge) - extent)) for extent in image.shape]
-    cube = numpy.pad(image, padding, mode="symmetric")[: int(edge), : int(edge), : int(edge)]
-    cube.tofile(volume_path)
-
-
-def otsu(volume):
-    counts = numpy.bincount(volume.ravel(), minlength=256).astype(float)
-    values = numpy.arange(256)
-    lower = counts.cumsum()[:-1]
-    upper = counts.sum() - lower
-    with numpy.errstate(invalid="ignore", divide="ignore"):
-        means = (counts * values).cumsum()[:-1] / lower, (counts * values)[::-1].cumsum()[::-1][1:] / upper
-        variance = lower * upper * (means[0] - means[1]) ** 2
-    return numpy.nanargmax(variance)
+from volumes import otsu
 
 
 def structure_tensor_directions(volume, radius):
@@ -66,7 +46,6 @@ def compare(volume_path, edge, seconds_path):
 
 
 if __name__ == "__main__":
-    commands = {"volume": write_volume, "compare": compare}
-    if len(sys.argv) < 5 or sys.argv[1] not in commands:
+    if len(sys.argv) != 4:
         sys.exit(__doc__)
-    commands[sys.argv[1]](*sys.argv[2:])
+    compare(*sys.argv[1:])

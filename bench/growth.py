@@ -2,27 +2,24 @@
 
 growth.py BENCH PACK SCAN DOCUMENT EDGE SECONDS [PLUGIN ...]
 
-BENCH is the program GrowthBench, PACK the library of plug-ins and SCAN a cube of 8-bit values. Volumes have edges from 64 up
+BENCH is the program PluginBench, PACK the library of plug-ins and SCAN a cube of 8-bit values. Volumes have edges from 64 up
 to EDGE, doubled each time. Each of them is a child process of its own. A run that would take more than SECONDS, judging by the
 next smaller volume, is left out, and so are larger ones; one that takes much longer nevertheless is stopped. The table replaces
 the one between the markers in DOCUMENT, unless plug-ins are named.
 """
 
-import datetime
 import math
-import operator
-import platform
 import resource
 import signal
 import subprocess
 import sys
 from pathlib import Path
 
+from document import replace_table
+
 STRUCTURES = ["spheres", "solid", "foam", "scan"]
-BEGIN = "<!-- script/bench growth: begin -->"
 # A time that is too short to be measured.
 UNKNOWN = ""
-END = "<!-- script/bench growth: end -->"
 # Structures that grow by a factor of 4 in length may take 1.5 times as long per pixel.
 GOAL = 1 + math.log(1.5) / math.log(4**3)
 
@@ -108,48 +105,24 @@ def row(case, structure, edges, cells):
     return f"| {name} | {structure} | {' | '.join(times)} | {growth} | {memory} | {pause} |"
 
 
-def processor():
-    with open("/proc/cpuinfo", encoding="utf-8") as file:
-        return next((line.split(":")[1].strip() for line in file if line.startswith("model name")), platform.machine())
-
-
-def system():
-    return platform.freedesktop_os_release().get("PRETTY_NAME", platform.system())
-
-
 def heading(edges):
-    version = subprocess.run(["git", "rev-parse", "--short", "HEAD"], capture_output=True, text=True, check=False)
-    compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=False)
-    memory = subprocess.run(["getconf", "_PHYS_PAGES"], capture_output=True, text=True, check=True)
-    return [
-        f"Measured {datetime.date.today()} on {processor()}, {int(memory.stdout) * 4096 / 2**30:.0f} GiB, {system()}, "
-        f"{compiler.stdout.splitlines()[0] if compiler.stdout else 'unknown compiler'}, revision {version.stdout.strip()}.",
-        "",
-        f"| plug-in | structure | {' | '.join(f'{edge}^3' for edge in edges)} | exponent | bytes | ms |",
-        "|---|---|" + "---:|" * (len(edges) + 3),
-    ]
+    return [f"| plug-in | structure | {' | '.join(f'{edge}^3' for edge in edges)} | exponent | bytes | ms |",
+            "|---|---|" + "---:|" * (len(edges) + 3)]
 
 
-def replace_table(path, lines):
-    """Replaces rows of the table in a document; `lines` begin with the three lines before the table and its heading."""
-    before, rest = path.read_text(encoding="utf-8").split(BEGIN)
-    earlier, after = rest.split(END)
-    head, rows = lines[:4], lines[4:]
-    key = operator.itemgetter(1, 2)  # plug-in and structure
-    if head[2] in earlier:
-        done = {key(line.split("|")) for line in rows}
-        rows += [line for line in earlier.split(head[3] + "\n")[1].splitlines() if key(line.split("|")) not in done]
-    order = [case[0] + (f", {case[1]}" if case[1] else "") for case in CASES]
-    rows.sort(key=lambda line: (order.index(line.split("|")[1].strip()), STRUCTURES.index(line.split("|")[2].strip())))
-    path.write_text(before + "\n".join([BEGIN, *head, *rows, END]) + after, encoding="utf-8")
+def place(line):
+    """Where a row of the table belongs: plug-in, then structure."""
+    name, structure = (cell.strip() for cell in line.split("|")[1:3])
+    names = [case[0] + (f", {case[1]}" if case[1] else "") for case in CASES]
+    return names.index(name), STRUCTURES.index(structure)
 
 
 def main():
     bench, pack, scan, document, edge, limit, *wanted = sys.argv[1:]
     limit = float(limit)
     edges = [2**power for power in range(6, int(math.log2(int(edge))) + 1)]
-    lines = heading(edges)
-    print("\n".join(lines))
+    print("\n".join(heading(edges)))
+    lines = []
     for case in CASES:
         if wanted and case[0] not in wanted:
             continue
@@ -161,7 +134,7 @@ def main():
                     break
             lines.append(row(case, structure, edges, cells))
             print(lines[-1], flush=True)
-    replace_table(Path(document), lines)
+    replace_table(Path(document), "growth", heading(edges), lines, place)
 
 
 if __name__ == "__main__":

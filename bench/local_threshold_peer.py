@@ -1,32 +1,14 @@
 """Compares local thresholds with scikit-image.
 
-local_threshold_peer.py volume IMAGE.nrrd VOLUME  writes the benchmark volume, 256^3 bytes, x fastest: a real
-                                                  image of 128^3 and its mirror images
-local_threshold_peer.py compare VOLUME OURS.json  runs scikit-image on it and prints both; OURS.json is written
-                                                  by LocalThresholdBench --benchmark_out
+local_threshold_peer.py VOLUME OURS.json  runs scikit-image on the volume, 256^3 bytes, x fastest, and prints both;
+                                          OURS.json is written by LocalThresholdBench --benchmark_out
 """
 
-import gzip
 import json
 import sys
 import time
 
 import numpy
-
-
-def read_nrrd(path):
-    """The pixels of an 8-bit NRRD with gzip encoding, z first."""
-    with open(path, "rb") as file:
-        header, data = file.read().split(b"\n\n", 1)
-    fields = dict(line.split(": ", 1) for line in header.decode().splitlines() if ": " in line)
-    assert fields["type"] == "uint8" and fields["encoding"] == "gzip", fields
-    sizes = [int(size) for size in fields["sizes"].split()]
-    return numpy.frombuffer(gzip.decompress(data), numpy.uint8).reshape(sizes[::-1])
-
-
-def write_volume(image_path, volume_path):
-    image = read_nrrd(image_path)
-    numpy.pad(image, [(0, extent) for extent in image.shape], mode="symmetric").tofile(volume_path)
 
 
 def seconds(threshold, volume, rounds=3):
@@ -65,7 +47,6 @@ def compare(volume_path, ours_path):
 
 
 if __name__ == "__main__":
-    commands = {"volume": write_volume, "compare": compare}
-    if len(sys.argv) != 4 or sys.argv[1] not in commands:
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
-    commands[sys.argv[1]](*sys.argv[2:])
+    compare(*sys.argv[1:])

@@ -1,25 +1,13 @@
 """Compares skeletons with scikit-image.
 
-skeleton_peer.py volume VOLUME           writes the benchmark volume, bytes of 0 and 1, x fastest: a foam of
-                                         256^3, half of it solid, with walls of about 10 pixels
-skeleton_peer.py compare VOLUME SECONDS  runs scikit-image on it and prints both; SECONDS is written by SkeletonBench:
-                                         one line with neighbourhood and time for each measurement
+skeleton_peer.py VOLUME SECONDS  VOLUME contains n^3 bytes, 0 or 1, x fastest; SECONDS is written by SkeletonBench: one
+                                 line with neighbourhood and time for each measurement
 """
 
 import sys
 import time
 
 import numpy
-
-
-def write_volume(volume_path, edge=256, sigma=6):
-    """Smoothed noise, thresholded at its median; periodic, because it is smoothed in the Fourier domain."""
-    noise = numpy.random.default_rng(1).standard_normal((edge,) * 3)
-    frequencies = numpy.fft.fftfreq(edge)
-    damping = numpy.exp(-2 * (numpy.pi * sigma * frequencies) ** 2)
-    spectrum = numpy.fft.rfftn(noise) * damping[:, None, None] * damping[:, None] * damping[: edge // 2 + 1]
-    smooth = numpy.fft.irfftn(spectrum, noise.shape)
-    (smooth > numpy.median(smooth)).astype(numpy.uint8).tofile(volume_path)
 
 
 def compare(volume_path, seconds_path):
@@ -40,9 +28,6 @@ def compare(volume_path, seconds_path):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) == 3 and sys.argv[1] == "volume":
-        write_volume(sys.argv[2])
-    elif len(sys.argv) == 4 and sys.argv[1] == "compare":
-        compare(*sys.argv[2:])
-    else:
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
+    compare(*sys.argv[1:])

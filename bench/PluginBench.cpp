@@ -1,3 +1,4 @@
+#include "bench/RawVolume.h"
 #include "engine/dialogs/CBatchDialogs.h"
 #include "engine/dialogs/CGuiApplication.h"
 #include "engine/files/ImageFile.h"
@@ -26,15 +27,18 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
-// GrowthBench PACK SCAN STRUCTURE EDGE TYPE PLUGIN [after=PLUGIN] [KEY=VALUE ...]
+// PluginBench PACK SCAN STRUCTURE EDGE TYPE PLUGIN [after=PLUGIN] [KEY=VALUE ...]
+// PluginBench PACK file VOLUME EDGE TYPE PLUGIN ...
 //
 // Runs a plug-in of the pack on a volume of EDGE^3 pixels, on one thread, and prints CPU seconds, peak memory
 // in bytes and the longest time in ms between two questions whether the run is cancelled. STRUCTURE is
 // "spheres", "solid", "foam" or "scan"; its parts grow with EDGE. TYPE is "binary", "grey8" or "greyf". SCAN
-// is the image file for "scan". `after` names a plug-in that has to measure the volume first, and KEY=volume
-// sends the volume as an image.
+// is the image file for "scan". With "file", the volume is read from a file without a header, and can have
+// any type. `after` names a plug-in that has to measure the volume first; KEY=volume sends the volume as an
+// image, and KEY=seeds:FILE a file of 32-bit labels.
 
 using namespace ORVEN;
 
@@ -248,17 +252,23 @@ public:
         const engine::StFoundPlugin found = m_packs.Find(name);
         engine::CParameterMap parameters("parameter",
                                          found.entry != nullptr ? &found.entry->parameters : nullptr);
-        std::vector<std::string> keysOfVolume;
+        std::vector<std::pair<std::string, CImage*>> images;
+        std::vector<std::unique_ptr<CImage>> seeds;
         for (const std::string& argument : arguments) {
-            if (argument.ends_with("=volume"))
-                keysOfVolume.push_back(argument.substr(0, argument.find('=')));
-            else
+            const std::string key = argument.substr(0, argument.find('='));
+            if (argument.ends_with("=volume")) {
+                images.emplace_back(key, &m_image);
+            } else if (argument.starts_with(key + "=seeds:")) {
+                seeds.push_back(bench::ReadRawVolume(argument.substr(argument.find(':') + 1), "grey32"));
+                images.emplace_back(key, seeds.back().get());
+            } else {
                 parameters.Set(engine::ParseAssignment(argument));
+            }
         }
         parameters.FillDefaults();
         std::unique_ptr<CValueMap> map = parameters.Take();
-        for (const std::string& key : keysOfVolume)
-            map->SetEntry(key.c_str(), new CValuePointer<CImage>(&m_image, 1));
+        for (const auto& [key, image] : images)
+            map->SetEntry(key.c_str(), new CValuePointer<CImage>(image, 1));
         const std::unique_ptr<CPluginBase> plugin = found.pack.Create(name);
         const engine::COutputCapture silence;
         CPauseClock clock;
@@ -287,7 +297,8 @@ private:
 int Measure(const std::vector<std::string>& words) {
     SetThreadCount(1);
     const std::unique_ptr<CImage> image =
-        ImageOf(words[4], FieldOf(words[2], words[1], std::stoll(words[3])));
+        words[1] == "file" ? bench::ReadRawVolume(words[2], words[4])
+                           : ImageOf(words[4], FieldOf(words[2], words[1], std::stoll(words[3])));
     CHost host(words[0], *image);
     std::vector<std::string> arguments(words.begin() + 6, words.end());
     if (!arguments.empty() && arguments.front().starts_with("after=")) {
@@ -312,13 +323,13 @@ int Measure(const std::vector<std::string>& words) {
 int main(int argc, char** argv) {
     if (argc < 7) {
         std::cerr
-            << "usage: GrowthBench PACK SCAN STRUCTURE EDGE TYPE PLUGIN [after=PLUGIN] [KEY=VALUE ...]\n";
+            << "usage: PluginBench PACK SCAN STRUCTURE EDGE TYPE PLUGIN [after=PLUGIN] [KEY=VALUE ...]\n";
         return 2;
     }
     try {
         return Measure({argv + 1, argv + argc});
     } catch (const std::exception& error) {
-        std::cerr << "GrowthBench: " << error.what() << '\n';
+        std::cerr << "PluginBench: " << error.what() << '\n';
         return 1;
     }
 }
