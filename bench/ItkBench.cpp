@@ -13,8 +13,8 @@
 
 // ItkBench VOLUME TYPE distance | erosion RADIUS | gauss SIGMA | derivative AXIS | watershed N6|N26 [SEEDS]
 //
-// Runs a filter of ITK on a volume, a file without a header, and prints the CPU seconds of the fastest of up to
-// five runs, of which there is one only if it takes two seconds. SEEDS is a volume of 32-bit labels.
+// Runs a filter of ITK on a volume, a file without a header, and prints the CPU seconds of the fastest of up
+// to five runs, of which there is one only if it takes two seconds. SEEDS is a volume of 32-bit labels.
 
 using namespace ORVEN;
 

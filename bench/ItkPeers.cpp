@@ -74,8 +74,7 @@ Run WatershedOf(const CImage& image, const CImage* seeds, bool isFullyConnected)
 } // namespace
 
 Run ItkDistanceMap(const CImage& binary, const std::array<double, 3>& spacing) {
-    const auto filter =
-        itk::SignedMaurerDistanceMapImageFilter<Image<unsigned char>, Image<float>>::New();
+    const auto filter = itk::SignedMaurerDistanceMapImageFilter<Image<unsigned char>, Image<float>>::New();
     filter->SetInput(Imported<unsigned char>(binary, spacing));
     filter->SetUseImageSpacing(true);
     filter->SetSquaredDistance(false);

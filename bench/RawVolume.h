@@ -4,10 +4,10 @@
 #include <sorblib2image/ImageView.h>
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <cmath>
 #include <memory>
 #include <stdexcept>
 #include <string>
