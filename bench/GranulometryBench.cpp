@@ -71,7 +71,7 @@ void CompareWithDistanceMap(const char* name, const CImage& image) {
     for (int round = 0; round < rounds; ++round) {
         map = std::min(
             map, CpuSeconds([&] {
-                CEdtVoronoi(nullptr, nullptr).CalculateDistanceMap(output, image, true, true, false, false);
+                CEdtVoronoi(nullptr, nullptr).CalculateDistanceMap(output, image, true, true, false, true);
             }));
         sizes = std::min(sizes, CpuSeconds([&] {
                              CGranulometry(nullptr, nullptr)

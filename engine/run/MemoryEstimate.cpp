@@ -1,8 +1,8 @@
 #include "engine/run/MemoryEstimate.h"
 
 #include "engine/files/ImageWords.h"
-#include "engine/files/formats/HeaderChecks.h"
 
+#include <QuillonBase/AvailableMemory.h>
 #include <sorblib2core/CValueDouble.h>
 
 #include <algorithm>
@@ -49,7 +49,7 @@ StMemoryEstimate EstimateMemory(const StCatalogueEntry* entry, const StImageOutl
     StMemoryEstimate estimate;
     estimate.voxels = image.size.PixelCount();
     estimate.images = estimate.voxels * image.type.PixelSize() + furtherImages;
-    estimate.available = AvailableMemory();
+    estimate.available = ORVEN::AvailableMemory();
     const auto bytesPerVoxel = entry != nullptr ? BytesFor(image.type, entry->bytesPerVoxel) : std::nullopt;
     if (!bytesPerVoxel)
         return estimate;

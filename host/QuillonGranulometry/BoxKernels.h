@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuillonGranulometry/BallLists.h"
 #include "QuillonGranulometry/PackBits.h"
+#include "QuillonGranulometry/StPlacedBall.h"
 
 #include <QuillonBase/VectorDispatch.h>
 
@@ -77,7 +77,7 @@ public:
     }
 
     /// Sets a bit of `parts` for each part that needs the ball.
-    void Find(std::span<const StBall> balls, std::uint8_t* parts) {
+    void Find(std::span<const StPlacedBall> balls, std::uint8_t* parts) {
         // Stores to `parts` could be to this object, for all that the compiler knows; a copy stays in
         // registers.
         CPartSearch search = *this;
@@ -114,7 +114,7 @@ private:
 
     /// The members of two balls; squared radii as bits.
     using Floats = typename StLanes<float>::Numbers;
-    static_assert(2 * sizeof(StBall) == sizeof(Floats));
+    static_assert(2 * sizeof(StPlacedBall) == sizeof(Floats));
 
     /// A pair of balls, compared with the parts. Masks are 0 or -1.
     struct StPair {
@@ -161,7 +161,7 @@ private:
     }
 
     /// The parts that need a single ball.
-    std::uint8_t FindOne(const StBall& ball) {
+    std::uint8_t FindOne(const StPlacedBall& ball) {
         using Single = typename StLanes<float, 4>::Numbers;
         Single single;
         std::memcpy(&single, &ball, sizeof(single));
@@ -249,8 +249,9 @@ private:
     Mask m_counts{};
 };
 
-/// Writes the squared radius of the largest ball that contains it to each pixel of a box, 0 if there is none.
-/// `rows` are up to eight rows of pixels, at the places `y` and `z`, each beginning at the place `firstX`.
+/// Writes the squared radius of the largest ball that contains it to each pixel of a box. Pixels outside the
+/// balls keep their value. `rows` are up to eight rows of pixels, at the places `y` and `z`, each beginning
+/// at the place `firstX`.
 template <class Number>
 class CRowsOfBox {
 public:
@@ -265,7 +266,7 @@ public:
         }
     }
 
-    void Write(std::span<const StBall> balls, std::int64_t firstX, std::int64_t length) const {
+    void Write(std::span<const StPlacedBall> balls, std::int64_t firstX, std::int64_t length) const {
         for (std::int64_t offset = 0; offset < length; offset += c_boxLanes) {
             std::array<Lanes, c_pairs> greatest{};
             Find(balls, static_cast<Number>(firstX + offset), greatest);
@@ -276,12 +277,18 @@ public:
                 Row pixels;
                 std::memcpy(&pixels, reinterpret_cast<const Lane*>(greatest.data()) + row * c_boxLanes,
                             sizeof(pixels));
-                const auto integers = __builtin_convertvector(pixels, Integers);
-                if (count == c_boxLanes)
+                auto integers = __builtin_convertvector(pixels, Integers);
+                if (count == c_boxLanes) {
+                    Integers old;
+                    std::memcpy(&old, m_rows[row] + offset, sizeof(old));
+                    integers |= old & ~((Integers{} - integers) >> 31);
                     std::memcpy(m_rows[row] + offset, &integers, sizeof(integers));
-                else
-                    std::memcpy(m_rows[row] + offset, &integers,
-                                static_cast<std::size_t>(count) * sizeof(std::int32_t));
+                } else {
+                    for (std::int64_t i = 0; i < count; ++i) {
+                        if (integers[i] != 0)
+                            m_rows[row][offset + i] = integers[i];
+                    }
+                }
             }
         }
     }
@@ -294,7 +301,8 @@ private:
     using PairOfRows = typename StLanes<Number, 2 * c_boxLanes>::Numbers;
     using Lanes = typename StLanes<Lane, 2 * c_boxLanes>::Numbers;
 
-    void Find(std::span<const StBall> balls, Number firstX, std::array<Lanes, c_pairs>& greatest) const {
+    void Find(std::span<const StPlacedBall> balls, Number firstX,
+              std::array<Lanes, c_pairs>& greatest) const {
         PairOfRows places;
         for (std::size_t lane = 0; lane < 2 * c_boxLanes; ++lane)
             places[lane] = firstX + static_cast<Number>(lane % c_boxLanes);

@@ -24,14 +24,6 @@ public:
         return (m_words[static_cast<std::size_t>(row * m_wordsPerRow + x / c_bits)] >> x % c_bits & 1) != 0;
     }
 
-    /// The number of bits that are set.
-    [[nodiscard]] std::int64_t Count() const {
-        std::int64_t count = 0;
-        for (std::size_t word = 0; word < m_words.size(); ++word)
-            count += std::popcount(m_words.data()[word]);
-        return count;
-    }
-
     /// Calls `body(x)` for the set bits of a row from `first` to `last`, both included.
     template <class Body>
     void ForEach(std::int64_t row, std::int64_t first, std::int64_t last, const Body& body) const {

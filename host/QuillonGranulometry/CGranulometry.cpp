@@ -1,6 +1,9 @@
 #include "QuillonGranulometry/CGranulometry.h"
 
 #include "QuillonGranulometry/BallLists.h"
+#include "QuillonGranulometry/CDiameterWriter.h"
+#include "QuillonGranulometry/CDiameters.h"
+#include "QuillonGranulometry/CSquaredDistanceImage.h"
 #include "QuillonGranulometry/CoverWithBalls.h"
 #include "QuillonGranulometry/CoverWithSmallBalls.h"
 #include "QuillonGranulometry/IsMaximalBall.h"
@@ -12,13 +15,11 @@
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2image/CImage.h>
-#include <sorblib2image/CQuillonHeaderTools.h>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <mutex>
-#include <vector>
+#include <cstddef>
+#include <optional>
+#include <utility>
 
 namespace ORVEN {
 
@@ -44,56 +45,6 @@ void RequireImages(const IImage& input, const IImage& output) {
     CheckDistanceExtents(c_function, input.Size());
 }
 
-/// Number of pixels for each squared distance.
-using SquaredSizes = std::map<std::int32_t, std::uint64_t>;
-
-/// Converts squared distances to the reported diameters.
-class CDiameters {
-public:
-    CDiameters(const IImage& image, double stepWidth)
-        : m_stepWidth(std::isfinite(stepWidth) && stepWidth > 0.0 ? stepWidth : 0.0) {
-        double x = 1.0;
-        double y = 1.0;
-        double z = 1.0;
-        CQuillonHeaderTools::GetSpacing(image, x, y, z);
-        m_spacing = std::isfinite(x) && x > 0.0 ? x : 1.0;
-    }
-
-    [[nodiscard]] float Of(std::int32_t squaredDistance) const {
-        const double diameter = 2.0 * std::sqrt(static_cast<double>(squaredDistance)) * m_spacing;
-        if (m_stepWidth == 0.0)
-            return static_cast<float>(diameter);
-        // A diameter that is a multiple of the step width must not lose a step by rounding.
-        constexpr double tolerance = 1e-9;
-        return static_cast<float>(std::floor(diameter / m_stepWidth + tolerance) * m_stepWidth);
-    }
-
-private:
-    double m_spacing;
-    double m_stepWidth;
-};
-
-/// The result is meaningless if cancelled.
-std::int32_t GreatestDistance(const IImage& squaredDistances, CWorkPace& pace) {
-    const CImageView<const std::uint32_t> view(squaredDistances);
-    std::uint32_t greatest = 0;
-    ForEachRow(view, 1, pace, [&](std::int64_t y, std::int64_t z) {
-        const std::uint32_t* const row = view.Row(y, z);
-        std::uint32_t greatestOfRow = 0;
-        for (std::int64_t x = 0; x < view.nx; ++x)
-            greatestOfRow = std::max(greatestOfRow, row[x]);
-        greatest = std::max(greatest, greatestOfRow);
-    });
-    constexpr std::uint32_t limit = 1U << 30;
-    if (greatest > limit) {
-        throw CExBadParam(
-            Impl::Here(c_function),
-            CString("Squared distances of an image of size %1 are too large.", CString::ENC_UTF8)
-                .Arg(squaredDistances.Size().ToString()));
-    }
-    return static_cast<std::int32_t>(greatest);
-}
-
 /// Calls `body(firstZ, endZ, pace)` for groups of layers, in parallel. Returns false if cancelled.
 template <class T, class Body>
 bool ForEachGroup(const CLayerView<T>& view, IProgress& progress, const char* phase, const Body& body) {
@@ -109,76 +60,16 @@ bool ForEachGroup(const CLayerView<T>& view, IProgress& progress, const char* ph
     return isDone;
 }
 
-/// Replaces squared distances by diameters, and counts the pixels of each squared distance.
-class CDiameterWriter {
-public:
-    CDiameterWriter(const CLayerView<float>& output, const CDiameters& diameters)
-        : m_output(output)
-        , m_diameters(diameters) {
-        for (std::int32_t squaredDistance = 0; squaredDistance < c_tabled; ++squaredDistance)
-            m_table.push_back(diameters.Of(squaredDistance));
-    }
-
-    /// Returns false if cancelled.
-    [[nodiscard]] bool Write(SquaredSizes& sizes, IProgress& progress) const {
-        std::mutex guard;
-        return ForEachGroup(
-            m_output, progress, "diameters", [&](std::int64_t firstZ, std::int64_t endZ, CWorkPace& pace) {
-                StCounts counts;
-                m_output.ForEachRow(firstZ, endZ, 8, pace, [&](std::int64_t y, std::int64_t z) {
-                    WriteRow(m_output.Row(y, z), counts);
-                });
-                const std::lock_guard lock(guard);
-                counts.AddTo(sizes);
-            });
-    }
-
-private:
-    /// Smaller squared distances are frequent; the others, of large balls, come in long runs.
-    static constexpr std::int32_t c_tabled = 1 << 12;
-    static constexpr std::int64_t c_columns = 4;
-
-    struct StCounts {
-        /// Neighbouring pixels, which are often equal, count in different places.
-        std::array<std::array<std::uint64_t, c_tabled>, c_columns> tabled{};
-        SquaredSizes others;
-
-        void AddTo(SquaredSizes& sizes) const {
-            for (std::int32_t squaredDistance = 1; squaredDistance < c_tabled; ++squaredDistance) {
-                std::uint64_t count = 0;
-                for (const auto& column : tabled)
-                    count += column[static_cast<std::size_t>(squaredDistance)];
-                if (count > 0)
-                    sizes[squaredDistance] += count;
-            }
-            for (const auto& [squaredDistance, count] : others)
-                sizes[squaredDistance] += count;
-        }
-    };
-
-    void WriteRow(float* row, StCounts& counts) const {
-        for (std::int64_t x = 0; x < m_output.nx;) {
-            const std::int32_t squaredDistance = SquaredDistanceOf(row[x]);
-            if (squaredDistance < c_tabled) {
-                const auto index = static_cast<std::size_t>(squaredDistance);
-                row[x] = m_table[index];
-                ++counts.tabled[static_cast<std::size_t>(x % c_columns)][index];
-                ++x;
-                continue;
-            }
-            const float diameter = m_diameters.Of(squaredDistance);
-            const std::int64_t first = x;
-            do {
-                row[x++] = diameter;
-            } while (x < m_output.nx && SquaredDistanceOf(row[x]) == squaredDistance);
-            counts.others[squaredDistance] += static_cast<std::uint64_t>(x - first);
-        }
-    }
-
-    const CLayerView<float>& m_output;
-    const CDiameters& m_diameters;
-    std::vector<float> m_table;
-};
+/// Replaces squared distances by diameters. Returns false if cancelled.
+bool WriteDiameters(const CLayerView<float>& output, CDiameterWriter& writer, IProgress& progress) {
+    return ForEachGroup(output, progress, "diameters",
+                        [&](std::int64_t firstZ, std::int64_t endZ, CWorkPace& pace) {
+                            CDiameterWriter::CTurn turn(writer);
+                            output.ForEachRow(firstZ, endZ, 8, pace, [&](std::int64_t y, std::int64_t z) {
+                                turn.Write({output.Row(y, z), static_cast<std::size_t>(output.nx)});
+                            });
+                        });
+}
 
 /// Writes the squared distances of the pixels for which `isKept(x, y, z, pace)` is true, and 0 elsewhere.
 /// Returns false if cancelled.
@@ -203,61 +94,104 @@ void Clear(const CLayerView<float>& output) {
     }
 }
 
+void Copy(const CLayerView<const std::int32_t>& distances, const CLayerView<float>& output) {
+    for (std::int64_t z = 0; z < output.nz; ++z) {
+        for (std::int64_t y = 0; y < output.ny; ++y)
+            std::transform(distances.Row(y, z), distances.Row(y, z) + output.nx, output.Row(y, z), PixelOf);
+    }
+}
+
 /// The arguments of one call.
 struct StMeasurement {
     const IImage& input;
-    const CLayerView<float>& output;
+    IImage& output;
+    const CLayerView<float>& pixels;
     bool isFiltered;
     bool isOnForeground;
     bool isLimitedByOutside;
+    CDiameterWriter& writer;
     IProgress& progress;
 
-    /// Writes squared distances. Returns false if cancelled.
+    /// Writes and counts diameters. Returns false if cancelled.
     [[nodiscard]] bool Measure() const {
-        CImage squaredDistances(IMAGE_GREY_32, input.Size(), CSize(0, 0, 0));
-        StDistanceTransform transform;
-        transform.seeds = isOnForeground ? EnSeeds::ZEROS : EnSeeds::NON_ZEROS;
-        transform.isOutsideSeed = isLimitedByOutside;
-        if (!TransformDistances(transform, input, squaredDistances, progress))
-            return false;
-        CWorkPace paceOfSearch(progress);
-        const std::int32_t greatest = GreatestDistance(squaredDistances, paceOfSearch);
-        if (paceOfSearch.IsCancelled())
-            return false;
-        const CLayerView<const std::int32_t> distances(squaredDistances);
-        if (greatest == 0)
-            return Keep(distances, output, progress, [](auto...) { return false; });
-        if (isFiltered && isLimitedByOutside && input.Size().Dim() == 3) {
-            // In 3-d images limited by background there is a faster way to find the same balls.
-            CImage medialAxis(IMAGE_BINARY_FG, input.Size(), CSize(0, 0, 0));
-            MarkMedialAxis(squaredDistances, medialAxis, 0, {}, progress);
-            const CLayerView<const unsigned char> marks(medialAxis);
-            return !progress.IsCancelled() &&
-                   Keep(distances, output, progress,
-                        [&marks](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& /*pace*/) {
-                            return marks.Row(y, z)[x] != 0;
-                        });
-        }
-
-        StBalls balls{input.Size().Dim(), distances, greatest, CBitRows(output.nx, output.ny * output.nz)};
-        if (!FindCandidates(balls, progress))
-            return false;
-        if (!FindOpeningSizes(balls))
-            return false;
-        return !isFiltered ||
-               Keep(distances, output, progress,
-                    [&](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& pace) {
-                        return balls.candidates.Has(output.RowNumber(y, z), x) &&
-                               IsMaximalBall(balls, x, y, z, SquaredDistanceOf(output.Row(y, z)[x]), pace);
-                    });
+        if (!isFiltered)
+            return MeasureOpeningSizes();
+        // In 3-d images limited by background there is a faster way to find the same balls.
+        const bool isMedialAxis = isLimitedByOutside && input.Size().Dim() == 3;
+        return (isMedialAxis ? KeepMedialAxis() : KeepMaximalBalls()) &&
+               WriteDiameters(pixels, writer, progress);
     }
 
 private:
-    [[nodiscard]] bool FindOpeningSizes(const StBalls& balls) const {
+    /// Returns the greatest squared distance, or nothing if cancelled.
+    [[nodiscard]] std::optional<std::int32_t> TransformDistancesTo(IImage& squaredDistances) const {
+        StDistanceTransform transform;
+        transform.seeds = isOnForeground ? EnSeeds::ZEROS : EnSeeds::NON_ZEROS;
+        transform.isOutsideSeed = isLimitedByOutside;
+        const auto range = TransformDistances(transform, input, squaredDistances, progress);
+        if (!range)
+            return std::nullopt;
+        constexpr double limit = 1 << 30;
+        if (range->maximum > limit) {
+            Clear(pixels);
+            throw CExBadParam(
+                Impl::Here(c_function),
+                CString("Squared distances of an image of size %1 are too large.", CString::ENC_UTF8)
+                    .Arg(input.Size().ToString()));
+        }
+        return static_cast<std::int32_t>(range->maximum);
+    }
+
+    /// Distances and sizes share the pixels of the output: most of the time goes into reaching the memory.
+    [[nodiscard]] bool MeasureOpeningSizes() const {
+        CSquaredDistanceImage squaredDistances(output);
+        const auto greatest = TransformDistancesTo(squaredDistances);
+        if (!greatest)
+            return false;
+        const CLayerView<const std::int32_t> distances(std::as_const(squaredDistances));
+        StBalls balls(input.Size().Dim(), distances, *greatest);
+        return FindCandidates(balls, progress) && Cover(balls, &writer);
+    }
+
+    [[nodiscard]] bool KeepMedialAxis() const {
+        CSquaredDistanceImage squaredDistances(output);
+        if (!TransformDistancesTo(squaredDistances))
+            return false;
+        CImage medialAxis(IMAGE_BINARY_FG, input.Size(), CSize(0, 0, 0));
+        MarkMedialAxis(squaredDistances, medialAxis, 0, {}, progress);
+        if (progress.IsCancelled())
+            return false;
+        const CLayerView<const unsigned char> marks(medialAxis);
+        const CLayerView<const std::int32_t> distances(std::as_const(squaredDistances));
+        return Keep(distances, pixels, progress,
+                    [&marks](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& /*pace*/) {
+                        return marks.Row(y, z)[x] != 0;
+                    });
+    }
+
+    [[nodiscard]] bool KeepMaximalBalls() const {
+        CImage squaredDistances(IMAGE_GREY_32, input.Size(), CSize(0, 0, 0));
+        const auto greatest = TransformDistancesTo(squaredDistances);
+        if (!greatest)
+            return false;
+        const CLayerView<const std::int32_t> distances(squaredDistances);
+        StBalls balls(input.Size().Dim(), distances, *greatest);
+        if (!FindCandidates(balls, progress))
+            return false;
+        Copy(distances, pixels);
+        return Cover(balls, nullptr) &&
+               Keep(distances, pixels, progress,
+                    [&](std::int64_t x, std::int64_t y, std::int64_t z, CWorkPace& pace) {
+                        return balls.candidates.Has(pixels.RowNumber(y, z), x) &&
+                               IsMaximalBall(balls, x, y, z, SquaredDistanceOf(pixels.Row(y, z)[x]), pace);
+                    });
+    }
+
+    [[nodiscard]] bool Cover(StBalls& balls, CDiameterWriter* writerOfSizes) const {
         CWorkPace pace(progress);
-        const CBallList list = SortedCandidates(balls, c_greatestSmallBall, pace);
-        return !pace.IsCancelled() && CoverWithBalls(list.Balls(), output, progress) &&
-               CoverWithSmallBalls(balls, output, progress);
+        const CBallList list = SortedLargeBalls(balls, pace);
+        return !pace.IsCancelled() && CoverWithBalls(list.Balls(), pixels, progress) &&
+               CoverWithSmallBalls(balls.small, pixels, writerOfSizes, progress);
     }
 };
 
@@ -273,13 +207,14 @@ void CGranulometry::DoSphereGranulometryBinned(const IImage& input, IImage& outp
     histogram.clear();
     const CLayerView<float> pixels(output);
     const bool isLimitedByOutside = (mode & 1) == 0;
-    const StMeasurement measurement{input, pixels, isFiltered, onForeground, isLimitedByOutside, Progress()};
     const CDiameters diameters(input, stepWidth);
-    SquaredSizes sizes;
-    if (!measurement.Measure() || !CDiameterWriter(pixels, diameters).Write(sizes, Progress()))
+    CDiameterWriter writer(diameters);
+    const StMeasurement measurement{input,  output,    pixels, isFiltered, onForeground, isLimitedByOutside,
+                                    writer, Progress()};
+    if (!measurement.Measure())
         return Clear(pixels);
     CWorkPace pace(Progress());
-    for (const auto& [squaredDistance, count] : sizes) {
+    for (const auto& [squaredDistance, count] : writer.Sizes()) {
         const float diameter = diameters.Of(squaredDistance);
         if (diameter != 0.0F)
             histogram[diameter] += count;

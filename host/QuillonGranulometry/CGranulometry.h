@@ -39,14 +39,17 @@ public:
     ///
     /// Time: linear in the number of pixels for distances, small balls and output. Larger balls are assigned
     /// to boxes of pixels, at a cost per pixel that depends little on their radii: measured, it doubles at
-    /// most while the radii grow from 16 to 128 pixels. In the worst case, if every ball were the largest one
-    /// somewhere in every box, it would be the number of balls times that of pixels, see `CoverWithBalls`.
-    /// Filtering compares each ball with those around it in addition, see `IsMaximalBall`.
+    /// most while the radii grow from 16 to 128 pixels. In common structures the whole takes 3 to 12 times as
+    /// long as the distances. In the worst case, if every ball were the largest one somewhere in every box,
+    /// it would be the number of balls times that of pixels, see `CoverWithBalls`. Filtering compares each
+    /// ball with those around it in addition, see `IsMaximalBall`.
     ///
-    /// Memory beside input and output: 5 to 7 bytes per pixel in common structures, of which 16 bytes for
-    /// each ball with D above 30, and 4 again for each box of 2^15 pixels or more that needs it; and per
-    /// thread 3 kB for each pixel along x. With filtering, in a 3-d image with D above 128^2, the result may
-    /// include balls that are contained in another, see `MarkMedialAxis`.
+    /// Memory beside input and output: 1.5 to 3 bytes per pixel in common structures. These are 4 bytes for
+    /// each ball with D up to 30, and for each larger one 16, 32 while they are sorted, and 4 again for each
+    /// box of 2^15 pixels or more that needs it; and per thread 3 kB for each pixel along x. Filtering takes
+    /// 4 bytes per pixel more, unless the image is 3-d and bit 0 of `mode` is not set: then it takes a byte
+    /// per pixel and a table, see `MarkMedialAxis`. With filtering, in a 3-d image with D above 128^2, the
+    /// result may include balls that are contained in another, see `MarkMedialAxis`.
     ///
     /// Sources: G. Matheron, *Random Sets and Integral Geometry*, 1975; T. Hildebrand, P. Rueegsegger, *A new
     /// method for the model-independent assessment of thickness in three-dimensional images*, 1997. Instead

@@ -9,15 +9,31 @@ namespace ORVEN {
 namespace {
 
 constexpr std::int32_t c_greatestTabled = 1 << 20;
+constexpr int c_excessBits = 10;
 
 std::int32_t SquaredLength(const std::array<std::int32_t, 3>& v) {
     return v[0] * v[0] + v[1] * v[1] + v[2] * v[2];
 }
 
+/// For the pixels of a row from `first` to before `end`.
+void AddExcesses(const std::int32_t* row, const std::int32_t* excesses,
+                 const std::array<std::int32_t*, 3>& limits, std::size_t first, std::size_t end) {
+    constexpr std::int32_t mask = (1 << c_excessBits) - 1;
+    std::int32_t* const __restrict oneStep = limits[0];
+    std::int32_t* const __restrict twoSteps = limits[1];
+    std::int32_t* const __restrict threeSteps = limits[2];
+    for (std::size_t x = first; x < end; ++x) {
+        const std::int32_t distance = row[x];
+        const std::int32_t packed = excesses[distance];
+        oneStep[x] = distance + (packed & mask);
+        twoSteps[x] = distance + (packed >> c_excessBits & mask);
+        threeSteps[x] = distance + (packed >> 2 * c_excessBits);
+    }
+}
+
 } // namespace
 
-CNearLimits::CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace)
-    : m_isComplete(greatest <= c_greatestTabled) {
+CNearLimits::CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace) {
     const std::int32_t reach = std::min(greatest, c_greatestTabled);
     // First, at index R: the maximum of |u|^2 + 2 u v over all u of squared length R - 1.
     for (std::vector<std::int32_t>& limits : m_limits)
@@ -45,6 +61,40 @@ CNearLimits::CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace)
             limit = maximum + SquaredLength(c_vectors[i]) + 1;
         }
     }
+    if (Bound(2, std::max(greatest, 1)) - greatest < 1 << c_excessBits)
+        PackExcesses();
+}
+
+void CNearLimits::PackExcesses() {
+    m_excesses.resize(m_limits[0].size());
+    for (std::size_t distance = 1; distance < m_excesses.size(); ++distance) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            const std::int32_t excess = m_limits[i][distance] - static_cast<std::int32_t>(distance);
+            m_excesses[distance] |= excess << c_excessBits * static_cast<int>(i);
+        }
+    }
+}
+
+void CNearLimits::LookUp(Impl::EnVectors vectors, std::span<const std::int32_t> distances,
+                         const std::array<std::int32_t*, 3>& limits) const {
+    if (m_excesses.empty()) {
+        for (std::size_t i = 0; i < limits.size(); ++i)
+            std::ranges::transform(distances, limits[i],
+                                   [&](std::int32_t distance) { return At(i, distance); });
+        return;
+    }
+    Impl::RunFor(vectors,
+                 [row = distances.data(), size = distances.size(), excesses = m_excesses.data(), limits] {
+                     constexpr std::size_t pieceLength = 64;
+                     for (std::size_t first = 0; first < size; first += pieceLength) {
+                         const std::size_t end = std::min(first + pieceLength, size);
+                         std::int32_t any = 0;
+                         for (std::size_t x = first; x < end; ++x)
+                             any |= row[x];
+                         if (any != 0)
+                             AddExcesses(row, excesses, limits, first, end);
+                     }
+                 });
 }
 
 std::int32_t CNearLimits::Bound(std::size_t vector, std::int32_t distance) {

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QuillonBase/CWorkPace.h>
+#include <QuillonBase/VectorDispatch.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace ORVEN {
@@ -23,7 +25,7 @@ public:
         {{1, 0, 0}, {1, 1, 0}, {1, 1, 1}, {2, 1, 0}, {2, 1, 1}, {2, 2, 1}}};
     static constexpr std::size_t c_count = c_vectors.size();
 
-    /// For images of that dimension and squared distances up to `greatest`. Memory: 24 bytes for each
+    /// For images of that dimension and squared distances up to `greatest`. Memory: 28 bytes for each
     /// distance up to 2^20. The object must not be used once `pace` is cancelled.
     CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace);
 
@@ -33,16 +35,19 @@ public:
         return index < m_limits[vector].size() ? m_limits[vector][index] : Bound(vector, distance);
     }
 
-    /// The limits by distance, unless distances exceed 2^20; then null.
-    [[nodiscard]] const std::int32_t* Table(std::size_t vector) const {
-        return m_isComplete ? m_limits[vector].data() : nullptr;
-    }
+    /// Looks up the limits of the vectors to the 26 neighbours for the pixels of a row. Where 64 pixels, from
+    /// a multiple of 64 on, are 0, `limits` can be left unchanged.
+    void LookUp(Impl::EnVectors vectors, std::span<const std::int32_t> distances,
+                const std::array<std::int32_t*, 3>& limits) const;
 
 private:
+    void PackExcesses();
     [[nodiscard]] static std::int32_t Bound(std::size_t vector, std::int32_t distance);
 
-    bool m_isComplete;
     std::array<std::vector<std::int32_t>, c_count> m_limits;
+    /// How far the limits of the 26 neighbours exceed the distance, 10 bits each: a single look-up takes a
+    /// third of the time. Empty if distances are too long for that.
+    std::vector<std::int32_t> m_excesses;
 };
 
 } // namespace ORVEN

@@ -76,7 +76,7 @@ public:
     }
 
     /// Finds the parts that need each ball, and the number of balls of each part. Meaningless if cancelled.
-    void Find(const StBox& box, const BoxParts& parts, std::span<const StBall> balls, CWorkPace& pace) {
+    void Find(const StBox& box, const BoxParts& parts, std::span<const StPlacedBall> balls, CWorkPace& pace) {
         m_parts.resize(std::max(m_parts.size(), balls.size()));
         m_counts.fill(0);
         m_ballCount = 0;
@@ -117,7 +117,7 @@ private:
     static constexpr std::size_t c_ballsPerPiece = 64;
 
     template <class Search>
-    void FindIn(Search search, std::span<const StBall> balls, CWorkPace& pace) {
+    void FindIn(Search search, std::span<const StPlacedBall> balls, CWorkPace& pace) {
         while (m_ballCount < balls.size() && search.IsOpen()) {
             const auto piece =
                 balls.subspan(m_ballCount, std::min(c_ballsPerPiece, balls.size() - m_ballCount));
@@ -146,15 +146,15 @@ public:
         , m_shape(shape)
         , m_distributor(greatestDistance) {}
 
-    void Cover(const StBox& box, std::span<const StBall> balls, CWorkPace& pace) {
+    void Cover(const StBox& box, std::span<const StPlacedBall> balls, CWorkPace& pace) {
         Cover(box, balls, 0, pace);
     }
 
 private:
     static constexpr std::size_t c_few = 6;
 
-    void Cover(const StBox& box, std::span<const StBall> balls, std::size_t depth, CWorkPace& pace) {
-        if (pace.IsCancelled() || box.PixelCount() == 0)
+    void Cover(const StBox& box, std::span<const StPlacedBall> balls, std::size_t depth, CWorkPace& pace) {
+        if (pace.IsCancelled() || box.PixelCount() == 0 || balls.empty())
             return;
         if (balls.size() <= c_few || m_shape.IsSmall(box))
             return Write(box, balls, pace);
@@ -164,10 +164,10 @@ private:
             return;
         while (m_lists.size() <= depth)
             m_lists.emplace_back();
-        std::vector<StBall>& lists = m_lists[depth];
+        std::vector<StPlacedBall>& lists = m_lists[depth];
         lists.resize(std::max(lists.size(), m_distributor.TotalCount() + c_boxLanes));
-        std::array<StBall*, c_boxLanes> ends{};
-        std::array<std::span<const StBall>, c_boxLanes> ballsOfParts;
+        std::array<StPlacedBall*, c_boxLanes> ends{};
+        std::array<std::span<const StPlacedBall>, c_boxLanes> ballsOfParts;
         std::size_t place = 0;
         for (std::size_t part = 0; part < c_boxLanes; ++part) {
             const std::size_t count = m_distributor.Count(part);
@@ -180,7 +180,7 @@ private:
             Cover(parts[part], ballsOfParts[part], depth + 1, pace);
     }
 
-    void Write(const StBox& box, std::span<const StBall> balls, CWorkPace& pace) const {
+    void Write(const StBox& box, std::span<const StPlacedBall> balls, CWorkPace& pace) const {
         const bool areFloatsExact = m_distributor.AreFloatsExact(box);
         const std::int64_t rowCount = box.size[1] * box.size[2];
         std::int64_t nextY = box.first[1];
@@ -215,17 +215,17 @@ private:
     const CBoxShape& m_shape;
     CDistributor m_distributor;
     Impl::EnVectors m_vectors = Impl::BestVectors();
-    std::vector<std::vector<StBall>> m_lists; ///< of the parts, by depth of recursion
+    std::vector<std::vector<StPlacedBall>> m_lists; ///< of the parts, by depth of recursion
 };
 
 /// The balls of a task, copied from the list of all balls.
 class CTaskBalls {
 public:
-    explicit CTaskBalls(std::span<const StBall> all)
+    explicit CTaskBalls(std::span<const StPlacedBall> all)
         : m_all(all) {}
 
     /// Valid until the next call. Meaningless if cancelled.
-    [[nodiscard]] std::span<const StBall> Of(const StTask& task, CWorkPace& pace) {
+    [[nodiscard]] std::span<const StPlacedBall> Of(const StTask& task, CWorkPace& pace) {
         m_balls.resize(std::max(m_balls.size(), task.balls.size()));
         ForEachPiece(std::ssize(task.balls), 4, pace, [&](std::int64_t first, std::int64_t end) {
             for (auto i = static_cast<std::size_t>(first); i < static_cast<std::size_t>(end); ++i)
@@ -235,12 +235,12 @@ public:
     }
 
 private:
-    std::span<const StBall> m_all;
-    std::vector<StBall> m_balls;
+    std::span<const StPlacedBall> m_all;
+    std::vector<StPlacedBall> m_balls;
 };
 
 /// Divides a task among tasks for the parts of its box.
-void Divide(const StTask& task, std::span<const StBall> balls, const CBoxShape& shape,
+void Divide(const StTask& task, std::span<const StPlacedBall> balls, const CBoxShape& shape,
             CDistributor& distributor, std::span<StTask, c_boxLanes> tasks, CWorkPace& pace) {
     const BoxParts parts = shape.PartsOf(task.box);
     distributor.Find(task.box, parts, balls, pace);
@@ -261,14 +261,14 @@ void Divide(const StTask& task, std::span<const StBall> balls, const CBoxShape& 
 /// Runs `body(task, balls, pace)` for all tasks, in parallel, with a copy of `body` on each thread. Frees the
 /// indices of finished tasks. Returns false if cancelled.
 template <class Body>
-bool ForEachTask(std::vector<StTask>& tasks, std::span<const StBall> balls, IProgress& progress,
+bool ForEachTask(std::vector<StTask>& tasks, std::span<const StPlacedBall> balls, IProgress& progress,
                  const Body& body) {
     progress.Start(static_cast<unsigned>(tasks.size()), "opening sizes");
     const bool isDone = ParallelForAtPace(std::ssize(tasks), progress, [&] {
         return
             [&tasks, work = body, taskBalls = CTaskBalls(balls)](std::int64_t item, CWorkPace& pace) mutable {
                 StTask& task = tasks[static_cast<std::size_t>(item)];
-                const std::span<const StBall> ballsOfTask = taskBalls.Of(task, pace);
+                const std::span<const StPlacedBall> ballsOfTask = taskBalls.Of(task, pace);
                 if (!pace.IsCancelled())
                     work(task, ballsOfTask, pace);
                 task.balls = {};
@@ -288,16 +288,17 @@ StTask WholeTask(const CLayerView<float>& output, std::size_t ballCount) {
 
 } // namespace
 
-bool CoverWithBalls(std::span<const StBall> balls, const CLayerView<float>& output, IProgress& progress) {
+bool CoverWithBalls(std::span<const StPlacedBall> balls, const CLayerView<float>& output,
+                    IProgress& progress) {
     const std::int32_t greatest = balls.empty() ? 0 : balls.front().squaredRadius;
     const CBoxShape shape(output);
     std::vector<StTask> tasks{WholeTask(output, balls.size())};
     const std::int64_t pixelsOfTask = tasks.front().box.PixelCount() < 1 << 24 ? 1 << 15 : 1 << 18;
     while (tasks.front().box.PixelCount() > pixelsOfTask) {
         std::vector<StTask> next(tasks.size() * c_boxLanes);
-        const auto divide = [&, distributor = CDistributor(greatest)](const StTask& task,
-                                                                      std::span<const StBall> ballsOfTask,
-                                                                      CWorkPace& pace) mutable {
+        const auto divide = [&, distributor = CDistributor(greatest)](
+                                const StTask& task, std::span<const StPlacedBall> ballsOfTask,
+                                CWorkPace& pace) mutable {
             const auto place = static_cast<std::size_t>(&task - tasks.data()) * c_boxLanes;
             Divide(task, ballsOfTask, shape, distributor, std::span(next).subspan(place).first<c_boxLanes>(),
                    pace);
@@ -308,9 +309,8 @@ bool CoverWithBalls(std::span<const StBall> balls, const CLayerView<float>& outp
         tasks = std::move(next);
     }
     const auto cover = [cover = CBoxCover(output, shape, greatest)](
-                           const StTask& task, std::span<const StBall> ballsOfTask, CWorkPace& pace) mutable {
-        cover.Cover(task.box, ballsOfTask, pace);
-    };
+                           const StTask& task, std::span<const StPlacedBall> ballsOfTask,
+                           CWorkPace& pace) mutable { cover.Cover(task.box, ballsOfTask, pace); };
     return ForEachTask(tasks, balls, progress, cover);
 }
 

@@ -1,22 +1,16 @@
 #pragma once
 
-#include "QuillonGranulometry/BallLists.h"
+#include "QuillonGranulometry/CLayerView.h"
+#include "QuillonGranulometry/StPlacedBall.h"
 
 #include <QuillonBase/IProgress.h>
 
-#include <bit>
-#include <cstdint>
 #include <span>
 
 namespace ORVEN {
 
-/// While opening sizes are computed, the pixels of the output hold squared distances as floats with the same
-/// bit pattern.
-inline float PixelOf(std::int32_t squaredDistance) { return std::bit_cast<float>(squaredDistance); }
-inline std::int32_t SquaredDistanceOf(float pixel) { return std::bit_cast<std::int32_t>(pixel); }
-
-/// Sets every pixel to the greatest squared radius of all balls that contain it, 0 if there is none. The
-/// balls are in order of decreasing size. Returns false if cancelled.
+/// Sets every pixel in a ball to the greatest squared radius of all balls that contain it, as `PixelOf`.
+/// Other pixels keep their value. The balls are in order of decreasing size. Returns false if cancelled.
 ///
 /// The image is divided into boxes, these into eight parts and so on, and each part takes over those balls of
 /// its box that it needs; see `CPartSearch`. A pixel is compared with the balls of the smallest box around
@@ -28,6 +22,7 @@ inline std::int32_t SquaredDistanceOf(float pixel) { return std::bit_cast<std::i
 /// centre of a digital ball. In the worst case, when every ball is the largest somewhere in every box, it is
 /// the product of the numbers of balls and of pixels divided by 128; no such structure is known. Memory: 4
 /// bytes per ball, and again for each box of 2^15 pixels (2^18 in images from 2^24 on) that needs it.
-bool CoverWithBalls(std::span<const StBall> balls, const CLayerView<float>& output, IProgress& progress);
+bool CoverWithBalls(std::span<const StPlacedBall> balls, const CLayerView<float>& output,
+                    IProgress& progress);
 
 } // namespace ORVEN

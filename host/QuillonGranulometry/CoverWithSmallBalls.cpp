@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace ORVEN {
@@ -61,7 +63,7 @@ std::vector<StBallRow> RowsOfBall(std::int64_t squaredRadius, const StBlockShape
 /// The rows of an image in groups of 64 in groups of layers, the blocks. A flat image has a single layer.
 class CBlocks {
 public:
-    CBlocks(const StBalls& balls, const CLayerView<float>& output)
+    CBlocks(const CSmallBalls& balls, const CLayerView<float>& output)
         : m_balls(balls)
         , m_output(output)
         , m_isFlat(output.ny == 1)
@@ -82,17 +84,11 @@ public:
     [[nodiscard]] bool HasRow(std::int64_t row, std::int64_t layer) const {
         return row >= 0 && row < m_rowCount && layer >= 0 && layer < m_layerCount;
     }
-    [[nodiscard]] const std::int32_t* Distances(std::int64_t row, std::int64_t layer) const {
-        return m_isFlat ? m_balls.distances.Row(0, row) : m_balls.distances.Row(row, layer);
+    [[nodiscard]] float* Output(std::int64_t row, std::int64_t layer) const {
+        return m_isFlat ? m_output.Row(0, row) : m_output.Row(row, layer);
     }
-    [[nodiscard]] std::int32_t* Output(std::int64_t row, std::int64_t layer) const {
-        return reinterpret_cast<std::int32_t*>(m_isFlat ? m_output.Row(0, row) : m_output.Row(row, layer));
-    }
-    /// Calls `body(x)` for the candidates of a row.
-    template <class Body>
-    void ForEachCandidate(std::int64_t row, std::int64_t layer, const Body& body) const {
-        const std::int64_t number = m_isFlat ? m_output.RowNumber(0, row) : m_output.RowNumber(row, layer);
-        m_balls.candidates.ForEach(number, 0, m_output.nx - 1, body);
+    [[nodiscard]] std::span<const CSmallBall> Balls(std::int64_t row, std::int64_t layer) const {
+        return m_isFlat ? m_balls.Row(0, row) : m_balls.Row(row, layer);
     }
     [[nodiscard]] std::int64_t RowLength() const { return m_output.nx; }
 
@@ -104,7 +100,7 @@ private:
         return (length + blockLength - 1) / blockLength;
     }
 
-    const StBalls& m_balls;
+    const CSmallBalls& m_balls;
     const CLayerView<float>& m_output;
     bool m_isFlat;
     std::int64_t m_rowCount;
@@ -117,8 +113,9 @@ public:
 /// Processes one block after the other.
 class CBlockCover {
 public:
-    explicit CBlockCover(const CBlocks& blocks)
+    CBlockCover(const CBlocks& blocks, CDiameterWriter* writer)
         : m_blocks(blocks)
+        , m_writer(writer)
         , m_shape(blocks.shape)
         , m_size(static_cast<std::size_t>(m_shape.Size()))
         , m_open(m_size)
@@ -138,20 +135,10 @@ public:
         m_firstRow = m_blocks.FirstRow(block);
         m_firstLayer = m_blocks.FirstLayer(block);
         FindOpenPixels(pace);
-        if (!m_isAnyOpen)
-            return;
-        FindCenters(pace);
-        std::ranges::fill(m_digits, 0);
-        for (std::size_t squaredRadius = c_greatestSmallBall; squaredRadius > 0; --squaredRadius) {
-            if (pace.IsCancelled() || !m_isAnyOpen)
-                break;
-            const std::int64_t count = std::ssize(m_balls[squaredRadius].centers);
-            if (count * c_wordsPerBall > m_shape.Size())
-                CoverWithMany(squaredRadius, pace);
-            else if (count > 0)
-                CoverWithFew(squaredRadius, pace);
-        }
-        WriteDigits(pace);
+        const bool isAnyOpen = m_isAnyOpen;
+        if (isAnyOpen)
+            CoverOpenPixels(pace);
+        Finish(isAnyOpen, pace);
     }
 
 private:
@@ -163,6 +150,20 @@ private:
     static constexpr std::size_t c_digitCount = std::bit_width(std::size_t{c_greatestSmallBall});
     /// A single ball takes as long as this number of words in the treatment of many.
     static constexpr std::int64_t c_wordsPerBall = 128;
+
+    void CoverOpenPixels(CWorkPace& pace) {
+        FindCenters(pace);
+        std::ranges::fill(m_digits, 0);
+        for (std::size_t squaredRadius = c_greatestSmallBall; squaredRadius > 0; --squaredRadius) {
+            if (pace.IsCancelled() || !m_isAnyOpen)
+                break;
+            const std::int64_t count = std::ssize(m_balls[squaredRadius].centers);
+            if (count * c_wordsPerBall > m_shape.Size())
+                CoverWithMany(squaredRadius, pace);
+            else if (count > 0)
+                CoverWithFew(squaredRadius, pace);
+        }
+    }
 
     /// A pixel of the block or its margin.
     struct StCenter {
@@ -192,11 +193,8 @@ private:
         }
     }
 
-    [[nodiscard]] std::int32_t* Output(std::int64_t row, std::int64_t layer) const {
+    [[nodiscard]] float* Output(std::int64_t row, std::int64_t layer) const {
         return m_blocks.Output(m_firstRow + row, m_firstLayer + layer);
-    }
-    [[nodiscard]] const std::int32_t* Distances(std::int64_t row, std::int64_t layer) const {
-        return m_blocks.Distances(m_firstRow + row, m_firstLayer + layer);
     }
 
     /// Sets the bits of the pixels of the structure that no large ball contains.
@@ -206,8 +204,7 @@ private:
         ForEachRow(0, 0, m_blocks.RowLength(), pace, [&](std::int64_t row, std::int64_t layer) {
             Impl::RunFor(m_vectors, [&] {
                 for (std::int64_t word = 0; word < m_shape.wordCount; ++word) {
-                    const std::uint64_t bits =
-                        OpenPixels(Distances(row, layer), Output(row, layer), word * c_wordBits);
+                    const std::uint64_t bits = OpenPixels(Output(row, layer), word * c_wordBits);
                     m_open[static_cast<std::size_t>(m_shape.Place(word, row, layer))] = bits;
                     m_isAnyOpen = m_isAnyOpen || bits != 0;
                 }
@@ -215,13 +212,13 @@ private:
         });
     }
 
-    [[nodiscard]] std::uint64_t OpenPixels(const std::int32_t* distances, const std::int32_t* output,
-                                           std::int64_t firstX) const {
+    [[nodiscard]] std::uint64_t OpenPixels(const float* output, std::int64_t firstX) const {
         const std::int64_t count = std::min(c_wordBits, m_blocks.RowLength() - firstX);
         alignas(c_wordBits) std::array<std::uint8_t, c_wordBits> isOpen{};
         const auto find = [&](std::int64_t end) {
             for (std::int64_t i = 0; i < end; ++i) {
-                const bool isOpenPixel = distances[firstX + i] > 0 && output[firstX + i] == 0;
+                const auto square = static_cast<std::uint32_t>(SquaredDistanceOf(output[firstX + i]));
+                const bool isOpenPixel = square - 1 < std::uint32_t{c_greatestSmallBall};
                 isOpen[static_cast<std::size_t>(i)] = isOpenPixel ? 1 : 0;
             }
         };
@@ -237,15 +234,11 @@ private:
     void FindCenters(CWorkPace& pace) {
         for (StBalls& balls : m_balls)
             balls.centers.clear();
-        ForEachRow(m_shape.rowMargin, m_shape.layerMargin, 2 * m_blocks.RowLength(), pace,
+        ForEachRow(m_shape.rowMargin, m_shape.layerMargin, m_blocks.RowLength(), pace,
                    [&](std::int64_t row, std::int64_t layer) {
-                       const std::int32_t* const distances = Distances(row, layer);
-                       m_blocks.ForEachCandidate(m_firstRow + row, m_firstLayer + layer, [&](std::int64_t x) {
-                           if (distances[x] <= c_greatestSmallBall)
-                               m_balls[static_cast<std::size_t>(distances[x])].centers.push_back(
-                                   {static_cast<std::int32_t>(x), static_cast<std::int16_t>(row),
-                                    static_cast<std::int16_t>(layer)});
-                       });
+                       for (const CSmallBall& ball : m_blocks.Balls(m_firstRow + row, m_firstLayer + layer))
+                           m_balls[ball.SquaredRadius()].centers.push_back(
+                               {ball.X(), static_cast<std::int16_t>(row), static_cast<std::int16_t>(layer)});
                    });
     }
 
@@ -386,28 +379,37 @@ private:
         return any != 0;
     }
 
-    /// Adds the squared radii to the output.
-    void WriteDigits(CWorkPace& pace) const {
-        ForEachRow(0, 0, m_blocks.RowLength(), pace, [&](std::int64_t row, std::int64_t layer) {
-            std::int32_t* const output = Output(row, layer);
-            Impl::RunFor(m_vectors, [&] {
-                for (std::int64_t word = 0; word < m_shape.wordCount; ++word) {
-                    const std::uint64_t* const digits = m_digits.data() + m_shape.Place(word, row, layer);
-                    const std::int64_t end = std::min(m_blocks.RowLength(), (word + 1) * c_wordBits);
-                    for (std::int64_t first = word * c_wordBits; first < end; first += c_wordBits / 2) {
-                        std::array<std::uint32_t, c_digitCount> halves{};
-                        for (std::size_t digit = 0; digit < c_digitCount; ++digit)
-                            halves[digit] =
-                                static_cast<std::uint32_t>(digits[digit * m_size] >> first % c_wordBits);
-                        AddDigits(halves, output + first, std::min(end - first, c_wordBits / 2));
-                    }
-                }
-            });
+    /// Writes the squared radii to the pixels that were open, and then the diameters of all pixels.
+    void Finish(bool wasAnyOpen, CWorkPace& pace) {
+        std::optional<CDiameterWriter::CTurn> turn;
+        if (m_writer != nullptr)
+            turn.emplace(*m_writer);
+        ForEachRow(0, 0, 6 * m_blocks.RowLength(), pace, [&](std::int64_t row, std::int64_t layer) {
+            float* const output = Output(row, layer);
+            if (wasAnyOpen)
+                Impl::RunFor(m_vectors, [&] { WriteDigits(m_shape.Place(0, row, layer), output); });
+            if (turn)
+                turn->Write({output, static_cast<std::size_t>(m_blocks.RowLength())});
         });
     }
 
-    static void AddDigits(const std::array<std::uint32_t, c_digitCount>& digits, std::int32_t* pixels,
-                          std::int64_t count) {
+    /// `place` is that of the first word of the row.
+    void WriteDigits(std::int64_t place, float* output) const {
+        const std::uint64_t* digits = m_digits.data() + place;
+        for (std::int64_t first = 0; first < m_blocks.RowLength(); first += c_wordBits) {
+            const std::int64_t end = std::min(m_blocks.RowLength(), first + c_wordBits);
+            for (std::int64_t half = first; half < end; half += c_wordBits / 2) {
+                std::array<std::uint32_t, c_digitCount> halves{};
+                for (std::size_t digit = 0; digit < c_digitCount; ++digit)
+                    halves[digit] = static_cast<std::uint32_t>(digits[digit * m_size] >> half % c_wordBits);
+                WriteDigits(halves, output + half, std::min(end - half, c_wordBits / 2));
+            }
+            digits += m_shape.PaddedRowCount();
+        }
+    }
+
+    static void WriteDigits(const std::array<std::uint32_t, c_digitCount>& digits, float* pixels,
+                            std::int64_t count) {
         std::uint32_t any = 0;
         for (const std::uint32_t digit : digits)
             any |= digit;
@@ -417,11 +419,12 @@ private:
             std::uint32_t squaredRadius = 0;
             for (std::size_t digit = 0; digit < c_digitCount; ++digit)
                 squaredRadius |= (digits[digit] >> i & 1) << digit;
-            pixels[i] |= static_cast<std::int32_t>(squaredRadius);
+            pixels[i] = squaredRadius != 0 ? PixelOf(static_cast<std::int32_t>(squaredRadius)) : pixels[i];
         }
     }
 
     const CBlocks& m_blocks;
+    CDiameterWriter* m_writer;
     const StBlockShape& m_shape;
     Impl::EnVectors m_vectors = Impl::BestVectors();
     std::size_t m_size;                                   ///< of a set of pixels
@@ -437,11 +440,12 @@ private:
 
 } // namespace
 
-bool CoverWithSmallBalls(const StBalls& balls, const CLayerView<float>& output, IProgress& progress) {
+bool CoverWithSmallBalls(const CSmallBalls& balls, const CLayerView<float>& output, CDiameterWriter* writer,
+                         IProgress& progress) {
     const CBlocks blocks(balls, output);
     progress.Start(static_cast<unsigned>(blocks.Count()), "opening sizes");
     const bool isDone =
-        ParallelForAtPace(blocks.Count(), progress, [&blocks] { return CBlockCover(blocks); });
+        ParallelForAtPace(blocks.Count(), progress, [&] { return CBlockCover(blocks, writer); });
     progress.Finish();
     return isDone;
 }

@@ -101,118 +101,127 @@ public:
         : m_balls(balls)
         , m_nearLimits(limits)
         , m_farTest(balls.distances, limits) {
-        const auto paddedLength = static_cast<std::size_t>(balls.distances.nx) + 2;
-        m_rows.fill(std::vector<std::int32_t>(paddedLength, 0));
-        m_limits.fill(m_rows[0]);
-        m_isCovered.resize(paddedLength, 1);
-        m_isCandidate.resize(paddedLength + c_wordBits, 0);
+        const auto length = static_cast<std::size_t>(balls.distances.nx);
+        m_outside.resize(length, 0);
+        m_limits.fill(m_outside);
+        m_isCovered.resize(length + c_wordBits, 1);
     }
+
+    /// Finds the candidates of a block.
+    void operator()(std::int64_t block, CWorkPace& pace) {
+        const CSmallBalls& small = m_balls.small;
+        m_smallBalls.clear();
+        m_largeBalls.clear();
+        m_rowEnds.clear();
+        for (std::int64_t z = small.FirstLayer(block); z < small.EndLayer(block); ++z) {
+            for (std::int64_t y = small.FirstRow(block); y < small.EndRow(block); ++y) {
+                FindIn(y, z);
+                m_rowEnds.push_back(static_cast<std::uint32_t>(m_smallBalls.size()));
+                if (pace.Add(32 * m_balls.distances.nx + 16))
+                    return;
+            }
+        }
+        m_balls.small.SetBlock(block, m_smallBalls, m_rowEnds);
+        m_balls.large[static_cast<std::size_t>(block)].assign(m_largeBalls.begin(), m_largeBalls.end());
+    }
+
+private:
+    static constexpr std::int64_t c_wordBits = 64;
 
     void FindIn(std::int64_t y, std::int64_t z) {
         const std::int64_t nx = m_balls.distances.nx;
         const std::int32_t* const distances = m_balls.distances.Row(y, z);
         if (std::all_of(distances, distances + nx, [](std::int32_t distance) { return distance == 0; }))
             return;
-        CopyRowsAround(y, z);
-        // The row, then its face neighbours, then its edge neighbours.
-        constexpr std::array<std::array<int, 2>, 9> offsets{
-            {{0, 0}, {0, -1}, {-1, 0}, {1, 0}, {0, 1}, {-1, -1}, {1, -1}, {-1, 1}, {1, 1}}};
-        StRowNeighborhood around{};
-        for (std::size_t i = 0; i < offsets.size(); ++i)
-            around.rows[i] = RowAround(y + offsets[i][0], offsets[i][1]).data();
-        for (std::size_t i = 0; i < m_limits.size(); ++i) {
-            LookUpLimits(i, distances);
-            around.limits[i] = m_limits[i].data();
-        }
-        FindCoveredByNearest(m_vectors, around, m_isCovered.data(), 1, nx + 1);
-        Impl::RunFor(m_vectors, [&] {
-            // Copies of the pointers: stores to bytes could be to this object, for all that the compiler
-            // knows.
-            const std::uint8_t* const isCovered = m_isCovered.data() + 1;
-            std::uint8_t* const __restrict isCandidate = m_isCandidate.data();
-            for (std::int64_t x = 0; x < nx; ++x) {
-                const bool isCandidatePixel = distances[x] > 0 && isCovered[x] == 0;
-                isCandidate[x] = isCandidatePixel ? 1 : 0;
-            }
+        const StRowNeighborhood around = RowsAround(y, z);
+        m_nearLimits.LookUp(m_vectors, {distances, static_cast<std::size_t>(nx)},
+                            {m_limits[0].data(), m_limits[1].data(), m_limits[2].data()});
+        FindCoveredByNearest(m_vectors, around, m_isCovered.data(), 1, nx - 1);
+        m_isCovered[0] = IsCoveredByNearest(around, 0) ? 1 : 0;
+        m_isCovered[static_cast<std::size_t>(nx) - 1] = IsCoveredByNearest(around, nx - 1) ? 1 : 0;
+        Impl::RunFor(m_vectors, [this, distances, nx, y, z] {
             for (std::int64_t x = 0; x < nx; x += c_wordBits) {
-                const std::uint64_t bits = PackBits(m_isCandidate.data() + x);
+                const std::uint64_t bits = Uncovered(distances + x, m_isCovered.data() + x, nx - x);
                 if (bits != 0)
                     m_balls.candidates.Assign(m_balls.distances.RowNumber(y, z), x, Reduce(bits, x, y, z));
             }
         });
     }
 
-private:
-    static constexpr std::int64_t c_wordBits = 64;
-
-    void LookUpLimits(std::size_t vector, const std::int32_t* distances) {
-        const std::int64_t nx = m_balls.distances.nx;
-        std::int32_t* const __restrict limits = m_limits[vector].data() + 1;
-        const std::int32_t* const table = m_nearLimits.Table(vector);
-        if (table == nullptr) {
-            for (std::int64_t x = 0; x < nx; ++x)
-                limits[x] = m_nearLimits.At(vector, distances[x]);
-            return;
-        }
-        Impl::RunFor(m_vectors, [=] {
-            for (std::int64_t first = 0; first < nx; first += c_wordBits) {
-                const std::int64_t end = std::min(first + c_wordBits, nx);
-                std::int32_t any = 0;
-                for (std::int64_t x = first; x < end; ++x)
-                    any |= distances[x];
-                // Outside the structure, nothing is compared with the limits.
-                for (std::int64_t x = first; any != 0 && x < end; ++x)
-                    limits[x] = table[distances[x]];
-            }
-        });
+    /// The row, then its face neighbours, then its edge neighbours. Beyond the image, all is 0.
+    [[nodiscard]] StRowNeighborhood RowsAround(std::int64_t y, std::int64_t z) const {
+        const auto row = [&](std::int64_t dy, std::int64_t dz) {
+            return m_balls.distances.HasRow(y + dy, z + dz) ? m_balls.distances.Row(y + dy, z + dz)
+                                                            : m_outside.data();
+        };
+        return {{row(0, 0), row(0, -1), row(-1, 0), row(1, 0), row(0, 1), //
+                 row(-1, -1), row(1, -1), row(-1, 1), row(1, 1)},
+                {m_limits[0].data(), m_limits[1].data(), m_limits[2].data()}};
     }
 
-    /// Removes the candidates among 64 pixels that a farther ball contains.
+    /// The same as `FindCoveredByNearest` for a single pixel, which can be at the end of a row.
+    [[nodiscard]] bool IsCoveredByNearest(const StRowNeighborhood& around, std::int64_t x) const {
+        const std::int64_t nx = m_balls.distances.nx;
+        for (std::size_t row = 0; row < around.rows.size(); ++row) {
+            const std::size_t stepsToRow = row == 0 ? 0 : row < 5 ? 1 : 2;
+            for (std::int64_t other = std::max<std::int64_t>(x - 1, 0); other <= std::min(x + 1, nx - 1);
+                 ++other) {
+                const std::size_t steps = stepsToRow + (other == x ? 0 : 1);
+                if (steps > 0 && around.rows[row][other] >= around.limits[steps - 1][x])
+                    return true;
+            }
+        }
+        return false;
+    }
+
+    /// The first 64 pixels of the structure, or `count` if these are fewer, that are not covered.
+    static std::uint64_t Uncovered(const std::int32_t* distances, const std::uint8_t* isCovered,
+                                   std::int64_t count) {
+        alignas(c_wordBits) std::array<std::uint8_t, c_wordBits> isCandidate{};
+        const auto find = [=, &isCandidate](std::int64_t end) {
+            for (std::int64_t i = 0; i < end; ++i) {
+                const bool isCandidatePixel = distances[i] > 0 && isCovered[i] == 0;
+                isCandidate[static_cast<std::size_t>(i)] = isCandidatePixel ? 1 : 0;
+            }
+        };
+        // The constant number of steps takes half the time.
+        if (count >= c_wordBits)
+            find(c_wordBits);
+        else
+            find(count);
+        return PackBits(isCandidate.data());
+    }
+
+    /// Removes the candidates among 64 pixels that a farther ball contains, and lists the others.
     [[nodiscard]] std::uint64_t Reduce(std::uint64_t candidates, std::int64_t firstX, std::int64_t y,
-                                       std::int64_t z) const {
-        if (m_balls.dimension < 3)
-            return candidates;
+                                       std::int64_t z) {
+        const bool isFarTested = m_balls.dimension > 2;
         const std::int32_t* const distances = m_balls.distances.Row(y, z) + firstX;
         for (std::uint64_t bits = candidates; bits != 0; bits &= bits - 1) {
             const int bit = std::countr_zero(bits);
-            if (distances[bit] >= CFarTest::c_leastDistance && m_farTest.Contains(firstX + bit, y, z))
+            const std::int32_t distance = distances[bit];
+            const std::int64_t x = firstX + bit;
+            if (distance <= c_greatestSmallBall)
+                m_smallBalls.emplace_back(x, distance);
+            else if (isFarTested && distance >= CFarTest::c_leastDistance && m_farTest.Contains(x, y, z))
                 candidates ^= std::uint64_t{1} << bit;
+            else
+                m_largeBalls.push_back(
+                    {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z), distance});
         }
         return candidates;
-    }
-
-    /// Copies the rows around a row, except those that are left from the row before.
-    void CopyRowsAround(std::int64_t y, std::int64_t z) {
-        const bool isNext = z == m_z && y == m_y + 1;
-        for (const int offsetZ : {-1, 0, 1}) {
-            for (std::int64_t rowY = isNext ? y + 1 : y - 1; rowY <= y + 1; ++rowY)
-                CopyRow(rowY, z + offsetZ, RowAround(rowY, offsetZ));
-        }
-        m_y = y;
-        m_z = z;
-    }
-    std::vector<std::int32_t>& RowAround(std::int64_t y, int offsetZ) {
-        return m_rows[static_cast<std::size_t>(3 * (offsetZ + 1) + (y + 3) % 3)];
-    }
-
-    /// Copies to a row with one extra element on either side; 0 outside the image.
-    void CopyRow(std::int64_t y, std::int64_t z, std::vector<std::int32_t>& copy) const {
-        if (m_balls.distances.HasRow(y, z))
-            std::copy_n(m_balls.distances.Row(y, z), m_balls.distances.nx, copy.begin() + 1);
-        else
-            std::ranges::fill(copy, 0);
     }
 
     StBalls& m_balls;
     const CNearLimits& m_nearLimits;
     CFarTest m_farTest;
     Impl::EnVectors m_vectors = Impl::BestVectors();
-    std::int64_t m_y = -2; ///< the row that the rows around were copied for
-    std::int64_t m_z = -2;
-    std::array<std::vector<std::int32_t>, 9> m_rows;
+    std::vector<std::int32_t> m_outside; ///< a row beyond the image
     std::array<std::vector<std::int32_t>, 3> m_limits;
     std::vector<std::uint8_t> m_isCovered;
-    std::vector<std::uint8_t> m_isCandidate;
+    std::vector<CSmallBall> m_smallBalls; ///< of the block so far
+    std::vector<StPlacedBall> m_largeBalls;
+    std::vector<std::uint32_t> m_rowEnds;
 };
 
 } // namespace
@@ -223,25 +232,9 @@ bool FindCandidates(StBalls& balls, IProgress& progress) {
     if (pace.IsCancelled())
         return false;
     // Rows around a row are read several times. In blocks, they stay in the cache.
-    const CLayerView<const std::int32_t>& distances = balls.distances;
-    constexpr std::int64_t rowsOfBlock = 32;
-    const std::int64_t layersOfBlock = std::max<std::int64_t>(distances.LayersPerItem(), 32);
-    const std::int64_t blocksAlongY = (distances.ny + rowsOfBlock - 1) / rowsOfBlock;
-    const std::int64_t itemCount = blocksAlongY * ((distances.nz + layersOfBlock - 1) / layersOfBlock);
-    progress.Start(static_cast<unsigned>(itemCount), "maximal balls");
-    const bool isDone = ParallelForAtPace(itemCount, progress, [&] {
-        return [&, search = CRowSearch(balls, limits)](std::int64_t item, CWorkPace& paceOfItem) mutable {
-            const std::int64_t firstY = item % blocksAlongY * rowsOfBlock;
-            const std::int64_t firstZ = item / blocksAlongY * layersOfBlock;
-            for (std::int64_t z = firstZ; z < std::min(firstZ + layersOfBlock, distances.nz); ++z) {
-                for (std::int64_t y = firstY; y < std::min(firstY + rowsOfBlock, distances.ny); ++y) {
-                    search.FindIn(y, z);
-                    if (paceOfItem.Add(32 * distances.nx + 16))
-                        return;
-                }
-            }
-        };
-    });
+    const std::int64_t blockCount = balls.small.BlockCount();
+    progress.Start(static_cast<unsigned>(blockCount), "maximal balls");
+    const bool isDone = ParallelForAtPace(blockCount, progress, [&] { return CRowSearch(balls, limits); });
     progress.Finish();
     return isDone;
 }

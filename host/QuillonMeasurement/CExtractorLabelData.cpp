@@ -1,5 +1,6 @@
 #include "QuillonMeasurement/CExtractorLabelData.h"
 
+#include <QuillonBase/AvailableMemory.h>
 #include <QuillonBase/CWorkPace.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
@@ -53,6 +54,10 @@ public:
                         .Arg(static_cast<long long>(CExtractorLabelData::c_greatestLabel), 0),
                     nullptr);
             }
+            // The system is asked only when the table moves: labels often come one by one.
+            if (label >= m_labels.capacity())
+                RequireMemory(c_source, "The table of labels",
+                              2 * (std::int64_t{label} + 1) * std::int64_t{sizeof(StLabel)});
             m_labels.resize(label + 1);
         }
         return m_labels[label];

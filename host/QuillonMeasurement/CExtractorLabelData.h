@@ -27,7 +27,7 @@ public:
     ~CExtractorLabelData() override;
 
     /// Replaces `data` by the measurement. The vectors end with the greatest label that occurs. Raises
-    /// `CException` for labels above `c_greatestLabel`.
+    /// `CException` for labels above `c_greatestLabel`, and as `RequireMemory` for tables that do not fit.
     void Extract(const CImage& image, StLabelingData& data) const;
 
     /// The key of such a record among the features of an image.

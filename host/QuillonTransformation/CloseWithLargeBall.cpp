@@ -3,6 +3,7 @@
 #include "QuillonTransformation/distance/CLowerEnvelope.h"
 #include "QuillonTransformation/distance/DistanceTransform.h"
 
+#include <QuillonBase/AvailableMemory.h>
 #include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/ImageView.h>
 
@@ -75,8 +76,7 @@ public:
         , m_second(axes.second)
         , m_third(axes.third)
         , m_square(squaredRadius)
-        , m_planes(std::make_unique_for_overwrite<std::uint16_t[]>(
-              static_cast<std::size_t>(m_first.PaddedExtent() * m_second.extent * m_third.extent))) {}
+        , m_planes(MakePlanes()) {}
 
     /// Computes the distances along the first axis to the nearest object pixel.
     bool MeasureAlongFirst(const unsigned char* pixels, IProgress& progress) {
@@ -148,6 +148,12 @@ public:
     }
 
 private:
+    [[nodiscard]] std::unique_ptr<std::uint16_t[]> MakePlanes() const {
+        const std::int64_t size = m_first.PaddedExtent() * m_second.extent * m_third.extent;
+        RequireMemory(c_site, "A closing with this radius", size * std::int64_t{sizeof(std::uint16_t)});
+        return std::make_unique_for_overwrite<std::uint16_t[]>(static_cast<std::size_t>(size));
+    }
+
     /// Represents all distances from this value on; with the permitted extents, none is that large.
     static constexpr std::uint16_t c_far = std::numeric_limits<std::uint16_t>::max();
 

@@ -19,7 +19,7 @@ namespace ORVEN {
 ///
 /// `source` and `result` are IMAGE_BINARY_FG of the same size, not empty, and can be the same image.
 /// `squaredRadius` must not be negative. Raises `CException` if an extent with the radius added on both sides
-/// is 65535 or more. Returns false if cancelled; the result is then undefined.
+/// is 65535 or more, and as `RequireMemory`. Returns false if cancelled; the result is then undefined.
 ///
 /// With extents s >= m >= c and radius r, time is (s + 2r) (m + 2r) c steps, and memory is 2 (s + 2r) m c
 /// bytes plus 4 (m + 2r) c per thread. In 2-d, the same holds with m = 1 and without the 2r added to it.

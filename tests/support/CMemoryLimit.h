@@ -12,15 +12,21 @@ namespace test {
 /// object lives. Without effect under the sanitizers that need the address space for themselves.
 class CMemoryLimit {
 public:
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    static constexpr bool isEffective = true;
+#else
+    static constexpr bool isEffective = false;
+#endif
+
     explicit CMemoryLimit([[maybe_unused]] std::int64_t bytes) {
         getrlimit(RLIMIT_AS, &m_before);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-        long pages = 0;
-        std::ifstream("/proc/self/statm") >> pages;
-        rlimit limit = m_before;
-        limit.rlim_cur = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE) + bytes);
-        setrlimit(RLIMIT_AS, &limit);
-#endif
+        if constexpr (isEffective) {
+            long pages = 0;
+            std::ifstream("/proc/self/statm") >> pages;
+            rlimit limit = m_before;
+            limit.rlim_cur = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE) + bytes);
+            setrlimit(RLIMIT_AS, &limit);
+        }
     }
     CMemoryLimit(const CMemoryLimit&) = delete;
     CMemoryLimit& operator=(const CMemoryLimit&) = delete;

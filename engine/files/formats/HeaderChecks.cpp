@@ -2,6 +2,8 @@
 
 #include "engine/files/FileErrors.h"
 
+#include <QuillonBase/AvailableMemory.h>
+
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -17,18 +19,6 @@ const char* const c_tooManyPixels = "its header announces more pixels than any m
 std::string Bytes(std::int64_t count) { return std::to_string(count) + (count == 1 ? " byte" : " bytes"); }
 
 } // namespace
-
-std::optional<std::int64_t> AvailableMemory() {
-    std::ifstream file("/proc/meminfo");
-    for (std::string line; std::getline(file, line);) {
-        const auto words = Words(line);
-        if (words.size() >= 2 && words[0] == "MemAvailable:") {
-            if (const auto kibibytes = NumberOf<std::int64_t>(words[1]))
-                return *kibibytes * 1024;
-        }
-    }
-    return std::nullopt;
-}
 
 std::int64_t FileSize(const std::string& path) {
     std::error_code error;
@@ -98,7 +88,7 @@ void ThrowSurplus(std::int64_t announced, std::int64_t stored) {
 }
 
 void RequireMemory(std::int64_t byteCount) {
-    const auto available = AvailableMemory();
+    const auto available = ORVEN::AvailableMemory();
     if (available && byteCount > *available) {
         throw CFileReason("it needs " + Bytes(byteCount) + " of memory, but only " + Bytes(*available) +
                               " are available",

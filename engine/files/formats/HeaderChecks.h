@@ -42,10 +42,6 @@ void RequireData(std::int64_t announced, std::int64_t stored, std::int64_t ratio
 /// Raises `CFileReason` for raw data longer than the header announces: one of the two must be wrong.
 [[noreturn]] void ThrowSurplus(std::int64_t announced, std::int64_t stored);
 
-/// The memory in bytes that the system reports as available without swapping; nothing if it does not report
-/// it.
-std::optional<std::int64_t> AvailableMemory();
-
 /// Raises `CFileReason` if less memory than this is available at the moment.
 void RequireMemory(std::int64_t byteCount);
 

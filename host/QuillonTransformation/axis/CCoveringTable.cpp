@@ -3,6 +3,7 @@
 #include "QuillonTransformation/axis/BuiltInMedialAxisNeighborhood.h"
 #include "QuillonTransformation/axis/LookUpTableFile.h"
 
+#include <QuillonBase/AvailableMemory.h>
 #include <QuillonBase/VectorDispatch.h>
 
 #include <algorithm>
@@ -10,11 +11,14 @@
 #include <iterator>
 #include <limits>
 #include <mutex>
+#include <numeric>
 #include <utility>
 
 namespace ORVEN {
 
 namespace {
+
+const char* const c_function = "CCoveringTable";
 
 /// Tables up to this distance are kept, and are built for the next power of two, so that similar images share
 /// them. With the built-in list, such a table takes at most 42 MB.
@@ -86,12 +90,30 @@ CCoveringTable::CCoveringTable(StMedialAxisNeighborhood neighborhood, std::int32
         m_farFoundAt.push_back(generator.foundAt);
     }
     const auto distanceCount = static_cast<std::size_t>(greatestDistance) + 1;
-    m_nearLimits.resize(distanceCount);
-    m_rows.resize(distanceCount, c_noRow);
+    const auto isStored = [&](std::size_t distance) {
+        return occurs.empty() || distance == 0 || occurs[distance] != 0;
+    };
     std::uint32_t rowCount = 0;
+    for (std::size_t distance = 0; distance < distanceCount; ++distance)
+        rowCount += isStored(distance) ? 1 : 0;
+    RequireMemory(c_function, "The table of the medial axis",
+                  static_cast<std::int64_t>(rowCount * m_farVectors.size() * sizeof(std::uint16_t) +
+                                            distanceCount * (sizeof(m_nearLimits[0]) +
+                                                             sizeof(m_farCounts[0]) + sizeof(m_rows[0]))) +
+                      CSphereVectors::BytesFor(greatestDistance));
+    m_nearLimits.resize(distanceCount);
+    m_farCounts.resize(distanceCount, 0);
+    for (std::size_t i = 0; i < m_farVectors.size(); ++i) {
+        const auto least = std::min<std::size_t>(m_farLeastDistances[i], distanceCount - 1);
+        m_farCounts[least] = static_cast<std::uint32_t>(i + 1);
+    }
+    std::partial_sum(m_farCounts.begin(), m_farCounts.end(), m_farCounts.begin(),
+                     [](std::uint32_t a, std::uint32_t b) { return std::max(a, b); });
+    m_rows.resize(distanceCount, c_noRow);
+    std::uint32_t row = 0;
     for (std::size_t distance = 0; distance < distanceCount; ++distance) {
-        if (occurs.empty() || distance == 0 || occurs[distance] != 0)
-            m_rows[distance] = rowCount++;
+        if (isStored(distance))
+            m_rows[distance] = row++;
     }
     m_farExcesses = std::make_unique_for_overwrite<std::uint16_t[]>(rowCount * m_farVectors.size());
 }

@@ -23,10 +23,11 @@ inline constexpr std::array<StSortedVector, 3> c_nearVectors{{{1, 0, 0}, {1, 1, 
 /// excess M - R - |v|^2 + 1 in 16 bits; the excesses of an R are contiguous, because a pixel on the axis
 /// needs all of them.
 ///
-/// Memory: 16 bytes per R, plus 2 bytes per generator and R; for images with R above 128^2, only per R that
+/// Memory: 20 bytes per R, plus 2 bytes per generator and R; for images with R above 128^2, only per R that
 /// occurs. An image needs at least (2 sqrt(R) - 1)^3 pixels for a ball of squared radius R, so that with the
-/// built-in list the table takes at most 3 bytes per pixel. Filling the table takes a step per generator and
-/// sorted vector up to the largest R, and can be cancelled.
+/// built-in list the table takes at most 3 bytes per pixel. A list of longer reach takes 2 bytes for each of
+/// its generators and each R that occurs. A table that does not fit into the memory is refused before it is
+/// filled. Filling it takes a step per generator and sorted vector up to the largest R, and can be cancelled.
 class CCoveringTable {
 public:
     /// A limit that is never reached: the neighbours at these places are not tested.
@@ -34,10 +35,10 @@ public:
 
     /// Returns the table for an image with the given largest squared distance. It is based on the file at
     /// `path`, or on the built-in neighbourhood if the path is empty, or if the reach of the file is shorter
-    /// than both the image needs and the built-in one provides. Raises as `ReadMedialAxisNeighborhood`.
-    /// Tables up to R = 128^2 are kept for the next image. Beyond that, `occurs` can have an element per R
-    /// that is 0 if no pixel has that squared distance; excesses of such an R must not be asked for. Returns
-    /// null if cancelled.
+    /// than both the image needs and the built-in one provides. Raises as `ReadMedialAxisNeighborhood`, and
+    /// as `RequireMemory` for a table that does not fit. Tables up to R = 128^2 are kept for the next image.
+    /// Beyond that, `occurs` can have an element per R that is 0 if no pixel has that squared distance;
+    /// excesses of such an R must not be asked for. Returns null if cancelled.
     static std::shared_ptr<const CCoveringTable> ForImage(const std::string& path,
                                                           std::int32_t greatestDistance, CWorkPace& pace,
                                                           std::span<const std::uint8_t> occurs = {});
@@ -61,6 +62,11 @@ public:
         const std::size_t row = m_rows[static_cast<std::size_t>(distance)];
         return {m_farExcesses.get() + row * m_farVectors.size(), m_farVectors.size()};
     }
+    /// The number of them, counted from the first, beyond which none is tested at this squared distance. Few
+    /// are for small balls, and none below 9.
+    [[nodiscard]] std::size_t FarVectorCountAt(std::int32_t distance) const {
+        return m_farCounts[static_cast<std::size_t>(distance)];
+    }
 
 private:
     static constexpr std::uint32_t c_noRow = 0xFFFFFFFF;
@@ -77,6 +83,7 @@ private:
     std::vector<StSortedVector> m_farVectors;
     std::vector<std::uint32_t> m_farLeastDistances;
     std::vector<std::uint32_t> m_farFoundAt;
+    std::vector<std::uint32_t> m_farCounts;         ///< by R
     std::vector<std::uint32_t> m_rows;              ///< of the excesses, by R; `c_noRow` if it does not occur
     std::unique_ptr<std::uint16_t[]> m_farExcesses; ///< by row
 };

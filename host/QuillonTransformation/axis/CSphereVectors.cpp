@@ -41,6 +41,14 @@ std::optional<CSphereVectors> CSphereVectors::Find(std::int32_t reach, CWorkPace
     return vectors.Fill(reach, pace) ? std::optional(std::move(vectors)) : std::nullopt;
 }
 
+std::int64_t CSphereVectors::BytesFor(std::int32_t reach) {
+    // A 48th of a ball, which counts vectors on its three faces only by half, and the other half of these.
+    const double root = std::sqrt(static_cast<double>(reach));
+    const double vectorCount = 0.0873 * root * root * root + 0.48 * root * root + root + 1;
+    return static_cast<std::int64_t>(vectorCount * sizeof(StSortedVector)) +
+           2 * (std::int64_t{reach} + 2) * std::int64_t{sizeof(std::uint32_t)};
+}
+
 bool CSphereVectors::Fill(std::int32_t reach, CWorkPace& pace) {
     m_starts.assign(static_cast<std::size_t>(reach) + 2, 0);
     // A counting sort, with the counts shifted by one so that they become the starts.

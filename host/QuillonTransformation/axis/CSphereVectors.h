@@ -35,6 +35,8 @@ public:
     explicit CSphereVectors(std::int32_t reach);
     /// The same; empty if cancelled.
     [[nodiscard]] static std::optional<CSphereVectors> Find(std::int32_t reach, CWorkPace& pace);
+    /// The memory in bytes while vectors up to a squared length are computed, to within a few percent.
+    [[nodiscard]] static std::int64_t BytesFor(std::int32_t reach);
     /// Takes over existing tables: `starts[r]` to `starts[r + 1]` are the indices of the vectors of squared
     /// length r. They must be equal to those that the other constructor computes.
     CSphereVectors(std::vector<std::uint32_t> starts, std::vector<StSortedVector> vectors);

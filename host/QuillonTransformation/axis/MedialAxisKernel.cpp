@@ -111,6 +111,7 @@ public:
 
 private:
     static constexpr std::int64_t c_unitsPerPixel = 4;
+    static constexpr std::size_t c_fewVectors = 3;
     /// Units of work for a vector whose images are all tested.
     static constexpr std::int64_t c_unitsPerFarVector = 64;
 
@@ -168,22 +169,44 @@ private:
         return false;
     }
 
+    /// Compares with all images of the first few vectors, which takes less time than the search for a nearest
+    /// background pixel.
+    [[nodiscard, gnu::noinline]] bool IsCoveredByFew(std::size_t count, std::int64_t x, std::int64_t y,
+                                                     std::int64_t z, std::int32_t distance,
+                                                     CWorkPace& pace) const {
+        const std::uint16_t* const excesses = m_task.table.FarExcesses(distance).data();
+        for (std::size_t i = 0; i < count; ++i) {
+            const StSortedVector& vector = m_task.table.FarVectors()[i];
+            const std::int32_t limit = distance + vector.SquaredLength() + excesses[i];
+            if (excesses[i] == CCoveringTable::c_never || limit > m_task.distance.Greatest())
+                continue;
+            (void)pace.Add(c_unitsPerFarVector);
+            const bool isUncovered = ForEachImage(vector, [&](int vx, int vy, int vz) {
+                return m_task.distance.At(x + vx, y + vy, z + vz) < limit;
+            });
+            if (!isUncovered)
+                return true;
+        }
+        return false;
+    }
+
     bool IsCoveredFromFar(std::int64_t x, std::int64_t y, std::int64_t z, std::int32_t distance,
                           CWorkPace& pace) {
-        if (m_isSelected.empty())
-            return false;
+        const std::size_t count = std::min(m_isSelected.size(), m_task.table.FarVectorCountAt(distance));
+        if (count <= c_fewVectors)
+            return IsCoveredByFew(count, x, y, z, distance, pace);
         StDirection direction;
         m_task.sites.Visit(x, y, z, pace, [&direction](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
             direction = StDirection(vx, vy, vz);
             return false;
         });
-        (void)pace.Add(static_cast<std::int64_t>(m_isSelected.size()) + c_unitsPerFarVector);
+        (void)pace.Add(static_cast<std::int64_t>(count) + c_unitsPerFarVector);
         const std::uint16_t* const excesses = m_task.table.FarExcesses(distance).data();
         if (!SelectOpposite(m_vectors, direction.lengths,
                             {m_doubleA.data(), m_doubleB.data(), m_doubleC.data()}, excesses,
-                            m_isSelected.data(), m_isSelected.size()))
+                            m_isSelected.data(), count))
             return false;
-        for (std::size_t i = 0; i < m_isSelected.size(); ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             if (m_isSelected[i] == 0 || excesses[i] == CCoveringTable::c_never)
                 continue;
             const StSortedVector& vector = m_task.table.FarVectors()[i];

@@ -24,10 +24,12 @@ namespace ORVEN {
 /// the reach of the file is shorter than both the image needs and the built-in list provides.
 ///
 /// Raises `CException` for a type, size or dimension that does not fit, for distances that no such object can
-/// have, and "Look-up table '%1' is not usable: %2.". A cancelled run returns early, with 0 everywhere.
+/// have, "Look-up table '%1' is not usable: %2.", and as `RequireMemory` for a table that does not fit. A
+/// cancelled run returns early, with 0 everywhere.
 ///
 /// Time: linear in the number of pixels. A pixel on the axis takes one step per vector of the list whose ball
-/// fits the image (31 for balls of radius 20, 314 for 64). Memory: a table that depends on the largest
+/// fits the image (31 for balls of radius 20, 314 for 64), but none if its own squared distance is below 9.
+/// Memory: a table that depends on the largest
 /// distance, 0.2 MB for balls of radius 32 and 42 MB for 128, and beyond that on the distances that occur, at
 /// most 3 bytes per pixel with the built-in list.
 ///

@@ -21,11 +21,12 @@ struct StRowNeighborhood {
 
 namespace Impl {
 
-inline void FindCoveredByNearest(const StRowNeighborhood& around, std::uint8_t* __restrict isCovered,
-                                 std::int64_t begin, std::int64_t end) {
+inline void FindCoveredInPiece(const StRowNeighborhood& around, std::uint8_t* __restrict isCovered,
+                               std::int64_t first, std::int64_t count) {
     const auto [row, face0, face1, face2, face3, edge0, edge1, edge2, edge3] = around.rows;
     const auto [oneStep, twoSteps, threeSteps] = around.limits;
-    for (std::int64_t x = begin; x < end; ++x) {
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::int64_t x = first + i;
         const std::int32_t one = oneStep[x];
         const std::int32_t two = twoSteps[x];
         const std::int32_t three = threeSteps[x];
@@ -42,6 +43,17 @@ inline void FindCoveredByNearest(const StRowNeighborhood& around, std::uint8_t* 
                         sides(edge0, three) | sides(edge1, three) | sides(edge2, three) | sides(edge3, three);
         isCovered[x] = static_cast<std::uint8_t>(any);
     }
+}
+
+inline void FindCoveredByNearest(const StRowNeighborhood& around, std::uint8_t* isCovered, std::int64_t begin,
+                                 std::int64_t end) {
+    // Pieces of a constant length fill the registers. The last one overlaps with the one before.
+    constexpr std::int64_t length = 64;
+    if (end - begin < length)
+        return FindCoveredInPiece(around, isCovered, begin, end - begin);
+    for (std::int64_t first = begin; first + length < end; first += length)
+        FindCoveredInPiece(around, isCovered, first, length);
+    FindCoveredInPiece(around, isCovered, end - length, length);
 }
 
 inline std::uint8_t SelectOpposite(const std::array<std::int16_t, 3>& w,

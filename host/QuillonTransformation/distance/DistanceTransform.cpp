@@ -40,7 +40,8 @@ constexpr std::int64_t c_linesPerCall = 256;
 
 constexpr std::int64_t c_unitsPerRowPixel = 24;
 
-/// Performs the steps that follow the squared distances. Returns the extrema of a float map.
+/// Performs the steps that follow the squared distances, and finds the extrema of the map.
+template <class T>
 class CFinisher {
 public:
     explicit CFinisher(const StDistanceTransform& transform)
@@ -49,15 +50,38 @@ public:
 
     void Finish(float* row, std::int64_t count) {
         constexpr float largest = std::numeric_limits<float>::max();
-        const auto factor = static_cast<float>(m_factor);
-        std::int32_t minimum = m_minimum;
-        std::int32_t maximum = m_maximum;
-        for (std::int64_t x = 0; x < count; ++x) {
-            const float product = row[x] == c_noSeed<float> ? 0.0F : factor * row[x];
+        Replace(row, count, [factor = static_cast<float>(m_factor), isSquared = m_isSquared](float pixel) {
+            const float product = pixel == c_noSeed<float> ? 0.0F : factor * pixel;
             const float squared = product <= largest ? product : largest;
-            row[x] = m_isSquared ? squared : std::sqrt(squared);
+            return isSquared ? squared : std::sqrt(squared);
+        });
+    }
+
+    void Finish(unsigned* row, std::int64_t count) {
+        if (m_isSquared && m_factor == 1.0)
+            return Replace(row, count,
+                           [](unsigned pixel) { return pixel == c_noSeed<unsigned> ? 0U : pixel; });
+        Replace(row, count, [factor = m_factor, isSquared = m_isSquared](unsigned pixel) {
+            const double product = pixel == c_noSeed<unsigned> ? 0.0 : factor * pixel;
+            const auto squared = StoredDistance<unsigned>(product);
+            return isSquared ? squared : static_cast<unsigned>(std::sqrt(static_cast<double>(squared)));
+        });
+    }
+
+    [[nodiscard]] StDistanceRange Range() const {
+        return {static_cast<double>(std::bit_cast<T>(m_minimum)),
+                static_cast<double>(std::bit_cast<T>(m_maximum))};
+    }
+
+private:
+    template <class Finished>
+    void Replace(T* row, std::int64_t count, const Finished& finished) {
+        std::uint32_t minimum = m_minimum;
+        std::uint32_t maximum = m_maximum;
+        for (std::int64_t x = 0; x < count; ++x) {
+            row[x] = finished(row[x]);
             // Non-negative floats have the same order as their bits.
-            const auto bits = std::bit_cast<std::int32_t>(row[x]);
+            const auto bits = std::bit_cast<std::uint32_t>(row[x]);
             minimum = std::min(minimum, bits);
             maximum = std::max(maximum, bits);
         }
@@ -65,27 +89,10 @@ public:
         m_maximum = maximum;
     }
 
-    void Finish(unsigned* row, std::int64_t count) const {
-        if (m_isSquared && m_factor == 1.0) {
-            std::replace(row, row + count, c_noSeed<unsigned>, 0U);
-            return;
-        }
-        for (std::int64_t x = 0; x < count; ++x) {
-            const double product = row[x] == c_noSeed<unsigned> ? 0.0 : m_factor * row[x];
-            const auto squared = StoredDistance<unsigned>(product);
-            row[x] = m_isSquared ? squared : static_cast<unsigned>(std::sqrt(static_cast<double>(squared)));
-        }
-    }
-
-    [[nodiscard]] StDistanceRange Range() const {
-        return {std::bit_cast<float>(m_minimum), std::bit_cast<float>(m_maximum)};
-    }
-
-private:
     double m_factor;
     bool m_isSquared;
-    std::int32_t m_minimum = std::bit_cast<std::int32_t>(std::numeric_limits<float>::max());
-    std::int32_t m_maximum = 0;
+    std::uint32_t m_minimum = std::bit_cast<std::uint32_t>(std::numeric_limits<T>::max());
+    std::uint32_t m_maximum = 0;
 };
 
 /// The images and parameters of a call.
@@ -112,7 +119,7 @@ struct StTask {
     void FinishIfLast(int axis, const Write& write) {
         if (axis + 1 < dimension)
             return write([](T* /*row*/, std::int64_t /*count*/) {});
-        CFinisher finisher(transform);
+        CFinisher<T> finisher(transform);
         write([&finisher](T* row, std::int64_t count) { finisher.Finish(row, count); });
         const std::lock_guard lock(m_rangeGuard);
         range.minimum = std::min(range.minimum, finisher.Range().minimum);
@@ -123,7 +130,7 @@ struct StTask {
     CImageView<const unsigned char> binary;
     CImageView<T> map;
     int dimension;
-    StDistanceRange range{std::numeric_limits<float>::max(), 0.0F}; ///< of the finished pixels
+    StDistanceRange range{std::numeric_limits<double>::max(), 0.0}; ///< of the finished pixels
 
 private:
     std::mutex m_rangeGuard;
@@ -259,7 +266,7 @@ std::optional<StDistanceRange> FillMap(const StDistanceTransform& transform, con
     StTask<T> task(transform, binary, distance);
     const CImageView<T>& map = task.map;
     if (map.PixelCount() == 0)
-        return StDistanceRange{0.0F, 0.0F};
+        return StDistanceRange{0.0, 0.0};
     const CSeparablePasses passes({map.nx, map.ny, map.nz, task.dimension > 1, task.dimension > 2},
                                   c_linesPerCall, progress);
     const bool isDone = passes.Run("Distance transform", [&](int firstAxis, int lastAxis) {

@@ -25,8 +25,8 @@ struct StDistanceTransform {
 
 /// The smallest and the largest pixel of a map.
 struct StDistanceRange {
-    float minimum;
-    float maximum;
+    double minimum;
+    double maximum;
 };
 
 /// Fills `distance`, an IMAGE_GREY_F or IMAGE_GREY_32, from a binary image of the same size; 0 everywhere if

@@ -1,5 +1,6 @@
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
+#include "support/MemoryRefusal.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -151,6 +152,15 @@ TEST(ExtractorLabelData, RefusesOtherTypesAndExcessiveLabels) {
               "CExtractorLabelData: Image type IMAGE_GREY_F not supported.");
     EXPECT_EQ(message(*ImageOf<unsigned int>(IMAGE_GREY_32, CSize(2, 1), {0, 4294967295U})),
               "CExtractorLabelData: Label 4294967295 cannot be measured: the greatest is 67108863.");
+}
+
+TEST(ExtractorLabelData, RefusesATableOfLabelsThatDoesNotFit) {
+    CImage image(IMAGE_GREY_32, CSize(2, 2), CSize(0, 0, 0));
+    CImageView<std::uint32_t>(image).Row(1, 0)[1] = CExtractorLabelData::c_greatestLabel;
+    test::ExpectRefusedForLackOfMemory("The table of labels", [&] {
+        StLabelingData data;
+        CExtractorLabelData(nullptr, nullptr).Extract(image, data);
+    });
 }
 
 TEST(ExtractorLabelData, ReportsPlanesAndStopsWhenCancelled) {

@@ -1,6 +1,7 @@
 #include "oracles/DistanceOracle.h"
 #include "support/CRandomSeeds.h"
 #include "support/CThreadCount.h"
+#include "support/MemoryRefusal.h"
 
 #include <QuillonBase/CProgressProxy.h>
 #include <QuillonBase/Parallel.h>
@@ -150,6 +151,16 @@ TEST(CloseWithLargeBall, FollowsTheDefinitionWhicheverAxisIsTheLongest) {
                 << size.ToString() << square;
         }
     }
+}
+
+TEST(CloseWithLargeBall, RefusesPlanesThatDoNotFit) {
+    const CImage source(IMAGE_BINARY_FG, CSize(1000, 1000), CSize(0, 0, 0));
+    CImage result(IMAGE_BINARY_FG, source.Size(), CSize(0, 0, 0));
+    CProgressProxy progress;
+    const std::int64_t radius = 30000;
+    test::ExpectRefusedForLackOfMemory("A closing with this radius", [&] {
+        (void)CloseWithLargeBall(source, result, radius * radius, progress);
+    });
 }
 
 TEST(CSphericalMorphology, ClosesAsWithAllOfTheBorderWhateverTheRadius) {

@@ -1,5 +1,7 @@
 #include "QuillonTransformation/axis/CCoveringTable.h"
 
+#include "support/MemoryRefusal.h"
+
 #include <QuillonBase/CProgressProxy.h>
 
 #include <gtest/gtest.h>
@@ -33,6 +35,22 @@ TEST(CoveringTable, ATableOfTheDistancesThatOccurEqualsTheWholeOne) {
         if (occurs[static_cast<std::size_t>(distance)] != 0) {
             ASSERT_TRUE(std::ranges::equal(part->FarExcesses(distance), whole->FarExcesses(distance)));
         }
+    }
+}
+
+TEST(CoveringTable, RefusesATableThatDoesNotFit) {
+    CProgressProxy progress;
+    CWorkPace pace(progress);
+    test::ExpectRefusedForLackOfMemory("The table of the medial axis",
+                                       [&] { (void)CCoveringTable::ForImage({}, 1 << 20, pace); });
+}
+
+TEST(CoveringTable, TheMemoryOfSphereVectorsIsKnownBeforehand) {
+    for (const std::int32_t reach : {100, 3000, 50000}) {
+        const CSphereVectors spheres(reach);
+        const auto bytes = 2 * spheres.Starts().size_bytes() + spheres.All().size_bytes();
+        const auto expected = static_cast<double>(CSphereVectors::BytesFor(reach));
+        EXPECT_NEAR(expected, static_cast<double>(bytes), 0.05 * expected) << reach;
     }
 }
 
