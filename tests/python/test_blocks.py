@@ -297,18 +297,18 @@ def test_fibre_directions_are_summed(rng, spacing):
     for parameters in ({"fiber_radius": 2.0}, {"fiber_radius": 1.5, **subfields}):
         whole = quillon.local_fiber_directions(quillon.Image(image, spacing=spacing), **parameters)
         lazy = blocks.local_fiber_directions(cut, spacing, **parameters)
-        assert lazy.compute() == dict(whole.measurements["FiberDirections"])
+        assert lazy.compute() == whole.attributes["features"]["FiberDirections"]
 
 
 @seeds
 def test_fibre_directions_in_a_plane_and_a_mask_are_summed(rng):
     image, region = fibres(rng, (50, 60)), mask(rng, (50, 60))
     whole = quillon.local_fiber_directions(image, fiber_radius=2.0)
-    assert blocks.local_fiber_directions(in_blocks(rng, image), fiber_radius=2.0).compute() == dict(whole.measurements["FiberDirections"])
+    assert blocks.local_fiber_directions(in_blocks(rng, image), fiber_radius=2.0).compute() == whole.attributes["features"]["FiberDirections"]
     advanced = {"use_otsu": False, "mask_image": region}
     whole = quillon.local_fiber_directions(image, fiber_radius=2.0, advanced=advanced)
     lazy = blocks.local_fiber_directions(in_blocks(rng, image), fiber_radius=2.0, **{"advanced/use_otsu": False, "advanced/mask_image": region})
-    assert lazy.compute() == dict(whole.measurements["FiberDirections"])
+    assert lazy.compute() == whole.attributes["features"]["FiberDirections"]
 
 
 @seeds
@@ -416,7 +416,7 @@ def test_arguments_that_make_no_sense_are_refused():
         blocks.median(ZEROS, radious=3)
     with pytest.raises(ValueError, match=r"^Image2 has the shape \(2, 2, 2\) and the volume has \(4, 5, 6\)$"):
         blocks.arithmetic(ZEROS, Image2=dask.array.zeros((2, 2, 2), dtype="uint8"))
-    with pytest.raises(quillon.RefusedError, match=r"^GaussFilter does not take this image \(binary, "):
+    with pytest.raises(quillon.RefusedError, match=r"^GaussFilter does not take this image \(binary of shape \(4, 5, 6\)\); it takes "):
         blocks.gauss_filter(ZEROS > 1)
     with pytest.raises(quillon.PluginError, match="^PartialDerivative says: Only isotropic pixels are supported"):
         blocks.partial_derivative(ZEROS.astype("float32"), (1, 2, 3))

@@ -112,7 +112,7 @@ def _function(name: str, whole: Callable[..., Any]) -> Callable[..., Any]:
     return call
 
 
-for _name in _functions._ENTRIES:
+for _name in _functions._ENTRIES:  # type: ignore[attr-defined]
     _whole = getattr(_functions, function_name(_name))
     globals()[_whole.__name__] = _function(_name, _whole)
 

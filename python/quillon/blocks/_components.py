@@ -84,7 +84,7 @@ def _forward(dimension: int, neighborhood: str) -> list[tuple[int, ...]]:
     """The steps to neighbouring blocks, each taken once with its opposite."""
     steps = [step for step in itertools.product((-1, 0, 1), repeat=dimension) if step > (0,) * dimension]
     if neighborhood == "N6":
-        steps = [step for step in steps if sum(map(abs, step)) == 1]
+        steps = [step for step in steps if sum(abs(part) for part in step) == 1]
     return steps
 
 

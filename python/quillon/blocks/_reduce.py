@@ -46,7 +46,7 @@ def _joined(parts: list[dict[str, Any]]) -> dict[str, Any]:
 
 def _verdict(counts: dict[str, Any], how: dict[str, Any], first: Any, others: list[Any]) -> dict[str, Any]:
     """The plug-in judges a few pixels with the same relations as the whole."""
-    pairs = []
+    pairs: list[tuple[float, float]] = []
     if counts["a > b"]:
         pairs.append((1, 0))
     if counts["a < b"]:

@@ -56,16 +56,14 @@ class Rule:
         values = self.values(parameters)
         for case in self._blocks.get("except", []):
             if pixel_type in case.get("types", []):
-                what = f"images of type {pixel_type}"
+                what = f"for images of type {pixel_type}"
             elif "key" in case and values[case["key"]] in case["values"]:
                 value = values[case["key"]]
                 what = f"without {case['key']}" if value is None else f"with {keyword_of(case['key'])}={value!r}"
             else:
                 continue
             raise RefusedError(
-                f"{self.name} cannot be computed block by block for {what}: {case['reason']}. {self._blocks['instead']}"
-                if "types" in case
-                else f"{self.name} cannot be computed block by block {what}: {case['reason']}. {self._blocks['instead']}"
+                f"{self.name} cannot be computed block by block {what}: {case['reason']}. {self._blocks['instead']}"
             )
 
     def margin(

@@ -8,14 +8,12 @@ from typing import Any, NamedTuple
 import dask.array
 import numpy
 
-from .._arrays import type_of_word
+from .._errors import RefusedError
 from .._image import Image
 from .._run import run_entry
 from ._rules import Rule, entry_of
 
 _WORDS = {"bool": "binary", "uint8": "grey8", "uint16": "grey16", "uint32": "grey32", "float32": "greyf"}
-
-Spacing = "tuple[float, ...] | None"
 
 
 class Volume(NamedTuple):
@@ -108,7 +106,11 @@ def word_of(array: Any) -> str:
 def sample_type(asked: Request) -> numpy.dtype[Any]:
     """The type of the result. A plug-in runs on a few pixels, which also checks its parameters."""
     parameters = {**asked.parameters, **{key: _sample(image) for key, image in asked.images.items()}}
-    return run_on(asked.rule.name, asked.rule.pack, _sample(asked.array), asked.spacing, parameters).dtype
+    sample = _sample(asked.array)
+    try:
+        return run_on(asked.rule.name, asked.rule.pack, sample, asked.spacing, parameters).dtype
+    except RefusedError as error:  # about the volume, not about the few pixels
+        raise RefusedError(str(error).replace(f"of shape {sample.shape}", f"of shape {asked.array.shape}")) from None
 
 
 def _sample(array: dask.array.Array) -> numpy.ndarray[Any, Any]:
@@ -137,7 +139,3 @@ def block_of(
 ) -> numpy.ndarray[Any, Any]:
     """The pixels that the plug-in makes of one block."""
     return run_on(plugin, pack, block, spacing, {**parameters, **dict(zip(keys, images))}).array
-
-
-def result_type(word: str) -> numpy.dtype[Any]:
-    return type_of_word(word)

@@ -31,7 +31,7 @@ def open(path: str | os.PathLike[str], level: int = 0, channel: int = 0, time: i
     Raises quillon.FileError if it is no such image. A chunk that cannot be read raises FileError when it is
     computed; a chunk that is not there counts as empty, as in all Zarr arrays.
     """
-    import zarr
+    import zarr  # type: ignore[import]
 
     name = os.fspath(path)
     image = _multiscales(name)
@@ -140,7 +140,7 @@ def write(
     The image appears under its name when it is complete; after an error nothing is left. Workers on other
     machines have to see the folder under the same path. Raises quillon.FileError if it cannot be written.
     """
-    import zarr
+    import zarr  # type: ignore[import]
 
     name = os.fspath(path)
     if isinstance(volume, Volume):
