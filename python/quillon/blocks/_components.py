@@ -13,7 +13,7 @@ import dask
 import dask.array
 import numpy
 
-from ._compute import per_block, starts_of
+from ._compute import starts_of
 from ._volume import Request, run_on, sample_type
 
 _LABELLER = "ConnectedComponents"

@@ -1,8 +1,6 @@
 """Rules in which a pixel depends on its place: crops and cylinders."""
 from __future__ import annotations
 
-from typing import Any
-
 import dask.array
 import numpy
 

@@ -1,9 +1,7 @@
 """Measurements that are sums over blocks. All sums are whole numbers, so that their order does not matter."""
 from __future__ import annotations
 
-import json
 import os
-from collections.abc import Callable
 from typing import Any
 
 import dask
