@@ -1,5 +1,4 @@
-#include "measurement/ConfigurationsHistograms.h"
-
+#include <QuillonMeasurement/ConfigurationsHistograms.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/ImageView.h>
 
@@ -73,8 +72,8 @@ Counts CountAt(const CImage& image, unsigned char threshold, std::vector<unsigne
 
 void Compare(const char* name, const CImage& image) {
     std::vector<unsigned char> binary(static_cast<std::size_t>(c_edge * c_edge * c_edge));
-    quillon::StConfigurationsHistograms histograms;
-    const double ours = QuickestOf5([&] { histograms = quillon::ConfigurationsHistograms(image); });
+    ORVEN::StConfigurationsHistograms histograms;
+    const double ours = QuickestOf5([&] { histograms = ORVEN::ConfigurationsHistograms(image); });
     Counts counts{};
     const double plain = QuickestOf5([&] { counts = CountAt(image, 100, binary); });
     const bool isEqual = std::equal(counts.begin(), counts.end(), histograms.counts.begin() + 100 * 256);

@@ -131,6 +131,8 @@ void Describe(const StDescribeOptions& options) {
         std::printf("Spacing: %s\n", use);
     if (!entry->bytesPerVoxel.empty())
         std::printf("Memory: %s\n", MemoryInWords(entry->bytesPerVoxel).c_str());
+    if (entry->blocks.rule != BLOCKS_UNKNOWN)
+        std::printf("Block by block: %s\n", BlocksInWords(entry->blocks).c_str());
     if (entry->opensDialogs)
         std::printf("Opens dialogs or message boxes.\n");
     PrintHidden(plugin);

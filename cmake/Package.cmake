@@ -64,6 +64,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
   "python3 (>= ${QUILLON_PYTHON_VERSION}), python3 (<< ${QUILLON_NEXT_PYTHON_VERSION}), python3-numpy")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-matplotlib, python3-pandas, python3-tqdm")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-dask, python3-distributed, python3-zarr") # volumes beyond memory
 set(CPACK_COMPONENT_PYTHON_DESCRIPTION "analysis of CT and microscopy volumes in Python
 The plug-ins of two packs as functions on NumPy arrays: distance maps,
 morphology, granulometry, skeletons, fibre directions, segmentation and

@@ -300,6 +300,8 @@ void ParseOptionalMembers(CMemberReader& reader, StCatalogueEntry& entry) {
         entry.spacingUse = SpacingUseOfWord(reader.Get<std::string>("usesSpacing"), reader);
     entry.bytesPerVoxel = ParseBytes("bytesPerVoxel", reader);
     entry.fixedBytes = ParseBytes("fixedBytes", reader);
+    if (const CJson* blocks = reader.Find("blocks"))
+        entry.blocks = ParseCatalogueBlocks(*blocks, entry.parameters, entry.name + ": blocks");
     if (const CJson* deviations = reader.Find("deviations"))
         entry.deviations = ParseDeviations(*deviations, entry.name + ": deviations");
     if (const CJson* scale = reader.Find("resultScale")) {

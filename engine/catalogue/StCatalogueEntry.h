@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/catalogue/StCatalogueBlocks.h"
 #include "engine/catalogue/StCatalogueMeasurement.h"
 #include "engine/catalogue/ValueKind.h"
 #include "engine/files/CJson.h"
@@ -112,6 +113,7 @@ struct StCatalogueEntry {
     std::map<std::string, double> fixedBytes; ///< the same for memory that does not grow with the image
     std::string scaleFactor; ///< key of the number of new pixels for each old one along each axis
     std::string scaleLength; ///< key of the edge of new pixels
+    StCatalogueBlocks blocks;
     std::vector<StDeviation> deviations;
     CJson source;
 

@@ -1,5 +1,6 @@
 #include "QuillonFilterOrientations/CDirectionSums.h"
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <memory>
@@ -115,6 +116,33 @@ const StDirectionSum& CDirectionSums::Subfield(const std::array<std::int64_t, 3>
 std::size_t CDirectionSums::SubfieldNumber(const std::array<std::int64_t, 3>& index) const {
     return static_cast<std::size_t>((index[2] * m_subfieldCounts[1] + index[1]) * m_subfieldCounts[0] +
                                     index[0]);
+}
+
+template <class Sums, class Action>
+void CDirectionSums::ForEach(Sums& sums, const Action& action) {
+    for (auto& slices : sums.m_slices)
+        std::for_each(slices.begin(), slices.end(), action);
+    std::for_each(sums.m_subfields.begin(), sums.m_subfields.end(), action);
+}
+
+std::vector<std::int64_t> CDirectionSums::Numbers() const {
+    std::vector<std::int64_t> numbers;
+    ForEach(*this, [&numbers](const StDirectionSum& sum) {
+        numbers.insert(numbers.end(), sum.tensor.begin(), sum.tensor.end());
+        numbers.push_back(sum.evaluatedCount);
+        numbers.push_back(sum.foregroundCount);
+    });
+    return numbers;
+}
+
+void CDirectionSums::SetNumbers(std::span<const std::int64_t> numbers) {
+    auto next = numbers.begin();
+    ForEach(*this, [&next](StDirectionSum& sum) {
+        for (std::int64_t& number : sum.tensor)
+            number = *next++;
+        sum.evaluatedCount = *next++;
+        sum.foregroundCount = *next++;
+    });
 }
 
 void CDirectionSums::AddToSubfield(std::int64_t indexX, std::int64_t y, std::int64_t z,

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace ORVEN::Impl {
@@ -40,10 +41,18 @@ public:
     [[nodiscard]] const std::array<std::int64_t, 3>& SubfieldCounts() const { return m_subfieldCounts; }
     [[nodiscard]] const StDirectionSum& Subfield(const std::array<std::int64_t, 3>& index) const;
 
+    /// All sums in a row. Those of parts of an area can be added number by number.
+    [[nodiscard]] std::vector<std::int64_t> Numbers() const;
+    /// Replaces all sums. There must be as many numbers as `Numbers` gives.
+    void SetNumbers(std::span<const std::int64_t> numbers);
+
 private:
     class CAdder;
 
     [[nodiscard]] bool HasSubfields() const { return !m_subfields.empty(); }
+    /// Calls `action` with each sum in a fixed order.
+    template <class Sums, class Action>
+    static void ForEach(Sums& sums, const Action& action);
     void AddToSubfield(std::int64_t indexX, std::int64_t y, std::int64_t z, const StDirectionSum& sum);
     [[nodiscard]] std::size_t SubfieldNumber(const std::array<std::int64_t, 3>& index) const;
 

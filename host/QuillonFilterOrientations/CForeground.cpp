@@ -92,9 +92,13 @@ std::optional<CForeground> CForeground::ByOtsu(const IImage& image, double facto
     const auto histogram = HistogramOf(Bytes(image), progress);
     if (!histogram)
         return std::nullopt;
-    const int threshold = OtsuThreshold(*histogram);
+    return CForeground(image, ThresholdByOtsu(*histogram, factor));
+}
+
+double CForeground::ThresholdByOtsu(const Histogram& histogram, double factor) {
+    const int threshold = OtsuThreshold(histogram);
     // 255 means that the image is constant. It then has no foreground, whatever the factor.
-    return CForeground(image, threshold < 255 ? factor * threshold : 255.0);
+    return threshold < 255 ? factor * threshold : 255.0;
 }
 
 CForeground::CForeground(const IImage& mask)

@@ -3,6 +3,7 @@
 #include <QuillonBase/IProgress.h>
 #include <sorblib2image/ImageView.h>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <variant>
@@ -18,6 +19,9 @@ public:
     /// image. A constant image has no foreground; its threshold counts as 255 for any factor. Returns nothing
     /// if cancelled.
     static std::optional<CForeground> ByOtsu(const IImage& image, double factor, IProgress& progress);
+
+    /// The grey value that pixels must exceed, from the number of pixels of each grey value.
+    static double ThresholdByOtsu(const std::array<std::int64_t, 256>& histogram, double factor);
 
     /// Selects the pixels that are not 0 in a mask, a binary or grey image of the same size.
     explicit CForeground(const IImage& mask);

@@ -3,7 +3,7 @@
 #include "QuillonFilterOrientations/CDirectionSums.h"
 #include "QuillonFilterOrientations/CForeground.h"
 #include "QuillonFilterOrientations/CHessianOrientations.h"
-#include "QuillonFilterOrientations/FiberFigures.h"
+#include "QuillonFilterOrientations/FiberMaps.h"
 #include "QuillonFilterOrientations/StAxisAngles.h"
 #include "QuillonFilterOrientations/StFiberScale.h"
 
@@ -33,8 +33,6 @@ const char* const CSubfieldFiberDirections::sSubfieldProfiles = "SubfieldProfile
 namespace {
 
 const char* const c_site = "CSubfieldFiberDirections";
-constexpr std::array c_profileKeys{"x-Direction", "y-Direction", "z-Direction"};
-
 /// The value of a map of directions at pixels without a direction.
 constexpr float c_noAngle = -1.0F;
 
@@ -43,92 +41,10 @@ constexpr float c_noAngle = -1.0F;
         c_site, CString("Image dimension %1 not supported.", CString::ENC_UTF8).Arg(dimension, 0), nullptr);
 }
 
-/// The number of decimal digits of the largest index, at least `least`. Padded to this width, keys sort in
-/// numeric order.
-int DigitsOf(std::int64_t count, int least) {
-    return std::max(least, static_cast<int>(std::to_string(std::max<std::int64_t>(count - 1, 0)).size()));
-}
-
 /// Makes the key before the value is released: if memory runs out in between, the value must have an owner.
 /// Short keys need no memory.
 void Store(CValueMap& map, const CValue_Key& key, std::unique_ptr<CValue> value) {
     map.SetEntry(key, value.release());
-}
-
-/// Creates the entries of parts of the field.
-class CPartEntries {
-public:
-    CPartEntries(const StFiberFigures& field, std::size_t dimension)
-        : m_dimension(dimension)
-        , m_fieldDirection(field.mainDirection) {}
-
-    [[nodiscard]] std::unique_ptr<CValueMap> Of(const StDirectionSum& sum, const StPixelBox& box) const {
-        const StFiberFigures figures(sum, m_dimension);
-        auto map = MapOfRegion(figures, sum, box, m_dimension);
-        Store(*map, "Difference to global direction",
-              std::make_unique<CValueDouble>(AngleBetween(figures.mainDirection, m_fieldDirection)));
-        return map;
-    }
-
-private:
-    std::size_t m_dimension;
-    Direction m_fieldDirection;
-};
-
-// Table rows list their leaves in key order, and the columns are those of the field. Of "Number of subfields"
-// and "Slice position", a slice has both and a subfield has neither. The code that writes the table therefore
-// adds "Slice position" to subfields, and "Number pf subfields" in place of the other.
-
-/// To make the entry of a part of the image.
-constexpr std::int64_t c_unitsPerEntry = 20'000;
-
-/// Incomplete if cancelled.
-std::unique_ptr<CValueMap> MapOfSubfields(const CDirectionSums& sums, const StPixelBox& area,
-                                          const std::array<std::int64_t, 3>& size,
-                                          const CPartEntries& entries, CWorkPace& pace) {
-    auto map = std::make_unique<CValueMap>();
-    const auto& counts = sums.SubfieldCounts();
-    std::array<int, 3> digits{};
-    std::transform(counts.begin(), counts.end(), digits.begin(),
-                   [](std::int64_t count) { return DigitsOf(count, 3); });
-    std::array<std::int64_t, 3> index{};
-    for (index[2] = 0; index[2] < counts[2]; ++index[2]) {
-        for (index[1] = 0; index[1] < counts[1]; ++index[1]) {
-            for (index[0] = 0; index[0] < counts[0]; ++index[0]) {
-                StPixelBox box;
-                for (std::size_t axis = 0; axis < 3; ++axis) {
-                    box.first[axis] = area.first[axis] + index[axis] * size[axis];
-                    box.end[axis] = box.first[axis] + size[axis];
-                }
-                const std::string name = CStringTools::Printf(
-                    "Subfield z%0*lld y%0*lld x%0*lld", digits[2], static_cast<long long>(index[2]),
-                    digits[1], static_cast<long long>(index[1]), digits[0], static_cast<long long>(index[0]));
-                Store(*map, name, entries.Of(sums.Subfield(index), box));
-                if (pace.Add(c_unitsPerEntry))
-                    return map;
-            }
-        }
-    }
-    return map;
-}
-
-/// Incomplete if cancelled.
-std::unique_ptr<CValueMap> MapOfProfile(const CDirectionSums& sums, const StPixelBox& area, std::size_t axis,
-                                        const CPartEntries& entries, CWorkPace& pace) {
-    auto map = std::make_unique<CValueMap>();
-    const int digits = DigitsOf(area.end[axis], 4);
-    for (std::int64_t position = area.first[axis]; position < area.end[axis] && !pace.Add(c_unitsPerEntry);
-         ++position) {
-        StPixelBox box = area;
-        box.first[axis] = position;
-        box.end[axis] = position + 1;
-        auto slice = entries.Of(sums.Slice(axis, position), box);
-        slice->SetEntry("Slice position", new CValueLong(static_cast<std::int32_t>(position)));
-        Store(*slice, "Number of subfields", std::make_unique<CValueString>("n/a", CString::NPOS));
-        Store(*map, CStringTools::Printf("Slice %0*lld", digits, static_cast<long long>(position)),
-              std::move(slice));
-    }
-    return map;
 }
 
 /// All of it is filled, also if the pace is cancelled.
@@ -230,47 +146,21 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
 
     const std::array<std::int64_t, 3> subfieldSize =
         isFieldOnly ? std::array<std::int64_t, 3>{} : SubfieldSize(scale.dimension);
-    const bool hasSubfields = subfieldSize[0] > 0;
     CDirectionSums sums(scale.area, subfieldSize);
     if (!measurement->Visit(*this, m_fiberRadius, [&] { return sums.MakeAdder(); }))
         return nullptr;
 
     CWorkPace pace(Progress());
-    const StDirectionSum fieldSum = sums.Field();
-    const StFiberFigures field(fieldSum, scale.dimension);
-    const CPartEntries entries(field, scale.dimension);
-    auto result = std::make_unique<CValueMap>();
-    Store(*result, sFieldFiberDirectionsId, MapOfRegion(field, fieldSum, scale.area, scale.dimension));
-    if (hasSubfields) {
-        auto subfields = MapOfSubfields(sums, scale.area, subfieldSize, entries, pace);
-        const double length = static_cast<double>(subfieldSize[0]) * scale.spacing[0];
-        subfields->SetEntry("Subfield size", new CValueDouble(length));
-        subfields->SetEntry("Subfield step", new CValueDouble(length));
-        Store(*result, sSubfieldFiberDirectionsId, std::move(subfields));
-    }
-    if (!isFieldOnly) {
-        auto profiles = std::make_unique<CValueMap>();
-        for (std::size_t axis = 0; axis < scale.dimension; ++axis)
-            profiles->SetEntry(c_profileKeys[axis],
-                               MapOfProfile(sums, scale.area, axis, entries, pace).release());
-        Store(*result, sSubfieldProfiles, std::move(profiles));
-    }
+    auto result = MapOfFibers(sums, scale, subfieldSize, isFieldOnly, pace);
     if (pace.IsCancelled())
         return nullptr;
     m_measurement = std::move(measurement);
-    result->SetEntry("Fiber radius", new CValueDouble(m_fiberRadius));
-    if (mask != nullptr) {
-        result->SetEntry("Otsu factor", new CValueString("mask image", CString::NPOS));
-    } else {
-        result->SetEntry("Otsu factor", new CValueDouble(m_otsuFactor));
-        result->SetEntry("Otsu threshold", new CValueDouble(threshold));
-    }
-    result->SetEntry("Border", new CValueLong(static_cast<std::int32_t>(scale.border)));
-    result->SetEntry("Sigma", new CValueDouble(scale.sigma));
+    StoreFiberSettings(*result, scale, m_fiberRadius,
+                       mask != nullptr ? std::nullopt : std::optional(StOtsu{m_otsuFactor, threshold}));
 
     history += CStringTools::Printf("radius=%g,", m_fiberRadius);
     history += mask != nullptr ? "mask," : CStringTools::Printf("otsu=%g,", m_otsuFactor);
-    if (hasSubfields) {
+    if (subfieldSize[0] > 0) {
         const auto& [x, y, z] = m_subfieldSize;
         history += CStringTools::Printf("subfield=(%lld,%lld,%lld),", static_cast<long long>(x),
                                         static_cast<long long>(y), static_cast<long long>(z));

@@ -10,9 +10,13 @@ namespace ORVEN::Impl {
 
 namespace {
 
-std::array<double, 3> UsableSpacing(const IImage& image) {
+std::array<double, 3> SpacingOf(const IImage& image) {
     std::array<double, 3> spacing{1.0, 1.0, 1.0};
     CQuillonHeaderTools::GetSpacing(image, spacing[0], spacing[1], spacing[2]);
+    return spacing;
+}
+
+std::array<double, 3> Usable(std::array<double, 3> spacing) {
     for (double& component : spacing) {
         if (!(component > 0.0) || !std::isfinite(component))
             component = 1.0;
@@ -30,8 +34,11 @@ double SigmaOf(double fiberRadius, const std::array<double, 3>& spacing, std::si
 } // namespace
 
 StFiberScale::StFiberScale(const IImage& image, double fiberRadius)
-    : dimension(static_cast<std::size_t>(image.Size().Dim()))
-    , spacing(UsableSpacing(image))
+    : StFiberScale(image.Size(), SpacingOf(image), fiberRadius) {}
+
+StFiberScale::StFiberScale(const CSize& size, const std::array<double, 3>& imageSpacing, double fiberRadius)
+    : dimension(static_cast<std::size_t>(size.Dim()))
+    , spacing(Usable(imageSpacing))
     , sigma(SigmaOf(fiberRadius, spacing, dimension)) {
     constexpr double greatest = std::numeric_limits<std::int32_t>::max();
     border = static_cast<std::int64_t>(std::min(fiberRadius / spacing[0] + 0.5, greatest));
@@ -39,7 +46,7 @@ StFiberScale::StFiberScale(const IImage& image, double fiberRadius)
     for (std::size_t axis = 0; axis < dimension; ++axis) {
         sigmaPixels[axis] = sigma / spacing[axis];
         area.first[axis] = border;
-        area.end[axis] = image.Size()[static_cast<std::int64_t>(axis)] - border;
+        area.end[axis] = size[static_cast<std::int64_t>(axis)] - border;
     }
     for (std::size_t axis = dimension; axis < 3; ++axis)
         sigmaPixels[axis] = 0.0;

@@ -10,6 +10,8 @@ namespace ORVEN::Impl {
 struct StFiberScale {
     /// `fiberRadius` must be positive and finite; its unit is that of the spacing of the image.
     StFiberScale(const IImage& image, double fiberRadius);
+    /// The same for an image of that size and spacing.
+    StFiberScale(const CSize& size, const std::array<double, 3>& imageSpacing, double fiberRadius);
 
     std::size_t dimension;
     std::array<double, 3> spacing; ///< 1 for components that are missing or not positive and finite

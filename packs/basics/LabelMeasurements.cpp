@@ -28,15 +28,19 @@ CValue* NewCount(std::int64_t count) {
 }
 
 /// The covariance of the points of an object, in the unit of the spacing. A pixel counts as a box and not as
-/// a point.
+/// a point. Coordinates are relative to the bounding box, so that the result is the same to the last digit
+/// wherever the object lies; whole numbers lose nothing.
 Matrix CovarianceOf(const StLabelSums& sums, const Triple& spacing, int dimension) {
     const auto count = static_cast<double>(sums.voxels);
     Matrix covariance{};
     for (std::size_t i = 0; i < static_cast<std::size_t>(dimension); ++i) {
         for (std::size_t k = i; k < static_cast<std::size_t>(dimension); ++k) {
-            const double mean = static_cast<double>(sums.sum[i]) / count;
-            const double moment =
-                (static_cast<double>(sums.products[i][k]) - mean * static_cast<double>(sums.sum[k])) / count;
+            const std::int64_t sumI = sums.sum[i] - sums.voxels * sums.first[i];
+            const std::int64_t sumK = sums.sum[k] - sums.voxels * sums.first[k];
+            const std::int64_t product =
+                sums.products[i][k] - sums.first[i] * sums.sum[k] - sums.first[k] * sumI;
+            const double mean = static_cast<double>(sumI) / count;
+            const double moment = (static_cast<double>(product) - mean * static_cast<double>(sumK)) / count;
             covariance[i][k] = (moment + (i == k ? 1.0 / 12.0 : 0.0)) * spacing[i] * spacing[k];
             covariance[k][i] = covariance[i][k];
         }

@@ -9,6 +9,7 @@ namespace quillon_python {
 void AddErrors();
 void AddImages(pybind11::module_& module);
 void AddFiles(pybind11::module_& module);
+void AddBlocks(pybind11::module_& module);
 void AddCatalogues(pybind11::module_& module);
 void AddMeasurements(pybind11::module_& module);
 void AddRuns(pybind11::module_& module);

@@ -11,4 +11,5 @@ PYBIND11_MODULE(_core, module) {
     AddCatalogues(module);
     AddMeasurements(module);
     AddRuns(module);
+    AddBlocks(module);
 }

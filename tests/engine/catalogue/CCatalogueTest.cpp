@@ -105,6 +105,7 @@ TEST(Catalogue, OfBothPacksSaysWhatChecksAndEstimatesNeed) {
         EXPECT_NE(entry->group, "");
         EXPECT_FALSE(entry->keywords.empty());
         EXPECT_NE(entry->spacingUse, SPACING_UNKNOWN);
+        EXPECT_NE(entry->blocks.rule, BLOCKS_UNKNOWN);
         EXPECT_EQ(entry->resultTypes.empty(), entry->documentsOut == 0);
         // What only shows or exports takes memory for its measurement, whatever the size of the image.
         EXPECT_EQ(entry->bytesPerVoxel.empty(), entry->opensDialogs && entry->name != "PointwiseRelation");

@@ -1,7 +1,7 @@
-#include "measurement/ConfigurationsHistograms.h"
 #include "support/CRandomSeeds.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
+#include <QuillonMeasurement/ConfigurationsHistograms.h>
 
 #include <sorblib2core/CException.h>
 
@@ -14,8 +14,6 @@
 namespace {
 
 using namespace ORVEN;
-using quillon::ConfigurationsHistograms;
-using quillon::StConfigurationsHistograms;
 
 using Row = std::vector<std::uint64_t>;
 

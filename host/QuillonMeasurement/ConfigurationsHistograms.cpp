@@ -1,4 +1,4 @@
-#include "measurement/ConfigurationsHistograms.h"
+#include "QuillonMeasurement/ConfigurationsHistograms.h"
 
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
@@ -9,9 +9,7 @@
 #include <limits>
 #include <type_traits>
 
-namespace quillon {
-
-using namespace ORVEN;
+namespace ORVEN {
 
 namespace {
 
@@ -180,4 +178,4 @@ StConfigurationsHistograms ConfigurationsHistograms(const CImage& image) {
     ThrowUnsupportedType("ConfigurationsHistograms", type);
 }
 
-} // namespace quillon
+} // namespace ORVEN

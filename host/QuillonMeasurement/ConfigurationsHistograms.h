@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace quillon {
+namespace ORVEN {
 
 /// Counts of the blocks of 2 x 2 x 2 pixels by configuration, for every threshold.
 struct StConfigurationsHistograms {
@@ -29,6 +29,6 @@ struct StConfigurationsHistograms {
 /// image with one layer has no blocks. Time: linear in the number of pixels (eight values are sorted per
 /// pixel) plus 256 times the number of grey values. Memory: 8 bytes times 256 times the number of grey
 /// values, that is 512 KiB or 128 MiB.
-StConfigurationsHistograms ConfigurationsHistograms(const ORVEN::CImage& image);
+StConfigurationsHistograms ConfigurationsHistograms(const CImage& image);
 
-} // namespace quillon
+} // namespace ORVEN
