@@ -4,7 +4,6 @@ A job and its peer take turns in one process, so that other programs on the mach
 time of a call. The table in PAGE is replaced. EDGE is that of the volume, 192 by default: the cement paste of
 tests/data/cement_pores_128.nrrd, mirrored at its borders.
 """
-import datetime
 import os
 import pathlib
 import sys
@@ -19,11 +18,11 @@ import numpy  # noqa: E402
 import quillon  # noqa: E402
 from scipy import ndimage  # noqa: E402
 from skimage import filters, measure, morphology, segmentation  # noqa: E402
-from skimage import __version__ as skimage_version  # noqa: E402
-from scipy import __version__ as scipy_version  # noqa: E402
+
+from document import replace_table  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-BEGIN, END = "<!-- script/bench python: begin -->\n", "<!-- script/bench python: end -->"
+HEADING = ["| their call | ours: `quillon.` | theirs, s | ours, s | ratio |", "|---|---|---:|---:|---:|"]
 TURNS = 3
 
 
@@ -99,18 +98,11 @@ def row(job):
 
 def main():
     page, edge = pathlib.Path(sys.argv[1]), int(sys.argv[2]) if len(sys.argv) > 2 else 192
-    before, rest = page.read_text(encoding="utf-8").split(BEGIN)
-    lines = [
-        f"Measured {datetime.date.today()} with NumPy {numpy.__version__}, SciPy {scipy_version} and scikit-image {skimage_version} on "
-        f"{edge}^3 pixels, one thread each, in CPU seconds. The skeletons are those of a corner of 96^3.",
-        "",
-        "| their call | ours: `quillon.` | theirs, s | ours, s | ratio |",
-        "|---|---|---:|---:|---:|",
-    ]
+    rows = []
     for job in jobs(volume_of(edge)):
-        lines.append(row(job))
-        print(lines[-1], flush=True)
-    page.write_text(before + BEGIN + "\n".join(lines) + "\n" + END + rest.split(END)[1], encoding="utf-8")
+        rows.append(row(job))
+        print(rows[-1], flush=True)
+    replace_table(page, "python", HEADING, rows, key=lambda line: line.split("|")[1])
 
 
 if __name__ == "__main__":

@@ -323,7 +323,7 @@ const StCase c_cases[] = {
      [] { return Morphology(&CSphericalMorphology::Closing, CSize(80, 80, 80), 130.0F); }},
     {"CoveringTable", CoveringTable},
     {"MedialAxisOfAPlate", [] { return MedialAxis(c_plate); }},
-    {"MedialAxisOfABlock", [] { return MedialAxis(CSize(100, 100, 100)); }},
+    {"MedialAxisOfABlock", [] { return MedialAxis(CSize(120, 120, 120)); }},
     {"BisectorOfAPlate", [] { return Bisector(CSize(160, 160, 21)); }},
     {"BisectorOfABlock", [] { return Bisector(CSize(70, 70, 70)); }},
     {"SkeletonOfLargePlanes", [] { return Skeleton(CSize(300, 300, 17)); }},
