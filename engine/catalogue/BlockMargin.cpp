@@ -102,7 +102,7 @@ private:
         const auto end = std::find_if(m_rest.begin(), m_rest.end(), [](unsigned char letter) {
             return std::isalnum(letter) == 0 && letter != '_';
         });
-        const std::string word(m_rest.begin(), end);
+        std::string word(m_rest.begin(), end);
         m_rest.remove_prefix(word.size());
         return word;
     }
