@@ -63,6 +63,20 @@ as_user env --chdir=/home/somebody/python MPLBACKEND=Agg python3 pores.py cement
 as_user env --chdir=/home/somebody/python MPLBACKEND=Agg "$project/tests/python/follow_page.py" "$project/docs/python-tutorial.md"
 as_user ls /home/somebody/python
 
+step "computing a volume in blocks as a user"
+apt install python3-dask python3-zarr
+as_user env --chdir=/home/somebody/python python3 - <<'END'
+import dask.array
+import quillon
+from quillon import blocks
+
+scan = quillon.read("cement_pores_128.nrrd")
+solid = dask.array.from_array(scan.array > 100, chunks=(50, 64, 40))
+blocks.write("distance.zarr", blocks.voronoi_edt_plugin(solid, spacing=1.0), spacing=1.0, unit="um")
+whole = quillon.voronoi_edt_plugin(quillon.Image(scan.array > 100, spacing=1.0)).array
+assert (blocks.open("distance.zarr").array.compute() == whole).all()
+END
+
 step "building the example pack with libquillon-dev"
 apt install libquillon-dev cmake g++ make pkg-config python3
 as_user cmake -S "$project/examples/pack" -B /home/somebody/pack >/dev/null
