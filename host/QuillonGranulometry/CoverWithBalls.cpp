@@ -117,7 +117,7 @@ private:
     static constexpr std::size_t c_ballsPerPiece = 64;
 
     template <class Search>
-    void FindIn(Search search, std::span<const StPlacedBall> balls, CWorkPace& pace) {
+    void FindIn(Search&& search, std::span<const StPlacedBall> balls, CWorkPace& pace) {
         while (m_ballCount < balls.size() && search.IsOpen()) {
             const auto piece =
                 balls.subspan(m_ballCount, std::min(c_ballsPerPiece, balls.size() - m_ballCount));

@@ -132,10 +132,10 @@ def test_unreadable_chunks_are_named(tmp_path):
 
 
 @pytest.mark.parametrize("text, message", [
-    (None, "is no OME-Zarr image: it has no file .zattrs"),
-    ("{", "is no OME-Zarr image: .zattrs has no image in 'multiscales'"),
-    ("[]", "is no OME-Zarr image: .zattrs has no image in 'multiscales'"),
-    ('{"multiscales": []}', "is no OME-Zarr image: .zattrs has no image in 'multiscales'"),
+    (None, "is not an OME-Zarr image: it has no file .zattrs"),
+    ("{", "is not an OME-Zarr image: .zattrs has no image in 'multiscales'"),
+    ("[]", "is not an OME-Zarr image: .zattrs has no image in 'multiscales'"),
+    ('{"multiscales": []}', "is not an OME-Zarr image: .zattrs has no image in 'multiscales'"),
     ('{"multiscales": [{"version": "0.1"}]}', "is an OME-Zarr image of version 0.1; only 0.4 is known"),
     ('{"multiscales": [{"version": "0.4"}]}', "has no 'axes' with names and types"),
     ('{"multiscales": [{"axes": [], "datasets": []}]}', "has no level 0; it has 0, counted from 0"),
@@ -146,6 +146,11 @@ def test_folders_that_are_no_images_are_refused(tmp_path, text, message):
     with pytest.raises(quillon.FileError) as raised:
         blocks.open(tmp_path)
     assert str(raised.value) == f"{tmp_path} {message}"
+
+
+def test_a_folder_that_is_missing_is_refused():
+    with pytest.raises(quillon.FileError, match="^/nowhere.zarr does not exist$"):
+        blocks.open("/nowhere.zarr")
 
 
 @pytest.mark.parametrize("change, message", [

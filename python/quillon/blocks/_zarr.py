@@ -28,7 +28,7 @@ def open(path: str | os.PathLike[str], level: int = 0, channel: int = 0, time: i
     level: of the pyramid; 0 has the finest pixels.
     channel, time: which one to take of an image with several, from 0.
 
-    Raises quillon.FileError if it is no such image. A chunk that cannot be read raises FileError when it is
+    Raises quillon.FileError if it is not such an image. A chunk that cannot be read raises FileError when it is
     computed; a chunk that is not there counts as empty, as in all Zarr arrays.
     """
     import zarr  # type: ignore[import]
@@ -84,18 +84,16 @@ def _multiscales(name: str) -> dict[str, Any]:
             image = json.load(file)["multiscales"][0]
         version = image.get("version", _VERSION)
     except FileNotFoundError:
-        raise FileError(f"{name} is no OME-Zarr image: it has no file .zattrs") from None
+        reason = "is not an OME-Zarr image: it has no file .zattrs" if os.path.isdir(name) else "does not exist"
+        raise FileError(f"{name} {reason}") from None
     except OSError as error:
         raise FileError(f"{name} cannot be read: {error.strerror}") from error
     except (ValueError, KeyError, IndexError, TypeError, AttributeError) as error:
-        raise FileError(f"{name} is no OME-Zarr image: .zattrs has no image in 'multiscales'") from error
+        raise FileError(f"{name} is not an OME-Zarr image: .zattrs has no image in 'multiscales'") from error
     if version != _VERSION:
         raise FileError(f"{name} is an OME-Zarr image of version {version}; only {_VERSION} is known")
     assert isinstance(image, dict)
     return image
-
-
-
 
 
 def _axes(name: str, image: dict[str, Any]) -> list[dict[str, Any]]:
