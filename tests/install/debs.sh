@@ -28,7 +28,7 @@ files "$program" | only '^/usr/(bin|share)/|/quillon/packs/(lib[^/]*\.so|[^/]*\.
 files "$libraries" | only '^/usr/lib/[^/]*/lib[^/]*\.so\.[0-9.]+$|^/usr/lib/[^/]*/quillon/|^/usr/share/doc/'
 files "$development" | only '^/usr/include/quillon/|^/usr/lib/[^/]*/(lib[^/]*\.(so|a)$|cmake/|pkgconfig/)|^/usr/share/doc/'
 files "$python" | only '^/usr/lib/python3/dist-packages/quillon/|^/usr/share/doc/'
-[ "$(files "$python" | grep -cE '/(__init__|_functions)\.pyi?$|/_core\.[^/]*\.so$|/py\.typed$')" = 5 ]
+[ "$(files "$python" | grep -cE '/quillon/(__init__|blocks/__init__|_functions)\.pyi?$|/_core\.[^/]*\.so$|/py\.typed$')" = 6 ]
 [ "$(files "$program" | grep -cE '/man1/|/completions/quillon$|/_quillon$')" -ge 12 ]
 
 # The packages belong together; the rest was read from the binaries.
