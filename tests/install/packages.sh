@@ -103,7 +103,7 @@ comm -23 /tmp/with /tmp/without >/tmp/gone
 echo "$(wc -l </tmp/gone) files and folders are gone"
 # Gone is what the packages listed and nothing else, and all that is left of it are folders that other packages have too.
 # What Python has compiled belongs to no package, but goes with it.
-comm -23 /tmp/gone /tmp/ours | sed '\|/dist-packages/quillon/__pycache__|d' | nothing
+comm -23 /tmp/gone /tmp/ours | sed -E '\|/dist-packages/quillon/(blocks/)?__pycache__|d' | nothing
 comm -13 /tmp/with /tmp/without | nothing
 comm -12 /tmp/ours /tmp/without | while read -r file; do [ -d "$file" ] || echo "$file"; done | nothing
 find / -xdev \( -path /proc -o -path /opt -o -path /home -o -path /tmp \) -prune -o \
