@@ -224,7 +224,11 @@ def test_objects_in_a_plane_are_joined(rng):
 @pytest.mark.parametrize("method", ["", "OverwriteOnlyBackground"])
 def test_hulls_are_painted_across_blocks(rng, method):
     labels = quillon.connected_components(rng.random(SHAPE) < 0.12).array
-    for image in (labels, labels > 0, numpy.zeros(SHAPE, "uint8")):
+    # A pixel without a hull of its own inside the hull of a lower label.
+    lost = numpy.zeros(SHAPE, "uint8")
+    lost[1::4, 1::4, 1::4] = 1
+    lost[3, 4, 4] = 2
+    for image in (labels, labels > 0, numpy.zeros(SHAPE, "uint8"), lost):
         checked(rng, "ConvexifyObjects", image, method=method)
 
 

@@ -96,7 +96,11 @@ def _in_box(array: dask.array.Array, box: Box) -> dask.array.Array:
 
 
 def _hull(box: numpy.ndarray[Any, Any], label: int, name: str, pack: str | None) -> numpy.ndarray[Any, Any]:
-    return run_on(name, pack, box == label, None, {}).array
+    """The pixels that the plug-in paints for the object: none if it has no hull, as a single pixel or flat pixels."""
+    # What surrounds the object is painted first, over all of the box.
+    layers = numpy.pad((box == label).astype(numpy.uint8) + 1, 1, constant_values=1)
+    painted = run_on(name, pack, layers, None, {}).array == 2
+    return painted[(slice(1, -1),) * box.ndim]
 
 
 def label_measurements(asked: Request) -> Any:
