@@ -54,12 +54,12 @@ def run_step(step, source, folder):
     class Progress(Callback):
         def _start_state(self, graph, state):
             self.total = sum(len(state[key]) for key in ("ready", "waiting"))
-            self.done, self.told = 0, 0.0
+            self.done, self.reported = 0, 0.0
 
         def _posttask(self, key, result, graph, state, worker):
             self.done += 1
-            if time.monotonic() - self.told > 1:
-                self.told = time.monotonic()
+            if time.monotonic() - self.reported > 1:
+                self.reported = time.monotonic()
                 print(f"\r{step}: {self.done} of {max(self.total, self.done)} tasks ", end="", file=sys.stderr, flush=True)
 
     volume = blocks.open(source)

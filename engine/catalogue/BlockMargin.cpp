@@ -31,7 +31,7 @@ private:
     static constexpr int c_greatestDepth = 20;
 
     [[noreturn]] void Fail(const std::string& why) const {
-        throw std::runtime_error("'" + std::string(m_text) + "' is no margin: " + why);
+        throw std::runtime_error("'" + std::string(m_text) + "' is not a margin: " + why);
     }
 
     /// The next character that is not a blank; 0 at the end.

@@ -13,7 +13,7 @@ using MarginVariable = std::function<double(const std::string&)>;
 ///
 /// An expression consists of numbers, keys of parameters that are identifiers, the operators + - * / with
 /// brackets, and the functions abs(a), ceil(a), max(a, b, ...) and min(a, b, ...). Raises
-/// `std::runtime_error` for anything else, "'TEXT' is no margin: WHY".
+/// `std::runtime_error` for anything else, "'TEXT' is not a margin: WHY".
 double EvaluateMargin(std::string_view text, const MarginVariable& valueOf);
 
 } // namespace engine

@@ -51,7 +51,7 @@ void RequireMargin(const std::string& margin, EnBlockRule rule,
         const bool isVariable = key == c_greatestSpacing || key == c_smallestSpacing ||
                                 (rule == BLOCKS_SUM && key == c_greatestRadius);
         if (!isNumber && !isVariable)
-            throw std::runtime_error("'" + margin + "' is no margin: '" + key +
+            throw std::runtime_error("'" + margin + "' is not a margin: '" + key +
                                      "' is not the key of a number");
         return 1.0;
     };

@@ -60,7 +60,7 @@ inline constexpr const char* c_greatestSpacing = "greatest_spacing";
 inline constexpr const char* c_smallestSpacing = "smallest_spacing";
 
 /// Parses the member "blocks" of an entry, as strictly as the rest. Raises `std::runtime_error`, naming
-/// `place`, also for a margin that is no expression of the parameters.
+/// `place`, also for a margin that is not an expression of the parameters.
 StCatalogueBlocks ParseCatalogueBlocks(const CJson& object,
                                        const std::vector<StCatalogueParameter>& parameters,
                                        const std::string& place);

@@ -27,7 +27,7 @@ CSize SizeOf(const py::array& array) {
     return {array.shape(2), array.shape(1), array.shape(0)};
 }
 
-/// A view of the pixels of another image. One with a border is copied: a view could not be told its place.
+/// A view of the pixels of another image. One with a border is copied: a view cannot carry a position.
 std::shared_ptr<CImage> ViewOf(const std::shared_ptr<CImage>& image) {
     const std::unique_ptr<IImage::IAccess> access(image->CreateAccess(false));
     Impl::LockWhole(*access, image->Size(), IImage::LOCK_READ_WRITE);
@@ -62,7 +62,7 @@ CPythonImage::CPythonImage(const py::array& array, const std::string& type)
     : m_owner(array) {
     const auto known = engine::PixelTypeOfWord(type);
     if (!known || static_cast<py::ssize_t>(known->PixelSize()) != array.itemsize())
-        throw engine::CCallerError("an array of this type is no image of type '" + type + "'");
+        throw engine::CCallerError("an array of this type is not an image of type '" + type + "'");
     // Plug-ins leave the pixels of their inputs as they are, so the array may be read-only.
     auto* const pixels = const_cast<unsigned char*>(static_cast<const unsigned char*>(array.data()));
     const CSize border = array.ndim() == 2 ? CSize(0, 0) : CSize(0, 0, 0);

@@ -35,7 +35,7 @@ def as_pixels(array: Any) -> tuple[numpy.ndarray[Any, Any], str]:
         return _of_integers(pixels)
     if pixels.dtype.kind == "f":
         return _converted(pixels, "greyf"), "greyf"
-    raise TypeError(f"arrays of {pixels.dtype} are no images; use {_SUPPORTED}")
+    raise TypeError(f"arrays of {pixels.dtype} cannot be images; use {_SUPPORTED}")
 
 
 def _require_array(value: Any) -> None:
@@ -47,7 +47,7 @@ def _require_array(value: Any) -> None:
         advice = "read a file with quillon.read"
     if isinstance(value, (list, tuple)):
         advice = "give one of its images, or numpy.array of its numbers"
-    raise TypeError(f"an object of type {type(value).__name__} is no image; {advice}")
+    raise TypeError(f"an object of type {type(value).__name__} is not an image; {advice}")
 
 
 def _of_integers(pixels: numpy.ndarray[Any, Any]) -> tuple[numpy.ndarray[Any, Any], str]:

@@ -285,7 +285,7 @@ def _index_ranges(region: Sequence[tuple[int, int]], shape: tuple[int, ...]) -> 
         raise ArgumentError(f"region={region!r}: the image has the shape {shape}; give (start, stop) for each axis")
     for (start, stop), extent in zip(pairs, shape):
         if not 0 <= start < stop <= extent:
-            raise ArgumentError(f"region={region!r}: ({start}, {stop}) is no part of an axis of {extent} pixels")
+            raise ArgumentError(f"region={region!r}: ({start}, {stop}) is not a part of an axis of {extent} pixels")
     return [[start, stop - 1] for start, stop in reversed(pairs)]
 
 

@@ -81,10 +81,10 @@ def test_nan_and_infinity_are_no_loss():
         (numpy.array([[1e300, 1.0]]), r"1e\+300 in this array of float64 cannot be converted without loss"),
         (numpy.array([[-1, (1 << 24) + 1]]), "16777217 in this array of int64 cannot be converted without loss"),
         (numpy.array([[(1 << 63) + 1, 1]], "uint64"), "9223372036854775809 in this array of uint64 cannot be converted"),
-        (numpy.array([[1j, 1.0]]), "arrays of complex128 are no images; use bool, uint8, uint16, uint32, float32"),
-        (numpy.array([[None, 1]]), "arrays of object are no images"),
-        (numpy.array([["a", "b"]]), "arrays of <U1 are no images"),
-        (numpy.array([["2020-01-01"]], "datetime64[D]"), r"arrays of datetime64\[D\] are no images"),
+        (numpy.array([[1j, 1.0]]), "arrays of complex128 cannot be images; use bool, uint8, uint16, uint32, float32"),
+        (numpy.array([[None, 1]]), "arrays of object cannot be images"),
+        (numpy.array([["a", "b"]]), "arrays of <U1 cannot be images"),
+        (numpy.array([["2020-01-01"]], "datetime64[D]"), r"arrays of datetime64\[D\] cannot be images"),
         (numpy.ma.masked_equal([[1, 2]], 2), "a masked array has no pixels where it is masked"),
     ],
 )
@@ -109,11 +109,11 @@ def test_arrays_of_a_wrong_shape_are_value_errors(shape, message):
 @pytest.mark.parametrize(
     "value, message",
     [
-        ("a.nrrd", "an object of type str is no image; read a file with quillon.read"),
-        (pathlib.Path("a.nrrd"), "an object of type PosixPath is no image; read a file with quillon.read"),
-        (None, "an object of type NoneType is no image; give a quillon.Image or a NumPy array"),
-        ([[1, 2], [3, 4]], "an object of type list is no image; give one of its images, or numpy.array of its numbers"),
-        ((), "an object of type tuple is no image; give one of its images, or numpy.array of its numbers"),
+        ("a.nrrd", "an object of type str is not an image; read a file with quillon.read"),
+        (pathlib.Path("a.nrrd"), "an object of type PosixPath is not an image; read a file with quillon.read"),
+        (None, "an object of type NoneType is not an image; give a quillon.Image or a NumPy array"),
+        ([[1, 2], [3, 4]], "an object of type list is not an image; give one of its images, or numpy.array of its numbers"),
+        ((), "an object of type tuple is not an image; give one of its images, or numpy.array of its numbers"),
     ],
 )
 def test_what_is_no_array_is_a_type_error(value, message):
@@ -124,7 +124,7 @@ def test_what_is_no_array_is_a_type_error(value, message):
 
 
 def test_images_among_the_parameters_are_checked_alike(volume):
-    with pytest.raises(TypeError, match="^pointwise_relation: Image2: an object of type str is no image; "):
+    with pytest.raises(TypeError, match="^pointwise_relation: Image2: an object of type str is not an image; "):
         quillon.pointwise_relation(volume, Image2="a.nrrd")
     with pytest.raises(ValueError, match="^pointwise_relation: Image2: the array of shape"):
         quillon.pointwise_relation(volume, Image2=volume[:0])

@@ -191,9 +191,9 @@ def test_a_part_of_a_file_is_that_part_of_the_array(volume, tmp_path):
     "wanted, message",
     [
         ({"region": [(0, 5)]}, r"region=\[\(0, 5\)\]: the image has the shape \(20, 24, 28\); give \(start, stop\) for each axis"),
-        ({"region": [(0, 20), (0, 24), (0, 29)]}, r"region=.*: \(0, 29\) is no part of an axis of 28 pixels"),
-        ({"region": [(3, 3), (0, 24), (0, 28)]}, r"region=.*: \(3, 3\) is no part of an axis of 20 pixels"),
-        ({"region": [(-3, 3), (0, 24), (0, 28)]}, r"region=.*: \(-3, 3\) is no part of an axis of 20 pixels"),
+        ({"region": [(0, 20), (0, 24), (0, 29)]}, r"region=.*: \(0, 29\) is not a part of an axis of 28 pixels"),
+        ({"region": [(3, 3), (0, 24), (0, 28)]}, r"region=.*: \(3, 3\) is not a part of an axis of 20 pixels"),
+        ({"region": [(-3, 3), (0, 24), (0, 28)]}, r"region=.*: \(-3, 3\) is not a part of an axis of 20 pixels"),
         ({"channel": 1}, "channel=1: the file has 1, counted from 0"),
         ({"time": -1}, "time=-1: the file has 1, counted from 0"),
         ({"as_type": "int64"}, r"as_type='int64': give binary \(bool\), grey8 \(uint8\), .*, greyf \(float32\)"),

@@ -51,17 +51,17 @@ TEST(BlockMargin, IsAnExpressionOfParameters) {
 }
 
 TEST(BlockMargin, NamesWhatIsNoExpression) {
-    EXPECT_EQ(MarginComplaint(""), "'' is no margin: it ends too early");
-    EXPECT_EQ(MarginComplaint("2 *"), "'2 *' is no margin: it ends too early");
-    EXPECT_EQ(MarginComplaint("2 3"), "'2 3' is no margin: '3' does not belong there");
-    EXPECT_EQ(MarginComplaint("(2"), "'(2' is no margin: ')' is missing");
-    EXPECT_EQ(MarginComplaint("2 + *"), "'2 + *' is no margin: '*' does not belong there");
-    EXPECT_EQ(MarginComplaint("sqrt(2)"), "'sqrt(2)' is no margin: there is no function sqrt of 1 number");
+    EXPECT_EQ(MarginComplaint(""), "'' is not a margin: it ends too early");
+    EXPECT_EQ(MarginComplaint("2 *"), "'2 *' is not a margin: it ends too early");
+    EXPECT_EQ(MarginComplaint("2 3"), "'2 3' is not a margin: '3' does not belong there");
+    EXPECT_EQ(MarginComplaint("(2"), "'(2' is not a margin: ')' is missing");
+    EXPECT_EQ(MarginComplaint("2 + *"), "'2 + *' is not a margin: '*' does not belong there");
+    EXPECT_EQ(MarginComplaint("sqrt(2)"), "'sqrt(2)' is not a margin: there is no function sqrt of 1 number");
     EXPECT_EQ(MarginComplaint("ceil(2, 3)"),
-              "'ceil(2, 3)' is no margin: there is no function ceil of 2 numbers");
-    EXPECT_EQ(MarginComplaint("1e999"), "'1e999' is no margin: a number is out of range");
+              "'ceil(2, 3)' is not a margin: there is no function ceil of 2 numbers");
+    EXPECT_EQ(MarginComplaint("1e999"), "'1e999' is not a margin: a number is out of range");
     const std::string deep = std::string(30, '(') + "1" + std::string(30, ')');
-    EXPECT_EQ(MarginComplaint(deep), "'" + deep + "' is no margin: too many brackets");
+    EXPECT_EQ(MarginComplaint(deep), "'" + deep + "' is not a margin: too many brackets");
 }
 
 TEST(CatalogueBlocks, HoldWhatTheTextSays) {
@@ -104,13 +104,13 @@ TEST(CatalogueBlocks, AreRefusedIfTheyContradictThemselves) {
     EXPECT_EQ(Complaint(R"({"rule": "halo"})"), place + "needs a 'margin'");
     EXPECT_EQ(Complaint(R"({"rule": "lines", "margin": "1"})"), place + "has a 'margin' and no halo");
     EXPECT_EQ(Complaint(R"({"rule": "halo", "margin": "2 *"})"),
-              place + "'2 *' is no margin: it ends too early");
+              place + "'2 *' is not a margin: it ends too early");
     EXPECT_EQ(Complaint(R"({"rule": "halo", "margin": "size"})"),
-              place + "'size' is no margin: 'size' is not the key of a number");
+              place + "'size' is not a margin: 'size' is not the key of a number");
     EXPECT_EQ(Complaint(R"({"rule": "halo", "margin": "operation"})"),
-              place + "'operation' is no margin: 'operation' is not the key of a number");
+              place + "'operation' is not a margin: 'operation' is not the key of a number");
     EXPECT_EQ(Complaint(R"({"rule": "halo", "margin": "greatest_radius"})"),
-              place + "'greatest_radius' is no margin: 'greatest_radius' is not the key of a number");
+              place + "'greatest_radius' is not a margin: 'greatest_radius' is not the key of a number");
     EXPECT_EQ(Complaint(R"({"rule": "whole", "reason": "x"})"),
               place + "needs a 'reason' and what to do 'instead'");
     EXPECT_EQ(Complaint(R"({"rule": "lines", "reason": "x"})"), place + "has a 'reason' and is not whole");
