@@ -8,6 +8,7 @@
 #include "engine/run/PluginCall.h"
 
 #include <QuillonBase/CProgressProxy.h>
+#include <QuillonBase/ISummingProgress.h>
 #include <QuillonBase/Parallel.h>
 #include <sorblib2core/CValuePointer.h>
 #include <sorblib2image/ImageView.h>
@@ -213,7 +214,7 @@ double CpuSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 
 /// A sink that takes the time between questions, if wanted: each then costs a system call, which adds up to a
 /// quarter of the time of a plug-in that asks for each row in several passes.
-class CPauseClock : public IProgress {
+class CPauseClock : public ISummingProgress {
 public:
     explicit CPauseClock(bool isWanted)
         : m_isWanted(isWanted) {}

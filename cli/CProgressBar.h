@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QuillonBase/IProgress.h>
+#include <QuillonBase/ISummingProgress.h>
 
 #include <atomic>
 #include <chrono>
@@ -17,7 +17,7 @@ namespace cli {
 /// A step costs one addition and one comparison, because some traversals step once per pixel: the clock is
 /// read only once per thousandth of a phase, and the line is drawn at most ten times per second. The
 /// innermost phase is shown.
-class CProgressBar : public ORVEN::IProgress {
+class CProgressBar : public ORVEN::ISummingProgress {
 public:
     using Clock = std::chrono::steady_clock;
 

@@ -25,6 +25,9 @@ public:
     void Cancel() override;
     bool IsCancelled() override;
 
+    /// The sink that calls are forwarded to, or null.
+    [[nodiscard]] const IProgress* Target() const { return m_target; }
+
     /// Sets the sink that algorithms created on this thread report to; the host sets it around its calls into
     /// a pack. With null, nothing is reported. Returns the previous sink.
     static IProgress* SetHostSink(IProgress* sink);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QuillonBase/IProgress.h>
+#include <QuillonBase/ISummingProgress.h>
 #include <pybind11/pybind11.h>
 
 #include <atomic>
@@ -26,7 +26,7 @@ void HandleSignals(StPythonSide& side);
 /// The progress of a run, shown by a Python callable, and its cancellation. Twenty times a second it takes
 /// the interpreter lock, has pending signals handled, which is possible on Python's main thread only, and
 /// calls the callable. The run is cancelled if either raises an exception.
-class CPythonProgress : public ORVEN::IProgress {
+class CPythonProgress : public ORVEN::ISummingProgress {
 public:
     explicit CPythonProgress(StPythonSide& side);
 

@@ -2,7 +2,7 @@
 
 #include "utils/visitors/Visitor.h"
 
-#include <QuillonBase/IProgress.h>
+#include <QuillonBase/ISummingProgress.h>
 #include <sorblib2image/CPos.h>
 #include <sorblib2image/IImage.h>
 
@@ -75,6 +75,22 @@ public:
     void CheckImagesAgainst(const StImageRecord& other) const;
 };
 
+/// Steps along a line of pixels without gaps, from the first to the last.
+template <class Pixel>
+class CPixelRow {
+public:
+    explicit CPixelRow(Pixel* firstPixel)
+        : m_position(firstPixel) {}
+
+    Pixel& operator*() const { return *m_position; }
+    void Advance() { ++m_position; }
+    /// The processor finds out by itself what comes next.
+    static void Prefetch() {}
+
+private:
+    Pixel* m_position;
+};
+
 /// Steps along one line of pixels, from the first to the last.
 template <class Pixel>
 class CPixelLine {
@@ -88,6 +104,9 @@ public:
     Pixel& operator*() const { return *reinterpret_cast<Pixel*>(m_position); }
 
     void Advance() { m_position += m_stride; }
+
+    [[nodiscard]] bool IsContiguous() const { return m_stride == sizeof(Pixel); }
+    [[nodiscard]] Pixel* Data() const { return reinterpret_cast<Pixel*>(m_position); }
 
     /// Prefetches the pixel six steps ahead, which may lie past the end of the image. It is used only once,
     /// so it is not meant to stay in the cache.
@@ -152,7 +171,8 @@ void WriteDebugLine(const char* accessName, IImage::EnLockMode access, const std
 /// Returns false if the traversal was cancelled, which is checked at each line and plane of a two- or
 /// three-dimensional image; pixels visited before stay changed. Progress: the total is the number of lines +
 /// 1, with one step per pixel; sinks tolerate the difference. Three-dimensional images are locked plane by
-/// plane. Cost per pixel: one virtual call, no allocation.
+/// plane. Cost per pixel: one virtual call, or none if the sink sums up steps (`ISummingProgress`); no
+/// allocation.
 template <int N>
 class VisitorHelper {
     static_assert(N == 0 || N == 2);
@@ -188,6 +208,11 @@ private:
     static constexpr const char* functionName = N == 0 ? "ORVEN::Impl::VisitorHelper<0>::VisitImageData"
                                                        : "ORVEN::Impl::VisitorHelper<2>::VisitImageData";
 
+    struct StSink {
+        IProgress& progress;
+        bool needsSingleSteps;
+    };
+
     /// An image is const for a visitor that only reads it.
     template <class ImageClass, class Pixel>
     using Seen =
@@ -213,16 +238,17 @@ private:
     static bool Visit(const StImageRecord& record, Visitor& visitor, IProgress& progress,
                       CLockedPixels<Pixel>&... pixels) {
         const std::string text = std::string(functionName) + " processing...";
+        const StSink sink{progress, NeedsSingleSteps(progress)};
         visitor.preprocess();
         switch (record.dimension) {
         case 1:
-            Visit1d(record, visitor, progress, text.c_str(), pixels...);
+            Visit1d(record, visitor, sink, text.c_str(), pixels...);
             break;
         case 2:
-            Visit2d(record, visitor, progress, text.c_str(), pixels...);
+            Visit2d(record, visitor, sink, text.c_str(), pixels...);
             break;
         case 3:
-            Visit3d(record, visitor, progress, text.c_str(), pixels...);
+            Visit3d(record, visitor, sink, text.c_str(), pixels...);
             break;
         default:
             ThrowUnsupportedDimension(functionName, record);
@@ -233,37 +259,37 @@ private:
     }
 
     template <class Visitor, class... Pixel>
-    static void Visit1d(const StImageRecord& record, Visitor& visitor, IProgress& progress, const char* text,
+    static void Visit1d(const StImageRecord& record, Visitor& visitor, const StSink& sink, const char* text,
                         CLockedPixels<Pixel>&... pixels) {
-        progress.Start(2, text);
+        sink.progress.Start(2, text);
         const auto [first, last] = Corners(record);
         (pixels.Lock(first, last), ...);
-        VisitLine(visitor, progress, record.sizeX, 0, 0, pixels.Line(0)...);
+        VisitLine(visitor, sink, record.sizeX, 0, 0, pixels.Line(0)...);
         (pixels.Unlock(), ...);
     }
 
     template <class Visitor, class... Pixel>
-    static void Visit2d(const StImageRecord& record, Visitor& visitor, IProgress& progress, const char* text,
+    static void Visit2d(const StImageRecord& record, Visitor& visitor, const StSink& sink, const char* text,
                         CLockedPixels<Pixel>&... pixels) {
-        progress.Start(static_cast<unsigned>(record.sizeY + 1), text);
+        sink.progress.Start(static_cast<unsigned>(record.sizeY + 1), text);
         const auto [first, last] = Corners(record);
         (pixels.Lock(first, last), ...);
-        VisitPlane(record, visitor, progress, 0, pixels...);
+        VisitPlane(record, visitor, sink, 0, pixels...);
         (pixels.Unlock(), ...);
     }
 
     template <class Visitor, class... Pixel>
-    static void Visit3d(const StImageRecord& record, Visitor& visitor, IProgress& progress, const char* text,
+    static void Visit3d(const StImageRecord& record, Visitor& visitor, const StSink& sink, const char* text,
                         CLockedPixels<Pixel>&... pixels) {
-        progress.Start(static_cast<unsigned>(record.sizeY * record.sizeZ + 1), text);
+        sink.progress.Start(static_cast<unsigned>(record.sizeY * record.sizeZ + 1), text);
         auto [first, last] = Corners(record);
         for (std::int64_t z = 0; z < record.sizeZ; ++z) {
-            if (progress.IsCancelled())
+            if (sink.progress.IsCancelled())
                 return;
             first.z = z;
             last.z = z;
             (pixels.Lock(first, last), ...);
-            VisitPlane(record, visitor, progress, z, pixels...);
+            VisitPlane(record, visitor, sink, z, pixels...);
             (pixels.Unlock(), ...);
         }
     }
@@ -278,34 +304,53 @@ private:
     }
 
     template <class Visitor, class... Pixel>
-    static void VisitPlane(const StImageRecord& record, Visitor& visitor, IProgress& progress, std::int64_t z,
+    static void VisitPlane(const StImageRecord& record, Visitor& visitor, const StSink& sink, std::int64_t z,
                            const CLockedPixels<Pixel>&... pixels) {
         for (std::int64_t y = 0; y < record.sizeY; ++y) {
-            if (progress.IsCancelled())
+            if (sink.progress.IsCancelled())
                 return;
-            VisitLine(visitor, progress, record.sizeX, y, z, pixels.Line(y)...);
+            VisitLine(visitor, sink, record.sizeX, y, z, pixels.Line(y)...);
         }
+    }
+
+    template <class Visitor, class... Pixel>
+    static void VisitLine(Visitor& visitor, const StSink& sink, std::int64_t sizeX, std::int64_t y,
+                          std::int64_t z, CPixelLine<Pixel>... lines) {
+        if (sink.needsSingleSteps) {
+            VisitPixels(
+                visitor, sizeX, y, z, [&sink] { sink.progress.Step(1, 0); }, lines...);
+            return;
+        }
+        constexpr auto noStep = [] {};
+        if (!(lines.IsContiguous() && ...))
+            VisitPixels(visitor, sizeX, y, z, noStep, lines...);
+        else if constexpr (N == 0 && requires { visitor.VisitRow(lines.Data()..., sizeX); })
+            visitor.VisitRow(lines.Data()..., sizeX);
+        else // with a stride that is known, the compiler can process several pixels at once
+            VisitPixels(visitor, sizeX, y, z, noStep, CPixelRow<Pixel>(lines.Data())...);
+        sink.progress.Step(static_cast<unsigned>(sizeX), 0);
     }
 
     // The lines are passed by value and their addresses do not escape, so they stay in registers across the
     // calls.
-    template <class Visitor, class... Pixel>
-    static void VisitLine(Visitor& visitor, IProgress& progress, std::int64_t sizeX, std::int64_t y,
-                          std::int64_t z, CPixelLine<Pixel>... lines) {
+    template <class Visitor, class StepAfterPixel, class... Line>
+    static void VisitPixels(Visitor& visitor, std::int64_t sizeX, std::int64_t y, std::int64_t z,
+                            const StepAfterPixel& step, Line... lines) {
         for (std::int64_t x = 0; x < sizeX; ++x) {
-            (PrefetchIfRead<sizeof...(Pixel)>(lines), ...);
+            (PrefetchIfRead<sizeof...(Line)>(lines), ...);
             if constexpr (N == 0)
                 visitor(*lines...);
             else
                 visitor(*lines..., x, y, z);
-            progress.Step(1, 0);
+            step();
             (lines.Advance(), ...);
         }
     }
 
     /// With two images, prefetching the one that is written does not pay off: it is rarely read as well.
-    template <std::size_t imageCount, class Pixel>
-    static void PrefetchIfRead(const CPixelLine<Pixel>& line) {
+    template <std::size_t imageCount, class Line>
+    static void PrefetchIfRead(const Line& line) {
+        using Pixel = std::remove_reference_t<decltype(*line)>;
         constexpr bool isRead = imageCount == 1 || std::is_const_v<Pixel>;
         if constexpr (isRead && std::is_same_v<std::remove_const_t<Pixel>, float>)
             line.Prefetch();

@@ -3,6 +3,8 @@
 #include "utils/visitors/OrderedKey.h"
 #include "utils/visitors/Visitor.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <limits>
 #include <map>
@@ -25,6 +27,33 @@ struct CAnalyzerMinMax : StVisitor<const T> {
             maximum = pixel;
         if (minimum > pixel)
             minimum = pixel;
+    }
+
+    void VisitRow(const T* pixels, std::int64_t count) {
+        constexpr std::int64_t laneCount = 64 / sizeof(T); // enough to keep several vector registers busy
+        std::array<T, laneCount> least;
+        std::array<T, laneCount> greatest;
+        least.fill(minimum);
+        greatest.fill(maximum);
+        std::int64_t x = 0;
+        for (; x + laneCount <= count; x += laneCount) {
+            for (std::size_t lane = 0; lane < laneCount; ++lane) {
+                const T pixel = pixels[x + static_cast<std::int64_t>(lane)];
+                least[lane] = least[lane] > pixel ? pixel : least[lane];
+                greatest[lane] = pixel > greatest[lane] ? pixel : greatest[lane];
+            }
+        }
+        const T minimumBefore = minimum;
+        const T maximumBefore = maximum;
+        minimum = *std::min_element(least.begin(), least.end());
+        maximum = *std::max_element(greatest.begin(), greatest.end());
+        for (; x < count; ++x)
+            (*this)(pixels[x]);
+        // Both zeros are equal, and the first one counts.
+        if (minimum == 0 && minimumBefore != 0)
+            minimum = *std::find(pixels, pixels + count, T{0});
+        if (maximum == 0 && maximumBefore != 0)
+            maximum = *std::find(pixels, pixels + count, T{0});
     }
 
     void postprocess() { continues = false; }

@@ -13,9 +13,14 @@ namespace ORVEN::visitors {
 ///
 ///     void operator()(T& first, U second);        // the pixels, by reference if it writes them
 ///
-/// followed by `std::int64_t x, y, z` if `VisitorHelper<2>` runs it. It may hide `preprocess`, which runs
-/// once before the first pixel, may raise, and resets a used visitor, and `postprocess`, which runs once
-/// after the last pixel, even after a cancellation. Results are read from the visitor's fields.
+/// followed by `std::int64_t x, y, z` if `VisitorHelper<2>` runs it. A visitor of one image may add
+///
+///     void VisitRow(Pixel* pixels, std::int64_t count);
+///
+/// which has the same effect as calls for all pixels of a row without gaps, in order. It may hide
+/// `preprocess`, which runs once before the first pixel, may raise, and resets a used visitor, and
+/// `postprocess`, which runs once after the last pixel, even after a cancellation. Results are read from the
+/// visitor's fields.
 template <class... Pixel>
 struct StVisitor {
     using Pixels = std::tuple<Pixel...>;

@@ -1,7 +1,9 @@
 #include <QuillonBase/CAlgorithm.h>
 #include <QuillonBase/CProgressProxy.h>
+#include <QuillonBase/ISummingProgress.h>
 
 #include "support/CRecordingProgress.h"
+#include "support/CSummingSink.h"
 #include "support/VirtualSlot.h"
 
 #include <gtest/gtest.h>
@@ -169,4 +171,21 @@ TEST(CAlgorithm, ReturnsItsParentAndIsAnObject) {
     const std::unique_ptr<IObject> child(new CAlgorithm("child", &parent));
     EXPECT_EQ(dynamic_cast<CAlgorithm&>(*child).Parent(), &parent);
     EXPECT_NO_THROW(child->SetInstance("instance"));
+}
+
+TEST(ISummingProgress, NeedsNoSingleSteps) {
+    test::CSummingSink sums;
+    CRecordingProgress each;
+    EXPECT_FALSE(NeedsSingleSteps(sums));
+    EXPECT_TRUE(NeedsSingleSteps(each));
+}
+
+TEST(ISummingProgress, IsFoundBehindProxies) {
+    test::CSummingSink sums;
+    CRecordingProgress each;
+    CProgressProxy toSums(&sums);
+    CProgressProxy toEach(&each);
+    EXPECT_FALSE(NeedsSingleSteps(CProgressProxy(&toSums)));
+    EXPECT_TRUE(NeedsSingleSteps(CProgressProxy(&toEach)));
+    EXPECT_FALSE(NeedsSingleSteps(CProgressProxy())) << "nobody listens";
 }

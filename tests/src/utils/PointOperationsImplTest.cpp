@@ -1,6 +1,7 @@
 #include "utils/PointOperationsImpl.h"
 
 #include "support/CRandomSeeds.h"
+#include "support/CSummingSink.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 #include "support/TraversalTools.h"
@@ -451,6 +452,55 @@ TEST(VisitorHelper, TotalIsLinesPlusOneWhileEveryPixelSteps) {
     EXPECT_EQ(progressOf(SizeOf(1, 7, 1, 1)), std::tuple(2U, 7, 1));
     EXPECT_EQ(progressOf(SizeOf(2, 7, 5, 1)), std::tuple(6U, 35, 5 + 1));
     EXPECT_EQ(progressOf(SizeOf(3, 7, 5, 3)), std::tuple(16U, 105, 3 * (1 + 5) + 1));
+}
+
+TEST(VisitorHelper, ReportsTheStepsOfALineAtOnceToASinkThatAddsThemUp) {
+    const auto sinkOf = [](const CSize& size) {
+        const FakeImage seen(IMAGE_GREY_8, size, CPos(1, size.x, size.x * size.y), size.x * size.y * size.z,
+                             0);
+        Collector<unsigned char> visitor;
+        test::CSummingSink sink;
+        const CapturedOutput silence;
+        EXPECT_TRUE(TraverseWith(sink, visitor, seen));
+        return std::tuple(sink.sum, sink.calls, sink.questions);
+    };
+    EXPECT_EQ(sinkOf(SizeOf(1, 7, 1, 1)), std::tuple(7, 1, 1));
+    EXPECT_EQ(sinkOf(SizeOf(2, 7, 5, 1)), std::tuple(35, 5, 5 + 1));
+    EXPECT_EQ(sinkOf(SizeOf(3, 7, 5, 3)), std::tuple(105, 15, 3 * (1 + 5) + 1));
+}
+
+TEST(VisitorHelper, DoesTheSameForEverySink) {
+    for (const unsigned seed : test::CRandomSeeds(0, 200)) {
+        std::mt19937 random(seed);
+        const auto below = [&random](int end) { return static_cast<std::int64_t>(random()) % end; };
+        const int dimension = static_cast<int>(1 + below(3));
+        const CSize size = SizeOf(dimension, 1 + below(40), dimension > 1 ? 1 + below(4) : 1,
+                                  dimension > 2 ? 1 + below(3) : 1);
+        // Without gaps and with gaps, each of the two.
+        const auto image = [&](const IImage::CType& type, std::int64_t pixelSize) {
+            const std::int64_t x = pixelSize * (1 + below(2));
+            return FakeImage(type, size, CPos(x, x * size.x, x * size.x * size.y),
+                             x * size.x * size.y * size.z, 0);
+        };
+        FakeImage source = image(IMAGE_GREY_16, 2);
+        for (unsigned char& byte : source.memory)
+            byte = static_cast<unsigned char>(random());
+        FakeImage byPixel = image(IMAGE_GREY_F, 4);
+        FakeImage byLine = byPixel;
+        const int cancelAt = static_cast<int>(below(20)) - 10;
+        RecordingProgress single;
+        single.cancelAt = cancelAt;
+        single.staysCancelled = false;
+        test::CSummingSink sums;
+        sums.cancelAt = cancelAt;
+        const CapturedOutput silence;
+        CopyBack visitor;
+        EXPECT_EQ(TraverseWith(single, visitor, source, byPixel),
+                  TraverseWith(sums, visitor, source, byLine));
+        EXPECT_EQ(byPixel.memory, byLine.memory);
+        EXPECT_EQ(single.steps, sums.sum);
+        EXPECT_EQ(single.questions, sums.questions);
+    }
 }
 
 TEST(VisitorHelper, TextNamesTheHelper) {

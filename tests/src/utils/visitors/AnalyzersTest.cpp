@@ -56,6 +56,31 @@ TEST(CAnalyzerMinMax, PassesOverNaN) {
     EXPECT_EQ(MinMax({notANumber, 3, notANumber, 4, notANumber}), std::pair(3.0F, 4.0F));
 }
 
+TEST(CAnalyzerMinMax, FindsTheSameInARowAsPixelByPixel) {
+    const std::vector<float> values{notANumber, infinity, -infinity, 0.0F, -0.0F, 1.0F, -1.0F};
+    for (const unsigned seed : test::CRandomSeeds(0, 400)) {
+        std::mt19937 random(seed);
+        const std::size_t first = random() % values.size(); // few of the values, so that zeros are extrema
+        const std::size_t kinds = 1 + random() % 3;
+        std::vector<float> pixels(random() % 70);
+        for (float& pixel : pixels)
+            pixel = values[(first + random() % kinds) % values.size()];
+        visitors::CAnalyzerMinMax<float> each;
+        visitors::CAnalyzerMinMax<float> row;
+        each.preprocess();
+        row.preprocess();
+        for (const float pixel : pixels)
+            each(pixel);
+        const std::size_t cut = pixels.empty() ? 0 : random() % pixels.size();
+        row.VisitRow(pixels.data(), static_cast<std::int64_t>(cut));
+        row.VisitRow(pixels.data() + cut, static_cast<std::int64_t>(pixels.size() - cut));
+        EXPECT_EQ(row.minimum, each.minimum);
+        EXPECT_EQ(row.maximum, each.maximum);
+        EXPECT_EQ(std::signbit(row.minimum), std::signbit(each.minimum)) << "the first of two zeros counts";
+        EXPECT_EQ(std::signbit(row.maximum), std::signbit(each.maximum)) << "the first of two zeros counts";
+    }
+}
+
 TEST(CAnalyzerMinMax, OnlyNaNLeavesTheStartValues) {
     EXPECT_EQ(MinMax({notANumber, notANumber}), std::pair(greatest, -greatest));
 }
