@@ -41,12 +41,17 @@ void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage&
     const CSize none(0, 0, 0);
     CImage squaredDistance(IMAGE_GREY_32, size, none);
     CImage kept(IMAGE_BINARY_FG, size, none);
+    const std::int64_t squaredRadius = Squared(radius);
     const auto findKept = [&] {
         SquaredEdt(input, squaredDistance, progress);
         if (progress.IsCancelled())
             return;
+        // No angle is below 0, so that the axis alone decides. A table for the bisector is read in any case,
+        // to report one that is not usable.
+        if (angle <= 0.0F && BsLut().empty())
+            return MedialAxis(squaredDistance, kept, squaredRadius, progress, false);
         CImage medialAxis(IMAGE_BINARY_FG, size, none);
-        MedialAxis(squaredDistance, medialAxis, Squared(radius), progress, false);
+        MedialAxis(squaredDistance, medialAxis, squaredRadius, progress, false);
         if (progress.IsCancelled())
             return;
         CImage bisector(IMAGE_GREY_F, size, none);

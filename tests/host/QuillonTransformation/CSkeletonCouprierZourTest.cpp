@@ -364,6 +364,9 @@ TEST(RunSkeletonCouprierZour, KeepsTheConstraintSet) {
         StStages stages(object);
         stages.FindAxis();
         EXPECT_EQ(SkeletonInOneCall(object, id, 0, 0.0F).pixels, stages.Skeleton(id).pixels) << id;
+        EXPECT_EQ(SkeletonInOneCall(object, id, 2, 0.0F).pixels,
+                  stages.Skeleton(id, stages.ConstrainedSet(2, 0.0F)).pixels)
+            << id;
         const StObject kept = stages.ConstrainedSet(2, 1.5F);
         ASSERT_NE(kept.pixels, ObjectOf(*stages.medialAxis).pixels);
         const StObject skeleton = SkeletonInOneCall(object, id, 2, 1.5F);
@@ -371,6 +374,23 @@ TEST(RunSkeletonCouprierZour, KeepsTheConstraintSet) {
         EXPECT_EQ(skeleton.pixels, SkeletonInOneCall(object, id, -2, 1.5F).pixels) << id;
         EXPECT_LT(PixelCount(skeleton), PixelCount(stages.Skeleton(id))) << id;
     }
+}
+
+TEST(RunSkeletonCouprierZour, ComputesNoBisectorForAnAngleThatEveryPixelHas) {
+    const auto image = test::Ball(9).Image();
+    const auto hasBisector = [&](float angle) {
+        test::CRecordingProgress sink;
+        CProgressProxy progress(&sink);
+        const auto output = UntouchedImage(image->Size());
+        CSkeletonCouprierZour(nullptr, nullptr)
+            .RunSkeletonCouprierZour(*image, *output, "N6", 0, angle, progress, false);
+        return std::ranges::any_of(sink.calls,
+                                   [](const std::string& call) { return call.ends_with(" bisector"); });
+    };
+    EXPECT_FALSE(hasBisector(0.0F));
+    EXPECT_FALSE(hasBisector(-1.0F));
+    EXPECT_TRUE(hasBisector(0.1F));
+    EXPECT_TRUE(hasBisector(std::numeric_limits<float>::quiet_NaN())) << "an angle that no pixel has";
 }
 
 TEST(RunSkeletonCouprierZour, LeavesAPixelOfAComponentWhoseAxisIsFilteredAway) {
@@ -470,6 +490,8 @@ TEST(SkeletonLookUpTables, AreThoseOfThePathsWhereThereAreAny) {
         EXPECT_EQ(std::string(raised.Message()).rfind("Look-up table '" + damaged + "' is not usable: ", 0),
                   0U)
             << raised.Message();
+        EXPECT_THROW(SkeletonInOneCall(test::Ball(5), "N26", 0, 0.0F), CException)
+            << "even if it is not needed";
         path->clear();
     }
     EXPECT_NO_THROW(stages.FindAxis());
@@ -491,10 +513,9 @@ private:
     std::atomic<int> m_asked{0};
 };
 
-TEST(RunSkeletonCouprierZour, CancelledAnywhereLeavesZeros) {
-    const StObject object = Foam(10, 14, 1);
+void ExpectZerosIfCancelled(const StObject& object, float angle) {
     const auto image = object.Image();
-    const Bytes whole = SkeletonInOneCall(object, "N26", 0, 0.0F).pixels;
+    const Bytes whole = SkeletonInOneCall(object, "N26", 0, angle).pixels;
     const test::CThreadCount threads(1);
     int questions = 1000000;
     for (int question = 0; question < questions; ++question) {
@@ -502,7 +523,7 @@ TEST(RunSkeletonCouprierZour, CancelledAnywhereLeavesZeros) {
         CProgressProxy progress(&sink);
         const auto output = UntouchedImage(image->Size());
         CSkeletonCouprierZour(nullptr, nullptr)
-            .RunSkeletonCouprierZour(*image, *output, "N26", 0, 0.0F, progress, false);
+            .RunSkeletonCouprierZour(*image, *output, "N26", 0, angle, progress, false);
         const Bytes result = test::PixelsOf<unsigned char>(*output);
         if (sink.Asked() <= question) { // it was never cancelled
             EXPECT_EQ(result, whole);
@@ -512,7 +533,13 @@ TEST(RunSkeletonCouprierZour, CancelledAnywhereLeavesZeros) {
             ASSERT_LE(sink.Asked(), question + 8) << "goes on working";
         }
     }
-    EXPECT_GT(questions, 4 * 14);
+    EXPECT_GT(questions, 3 * 14);
+}
+
+TEST(RunSkeletonCouprierZour, CancelledAnywhereLeavesZeros) {
+    const StObject object = Foam(10, 14, 1);
+    ExpectZerosIfCancelled(object, 0.0F);
+    ExpectZerosIfCancelled(object, 1.0F);
 }
 
 TEST(EuclideanSkeleton, ReportsItsProgressInOnePhase) {
