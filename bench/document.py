@@ -20,17 +20,30 @@ def measured_on():
             f"{compiler.stdout.splitlines()[0] if compiler.stdout else 'unknown compiler'}, revision {version.stdout.strip()}.")
 
 
+def between_markers(path, topic):
+    """The parts of a document before, between and after the markers of a topic."""
+    begin, end = (f"<!-- script/bench {topic}: {word} -->\n" for word in ("begin", "end"))
+    before, rest = path.read_text(encoding="utf-8").split(begin)
+    content, after = rest.split(end)
+    return before + begin, content, end + after
+
+
+def replace_content(path, topic, lines):
+    """Replaces the lines between the markers of a topic."""
+    before, _, after = between_markers(path, topic)
+    path.write_text(before + "".join(line + "\n" for line in lines) + after, encoding="utf-8")
+
+
 def replace_table(path, topic, heading, rows, key):
     """Replaces rows of a table in a document, in which those with another `key` stay if the heading has not changed.
 
-    `heading` are the two lines that begin a table; `key(row)` orders the rows, too.
+    `heading` are the two lines that begin a table; `key(row)` orders the rows, too. Returns all rows.
     """
-    begin, end = (f"<!-- script/bench {topic}: {word} -->" for word in ("begin", "end"))
-    before, rest = path.read_text(encoding="utf-8").split(begin)
-    earlier, after = rest.split(end)
+    _, earlier, _ = between_markers(path, topic)
     head = "\n".join(heading) + "\n"
     if head in earlier:
         done = {key(row) for row in rows}
         rows = rows + [row for row in earlier.split(head)[1].splitlines() if key(row) not in done]
-    lines = [begin, measured_on(), "", *heading, *sorted(rows, key=key), end]
-    path.write_text(before + "\n".join(lines) + after, encoding="utf-8")
+    rows = sorted(rows, key=key)
+    replace_content(path, topic, [measured_on(), "", *heading, *rows])
+    return rows

@@ -5,21 +5,18 @@ growth.py BENCH PACK SCAN DOCUMENT EDGE SECONDS [PLUGIN ...]
 BENCH is the program PluginBench, PACK the library of plug-ins and SCAN a cube of 8-bit values. Volumes have edges from 64 up
 to EDGE, doubled each time. Each of them is a child process of its own. A run that would take more than SECONDS, judging by the
 next smaller volume, is left out, and so are larger ones; one that takes much longer nevertheless is stopped. The table replaces
-the one between the markers in DOCUMENT, unless plug-ins are named.
+the one between the markers in DOCUMENT, unless plug-ins are named, and its rows go to the pages of the plug-ins beside it.
 """
 
 import math
 import resource
-import signal
 import subprocess
 import sys
 from pathlib import Path
 
-from document import replace_table
+from document import replace_content, replace_table
 
 STRUCTURES = ["spheres", "solid", "foam", "scan"]
-# A time that is too short to be measured.
-UNKNOWN = ""
 # Structures that grow by a factor of 4 in length may take 1.5 times as long per pixel.
 GOAL = 1 + math.log(1.5) / math.log(4**3)
 
@@ -62,22 +59,21 @@ def measure(bench, pack, scan, structure, edge, case, limit):
     plugin, _, kind, arguments_for = case
     memory = available_bytes()
     command = [bench, pack, scan, structure, str(edge), kind, plugin, *arguments_for(edge)]
-    most_seconds = math.ceil(60 + 10 * limit)
+    # Not a limit of processor time: a process under one is timed by the ticks of the kernel, in steps of milliseconds.
+    most_seconds = math.ceil(60 + 30 * limit)
 
-    def set_limits():
-        # Processor time, because other programs may take most of the machine's.
-        resource.setrlimit(resource.RLIMIT_CPU, (most_seconds, most_seconds))
+    def limit_memory():
         resource.setrlimit(resource.RLIMIT_DATA, (memory, memory))
 
-    end = subprocess.run(command, capture_output=True, text=True, check=False, preexec_fn=set_limits)
-    if end.returncode in (-signal.SIGXCPU, -signal.SIGKILL):
+    try:
+        end = subprocess.run(command, capture_output=True, text=True, check=False, timeout=most_seconds, preexec_fn=limit_memory)
+    except subprocess.TimeoutExpired:
         return f"> {most_seconds} s"
     if end.returncode != 0:
         print(f"growth: {' '.join(command)}: {end.stderr.strip()}", file=sys.stderr)
         return "memory" if "bad_alloc" in end.stderr or "memory" in end.stderr else "fails"
     figures = [float(word) for word in end.stdout.split()]
-    # Processor time is counted coarsely on some virtual machines.
-    return figures if figures[0] > 0 else UNKNOWN
+    return figures
 
 
 def exponent(cells):
@@ -117,6 +113,23 @@ def place(line):
     return names.index(name), STRUCTURES.index(structure)
 
 
+def words_of(row):
+    return [word.strip() for word in row.strip("|").split("|")]
+
+
+def write_page(folder, plugin, heading, rows):
+    """Replaces the table on the page of a plug-in by its rows of the large table."""
+    rows = [words_of(row) for row in rows]
+    rows = [row for row in rows if row[0].split(",")[0] == plugin]
+    lines = ["CPU time on one thread in ns per pixel, while structures grow with the volume, the memory beyond the input in bytes per",
+             "pixel, and the longest time without a check for cancellation in ms ([Growth](performance.md#growth)):", ""]
+    for name in dict.fromkeys(row[0] for row in rows):
+        mode = name.partition(", ")[2]
+        lines += [f"| {mode or 'structure'} {heading[0][heading[0].index('| 64'):]}", heading[1].removeprefix("|---")]
+        lines += ["| " + " | ".join(row[1:]) + " |" for row in rows if row[0] == name] + [""]
+    replace_content(folder / f"{plugin}.md", "growth", lines[:-1])
+
+
 def main():
     bench, pack, scan, document, edge, limit, *wanted = sys.argv[1:]
     limit = float(limit)
@@ -130,11 +143,13 @@ def main():
             cells = {}
             for edge in edges:
                 cells[edge] = measure(bench, pack, scan, structure, edge, case, limit)
-                if cells[edge] != UNKNOWN and (isinstance(cells[edge], str) or 8 * cells[edge][0] > limit):
+                if isinstance(cells[edge], str) or 8 * cells[edge][0] > limit:
                     break
             lines.append(row(case, structure, edges, cells))
             print(lines[-1], flush=True)
-    replace_table(Path(document), "growth", heading(edges), lines, place)
+    rows = replace_table(Path(document), "growth", heading(edges), lines, place)
+    for plugin in dict.fromkeys(case[0] for case in CASES):
+        write_page(Path(document).parent, plugin, heading(edges), rows)
 
 
 if __name__ == "__main__":
