@@ -1,5 +1,6 @@
 #include "QuillonBase/Parallel.h"
 
+#include "QuillonBase/CJobRecording.h"
 #include "QuillonBase/CThreadLimit.h"
 
 #include <algorithm>
@@ -58,7 +59,22 @@ class CSharedWork {
 public:
     CSharedWork(std::int64_t count, IProgress& progress)
         : m_count(count)
-        , m_progress(progress) {}
+        , m_progress(progress) {
+        CJobRecording* const recording = CJobRecording::Current();
+        m_threadCount = recording == nullptr ? std::min<std::int64_t>(ThreadCount(), count) : 1;
+        if (recording == nullptr || recording->m_isInJob)
+            return;
+        m_recording = recording;
+        m_recording->Begin();
+    }
+    CSharedWork(const CSharedWork&) = delete;
+    CSharedWork& operator=(const CSharedWork&) = delete;
+    ~CSharedWork() {
+        if (m_recording != nullptr)
+            m_recording->End();
+    }
+
+    [[nodiscard]] std::int64_t ThreadsToUse() const { return m_threadCount; }
 
     /// Does one thread's share of the work. An exception ends the job and is stored.
     void TakePart(const std::function<void(CWorkerTurn&)>& work, bool isCaller) {
@@ -108,9 +124,13 @@ public:
         return !m_isCancelled;
     }
 
+    /// Claims the next item, if any is left.
     bool Claim(std::int64_t& item) {
-        item = m_next.fetch_add(1);
-        return item < m_count;
+        item = m_hasEnded ? m_count : m_next.fetch_add(1);
+        const bool hasItem = item < m_count;
+        if (m_recording != nullptr)
+            m_recording->MoveOn(hasItem);
+        return hasItem;
     }
     void CountItem() { ++m_done; }
     [[nodiscard]] bool HasEnded() const { return m_hasEnded; }
@@ -143,6 +163,8 @@ private:
 
     const std::int64_t m_count;
     IProgress& m_progress;
+    std::int64_t m_threadCount = 1;
+    CJobRecording* m_recording = nullptr; // if set, there is one thread
     std::int64_t m_reported = 0;
     bool m_isCancelled = false; // used by the calling thread only
     std::atomic<std::int64_t> m_next{0};
@@ -160,9 +182,8 @@ bool RunOnThreads(std::int64_t count, IProgress& progress, const std::function<v
         return false;
     {
         std::vector<std::jthread> helpers;
-        const std::int64_t threads = std::min<std::int64_t>(ThreadCount(), count);
         // If the system provides fewer threads than requested, these do the same work.
-        for (std::int64_t i = 1; i < threads; ++i) {
+        for (std::int64_t i = 1; i < shared.ThreadsToUse(); ++i) {
             shared.AddHelper();
             try {
                 helpers.emplace_back([&shared, &work] {
@@ -192,7 +213,7 @@ bool CWorkerTurn::Take(std::int64_t& item) {
         m_work.ReportSteps();
         (void)m_work.AskSink();
     }
-    m_hasItem = !m_work.HasEnded() && m_work.Claim(item);
+    m_hasItem = m_work.Claim(item);
     return m_hasItem;
 }
 
