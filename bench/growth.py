@@ -14,39 +14,12 @@ import subprocess
 import sys
 from pathlib import Path
 
+from cases import CASES, title
 from document import replace_content, replace_table
 
 STRUCTURES = ["spheres", "solid", "foam", "scan"]
 # Structures that grow by a factor of 4 in length may take 1.5 times as long per pixel.
 GOAL = 1 + math.log(1.5) / math.log(4**3)
-
-# Plug-in, name of the mode, pixel type, arguments for an edge of n. Lengths grow along.
-CASES = [
-    ("ConvexifyObjects", "", "binary", lambda _: []),
-    ("CylinderMask", "", "grey8", lambda n: [f"s={n / 2}", f"t={n / 2}", f"radius={n / 2}"]),
-    ("EuclideanSkeleton", "", "binary", lambda _: []),
-    ("ExactBisector", "", "binary", lambda _: []),
-    ("ExactMedialAxis", "", "binary", lambda _: []),
-    ("FeatureToImage", "", "grey8", lambda _: ["after=FieldFeaturesGrayValueImage"]),
-    ("FieldFeaturesGrayValueImage", "", "grey8", lambda _: []),
-    ("GaussFilter", "sigma n/64", "grey8", lambda n: [f"sigma={n / 64}"]),
-    ("Granulometry", "image", "binary", lambda _: ["returnImage=true"]),
-    ("Granulometry", "balls", "binary",
-     lambda _: ["returnImage=true", "experimental=true", "medialaxispoint-filtered=true"]),
-    ("LinearDt", "", "binary", lambda _: ["direction=x"]),
-    ("LocalEulerNumber", "", "binary", lambda _: []),
-    ("LocalFiberDirections", "radius n/64", "grey8", lambda n: [f"fiber_radius={n / 64}"]),
-    ("MarkSimplePoints", "", "binary", lambda _: []),
-    ("PartialDerivative", "", "greyf", lambda _: []),
-    ("PointwiseRelation", "", "grey8", lambda _: ["Image2=volume"]),
-    ("SegmNiblack", "window n/16", "grey8", lambda n: [f"windowsize={n // 16}"]),
-    ("SegmSauvola", "window n/16", "grey8", lambda n: [f"windowsize={n // 16}"]),
-    ("Skeleton", "", "binary", lambda _: []),
-    ("SphericalMorphology", "closing, radius n/16", "binary", lambda n: ["operation=closing", f"radius={n // 16}"]),
-    ("VoronoiEdtPlugin", "", "binary", lambda _: ["ComputeOn=foreground"]),
-    ("Watershed", "", "grey8", lambda _: []),
-    ("Watershed", "preflood n^3/1000", "grey8", lambda n: ["type=preflood", f"nParameter={n**3 // 1000}"]),
-]
 
 
 def available_bytes():
@@ -97,8 +70,7 @@ def row(case, structure, edges, cells):
         largest = max(done)
         memory = f"{done[largest][1] / largest**3:.1f}"
         pause = f"{max(cell[2] for cell in done.values()):.0f}"
-    name = case[0] + (f", {case[1]}" if case[1] else "")
-    return f"| {name} | {structure} | {' | '.join(times)} | {growth} | {memory} | {pause} |"
+    return f"| {title(case)} | {structure} | {' | '.join(times)} | {growth} | {memory} | {pause} |"
 
 
 def heading(edges):
@@ -109,8 +81,7 @@ def heading(edges):
 def place(line):
     """Where a row of the table belongs: plug-in, then structure."""
     name, structure = (cell.strip() for cell in line.split("|")[1:3])
-    names = [case[0] + (f", {case[1]}" if case[1] else "") for case in CASES]
-    return names.index(name), STRUCTURES.index(structure)
+    return [title(case) for case in CASES].index(name), STRUCTURES.index(structure)
 
 
 def words_of(row):

@@ -8,10 +8,10 @@ namespace Impl {
 class CSharedWork;
 } // namespace Impl
 
-/// While it exists, a `ParallelFor` on this thread divides its work for `ThreadCount()` threads, but processes
-/// all items on this thread, in order, and records the time that each of them takes. Benchmarks compute from
-/// these times how evenly the work would be distributed over more threads than there are processors; tests
-/// count the items.
+/// While it exists, a `ParallelFor` on this thread divides its work for `ThreadCount()` threads, but
+/// processes all items on this thread, in order, and records the time that each of them takes. Benchmarks
+/// compute from these times how evenly the work would be distributed over more threads than there are
+/// processors; tests count the items.
 ///
 /// A job that an item starts is part of the item. Create and destroy the object on the same thread. If there
 /// are several, the latest one records. Results are the same as without it. Memory: 8 bytes for each item.

@@ -35,8 +35,8 @@ void Compute(double seconds) {
 std::vector<std::int64_t> ItemsOf(std::int64_t count) {
     CProgressProxy none;
     std::vector<std::int64_t> items;
-    EXPECT_TRUE(ParallelFor(
-        count, none, [&items] { return [&items](std::int64_t item) { items.push_back(item); }; }));
+    EXPECT_TRUE(ParallelFor(count, none,
+                            [&items] { return [&items](std::int64_t item) { items.push_back(item); }; }));
     return items;
 }
 
@@ -85,7 +85,8 @@ TEST(JobRecording, WaitingCostsNothing) {
         return [](std::int64_t) { std::this_thread::sleep_for(std::chrono::milliseconds(50)); };
     }));
     const double used = static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
-    EXPECT_LE(recording.Jobs().front().front(), used + 1e-5); // the clock of the process counts in microseconds
+    EXPECT_LE(recording.Jobs().front().front(),
+              used + 1e-5); // the clock of the process counts in microseconds
 }
 
 TEST(JobRecording, ListsJobsInOrderUntilItEnds) {
