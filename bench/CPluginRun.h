@@ -27,17 +27,17 @@ struct StFigures {
 ///     PACK file VOLUME EDGE TYPE PLUGIN ...
 ///
 /// The first form makes a volume as `MakeStructure` does. The second reads one from a file without a header,
-/// which can have any type. `after` names a plug-in that has to measure the volume first; KEY=volume sends the
-/// volume as an image, and KEY=seeds:FILE a file of 32-bit labels.
+/// which can have any type. `after` names a plug-in that has to measure the volume first; KEY=volume sends
+/// the volume as an image, and KEY=seeds:FILE a file of 32-bit labels.
 class CPluginRun {
 public:
     /// Raises `std::runtime_error` for words that make no sense; there must be six at least.
     explicit CPluginRun(const std::vector<std::string>& words);
     ~CPluginRun();
 
-    /// Runs the plug-in. Raises `std::runtime_error` if it fails or refuses the volume. Pauses are measured only
-    /// if wanted: each question then costs a system call, which adds up to a quarter of the time of a plug-in
-    /// that asks for each row in several passes.
+    /// Runs the plug-in. Raises `std::runtime_error` if it fails or refuses the volume. Pauses are measured
+    /// only if wanted: each question then costs a system call, which adds up to a quarter of the time of a
+    /// plug-in that asks for each row in several passes.
     StFigures Run(bool takesPauses);
 
 private:

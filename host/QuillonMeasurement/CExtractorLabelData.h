@@ -16,7 +16,9 @@ namespace ORVEN {
 /// other. The offset of the header is added to the start positions. A missing axis has extent 1.
 ///
 /// Time: linear in the number of pixels. Memory: 56 bytes per label up to the greatest one that occurs, twice
-/// that at the end of the pass. A cancelled run measures the rows processed until then.
+/// that at the end of the pass. Each thread has such a table, unless these would take more memory than the
+/// image and 64 MiB: then a single thread starts again. The result does not depend on the number of threads.
+/// A cancelled run measures the rows processed until then.
 class CExtractorLabelData : public CAlgorithm {
 public:
     /// Greater labels are unlikely to be object numbers, and the tables for them would exceed 7 GiB. If an

@@ -1,5 +1,7 @@
+#include "support/CMemoryLimit.h"
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
+#include "support/CThreadCount.h"
 #include "support/MemoryRefusal.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
@@ -133,6 +135,103 @@ TEST(ExtractorLabelData, EqualsBruteForceOnRandomImagesOfAllTypes) {
         const auto binary = test::RandomImage<unsigned char>(IMAGE_BINARY_FG, size, random, 0, 2);
         ASSERT_TRUE(AreEqual(Measured(*binary), SlowlyMeasured<unsigned char>(*binary)));
     }
+}
+
+/// Runs of random labels, most of which occur in a single plane, as in a labelled image, up to `greatest`.
+template <class T>
+std::unique_ptr<CImage> LabelRuns(const IImage::CType& type, const CSize& size, std::mt19937& random,
+                                  std::uint32_t greatest) {
+    auto image = std::make_unique<CImage>(type, size, CSize(0, 0, 0));
+    const CImageView<T> view(*image);
+    const std::uint64_t ofPlane = greatest / static_cast<std::uint64_t>(view.nz);
+    for (std::int64_t z = 0; z < view.nz; ++z) {
+        for (std::int64_t y = 0; y < view.ny; ++y) {
+            T* const row = view.Row(y, z);
+            for (std::int64_t x = 0; x < view.nx;) {
+                const std::uint64_t near = ofPlane * static_cast<std::uint64_t>(z) + random() % (ofPlane + 1);
+                const std::uint64_t label = random() % 50 == 0 ? random() % (greatest + 1U) : near;
+                for (const std::int64_t end = x + 1 + static_cast<std::int64_t>(random() % 20);
+                     x < std::min(end, view.nx); ++x)
+                    row[x] = static_cast<T>(label);
+            }
+        }
+    }
+    return image;
+}
+
+TEST(ExtractorLabelData, IsTheSameForAnyNumberOfThreads) {
+    for (const unsigned seed : test::CRandomSeeds(0, 4)) {
+        std::mt19937 random(seed);
+        const auto one = static_cast<std::int64_t>(random() % 40);
+        // Large enough for eight threads.
+        const CSize size = seed % 2 == 0 ? CSize(90 + one, 80, 80) : CSize(600 + one, 1000);
+        std::vector<std::unique_ptr<CImage>> images;
+        images.push_back(LabelRuns<unsigned char>(IMAGE_BINARY_FG, size, random, 2));
+        images.push_back(LabelRuns<unsigned char>(IMAGE_GREY_8, size, random, 200));
+        images.push_back(LabelRuns<unsigned short>(IMAGE_GREY_16, size, random, 60000));
+        images.push_back(LabelRuns<std::uint32_t>(IMAGE_GREY_32, size, random, 300000));
+        for (const auto& image : images) {
+            SetOffset(*image, 10, 200, 3000);
+            StLabelingData expected;
+            {
+                const test::CThreadCount threads(1);
+                expected = Measured(*image);
+            }
+            for (const int count : {2, 3, 8}) {
+                const test::CThreadCount threads(count);
+                ASSERT_TRUE(AreEqual(Measured(*image), expected)) << image->Type().ToString() << " " << count;
+            }
+        }
+    }
+}
+
+TEST(ExtractorLabelData, ManyThreadsReportTheFirstExcessiveLabel) {
+    const test::CThreadCount threads(8);
+    CImage image(IMAGE_GREY_32, CSize(128, 128, 64), CSize(0, 0, 0));
+    const CImageView<std::uint32_t> view(image);
+    view.Row(3, 5)[7] = CExtractorLabelData::c_greatestLabel + 1;
+    view.Row(3, 60)[7] = 4294967295U;
+    StLabelingData data;
+    const auto raised =
+        test::Raised<CException>([&] { CExtractorLabelData(nullptr, nullptr).Extract(image, data); });
+    EXPECT_STREQ(raised.Message(), "Label 67108864 cannot be measured: the greatest is 67108863.");
+}
+
+TEST(ExtractorLabelData, OneThreadMeasuresWhereTablesOfManyWouldBeTooLarge) {
+    if (!test::CMemoryLimit::isEffective)
+        GTEST_SKIP() << "the sanitizer needs the address space for itself";
+    const test::CThreadCount threads(8);
+    CImage image(IMAGE_GREY_32, CSize(128, 128, 64), CSize(0, 0, 0));
+    // Twice the table and the numbers take 270 MB, eight tables would take 900 MB.
+    CImageView<std::uint32_t>(image).Row(3, 5)[7] = 2000000;
+    CImageView<std::uint32_t>(image).Row(3, 60)[7] = 2000000;
+    const test::CMemoryLimit limit(std::int64_t{400} << 20);
+    const StLabelingData data = Measured(image);
+    EXPECT_EQ(data.volume.size(), 2000001U);
+    EXPECT_EQ(data.volume.back(), 2);
+    EXPECT_EQ(data.extentZ.back(), 56);
+}
+
+TEST(ExtractorLabelData, StopsManyThreadsWhenCancelled) {
+    const test::CThreadCount threads(8);
+    struct CImpatientProgress : test::CRecordingProgress {
+        void Step(unsigned amount, int flag) override {
+            CRecordingProgress::Step(amount, flag);
+            isCancelled = true;
+        }
+    };
+    const CImage image(IMAGE_GREY_8, CSize(256, 512, 512), CSize(0, 0, 0));
+    CImpatientProgress progress;
+    CExtractorLabelData extractor(nullptr, nullptr);
+    extractor.SetProgress(CProgressProxy(&progress));
+    StLabelingData data;
+    extractor.Extract(image, data);
+    EXPECT_TRUE(progress.isFromOneThread);
+    EXPECT_EQ(progress.calls.front(), "Start 512 Measuring labels...");
+    EXPECT_EQ(progress.calls.back(), "Finish");
+    ASSERT_EQ(data.volume.size(), 1U);
+    // What was read is counted: whole items, and a piece of each one that was left.
+    EXPECT_GE(data.volume[0], static_cast<std::int64_t>(progress.steps));
 }
 
 TEST(ExtractorLabelData, AnImageWithoutPixelsHasNoLabels) {
