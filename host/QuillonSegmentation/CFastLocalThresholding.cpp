@@ -25,7 +25,9 @@
 // subtraction.
 //
 // Planes are divided into chunks, the units of parallel work, each of which sums its first window from
-// scratch. The start of each chunk depends only on the image and w.
+// scratch. The start of each chunk depends only on the image and w. Where there are too few chunks to keep
+// all threads busy, those of integers are divided into bands of rows. A band sums its first rows from scratch
+// and advances the planes of w more rows at both sides. Sums of floats depend on where they start.
 //
 // The inner loops are simple loops over a row, so that the compiler can vectorise them.
 
@@ -64,6 +66,7 @@ struct StTask {
         , y(input.ny, algorithm.m_nWindowSize)
         , z(input.nz, algorithm.m_nWindowSize)
         , chunkDepth(std::max<std::int64_t>(32, 2 * z.w + 1))
+        , bandCount(std::is_integral_v<T> ? BandCount() : 1)
         , isSauvola(algorithm.m_nMethod == c_sauvola)
         , k(algorithm.m_fCoefficient)
         , progress(algorithm.Progress()) {
@@ -77,7 +80,7 @@ struct StTask {
     [[nodiscard]] double CountYZ(std::int64_t row, std::int64_t plane) const {
         return static_cast<double>(y.Count(row) * z.Count(plane));
     }
-    [[nodiscard]] std::int64_t ChunkCount() const { return (z.length + chunkDepth - 1) / chunkDepth; }
+    [[nodiscard]] std::int64_t ItemCount() const { return ChunkCount() * bandCount; }
 
     CImageView<const T> input;
     CImageView<unsigned char> output;
@@ -85,6 +88,7 @@ struct StTask {
     StAxis y;
     StAxis z;
     std::int64_t chunkDepth;
+    std::int64_t bandCount; ///< of each chunk
     bool isSauvola;
     double k;
     IProgress& progress;
@@ -95,6 +99,18 @@ struct StTask {
     T center = 0;              ///< subtracted from floats before they are summed
     bool hasNonFinite = false; ///< for floats
     std::vector<T> outside;    ///< a row of pixels that contribute nothing to any sum
+
+private:
+    [[nodiscard]] std::int64_t ChunkCount() const { return (z.length + chunkDepth - 1) / chunkDepth; }
+
+    [[nodiscard]] std::int64_t BandCount() const {
+        constexpr std::int64_t itemsOfThread = 4;
+        constexpr std::int64_t leastRows = 16;
+        if (ThreadCount() == 1)
+            return 1;
+        const std::int64_t wanted = (itemsOfThread * ThreadCount() + ChunkCount() - 1) / ChunkCount();
+        return std::clamp<std::int64_t>(y.length / std::max(leastRows, 4 * y.w), 1, wanted);
+    }
 };
 
 constexpr bool IsFinite(std::uint32_t /*value*/) { return true; }
@@ -506,22 +522,26 @@ private:
     std::optional<StGaps> m_gaps;
 };
 
-/// Moves the window over the planes of a chunk. Checks for cancellation at each row, because one plane can
-/// take long.
+/// Moves the window over the planes of a chunk, in one of its bands. Checks for cancellation at each row,
+/// because one plane can take long.
 template <class T, class Thresholds>
-void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t chunk, CWorkerTurn& turn) {
+void ThresholdItem(const StTask<T>& task, Thresholds& thresholds, std::int64_t item, CWorkerTurn& turn) {
     const StAxis& axisY = task.y;
     const StAxis& axisZ = task.z;
-    const std::int64_t first = chunk * task.chunkDepth;
+    const std::int64_t first = item / task.bandCount * task.chunkDepth;
     const std::int64_t end = std::min(first + task.chunkDepth, axisZ.length);
+    const std::int64_t band = item % task.bandCount;
+    const std::int64_t firstY = band * axisY.length / task.bandCount;
+    const std::int64_t endY = (band + 1) * axisY.length / task.bandCount;
+    const std::int64_t firstEntering = axisY.First(firstY);
     for (std::int64_t z = first; z < end; ++z) {
         thresholds.ForEachSum([](auto& sums) { sums.ClearRow(); });
-        // The first w steps fill the window along y.
-        for (std::int64_t y = -axisY.w; y < axisY.length; ++y) {
+        // The first steps fill the window along y.
+        for (std::int64_t y = firstEntering - axisY.w; y < endY; ++y) {
             if (turn.IsCancelled())
                 return;
             const std::int64_t enter = y + axisY.w;
-            const std::int64_t leave = y - axisY.w - 1;
+            const std::int64_t leave = y - axisY.w > firstEntering ? y - axisY.w - 1 : -1;
             if (axisY.Contains(enter) && z == first) {
                 thresholds.ForEachSum([=](auto& sums) { sums.ClearPlaneRow(enter); });
                 for (std::int64_t plane = axisZ.First(z); plane <= axisZ.Last(z); ++plane) {
@@ -534,7 +554,7 @@ void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t 
                                          task.InputRow(enter, z - axisZ.w - 1));
             }
             thresholds.ForEachSum([=](auto& sums) { sums.SlideRow(enter, leave); });
-            if (y >= 0)
+            if (y >= firstY)
                 thresholds.ThresholdRow(y, z);
         }
     }
@@ -542,9 +562,9 @@ void ThresholdChunk(const StTask<T>& task, Thresholds& thresholds, std::int64_t 
 
 template <class Thresholds, class T>
 void ThresholdImage(const StTask<T>& task) {
-    ParallelFor(task.ChunkCount(), task.progress, [&task](CWorkerTurn& turn) {
-        return [&task, &turn, thresholds = std::make_unique<Thresholds>(task)](std::int64_t chunk) {
-            Impl::RunFor(Impl::BestVectors(), [&] { ThresholdChunk(task, *thresholds, chunk, turn); });
+    ParallelFor(task.ItemCount(), task.progress, [&task](CWorkerTurn& turn) {
+        return [&task, &turn, thresholds = std::make_unique<Thresholds>(task)](std::int64_t item) {
+            Impl::RunFor(Impl::BestVectors(), [&] { ThresholdItem(task, *thresholds, item, turn); });
         };
     });
 }
@@ -656,7 +676,7 @@ template <class T>
 void Threshold(StTask<T>& task) {
     // For 32 bits and floats, the range must be determined first, which counts as one step per plane.
     constexpr bool isSurveyed = sizeof(T) == 4;
-    const std::int64_t steps = task.ChunkCount() + (isSurveyed ? task.z.length : 0);
+    const std::int64_t steps = task.ItemCount() + (isSurveyed ? task.z.length : 0);
     task.progress.Start(static_cast<unsigned>(steps), "Local thresholding");
     bool isDone = true;
     if constexpr (isSurveyed) {

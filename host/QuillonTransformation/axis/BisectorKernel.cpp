@@ -23,9 +23,16 @@ namespace {
 
 const char* const c_function = "ComputeBisector";
 
-/// Number of planes that a thread processes in one piece. Each piece computes the projections of two more
-/// planes.
-constexpr std::int64_t c_slabDepth = 16;
+/// The number of planes that a thread processes in one piece. Each piece computes the projections of two more
+/// planes, so that there are only as many pieces as keep all threads busy.
+std::int64_t SlabDepth(std::int64_t planeCount) {
+    constexpr std::int64_t slabsOfThread = 4;
+    constexpr std::int64_t leastDepth = 4;
+    constexpr std::int64_t greatestDepth = 16;
+    if (ThreadCount() == 1)
+        return greatestDepth;
+    return std::clamp(planeCount / (slabsOfThread * ThreadCount()), leastDepth, greatestDepth);
+}
 
 /// From this number of points on, a single extended projection checks for cancellation.
 constexpr std::size_t c_manyPoints = 64;
@@ -183,6 +190,7 @@ struct StTask {
     const CImageView<float>& output;
     const CNearestSites& sites;
     float minimumAngle;
+    std::int64_t slabDepth;
 };
 
 class CSlabWorker {
@@ -194,8 +202,8 @@ public:
     }
 
     void operator()(std::int64_t slab, CWorkPace& pace) {
-        const std::int64_t begin = slab * c_slabDepth;
-        const std::int64_t end = std::min(begin + c_slabDepth, m_task.distance.nz);
+        const std::int64_t begin = slab * m_task.slabDepth;
+        const std::int64_t end = std::min(begin + m_task.slabDepth, m_task.distance.nz);
         const auto moveTo = [&](std::int64_t z) { return Plane(z).MoveTo(z, pace); };
         if (!moveTo(begin - 1) || !moveTo(begin))
             return;
@@ -266,7 +274,7 @@ private:
 void ComputeBisector(const IImage& squaredDistance, const IImage& mask, IImage& output, float minimumAngle,
                      const std::string& tablePath, IProgress& progress) {
     CWorkPace pace(progress);
-    const CSquaredDistanceView distance(c_function, squaredDistance, pace);
+    const CSquaredDistanceView distance(c_function, squaredDistance, progress, pace);
     RequireFitting(c_function, mask, IMAGE_BINARY_FG, squaredDistance);
     RequireFitting(c_function, output, IMAGE_GREY_F, squaredDistance);
     const CImageView<const unsigned char> selected(mask);
@@ -276,8 +284,8 @@ void ComputeBisector(const IImage& squaredDistance, const IImage& mask, IImage& 
     if (spheres == nullptr)
         return angles.Fill(0.0F);
     const CNearestSites sites(distance, *spheres);
-    const StTask task{distance, selected, angles, sites, minimumAngle};
-    const std::int64_t slabCount = (angles.nz + c_slabDepth - 1) / c_slabDepth;
+    const StTask task{distance, selected, angles, sites, minimumAngle, SlabDepth(angles.nz)};
+    const std::int64_t slabCount = (angles.nz + task.slabDepth - 1) / task.slabDepth;
     progress.Start(static_cast<unsigned>(slabCount), "bisector");
     const bool isDone = ParallelFor(slabCount, progress, [&task](CWorkerTurn& turn) {
         return [pace = CWorkPace(turn), worker = CSlabWorker(task)](std::int64_t slab) mutable {

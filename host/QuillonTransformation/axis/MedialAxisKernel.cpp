@@ -252,7 +252,7 @@ std::vector<std::uint8_t> Occurrences(const CSquaredDistanceView& distance, CWor
 void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t squaredRadius,
                     const std::string& tablePath, IProgress& progress) {
     CWorkPace pace(progress);
-    const CSquaredDistanceView distance(c_function, squaredDistance, pace);
+    const CSquaredDistanceView distance(c_function, squaredDistance, progress, pace);
     RequireFitting(c_function, output, IMAGE_BINARY_FG, squaredDistance);
     const CImageView<unsigned char> marks(output);
     const std::int32_t greatest = std::max(distance.Greatest(), 1);

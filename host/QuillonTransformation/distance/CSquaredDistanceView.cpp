@@ -5,6 +5,8 @@
 #include <sorblib2image/GreyTypeDispatch.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <vector>
 
 namespace ORVEN {
 
@@ -22,21 +24,46 @@ const IImage& Required(const char* function, const IImage& image) {
     return image;
 }
 
-std::uint32_t GreatestOf(const IImage& image, CWorkPace& pace) {
+/// Passes on the question whether the run is cancelled, and no progress: reading the distances takes too
+/// little time to be a phase.
+class CQuestions : public IProgress {
+public:
+    explicit CQuestions(IProgress& progress)
+        : m_progress(progress) {}
+
+    void Start(unsigned /*total*/, const char* /*text*/) override {}
+    void SetText(const char* /*text*/) override {}
+    void Step(unsigned /*amount*/, int /*flag*/) override {}
+    void SetPosition(unsigned /*position*/) override {}
+    void Finish() override {}
+    void Cancel() override { m_progress.Cancel(); }
+    bool IsCancelled() override { return m_progress.IsCancelled(); }
+
+private:
+    IProgress& m_progress;
+};
+
+/// Incomplete if cancelled; the pace is then cancelled, too.
+std::uint32_t GreatestOf(const IImage& image, IProgress& progress, CWorkPace& pace) {
     const CImageView<const std::uint32_t> view(image);
-    std::uint32_t greatest = 0;
-    ForEachRow(view, 1, pace, [&](std::int64_t y, std::int64_t z) {
+    std::vector<std::uint32_t> greatest(static_cast<std::size_t>(view.nz));
+    const auto readRow = [&](std::int64_t y, std::int64_t z) {
         const std::uint32_t* const row = view.Row(y, z);
         std::uint32_t greatestOfRow = 0;
         for (std::int64_t x = 0; x < view.nx; ++x)
             greatestOfRow = std::max(greatestOfRow, row[x]);
-        greatest = std::max(greatest, greatestOfRow);
-    });
-    return greatest;
+        std::uint32_t& greatestOfPlane = greatest[static_cast<std::size_t>(z)];
+        greatestOfPlane = std::max(greatestOfPlane, greatestOfRow);
+    };
+    CQuestions questions(progress);
+    if (!ForEachRowInParallel(view, 1, questions, "", readRow))
+        (void)pace.Add(CWorkPace::c_workPerQuestion);
+    return greatest.empty() ? 0 : *std::ranges::max_element(greatest);
 }
 
-std::int32_t PlausibleGreatest(const char* function, const IImage& image, CWorkPace& pace) {
-    const std::uint32_t greatest = GreatestOf(image, pace);
+std::int32_t PlausibleGreatest(const char* function, const IImage& image, IProgress& progress,
+                               CWorkPace& pace) {
+    const std::uint32_t greatest = GreatestOf(image, progress, pace);
     const CSize& size = image.Size();
     const std::int64_t radius = std::min<std::int64_t>((std::min({size.x, size.y, size.z}) + 1) / 2, 32767);
     if (greatest > radius * radius) {
@@ -51,12 +78,13 @@ std::int32_t PlausibleGreatest(const char* function, const IImage& image, CWorkP
 
 } // namespace
 
-CSquaredDistanceView::CSquaredDistanceView(const char* function, const IImage& image, CWorkPace& pace)
+CSquaredDistanceView::CSquaredDistanceView(const char* function, const IImage& image, IProgress& progress,
+                                           CWorkPace& pace)
     : nx(image.Size().x)
     , ny(image.Size().y)
     , nz(image.Size().z)
     , m_view(Required(function, image))
-    , m_greatest(PlausibleGreatest(function, image, pace)) {}
+    , m_greatest(PlausibleGreatest(function, image, progress, pace)) {}
 
 void RequireFitting(const char* function, const IImage& image, const IImage::CType& type,
                     const IImage& squaredDistance) {

@@ -17,9 +17,9 @@ class CSquaredDistanceView {
 public:
     /// Raises `CException`, in the name of `function`, "Image type %1 not supported." unless the type is
     /// IMAGE_GREY_32, "Image dimension %1 not supported." unless it is 3, and "Squared distance %1 in an
-    /// image of size %2." for a distance out of bounds. If the pace is cancelled, not all pixels have been
-    /// validated.
-    CSquaredDistanceView(const char* function, const IImage& image, CWorkPace& pace);
+    /// image of size %2." for a distance out of bounds. The pixels are read on all cores; if that is
+    /// cancelled, the pace is cancelled, and not all pixels have been validated.
+    CSquaredDistanceView(const char* function, const IImage& image, IProgress& progress, CWorkPace& pace);
 
     [[nodiscard]] const std::int32_t* Row(std::int64_t y, std::int64_t z) const { return m_view.Row(y, z); }
     /// Returns 0 for positions outside the image.

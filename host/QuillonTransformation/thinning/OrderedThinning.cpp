@@ -246,7 +246,7 @@ void ThinByDistance(const IImage& input, const IImage& squaredDistance, const II
                     const std::string& neighborhood, IProgress& progress, EnPlaceSize placeSize) {
     RequireSkeletonNeighborhood(neighborhood);
     CWorkPace pace(progress);
-    const CSquaredDistanceView distances(c_site, squaredDistance, pace);
+    const CSquaredDistanceView distances(c_site, squaredDistance, progress, pace);
     for (const IImage* image : {&input, &anchors, static_cast<const IImage*>(&output)})
         RequireFitting(c_site, *image, IMAGE_BINARY_FG, squaredDistance);
     const StImages images{CImageView<const unsigned char>(input), distances,

@@ -545,7 +545,7 @@ void ExpectSameForAnyThreadCount(const CSize& size) {
 using CFastLocalThresholdingThreads = CThreads;
 
 TEST_F(CFastLocalThresholdingThreads, GiveTheSameWhateverTheirNumber) {
-    for (const CSize& size : {CSize(13, 11, 200), CSize(37, 300)}) {
+    for (const CSize& size : {CSize(13, 11, 200), CSize(37, 300), CSize(5, 330, 40)}) {
         ExpectSameForAnyThreadCount<unsigned char>(size);
         ExpectSameForAnyThreadCount<unsigned short>(size);
         ExpectSameForAnyThreadCount<unsigned int>(size);
