@@ -278,6 +278,66 @@ bool ForEachTask(std::vector<StTask>& tasks, std::span<const StPlacedBall> balls
     return isDone;
 }
 
+/// The number of pieces of the balls of each task that keep all threads busy.
+std::size_t PieceCount(std::size_t taskCount, std::size_t ballCount) {
+    constexpr std::size_t itemsOfThread = 4;
+    constexpr std::size_t leastBalls = 1 << 10;
+    const auto threadCount = static_cast<std::size_t>(ThreadCount());
+    if (threadCount == 1)
+        return 1;
+    const std::size_t wanted = (itemsOfThread * threadCount + taskCount - 1) / taskCount;
+    return std::clamp<std::size_t>(ballCount / (taskCount * leastBalls), 1, wanted);
+}
+
+/// Replaces each task by several with the same box, each with a piece of its balls.
+std::vector<StTask> Split(std::vector<StTask> tasks, std::size_t pieceCount) {
+    if (pieceCount == 1)
+        return tasks;
+    std::vector<StTask> pieces;
+    for (StTask& task : tasks) {
+        const auto end = [&](std::size_t piece) {
+            return task.balls.begin() + static_cast<std::ptrdiff_t>(piece * task.balls.size() / pieceCount);
+        };
+        for (std::size_t piece = 0; piece < pieceCount; ++piece)
+            pieces.push_back({task.box, {end(piece), end(piece + 1)}});
+        task.balls = {};
+    }
+    return pieces;
+}
+
+/// Unites the parts of the boxes of split tasks again: those of each piece follow each other. Returns false
+/// if cancelled.
+bool Join(std::vector<StTask>& parts, std::size_t pieceCount, IProgress& progress) {
+    if (pieceCount == 1)
+        return true;
+    std::vector<StTask> joined(parts.size() / pieceCount);
+    progress.Start(static_cast<unsigned>(joined.size()), "opening sizes");
+    const bool isDone = ParallelForAtPace(std::ssize(joined), progress, [&] {
+        return [&](std::int64_t item, CWorkPace& pace) {
+            const auto place = static_cast<std::size_t>(item);
+            const std::size_t first = place / c_boxLanes * c_boxLanes * pieceCount + place % c_boxLanes;
+            const auto forEachPiece = [&](const auto& body) {
+                for (std::size_t piece = 0; piece < pieceCount; ++piece)
+                    body(parts[first + piece * c_boxLanes]);
+            };
+            std::vector<std::uint32_t>& balls = joined[place].balls;
+            std::size_t count = 0;
+            forEachPiece([&](const StTask& part) { count += part.balls.size(); });
+            balls.reserve(count);
+            forEachPiece([&](StTask& part) {
+                ForEachPiece(std::ssize(part.balls), 1, pace, [&](std::int64_t begin, std::int64_t end) {
+                    balls.insert(balls.end(), part.balls.begin() + begin, part.balls.begin() + end);
+                });
+                part.balls = {};
+            });
+            joined[place].box = parts[first].box;
+        };
+    });
+    progress.Finish();
+    parts = std::move(joined);
+    return isDone;
+}
+
 StTask WholeTask(const CLayerView<float>& output, std::size_t ballCount) {
     if (ballCount > std::numeric_limits<std::uint32_t>::max())
         throw std::length_error("too many balls for 32-bit indices");
@@ -295,6 +355,8 @@ bool CoverWithBalls(std::span<const StPlacedBall> balls, const CLayerView<float>
     std::vector<StTask> tasks{WholeTask(output, balls.size())};
     const std::int64_t pixelsOfTask = tasks.front().box.PixelCount() < 1 << 24 ? 1 << 15 : 1 << 18;
     while (tasks.front().box.PixelCount() > pixelsOfTask) {
+        const std::size_t pieceCount = PieceCount(tasks.size(), balls.size());
+        tasks = Split(std::move(tasks), pieceCount);
         std::vector<StTask> next(tasks.size() * c_boxLanes);
         const auto divide = [&, distributor = CDistributor(greatest)](
                                 const StTask& task, std::span<const StPlacedBall> ballsOfTask,
@@ -303,7 +365,7 @@ bool CoverWithBalls(std::span<const StPlacedBall> balls, const CLayerView<float>
             Divide(task, ballsOfTask, shape, distributor, std::span(next).subspan(place).first<c_boxLanes>(),
                    pace);
         };
-        if (!ForEachTask(tasks, balls, progress, divide))
+        if (!ForEachTask(tasks, balls, progress, divide) || !Join(next, pieceCount, progress))
             return false;
         std::erase_if(next, [](const StTask& task) { return task.box.PixelCount() == 0; });
         tasks = std::move(next);

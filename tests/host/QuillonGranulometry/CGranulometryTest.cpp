@@ -624,7 +624,7 @@ TEST(Granulometry, DoesNotDependOnTheNumberOfThreads) {
               StCall{.stepWidth = 1.5, .isFiltered = true, .isOnForeground = false, .mode = 1}}) {
             SetThreadCount(1);
             const StResult one = Measure(*image, call);
-            for (const int count : {2, 7}) {
+            for (const int count : {2, 3, 8, 16}) {
                 SetThreadCount(count);
                 EXPECT_EQ(Measure(*image, call), one) << count;
             }
