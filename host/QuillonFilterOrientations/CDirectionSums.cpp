@@ -86,14 +86,20 @@ private:
 
 CDirectionSums::CDirectionSums(const StPixelBox& area, const std::array<std::int64_t, 3>& subfieldSize)
     : m_area(area)
-    , m_subfieldSize(subfieldSize) {
-    std::int64_t count = 1;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
+    , m_subfieldSize(subfieldSize)
+    , m_subfieldCounts(CountSubfields(area, subfieldSize)) {
+    for (std::size_t axis = 0; axis < 3; ++axis)
         m_slices[axis].resize(static_cast<std::size_t>(area.Extent(axis)));
-        m_subfieldCounts[axis] = subfieldSize[axis] > 0 ? area.Extent(axis) / subfieldSize[axis] : 0;
-        count *= m_subfieldCounts[axis];
-    }
-    m_subfields.resize(static_cast<std::size_t>(count));
+    const auto& [x, y, z] = m_subfieldCounts;
+    m_subfields.resize(static_cast<std::size_t>(x * y * z));
+}
+
+std::array<std::int64_t, 3> CDirectionSums::CountSubfields(const StPixelBox& area,
+                                                           const std::array<std::int64_t, 3>& subfieldSize) {
+    std::array<std::int64_t, 3> counts{};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        counts[axis] = subfieldSize[axis] > 0 ? area.Extent(axis) / subfieldSize[axis] : 0;
+    return counts;
 }
 
 std::unique_ptr<IDirectionReceiver> CDirectionSums::MakeAdder() { return std::make_unique<CAdder>(*this); }

@@ -31,6 +31,10 @@ public:
     /// If a component of the size is 0, there are no subfields.
     CDirectionSums(const StPixelBox& area, const std::array<std::int64_t, 3>& subfieldSize);
 
+    /// The number of whole subfields along each axis; 0 if there are none.
+    static std::array<std::int64_t, 3> CountSubfields(const StPixelBox& area,
+                                                      const std::array<std::int64_t, 3>& subfieldSize);
+
     /// Returns a receiver that adds rows of the area. Each thread needs its own. Sums over slices across x
     /// are complete only once the receiver has been destroyed.
     [[nodiscard]] std::unique_ptr<IDirectionReceiver> MakeAdder();

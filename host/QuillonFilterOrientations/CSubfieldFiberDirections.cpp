@@ -7,6 +7,7 @@
 #include "QuillonFilterOrientations/StAxisAngles.h"
 #include "QuillonFilterOrientations/StFiberScale.h"
 
+#include <QuillonBase/AvailableMemory.h>
 #include <QuillonBase/CWorkPace.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CStringTools.h>
@@ -39,6 +40,14 @@ constexpr float c_noAngle = -1.0F;
 [[noreturn]] void ThrowUnsupportedDimension(int dimension) {
     throw CException(
         c_site, CString("Image dimension %1 not supported.", CString::ENC_UTF8).Arg(dimension, 0), nullptr);
+}
+
+/// A sum and the entry of the result for each subfield.
+void RequireMemoryForSubfields(const StPixelBox& area, const std::array<std::int64_t, 3>& subfieldSize) {
+    constexpr std::int64_t bytesOfEntry = 3500; // at least
+    const auto [x, y, z] = CDirectionSums::CountSubfields(area, subfieldSize);
+    RequireMemory(c_site, "The table of subfields",
+                  x * y * z * (std::int64_t{sizeof(StDirectionSum)} + bytesOfEntry));
 }
 
 /// Makes the key before the value is released: if memory runs out in between, the value must have an owner.
@@ -135,6 +144,9 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     const StFiberScale scale(image, m_fiberRadius);
     if (scale.area.IsEmpty())
         throw CException(c_site, "Image is too small for this fiber radius.", nullptr);
+    const std::array<std::int64_t, 3> subfieldSize =
+        isFieldOnly ? std::array<std::int64_t, 3>{} : SubfieldSize(scale.dimension);
+    RequireMemoryForSubfields(scale.area, subfieldSize);
     m_measurement.reset();
     auto foreground = mask != nullptr ? std::optional(CForeground(*mask))
                                       : CForeground::ByOtsu(image, m_otsuFactor, Progress());
@@ -144,8 +156,6 @@ CValueMap* CSubfieldFiberDirections::Compute(IImage& image, std::string& history
     auto measurement =
         std::make_unique<const StMeasurement>(StMeasurement{image, scale, std::move(*foreground)});
 
-    const std::array<std::int64_t, 3> subfieldSize =
-        isFieldOnly ? std::array<std::int64_t, 3>{} : SubfieldSize(scale.dimension);
     CDirectionSums sums(scale.area, subfieldSize);
     if (!measurement->Visit(*this, m_fiberRadius, [&] { return sums.MakeAdder(); }))
         return nullptr;

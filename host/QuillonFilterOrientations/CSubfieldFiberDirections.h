@@ -48,8 +48,8 @@ public:
     ///
     /// Raises `CException` "Image type %1 not supported." for another type of the image or a complex mask,
     /// "Image dimension %1 not supported.", and "Image is too small for this fiber radius." if no pixel is at
-    /// least the radius away from all borders. Raises `CExBadParam` for a mask of another size or a radius
-    /// that is not positive and finite.
+    /// least the radius away from all borders, and as `RequireMemory` for subfields whose sums and entries do
+    /// not fit. Raises `CExBadParam` for a mask of another size or a radius that is not positive and finite.
     CValueMap* Compute(IImage& image, std::string& history, IImage* mask, bool isFieldOnly);
 
     /// Computes the map of directions of a 2-d image, after `Compute`: a new IMAGE_GREY_F, owned by the

@@ -1,10 +1,12 @@
 #include "QuillonMeasurement/ConfigurationsHistograms.h"
 
+#include <QuillonBase/AvailableMemory.h>
 #include <sorblib2image/GreyTypeDispatch.h>
 #include <sorblib2image/ImageView.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <type_traits>
@@ -12,6 +14,8 @@
 namespace ORVEN {
 
 namespace {
+
+const char* const c_source = "ConfigurationsHistograms";
 
 constexpr std::size_t c_pixelsOfBlock = 8;
 constexpr std::size_t c_configurationCount = StConfigurationsHistograms::configurationCount;
@@ -149,7 +153,10 @@ template <class T>
 StConfigurationsHistograms Count(const CImage& image) {
     StConfigurationsHistograms histograms;
     histograms.greatestGreyValue = std::numeric_limits<T>::max();
-    histograms.counts.assign((std::size_t{histograms.greatestGreyValue} + 1) * c_configurationCount, 0);
+    const std::size_t count = (std::size_t{histograms.greatestGreyValue} + 1) * c_configurationCount;
+    RequireMemory(c_source, "The table of field features",
+                  static_cast<std::int64_t>(count * sizeof(std::uint64_t)));
+    histograms.counts.assign(count, 0);
 
     const CImageView<const T> pixels(image);
     const std::int64_t blocksOfRow = std::max<std::int64_t>(pixels.nx - 1, 0); // rows can be empty
@@ -175,7 +182,7 @@ StConfigurationsHistograms ConfigurationsHistograms(const CImage& image) {
         return Count<unsigned short>(image);
     if (type == IMAGE_GREY_8 || type == IMAGE_BINARY_FG)
         return Count<unsigned char>(image);
-    ThrowUnsupportedType("ConfigurationsHistograms", type);
+    ThrowUnsupportedType(c_source, type);
 }
 
 } // namespace ORVEN

@@ -28,7 +28,7 @@ struct StConfigurationsHistograms {
 /// pixels of a row must be contiguous; rows and planes may have any stride, as in an image with a border. An
 /// image with one layer has no blocks. Time: linear in the number of pixels (eight values are sorted per
 /// pixel) plus 256 times the number of grey values. Memory: 8 bytes times 256 times the number of grey
-/// values, that is 512 KiB or 128 MiB.
+/// values, that is 512 KiB or 128 MiB; raises as `RequireMemory` if that does not fit.
 StConfigurationsHistograms ConfigurationsHistograms(const CImage& image);
 
 } // namespace ORVEN

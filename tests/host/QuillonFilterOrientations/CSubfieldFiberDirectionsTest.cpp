@@ -4,6 +4,7 @@
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
 #include "support/FiberPhantom.h"
+#include "support/MemoryRefusal.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -892,6 +893,19 @@ std::string Refusal(CImage& image, const StSetup& setup) {
     });
     EXPECT_EQ(history, "FiberDirections(");
     return std::string(raised.Source()) + ": " + raised.Message();
+}
+
+TEST_F(FiberDirections, SubfieldsThatDoNotFitAreRefusedBeforeWorkBegins) {
+    CImage cube(IMAGE_GREY_8, CSize(48, 48, 48), CSize(0, 0, 0));
+    std::string history = "FiberDirections(";
+    test::CRecordingProgress progress;
+    test::ExpectRefusedForLackOfMemory("The table of subfields", [&] {
+        CSubfieldFiberDirections directions(1.0, 1.25, 1, 1, 1);
+        directions.SetProgress(CProgressProxy(&progress));
+        const std::unique_ptr<CValueMap> map(directions.Compute(cube, history, nullptr, false));
+    });
+    EXPECT_TRUE(progress.calls.empty());
+    EXPECT_EQ(history, "FiberDirections(");
 }
 
 TEST_F(FiberDirections, AnImageWithoutAPixelFarEnoughFromTheBordersIsRefused) {

@@ -1,4 +1,5 @@
 #include "support/CRandomSeeds.h"
+#include "support/MemoryRefusal.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 #include <QuillonMeasurement/ConfigurationsHistograms.h>
@@ -102,6 +103,12 @@ TEST(ConfigurationsHistograms, AnImageOfOneLayerOrNoneHasNoBlock) {
         for (const std::uint64_t count : ConfigurationsHistograms(image).counts)
             ASSERT_EQ(count, 0U);
     }
+}
+
+TEST(ConfigurationsHistograms, RefuseATableThatDoesNotFit) {
+    const CImage image(IMAGE_GREY_16, CSize(3, 3, 3), CSize(0, 0, 0));
+    test::ExpectRefusedForLackOfMemory("The table of field features",
+                                       [&] { (void)ConfigurationsHistograms(image); });
 }
 
 TEST(ConfigurationsHistograms, RefuseOtherTypes) {
