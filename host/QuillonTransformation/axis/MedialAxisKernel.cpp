@@ -1,7 +1,7 @@
 #include "QuillonTransformation/axis/MedialAxisKernel.h"
 
 #include "QuillonTransformation/axis/CCoveringTable.h"
-#include "QuillonTransformation/axis/CNearestSites.h"
+#include "QuillonTransformation/axis/CSphereVectors.h"
 #include "QuillonTransformation/axis/MedialAxisRows.h"
 #include "QuillonTransformation/distance/CSquaredDistanceView.h"
 
@@ -9,17 +9,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 // Nearly every pixel lies in the ball of one of its 26 neighbours. This is tested row by row, without
-// branches; only the axis and a few other pixels remain. If w leads from such a pixel x to its nearest
-// background pixel, a ball around x + v that contains the ball of x must not reach x + w either: |w - v|^2 >
-// M, that is, -2 w v >= the excess in the table. The sorted images of w and v show for all 48 images of v at
-// once whether any can satisfy this, which leaves a small part of the list.
+// branches; only the axis and a few other pixels remain. For these, the neighbours also show how far the
+// distance can rise: from x + e to x + v, its root increases by at most |v - e|. On the axis, it hardly rises
+// in any direction, so that most vectors v are ruled out at once, and D(x + v), which is rarely in the cache,
+// is read for few.
 
 namespace ORVEN {
 
@@ -32,59 +32,88 @@ struct StTask {
     const CSquaredDistanceView& distance;
     const CImageView<unsigned char>& output;
     const CCoveringTable& table;
-    const CNearestSites& sites;
     std::size_t farVectorCount;
     std::int64_t leastDistance;
 };
 
-/// A vector w to a nearest background pixel, stored as its sorted image and the mapping to it: component k of
-/// the sorted image of -w belongs to axis `axes[k]`, with the sign `signs[k]`.
-struct StDirection {
-    std::array<std::int16_t, 3> lengths{};
-    std::array<std::size_t, 3> axes{0, 1, 2};
-    std::array<std::int32_t, 3> signs{1, 1, 1};
-
-    StDirection() = default;
-    StDirection(std::int32_t x, std::int32_t y, std::int32_t z) {
-        const std::array<std::int32_t, 3> w{x, y, z};
-        std::ranges::sort(axes,
-                          [&w](std::size_t i, std::size_t j) { return std::abs(w[i]) > std::abs(w[j]); });
-        for (std::size_t k = 0; k < 3; ++k) {
-            lengths[k] = static_cast<std::int16_t>(std::abs(w[axes[k]]));
-            signs[k] = w[axes[k]] > 0 ? -1 : 1;
+/// The squared distances at a pixel and its 26 neighbours.
+class CNearDistances {
+public:
+    CNearDistances(const StRowNeighborhood& around, std::int64_t x, std::int64_t nx) {
+        // From the order of `StRowNeighborhood` to raster order.
+        constexpr std::array<std::size_t, 9> order{5, 1, 6, 2, 0, 3, 7, 4, 8};
+        for (std::size_t row = 0; row < order.size(); ++row) {
+            const std::int32_t* const pixel = around.rows[order[row]] + x;
+            m_distances[3 * row] = x > 0 ? pixel[-1] : 0;
+            m_distances[3 * row + 1] = pixel[0];
+            m_distances[3 * row + 2] = x + 1 < nx ? pixel[1] : 0;
         }
     }
 
-    /// Calls `body(x, y, z)` for the images v of a vector with -2 w v >= excess, until a call returns false.
-    /// Returns true if no call did.
+    /// The greatest of the neighbours one, two and three steps away.
+    [[nodiscard]] std::array<std::int32_t, 3> Greatest() const {
+        const auto greatestOf = [this](auto... places) { return std::max({m_distances[places]...}); };
+        return {greatestOf(4, 10, 12, 14, 16, 22), greatestOf(1, 3, 5, 7, 9, 11, 15, 17, 19, 21, 23, 25),
+                greatestOf(0, 2, 6, 8, 18, 20, 24, 26)};
+    }
+
+    /// Calls `body(x, y, z)` for the images v of a vector for which the neighbours on the way to v allow the
+    /// squared distance there to reach `limit`, until a call returns false. Returns true if no call did. Can
+    /// visit an image twice. `rests` are the lengths of the vector from these neighbours on.
     template <class Body>
-    bool ForEachOpposite(const StSortedVector& vector, std::int32_t excess, const Body& body) const {
-        return ForEachArrangement(vector, [&](std::int32_t a, std::int32_t b, std::int32_t c) {
-            const std::array<std::int32_t, 3> v{a, b, c};
-            const std::int32_t product = 2 * (lengths[0] * a + lengths[1] * b + lengths[2] * c);
-            return product < excess || ForEachSign<0>(v, product - excess, {}, body);
-        });
+    bool ForEachReachable(const StSortedVector& vector, const std::array<float, 3>& rests, std::int32_t limit,
+                          const Body& body) const {
+        const std::array<std::int32_t, 3> least = LeastOnTheWay(rests, limit);
+        std::array<std::int32_t, 3> image{};
+        const auto forEachSign = [this](std::size_t place, std::size_t axis, std::int32_t leastDistance,
+                                        const auto& visit) {
+            constexpr std::array<std::size_t, 3> strides{1, 3, 9};
+            const std::size_t before = place - strides[axis];
+            const std::size_t after = place + strides[axis];
+            return (m_distances[before] < leastDistance || visit(before, -1)) &&
+                   (m_distances[after] < leastDistance || visit(after, 1));
+        };
+        const auto forLast = [&](std::size_t place, std::size_t axis) {
+            return forEachSign(place, axis, least[2], [&](std::size_t, std::int32_t sign) {
+                image[axis] = sign * vector.c;
+                return body(image[0], image[1], image[2]);
+            });
+        };
+        const auto forMiddle = [&](std::size_t place, std::size_t axis, std::size_t last) {
+            return forEachSign(place, axis, least[1], [&](std::size_t next, std::int32_t sign) {
+                image[axis] = sign * vector.b;
+                return forLast(next, last);
+            });
+        };
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const std::size_t second = (axis + 1) % 3;
+            const std::size_t third = (axis + 2) % 3;
+            const bool isDone =
+                forEachSign(c_center, axis, least[0], [&](std::size_t next, std::int32_t sign) {
+                    image[axis] = sign * vector.a;
+                    return forMiddle(next, second, third) && forMiddle(next, third, second);
+                });
+            if (!isDone)
+                return false;
+        }
+        return true;
     }
 
 private:
-    /// Tries both signs of the components from the k-th on, as long as the product exceeds the limit by
-    /// enough.
-    template <std::size_t k, class Body>
-    [[nodiscard]] bool ForEachSign(const std::array<std::int32_t, 3>& v, std::int32_t spare,
-                                   std::array<std::int32_t, 3> image, const Body& body) const {
-        if constexpr (k == 3) {
-            return body(image[0], image[1], image[2]);
-        } else {
-            image[axes[k]] = signs[k] * v[k];
-            if (!ForEachSign<k + 1>(v, spare, image, body))
-                return false;
-            const std::int32_t loss = 4 * lengths[k] * v[k];
-            if (v[k] == 0 || loss > spare)
-                return true;
-            image[axes[k]] = -signs[k] * v[k];
-            return ForEachSign<k + 1>(v, spare - loss, image, body);
+    static constexpr std::size_t c_center = 13;
+
+    /// The squared distances without which the limit cannot be reached, one, two and three steps away.
+    static std::array<std::int32_t, 3> LeastOnTheWay(const std::array<float, 3>& rests, std::int32_t limit) {
+        const float root = std::sqrt(static_cast<float>(limit)) * c_roundingMargin;
+        std::array<std::int32_t, 3> least{};
+        for (std::size_t i = 0; i < least.size(); ++i) {
+            const float rest = std::max(root - rests[i], 0.0F);
+            least[i] = static_cast<std::int32_t>(rest * rest);
         }
+        return least;
     }
+
+    std::array<std::int32_t, 27> m_distances;
 };
 
 class CPlaneWorker {
@@ -96,9 +125,9 @@ public:
         , m_limits{m_outside, m_outside, m_outside}
         , m_isSelected(task.farVectorCount) {
         for (const StSortedVector& vector : task.table.FarVectors().first(task.farVectorCount)) {
-            m_doubleA.push_back(static_cast<std::int16_t>(2 * vector.a));
-            m_doubleB.push_back(static_cast<std::int16_t>(2 * vector.b));
-            m_doubleC.push_back(static_cast<std::int16_t>(2 * vector.c));
+            m_squares.push_back(vector.SquaredLength());
+            for (std::size_t i = 0; i < m_rests.size(); ++i)
+                m_rests[i].push_back(RestOf(vector, c_nearVectors[i]));
         }
     }
 
@@ -111,9 +140,15 @@ public:
 
 private:
     static constexpr std::int64_t c_unitsPerPixel = 4;
-    static constexpr std::size_t c_fewVectors = 3;
-    /// Units of work for a vector whose images are all tested.
+    /// Vectors are selected in pieces, because short ones cover most of the pixels that are covered at all.
+    static constexpr std::size_t c_vectorsPerPiece = 64;
+    /// Units of work for a selected vector.
     static constexpr std::int64_t c_unitsPerFarVector = 64;
+
+    static float RestOf(const StSortedVector& vector, const StSortedVector& neighbor) {
+        return static_cast<float>(
+            std::hypot(vector.a - neighbor.a, vector.b - neighbor.b, vector.c - neighbor.c));
+    }
 
     void MarkRow(std::int64_t y, std::int64_t z, CWorkPace& pace) {
         const std::int32_t* const distances = m_task.distance.Row(y, z);
@@ -123,7 +158,8 @@ private:
         if (std::all_of(distances, distances + nx, [](std::int32_t distance) { return distance == 0; }))
             return;
         FillLimits(distances);
-        FindCoveredByNearest(m_vectors, RowsAround(y, z), m_isCovered.data(), 1, nx - 1);
+        const StRowNeighborhood around = RowsAround(y, z);
+        FindCoveredByNearest(m_vectors, around, m_isCovered.data(), 1, nx - 1);
         m_isCovered.front() = IsCoveredByNearest(0, y, z) ? 1 : 0;
         m_isCovered.back() = IsCoveredByNearest(nx - 1, y, z) ? 1 : 0;
 
@@ -132,7 +168,7 @@ private:
             if (distance == 0 || distance < m_task.leastDistance ||
                 m_isCovered[static_cast<std::size_t>(x)] != 0)
                 continue;
-            marks[x] = IsCoveredFromFar(x, y, z, distance, pace) ? 0 : 1;
+            marks[x] = IsCoveredFromFar(x, y, z, around, pace) ? 0 : 1;
             if (pace.IsCancelled())
                 return;
         }
@@ -169,45 +205,37 @@ private:
         return false;
     }
 
-    /// Compares with all images of the first few vectors, which takes less time than the search for a nearest
-    /// background pixel.
-    [[nodiscard, gnu::noinline]] bool IsCoveredByFew(std::size_t count, std::int64_t x, std::int64_t y,
-                                                     std::int64_t z, std::int32_t distance,
-                                                     CWorkPace& pace) const {
+    bool IsCoveredFromFar(std::int64_t x, std::int64_t y, std::int64_t z, const StRowNeighborhood& around,
+                          CWorkPace& pace) {
+        const std::int32_t distance = around.rows[0][x];
+        const std::size_t count = std::min(m_isSelected.size(), m_task.table.FarVectorCountAt(distance));
+        if (count == 0)
+            return false;
+        const CNearDistances near(around, x, m_task.distance.nx);
+        const auto [oneStep, twoSteps, threeSteps] = near.Greatest();
+        const auto root = [](std::int32_t square) { return std::sqrt(static_cast<float>(square)); };
+        StReach reach{distance,
+                      {root(oneStep), root(twoSteps), root(threeSteps)},
+                      {m_rests[0].data(), m_rests[1].data(), m_rests[2].data()},
+                      m_squares.data()};
         const std::uint16_t* const excesses = m_task.table.FarExcesses(distance).data();
-        for (std::size_t i = 0; i < count; ++i) {
-            const StSortedVector& vector = m_task.table.FarVectors()[i];
-            const std::int32_t limit = distance + vector.SquaredLength() + excesses[i];
-            if (excesses[i] == CCoveringTable::c_never || limit > m_task.distance.Greatest())
-                continue;
-            (void)pace.Add(c_unitsPerFarVector);
-            const bool isUncovered = ForEachImage(vector, [&](int vx, int vy, int vz) {
-                return m_task.distance.At(x + vx, y + vy, z + vz) < limit;
-            });
-            if (!isUncovered)
+        for (std::size_t first = 0; first < count; first += c_vectorsPerPiece) {
+            const std::size_t end = std::min(first + c_vectorsPerPiece, count);
+            (void)pace.Add(static_cast<std::int64_t>(end - first) + c_unitsPerFarVector);
+            const bool isAnySelected = SelectReachable(m_vectors, reach.From(first), excesses + first,
+                                                       m_isSelected.data() + first, end - first);
+            if (isAnySelected && IsCoveredBySelected(first, end, x, y, z, distance, near, pace))
                 return true;
         }
         return false;
     }
 
-    // The comparisons take a fifth less time inlined, which the compiler does not always see.
-    [[gnu::flatten]] bool IsCoveredFromFar(std::int64_t x, std::int64_t y, std::int64_t z,
-                                           std::int32_t distance, CWorkPace& pace) {
-        const std::size_t count = std::min(m_isSelected.size(), m_task.table.FarVectorCountAt(distance));
-        if (count <= c_fewVectors)
-            return IsCoveredByFew(count, x, y, z, distance, pace);
-        StDirection direction;
-        m_task.sites.Visit(x, y, z, pace, [&direction](std::int32_t vx, std::int32_t vy, std::int32_t vz) {
-            direction = StDirection(vx, vy, vz);
-            return false;
-        });
-        (void)pace.Add(static_cast<std::int64_t>(count) + c_unitsPerFarVector);
+    /// Compares with the vectors from `first` to before `end` that are selected.
+    bool IsCoveredBySelected(std::size_t first, std::size_t end, std::int64_t x, std::int64_t y,
+                             std::int64_t z, std::int32_t distance, const CNearDistances& near,
+                             CWorkPace& pace) const {
         const std::uint16_t* const excesses = m_task.table.FarExcesses(distance).data();
-        if (!SelectOpposite(m_vectors, direction.lengths,
-                            {m_doubleA.data(), m_doubleB.data(), m_doubleC.data()}, excesses,
-                            m_isSelected.data(), count))
-            return false;
-        for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t i = first; i < end; ++i) {
             if (m_isSelected[i] == 0 || excesses[i] == CCoveringTable::c_never)
                 continue;
             const StSortedVector& vector = m_task.table.FarVectors()[i];
@@ -215,10 +243,9 @@ private:
             if (limit > m_task.distance.Greatest())
                 continue;
             (void)pace.Add(c_unitsPerFarVector);
-            const bool isUncovered =
-                direction.ForEachOpposite(vector, excesses[i], [&](int vx, int vy, int vz) {
-                    return m_task.distance.At(x + vx, y + vy, z + vz) < limit;
-                });
+            const bool isUncovered = near.ForEachReachable(
+                vector, {m_rests[0][i], m_rests[1][i], m_rests[2][i]}, limit,
+                [&](int vx, int vy, int vz) { return m_task.distance.At(x + vx, y + vy, z + vz) < limit; });
             if (!isUncovered)
                 return true;
         }
@@ -230,9 +257,8 @@ private:
     std::vector<std::int32_t> m_outside; ///< a row beyond the border
     std::vector<std::uint8_t> m_isCovered;
     std::array<std::vector<std::int32_t>, 3> m_limits;
-    std::vector<std::int16_t> m_doubleA; ///< twice the components of the far vectors
-    std::vector<std::int16_t> m_doubleB;
-    std::vector<std::int16_t> m_doubleC;
+    std::vector<std::int32_t> m_squares;       ///< of the lengths of the far vectors
+    std::array<std::vector<float>, 3> m_rests; ///< their lengths beyond the three kinds of neighbours
     std::vector<std::uint8_t> m_isSelected;
 };
 
@@ -261,11 +287,9 @@ void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t 
         occurs = Occurrences(distance, pace);
     const auto table =
         pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace, occurs);
-    const auto spheres = pace.IsCancelled() ? nullptr : SpheresForImage({}, greatest, pace);
-    if (table == nullptr || spheres == nullptr)
+    if (table == nullptr)
         return marks.Fill(0);
-    const CNearestSites sites(distance, *spheres);
-    const StTask task{distance, marks, *table, sites, table->FarVectorCount(greatest), squaredRadius};
+    const StTask task{distance, marks, *table, table->FarVectorCount(greatest), squaredRadius};
     progress.Start(static_cast<unsigned>(marks.nz), "medial axis");
     const bool isDone = ParallelFor(marks.nz, progress, [&task](CWorkerTurn& turn) {
         return [pace = CWorkPace(turn), worker = CPlaneWorker(task)](std::int64_t z) mutable {

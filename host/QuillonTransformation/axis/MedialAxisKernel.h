@@ -27,11 +27,11 @@ namespace ORVEN {
 /// have, "Look-up table '%1' is not usable: %2.", and as `RequireMemory` for a table that does not fit. A
 /// cancelled run returns early, with 0 everywhere.
 ///
-/// Time: linear in the number of pixels. A pixel on the axis takes one step per vector of the list whose ball
-/// fits the image (31 for balls of radius 20, 314 for 64), but none if its own squared distance is below 9.
-/// Memory: a table that depends on the largest
-/// distance, 0.2 MB for balls of radius 32 and 42 MB for 128, and beyond that on the distances that occur, at
-/// most 3 bytes per pixel with the built-in list.
+/// Time: linear in the number of pixels. A pixel that none of its 26 neighbours covers takes an arithmetic
+/// step, sixteen at once, per vector of the list whose ball fits the image (31 for balls of radius 20, 314
+/// for 64). Distances farther away are read only for the few vectors that the neighbours do not rule out.
+/// Memory: a table that depends on the largest distance, 0.2 MB for balls of radius 32 and 42 MB for 128, and
+/// beyond that on the distances that occur, at most 3 bytes per pixel with the built-in list.
 ///
 /// E. Remy, E. Thiel, Look-up tables for medial axis on squared Euclidean distance transform, 2003, and Exact
 /// medial axis with Euclidean distance, 2005.

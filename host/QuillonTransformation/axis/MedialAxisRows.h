@@ -19,6 +19,25 @@ struct StRowNeighborhood {
     std::array<const std::int32_t*, 3> limits;
 };
 
+/// Makes up for rounding errors where floats show what is out of reach: nothing that is within reach is lost.
+inline constexpr float c_roundingMargin = 1.0F - 0x1p-20F;
+
+/// What limits the distances D at the pixels x + v for a list of vectors v: sqrt(D(x + v)) is at most
+/// sqrt(D(x + e)) + |v - e| for every e.
+struct StReach {
+    std::int32_t distance; ///< D(x)
+    /// The greatest sqrt(D) one step away from x along one, two and three axes.
+    std::array<float, 3> roots;
+    /// For each v, its distances to the nearest of these three kinds of neighbours.
+    std::array<const float*, 3> rests;
+    const std::int32_t* squares; ///< |v|^2
+
+    /// The same for the vectors from a place in the list on.
+    [[nodiscard]] StReach From(std::size_t first) const {
+        return {distance, roots, {rests[0] + first, rests[1] + first, rests[2] + first}, squares + first};
+    }
+};
+
 namespace Impl {
 
 inline void FindCoveredInPiece(const StRowNeighborhood& around, std::uint8_t* __restrict isCovered,
@@ -56,15 +75,17 @@ inline void FindCoveredByNearest(const StRowNeighborhood& around, std::uint8_t* 
     FindCoveredInPiece(around, isCovered, end - length, length);
 }
 
-inline std::uint8_t SelectOpposite(const std::array<std::int16_t, 3>& w,
-                                   const std::array<const std::int16_t*, 3>& components,
-                                   const std::uint16_t* excesses, std::uint8_t* __restrict isSelected,
-                                   std::size_t count) {
-    const auto [a, b, c] = components;
+inline std::uint8_t SelectReachable(const StReach& reach, const std::uint16_t* excesses,
+                                    std::uint8_t* __restrict isSelected, std::size_t count) {
+    const auto [rest0, rest1, rest2] = reach.rests;
+    const auto [root0, root1, root2] = reach.roots;
+    const std::int32_t* const squares = reach.squares;
+    const std::int32_t distance = reach.distance;
     std::uint8_t any = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const std::int32_t product = w[0] * a[i] + w[1] * b[i] + w[2] * c[i];
-        const std::uint8_t selected = product >= excesses[i] ? 1 : 0;
+        const float most = std::min(std::min(root0 + rest0[i], root1 + rest1[i]), root2 + rest2[i]);
+        const auto limit = static_cast<float>(distance + squares[i] + excesses[i]);
+        const std::uint8_t selected = most * most >= limit * c_roundingMargin ? 1 : 0;
         isSelected[i] = selected;
         any |= selected;
     }
@@ -80,12 +101,12 @@ inline void FindCoveredByNearest(Impl::EnVectors vectors, const StRowNeighborhoo
     Impl::RunFor(vectors, [&] { Impl::FindCoveredByNearest(around, isCovered, begin, end); });
 }
 
-/// Marks the vectors v for which the product of w and v reaches the excess. Returns whether there is one.
-inline bool SelectOpposite(Impl::EnVectors vectors, const std::array<std::int16_t, 3>& w,
-                           const std::array<const std::int16_t*, 3>& components,
-                           const std::uint16_t* excesses, std::uint8_t* isSelected, std::size_t count) {
+/// Marks the vectors v for which D(x + v) can reach |v|^2 + D(x) + the excess, and perhaps some more. Returns
+/// whether there is one.
+inline bool SelectReachable(Impl::EnVectors vectors, const StReach& reach, const std::uint16_t* excesses,
+                            std::uint8_t* isSelected, std::size_t count) {
     std::uint8_t any = 0;
-    Impl::RunFor(vectors, [&] { any = Impl::SelectOpposite(w, components, excesses, isSelected, count); });
+    Impl::RunFor(vectors, [&] { any = Impl::SelectReachable(reach, excesses, isSelected, count); });
     return any != 0;
 }
 

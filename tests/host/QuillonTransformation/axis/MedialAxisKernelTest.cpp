@@ -20,6 +20,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -142,6 +144,47 @@ TEST(MarkMedialAxis, EqualsTheCentresOfMaximalBallsWhereBallsAreLarge) {
                 for (std::size_t axis = 0; axis < 3; ++axis)
                     square += (p[axis] - ball.first[axis]) * (p[axis] - ball.first[axis]);
                 return square < ball.second;
+            });
+        });
+        const Bytes axis = AxisOf(object);
+        ASSERT_EQ(axis, test::CentresOfMaximalBalls(object));
+        ASSERT_EQ(test::UnionOfBalls(object, axis), object.pixels);
+    }
+}
+
+TEST(MarkMedialAxis, EqualsTheCentresOfMaximalBallsOfFlatAndLongObjects) {
+    // Boxes from a line to a block, with a few holes.
+    for (const unsigned seed : test::CRandomSeeds(0, 60)) {
+        std::mt19937 random(seed);
+        test::Vector size{1 + static_cast<std::int64_t>(random() % 4),
+                          1 + static_cast<std::int64_t>(random() % 14),
+                          1 + static_cast<std::int64_t>(random() % 34)};
+        std::ranges::shuffle(size, random);
+        StObject object = Solid(size, 0);
+        for (std::size_t i = 0; i < seed % 4; ++i)
+            object.pixels[random() % object.pixels.size()] = 0;
+        ASSERT_EQ(AxisOf(object), test::CentresOfMaximalBalls(object));
+    }
+}
+
+TEST(MarkMedialAxis, EqualsTheCentresOfMaximalBallsBetweenFlatFacets) {
+    for (const unsigned seed : test::CRandomSeeds(0, 6)) {
+        std::mt19937 random(seed);
+        std::normal_distribution<double> component;
+        std::array<std::array<double, 3>, 7> normals{};
+        for (auto& normal : normals) {
+            for (double& value : normal)
+                value = component(random);
+            const double length = std::hypot(normal[0], normal[1], normal[2]);
+            for (double& value : normal)
+                value /= length;
+        }
+        const StObject object = ObjectOf({31, 27, 29}, [&normals](const test::Vector& p) {
+            return std::ranges::all_of(normals, [&p](const auto& normal) {
+                double height = 0.0;
+                for (std::size_t axis = 0; axis < 3; ++axis)
+                    height += normal[axis] * (static_cast<double>(p[axis]) - 14.0);
+                return height < 10.0;
             });
         });
         const Bytes axis = AxisOf(object);

@@ -2,6 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -65,38 +71,51 @@ TEST(MedialAxisRows, CoveredPixelsAreTheSameForAllVectorsAndLengths) {
     }
 }
 
-TEST(MedialAxisRows, SelectedVectorsAreTheSameForAllVectorsAndLengths) {
+TEST(MedialAxisRows, VectorsWithinReachAreSelectedWithAllVectorsAndLengths) {
     std::mt19937 random(2);
-    std::uniform_int_distribution<int> component(0, 2046);
-    std::uniform_int_distribution<int> excess(0, 0xFFFF);
     for (std::size_t length = 0; length <= 67; ++length) {
         SCOPED_TRACE(length);
-        const int scale = length % 2 == 0 ? 1 : 100; // short vectors and the longest
-        const std::array<std::int16_t, 3> w{static_cast<std::int16_t>(327 * scale), 120, 3};
-        std::array<std::vector<std::int16_t>, 3> components;
-        std::vector<std::uint16_t> excesses(length);
-        for (auto& values : components) {
+        const std::int32_t distance = length % 2 == 0 ? 300 : 1 << 29; // small balls and the largest
+        const auto root = static_cast<float>(std::sqrt(distance));
+        std::uniform_real_distribution<float> rest(0.0F, 50.0F);
+        std::array<std::vector<float>, 3> rests;
+        for (auto& values : rests) {
             for (std::size_t i = 0; i < length; ++i)
-                values.push_back(static_cast<std::int16_t>(component(random)));
+                values.push_back(rest(random));
         }
-        for (std::uint16_t& value : excesses)
-            value = static_cast<std::uint16_t>(excess(random));
-        std::vector<std::uint8_t> expected(length);
-        bool isAny = false;
+        std::vector<std::int32_t> squares(length);
+        std::vector<std::uint16_t> excesses(length);
+        std::vector<double> shares(length); // of the limit that can be reached
+        const StReach reach{distance,
+                            {root, root - 2.0F, root + 1.0F},
+                            {rests[0].data(), rests[1].data(), rests[2].data()},
+                            squares.data()};
         for (std::size_t i = 0; i < length; ++i) {
-            const std::int64_t product = std::int64_t{w[0]} * components[0][i] +
-                                         std::int64_t{w[1]} * components[1][i] +
-                                         std::int64_t{w[2]} * components[2][i];
-            expected[i] = product >= excesses[i] ? 1 : 0;
-            isAny = isAny || expected[i] != 0;
+            double most = std::numeric_limits<double>::max();
+            for (std::size_t k = 0; k < 3; ++k)
+                most = std::min(most, double{reach.roots[k]} + double{rests[k][i]});
+            // Every third limit is just within reach; the others are just out of reach.
+            const double missing =
+                std::max(std::floor(most * most) - distance, 0.0) +
+                static_cast<double>(i % 3) * std::max(2e-6 * static_cast<double>(distance), 1.0);
+            excesses[i] = static_cast<std::uint16_t>(std::fmod(missing, 30000.0));
+            squares[i] = static_cast<std::int32_t>(missing) - excesses[i];
+            shares[i] = most * most / (static_cast<double>(distance) + std::trunc(missing));
+        }
+        std::vector<std::uint8_t> baseline(length, 7);
+        (void)SelectReachable(EnVectors::BASELINE, reach, excesses.data(), baseline.data(), length);
+        for (std::size_t i = 0; i < length; ++i) {
+            const bool isWithinReach = shares[i] >= 1.0;
+            const bool isSelected = baseline[i] != 0;
+            EXPECT_TRUE(isSelected || !isWithinReach) << i;
+            EXPECT_TRUE(!isSelected || shares[i] > 1.0 - 2e-6) << i;
         }
         for (const EnVectors vectors : AllVectors()) {
             std::vector<std::uint8_t> isSelected(length, 7);
             const bool isAnySelected =
-                SelectOpposite(vectors, w, {components[0].data(), components[1].data(), components[2].data()},
-                               excesses.data(), isSelected.data(), length);
-            EXPECT_EQ(isSelected, expected) << static_cast<int>(vectors);
-            EXPECT_EQ(isAnySelected, isAny);
+                SelectReachable(vectors, reach, excesses.data(), isSelected.data(), length);
+            EXPECT_EQ(isSelected, baseline) << static_cast<int>(vectors);
+            EXPECT_EQ(isAnySelected, std::ranges::find(isSelected, 1) != isSelected.end());
         }
     }
 }
