@@ -224,7 +224,7 @@ TEST(MarkMedialAxis, BackgroundAroundTheImageChangesNothing) {
 TEST(MarkMedialAxis, IsTheSameForAnyNumberOfThreads) {
     std::mt19937 random(3);
     const auto distance = test::SquaredDistanceImage(
-        ObjectOf({23, 17, 30}, [&random](const test::Vector&) { return random() % 19 != 0; }));
+        ObjectOf({23, 37, 40}, [&random](const test::Vector&) { return random() % 19 != 0; }));
     SetThreadCount(1);
     const Bytes one = AxisOf(*distance);
     for (const int count : {2, 3, 7}) {
@@ -254,23 +254,23 @@ public:
 
 TEST(MarkMedialAxis, OfWhatWasDoneBeforeTheCancellationNothingStays) {
     const test::CThreadCount threads(1);
-    const StObject solid = Solid({5, 5, 9}, 0);
+    const StObject solid = Solid({5, 5, 40}, 0);
     const auto distance = test::SquaredDistanceImage(solid);
     const auto output = OutputFor(*distance);
     CImpatientProgress progress;
     MarkMedialAxis(*distance, *output, 0, {}, progress);
-    EXPECT_EQ(PixelsOf<unsigned char>(*output), Bytes(5 * 5 * 9, 0));
-    EXPECT_EQ(progress.calls, (std::vector<std::string>{"Start 9 medial axis", "Step 1 0", "Finish"}));
+    EXPECT_EQ(PixelsOf<unsigned char>(*output), Bytes(5 * 5 * 40, 0));
+    EXPECT_EQ(progress.calls, (std::vector<std::string>{"Start 3 medial axis", "Step 1 0", "Finish"}));
 }
 
-TEST(MarkMedialAxis, ReportsEachPlane) {
-    const auto distance = test::SquaredDistanceImage(Solid({3, 3, 3}, 1));
+TEST(MarkMedialAxis, ReportsEachBlock) {
+    const auto distance = test::SquaredDistanceImage(Solid({3, 33, 17}, 0));
     const auto output = OutputFor(*distance);
     test::CRecordingProgress progress;
     MarkMedialAxis(*distance, *output, 0, {}, progress);
-    EXPECT_EQ(progress.calls.front(), "Start 5 medial axis");
+    EXPECT_EQ(progress.calls.front(), "Start 4 medial axis");
     EXPECT_EQ(progress.calls.back(), "Finish");
-    EXPECT_EQ(progress.steps, 5U);
+    EXPECT_EQ(progress.steps, 4U);
     EXPECT_TRUE(progress.isFromOneThread);
 }
 
