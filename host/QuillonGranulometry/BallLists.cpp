@@ -1,5 +1,7 @@
 #include "QuillonGranulometry/BallLists.h"
 
+#include <QuillonBase/AvailableMemory.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -50,6 +52,10 @@ CBallList SortedLargeBalls(StBalls& balls, CWorkPace& pace) {
     std::size_t count = 0;
     for (const std::vector<StPlacedBall>& ofBlock : balls.large)
         count += ofBlock.size();
+    // The blocks are freed while the list is filled, which makes room for sorting it and for the copies of
+    // the balls of a box.
+    RequireMemory("SortedLargeBalls", "The list of balls",
+                  static_cast<std::int64_t>(count * (sizeof(StPlacedBall) + sizeof(std::uint32_t))));
     CBallList list(count);
     for (std::vector<StPlacedBall>& ofBlock : balls.large) {
         list.Append(ofBlock);

@@ -31,7 +31,8 @@ private:
     std::unique_ptr<StPlacedBall[]> m_balls;
 };
 
-/// Moves the large balls to one list, largest first. Incomplete if cancelled.
+/// Moves the large balls to one list, largest first. Incomplete if cancelled. Raises as `RequireMemory` if
+/// the list and an index for each ball do not fit.
 [[nodiscard]] CBallList SortedLargeBalls(StBalls& balls, CWorkPace& pace);
 
 } // namespace ORVEN

@@ -34,8 +34,9 @@ public:
     /// thicknesses of 1 to 6 pixels give 2, 2, 4, 4, 6 and 6.
     ///
     /// Raises `CException` "Image type %1 not supported.", and `CExBadParam` if the sizes differ, if an
-    /// extent is 65535 or more, or if squared distances exceed 2^30. A cancelled run returns early with an
-    /// output of 0 and an empty histogram. The result does not depend on the number of threads.
+    /// extent is 65535 or more, or if squared distances exceed 2^30; and as `RequireMemory` for a list of
+    /// balls that does not fit. A cancelled run returns early with an output of 0 and an empty histogram. The
+    /// result does not depend on the number of threads.
     ///
     /// Time: linear in the number of pixels for distances, small balls and output. Larger balls are assigned
     /// to boxes of pixels, at a cost per pixel that depends little on their radii: measured, it doubles at

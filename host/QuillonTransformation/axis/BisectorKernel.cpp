@@ -3,7 +3,9 @@
 #include "QuillonTransformation/axis/CNearestSites.h"
 #include "QuillonTransformation/distance/CSquaredDistanceView.h"
 
+#include <QuillonBase/AvailableMemory.h>
 #include <QuillonBase/CWorkPace.h>
+#include <QuillonBase/Parallel.h>
 
 #include <algorithm>
 #include <array>
@@ -22,6 +24,7 @@ namespace ORVEN {
 namespace {
 
 const char* const c_function = "ComputeBisector";
+const char* const c_lists = "The list of nearest background pixels";
 
 /// The number of planes that a thread processes in one piece. Each piece computes the projections of two more
 /// planes, so that there are only as many pieces as keep all threads busy.
@@ -62,6 +65,7 @@ private:
     /// Some sites are lost if cancelled.
     [[gnu::noinline]] void Grow(CWorkPace& pace) {
         const std::size_t capacity = std::max<std::size_t>(2 * m_capacity, 1 << 12);
+        RequireMemory(c_function, c_lists, static_cast<std::int64_t>(capacity * sizeof(StSite)));
         auto moved = std::make_unique_for_overwrite<StSite[]>(capacity);
         ForEachPiece(static_cast<std::int64_t>(m_size), 2, pace, [&](std::int64_t first, std::int64_t end) {
             std::copy(m_sites.get() + first, m_sites.get() + end, moved.get() + first);
@@ -83,6 +87,11 @@ public:
         , m_nx(distance.nx)
         , m_entryCount(distance.nx * distance.ny)
         , m_entries(std::make_unique_for_overwrite<StEntry[]>(static_cast<std::size_t>(m_entryCount))) {}
+
+    /// The memory in bytes for the pixels of a plane, without their projections.
+    [[nodiscard]] static std::int64_t BytesFor(const CSquaredDistanceView& distance) {
+        return distance.nx * distance.ny * std::int64_t{sizeof(StEntry)};
+    }
 
     /// Returns false if cancelled.
     bool MoveTo(std::int64_t z, CWorkPace& pace) {
@@ -197,8 +206,13 @@ class CSlabWorker {
 public:
     explicit CSlabWorker(const StTask& task)
         : m_task(task) {
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < c_planes; ++i)
             m_planes.emplace_back(task.distance, task.sites);
+    }
+
+    /// The memory in bytes that a worker takes from the beginning.
+    [[nodiscard]] static std::int64_t BytesFor(const CSquaredDistanceView& distance) {
+        return c_planes * CPlaneProjections::BytesFor(distance);
     }
 
     void operator()(std::int64_t slab, CWorkPace& pace) {
@@ -216,12 +230,15 @@ public:
     }
 
 private:
+    static constexpr int c_planes = 3;
     /// Units of work for projecting a pixel, and for each point of its extended projection.
     static constexpr std::int64_t c_unitsPerPixel = 128;
     static constexpr std::int64_t c_unitsPerPoint = 16;
     static constexpr std::int64_t c_unitsPerReport = 1 << 14;
 
-    CPlaneProjections& Plane(std::int64_t z) { return m_planes[static_cast<std::size_t>((z + 3) % 3)]; }
+    CPlaneProjections& Plane(std::int64_t z) {
+        return m_planes[static_cast<std::size_t>((z + c_planes) % c_planes)];
+    }
 
     void ComputeRow(std::int64_t y, std::int64_t z, CWorkPace& pace) {
         const std::int32_t* const distances = m_task.distance.Row(y, z);
@@ -286,6 +303,8 @@ void ComputeBisector(const IImage& squaredDistance, const IImage& mask, IImage& 
     const CNearestSites sites(distance, *spheres);
     const StTask task{distance, selected, angles, sites, minimumAngle, SlabDepth(angles.nz)};
     const std::int64_t slabCount = (angles.nz + task.slabDepth - 1) / task.slabDepth;
+    RequireMemory(c_function, c_lists,
+                  std::min<std::int64_t>(ThreadCount(), slabCount) * CSlabWorker::BytesFor(distance));
     progress.Start(static_cast<unsigned>(slabCount), "bisector");
     const bool isDone = ParallelFor(slabCount, progress, [&task](CWorkerTurn& turn) {
         return [pace = CWorkPace(turn), worker = CSlabWorker(task)](std::int64_t slab) mutable {

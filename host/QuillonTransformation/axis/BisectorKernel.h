@@ -24,7 +24,8 @@ namespace ORVEN {
 /// speed, not the result.
 ///
 /// Raises `CException` for a type, size or dimension that does not fit, for distances that no such object can
-/// have, and "Look-up table '%1' is not usable: %2.". A cancelled run returns early, with 0 everywhere.
+/// have, "Look-up table '%1' is not usable: %2.", and as `RequireMemory` for lists that do not fit. A
+/// cancelled run returns early, with 0 everywhere.
 ///
 /// Time: linear in the number of selected pixels. Memory: per thread, about 20 bytes for each pixel of three
 /// planes.

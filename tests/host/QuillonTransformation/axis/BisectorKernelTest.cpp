@@ -7,6 +7,7 @@
 #include "support/CRandomSeeds.h"
 #include "support/CRecordingProgress.h"
 #include "support/CThreadCount.h"
+#include "support/MemoryRefusal.h"
 #include "support/Raised.h"
 #include "support/TestImage.h"
 
@@ -266,6 +267,17 @@ TEST(ComputeBisector, RunsThroughDistancesThatAreNone) {
         for (const float angle : PixelsOf<float>(*output))
             ASSERT_TRUE(angle >= 0.0F && angle <= c_pi) << seed;
     }
+}
+
+TEST(ComputeBisector, RefusesPlanesWhoseListsDoNotFit) {
+    const test::CThreadCount threads(1);
+    const CSize size(2000, 1600, 1);
+    const CImage distance(IMAGE_GREY_32, size, CSize(0, 0, 0));
+    const CImage mask(IMAGE_BINARY_FG, size, CSize(0, 0, 0));
+    CImage output(IMAGE_GREY_F, size, CSize(0, 0, 0));
+    CProgressProxy progress;
+    test::ExpectRefusedForLackOfMemory("The list of nearest background pixels",
+                                       [&] { ComputeBisector(distance, mask, output, 0.0F, {}, progress); });
 }
 
 // --- tables ---
