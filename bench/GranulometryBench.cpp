@@ -131,7 +131,7 @@ int main(int argc, char** argv) {
     SetThreadCount(1);
     std::printf("%-15s%14s%18s%9s%15s\n", "CPU time", "distances ns", "opening sizes ns", "ratio",
                 "largest radius");
-    for (const std::int64_t edge : {128, 256, 320}) {
+    for (const std::int64_t edge : {128, 256, 320, 512}) {
         CompareWithDistanceMap("foam", *bench::BooleanModel(edge, edge / 24, edge / 8));
         CompareWithDistanceMap("solid", Solid(edge));
     }
