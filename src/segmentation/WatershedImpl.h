@@ -2,7 +2,7 @@
 
 #include "segmentation/CBasins.h"
 #include "segmentation/PixelSort.h"
-#include "segmentation/floods/CFloodStates.h"
+#include "segmentation/floods/CFloodLabels.h"
 #include "segmentation/floods/CLevelEnds.h"
 #include "segmentation/floods/CPixelQueue.h"
 #include "segmentation/floods/WatershedChecks.h"
@@ -42,11 +42,11 @@ namespace ORVEN {
 /// WatershedCriteria.h.
 ///
 /// Time, besides the sort: linear in the number of pixels times neighbours, even if the criterion refuses
-/// minima. Memory besides the images: 6 bytes per pixel for the order of the pixels, three eighths of a byte
-/// per pixel for states and levels, and 6 bytes per pixel in the queue, which is usually small. A criterion
-/// that counts pixels takes 8 more bytes per minimum. This is never more than 16.5 bytes per pixel, because
-/// at most every second pixel is a minimum. Before the flood, a sort beyond 16 bits takes up to 16 bytes per
-/// pixel. Runs on one thread.
+/// minima. Memory besides the images: 6 bytes per pixel for the order of the pixels, 5 for the labels during
+/// the flood (see CFloodLabels.h), up to a quarter for the levels, and 6 bytes per pixel in the queue, which
+/// is usually small. A criterion that counts pixels takes 8 more bytes per minimum. This is never more than
+/// 18.5 bytes per pixel, because a minimum is not in the queue and at most every second pixel is one. Before
+/// the flood, a sort beyond 16 bits takes up to 16 bytes per pixel. Runs on one thread.
 ///
 /// Source: L. Vincent, P. Soille, *Watersheds in digital spaces: an efficient algorithm based on immersion
 /// simulations*, IEEE PAMI 13(6), 1991. The paper keeps distances in a separate image; here the order of the
@@ -87,20 +87,19 @@ public:
         const std::unique_ptr<IImage::IAccess> access(output.CreateAccess(false));
         Impl::LockWhole(*access, output.Size(), IImage::LOCK_READ_WRITE);
         const C criterion(parameters);
-        TakeLabels(*access, output.Size());
+        TakeOutput(*access, output.Size());
         CWorkPace pace(progress);
-        const bool isDone = (seeds == nullptr || TakeSeeds(pace)) &&
-                            Flood(levels, criterion, seeds == nullptr, progress, pace);
-        if (m_hasRefused || !isDone)
-            MaskOpen();
-        if (!isDone)
+        const bool isFlooded = (seeds == nullptr || TakeSeeds(pace)) &&
+                               Flood(levels, criterion, seeds == nullptr, progress, pace);
+        if (!GiveLabels(pace) || !isFlooded)
             return 0;
         access->Unlock();
         return seeds != nullptr ? highestSeed : m_currentLabel;
     }
 
 private:
-    using States = CFloodStates<N>;
+    using Labels = CFloodLabels<N>;
+    using Place = typename Labels::Place;
 
     /// The pixels in the order of the flood.
     struct StLevels {
@@ -122,56 +121,66 @@ private:
     /// The name under which the engine raises errors; contract wording.
     using Site = Impl::CJoinedText<siteBegin, siteDimension, siteId, siteEnd>;
 
-    void TakeLabels(IImage::IAccess& access, const CSize& size) {
+    void TakeOutput(IImage::IAccess& access, const CSize& size) {
         const CPos strides = access.Strides();
-        m_labels = static_cast<unsigned char*>(access.Data());
+        m_output = static_cast<unsigned char*>(access.Data());
         m_strideX = strides.x;
         m_strideY = strides.y;
         m_strideZ = N::dimension == 3 ? strides.z : 0;
         m_size = {static_cast<std::int16_t>(size.x), static_cast<std::int16_t>(size.y),
                   static_cast<std::int16_t>(N::dimension == 3 ? size.z : 1)};
-        for (std::size_t slot = 0; slot < States::slotCount; ++slot) {
-            const auto& offset = States::offsets[slot];
-            m_steps[slot] = offset.dx * m_strideX + offset.dy * m_strideY + offset.dz * m_strideZ;
-        }
-        // Labels are read in rows only if the labels of a row are contiguous.
-        const bool areLabelsPacked = m_strideX == sizeof(std::uint32_t);
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            const int behind = axis == 0 ? 3 : 2;
-            m_insideCount[axis] =
-                static_cast<std::uint16_t>(areLabelsPacked ? std::max(0, m_size[axis] - behind) : 0);
-        }
-        m_states.Clear(size);
+        for (std::size_t i = 0; i < N::count; ++i)
+            m_outputSteps[i] = N::dx[i] * m_strideX + N::dy[i] * m_strideY + N::dz[i] * m_strideZ;
+        m_labels.Clear(size);
         m_currentLabel = 0;
         m_currentLevel = 0;
-        m_hasRefused = false;
         m_basins.Clear();
         m_queue.Clear();
     }
 
-    /// Seeds are final from the start. A seed with the value `LabelMask` counts as an open pixel. Returns
-    /// false if cancelled, like all functions below that take a pace.
-    bool TakeSeeds(CWorkPace& pace) {
+    /// Calls `body(firstPixel)` for all rows until it returns false; returns whether it never did.
+    template <class Body>
+    bool ForEachRow(const Body& body) const {
         for (std::int16_t z = 0; z < m_size[2]; ++z) {
             for (std::int16_t y = 0; y < m_size[1]; ++y) {
-                TakeSeedsOfRow(y, z);
-                if (pace.Add(m_size[0]))
+                if (!body(StPixelPosition{0, static_cast<std::uint16_t>(y), static_cast<std::uint16_t>(z)}))
                     return false;
             }
         }
         return true;
     }
 
-    void TakeSeedsOfRow(std::int16_t y, std::int16_t z) {
-        for (std::int16_t x = 0; x < m_size[0]; ++x) {
-            const StPixelPosition pixel{static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y),
-                                        static_cast<std::uint16_t>(z)};
-            const std::uint32_t label = Label(pixel);
-            if (IsFinalLabel(label))
-                m_states.SetFinal(pixel);
-            else if (label == LabelMask)
-                m_states.SetOpen(pixel);
-        }
+    /// Takes the seeds from the output. They are final from the start. A seed with the value `LabelMask`
+    /// counts as an open pixel. Returns false if cancelled, like all functions below that take a pace.
+    bool TakeSeeds(CWorkPace& pace) {
+        return ForEachRow([&](StPixelPosition first) {
+            const unsigned char* address = Address(first);
+            for (std::int64_t x = 0; x < m_size[0]; ++x, address += m_strideX) {
+                const std::uint32_t label = *reinterpret_cast<const std::uint32_t*>(address);
+                if (label != LabelInit)
+                    m_labels.SetLabel(m_labels.At(first) + x, label);
+            }
+            return !pace.Add(m_size[0]);
+        });
+    }
+
+    /// Writes the labels to the output; after a cancellation those of the levels so far.
+    bool GiveLabels(CWorkPace& pace) {
+        ForEachRow([&](StPixelPosition first) {
+            const Place place = m_labels.At(first);
+            unsigned char* const row = Address(first);
+            const auto give = [&](std::int64_t stride) {
+                for (std::int64_t x = 0; x < m_size[0]; ++x)
+                    *reinterpret_cast<std::uint32_t*>(row + x * stride) = m_labels.Label(place + x);
+            };
+            if (m_strideX == sizeof(std::uint32_t))
+                give(sizeof(std::uint32_t)); // a constant, for vector instructions
+            else
+                give(m_strideX);
+            (void)pace.Add(m_size[0]);
+            return true;
+        });
+        return !pace.IsCancelled();
     }
 
     static bool TakeEnds(const std::vector<std::uint64_t>& starts, CLevelEnds& ends, CWorkPace& pace) {
@@ -199,9 +208,7 @@ private:
             std::uint64_t openEnd = first;
             if (!Mark(levels, first, end, openEnd, pace) || !Spread(pace))
                 return false;
-            const bool isDone = makesRegions ? MakeRegions(levels, first, openEnd, criterion, pace)
-                                             : MaskOpen(levels, first, openEnd, pace);
-            if (!isDone)
+            if (makesRegions && !MakeRegions(levels, first, openEnd, criterion, pace))
                 return false;
         }
         return !progress.IsCancelled();
@@ -238,29 +245,36 @@ private:
         return true;
     }
 
-    /// Opens the pixels of a level, except those next to a region or a line, which go into the queue. Pixels
-    /// that are queued, or open only while the level is processed, are not marked in the label image.
+    /// Opens the pixels of a level, except those next to a region or a line, which go into the queue.
     ///
     /// The opened pixels are moved to the front of the level, because only they are visited again. `openEnd`,
     /// which is `first` before, is the end of this range. Whether a pixel is opened is unpredictable, so this
-    /// code does not branch on it.
+    /// code does not branch on it. Labels are written in a second pass: few pixels are opened as a rule, and
+    /// all others need no access to their labels here.
     bool Mark(StLevels& levels, std::uint64_t first, std::uint64_t end, std::uint64_t& openEnd,
               CWorkPace& pace) {
-        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t /*place*/) {
-            const bool isOpen = !m_states.HasFinalNeighbor(pixel);
-            m_queue.PushBackIf(!isOpen, pixel);
-            m_states.SetOpenIf(isOpen, pixel);
-            levels.x[openEnd] = pixel.x;
-            levels.y[openEnd] = pixel.y;
-            levels.z[openEnd] = pixel.z;
-            openEnd += isOpen ? 1 : 0;
-        });
+        const bool isMarked =
+            ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t index) {
+                if (index + levelPrefetchDistance < end)
+                    m_labels.PrefetchFinals(m_labels.At(levels.Pixel(index + levelPrefetchDistance)));
+                const Place place = m_labels.At(pixel);
+                const bool isOpen = !m_labels.HasFinalNeighbor(place);
+                m_queue.PushBackIf(!isOpen, place);
+                levels.x[openEnd] = pixel.x;
+                levels.y[openEnd] = pixel.y;
+                levels.z[openEnd] = pixel.z;
+                openEnd += isOpen ? 1 : 0;
+            });
+        return ForEachPixel(
+                   levels, first, openEnd, pace,
+                   [&](StPixelPosition pixel, std::uint64_t) { m_labels.SetOpen(m_labels.At(pixel)); }) &&
+               isMarked;
     }
 
     /// Grows the existing regions through the open pixels, breadth-first.
     bool Spread(CWorkPace& pace) {
         return EmptyQueue(pace, [this] {
-            Prefetch(m_queue.Ahead(prefetchDistance));
+            m_labels.Prefetch(m_queue.Ahead(prefetchDistance));
             ProcessQueuedPixel(m_queue.PopFront());
         });
     }
@@ -275,16 +289,13 @@ private:
             if (!JoinBasins(levels, first, end, pace))
                 return false;
         }
-        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t place) {
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t index) {
             if constexpr (CountsPixels<C>())
-                PrefetchLabelAhead(levels, place, end);
-            if (!m_states.IsOpen(pixel) || pace.IsCancelled())
-                return;
-            if (IsTaken(pixel, criterion)) {
+                PrefetchBasinAhead(levels, index, end);
+            const Place place = m_labels.At(pixel);
+            if (m_labels.IsOpen(place) && !pace.IsCancelled() && IsTaken(pixel, criterion)) {
                 ++m_currentLabel;
-                FloodNewRegion(pixel, pace);
-            } else {
-                m_hasRefused = true;
+                FloodNewRegion(place, pace);
             }
         });
     }
@@ -305,7 +316,7 @@ private:
         } else {
             StWatershedCandidate candidate{m_currentLevel, m_currentLabel + 1};
             if constexpr (CountsPixels<C>())
-                candidate.pixelCount = m_basins.PixelCount(m_basins.Find(Label(pixel)));
+                candidate.pixelCount = m_basins.PixelCount(m_basins.Find(Basin(pixel)));
             return criterion.Takes(candidate);
         }
     }
@@ -313,48 +324,35 @@ private:
     /// Joins the opened pixels of a level that are still open to the adjacent basins of earlier levels.
     ///
     /// Basins only grow together or disappear as a whole, because a region that reaches one pixel of a basin
-    /// floods all of it. So pixels of earlier levels need not be visited again. While a pixel is open, its
-    /// label holds the number of its basin; `MaskOpen` replaces it in the end. Before, it holds `LabelInit`,
-    /// which is no basin's number.
+    /// floods all of it. So pixels of earlier levels need not be visited again. While a pixel is open, the
+    /// output holds the number of its basin; `GiveLabels` replaces it in the end. Before, it holds
+    /// `LabelInit`, which is no basin's number.
     bool JoinBasins(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace) {
-        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t place) {
-            PrefetchAhead(levels, place, end);
-            if (!m_states.IsOpen(pixel))
+        return ForEachPixel(levels, first, end, pace, [&](StPixelPosition pixel, std::uint64_t index) {
+            PrefetchAhead(levels, index, end);
+            const Place place = m_labels.At(pixel);
+            if (!m_labels.IsOpen(place))
                 return;
-            const CBasins::Number basin = BasinAround(pixel);
+            const CBasins::Number basin = BasinAround(pixel, place);
             m_basins.AddPixel(basin);
-            Label(pixel) = basin;
+            Basin(pixel) = basin;
         });
     }
 
     /// Joins all basins around a pixel and returns the result, or a new basin if there are none.
-    CBasins::Number BasinAround(StPixelPosition pixel) {
+    CBasins::Number BasinAround(StPixelPosition pixel, Place place) {
         const unsigned char* const centre = Address(pixel);
         CBasins::Number last = LabelInit; // most neighbours belong to the same basin
         CBasins::Number basin = LabelInit;
-        for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1) {
-            const CBasins::Number neighbor = LabelAt(centre, States::FirstSlot(open));
+        m_labels.ForEachOpenNeighbor(place, [&](std::size_t index) {
+            const auto neighbor = *reinterpret_cast<const CBasins::Number*>(centre + m_outputSteps[index]);
             if (!m_basins.Has(neighbor) || neighbor == last)
-                continue;
+                return;
             last = neighbor;
             const CBasins::Number other = m_basins.Find(neighbor);
             basin = basin == LabelInit ? other : m_basins.Join(basin, other);
-        }
-        return basin == LabelInit ? m_basins.Add(LabelInit) : basin;
-    }
-
-    /// Marks the pixels that are still open as waiting in the label image. Also called after a cancellation,
-    /// and so never cancelled itself.
-    void MaskOpen() {
-        m_states.ForEachOpen([this](StPixelPosition pixel) { Label(pixel) = LabelMask; });
-    }
-
-    /// Marks those of the given pixels that are still open as waiting for a later level in the label image.
-    bool MaskOpen(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace) {
-        return ForEachPixel(levels, first, end, pace, [this](StPixelPosition pixel, std::uint64_t) {
-            if (m_states.IsOpen(pixel))
-                Label(pixel) = LabelMask;
         });
+        return basin == LabelInit ? m_basins.Add(LabelInit) : basin;
     }
 
     /// Decides the label of a pixel from those of its neighbours, and queues the open neighbours.
@@ -362,157 +360,72 @@ private:
     /// The result is deliberately that of a walk through the table with a flag for "line, but only because a
     /// line was met": if exactly one region is met, its number; if two regions are met, a line; if only lines
     /// are met, a line. The order of the table affects only the queue.
-    void ProcessQueuedPixel(StPixelPosition pixel) {
-        const typename States::Neighbors around = m_states.Around(pixel);
-        unsigned char* const centre = Address(pixel);
-        *reinterpret_cast<std::uint32_t*>(centre) =
-            HasLabelsAround(pixel) ? OnlyRegionAmong(centre, around) : OnlyRegionAtBorder(centre, around);
-        m_states.SetFinal(pixel);
-        for (auto open = around & States::openBits; open != 0; open &= open - 1) {
-            const StPixelPosition neighbor = Neighbor(pixel, States::FirstSlot(open));
-            m_states.SetNone(neighbor);
+    void ProcessQueuedPixel(Place place) {
+        if (!m_labels.Decide(place))
+            return;
+        m_labels.ForEachOpenNeighbor(place, [&](std::size_t index) {
+            const Place neighbor = m_labels.Neighbor(place, index);
+            m_labels.SetInQueue(neighbor);
             m_queue.PushBack(neighbor);
-        }
-    }
-
-    /// Whether the image contains the pixels from the left neighbour to the second one on the right, in all
-    /// rows around a pixel. `OnlyRegionAmong` reads these labels.
-    [[nodiscard]] bool HasLabelsAround(StPixelPosition pixel) const {
-        const auto isWithin = [](std::uint16_t position, std::uint16_t count) {
-            return static_cast<std::uint16_t>(position - 1) < count;
-        };
-        return isWithin(pixel.x, m_insideCount[0]) && isWithin(pixel.y, m_insideCount[1]) &&
-               (N::dimension == 2 || isWithin(pixel.z, m_insideCount[2]));
-    }
-
-    /// The only region among the final neighbours of the pixel at `centre`, or the label of a line if there
-    /// are two or none. All labels of a row are read at once, because it is unpredictable which of them are
-    /// final.
-    [[nodiscard]] std::uint32_t OnlyRegionAmong(const unsigned char* centre,
-                                                typename States::Neighbors around) const {
-        // The numbers are equal if the bits set in any of them are the bits set in all of them.
-        FourLabels any{};
-        FourLabels all = ~any;
-#pragma GCC unroll 9 // one load a row of neighbours, without the loop around it
-        for (std::size_t row = 0; row < States::slotCount / 3; ++row) {
-            FourLabels labels;
-            std::memcpy(&labels, centre + m_steps[3 * row], sizeof labels);
-            labels &= finalMasks[States::Row(around, row)];
-            any |= labels;
-            all &= labels | static_cast<FourLabels>(labels == LabelWatershed);
-        }
-        const std::uint32_t anyBits = any[0] | any[1] | any[2];
-        const std::uint32_t allBits = all[0] & all[1] & all[2];
-        return anyBits == allBits ? anyBits : LabelWatershed;
-    }
-
-    /// The same, neighbour by neighbour, for pixels near the border.
-    [[nodiscard]] std::uint32_t OnlyRegionAtBorder(const unsigned char* centre,
-                                                   typename States::Neighbors around) const {
-        std::uint32_t region = LabelWatershed;
-        for (auto finals = around & States::finalBits; finals != 0; finals &= finals - 1) {
-            const std::uint32_t label = LabelAt(centre, States::FirstSlot(finals));
-            if (label == region || label == LabelWatershed)
-                continue;
-            if (region != LabelWatershed)
-                return LabelWatershed;
-            region = label;
-        }
-        return region;
+        });
     }
 
     /// Gives a pixel the current label and queues it.
-    void TakeIntoRegion(StPixelPosition pixel) {
-        Label(pixel) = m_currentLabel;
-        m_states.SetFinal(pixel);
-        m_queue.PushBack(pixel);
+    void TakeIntoRegion(Place place) {
+        m_labels.SetLabel(place, m_currentLabel);
+        m_queue.PushBack(place);
     }
 
     /// Floods the open pixels connected to an open pixel with the current label, or some of them if the pace
     /// is cancelled.
-    void FloodNewRegion(StPixelPosition first, CWorkPace& pace) {
+    void FloodNewRegion(Place first, CWorkPace& pace) {
         TakeIntoRegion(first);
         EmptyQueue(pace, [this] {
-            const StPixelPosition pixel = m_queue.PopFront();
-            for (auto open = m_states.Around(pixel) & States::openBits; open != 0; open &= open - 1)
-                TakeIntoRegion(Neighbor(pixel, States::FirstSlot(open)));
+            const Place place = m_queue.PopFront();
+            m_labels.ForEachOpenNeighbor(
+                place, [&](std::size_t index) { TakeIntoRegion(m_labels.Neighbor(place, index)); });
         });
     }
 
-    static StPixelPosition Neighbor(StPixelPosition pixel, std::size_t slot) {
-        const auto& offset = States::offsets[slot];
-        return {static_cast<std::uint16_t>(pixel.x + offset.dx),
-                static_cast<std::uint16_t>(pixel.y + offset.dy),
-                static_cast<std::uint16_t>(pixel.z + offset.dz)};
-    }
-
     [[nodiscard]] unsigned char* Address(StPixelPosition pixel) const {
-        return m_labels + pixel.x * m_strideX + pixel.y * m_strideY + pixel.z * m_strideZ;
+        return m_output + pixel.x * m_strideX + pixel.y * m_strideY + pixel.z * m_strideZ;
     }
 
-    [[nodiscard]] std::uint32_t& Label(StPixelPosition pixel) const {
-        return *reinterpret_cast<std::uint32_t*>(Address(pixel));
+    /// The number of the basin of an open pixel.
+    [[nodiscard]] CBasins::Number& Basin(StPixelPosition pixel) const {
+        return *reinterpret_cast<CBasins::Number*>(Address(pixel));
     }
 
-    /// The label of a neighbour of the pixel at `centre`.
-    [[nodiscard]] std::uint32_t LabelAt(const unsigned char* centre, std::size_t slot) const {
-        return *reinterpret_cast<const std::uint32_t*>(centre + m_steps[slot]);
+    /// Prefetches what `JoinBasins` reads around a pixel of a level that will be visited soon.
+    void PrefetchAhead(const StLevels& levels, std::uint64_t index, std::uint64_t end) const {
+        if (index + levelPrefetchDistance < end) {
+            const StPixelPosition pixel = levels.Pixel(index + levelPrefetchDistance);
+            m_labels.Prefetch(m_labels.At(pixel));
+            __builtin_prefetch(Address(pixel));
+        }
     }
 
-    /// Prefetches the labels around a pixel that will be decided soon. A row usually lies within one cache
-    /// line.
-    void Prefetch(StPixelPosition pixel) const {
-        const auto centre = reinterpret_cast<std::uintptr_t>(Address(pixel));
-        for (std::size_t slot = 1; slot < States::slotCount; slot += 3)
-            __builtin_prefetch(
-                reinterpret_cast<const void*>(centre + static_cast<std::uintptr_t>(m_steps[slot])));
+    /// The same, but only its own basin.
+    void PrefetchBasinAhead(const StLevels& levels, std::uint64_t index, std::uint64_t end) const {
+        if (index + levelPrefetchDistance < end)
+            __builtin_prefetch(Address(levels.Pixel(index + levelPrefetchDistance)));
     }
 
-    /// The same for a pixel of a level that will be visited soon.
-    void PrefetchAhead(const StLevels& levels, std::uint64_t place, std::uint64_t end) const {
-        if (place + levelPrefetchDistance < end)
-            Prefetch(levels.Pixel(place + levelPrefetchDistance));
-    }
-
-    /// The same, but only its own label.
-    void PrefetchLabelAhead(const StLevels& levels, std::uint64_t place, std::uint64_t end) const {
-        if (place + levelPrefetchDistance < end)
-            __builtin_prefetch(Address(levels.Pixel(place + levelPrefetchDistance)));
-    }
-
-    static constexpr std::size_t prefetchDistance = 8; // in the queue
+    static constexpr std::size_t prefetchDistance = 32; // in the queue
     static constexpr std::size_t levelPrefetchDistance = 32;
     static constexpr std::uint64_t pixelsPerPiece = 8192;
     static constexpr std::int64_t workPerPiece = 32 * pixelsPerPiece;
 
-    /// A row of three labels and the one after it.
-    using FourLabels = std::uint32_t __attribute__((vector_size(4 * sizeof(std::uint32_t))));
-
-    /// For the states of a row: a mask with all bits of the labels that are final.
-    static constexpr std::array<FourLabels, States::rowStateCount> finalMasks = [] {
-        std::array<FourLabels, States::rowStateCount> masks{};
-        for (std::uint32_t states = 0; states < States::rowStateCount; ++states) {
-            const auto mask = [states](std::size_t slot) {
-                const bool isFinal = (states >> (2 * slot) & 2U) != 0;
-                return isFinal ? ~std::uint32_t{0} : std::uint32_t{0};
-            };
-            masks[states] = FourLabels{mask(0), mask(1), mask(2), 0};
-        }
-        return masks;
-    }();
-
-    unsigned char* m_labels = nullptr;
+    unsigned char* m_output = nullptr;
     std::int64_t m_strideX = 0;
     std::int64_t m_strideY = 0;
     std::int64_t m_strideZ = 0;
     std::array<std::int16_t, 3> m_size{};
-    std::array<std::uint16_t, 3> m_insideCount{};          // from position 1: how many pass `HasLabelsAround`
-    std::array<std::int64_t, States::slotCount> m_steps{}; // from a pixel to its neighbours, in bytes
-    std::uint32_t m_currentLabel = 0;                      // the newest region
+    std::array<std::int64_t, N::count> m_outputSteps{}; // from a pixel to its neighbours, in bytes
+    std::uint32_t m_currentLabel = 0;                   // the newest region
     std::uint32_t m_currentLevel = 0;
-    bool m_hasRefused = false; // the criterion has refused a minimum
     CBasins m_basins;
-    States m_states;
+    Labels m_labels;
     CPixelQueue m_queue;
 };
 

@@ -1,46 +1,47 @@
 #pragma once
 
-#include "segmentation/floods/WatershedLabels.h"
-
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <utility>
 
 namespace ORVEN {
 
-/// A first-in first-out queue of pixels, in blocks that are freed when they have been read. A ring that
-/// doubles would take up to three times the memory while it grows. Memory: 6 bytes per pixel in the queue,
-/// and two blocks of 48 KiB.
+/// A first-in first-out queue of pixels, each a place in memory below 2^48, in blocks that are freed when
+/// they have been read. A ring that doubles would take up to three times the memory while it grows. Memory: 6
+/// bytes per pixel in the queue, and two blocks of 48 KiB.
 class CPixelQueue {
 public:
+    using Place = std::int64_t;
+
     [[nodiscard]] bool IsEmpty() const { return m_first == m_end; }
 
-    void PushBack(StPixelPosition pixel) {
+    void PushBack(Place pixel) {
         if (m_end == m_lastBlockEnd)
             AddBlock();
-        *m_end++ = pixel;
+        *m_end++ = Pack(pixel);
     }
 
     /// Does not branch on the condition.
-    void PushBackIf(bool isWanted, StPixelPosition pixel) {
+    void PushBackIf(bool isWanted, Place pixel) {
         if (m_end == m_lastBlockEnd)
             AddBlock();
-        *m_end = pixel;
+        *m_end = Pack(pixel);
         m_end += isWanted ? 1 : 0;
     }
 
-    StPixelPosition PopFront() {
-        const StPixelPosition pixel = *m_first++;
+    Place PopFront() {
+        const Place pixel = Unpack(*m_first++);
         if (m_first == m_firstBlockEnd)
             DropBlock();
         return pixel;
     }
 
     /// The pixel `steps` behind the first one, or the first one if the queue or its block ends before.
-    [[nodiscard]] StPixelPosition Ahead(std::size_t steps) const {
-        const StPixelPosition* const end = m_firstBlockEnd == m_lastBlockEnd ? m_end : m_firstBlockEnd;
-        return m_first[steps < static_cast<std::size_t>(end - m_first) ? steps : 0];
+    [[nodiscard]] Place Ahead(std::size_t steps) const {
+        const StPacked* const end = m_firstBlockEnd == m_lastBlockEnd ? m_end : m_firstBlockEnd;
+        return Unpack(m_first[steps < static_cast<std::size_t>(end - m_first) ? steps : 0]);
     }
 
     /// Empties the queue and frees its memory.
@@ -51,14 +52,25 @@ public:
     }
 
 private:
-    using Block = std::unique_ptr<StPixelPosition[]>;
+    struct [[gnu::packed]] StPacked {
+        std::uint32_t low;
+        std::uint16_t high;
+    };
+    static_assert(sizeof(StPacked) == 6);
+
+    static StPacked Pack(Place place) {
+        return {static_cast<std::uint32_t>(place), static_cast<std::uint16_t>(place >> 32)};
+    }
+    static Place Unpack(StPacked packed) { return packed.low | Place{packed.high} << 32; }
+
+    using Block = std::unique_ptr<StPacked[]>;
 
     static constexpr std::size_t blockLength = 8192;
 
     void AddBlock() {
         // The pixel behind the last one keeps the end of a block distinct from the beginning of any other.
         m_blocks.push_back(m_spare != nullptr ? std::move(m_spare)
-                                              : std::make_unique<StPixelPosition[]>(blockLength + 1));
+                                              : std::make_unique<StPacked[]>(blockLength + 1));
         m_end = m_blocks.back().get();
         m_lastBlockEnd = m_end + blockLength;
         if (m_blocks.size() == 1)
@@ -83,10 +95,10 @@ private:
 
     std::deque<Block> m_blocks;
     Block m_spare; // saves most allocations
-    StPixelPosition* m_first = nullptr;
-    StPixelPosition* m_firstBlockEnd = nullptr;
-    StPixelPosition* m_end = nullptr;
-    StPixelPosition* m_lastBlockEnd = nullptr;
+    StPacked* m_first = nullptr;
+    StPacked* m_firstBlockEnd = nullptr;
+    StPacked* m_end = nullptr;
+    StPacked* m_lastBlockEnd = nullptr;
 };
 
 } // namespace ORVEN

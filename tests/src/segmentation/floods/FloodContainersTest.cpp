@@ -14,11 +14,10 @@ using namespace ORVEN;
 
 namespace {
 
-StPixelPosition Numbered(std::uint32_t number) {
-    return {static_cast<std::uint16_t>(number), static_cast<std::uint16_t>(number >> 16), 7};
-}
+/// Places beyond 32 bits.
+CPixelQueue::Place Numbered(std::uint32_t number) { return CPixelQueue::Place{number} * 40000; }
 
-std::uint32_t NumberOf(StPixelPosition pixel) { return pixel.x | std::uint32_t{pixel.y} << 16; }
+std::uint32_t NumberOf(CPixelQueue::Place place) { return static_cast<std::uint32_t>(place / 40000); }
 
 TEST(PixelQueue, ReturnsThePixelsInTheirOrderWhateverItsLength) {
     std::mt19937 random(5);
@@ -78,6 +77,16 @@ TEST(PixelQueue, IsEmptyAfterClearAndCanBeUsedAgain) {
     queue.PushBack(Numbered(2));
     EXPECT_EQ(NumberOf(queue.PopFront()), 2U);
     EXPECT_TRUE(queue.IsEmpty());
+}
+
+TEST(PixelQueue, HoldsPlacesBelow2ToThe48) {
+    CPixelQueue queue;
+    const auto places = {CPixelQueue::Place{0}, (CPixelQueue::Place{1} << 48) - 1,
+                         CPixelQueue::Place{0xFFFFFFFF}, CPixelQueue::Place{1} << 32};
+    for (const auto place : places)
+        queue.PushBack(place);
+    for (const auto place : places)
+        EXPECT_EQ(queue.PopFront(), place);
 }
 
 TEST(LevelEnds, AreThoseThatWereSetWithEmptyLevelsAmongThem) {
