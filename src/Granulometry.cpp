@@ -10,6 +10,7 @@
 #include <sorblib2core/CValueBool.h>
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
+#include <sorblib2core/StoreEntry.h>
 #include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 #include <sorblib2image/ImageChecks.h>
@@ -187,11 +188,11 @@ void CGranulometryPlugin::GetData(CValueMap& tree) {
         result->SetEntry("on cylindrical mask", new CValueBool(true));
 
     if (!m_returnsImage) {
-        image->Attributes().SetEntry(GranulometryKey(), result.release());
+        StoreEntry(image->Attributes(), GranulometryKey(), std::move(result));
         contract::RequestView(tree, *m_focusedDocument);
         return;
     }
-    output->Attributes().SetEntry(GranulometryKey(), result.release());
+    StoreEntry(output->Attributes(), GranulometryKey(), std::move(result));
     CQuillonHeaderTools::AddToHistory(*output, HistoryLine(), 0);
     // The sizes are not a copy of the image, so they do not inherit its attributes.
     contract::HandOver(tree, contract::EnHandOver::NEW_DOCUMENTS, std::move(output),

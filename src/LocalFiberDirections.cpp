@@ -5,6 +5,7 @@
 #include <QuillonFilterOrientations/CSubfieldFiberDirections.h>
 #include <sorblib2core/CExBadParam.h>
 #include <sorblib2core/CValueVector.h>
+#include <sorblib2core/StoreEntry.h>
 #include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
@@ -35,7 +36,8 @@ void StoreMeasurement(CImage& image, std::unique_ptr<CValueMap> measurement) {
     const std::string& features = CQuillonHeaderTools::c_sTagFeatures;
     if (!attributes.HasEntry(features))
         attributes.SetEntry(features, new CValueMap);
-    attributes.SetEntry(features + "/" + CSubfieldFiberDirections::sFiberDirectionsId, measurement.release());
+    StoreEntry(attributes, features + "/" + CSubfieldFiberDirections::sFiberDirectionsId,
+               std::move(measurement));
 }
 
 /// Takes ownership of a map of directions; null if there is none.

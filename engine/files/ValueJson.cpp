@@ -9,6 +9,7 @@
 #include <sorblib2core/CValueMap.h>
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
+#include <sorblib2core/StoreEntry.h>
 
 #include <algorithm>
 #include <charconv>
@@ -159,7 +160,7 @@ std::unique_ptr<CValue> ValueOfObject(const CJson& object, int depth) {
     for (const auto& [name, element] : object.Members()) {
         const std::string key = KeyOfJson(name);
         if (auto value = ValueOfJson(element, depth))
-            map->SetEntry(key, value.release());
+            ORVEN::StoreEntry(*map, key, std::move(value));
     }
     return map;
 }

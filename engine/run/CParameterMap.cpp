@@ -11,6 +11,7 @@
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueString.h>
+#include <sorblib2core/StoreEntry.h>
 
 #include <algorithm>
 
@@ -149,7 +150,7 @@ void CParameterMap::SetImage(const std::string& key, ORVEN::CImage& image) {
 
 void CParameterMap::Store(const std::string& key, std::unique_ptr<ORVEN::CValue> value) {
     try {
-        m_map->SetEntry(key, value.release());
+        ORVEN::StoreEntry(*m_map, key, std::move(value));
     } catch (const ORVEN::CException& error) {
         throw CCallerError(m_what + " '" + key + "': " + error.Message());
     }

@@ -5,6 +5,7 @@
 #include "engine/files/ValueJson.h"
 
 #include <sorblib2core/CValueMap.h>
+#include <sorblib2core/StoreEntry.h>
 
 #include <algorithm>
 #include <charconv>
@@ -282,7 +283,7 @@ std::vector<StRunEntry> RunsOf(const ORVEN::CImage& image) {
 }
 
 void StoreRuns(ORVEN::CImage& image, const std::vector<StRunEntry>& runs) {
-    image.Attributes().SetEntry(c_runsKey, FromJson(ToJson(runs)).release());
+    ORVEN::StoreEntry(image.Attributes(), c_runsKey, FromJson(ToJson(runs)));
 }
 
 void MarkConverted(ORVEN::CImage& image) {

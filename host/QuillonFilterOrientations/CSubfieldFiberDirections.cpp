@@ -15,6 +15,7 @@
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
+#include <sorblib2core/StoreEntry.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 #include <sorblib2image/GreyTypeDispatch.h>
@@ -48,12 +49,6 @@ void RequireMemoryForSubfields(const StPixelBox& area, const std::array<std::int
     const auto [x, y, z] = CDirectionSums::CountSubfields(area, subfieldSize);
     RequireMemory(c_site, "The table of subfields",
                   x * y * z * (std::int64_t{sizeof(StDirectionSum)} + bytesOfEntry));
-}
-
-/// Makes the key before the value is released: if memory runs out in between, the value must have an owner.
-/// Short keys need no memory.
-void Store(CValueMap& map, const CValue_Key& key, std::unique_ptr<CValue> value) {
-    map.SetEntry(key, value.release());
 }
 
 /// All of it is filled, also if the pace is cancelled.
@@ -221,7 +216,7 @@ void CSubfieldFiberDirections::RepackMeasuredFeaturesForQuillon(CValueMap& tree,
         view->SetEntry("extra", extra->Clone(CValue::TF_KEEP));
     auto views = std::make_unique<CValueVector>();
     views->PushBack(view.release());
-    Store(tree, "output/views/create", std::move(views));
+    StoreEntry(tree, "output/views/create", std::move(views));
 }
 
 void CSubfieldFiberDirections::RequireMeasurable(const IImage& image, const IImage* mask) const {

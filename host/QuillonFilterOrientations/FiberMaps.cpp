@@ -7,6 +7,7 @@
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueString.h>
+#include <sorblib2core/StoreEntry.h>
 
 #include <algorithm>
 #include <string>
@@ -23,12 +24,6 @@ int DigitsOf(std::int64_t count, int least) {
     return std::max(least, static_cast<int>(std::to_string(std::max<std::int64_t>(count - 1, 0)).size()));
 }
 
-/// Makes the key before the value is released: if memory runs out in between, the value must have an owner.
-/// Short keys need no memory.
-void Store(CValueMap& map, const CValue_Key& key, std::unique_ptr<CValue> value) {
-    map.SetEntry(key, value.release());
-}
-
 /// Creates the entries of parts of the field.
 class CPartEntries {
 public:
@@ -39,8 +34,8 @@ public:
     [[nodiscard]] std::unique_ptr<CValueMap> Of(const StDirectionSum& sum, const StPixelBox& box) const {
         const StFiberFigures figures(sum, m_dimension);
         auto map = MapOfRegion(figures, sum, box, m_dimension);
-        Store(*map, "Difference to global direction",
-              std::make_unique<CValueDouble>(AngleBetween(figures.mainDirection, m_fieldDirection)));
+        StoreEntry(*map, "Difference to global direction",
+                   std::make_unique<CValueDouble>(AngleBetween(figures.mainDirection, m_fieldDirection)));
         return map;
     }
 
@@ -77,7 +72,7 @@ std::unique_ptr<CValueMap> MapOfSubfields(const CDirectionSums& sums, const StPi
                 const std::string name = CStringTools::Printf(
                     "Subfield z%0*lld y%0*lld x%0*lld", digits[2], static_cast<long long>(index[2]),
                     digits[1], static_cast<long long>(index[1]), digits[0], static_cast<long long>(index[0]));
-                Store(*map, name, entries.Of(sums.Subfield(index), box));
+                StoreEntry(*map, name, entries.Of(sums.Subfield(index), box));
                 if (pace.Add(c_unitsPerEntry))
                     return map;
             }
@@ -98,9 +93,9 @@ std::unique_ptr<CValueMap> MapOfProfile(const CDirectionSums& sums, const StPixe
         box.end[axis] = position + 1;
         auto slice = entries.Of(sums.Slice(axis, position), box);
         slice->SetEntry("Slice position", new CValueLong(static_cast<std::int32_t>(position)));
-        Store(*slice, "Number of subfields", std::make_unique<CValueString>("n/a", CString::NPOS));
-        Store(*map, CStringTools::Printf("Slice %0*lld", digits, static_cast<long long>(position)),
-              std::move(slice));
+        StoreEntry(*slice, "Number of subfields", std::make_unique<CValueString>("n/a", CString::NPOS));
+        StoreEntry(*map, CStringTools::Printf("Slice %0*lld", digits, static_cast<long long>(position)),
+                   std::move(slice));
     }
     return map;
 }
@@ -114,21 +109,21 @@ std::unique_ptr<CValueMap> MapOfFibers(const CDirectionSums& sums, const StFiber
     const StFiberFigures field(fieldSum, scale.dimension);
     const CPartEntries entries(field, scale.dimension);
     auto result = std::make_unique<CValueMap>();
-    Store(*result, CSubfieldFiberDirections::sFieldFiberDirectionsId,
-          MapOfRegion(field, fieldSum, scale.area, scale.dimension));
+    StoreEntry(*result, CSubfieldFiberDirections::sFieldFiberDirectionsId,
+               MapOfRegion(field, fieldSum, scale.area, scale.dimension));
     if (subfieldSize[0] > 0) {
         auto subfields = MapOfSubfields(sums, scale.area, subfieldSize, entries, pace);
         const double length = static_cast<double>(subfieldSize[0]) * scale.spacing[0];
         subfields->SetEntry("Subfield size", new CValueDouble(length));
         subfields->SetEntry("Subfield step", new CValueDouble(length));
-        Store(*result, CSubfieldFiberDirections::sSubfieldFiberDirectionsId, std::move(subfields));
+        StoreEntry(*result, CSubfieldFiberDirections::sSubfieldFiberDirectionsId, std::move(subfields));
     }
     if (!isFieldOnly) {
         auto profiles = std::make_unique<CValueMap>();
         for (std::size_t axis = 0; axis < scale.dimension; ++axis)
             profiles->SetEntry(c_profileKeys[axis],
                                MapOfProfile(sums, scale.area, axis, entries, pace).release());
-        Store(*result, CSubfieldFiberDirections::sSubfieldProfiles, std::move(profiles));
+        StoreEntry(*result, CSubfieldFiberDirections::sSubfieldProfiles, std::move(profiles));
     }
     return result;
 }

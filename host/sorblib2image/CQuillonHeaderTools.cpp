@@ -6,6 +6,7 @@
 #include <sorblib2core/CValueMap.h>
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
+#include <sorblib2core/StoreEntry.h>
 
 #include <array>
 #include <cmath>
@@ -122,12 +123,12 @@ bool CQuillonHeaderTools::GetMetaInfo(const IImage& image, const char* key, CVal
 
 void CQuillonHeaderTools::SetMetaInfo(IImage& image, const char* key, const CValue& value) {
     std::unique_ptr<CValue> copy(value.Clone(CValue::TF_NONE)); // first: it may be in what is replaced
-    MapAt(image, c_meta).SetEntry(key, copy.release());
+    StoreEntry(MapAt(image, c_meta), key, std::move(copy));
 }
 
 void CQuillonHeaderTools::SetFeatures(IImage& image, const char* key, const CValue& value) {
     std::unique_ptr<CValue> copy(value.Clone(CValue::TF_NONE)); // as above
-    MapAt(image, c_sTagFeatures.c_str()).SetEntry(key, copy.release());
+    StoreEntry(MapAt(image, c_sTagFeatures.c_str()), key, std::move(copy));
 }
 
 bool CQuillonHeaderTools::GetMaxDistance(const IImage& image, double& distance) {

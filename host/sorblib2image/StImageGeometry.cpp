@@ -6,6 +6,7 @@
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueMap.h>
 #include <sorblib2core/CValueString.h>
+#include <sorblib2core/StoreEntry.h>
 
 #include <cmath>
 #include <memory>
@@ -55,7 +56,7 @@ std::unique_ptr<CValueMap> MapOf(const Vector& vector) {
 
 void SetOrRemove(CValueMap& attributes, const char* key, std::unique_ptr<CValue> value) {
     if (value != nullptr)
-        attributes.SetEntry(key, value.release());
+        StoreEntry(attributes, key, std::move(value));
     else
         attributes.RemoveEntry(key);
 }

@@ -10,6 +10,7 @@
 #include <sorblib2core/CValueDouble.h>
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueString.h>
+#include <sorblib2core/StoreEntry.h>
 
 #include <cmath>
 #include <limits>
@@ -143,7 +144,7 @@ void CLabelMeasurementsPlugin::GetData(CValueMap& tree) {
     std::unique_ptr<CValueMap> measured = Measured(*image);
     if (measured == nullptr)
         return;
-    image->Attributes().SetEntry(LabelMeasurementsPath(), measured.release());
+    StoreEntry(image->Attributes(), LabelMeasurementsPath(), std::move(measured));
     contract::RequestView(tree, *FocusedDocument());
 }
 

@@ -6,6 +6,7 @@
 #include <sorblib2core/CValueLong.h>
 #include <sorblib2core/CValueString.h>
 #include <sorblib2core/CValueVector.h>
+#include <sorblib2core/StoreEntry.h>
 #include <sorblib2core/UnwrapPointer.h>
 #include <sorblib2image/CQuillonHeaderTools.h>
 
@@ -39,22 +40,16 @@ bool IsFocusGiven(const CValueMap& tree, EnFocusTest test) {
     return false;
 }
 
-/// Makes the key before the value is released: if memory runs out in between, the value must have an owner.
-/// Short keys need no memory.
-void Store(CValueMap& tree, const CValue_Key& key, std::unique_ptr<CValue> value) {
-    tree.SetEntry(key, value.release());
-}
-
 void ReplaceEarlierOutput(CValueMap& tree, EnHandOver way) {
     switch (way) {
     case EnHandOver::NEW_OUTPUT:
         tree.SetEntry("output", new CValueMap);
         break;
     case EnHandOver::NEW_DOCUMENTS:
-        Store(tree, "output/documents", std::make_unique<CValueMap>());
+        StoreEntry(tree, "output/documents", std::make_unique<CValueMap>());
         break;
     case EnHandOver::NEW_LIST:
-        Store(tree, "output/documents/add", std::make_unique<CValueVector>());
+        StoreEntry(tree, "output/documents/add", std::make_unique<CValueVector>());
         break;
     case EnHandOver::INTO_LIST:
         break;
@@ -147,16 +142,16 @@ void HandOver(CValueMap& tree, EnHandOver way, std::unique_ptr<CImage> image, co
 
     auto pointer = std::make_unique<CValuePointer<CValueMap>>(document.get(), 1);
     ReplaceEarlierOutput(tree, way);
-    Store(tree, "output/documents/add/" + std::to_string(index), std::move(pointer));
+    StoreEntry(tree, "output/documents/add/" + std::to_string(index), std::move(pointer));
     (void)document.release(); // the host takes it out of the tree
 }
 
 void RequestView(CValueMap& tree, CValueMap& document) {
-    Store(tree, "output/views/create", std::make_unique<CValueVector>());
+    StoreEntry(tree, "output/views/create", std::make_unique<CValueVector>());
     auto view = std::make_unique<CValueMap>();
     view->SetEntry("type", new CValueString("ImageAttributesView", CString::NPOS));
     view->SetEntry("document", new CValuePointer<CValueMap>(&document, 1));
-    Store(tree, "output/views/create/0", std::move(view));
+    StoreEntry(tree, "output/views/create/0", std::move(view));
 }
 
 } // namespace quillon::contract
