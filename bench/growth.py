@@ -1,13 +1,15 @@
 """Measures how time and memory of each plug-in grow with a volume whose structures grow along.
 
-growth.py BENCH PACK SCAN DOCUMENT EDGE SECONDS [PLUGIN ...]
+growth.py BENCH PACK SCAN DOCUMENT EDGES SECONDS STRUCTURES [PLUGIN ...]
 
-BENCH is the program PluginBench, PACK the library of plug-ins and SCAN a cube of 8-bit values. Volumes have edges from 64 up
-to EDGE, doubled each time. Each of them is a child process of its own. A run that would take more than SECONDS, judging by the
-next smaller volume, is left out, and so are larger ones; one that takes much longer nevertheless is stopped. The table replaces
-the one between the markers in DOCUMENT, unless plug-ins are named, and its rows go to the pages of the plug-ins beside it.
+BENCH is the program PluginBench, PACK the library of plug-ins and SCAN a cube of 8-bit values. EDGES are those of the volumes,
+such as "64 128 256", and STRUCTURES what they contain, such as "foam scan" or "all". Each measurement is a child process of its
+own. A run that would take more than SECONDS, judging by the next smaller volume, is left out, and so are larger ones; one that
+takes much longer nevertheless is stopped. The figures go to the table between the markers in DOCUMENT, in which other figures
+stay, and to the pages of the plug-ins beside it.
 """
 
+import dataclasses
 import math
 import resource
 import subprocess
@@ -15,11 +17,44 @@ import sys
 from pathlib import Path
 
 from cases import CASES, title
-from document import replace_content, replace_table
+from document import between_markers, measured_on, replace_content
 
 STRUCTURES = ["spheres", "solid", "foam", "scan"]
 # Structures that grow by a factor of 4 in length may take 1.5 times as long per pixel.
 GOAL = 1 + math.log(1.5) / math.log(4**3)
+
+
+@dataclasses.dataclass
+class Row:
+    """A row of the table, as it is written there."""
+
+    times: dict = dataclasses.field(default_factory=dict)  # ns per pixel, or what kept a run from ending, by edge
+    memory: str = ""
+    pause: str = ""
+
+    def add(self, edge, figures):
+        if isinstance(figures, str):
+            self.times[edge] = figures
+            return
+        seconds, memory, pause = figures
+        if edge >= max(self.times, default=0):
+            self.memory = f"{memory / edge**3:.1f}"
+        self.times[edge] = f"{1e9 * seconds / edge**3:.2f}"
+        self.pause = f"{max(float(self.pause or 0), pause):.0f}"
+
+    def exponent(self):
+        """The slope of a line through the logarithms of pixels and times, by least squares."""
+        points = [(3 * math.log(edge), 3 * math.log(edge) + math.log(float(time))) for edge, time in self.times.items()
+                  if edge >= 128 and time.replace(".", "").isdigit() and float(time) > 0]
+        if len(points) < 2:
+            return ""
+        mean_x, mean_y = (sum(values) / len(points) for values in zip(*points))
+        slope = (sum((x - mean_x) * (y - mean_y) for x, y in points)
+                 / sum((x - mean_x) ** 2 for x, y in points))
+        return f"{slope:.2f}" if slope <= GOAL else f"**{slope:.2f}**"
+
+    def cells(self, edges):
+        return [*(self.times.get(edge, "") for edge in edges), self.exponent(), self.memory, self.pause]
 
 
 def available_bytes():
@@ -45,85 +80,66 @@ def measure(bench, pack, scan, structure, edge, case, limit):
     if end.returncode != 0:
         print(f"growth: {' '.join(command)}: {end.stderr.strip()}", file=sys.stderr)
         return "memory" if "bad_alloc" in end.stderr or "memory" in end.stderr else "fails"
-    figures = [float(word) for word in end.stdout.split()]
-    return figures
+    return [float(word) for word in end.stdout.split()]
 
 
-def exponent(cells):
-    """The slope of a line through the logarithms of pixels and seconds, by least squares."""
-    points = [(3 * math.log(edge), math.log(cell[0])) for edge, cell in cells.items() if edge >= 128]
-    if len(points) < 2:
-        return None
-    mean_x, mean_y = (sum(values) / len(points) for values in zip(*points))
-    return (sum((x - mean_x) * (y - mean_y) for x, y in points)
-            / sum((x - mean_x) ** 2 for x, y in points))
+def read_table(document):
+    """The rows of the table by name of the case and structure."""
+    lines = [[word.strip() for word in line.strip("|").split("|")]
+             for line in between_markers(document, "growth")[1].splitlines() if line.startswith("| ")]
+    if not lines:
+        return {}
+    edges = [int(word[:-2]) for word in lines[0] if word.endswith("^3")]
+    return {(line[0], line[1]): Row({edge: time for edge, time in zip(edges, line[2:]) if time}, *line[-2:]) for line in lines[1:]}
 
 
-def row(case, structure, edges, cells):
-    """A row of the table. `cells` are the measurements by edge; the last may be a text."""
-    done = {edge: cell for edge, cell in cells.items() if not isinstance(cell, str)}
-    times = [f"{1e9 * done[edge][0] / edge**3:.2f}" if edge in done else cells.get(edge, "") for edge in edges]
-    slope = exponent(done)
-    growth = "" if slope is None else f"{slope:.2f}" if slope <= GOAL else f"**{slope:.2f}**"
-    memory = pause = ""
-    if done:
-        largest = max(done)
-        memory = f"{done[largest][1] / largest**3:.1f}"
-        pause = f"{max(cell[2] for cell in done.values()):.0f}"
-    return f"| {title(case)} | {structure} | {' | '.join(times)} | {growth} | {memory} | {pause} |"
+def table(first_columns, rows, edges):
+    """Lines of a table; `rows` are pairs of the first cells and a `Row`."""
+    columns = [*(f"{edge}^3" for edge in edges), "exponent", "bytes", "ms"]
+    return ["| " + " | ".join(first_columns + columns) + " |", "|" + "---|" * len(first_columns) + "---:|" * len(columns),
+            *("| " + " | ".join([*names, *row.cells(edges)]) + " |" for names, row in rows)]
 
 
-def heading(edges):
-    return [f"| plug-in | structure | {' | '.join(f'{edge}^3' for edge in edges)} | exponent | bytes | ms |",
-            "|---|---|" + "---:|" * (len(edges) + 3)]
-
-
-def place(line):
-    """Where a row of the table belongs: plug-in, then structure."""
-    name, structure = (cell.strip() for cell in line.split("|")[1:3])
-    return [title(case) for case in CASES].index(name), STRUCTURES.index(structure)
-
-
-def words_of(row):
-    return [word.strip() for word in row.strip("|").split("|")]
-
-
-def write_page(folder, plugin, heading, rows):
-    """Replaces the table on the page of a plug-in by its rows of the large table."""
-    rows = [words_of(row) for row in rows]
-    rows = [row for row in rows if row[0].split(",")[0] == plugin]
-    lines = ["CPU time on one thread in ns per pixel, while structures grow with the volume, the memory beyond the input in bytes per",
-             "pixel, and the longest time without a check for cancellation in ms ([Growth](performance.md#growth)):", ""]
-    for name in dict.fromkeys(row[0] for row in rows):
-        mode = name.partition(", ")[2]
-        lines += [f"| {mode or 'structure'} {heading[0][heading[0].index('| 64'):]}", heading[1].removeprefix("|---")]
-        lines += ["| " + " | ".join(row[1:]) + " |" for row in rows if row[0] == name] + [""]
-    replace_content(folder / f"{plugin}.md", "growth", lines[:-1])
+def write(document, rows):
+    """Writes the rows to the table, and those of each plug-in to its page."""
+    names = [title(case) for case in CASES]
+    edges = sorted({edge for row in rows.values() for edge in row.times})
+    ordered = sorted(rows.items(), key=lambda item: (names.index(item[0][0]), STRUCTURES.index(item[0][1])))
+    replace_content(document, "growth", [measured_on(), "", *table(["plug-in", "structure"], ordered, edges)])
+    for plugin in dict.fromkeys(case[0] for case in CASES):
+        lines = ["CPU time on one thread in ns per pixel, while structures grow with the volume, the memory beyond the input in bytes per",
+                 "pixel, and the longest time without a check for cancellation in ms ([Growth](performance.md#growth)):"]
+        for case in (case for case in CASES if case[0] == plugin):
+            of_case = [([structure], row) for (name, structure), row in ordered if name == title(case)]
+            lines += ["", *table([case[1] or "structure"], of_case, edges)]
+        replace_content(document.parent / f"{plugin}.md", "growth", lines)
 
 
 def main():
-    bench, pack, scan, document, edge, limit, *wanted = sys.argv[1:]
+    bench, pack, scan, document, edges, limit, structures, *wanted = sys.argv[1:]
+    document = Path(document)
     limit = float(limit)
-    edges = [2**power for power in range(6, int(math.log2(int(edge))) + 1)]
-    print("\n".join(heading(edges)))
-    lines = []
+    edges = [int(edge) for edge in edges.split()]
+    structures = STRUCTURES if structures == "all" else structures.split()
     for case in CASES:
         if wanted and case[0] not in wanted:
             continue
-        for structure in STRUCTURES:
-            cells = {}
+        for structure in structures:
+            rows = read_table(document)
+            row = rows.setdefault((title(case), structure), Row())
+            if edges[0] == min(row.times, default=0):
+                row.times.clear()
+                row.pause = ""
             for edge in edges:
-                cells[edge] = measure(bench, pack, scan, structure, edge, case, limit)
-                if isinstance(cells[edge], str) or 8 * cells[edge][0] > limit:
+                figures = measure(bench, pack, scan, structure, edge, case, limit)
+                row.add(edge, figures)
+                if isinstance(figures, str) or 8 * figures[0] > limit:
                     break
-            lines.append(row(case, structure, edges, cells))
-            print(lines[-1], flush=True)
-    rows = replace_table(Path(document), "growth", heading(edges), lines, place)
-    for plugin in dict.fromkeys(case[0] for case in CASES):
-        write_page(Path(document).parent, plugin, heading(edges), rows)
+            print("| " + " | ".join([title(case), structure, *row.cells(sorted(row.times))]) + " |", flush=True)
+            write(document, rows)
 
 
 if __name__ == "__main__":
-    if len(sys.argv) < 7:
+    if len(sys.argv) < 8:
         sys.exit(__doc__)
     main()
