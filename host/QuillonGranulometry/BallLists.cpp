@@ -22,7 +22,8 @@ bool CBallList::Sort(CWorkPace& pace) {
                           &StPlacedBall::squaredRadius);
         return !pace.Add(static_cast<std::int64_t>(m_size) * 64);
     }
-    const std::int32_t greatest = std::ranges::max(Balls(), {}, &StPlacedBall::squaredRadius).squaredRadius;
+    // In 64 bits, from which all digits can be shifted out.
+    const std::int64_t greatest = std::ranges::max(Balls(), {}, &StPlacedBall::squaredRadius).squaredRadius;
     // Radix sort, which can be cancelled at any time.
     auto sorted = std::make_unique_for_overwrite<StPlacedBall[]>(m_size);
     for (int shift = 0; greatest >> shift > 0; shift += digitBits) {
