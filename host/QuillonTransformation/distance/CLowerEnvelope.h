@@ -45,7 +45,7 @@ double StoredWeight(double squaredLength) {
 /// computed in doubles, whichever way it is found, unless values are so large that doubles cannot distinguish
 /// neighbouring positions (2^50 w). For integer values and an integer w they are exact up to 2^53. Where
 /// values are whole and w is 1, as in a squared distance in pixels, the envelope is computed in integers,
-/// which takes a third of the time.
+/// which takes half of the time.
 ///
 /// T. Hirata, A unified linear-time algorithm for computing distance maps, 1996; A. Meijster, J. Roerdink, W.
 /// Hesselink, A general algorithm for computing distance transforms in linear time, 2000.
