@@ -1,5 +1,7 @@
 #include "QuillonTransformation/distance/CSquaredDistanceView.h"
 
+#include <QuillonBase/CProgressProxy.h>
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2core/CException.h>
 #include <sorblib2core/CString.h>
 #include <sorblib2image/GreyTypeDispatch.h>
@@ -26,21 +28,13 @@ const IImage& Required(const char* function, const IImage& image) {
 
 /// Passes on the question whether the run is cancelled, and no progress: reading the distances takes too
 /// little time to be a phase.
-class CQuestions : public IProgress {
+class CQuestions : public CProgressProxy {
 public:
-    explicit CQuestions(IProgress& progress)
-        : m_progress(progress) {}
+    using CProgressProxy::CProgressProxy;
 
     void Start(unsigned /*total*/, const char* /*text*/) override {}
-    void SetText(const char* /*text*/) override {}
     void Step(unsigned /*amount*/, int /*flag*/) override {}
-    void SetPosition(unsigned /*position*/) override {}
     void Finish() override {}
-    void Cancel() override { m_progress.Cancel(); }
-    bool IsCancelled() override { return m_progress.IsCancelled(); }
-
-private:
-    IProgress& m_progress;
 };
 
 /// Incomplete if cancelled; the pace is then cancelled, too.
@@ -55,9 +49,10 @@ std::uint32_t GreatestOf(const IImage& image, IProgress& progress, CWorkPace& pa
         std::uint32_t& greatestOfPlane = greatest[static_cast<std::size_t>(z)];
         greatestOfPlane = std::max(greatestOfPlane, greatestOfRow);
     };
-    CQuestions questions(progress);
-    if (!ForEachRowInParallel(view, 1, questions, "", readRow))
-        (void)pace.Add(CWorkPace::c_workPerQuestion);
+    CQuestions questions(&progress);
+    // A sink can forget a cancellation. The distances must not be used then before all have been read.
+    if (!ForEachRowInParallel(view, 1, questions, "", readRow) && !pace.Add(CWorkPace::c_workPerQuestion))
+        ForEachRow(view, 1, pace, readRow);
     return greatest.empty() ? 0 : *std::ranges::max_element(greatest);
 }
 

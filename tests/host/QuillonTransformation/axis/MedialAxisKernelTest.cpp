@@ -263,6 +263,38 @@ TEST(MarkMedialAxis, OfWhatWasDoneBeforeTheCancellationNothingStays) {
     EXPECT_EQ(progress.calls, (std::vector<std::string>{"Start 3 medial axis", "Step 1 0", "Finish"}));
 }
 
+/// Answers true to one question only.
+class CForgetfulProgress : public test::CRecordingProgress {
+public:
+    explicit CForgetfulProgress(int question)
+        : m_question(question) {}
+    bool IsCancelled() override { return m_asked++ == m_question; }
+    [[nodiscard]] int Asked() const { return m_asked; }
+
+private:
+    int m_question;
+    int m_asked = 0;
+};
+
+TEST(MarkMedialAxis, ASinkThatForgetsACancellationGetsAllOrNothing) {
+    const test::CThreadCount threads(1);
+    const auto distance = test::SquaredDistanceImage(Solid({31, 31, 31}, 0));
+    std::vector<Bytes> results;
+    for (bool wasAsked = true; wasAsked;) {
+        CForgetfulProgress progress(static_cast<int>(results.size()));
+        const auto output = OutputFor(*distance);
+        MarkMedialAxis(*distance, *output, 0, {}, progress);
+        wasAsked = progress.Asked() > static_cast<int>(results.size());
+        results.push_back(PixelsOf<unsigned char>(*output));
+    }
+    EXPECT_GT(results.size(), 31U) << "reading the distances asks for each plane";
+    // The last run was never cancelled. It comes last because it leaves a table that is large enough for all.
+    const Bytes none(results.back().size(), 0);
+    for (std::size_t question = 0; question < results.size(); ++question)
+        EXPECT_TRUE(results[question] == none || results[question] == results.back()) << question;
+    EXPECT_NE(results.back(), none);
+}
+
 TEST(MarkMedialAxis, ReportsEachBlock) {
     const auto distance = test::SquaredDistanceImage(Solid({3, 33, 17}, 0));
     const auto output = OutputFor(*distance);
