@@ -1,5 +1,6 @@
 #pragma once
 
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -21,6 +22,8 @@ public:
     explicit CMemoryLimit([[maybe_unused]] std::int64_t bytes) {
         getrlimit(RLIMIT_AS, &m_before);
         if constexpr (isEffective) {
+            // By default each new thread reserves 64 MiB of addresses or more for what it will allocate.
+            mallopt(M_ARENA_MAX, 1);
             long pages = 0;
             std::ifstream("/proc/self/statm") >> pages;
             rlimit limit = m_before;
