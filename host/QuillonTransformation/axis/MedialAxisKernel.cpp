@@ -1,5 +1,6 @@
 #include "QuillonTransformation/axis/MedialAxisKernel.h"
 
+#include "QuillonTransformation/ForEachOther.h"
 #include "QuillonTransformation/axis/CCoveringTable.h"
 #include "QuillonTransformation/axis/CSphereVectors.h"
 #include "QuillonTransformation/axis/MedialAxisRows.h"
@@ -12,6 +13,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -65,7 +67,7 @@ struct StTask {
     const CCoveringTable& table;
     const CBlocks& blocks;
     std::size_t farVectorCount;
-    std::int64_t leastDistance;
+    std::int32_t leastDistance; ///< of a pixel that can be on the axis
 };
 
 /// The squared distances at a pixel and its 26 neighbours.
@@ -187,30 +189,40 @@ private:
         const std::int64_t nx = m_task.distance.nx;
         unsigned char* const marks = m_task.output.Row(y, z);
         std::fill_n(marks, nx, static_cast<unsigned char>(0));
-        if (std::all_of(distances, distances + nx, [](std::int32_t distance) { return distance == 0; }))
+        if (!FillLimits(distances))
             return;
-        FillLimits(distances);
         const StRowNeighborhood around = RowsAround(y, z);
         FindCoveredByNearest(m_vectors, around, m_isCovered.data(), 1, nx - 1);
         m_isCovered.front() = IsCoveredByNearest(0, y, z) ? 1 : 0;
         m_isCovered.back() = IsCoveredByNearest(nx - 1, y, z) ? 1 : 0;
-
-        for (std::int64_t x = 0; x < nx; ++x) {
-            const std::int32_t distance = distances[x];
-            if (distance == 0 || distance < m_task.leastDistance ||
-                m_isCovered[static_cast<std::size_t>(x)] != 0)
-                continue;
-            marks[x] = IsCoveredFromFar(x, y, z, around, pace) ? 0 : 1;
-            if (pace.IsCancelled())
-                return;
-        }
+        ForEachOther(m_isCovered.data(), nx, std::uint8_t{1}, [&](std::int64_t x) {
+            if (distances[x] >= m_task.leastDistance && !pace.IsCancelled())
+                marks[x] = IsCoveredFromFar(x, y, z, around, pace) ? 0 : 1;
+        });
     }
 
-    void FillLimits(const std::int32_t* distances) {
-        for (std::size_t x = 0; x < m_isCovered.size(); ++x) {
-            for (std::size_t i = 0; i < m_limits.size(); ++i)
-                m_limits[i][x] = m_task.table.NearLimit(i + 1, distances[x]);
+    /// Looks up the limits of the pixels that can be on the axis, and returns whether there is one. Where
+    /// there is none, limits of 0 let all pixels appear to be covered.
+    bool FillLimits(const std::int32_t* distances) {
+        constexpr std::size_t length = 8;
+        bool isAny = false;
+        for (std::size_t first = 0; first < m_isCovered.size(); first += length) {
+            const std::size_t end = std::min(first + length, m_isCovered.size());
+            const auto isOfInterest = [least = m_task.leastDistance](std::int32_t distance) {
+                return distance >= least;
+            };
+            if (std::none_of(distances + first, distances + end, isOfInterest)) {
+                for (std::vector<std::int32_t>& limits : m_limits)
+                    std::fill(limits.begin() + first, limits.begin() + end, 0);
+                continue;
+            }
+            isAny = true;
+            for (std::size_t x = first; x < end; ++x) {
+                for (std::size_t i = 0; i < m_limits.size(); ++i)
+                    m_limits[i][x] = m_task.table.NearLimit(i + 1, distances[x]);
+            }
         }
+        return isAny;
     }
 
     [[nodiscard]] StRowNeighborhood RowsAround(std::int64_t y, std::int64_t z) const {
@@ -312,17 +324,29 @@ void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t 
     CWorkPace pace(progress);
     const CSquaredDistanceView distance(c_function, squaredDistance, progress, pace);
     RequireFitting(c_function, output, IMAGE_BINARY_FG, squaredDistance);
+    if (pace.IsCancelled())
+        return CImageView<unsigned char>(output).Fill(0);
+    MarkMedialAxis(distance, output, squaredRadius, tablePath, progress);
+}
+
+void MarkMedialAxis(const CSquaredDistanceView& distance, IImage& output, std::int64_t squaredRadius,
+                    const std::string& tablePath, IProgress& progress) {
+    CWorkPace pace(progress);
+    RequireFitting(c_function, output, IMAGE_BINARY_FG, distance.Image());
     const CImageView<unsigned char> marks(output);
     const std::int32_t greatest = std::max(distance.Greatest(), 1);
     std::vector<std::uint8_t> occurs;
-    if (!pace.IsCancelled() && !CCoveringTable::IsShared(greatest))
+    if (!CCoveringTable::IsShared(greatest))
         occurs = Occurrences(distance, pace);
     const auto table =
         pace.IsCancelled() ? nullptr : CCoveringTable::ForImage(tablePath, greatest, pace, occurs);
     if (table == nullptr)
         return marks.Fill(0);
     const CBlocks blocks(distance);
-    const StTask task{distance, marks, *table, blocks, table->FarVectorCount(greatest), squaredRadius};
+    constexpr std::int64_t aboveAll = std::numeric_limits<std::int32_t>::max();
+    const auto leastDistance =
+        static_cast<std::int32_t>(std::clamp<std::int64_t>(squaredRadius, 1, aboveAll));
+    const StTask task{distance, marks, *table, blocks, table->FarVectorCount(greatest), leastDistance};
     progress.Start(static_cast<unsigned>(blocks.Count()), "medial axis");
     const bool isDone = ParallelForAtPace(blocks.Count(), progress, [&task] { return CBlockWorker(task); });
     if (!isDone)

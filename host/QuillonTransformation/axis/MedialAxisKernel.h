@@ -8,6 +8,8 @@
 
 namespace ORVEN {
 
+class CSquaredDistanceView;
+
 /// Marks the exact Euclidean medial axis of a binary object.
 ///
 /// `squaredDistance`: IMAGE_GREY_32, dimension 3, the squared Euclidean distance of each pixel to the nearest
@@ -36,6 +38,9 @@ namespace ORVEN {
 /// E. Remy, E. Thiel, Look-up tables for medial axis on squared Euclidean distance transform, 2003, and Exact
 /// medial axis with Euclidean distance, 2005.
 void MarkMedialAxis(const IImage& squaredDistance, IImage& output, std::int64_t squaredRadius,
+                    const std::string& tablePath, IProgress& progress);
+/// The same without validating the distances again.
+void MarkMedialAxis(const CSquaredDistanceView& distance, IImage& output, std::int64_t squaredRadius,
                     const std::string& tablePath, IProgress& progress);
 
 } // namespace ORVEN

@@ -75,11 +75,16 @@ std::int32_t PlausibleGreatest(const char* function, const IImage& image, IProgr
 
 CSquaredDistanceView::CSquaredDistanceView(const char* function, const IImage& image, IProgress& progress,
                                            CWorkPace& pace)
+    : CSquaredDistanceView(function, image,
+                           PlausibleGreatest(function, Required(function, image), progress, pace)) {}
+
+CSquaredDistanceView::CSquaredDistanceView(const char* function, const IImage& image, std::int32_t greatest)
     : nx(image.Size().x)
     , ny(image.Size().y)
     , nz(image.Size().z)
+    , m_image(image)
     , m_view(Required(function, image))
-    , m_greatest(PlausibleGreatest(function, image, progress, pace)) {}
+    , m_greatest(greatest) {}
 
 void RequireFitting(const char* function, const IImage& image, const IImage::CType& type,
                     const IImage& squaredDistance) {

@@ -7,7 +7,7 @@
 
 namespace ORVEN {
 
-/// Read access to the pixels of a map of squared distances to the background, after validating all of them.
+/// Read access to the pixels of a map of squared distances to the background, all of which are valid.
 /// In an object that is surrounded by background, no value can exceed ((e + 1) / 2)^2, where e is the
 /// smallest extent of the image.
 ///
@@ -20,6 +20,10 @@ public:
     /// image of size %2." for a distance out of bounds. The pixels are read on all cores; if that is
     /// cancelled, the pace is cancelled, and not all pixels have been validated.
     CSquaredDistanceView(const char* function, const IImage& image, IProgress& progress, CWorkPace& pace);
+    /// For a map that `SquaredDistancesToBackground` has computed; `greatest` is what it returned.
+    CSquaredDistanceView(const char* function, const IImage& image, std::int32_t greatest);
+
+    [[nodiscard]] const IImage& Image() const { return m_image; }
 
     [[nodiscard]] const std::int32_t* Row(std::int64_t y, std::int64_t z) const { return m_view.Row(y, z); }
     /// Returns 0 for positions outside the image.
@@ -36,6 +40,7 @@ public:
     std::int64_t nz;
 
 private:
+    const IImage& m_image;
     CImageView<const std::int32_t> m_view;
     std::int32_t m_greatest;
 };
