@@ -18,6 +18,7 @@ namespace ORVEN {
 
 namespace {
 
+const char* const c_run = "CSkeletonCouprierZour::RunSkeletonCouprierZour";
 const char* const c_constrainedSet = "CSkeletonCouprierZour::ConstrainedSet";
 
 /// The radius is limited to a value whose square is far above every squared distance.
@@ -40,30 +41,27 @@ void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage&
     const CSize& size = input.Size();
     const CSize none(0, 0, 0);
     CImage squaredDistance(IMAGE_GREY_32, size, none);
-    CImage kept(IMAGE_BINARY_FG, size, none);
-    const std::int64_t squaredRadius = Squared(radius);
+    const CSquaredDistanceView distances(c_run, squaredDistance,
+                                         SquaredDistancesToBackground(input, squaredDistance, progress));
+    // The output holds the medial axis and then what is kept of it, until it is replaced by the skeleton.
     const auto findKept = [&] {
-        SquaredEdt(input, squaredDistance, progress);
         if (progress.IsCancelled())
             return;
+        MarkMedialAxis(distances, output, Squared(radius), MaLut(), progress);
         // No angle is below 0, so that the axis alone decides. A table for the bisector is read in any case,
         // to report one that is not usable.
-        if (angle <= 0.0F && BsLut().empty())
-            return MedialAxis(squaredDistance, kept, squaredRadius, progress, false);
-        CImage medialAxis(IMAGE_BINARY_FG, size, none);
-        MedialAxis(squaredDistance, medialAxis, squaredRadius, progress, false);
-        if (progress.IsCancelled())
+        if ((angle <= 0.0F && BsLut().empty()) || progress.IsCancelled())
             return;
         CImage bisector(IMAGE_GREY_F, size, none);
-        Bisector(squaredDistance, medialAxis, bisector, progress, false);
+        Bisector(squaredDistance, output, bisector, progress, false);
         if (!progress.IsCancelled())
-            ConstrainedSet(medialAxis, squaredDistance, bisector, kept, radius, angle, progress);
+            ConstrainedSet(output, squaredDistance, bisector, output, radius, angle, progress);
     };
     findKept();
     if (progress.IsCancelled())
         CImageView<unsigned char>(output).Fill(0);
     else
-        EuclideanSkeleton(input, squaredDistance, kept, output, neighborhood, progress);
+        ThinByDistance(input, distances, output, output, neighborhood, progress);
 }
 
 void CSkeletonCouprierZour::SquaredEdt(const IImage& input, IImage& output, CProgressProxy& progress) {

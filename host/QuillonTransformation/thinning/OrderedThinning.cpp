@@ -1,7 +1,8 @@
 #include "QuillonTransformation/thinning/OrderedThinning.h"
 
+#include "QuillonTransformation/ForEachOther.h"
 #include "QuillonTransformation/distance/CSquaredDistanceView.h"
-#include "QuillonTransformation/thinning/CFramedBits.h"
+#include "QuillonTransformation/thinning/CPixelSets.h"
 #include "QuillonTransformation/thinning/SimplePoints.h"
 
 #include <QuillonBase/CWorkPace.h>
@@ -41,20 +42,20 @@ struct StImages {
 /// Calls `body(place, squaredDistance, isAnchor)` for the object pixels in raster order. Returns false if the
 /// run was cancelled.
 template <class Body>
-bool ForEachObjectPixel(const StImages& images, const CFramedBits& frame, IProgress& progress,
+bool ForEachObjectPixel(const StImages& images, const CPixelSets& sets, IProgress& progress,
                         const Body& body) {
     CWorkPace pace(progress);
     for (std::int64_t z = 0; z < images.input.nz; ++z) {
         if (progress.IsCancelled())
             return false;
         for (std::int64_t y = 0; y < images.input.ny; ++y) {
-            const unsigned char* const object = images.input.Row(y, z);
             const unsigned char* const anchors = images.anchors.Row(y, z);
             const std::int32_t* const squaredDistance = images.squaredDistance.Row(y, z);
-            for (std::int64_t x = 0; x < images.input.nx; ++x) {
-                if (object[x] != 0)
-                    body(frame.Place(x, y, z), static_cast<std::size_t>(squaredDistance[x]), anchors[x] != 0);
-            }
+            const std::uint64_t place = sets.Place(0, y, z);
+            ForEachOther(images.input.Row(y, z), images.input.nx, std::uint8_t{0}, [&](std::int64_t x) {
+                body(place + static_cast<std::uint64_t>(x) * CPixelSets::c_stepX,
+                     static_cast<std::size_t>(squaredDistance[x]), anchors[x] != 0);
+            });
             if (pace.Add(c_unitsPerPixel * images.input.nx))
                 return false;
         }
@@ -118,18 +119,12 @@ private:
 template <class Place, class Neighborhood>
 class CThinning {
 public:
-    /// `none` is an empty set of pixels. The run is reported as `stepCount` steps of progress.
-    CThinning(CFramedBits& object, CFramedBits none, std::int64_t stepCount, IProgress& progress)
-        : m_object(object)
-        , m_standing(std::move(none))
+    /// The object is the first set, and the second one is empty. The run is reported as `stepCount` steps of
+    /// progress.
+    CThinning(CPixelSets& sets, std::int64_t stepCount, IProgress& progress)
+        : m_sets(sets)
         , m_stepCount(static_cast<std::uint64_t>(std::max<std::int64_t>(1, stepCount)))
-        , m_progress(progress) {
-        for (std::size_t i = 0; i < 27; ++i) {
-            const auto number = static_cast<std::int64_t>(i);
-            m_offsets[i] =
-                static_cast<Place>(object.Offset(number % 3 - 1, number / 3 % 3 - 1, number / 9 - 1));
-        }
-    }
+        , m_progress(progress) {}
 
     /// Returns false if the run was cancelled.
     bool Run(const CQueues<Place>& queues) {
@@ -150,30 +145,33 @@ public:
     }
 
 private:
+    static constexpr CPixelSets::EnSet c_object = CPixelSets::FIRST;
+    /// Object pixels that were tested, are not anchors, and are not queued.
+    static constexpr CPixelSets::EnSet c_standing = CPixelSets::SECOND;
+
     bool Test(std::span<const Place> places) {
         for (std::size_t i = 0; i < places.size(); ++i) {
             if (m_tests++ % c_testsALook == 0 && !Look())
                 return false;
-            if (i + c_testsAhead < places.size()) {
-                m_object.Prefetch(places[i + c_testsAhead]);
-                m_standing.Prefetch(places[i + c_testsAhead]);
-            }
+            if (i + c_testsAhead < places.size())
+                m_sets.Prefetch(places[i + c_testsAhead]);
             const Place place = places[i];
-            if (m_isSimple(m_object.Block(place)))
-                Fell(place);
-            else
-                m_standing.Insert(place);
+            const bool isSimple = m_isSimple(m_sets.Block(c_object, place));
+            const std::uint32_t again = isSimple ? m_sets.Block(c_standing, place) : 0;
+            // Whether a pixel is simple cannot be predicted, so that branches on it would be slow.
+            m_sets.Toggle(isSimple ? c_object : c_standing, place);
+            if (again != 0)
+                QueueAgain(place, again);
         }
         return true;
     }
 
-    void Fell(Place place) {
-        m_object.Erase(place);
-        for (std::uint32_t again = InRasterOrder(m_standing.Block(place)); again != 0; again &= again - 1) {
-            const auto neighbor =
-                static_cast<Place>(place + m_offsets[static_cast<std::size_t>(std::countr_zero(again))]);
-            m_standing.Erase(neighbor);
-            m_again.push_back(neighbor);
+    void QueueAgain(Place place, std::uint32_t block) {
+        for (std::uint32_t again = InRasterOrder(block); again != 0; again &= again - 1) {
+            const std::uint64_t neighbor =
+                m_sets.Neighbor(place, static_cast<std::size_t>(std::countr_zero(again)));
+            m_sets.Toggle(c_standing, neighbor);
+            m_again.push_back(static_cast<Place>(neighbor));
         }
     }
 
@@ -194,10 +192,8 @@ private:
     static constexpr std::uint64_t c_testsALook = 1 << 13;
 
     const CSimplePoints<Neighborhood>& m_isSimple = CSimplePoints<Neighborhood>::Obj();
-    CFramedBits& m_object;
-    CFramedBits m_standing; // object pixels that were tested, are not anchors, and are not queued
+    CPixelSets& m_sets;
     std::vector<Place> m_again;
-    std::array<Place, 27> m_offsets{}; // modulo the range of the type
     std::uint64_t m_tests = 0;
     std::uint64_t m_testsAStep = 1;
     std::uint64_t m_told = 0;
@@ -207,33 +203,48 @@ private:
 
 /// Removes pixels from the object until none is left to remove. Returns false if the run was cancelled.
 template <class Place, class Neighborhood>
-bool Thin(const StImages& images, CFramedBits& object, IProgress& progress) {
+bool Thin(const StImages& images, CPixelSets& sets, IProgress& progress) {
     std::vector<std::size_t> counts(static_cast<std::size_t>(images.squaredDistance.Greatest()) + 1);
     const auto enter = [&](std::uint64_t place, std::size_t distance, bool isAnchor) {
-        object.Insert(place);
+        sets.Toggle(CPixelSets::FIRST, place);
         counts[distance] += isAnchor ? 0 : 1;
     };
-    if (!ForEachObjectPixel(images, object, progress, enter))
+    if (!ForEachObjectPixel(images, sets, progress, enter))
         return false;
     CQueues<Place> queues(std::move(counts));
     const auto queue = [&](std::uint64_t place, std::size_t distance, bool isAnchor) {
         if (!isAnchor)
             queues.Append(distance, place);
     };
-    if (!ForEachObjectPixel(images, object, progress, queue))
+    if (!ForEachObjectPixel(images, sets, progress, queue))
         return false;
-    CFramedBits none(images.input.nx, images.input.ny, images.input.nz);
-    return CThinning<Place, Neighborhood>(object, std::move(none), images.input.nz, progress).Run(queues);
+    return CThinning<Place, Neighborhood>(sets, images.input.nz, progress).Run(queues);
 }
 
-/// Returns false if the run was cancelled.
-bool Write(const CImageView<unsigned char>& output, const CFramedBits& object, IProgress& progress) {
+/// Writes the first set. Returns false if the run was cancelled.
+bool Write(const CImageView<unsigned char>& output, const CPixelSets& sets, IProgress& progress) {
     CWorkPace pace(progress);
-    return ForEachRow(output, c_unitsPerPixel, pace, [&](std::int64_t y, std::int64_t z) {
-        unsigned char* const row = output.Row(y, z);
-        for (std::int64_t x = 0; x < output.nx; ++x)
-            row[x] = object.Contains(object.Place(x, y, z)) ? 1 : 0;
-    });
+    for (std::int64_t bundleZ = 0; bundleZ < sets.BundleCountZ(); ++bundleZ) {
+        for (std::int64_t bundleY = 0; bundleY < sets.BundleCountY(); ++bundleY) {
+            std::int64_t lineCount = 0;
+            sets.ForEachLine(bundleY, bundleZ, [&](std::int64_t y, std::int64_t z) {
+                output.FillRow(y, z, 0);
+                ++lineCount;
+            });
+            sets.ForEachPixel<CPixelSets::FIRST>(
+                bundleY, bundleZ,
+                [&](std::int64_t x, std::int64_t y, std::int64_t z) { output.Row(y, z)[x] = 1; });
+            if (pace.Add(lineCount * output.nx))
+                return false;
+        }
+    }
+    return true;
+}
+
+void RequireAllFitting(const IImage& input, const CSquaredDistanceView& squaredDistance,
+                       const IImage& anchors, const IImage& output) {
+    for (const IImage* image : {&input, &anchors, &output})
+        RequireFitting(c_site, *image, IMAGE_BINARY_FG, squaredDistance.Image());
 }
 
 } // namespace
@@ -247,24 +258,30 @@ void ThinByDistance(const IImage& input, const IImage& squaredDistance, const II
     RequireSkeletonNeighborhood(neighborhood);
     CWorkPace pace(progress);
     const CSquaredDistanceView distances(c_site, squaredDistance, progress, pace);
-    for (const IImage* image : {&input, &anchors, static_cast<const IImage*>(&output)})
-        RequireFitting(c_site, *image, IMAGE_BINARY_FG, squaredDistance);
-    const StImages images{CImageView<const unsigned char>(input), distances,
+    if (pace.IsCancelled()) {
+        RequireAllFitting(input, distances, anchors, output);
+        return CImageView<unsigned char>(output).Fill(0);
+    }
+    ThinByDistance(input, distances, anchors, output, neighborhood, progress, placeSize);
+}
+
+void ThinByDistance(const IImage& input, const CSquaredDistanceView& squaredDistance, const IImage& anchors,
+                    IImage& output, const std::string& neighborhood, IProgress& progress,
+                    EnPlaceSize placeSize) {
+    RequireAllFitting(input, squaredDistance, anchors, output);
+    const StImages images{CImageView<const unsigned char>(input), squaredDistance,
                           CImageView<const unsigned char>(anchors)};
     const CImageView<unsigned char> result(output);
-    if (pace.IsCancelled())
-        return result.Fill(0);
-
-    CFramedBits object(result.nx, result.ny, result.nz);
+    CPixelSets sets(result.nx, result.ny, result.nz);
     constexpr std::uint64_t placesOf32Bits = std::uint64_t{1} << 32;
-    const bool fits32Bits = placeSize == EnPlaceSize::SUFFICIENT && object.PlaceCount() <= placesOf32Bits;
+    const bool fits32Bits = placeSize == EnPlaceSize::SUFFICIENT && sets.PlaceCount() <= placesOf32Bits;
     progress.Start(static_cast<unsigned>(3 * result.nz), "thinning");
     const bool isDone = With3dNeighborhood(
         c_site, CString(neighborhood), [&]<class Neighborhood>(std::type_identity<Neighborhood>) {
-            return fits32Bits ? Thin<std::uint32_t, Neighborhood>(images, object, progress)
-                              : Thin<std::uint64_t, Neighborhood>(images, object, progress);
+            return fits32Bits ? Thin<std::uint32_t, Neighborhood>(images, sets, progress)
+                              : Thin<std::uint64_t, Neighborhood>(images, sets, progress);
         });
-    if (!isDone || !Write(result, object, progress))
+    if (!isDone || !Write(result, sets, progress))
         result.Fill(0);
     progress.Finish();
 }

@@ -1,6 +1,6 @@
 #include "oracles/TopologyOracle.h"
 
-#include <QuillonTransformation/thinning/CFramedBits.h>
+#include <QuillonTransformation/thinning/CPixelSets.h>
 #include <QuillonTransformation/thinning/SimplePoints.h>
 
 #include <gtest/gtest.h>
@@ -106,23 +106,78 @@ TEST(SimplePointsN14, AreThoseOfTheDefinitionInAllSurroundings) {
     ExpectAllSettingsAsDefined<CNeighborhood3dDiffN14_2>();
 }
 
-TEST(FramedBits, GiveTheBlockAroundEachPixelUpToTheBorder) {
+/// Objects of many sizes, smaller and larger than the bundles of lines that share words.
+std::vector<test::StObject> ObjectsOfManySizes(std::mt19937& random) {
+    const auto isObject = [&random](const test::Vector&) { return random() % 2 == 0; };
+    std::vector<test::StObject> objects{test::ObjectOf({9, 22, 1}, isObject),
+                                        test::ObjectOf({3, 1, 16}, isObject)};
+    for (int extent = 1; extent <= 16; ++extent)
+        objects.push_back(test::ObjectOf({extent, extent + 1, 17 - extent}, isObject));
+    return objects;
+}
+
+CPixelSets EmptySetsFor(const test::StObject& object) {
+    return CPixelSets(object.size[0], object.size[1], object.size[2]);
+}
+
+/// Adds the pixels of the object to the set. All others are added, too, and removed again.
+void Enter(const test::StObject& object, CPixelSets::EnSet set, CPixelSets& sets) {
+    for (const test::Vector& p : object.Positions()) {
+        sets.Toggle(set, sets.Place(p[0], p[1], p[2]));
+        if (!object.Has(p))
+            sets.Toggle(set, sets.Place(p[0], p[1], p[2]));
+    }
+}
+
+TEST(PixelSets, GiveTheBlockAroundEachPixelUpToTheBorder) {
     std::mt19937 random(22);
-    for (std::int64_t extent = 1; extent <= 20; ++extent) {
-        const test::StObject object =
-            test::ObjectOf({extent, 4, 3}, [&](const test::Vector&) { return random() % 2 == 0; });
-        CFramedBits bits(extent, 4, 3);
-        for (const test::Vector& p : object.Positions()) {
-            bits.Insert(bits.Place(p[0], p[1], p[2]));
-            if (!object.Has(p))
-                bits.Erase(bits.Place(p[0], p[1], p[2]));
+    const std::vector<test::StObject> objects = ObjectsOfManySizes(random);
+    const std::vector<test::StObject> others = ObjectsOfManySizes(random);
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        SCOPED_TRACE(i);
+        CPixelSets sets = EmptySetsFor(objects[i]);
+        Enter(objects[i], CPixelSets::FIRST, sets);
+        Enter(others[i], CPixelSets::SECOND, sets);
+        for (const test::Vector& p : objects[i].Positions()) {
+            const std::uint64_t place = sets.Place(p[0], p[1], p[2]);
+            ASSERT_LT(place, sets.PlaceCount());
+            ASSERT_EQ(sets.Block(CPixelSets::FIRST, place), BlockOf(test::SurroundingsOf(objects[i], p)));
+            ASSERT_EQ(sets.Block(CPixelSets::SECOND, place), BlockOf(test::SurroundingsOf(others[i], p)));
         }
-        for (const test::Vector& p : object.Positions()) {
-            const std::uint64_t place = bits.Place(p[0], p[1], p[2]);
-            ASSERT_LT(place, bits.PlaceCount());
-            ASSERT_EQ(bits.Contains(place), object.Has(p));
-            ASSERT_EQ(bits.Block(place), BlockOf(test::SurroundingsOf(object, p))) << extent;
+    }
+}
+
+TEST(PixelSets, GiveThePlacesOfNeighborsInRasterOrder) {
+    const std::int64_t extents[] = {3, 16, 13};
+    const CPixelSets sets(extents[0], extents[1], extents[2]);
+    for (std::int64_t z = 1; z + 1 < extents[2]; ++z) {
+        for (std::int64_t y = 1; y + 1 < extents[1]; ++y) {
+            for (std::int64_t i = 0; i < 27; ++i) {
+                ASSERT_EQ(sets.Neighbor(sets.Place(1, y, z), static_cast<std::size_t>(i)),
+                          sets.Place(i % 3, y + i / 3 % 3 - 1, z + i / 9 - 1));
+            }
         }
+    }
+}
+
+TEST(PixelSets, ListThePixelsOfEachBundle) {
+    std::mt19937 random(23);
+    for (const test::StObject& object : ObjectsOfManySizes(random)) {
+        CPixelSets sets = EmptySetsFor(object);
+        Enter(object, CPixelSets::SECOND, sets);
+        std::vector<unsigned char> listed(object.pixels.size(), 0);
+        std::int64_t lineCount = 0;
+        for (std::int64_t bundleZ = 0; bundleZ < sets.BundleCountZ(); ++bundleZ) {
+            for (std::int64_t bundleY = 0; bundleY < sets.BundleCountY(); ++bundleY) {
+                sets.ForEachLine(bundleY, bundleZ, [&](std::int64_t, std::int64_t) { ++lineCount; });
+                sets.ForEachPixel<CPixelSets::SECOND>(bundleY, bundleZ,
+                                                      [&](std::int64_t x, std::int64_t y, std::int64_t z) {
+                                                          ++listed[object.Index({x, y, z})];
+                                                      });
+            }
+        }
+        EXPECT_EQ(lineCount, object.size[1] * object.size[2]);
+        EXPECT_EQ(listed, object.pixels);
     }
 }
 
