@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 namespace ORVEN {
 
@@ -43,25 +44,28 @@ void CSkeletonCouprierZour::RunSkeletonCouprierZour(const IImage& input, IImage&
     CImage squaredDistance(IMAGE_GREY_32, size, none);
     const CSquaredDistanceView distances(c_run, squaredDistance,
                                          SquaredDistancesToBackground(input, squaredDistance, progress));
-    // The output holds the medial axis and then what is kept of it, until it is replaced by the skeleton.
+    // The output holds the medial axis and then what is kept of it, until it is replaced by the skeleton. The
+    // thinning still needs the input, which then must be another image.
+    std::optional<CImage> ownKept;
+    IImage& kept = &input == &output ? ownKept.emplace(IMAGE_BINARY_FG, size, none) : output;
     const auto findKept = [&] {
         if (progress.IsCancelled())
             return;
-        MarkMedialAxis(distances, output, Squared(radius), MaLut(), progress);
+        MarkMedialAxis(distances, kept, Squared(radius), MaLut(), progress);
         // No angle is below 0, so that the axis alone decides. A table for the bisector is read in any case,
         // to report one that is not usable.
         if ((angle <= 0.0F && BsLut().empty()) || progress.IsCancelled())
             return;
         CImage bisector(IMAGE_GREY_F, size, none);
-        Bisector(squaredDistance, output, bisector, progress, false);
+        Bisector(squaredDistance, kept, bisector, progress, false);
         if (!progress.IsCancelled())
-            ConstrainedSet(output, squaredDistance, bisector, output, radius, angle, progress);
+            ConstrainedSet(kept, squaredDistance, bisector, kept, radius, angle, progress);
     };
     findKept();
     if (progress.IsCancelled())
         CImageView<unsigned char>(output).Fill(0);
     else
-        ThinByDistance(input, distances, output, output, neighborhood, progress);
+        ThinByDistance(input, distances, kept, output, neighborhood, progress);
 }
 
 void CSkeletonCouprierZour::SquaredEdt(const IImage& input, IImage& output, CProgressProxy& progress) {

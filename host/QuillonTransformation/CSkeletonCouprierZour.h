@@ -32,7 +32,7 @@ public:
     /// the given angle. A component without such pixels still leaves one pixel, or whatever its topology
     /// requires. With an angle of 0 or less, the bisector is not computed, which takes two thirds of the time
     /// for thin objects. Memory in addition to input and output: at most 9 bytes per pixel, or 13 beyond
-    /// about 1300^3. The output is used for intermediate results and must not be the input.
+    /// about 1300^3, and one more if the output is the input.
     void RunSkeletonCouprierZour(const IImage& input, IImage& output, const std::string& neighborhood,
                                  std::int64_t radius, float angle, CProgressProxy& progress, bool isReserved);
 

@@ -1,6 +1,6 @@
 #include "QuillonTransformation/axis/MedialAxisKernel.h"
 
-#include "QuillonTransformation/ForEachOther.h"
+#include "QuillonTransformation/ForEachByteExcept.h"
 #include "QuillonTransformation/axis/CCoveringTable.h"
 #include "QuillonTransformation/axis/CSphereVectors.h"
 #include "QuillonTransformation/axis/MedialAxisRows.h"
@@ -195,7 +195,7 @@ private:
         FindCoveredByNearest(m_vectors, around, m_isCovered.data(), 1, nx - 1);
         m_isCovered.front() = IsCoveredByNearest(0, y, z) ? 1 : 0;
         m_isCovered.back() = IsCoveredByNearest(nx - 1, y, z) ? 1 : 0;
-        ForEachOther(m_isCovered.data(), nx, std::uint8_t{1}, [&](std::int64_t x) {
+        ForEachByteExcept(m_isCovered.data(), nx, std::uint8_t{1}, [&](std::int64_t x) {
             if (distances[x] >= m_task.leastDistance && !pace.IsCancelled())
                 marks[x] = IsCoveredFromFar(x, y, z, around, pace) ? 0 : 1;
         });

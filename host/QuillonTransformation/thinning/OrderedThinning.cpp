@@ -1,6 +1,6 @@
 #include "QuillonTransformation/thinning/OrderedThinning.h"
 
-#include "QuillonTransformation/ForEachOther.h"
+#include "QuillonTransformation/ForEachByteExcept.h"
 #include "QuillonTransformation/distance/CSquaredDistanceView.h"
 #include "QuillonTransformation/thinning/CPixelSets.h"
 #include "QuillonTransformation/thinning/SimplePoints.h"
@@ -52,7 +52,7 @@ bool ForEachObjectPixel(const StImages& images, const CPixelSets& sets, IProgres
             const unsigned char* const anchors = images.anchors.Row(y, z);
             const std::int32_t* const squaredDistance = images.squaredDistance.Row(y, z);
             const std::uint64_t place = sets.Place(0, y, z);
-            ForEachOther(images.input.Row(y, z), images.input.nx, std::uint8_t{0}, [&](std::int64_t x) {
+            ForEachByteExcept(images.input.Row(y, z), images.input.nx, std::uint8_t{0}, [&](std::int64_t x) {
                 body(place + static_cast<std::uint64_t>(x) * CPixelSets::c_stepX,
                      static_cast<std::size_t>(squaredDistance[x]), anchors[x] != 0);
             });

@@ -408,6 +408,17 @@ TEST(RunSkeletonCouprierZour, CountsEveryByteButZeroAsObject) {
     EXPECT_EQ(SkeletonInOneCall(ball, "N26", 0, 0.0F).pixels, expected);
 }
 
+TEST(RunSkeletonCouprierZour, CanReplaceItsInput) {
+    const StObject object = Foam(8, 24, 2);
+    for (const float angle : {0.0F, 1.5F}) {
+        const auto image = object.Image();
+        CProgressProxy progress;
+        CSkeletonCouprierZour(nullptr, nullptr)
+            .RunSkeletonCouprierZour(*image, *image, "N26", 2, angle, progress, false);
+        EXPECT_EQ(test::PixelsOf<unsigned char>(*image), SkeletonInOneCall(object, "N26", 2, angle).pixels);
+    }
+}
+
 TEST(RunSkeletonCouprierZour, RefusesAnotherNeighborhoodBeforeItBegins) {
     test::CRecordingProgress sink;
     CProgressProxy progress(&sink);
