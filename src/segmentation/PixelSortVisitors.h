@@ -5,6 +5,7 @@
 #include "utils/visitors/OrderedKey.h"
 
 #include <QuillonBase/CWorkPace.h>
+#include <QuillonBase/LargePages.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -127,6 +128,7 @@ protected:
     bool FillWithZeros(std::vector<std::uint16_t>& list, CWorkPace& pace) const {
         list.clear();
         list.reserve(pixelCount);
+        PreferLargePages(list.data(), pixelCount * sizeof list[0]); // every bin writes to a page of its own
         const auto append = [&list](std::int64_t /*first*/, std::int64_t end) {
             list.resize(static_cast<std::size_t>(end));
         };
