@@ -22,6 +22,7 @@
 #include <limits>
 #include <memory>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -154,14 +155,33 @@ private:
     /// counts as an open pixel. Returns false if cancelled, like all functions below that take a pace.
     bool TakeSeeds(CWorkPace& pace) {
         return ForEachRow([&](StPixelPosition first) {
-            const unsigned char* address = Address(first);
-            for (std::int64_t x = 0; x < m_size[0]; ++x, address += m_strideX) {
-                const std::uint32_t label = *reinterpret_cast<const std::uint32_t*>(address);
-                if (label != LabelInit)
-                    m_labels.SetLabel(m_labels.At(first) + x, label);
-            }
+            const unsigned char* const row = Address(first);
+            WithStride([&](auto stride) {
+                const auto label = [&](std::int64_t x) {
+                    return *reinterpret_cast<const std::uint32_t*>(row + x * stride);
+                };
+                std::uint32_t all = LabelInit;
+                for (std::int64_t x = 0; x < m_size[0]; ++x)
+                    all &= label(x);
+                if (all == LabelInit) // most rows, if seeds are few
+                    return;
+                for (std::int64_t x = 0; x < m_size[0]; ++x) {
+                    if (label(x) != LabelInit)
+                        m_labels.SetLabel(m_labels.At(first) + x, label(x));
+                }
+            });
             return !pace.Add(m_size[0]);
         });
+    }
+
+    /// Calls `body(stride)` with the stride along rows, as a constant for vector instructions if they are
+    /// dense.
+    template <class Body>
+    void WithStride(const Body& body) const {
+        if (m_strideX == sizeof(std::uint32_t))
+            body(std::integral_constant<std::int64_t, sizeof(std::uint32_t)>());
+        else
+            body(m_strideX);
     }
 
     /// Writes the labels to the output; after a cancellation those of the levels so far.
@@ -169,14 +189,10 @@ private:
         ForEachRow([&](StPixelPosition first) {
             const Place place = m_labels.At(first);
             unsigned char* const row = Address(first);
-            const auto give = [&](std::int64_t stride) {
+            WithStride([&](auto stride) {
                 for (std::int64_t x = 0; x < m_size[0]; ++x)
                     *reinterpret_cast<std::uint32_t*>(row + x * stride) = m_labels.Label(place + x);
-            };
-            if (m_strideX == sizeof(std::uint32_t))
-                give(sizeof(std::uint32_t)); // a constant, for vector instructions
-            else
-                give(m_strideX);
+            });
             (void)pace.Add(m_size[0]);
             return true;
         });
@@ -219,28 +235,29 @@ private:
     template <class Body>
     static bool ForEachPixel(const StLevels& levels, std::uint64_t first, std::uint64_t end, CWorkPace& pace,
                              const Body& body) {
-        for (; end - first > pixelsPerPiece; first += pixelsPerPiece) {
-            for (std::uint64_t place = first; place < first + pixelsPerPiece; ++place)
+        while (first < end) { // one loop around the body, so that it is inlined
+            const std::uint64_t count = std::min(end - first, pixelsPerPiece);
+            for (std::uint64_t place = first; place < first + count; ++place)
                 body(levels.Pixel(place), place);
-            if (pace.Add(workPerPiece))
+            first += count;
+            if (count == pixelsPerPiece && pace.Add(pixelsPerPiece * workPerPixel))
                 return false;
         }
-        for (std::uint64_t place = first; place < end; ++place)
-            body(levels.Pixel(place), place);
         return !pace.IsCancelled();
     }
 
-    /// Calls `body()` until the queue is empty. Each call takes the first pixel, and can add others.
-    template <class Body>
-    bool EmptyQueue(CWorkPace& pace, const Body& body) {
+    /// Calls `takeSome()` until the queue is empty. Each call takes pixels from the front, which can add
+    /// others, and returns their number.
+    template <class TakeSome>
+    bool EmptyQueue(CWorkPace& pace, const TakeSome& takeSome) {
+        std::uint64_t count = 0;
         while (!m_queue.IsEmpty()) {
-            for (std::uint64_t count = 0; count < pixelsPerPiece; ++count) {
-                body();
-                if (m_queue.IsEmpty())
-                    return true;
+            count += takeSome();
+            if (count >= pixelsPerPiece) {
+                if (pace.Add(static_cast<std::int64_t>(count) * workPerPixel))
+                    return false;
+                count = 0;
             }
-            if (pace.Add(workPerPiece))
-                return false;
         }
         return true;
     }
@@ -274,8 +291,10 @@ private:
     /// Grows the existing regions through the open pixels, breadth-first.
     bool Spread(CWorkPace& pace) {
         return EmptyQueue(pace, [this] {
-            m_labels.Prefetch(m_queue.Ahead(prefetchDistance));
-            ProcessQueuedPixel(m_queue.PopFront());
+            return m_queue.TakeBlock(prefetchDistance, [this](Place place, Place ahead) {
+                m_labels.Prefetch(ahead);
+                ProcessQueuedPixel(place);
+            });
         });
     }
 
@@ -384,6 +403,7 @@ private:
             const Place place = m_queue.PopFront();
             m_labels.ForEachOpenNeighbor(
                 place, [&](std::size_t index) { TakeIntoRegion(m_labels.Neighbor(place, index)); });
+            return 1;
         });
     }
 
@@ -414,7 +434,7 @@ private:
     static constexpr std::size_t prefetchDistance = 32; // in the queue
     static constexpr std::size_t levelPrefetchDistance = 32;
     static constexpr std::uint64_t pixelsPerPiece = 8192;
-    static constexpr std::int64_t workPerPiece = 32 * pixelsPerPiece;
+    static constexpr std::int64_t workPerPixel = 32;
 
     unsigned char* m_output = nullptr;
     std::int64_t m_strideX = 0;

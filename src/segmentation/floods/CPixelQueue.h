@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -38,10 +39,20 @@ public:
         return pixel;
     }
 
-    /// The pixel `steps` behind the first one, or the first one if the queue or its block ends before.
-    [[nodiscard]] Place Ahead(std::size_t steps) const {
+    /// Takes the pixels at the front, up to the end of their block, and calls `body(pixel, ahead)` for each.
+    /// `ahead` is the pixel `steps` behind it, or the last one taken. `body` can add pixels, which are not
+    /// among those taken. Returns their number; the queue must not be empty. Faster than `PopFront` for many.
+    template <class Body>
+    std::size_t TakeBlock(std::size_t steps, const Body& body) {
+        const StPacked* const first = m_first;
         const StPacked* const end = m_firstBlockEnd == m_lastBlockEnd ? m_end : m_firstBlockEnd;
-        return Unpack(m_first[steps < static_cast<std::size_t>(end - m_first) ? steps : 0]);
+        const auto count = static_cast<std::size_t>(end - first);
+        for (std::size_t i = 0; i < count; ++i)
+            body(Unpack(first[i]), Unpack(first[std::min(i + steps, count - 1)]));
+        m_first += count;
+        if (m_first == m_firstBlockEnd)
+            DropBlock();
+        return count;
     }
 
     /// Empties the queue and frees its memory.

@@ -4,8 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <deque>
+#include <algorithm>
 #include <random>
+#include <vector>
 
 // What a flood keeps its pixels, basins and levels in, each against the simplest container that does the
 // same.
@@ -19,24 +20,40 @@ CPixelQueue::Place Numbered(std::uint32_t number) { return CPixelQueue::Place{nu
 
 std::uint32_t NumberOf(CPixelQueue::Place place) { return static_cast<std::uint32_t>(place / 40000); }
 
+/// Takes all pixels, and whatever `body` adds.
+template <class Body>
+void TakeAll(CPixelQueue& queue, const Body& body) {
+    while (!queue.IsEmpty())
+        queue.TakeBlock(0, [&](CPixelQueue::Place place, CPixelQueue::Place) { body(NumberOf(place)); });
+}
+
 TEST(PixelQueue, ReturnsThePixelsInTheirOrderWhateverItsLength) {
     std::mt19937 random(5);
     CPixelQueue queue;
     std::uint32_t pushed = 0;
     std::uint32_t popped = 0;
-    // Grows over several blocks and runs empty again, many times.
+    const auto push = [&](bool isWanted) {
+        pushed += isWanted ? 1 : 0;
+        if (isWanted && random() % 2 == 0)
+            queue.PushBack(Numbered(pushed));
+        else
+            queue.PushBackIf(isWanted, Numbered(pushed));
+    };
+    // Grows over several blocks and runs empty again, many times. Pixels are added meanwhile, too.
     for (int round = 0; round < 60; ++round) {
-        for (auto count = random() % 20000; count > 0; --count) {
-            const bool isWanted = random() % 2 == 0;
-            pushed += isWanted ? 1 : 0;
-            if (isWanted && random() % 2 == 0)
-                queue.PushBack(Numbered(pushed));
-            else
-                queue.PushBackIf(isWanted, Numbered(pushed));
+        for (auto count = random() % 20000; count > 0; --count)
+            push(random() % 2 == 0);
+        for (auto blocks = round % 3 == 0 ? UINT32_MAX : random() % 3; blocks > 0 && !queue.IsEmpty();
+             --blocks) {
+            const std::uint32_t before = popped;
+            bool areInOrder = true;
+            const std::size_t count = queue.TakeBlock(0, [&](CPixelQueue::Place place, CPixelQueue::Place) {
+                areInOrder = areInOrder && NumberOf(place) == ++popped;
+                push(random() % 3 == 0);
+            });
+            ASSERT_TRUE(areInOrder);
+            ASSERT_EQ(count, popped - before);
         }
-        for (auto count = round % 3 == 0 ? UINT32_MAX : random() % 20000; count > 0 && !queue.IsEmpty();
-             --count)
-            ASSERT_EQ(NumberOf(queue.PopFront()), ++popped);
         ASSERT_EQ(queue.IsEmpty(), pushed == popped);
     }
 }
@@ -47,23 +64,33 @@ TEST(PixelQueue, ReadsAllOfABlockBeforeItIsFullOrRightThen) {
         for (int round = 0; round < 3; ++round) {
             for (std::uint32_t i = 0; i < length; ++i)
                 queue.PushBack(Numbered(i));
-            for (std::uint32_t i = 0; i < length; ++i)
-                ASSERT_EQ(NumberOf(queue.PopFront()), i) << length;
-            ASSERT_TRUE(queue.IsEmpty()) << length;
+            std::uint32_t i = 0;
+            TakeAll(queue, [&](std::uint32_t number) { ASSERT_EQ(number, i++) << length; });
+            ASSERT_EQ(i, length);
         }
     }
 }
 
-TEST(PixelQueue, LooksAheadWithinTheQueueAndTheBlock) {
+TEST(PixelQueue, LooksAheadAsFarAsThePixelsThatAreTaken) {
     CPixelQueue queue;
-    for (std::uint32_t i = 0; i < 5; ++i)
-        queue.PushBack(Numbered(i));
-    EXPECT_EQ(NumberOf(queue.Ahead(4)), 4U);
-    EXPECT_EQ(NumberOf(queue.Ahead(5)), 0U);
-    for (std::uint32_t i = 5; i < 9000; ++i)
-        queue.PushBack(Numbered(i));
-    EXPECT_EQ(NumberOf(queue.Ahead(8191)), 8191U);
-    EXPECT_EQ(NumberOf(queue.Ahead(8192)), 0U);
+    for (const std::uint32_t length : {5U, 9000U}) {
+        for (std::uint32_t i = 0; i < length; ++i)
+            queue.PushBack(Numbered(i));
+        std::uint32_t first = 0;
+        while (!queue.IsEmpty()) {
+            std::vector<std::uint32_t> ahead;
+            queue.TakeBlock(3, [&](CPixelQueue::Place, CPixelQueue::Place place) {
+                ahead.push_back(NumberOf(place));
+                if (ahead.size() == 1 && first == 0)
+                    queue.PushBack(Numbered(length)); // not among those taken
+            });
+            const auto count = static_cast<std::uint32_t>(ahead.size());
+            for (std::uint32_t i = 0; i < count; ++i)
+                ASSERT_EQ(ahead[i], first + std::min(i + 3, count - 1)) << i;
+            first += count;
+        }
+        EXPECT_EQ(first, length + 1);
+    }
 }
 
 TEST(PixelQueue, IsEmptyAfterClearAndCanBeUsedAgain) {
@@ -75,18 +102,20 @@ TEST(PixelQueue, IsEmptyAfterClearAndCanBeUsedAgain) {
     queue.PushBackIf(false, Numbered(1));
     EXPECT_TRUE(queue.IsEmpty());
     queue.PushBack(Numbered(2));
-    EXPECT_EQ(NumberOf(queue.PopFront()), 2U);
-    EXPECT_TRUE(queue.IsEmpty());
+    std::vector<std::uint32_t> taken;
+    TakeAll(queue, [&](std::uint32_t number) { taken.push_back(number); });
+    EXPECT_EQ(taken, std::vector<std::uint32_t>{2});
 }
 
 TEST(PixelQueue, HoldsPlacesBelow2ToThe48) {
     CPixelQueue queue;
-    const auto places = {CPixelQueue::Place{0}, (CPixelQueue::Place{1} << 48) - 1,
-                         CPixelQueue::Place{0xFFFFFFFF}, CPixelQueue::Place{1} << 32};
+    const std::vector<CPixelQueue::Place> places{0, (CPixelQueue::Place{1} << 48) - 1, 0xFFFFFFFF,
+                                                 CPixelQueue::Place{1} << 32};
     for (const auto place : places)
         queue.PushBack(place);
-    for (const auto place : places)
-        EXPECT_EQ(queue.PopFront(), place);
+    std::vector<CPixelQueue::Place> taken;
+    queue.TakeBlock(0, [&](CPixelQueue::Place place, CPixelQueue::Place) { taken.push_back(place); });
+    EXPECT_EQ(taken, places);
 }
 
 TEST(LevelEnds, AreThoseThatWereSetWithEmptyLevelsAmongThem) {
