@@ -90,7 +90,7 @@ public:
         const C criterion(parameters);
         TakeOutput(*access, output.Size());
         CWorkPace pace(progress);
-        const bool isFlooded = (seeds == nullptr || TakeSeeds(pace)) &&
+        const bool isFlooded = m_labels.MakeRoom(pace) && (seeds == nullptr || TakeSeeds(pace)) &&
                                Flood(levels, criterion, seeds == nullptr, progress, pace);
         if (!GiveLabels(pace) || !isFlooded)
             return 0;

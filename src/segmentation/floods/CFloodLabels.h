@@ -2,6 +2,7 @@
 
 #include "segmentation/floods/WatershedLabels.h"
 
+#include <QuillonBase/CWorkPace.h>
 #include <sorblib2image/CImage.h>
 #include <sorblib2image/ImageView.h>
 
@@ -77,7 +78,12 @@ public:
             m_steps[i] = N::dx[i] + N::dy[i] * m_stepY + N::dz[i] * m_stepZ;
         for (std::size_t i = 0; i < rowCount; ++i)
             m_rowSteps[i] = rows[i].dy * m_stepY + rows[i].dz * m_stepZ;
+        m_end = m_origin + m_stepY * size.y + m_stepZ * (N::dimension == 3 ? size.z - 1 : 0);
     }
+
+    /// Touches the memory of all pixels, so that the system provides it now. The first levels of a flood
+    /// would touch most of it at once, and not check for cancellation meanwhile. Returns false if cancelled.
+    bool MakeRoom(CWorkPace& pace) { return Touch(m_codes->pixels, pace) && Touch(m_finals->pixels, pace); }
 
     [[nodiscard]] Place At(StPixelPosition pixel) const {
         return m_origin + pixel.x + pixel.y * m_stepY + pixel.z * m_stepZ;
@@ -175,6 +181,17 @@ private:
         CImage image;
         Element* pixels;
     };
+
+    template <class Element>
+    bool Touch(Element* pixels, CWorkPace& pace) const {
+        constexpr std::int64_t bytesOfPage = 4096; // or more
+        constexpr std::int64_t pixelsOfPage = bytesOfPage / sizeof(Element);
+        const std::int64_t pageCount = (m_end - m_origin + pixelsOfPage - 1) / pixelsOfPage;
+        return ForEachPiece(pageCount, bytesOfPage / 2, pace, [&](std::int64_t first, std::int64_t end) {
+            for (Place page = first; page < end; ++page)
+                pixels[m_origin + page * pixelsOfPage] = 0;
+        });
+    }
 
     [[nodiscard]] std::uint32_t& Code(Place place) const { return m_codes->pixels[place]; }
     [[nodiscard]] char8_t& IsFinal(Place place) const { return m_finals->pixels[place]; }
@@ -290,7 +307,8 @@ private:
 
     std::int64_t m_stepY = 0;
     std::int64_t m_stepZ = 0;
-    Place m_origin = 0;
+    Place m_origin = 0; // of the first pixel
+    Place m_end = 0;    // behind the last pixel
     std::array<std::int64_t, N::count> m_steps{};
     std::array<std::int64_t, rowCount> m_rowSteps{};
     std::optional<StMemory<std::uint32_t, std::uint32_t>> m_codes;

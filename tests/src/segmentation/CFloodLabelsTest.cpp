@@ -4,6 +4,7 @@
 #include "segmentation/floods/CFloodLabels.h"
 
 #include "support/CRandomSeeds.h"
+#include "support/TraversalTools.h"
 
 #include <QuillonBase/Neighborhoods.h>
 
@@ -81,6 +82,45 @@ using All = testing::Types<CNeighborhood3dDiffN6, CNeighborhood3dDiffN14_1, CNei
                            CNeighborhood3dDiffN26, CNeighborhood2dDiffN4, CNeighborhood2dDiffN6_1,
                            CNeighborhood2dDiffN6_2, CNeighborhood2dDiffN8>;
 TYPED_TEST_SUITE(FloodLabelsOf, All);
+
+/// Four million pixels, with 20 MiB of labels.
+const CSize c_manyPixels(256, 256, 64);
+
+TEST(FloodLabels, AskForCancellationWhileTheyMakeRoomAndStayAsTheyAre) {
+    CFloodLabels<CNeighborhood3dDiffN6> labels;
+    labels.Clear(c_manyPixels);
+    test::RecordingProgress progress;
+    CWorkPace pace(progress);
+    EXPECT_TRUE(labels.MakeRoom(pace));
+    EXPECT_GE(progress.questions, 10); // after 2 MiB at the latest
+    bool areUntouched = true;
+    ForEachPixel<CNeighborhood3dDiffN6>(c_manyPixels, [&](StPixelPosition at) {
+        areUntouched = areUntouched && labels.Label(labels.At(at)) == LabelInit &&
+                       !labels.HasFinalNeighbor(labels.At(at));
+    });
+    EXPECT_TRUE(areUntouched);
+}
+
+TEST(FloodLabels, MakeNoMoreRoomOnceCancelled) {
+    CFloodLabels<CNeighborhood3dDiffN26> labels;
+    labels.Clear(c_manyPixels);
+    test::RecordingProgress progress;
+    progress.cancelAt = 2;
+    CWorkPace pace(progress);
+    EXPECT_FALSE(labels.MakeRoom(pace));
+    EXPECT_EQ(progress.questions, 3);
+}
+
+TEST(FloodLabels, MakeRoomForImagesOfAnySize) {
+    for (const CSize& size :
+         {CSize(0, 0, 0), CSize(1, 0, 7), CSize(1, 1, 1), CSize(5000, 1, 1), CSize(1, 1, 5000)}) {
+        CFloodLabels<CNeighborhood3dDiffN26> labels;
+        labels.Clear(size);
+        test::RecordingProgress progress;
+        CWorkPace pace(progress);
+        EXPECT_TRUE(labels.MakeRoom(pace)) << size.ToString();
+    }
+}
 
 } // namespace
 
