@@ -55,6 +55,11 @@ namespace ORVEN {
 template <class N>
 class CWatershedTemplate {
 public:
+    /// A run that is cancelled writes the labels of the levels so far to the output, unless nobody wants
+    /// them: it takes as long as copying the image.
+    explicit CWatershedTemplate(bool keepsLabelsIfCancelled = true)
+        : m_keepsLabelsIfCancelled(keepsLabelsIfCancelled) {}
+
     /// Floods `input` into `output`, an image of 32-bit labels of the same size. `seeds` can be null;
     /// `parameters` is the parameter record of C. Returns the number of regions, which with seeds is the
     /// highest seed, or 0 if the run was cancelled. Raises the errors of `CheckWatershedImages` before
@@ -92,7 +97,7 @@ public:
         CWorkPace pace(progress);
         const bool isFlooded = m_labels.MakeRoom(pace) && (seeds == nullptr || TakeSeeds(pace)) &&
                                Flood(levels, criterion, seeds == nullptr, progress, pace);
-        if (!GiveLabels(pace) || !isFlooded)
+        if (!GiveLabels(!isFlooded, progress, pace) || !isFlooded)
             return 0;
         access->Unlock();
         return seeds != nullptr ? highestSeed : m_currentLabel;
@@ -184,9 +189,13 @@ private:
             body(m_strideX);
     }
 
-    /// Writes the labels to the output; after a cancellation those of the levels so far.
-    bool GiveLabels(CWorkPace& pace) {
+    /// Writes the labels to the output; after a cancellation those of the levels so far. If these are not
+    /// kept, stops as long as the sink answers that the run is cancelled. One that has forgotten it gets all
+    /// labels, because what follows takes the run for a whole one.
+    bool GiveLabels(bool isCancelled, IProgress& progress, CWorkPace& pace) {
         ForEachRow([&](StPixelPosition first) {
+            if (!m_keepsLabelsIfCancelled && (isCancelled || pace.IsCancelled()) && progress.IsCancelled())
+                return false;
             const Place place = m_labels.At(first);
             unsigned char* const row = Address(first);
             WithStride([&](auto stride) {
@@ -436,6 +445,7 @@ private:
     static constexpr std::uint64_t pixelsPerPiece = 8192;
     static constexpr std::int64_t workPerPixel = 32;
 
+    bool m_keepsLabelsIfCancelled;
     unsigned char* m_output = nullptr;
     std::int64_t m_strideX = 0;
     std::int64_t m_strideY = 0;

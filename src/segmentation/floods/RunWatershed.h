@@ -26,7 +26,8 @@ struct StWatershedOutcome {
 
 /// Runs the flood for neighbourhood N with the criterion of the mode and the pixel type of the image. Each
 /// neighbourhood is instantiated in a source file of its own, generated from RunWatershed.cpp.in, with five
-/// criteria and four pixel types. Raises `CException` for other pixel types, and the errors of
+/// criteria and four pixel types. The labels of a cancelled run mean nothing as long as the host's sink
+/// answers that it is cancelled. Raises `CException` for other pixel types, and the errors of
 /// `CWatershedTemplate`.
 template <class N>
 StWatershedOutcome RunWatershed(const StWatershedRun& run);

@@ -623,4 +623,35 @@ TEST(WatershedCancel, TheLabelsKeepWhatTheLevelsBeforeHaveLeft) {
     EXPECT_EQ(labelsAfter(3 + 3, {"01232"}, {"...7."}), "77777");
 }
 
+/// The labels of a run for a plug-in, which shows none of them, cancelled at a question.
+std::string LabelsForAPlugin(int question, bool staysCancelled) {
+    const CapturedOutput silence;
+    HostProgress progress;
+    progress.cancelAt = question;
+    progress.staysCancelled = staysCancelled;
+    const auto image = ImageOf(Rows{"0123949"});
+    CImage labels = Image(IMAGE_GREY_32, image->Size());
+    quillon::RunWatershed<CNeighborhood2dDiffN4>({labels, *image, nullptr, WATERSHED_NORMAL, 0});
+    return test::PictureOf(PixelsOf<std::uint32_t>(labels), 7)[0];
+}
+
+TEST(WatershedCancel, ARunWhoseLabelsAreNotShownDoesNotCopyThem) {
+    int questions = 0;
+    {
+        const CapturedOutput silence;
+        const HostProgress progress;
+        const auto image = ImageOf(Rows{"0123949"});
+        CImage labels = Image(IMAGE_GREY_32, image->Size());
+        quillon::RunWatershed<CNeighborhood2dDiffN4>({labels, *image, nullptr, WATERSHED_NORMAL, 0});
+        questions = progress.questions;
+    }
+    // The last questions are those at the levels, and one behind them.
+    for (const int level : {0, 4, 255, 256})
+        EXPECT_EQ(LabelsForAPlugin(questions - 257 + level, true), "iiiiiii") << level;
+    // A sink that has forgotten the cancellation shows the labels of the levels so far.
+    EXPECT_EQ(LabelsForAPlugin(questions - 257 + 3, false), "111iiii");
+    EXPECT_EQ(LabelsForAPlugin(questions - 257 + 256, false), "1111022");
+    EXPECT_EQ(LabelsForAPlugin(questions, true), "1111022"); // never cancelled
+}
+
 } // namespace
