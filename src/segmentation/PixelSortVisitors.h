@@ -5,7 +5,7 @@
 #include "utils/visitors/OrderedKey.h"
 
 #include <QuillonBase/CWorkPace.h>
-#include <QuillonBase/LargePages.h>
+#include <sorblib2core/LargePages.h>
 
 #include <algorithm>
 #include <cstddef>

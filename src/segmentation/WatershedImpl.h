@@ -55,10 +55,12 @@ namespace ORVEN {
 template <class N>
 class CWatershedTemplate {
 public:
-    /// A run that is cancelled writes the labels of the levels so far to the output, unless nobody wants
-    /// them: it takes as long as copying the image.
-    explicit CWatershedTemplate(bool keepsLabelsIfCancelled = true)
-        : m_keepsLabelsIfCancelled(keepsLabelsIfCancelled) {}
+    /// What a cancelled run writes to the output: the labels of the levels so far, or as few labels as
+    /// possible, which takes less time.
+    enum class EnCancelledLabels { WRITTEN, DROPPED };
+
+    explicit CWatershedTemplate(EnCancelledLabels cancelledLabels = EnCancelledLabels::WRITTEN)
+        : m_cancelledLabels(cancelledLabels) {}
 
     /// Floods `input` into `output`, an image of 32-bit labels of the same size. `seeds` can be null;
     /// `parameters` is the parameter record of C. Returns the number of regions, which with seeds is the
@@ -189,12 +191,13 @@ private:
             body(m_strideX);
     }
 
-    /// Writes the labels to the output; after a cancellation those of the levels so far. If these are not
-    /// kept, stops as long as the sink answers that the run is cancelled. One that has forgotten it gets all
-    /// labels, because what follows takes the run for a whole one.
+    /// Writes the labels to the output; after a cancellation those of the levels so far. If these are
+    /// dropped, stops as soon as the sink answers that the run is cancelled. One that has forgotten it gets
+    /// all labels, because what follows takes the run for a whole one.
     bool GiveLabels(bool isCancelled, IProgress& progress, CWorkPace& pace) {
         ForEachRow([&](StPixelPosition first) {
-            if (!m_keepsLabelsIfCancelled && (isCancelled || pace.IsCancelled()) && progress.IsCancelled())
+            if (m_cancelledLabels == EnCancelledLabels::DROPPED && (isCancelled || pace.IsCancelled()) &&
+                progress.IsCancelled())
                 return false;
             const Place place = m_labels.At(first);
             unsigned char* const row = Address(first);
@@ -445,7 +448,7 @@ private:
     static constexpr std::uint64_t pixelsPerPiece = 8192;
     static constexpr std::int64_t workPerPixel = 32;
 
-    bool m_keepsLabelsIfCancelled;
+    EnCancelledLabels m_cancelledLabels;
     unsigned char* m_output = nullptr;
     std::int64_t m_strideX = 0;
     std::int64_t m_strideY = 0;

@@ -16,8 +16,9 @@ template <class N, class Criterion, class T, class... Others>
 std::uint32_t FloodByPixelType(const StWatershedRun& run, typename Criterion::StParameters& parameters,
                                ORVEN::IProgress& progress) {
     if (ORVEN::Impl::HoldsPixels<T>(run.image.Type())) {
-        return ORVEN::CWatershedTemplate<N>(false).template DoWatershed<T, Criterion>(
-            run.labels, run.image, run.markers, &parameters, progress);
+        using Watershed = ORVEN::CWatershedTemplate<N>;
+        return Watershed(Watershed::EnCancelledLabels::DROPPED)
+            .template DoWatershed<T, Criterion>(run.labels, run.image, run.markers, &parameters, progress);
     }
     if constexpr (sizeof...(Others) > 0)
         return FloodByPixelType<N, Criterion, Others...>(run, parameters, progress);

@@ -1,4 +1,4 @@
-#include <QuillonBase/LargePages.h>
+#include <sorblib2core/LargePages.h>
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t c_large = std::size_t{1} << 25;
 
 /// Whether the system notes a request for large pages ("hg") where this address is.
-[[maybe_unused]] bool AreLargePagesRequested(const void* memory) {
+bool AreLargePagesRequested(const void* memory) {
     const auto address = reinterpret_cast<std::uintptr_t>(memory);
     std::ifstream file("/proc/self/smaps");
     bool isHere = false;

@@ -1,4 +1,4 @@
-#include "QuillonBase/LargePages.h"
+#include "sorblib2core/LargePages.h"
 
 #ifdef __linux__
 #include <sys/mman.h>
@@ -11,7 +11,7 @@ namespace ORVEN {
 
 void PreferLargePages([[maybe_unused]] const void* memory, [[maybe_unused]] std::size_t byteCount) {
 #ifdef __linux__
-    constexpr std::size_t worthAsking = std::size_t{1} << 22; // as for images
+    constexpr std::size_t worthAsking = std::size_t{1} << 22;
     if (byteCount < worthAsking)
         return;
     // The request is for whole pages; what shares its page with other memory is left out.
