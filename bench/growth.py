@@ -18,6 +18,7 @@ from pathlib import Path
 
 from cases import CASES, title
 from document import between_markers, measured_on, replace_content
+from wanted import require_known
 
 STRUCTURES = ["spheres", "solid", "foam", "scan"]
 # Structures that grow by a factor of 4 in length may take 1.5 times as long per pixel.
@@ -117,6 +118,7 @@ def write(document, rows):
 
 def main():
     bench, pack, scan, document, edges, limit, structures, *wanted = sys.argv[1:]
+    require_known(wanted, [case[0] for case in CASES])
     document = Path(document)
     limit = float(limit)
     edges = [int(edge) for edge in edges.split()]

@@ -17,6 +17,8 @@ from pathlib import Path
 
 import numpy
 
+from wanted import require_known
+
 EDGES = (96, 160)
 # Fixed memory that needs no declaration: stacks of threads, small tables and code.
 NEGLIGIBLE = 16 << 20
@@ -152,6 +154,7 @@ def measure(program, folder, volume, wanted):
 
 def main():
     program, volume_path, *wanted = sys.argv[1:]
+    require_known(wanted, [case[0] for case in CASES])
     volume = numpy.fromfile(volume_path, numpy.uint8).reshape((256,) * 3)
     with tempfile.TemporaryDirectory() as name:
         small, large = (measure(program, Path(name) / str(edge), volume[:edge, :edge, :edge], wanted) for edge in EDGES)

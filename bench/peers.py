@@ -21,6 +21,7 @@ import numpy
 
 import volumes
 from document import replace_table
+from wanted import require_known
 
 TURNS = 3
 # No more turns when those of the peer took as long as this.
@@ -203,6 +204,7 @@ def place(row):
 
 def main():
     programs, pack, document, edge, *wanted = sys.argv[1:]
+    require_known(wanted, [job.plugin for job in JOBS])
     print("\n".join(HEADING), flush=True)
     rows = []
     with tempfile.TemporaryDirectory() as folder:

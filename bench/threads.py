@@ -18,6 +18,7 @@ from pathlib import Path
 
 from cases import CASES, title
 from document import replace_table
+from wanted import require_known
 
 THREADS = [4, 8, 16]
 # The busiest thread may have so many times the mean work.
@@ -94,6 +95,7 @@ def place(line):
 
 def main():
     bench, pack, scan, document, edge, *wanted = sys.argv[1:]
+    require_known(wanted, [case[0] for case in CASES])
     print("\n".join(HEADING))
     lines = []
     for case in CASES:
