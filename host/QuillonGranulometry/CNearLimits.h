@@ -19,35 +19,38 @@ namespace ORVEN {
 /// one. No ball is therefore wrongly taken to contain another.
 class CNearLimits {
 public:
-    /// The sorted vectors v: the 26 neighbours, then the next vectors that lead to pixels not in line with
-    /// one of these.
-    static constexpr std::array<std::array<std::int32_t, 3>, 6> c_vectors{
-        {{1, 0, 0}, {1, 1, 0}, {1, 1, 1}, {2, 1, 0}, {2, 1, 1}, {2, 2, 1}}};
-    static constexpr std::size_t c_count = c_vectors.size();
+    /// The limits for (2, 1, 0), (2, 1, 1), (2, 2, 1), (3, 1, 0), (3, 1, 1) and (3, 2, 1). Then a number
+    /// below 0: each of the last three vectors is a step longer than one of the first three. If the distances
+    /// at the first three fall short of their limits by more than this number, those at the last three do
+    /// too.
+    using FarLimits = std::array<std::int32_t, 8>;
+    static constexpr std::size_t c_shortfall = 6;
 
-    /// For images of that dimension and squared distances up to `greatest`. Memory: 28 bytes for each
+    /// For images of that dimension and squared distances up to `greatest`. Memory: 48 bytes for each
     /// distance up to 2^20. The object must not be used once `pace` is cancelled.
     CNearLimits(int dimension, std::int32_t greatest, CWorkPace& pace);
-
-    /// The limit for a vector and its permutations and reflections.
-    [[nodiscard]] std::int32_t At(std::size_t vector, std::int32_t distance) const {
-        const auto index = static_cast<std::size_t>(distance);
-        return index < m_limits[vector].size() ? m_limits[vector][index] : Bound(vector, distance);
-    }
 
     /// Looks up the limits of the vectors to the 26 neighbours for the pixels of a row. Where 64 pixels, from
     /// a multiple of 64 on, are 0, `limits` can be left unchanged.
     void LookUp(Impl::EnVectors vectors, std::span<const std::int32_t> distances,
                 const std::array<std::int32_t*, 3>& limits) const;
 
+    /// The limits for pixels farther away, in a 3-d image. Null for a distance above 2^20.
+    [[nodiscard]] const FarLimits* Far(std::int32_t distance) const {
+        const auto index = static_cast<std::size_t>(distance);
+        return index < m_farLimits.size() ? &m_farLimits[index] : nullptr;
+    }
+
 private:
     void PackExcesses();
-    [[nodiscard]] static std::int32_t Bound(std::size_t vector, std::int32_t distance);
+    void PackFarLimits();
 
-    std::array<std::vector<std::int32_t>, c_count> m_limits;
+    /// By vector, then by distance: for the 26 neighbours, and at first also for those farther away.
+    std::vector<std::vector<std::int32_t>> m_limits;
     /// How far the limits of the 26 neighbours exceed the distance, 10 bits each: a single look-up takes a
     /// third of the time. Empty if distances are too long for that.
     std::vector<std::int32_t> m_excesses;
+    std::vector<FarLimits> m_farLimits; ///< by distance
 };
 
 } // namespace ORVEN

@@ -30,7 +30,8 @@ public:
         , m_rowStride(distances.ny > 1 ? distances.Row(1, 0) - distances.Row(0, 0) : 0)
         , m_layerStride(distances.nz > 1 ? distances.Row(0, 1) - distances.Row(0, 0) : 0) {}
 
-    /// Whether one of the farther balls contains that of a pixel. False near the border of the image.
+    /// Whether one of the farther balls contains that of a pixel. False near the border of the image, and for
+    /// a pixel without far limits.
     [[nodiscard]] bool Contains(std::int64_t x, std::int64_t y, std::int64_t z) const {
         if (x < c_reach || x + c_lanes - c_reach > m_distances.nx || y < c_reach ||
             y + c_reach >= m_distances.ny || z < c_reach || z + c_reach >= m_distances.nz)
@@ -39,30 +40,36 @@ public:
     }
 
 private:
-    static constexpr std::int64_t c_reach = 2;
+    static constexpr std::int64_t c_reach = 3;
     static constexpr std::int64_t c_lanes = 8;
     using Integers [[gnu::vector_size(c_lanes * sizeof(std::int32_t))]] = std::int32_t;
 
     /// Whether one of the farther balls around a pixel reaches the limit.
     [[nodiscard]] bool IsReachedFrom(const std::int32_t* pixel) const {
-        constexpr std::int32_t never = std::numeric_limits<std::int32_t>::max();
-        const std::int32_t shortest = m_limits.At(3, *pixel); // for vectors like 2, 1, 0
-        const std::int32_t middle = m_limits.At(4, *pixel);   // 2, 1, 1
-        const std::int32_t longest = m_limits.At(5, *pixel);  // 2, 2, 1
-        // For the pixels from x - 2 on of the rows at the distances y and z. All bits set in `never` stay
-        // set.
-        const Integers rows10 = Integers{0, never, never, never, 0, never, never, never} | shortest;
-        const Integers rows11 = Integers{0, never, never, never, 0, never, never, never} | middle;
-        const Integers rows20 = Integers{never, 0, never, 0, never, never, never, never} | shortest;
-        const Integers rows22 = Integers{never, 0, never, 0, never, never, never, never} | longest;
-        const Integers rows21{longest, middle, shortest, middle, longest, never, never, never};
-        Integers isReached{};
-        const auto test = [&](std::int64_t offset, const Integers& limits) {
+        const CNearLimits::FarLimits* const farLimits = m_limits.Far(*pixel);
+        if (farLimits == nullptr)
+            return false;
+        Integers limits;
+        std::memcpy(&limits, farLimits, sizeof(limits));
+        const Integers never = Integers{} + std::numeric_limits<std::int32_t>::max();
+        // For the pixels from x - 3 on of the rows at the distances y and z: the places of the limits, or 8
+        // for a pixel that is not tested.
+        const Integers rows10 = __builtin_shufflevector(limits, never, 3, 0, 8, 8, 8, 0, 3, 8);
+        const Integers rows11 = __builtin_shufflevector(limits, never, 4, 1, 8, 8, 8, 1, 4, 8);
+        const Integers rows20 = __builtin_shufflevector(limits, never, 8, 8, 0, 8, 0, 8, 8, 8);
+        const Integers rows21 = __builtin_shufflevector(limits, never, 5, 2, 1, 0, 1, 2, 5, 8);
+        const Integers rows22 = __builtin_shufflevector(limits, never, 8, 8, 2, 8, 2, 8, 8, 8);
+        const Integers rows30 = __builtin_shufflevector(limits, never, 8, 8, 3, 8, 3, 8, 8, 8);
+        const Integers rows31 = __builtin_shufflevector(limits, never, 8, 5, 4, 3, 4, 5, 8, 8);
+        const Integers rows32 = __builtin_shufflevector(limits, never, 8, 8, 5, 8, 5, 8, 8, 8);
+        Integers greatest = -never;
+        const auto test = [&](std::int64_t offset, const Integers& limitsOfRow) {
             Integers before;
             Integers after;
             std::memcpy(&before, pixel - offset - c_reach, sizeof(before));
             std::memcpy(&after, pixel + offset - c_reach, sizeof(after));
-            isReached |= (before >= limits) | (after >= limits);
+            const Integers excess = (before > after ? before : after) - limitsOfRow;
+            greatest = excess > greatest ? excess : greatest;
         };
         const std::int64_t y = m_rowStride;
         const std::int64_t z = m_layerStride;
@@ -70,7 +77,7 @@ private:
         test(z, rows10);
         test(z + y, rows11);
         test(z - y, rows11);
-        if (IsAnySet(isReached))
+        if (IsAnySet(greatest >= 0))
             return true;
         test(2 * y, rows20);
         test(2 * z, rows20);
@@ -80,13 +87,31 @@ private:
         test(2 * z - y, rows21);
         test(2 * z + 2 * y, rows22);
         test(2 * z - 2 * y, rows22);
-        return IsAnySet(isReached);
+        if (IsAnySet(greatest >= 0))
+            return true;
+        // In fine structures, most of the pixels farther away, which are often not in the cache, are ruled
+        // out.
+        if (!IsAnySet(greatest >= limits[CNearLimits::c_shortfall]))
+            return false;
+        test(3 * y, rows30);
+        test(3 * z, rows30);
+        test(z + 3 * y, rows31);
+        test(z - 3 * y, rows31);
+        test(3 * z + y, rows31);
+        test(3 * z - y, rows31);
+        test(2 * z + 3 * y, rows32);
+        test(2 * z - 3 * y, rows32);
+        test(3 * z + 2 * y, rows32);
+        test(3 * z - 2 * y, rows32);
+        return IsAnySet(greatest >= 0);
     }
 
     static bool IsAnySet(const Integers& mask) {
-        std::array<std::int64_t, 4> words{};
-        std::memcpy(words.data(), &mask, sizeof(mask));
-        return (words[0] | words[1] | words[2] | words[3]) != 0;
+        using Bytes [[gnu::vector_size(c_lanes)]] = signed char;
+        const auto bytes = __builtin_convertvector(mask, Bytes);
+        std::uint64_t word = 0;
+        std::memcpy(&word, &bytes, sizeof(word));
+        return word != 0;
     }
 
     const CLayerView<const std::int32_t>& m_distances;
