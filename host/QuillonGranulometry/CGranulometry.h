@@ -47,7 +47,7 @@ public:
     ///
     /// Memory beside input and output: 1.5 to 3 bytes per pixel in common structures. These are 4 bytes for
     /// each ball with D up to 30, and for each larger one 16, 32 while they are sorted, and 4 again for each
-    /// box of 2^15 pixels or more that needs it; and per thread 3 kB for each pixel along x. Filtering takes
+    /// box of 2^13 pixels or more that needs it; and per thread 3 kB for each pixel along x. Filtering takes
     /// 4 bytes per pixel more, unless the image is 3-d and bit 0 of `mode` is not set: then it takes a byte
     /// per pixel and a table, see `MarkMedialAxis`. With filtering, in a 3-d image with D above 128^2, the
     /// result may include balls that are contained in another, see `MarkMedialAxis`.

@@ -37,13 +37,17 @@ public:
         return box.size[0] <= m_smallest[0] && box.size[1] <= m_smallest[1] && box.size[2] <= m_smallest[2];
     }
 
-    /// Divides the axes that are longer than half of the longest one.
+    /// Divides the axes that are longer than half of the longest one, as multiples of the smallest size.
     [[nodiscard]] BoxParts PartsOf(const StBox& box) const {
+        const auto multiple = [&](std::size_t axis) {
+            return (box.size[axis] + m_smallest[axis] - 1) / m_smallest[axis];
+        };
+        const std::int64_t greatest = std::max({multiple(0), multiple(1), multiple(2)});
         BoxParts parts;
         for (std::size_t part = 0; part < parts.size(); ++part) {
             parts[part] = box;
             for (std::size_t axis = 0; axis < 3; ++axis) {
-                const bool isLong = 2 * box.size[axis] > box.Longest();
+                const bool isLong = 2 * multiple(axis) > greatest;
                 const std::int64_t low =
                     isLong ? LowerSize(box.size[axis], m_smallest[axis]) : box.size[axis];
                 const bool isUpper = (part >> axis & 1) != 0;
@@ -353,7 +357,9 @@ bool CoverWithBalls(std::span<const StPlacedBall> balls, const CLayerView<float>
     const std::int32_t greatest = balls.empty() ? 0 : balls.front().squaredRadius;
     const CBoxShape shape(output);
     std::vector<StTask> tasks{WholeTask(output, balls.size())};
-    const std::int64_t pixelsOfTask = tasks.front().box.PixelCount() < 1 << 24 ? 1 << 15 : 1 << 18;
+    // Enough boxes for many threads. More would take more memory for indices.
+    const std::int64_t pixelsOfTask =
+        std::clamp<std::int64_t>(tasks.front().box.PixelCount() >> 7, 1 << 13, 1 << 19);
     while (tasks.front().box.PixelCount() > pixelsOfTask) {
         const std::size_t pieceCount = PieceCount(tasks.size(), balls.size());
         tasks = Split(std::move(tasks), pieceCount);

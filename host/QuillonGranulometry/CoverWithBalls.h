@@ -21,7 +21,8 @@ namespace ORVEN {
 /// on the radii. It grows with the number of balls that differ by less than a pixel, such as those around the
 /// centre of a digital ball. In the worst case, when every ball is the largest somewhere in every box, it is
 /// the product of the numbers of balls and of pixels divided by 128; no such structure is known. Memory: 4
-/// bytes per ball, and again for each box of 2^15 pixels (2^18 in images from 2^24 on) that needs it.
+/// bytes per ball, and again for each of a few hundred boxes that needs it. In images of more than 2^26
+/// pixels, these are boxes of 2^16 to 2^19 pixels.
 bool CoverWithBalls(std::span<const StPlacedBall> balls, const CLayerView<float>& output,
                     IProgress& progress);
 
