@@ -97,8 +97,14 @@ public:
         const C criterion(parameters);
         TakeOutput(*access, output.Size());
         CWorkPace pace(progress);
-        const bool isFlooded = m_labels.MakeRoom(pace) && (seeds == nullptr || TakeSeeds(pace)) &&
-                               Flood(levels, criterion, seeds == nullptr, progress, pace);
+        CLevelEnds ends(levels.count > 0 ? levels.starts.back() : 0, levels.count);
+        if (!TakeEnds(levels.starts, ends, pace))
+            return 0;
+        levels.starts =
+            std::vector<std::uint64_t>(); // can be large; freed before the labels get their memory
+        if (!m_labels.MakeRoom(pace) || (seeds != nullptr && !TakeSeeds(pace)))
+            return 0;
+        const bool isFlooded = Flood(levels, ends, criterion, seeds == nullptr, progress, pace);
         if (!GiveLabels(!isFlooded, progress, pace) || !isFlooded)
             return 0;
         access->Unlock();
@@ -222,11 +228,8 @@ private:
 
     /// Floods all levels.
     template <class C>
-    bool Flood(StLevels& levels, const C& criterion, bool makesRegions, IProgress& progress,
+    bool Flood(StLevels& levels, CLevelEnds& ends, const C& criterion, bool makesRegions, IProgress& progress,
                CWorkPace& pace) {
-        CLevelEnds ends(levels.count > 0 ? levels.starts.back() : 0, levels.count);
-        if (!TakeEnds(std::exchange(levels.starts, {}), ends, pace))
-            return false;
         std::uint64_t end = 0;
         for (std::uint32_t level = 0; level < levels.count; ++level) {
             if (progress.IsCancelled())
