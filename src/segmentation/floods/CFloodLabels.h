@@ -308,7 +308,7 @@ private:
     std::int64_t m_stepY = 0;
     std::int64_t m_stepZ = 0;
     Place m_origin = 0; // of the first pixel
-    Place m_end = 0;    // behind the last pixel
+    Place m_end = 0;    // past the last pixel
     std::array<std::int64_t, N::count> m_steps{};
     std::array<std::int64_t, rowCount> m_rowSteps{};
     std::optional<StMemory<std::uint32_t, std::uint32_t>> m_codes;

@@ -40,7 +40,7 @@ public:
     }
 
     /// Takes the pixels at the front, up to the end of their block, and calls `body(pixel, ahead)` for each.
-    /// `ahead` is the pixel `steps` behind it, or the last one taken. `body` can add pixels, which are not
+    /// `ahead` is the pixel `steps` after it, or the last one taken. `body` can add pixels, which are not
     /// among those taken. Returns their number; the queue must not be empty. Faster than `PopFront` for many.
     template <class Body>
     std::size_t TakeBlock(std::size_t steps, const Body& body) {

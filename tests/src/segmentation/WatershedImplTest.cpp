@@ -623,6 +623,24 @@ TEST(WatershedCancel, TheLabelsKeepWhatTheLevelsBeforeHaveLeft) {
     EXPECT_EQ(labelsAfter(3 + 3, {"01232"}, {"...7."}), "77777");
 }
 
+TEST(WatershedCancel, BeforeTheFirstLevelTheMarkersStay) {
+    // Memory for the labels is provided in several pieces.
+    const CSize size(256, 256, 32);
+    const CImage image = Image(IMAGE_GREY_8, size);
+    CImage seeds = Image(IMAGE_GREY_32, size);
+    CImageView<std::uint32_t>(seeds).Row(3, 5)[7] = 9;
+    std::vector<std::uint32_t> expected(static_cast<std::size_t>(size.PixelCount()), LabelInit);
+    expected[static_cast<std::size_t>((5 * 256 + 3) * 256 + 7)] = 9;
+    for (int question = 3; question < 8; ++question) { // the first after the sort, and others
+        RecordingProgress progress;
+        progress.cancelAt = question;
+        CImage labels = Image(IMAGE_GREY_32, size);
+        EXPECT_EQ((FloodMinima<CNeighborhood3dDiffN6, unsigned char>(labels, image, progress, &seeds)), 0U);
+        EXPECT_EQ(progress.questions, question + 1);
+        EXPECT_TRUE(PixelsOf<std::uint32_t>(labels) == expected) << question;
+    }
+}
+
 /// The labels of a run for a plug-in, which shows none of them, cancelled at a question.
 std::string LabelsForAPlugin(int question, bool staysCancelled) {
     const CapturedOutput silence;
